@@ -1,0 +1,126 @@
+// The capture engine: the one record that owns FFmpeg's children and what feeds them, and the operations on it.
+//
+// It knows nothing of windows. Every operation reports by a boolean and by a sentence in statusText. It has no lock:
+// at most one worker holds it at a time (ui/CaptureJobs.h), and the interface thread reads only the atomics.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "audio/AudioCapture.h"
+#include "capture/SegmentRelay.h"
+#include "core/Text.h"
+#include "platform/ChildProcess.h"
+#include "video/VideoCapture.h"
+
+namespace zv {
+
+enum class EngineState : std::int32_t {
+    Idle = 0,       ///< not yet configured
+    Ready = 1,      ///< configured, FFmpeg found, no manual recording
+    Recording = 2,  ///< a manual recording runs
+    Failed = 3      ///< the last configuration or recording failed, or FFmpeg is missing
+};
+
+/// What the engine is configured with.
+struct CaptureConfig {
+    std::int32_t width = 2560;
+    std::int32_t height = 1440;
+    std::int32_t fps = 60;
+    std::int32_t bitrateMbps = 40;
+    Text encoder = u"Auto";
+    Text codec = u"H264";
+    bool gameAudioEnabled = true;
+    bool micEnabled = false;
+    Text monitorDevice;
+    bool captureCursor = false;
+    bool operator==(const CaptureConfig&) const = default;
+};
+
+/// The outcome of one health poll.
+struct CapturePollResult {
+    std::int32_t bufferedSeconds = 0;  ///< seconds of media that the replay's playlist lists
+    bool changed = false;              ///< state or replayRunning changed, or the poll itself failed
+    Text status;                       ///< the text to show when `changed`, otherwise empty
+};
+
+/// An FFmpeg child with all that feeds it. A field that is null is absent.
+struct EncoderProcess {
+    Owned<Process> process;          ///< set from a successful StartChild until StopChild
+    Owned<ProcessInput> stdinWrite;  ///< used for the quit command only
+    Owned<Job> job;
+    std::unique_ptr<AudioCapture> audio;
+    std::unique_ptr<VideoCapture> video;
+    std::unique_ptr<SegmentRelay> relay;
+};
+
+class CaptureEngine {
+public:
+    CaptureEngine() = default;
+    ~CaptureEngine();  ///< finishes a recording, stops the replay, removes its folder
+    CaptureEngine(const CaptureEngine&) = delete;
+    CaptureEngine& operator=(const CaptureEngine&) = delete;
+
+    /// True when configured and FFmpeg is present. A running replay is stopped by a changed configuration and not
+    /// started again: that is the caller's.
+    bool Configure(const CaptureConfig& config);
+
+    /// With `enable`, makes sure that a replay of `seconds` (clamped to 15 to 300) runs; without, that none runs.
+    bool StartReplay(bool enable, std::int32_t seconds);
+
+    /// Joins the segments that the playlist lists at this moment into `outputPath`. The replay goes on.
+    bool SaveReplayClip(const Text& outputPath);
+
+    bool StartRecording(const Text& outputPath);
+    void FinishRecording();
+
+    /// Ends the recording, then the replay, and removes the replay folder.
+    void StopAll();
+
+    /// Notices whatever has died, tears down what belongs to it and says why. Restarts nothing.
+    void PollHealth();
+
+    /// Whole seconds that the replay's playlist lists; 0 without a running replay.
+    std::int32_t BufferedSeconds();
+
+    /// Brings up video, audio and FFmpeg for `process` and answers true once frames flow fast enough.
+    bool StartEncoder(EncoderProcess& process, const Text& outputArguments, const Text& logPath);
+
+    /// Starts FFmpeg in its job. A failure leaves `process` wholly empty, its feeders stopped.
+    bool StartChild(EncoderProcess& process, const Text& arguments, const Text& logPath);
+
+    /// True only if the child ended by itself within the time with exit code 0. Leaves `process` empty.
+    bool StopChild(EncoderProcess& process, std::uint32_t timeoutMs);
+
+    Text ffmpegPath;     ///< empty: missing
+    Text statusText;     ///< the latest outcome or detail of any operation
+    Text recordingPath;  ///< final path of the current or last manual recording
+    Text cacheDir;       ///< made once by Configure
+    Text replayDir;      ///< the current replay folder inside cacheDir
+    std::int32_t width = 2560;
+    std::int32_t height = 1440;
+    std::int32_t fps = 60;
+    std::int32_t bitrateMbps = 40;  ///< 5 to 200 once configured
+    Text encoder = u"Auto";         ///< stored and compared only
+    Text codec = u"H264";           ///< stored and compared only
+    bool gameAudioEnabled = true;
+    bool micEnabled = false;
+    Text monitorDevice;
+    bool captureCursor = false;  ///< stored and compared only
+    EncoderProcess recording;
+    EncoderProcess replay;
+    std::atomic<EngineState> state{EngineState::Idle};
+    std::atomic<bool> replayRunning{false};
+    std::int32_t replaySeconds = 60;  ///< in force, 15 to 300
+    std::atomic<std::int32_t> measuredFps{0};
+    std::uint64_t fpsSampleTick = 0;  ///< 0: no sample
+    std::uint64_t fpsSampleFrames = 0;
+};
+
+/// One health poll, for a worker that holds the engine. Never throws.
+CapturePollResult PollCapture(CaptureEngine& engine);
+
+}  // namespace zv

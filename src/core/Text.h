@@ -1,0 +1,36 @@
+// The one text type of the program and the few operations that everything shares.
+//
+// Text is UTF-16 code units on every platform, so that a length, a limit and a comparison mean the same
+// everywhere. Conversions to what a system speaks (wchar_t, UTF-8) happen inside src/platform only.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace zv {
+
+using Text = std::u16string;
+using TextView = std::u16string_view;
+
+/// Each byte of `bytes` as one code unit of the same value, 0 to 255.
+Text Widen(std::string_view bytes);
+
+/// The low byte of each code unit. Only for text that is known to hold nothing above 255.
+std::string Narrow(TextView text);
+
+/// Plain decimal without padding, "-" in front of a negative value.
+Text Decimal(std::int64_t value);
+Text DecimalUnsigned(std::uint64_t value);
+
+/// The code of a failure as its sentence ends: " (0x%08X)", upper case, always eight digits.
+Text CodeSuffix(std::uint32_t code);
+
+/// Simple lower-casing of one code unit at a time (no locale, no special casing, no surrogate pairs).
+char16_t LowerUnit(char16_t unit);
+Text Lowered(TextView text);
+
+bool Contains(TextView text, TextView part);
+bool EndsWith(TextView text, TextView ending);
+
+}  // namespace zv

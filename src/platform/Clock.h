@@ -1,0 +1,51 @@
+// Clocks and the precise wait.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/Event.h"
+#include "platform/Owned.h"
+
+namespace zv {
+
+/// Milliseconds of a monotonic clock, for time-outs and unique names.
+std::uint64_t TickMs();
+
+/// Nanoseconds of a steady clock, for the video loop and for elapsed times.
+std::int64_t SteadyNs();
+
+/// The performance counter in units of 100 ns, for the audio path. Same origin as the stamps of audio packets.
+std::int64_t Counter100ns();
+
+struct LocalTime {
+    int year = 0;
+    int month = 0;  ///< 1 to 12
+    int day = 0;    ///< 1 to 31
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    int millisecond = 0;
+};
+
+LocalTime LocalNow();
+
+/// Blocks the calling thread. Not for the capture thread, which waits on its events instead.
+void SleepMs(std::uint32_t milliseconds);
+
+/// A one-shot high-resolution timer for the frame loop.
+struct PreciseTimer;
+template <>
+void Closer<PreciseTimer>::operator()(PreciseTimer* timer) const noexcept;
+
+/// Null when the system has none to give.
+Owned<PreciseTimer> MakePreciseTimer();
+
+enum class PreciseWait {
+    Elapsed,
+    Stopped  ///< `stop` was signalled; it wins when both have happened
+};
+
+/// Waits `units` of 100 ns (at least 1) or until `stop` is signalled, without a time limit of its own.
+PreciseWait WaitPrecisely(PreciseTimer& timer, Event& stop, std::int64_t units);
+
+}  // namespace zv

@@ -1,0 +1,127 @@
+// The desktop as images, and the way from such an image to the encoder's surface.
+//
+// The calls mirror desktop duplication and a fixed-function video processor: an output of an adapter, a device on
+// that adapter, the duplication of the output, two surfaces and a scaler between them. All calls for one capture
+// are made on one thread. Handles are released in the reverse order of their making, and every AcquireImage that
+// answered Acquired is followed by ReleaseImage before the next one.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/Monitors.h"
+#include "platform/Owned.h"
+#include "platform/Result.h"
+
+namespace zv {
+
+struct GraphicsFactory;
+struct GraphicsOutput;  ///< an output together with the adapter that owns it
+struct GraphicsDevice;  ///< device and context
+struct DesktopDuplication;
+struct DesktopImage;  ///< the resource of one acquired image
+struct Surface;
+struct VideoProcessing;  ///< video device and video context
+struct VideoScaler;      ///< enumerator, processor and views
+template <>
+void Closer<GraphicsFactory>::operator()(GraphicsFactory* factory) const noexcept;
+template <>
+void Closer<GraphicsOutput>::operator()(GraphicsOutput* output) const noexcept;
+template <>
+void Closer<GraphicsDevice>::operator()(GraphicsDevice* device) const noexcept;
+template <>
+void Closer<DesktopDuplication>::operator()(DesktopDuplication* duplication) const noexcept;
+template <>
+void Closer<DesktopImage>::operator()(DesktopImage* image) const noexcept;
+template <>
+void Closer<Surface>::operator()(Surface* surface) const noexcept;
+template <>
+void Closer<VideoProcessing>::operator()(VideoProcessing* processing) const noexcept;
+template <>
+void Closer<VideoScaler>::operator()(VideoScaler* scaler) const noexcept;
+
+Result OpenGraphicsFactory(Owned<GraphicsFactory>& factory);
+
+enum class OutputLookup {
+    Found,     ///< `output` is made and `record` filled; `record.described` may still be false
+    NoOutput,  ///< the adapter has no output of that index
+    NoAdapter  ///< there is no adapter of that index
+};
+
+OutputLookup LookUpOutput(GraphicsFactory& factory, std::uint32_t adapterIndex, std::uint32_t outputIndex,
+                          OutputRecord& record, Owned<GraphicsOutput>& output);
+
+/// Device and context on the adapter of `output`, with BGRA and video support.
+Result MakeGraphicsDevice(GraphicsOutput& output, Owned<GraphicsDevice>& device);
+
+Result OpenDuplication(GraphicsDevice& device, GraphicsOutput& output, Owned<DesktopDuplication>& duplication);
+
+/// The video interfaces of the device.
+Result OpenVideoProcessing(GraphicsDevice& device, Owned<VideoProcessing>& processing);
+
+struct ScalerFormat {
+    std::uint32_t sourceWidth = 0;
+    std::uint32_t sourceHeight = 0;
+    std::uint32_t outputWidth = 0;
+    std::uint32_t outputHeight = 0;
+    std::uint32_t fps = 0;
+};
+
+/// Enumerator and processor, without views yet.
+Result MakeVideoScaler(VideoProcessing& processing, const ScalerFormat& format, Owned<VideoScaler>& scaler);
+
+/// The surface that keeps the last desktop image: BGRA, 8 bits a channel.
+Result MakeCaptureSurface(GraphicsDevice& device, std::uint32_t width, std::uint32_t height, Owned<Surface>& surface);
+
+/// The surface that the encoder reads: NV12.
+Result MakeNv12Surface(GraphicsDevice& device, std::uint32_t width, std::uint32_t height, Owned<Surface>& surface);
+
+/// Input view on `source`, output view on `target`.
+Result MakeScalerViews(VideoScaler& scaler, Surface& source, Surface& target);
+
+struct Rectangle {
+    std::int32_t left = 0;
+    std::int32_t top = 0;
+    std::int32_t right = 0;
+    std::int32_t bottom = 0;
+    bool operator==(const Rectangle&) const = default;
+};
+
+struct ScalerState {
+    Rectangle source;       ///< part of the desktop image, enabled
+    Rectangle destination;  ///< where it lands in the frame, enabled
+    Rectangle target;       ///< the whole frame, enabled
+    bool autoProcessing = false;
+    std::uint32_t streamColorSpace = 0;   ///< D3D11_VIDEO_PROCESSOR_COLOR_SPACE bits: full-range RGB
+    std::uint32_t outputColorSpace = 20;  ///< the same: BT.709 matrix, nominal range 16 to 235
+    float backgroundY = 0.0625F;          ///< video black
+    float backgroundCb = 0.5F;
+    float backgroundCr = 0.5F;
+    float backgroundAlpha = 1.0F;
+};
+
+/// Sets the state of stream 0, once, in the order of the record's fields.
+void SetScalerState(VideoScaler& scaler, const ScalerState& state);
+
+enum class Acquire { Acquired, Timeout, Failed };
+
+/// The next desktop image, waiting up to `timeoutMs` for one. On Failed `code` holds the reason.
+Acquire AcquireImage(DesktopDuplication& duplication, std::uint32_t timeoutMs, Owned<DesktopImage>& image,
+                     Result& code);
+
+/// Copies the acquired image into the surface. Fails when the image cannot be read as a texture.
+Result CopyImage(GraphicsDevice& device, DesktopImage& image, Surface& surface);
+
+/// Gives the image back to the duplication.
+void ReleaseImage(DesktopDuplication& duplication);
+
+/// One conversion from the source surface to the target surface. `frameIndex` is the output frame.
+Result RunScaler(VideoScaler& scaler, std::uint32_t frameIndex);
+
+/// Submits what has been queued on the device.
+void FlushGraphics(GraphicsDevice& device);
+
+/// What the encoder library is given as its device and as its input texture.
+void* NativeDevice(GraphicsDevice& device);
+void* NativeTexture(Surface& surface);
+
+}  // namespace zv

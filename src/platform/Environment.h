@@ -1,0 +1,28 @@
+// The process and what surrounds it: variables, its own number and place, the search path.
+#pragma once
+
+#include <cstdint>
+
+#include "core/Text.h"
+
+namespace zv {
+
+/// The value of an environment variable, empty when it is missing or empty.
+/// On Linux "LOCALAPPDATA" falls back to XDG_DATA_HOME and then to $HOME/.local/share.
+Text EnvironmentValue(TextView name);
+
+/// Sets a variable for this process and the children that it starts later.
+void SetEnvironmentValue(TextView name, TextView value);
+
+std::uint32_t OwnProcessId();
+
+/// The folder of the running executable, without a separator at its end.
+Text ExecutableFolder();
+
+/// "ffmpeg.exe" or "ffmpeg".
+extern const char16_t* const ffmpegFileName;
+
+/// The first hit of a file name on the system's search path for programs, empty when there is none.
+Text FindOnSearchPath(TextView fileName);
+
+}  // namespace zv

@@ -1,0 +1,40 @@
+// What std::filesystem lacks: text to path and back, shared reading, a replacing move, known folders.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+
+#include "core/Text.h"
+#include "platform/Result.h"
+
+namespace zv {
+
+/// The native path of `text`, and back. Neither ever throws for a name without a valid form: on Linux a lone
+/// surrogate becomes its three-byte form, and a byte that is no UTF-8 becomes the unit 0xDC00 + byte, so that
+/// every name of a directory survives the way there and back.
+std::filesystem::path ToPath(TextView text);
+Text FromPath(const std::filesystem::path& path);
+
+/// "\" or "/".
+extern const char16_t pathSeparator;
+
+/// `folder` and `name` joined with one separator between them; an absolute `name` replaces the folder.
+Text JoinPath(TextView folder, TextView name);
+
+/// Reads a file that another process may be writing, replacing or deleting, in blocks of 4096 bytes, until a read
+/// fails, gives nothing, or at least `cap` bytes are there. Empty when the file cannot be opened.
+std::string ReadSharedFile(TextView path, std::size_t cap);
+
+/// Renames `from` to `to`, replacing an existing file and copying across volumes.
+Result MoveFileReplacing(TextView from, TextView to);
+
+enum class KnownFolder { Videos, Pictures, LocalData };
+
+/// The user's folder without a separator at its end, or "." when the system cannot tell.
+Text FolderOf(KnownFolder folder);
+
+/// The user's temporary folder, without a separator at its end.
+Text TemporaryFolder();
+
+}  // namespace zv

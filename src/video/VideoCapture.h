@@ -1,0 +1,62 @@
+// The video worker: one thread that turns one monitor's desktop into H.264 in a transport stream in a pipe.
+//
+// The owner starts it with five values and watches three figures and an error text. It knows nothing of frames,
+// and the worker knows nothing of segments or files. The stream has a constant frame rate by construction: one
+// frame a tick, whether the desktop changed or not, and every timestamp comes from the count of frames.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <thread>
+
+#include "core/Text.h"
+#include "platform/Event.h"
+
+namespace zv {
+
+struct VideoFormat {
+    std::uint32_t width = 0;  ///< output size in pixels
+    std::uint32_t height = 0;
+    std::uint32_t fps = 0;  ///< 30, 60, 120 or 240
+    std::uint32_t bitrateMbps = 0;
+};
+
+class VideoCapture {
+public:
+    VideoCapture();
+    ~VideoCapture();  ///< stops
+    VideoCapture(const VideoCapture&) = delete;
+    VideoCapture& operator=(const VideoCapture&) = delete;
+
+    /// Ends a capture that still runs, starts the thread and waits up to 15000 ms until its pipe exists.
+    /// On false Error() tells why; it is empty after a time-out. Not from the worker's own thread.
+    bool Start(const Text& monitorDevice, const VideoFormat& format);
+
+    /// Ends and joins the thread. In any state, any number of times. A stop leaves no error text.
+    void Stop();
+
+    /// A copy of the failure's sentence, empty while nothing failed.
+    Text Error() const;
+
+    /// The name under which the reader opens the stream, valid after Start.
+    const Text& PipeName() const { return pipeName_; }
+
+    std::atomic<bool> running{false};              ///< from the pipe's existence until the thread leaves or fails
+    std::atomic<std::uint64_t> encodedFrames{0};   ///< frames whose pipe write is known to be complete
+    std::atomic<std::uint64_t> encodeMicros{0};    ///< smoothed: acquire, convert, wait, encode and mux of a frame
+    std::atomic<std::uint64_t> pipeWaitMicros{0};  ///< smoothed: the part of it spent waiting for the reader
+
+private:
+    friend struct VideoWorker;
+
+    mutable std::mutex errorMutex_;
+    Text error_;  ///< under errorMutex_
+
+    Text pipeName_;
+    Owned<Event> stopEvent_;
+    Owned<Event> readyEvent_;
+    std::thread thread_;
+};
+
+}  // namespace zv
