@@ -52,6 +52,4 @@ void WriteInput(ProcessInput& input, std::string_view bytes);
 /// Kills every process of the job with exit code 1, without waiting.
 void TerminateJob(Job& job);
 
-/// The arguments of a command line by the Windows rule (the C runtime's: blanks separate, double quotes group,
-/// backslashes escape only in front of a double quote). Used by the platform that needs a list.
 }  // namespace zv

@@ -1,4 +1,4 @@
-// What std::filesystem lacks: text to path and back, shared reading, a replacing move, known folders.
+// What std::filesystem lacks: text to path and back, shared reading, a replacing move.
 #pragma once
 
 #include <cstddef>
@@ -28,13 +28,5 @@ std::string ReadSharedFile(TextView path, std::size_t cap);
 
 /// Renames `from` to `to`, replacing an existing file and copying across volumes.
 Result MoveFileReplacing(TextView from, TextView to);
-
-enum class KnownFolder { Videos, Pictures, LocalData };
-
-/// The user's folder without a separator at its end, or "." when the system cannot tell.
-Text FolderOf(KnownFolder folder);
-
-/// The user's temporary folder, without a separator at its end.
-Text TemporaryFolder();
 
 }  // namespace zv

@@ -401,7 +401,7 @@ struct NV_ENCODE_API_FUNCTION_LIST {
     void* unused32[5] = {};
     const char* (*nvEncGetLastErrorString)(void*) = nullptr;
     void* unused38[1] = {};
-    NVENCSTATUS (*nvEncGetEncodePresetConfigEx)
+    NVENCSTATUS(*nvEncGetEncodePresetConfigEx)
     (void*, NvencGuid, NvencGuid, std::uint32_t, NV_ENC_PRESET_CONFIG*) = nullptr;
     void* unused40[3] = {};
     void* reserved2[275] = {};
