@@ -21,7 +21,8 @@ struct DesktopDuplication;
 struct DesktopImage;  ///< the resource of one acquired image
 struct Surface;
 struct VideoProcessing;  ///< video device and video context
-struct VideoScaler;      ///< enumerator, processor and views
+struct VideoScaler;      ///< enumerator and processor
+struct ScalerViews;      ///< a scaler's input and output view; released before the surfaces that it looks at
 template <>
 void Closer<GraphicsFactory>::operator()(GraphicsFactory* factory) const noexcept;
 template <>
@@ -38,6 +39,8 @@ template <>
 void Closer<VideoProcessing>::operator()(VideoProcessing* processing) const noexcept;
 template <>
 void Closer<VideoScaler>::operator()(VideoScaler* scaler) const noexcept;
+template <>
+void Closer<ScalerViews>::operator()(ScalerViews* views) const noexcept;
 
 Result OpenGraphicsFactory(Owned<GraphicsFactory>& factory);
 
@@ -76,7 +79,7 @@ Result MakeCaptureSurface(GraphicsDevice& device, std::uint32_t width, std::uint
 Result MakeNv12Surface(GraphicsDevice& device, std::uint32_t width, std::uint32_t height, Owned<Surface>& surface);
 
 /// Input view on `source`, output view on `target`.
-Result MakeScalerViews(VideoScaler& scaler, Surface& source, Surface& target);
+Result MakeScalerViews(VideoScaler& scaler, Surface& source, Surface& target, Owned<ScalerViews>& views);
 
 struct Rectangle {
     std::int32_t left = 0;
@@ -115,7 +118,7 @@ Result CopyImage(GraphicsDevice& device, DesktopImage& image, Surface& surface);
 void ReleaseImage(DesktopDuplication& duplication);
 
 /// One conversion from the source surface to the target surface. `frameIndex` is the output frame.
-Result RunScaler(VideoScaler& scaler, std::uint32_t frameIndex);
+Result RunScaler(VideoScaler& scaler, ScalerViews& views, std::uint32_t frameIndex);
 
 /// Submits what has been queued on the device.
 void FlushGraphics(GraphicsDevice& device);

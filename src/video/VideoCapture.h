@@ -12,15 +12,9 @@
 
 #include "core/Text.h"
 #include "platform/Event.h"
+#include "video/VideoFormat.h"
 
 namespace zv {
-
-struct VideoFormat {
-    std::uint32_t width = 0;  ///< output size in pixels
-    std::uint32_t height = 0;
-    std::uint32_t fps = 0;  ///< 30, 60, 120 or 240
-    std::uint32_t bitrateMbps = 0;
-};
 
 class VideoCapture {
 public:
