@@ -1,0 +1,10 @@
+#include "EnvironmentLock.h"
+
+namespace zv {
+
+std::mutex& EnvironmentLock() {
+    static std::mutex lock;
+    return lock;
+}
+
+}  // namespace zv
