@@ -1,0 +1,31 @@
+// The mix of the sources into blocks of 10 ms, one after the other, none ever skipped.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "audio/AudioRing.h"
+
+namespace zv {
+
+inline constexpr float sourceGain = 1.0F;
+inline constexpr std::size_t blockBytes = blockFloats * sizeof(float);
+
+struct AudioMix {
+    AudioRing* system = nullptr;      ///< null when system sound is off
+    AudioRing* microphone = nullptr;  ///< null when the microphone is off
+    std::int64_t nextBlockFrame = 0;  ///< the output frame at which the next block begins
+    std::array<float, blockFloats> block{};
+};
+
+/// True as long as the wall clock says that another block should exist.
+bool BlockIsDue(const AudioMix& mix, std::int64_t targetFrame);
+
+/// Makes the block at `nextBlockFrame` from silence and both sources, clipped to -1 and +1.
+void FillBlock(AudioMix& mix);
+
+/// The block has been written.
+void FinishBlock(AudioMix& mix);
+
+}  // namespace zv

@@ -1,0 +1,133 @@
+#include "audio/SampleConversion.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace zv {
+namespace {
+
+template <class Value>
+Value Load(const std::byte* at) {
+    static_assert(std::endian::native == std::endian::little);
+    Value value;
+    std::memcpy(&value, at, sizeof value);
+    return value;
+}
+
+float DecodeFloat32(const std::byte* at) {
+    constexpr std::uint32_t exponent = 0x7F800000U;
+    return (Load<std::uint32_t>(at) & exponent) == exponent ? 0.0F : Load<float>(at);
+}
+
+float DecodeFloat64(const std::byte* at) {
+    constexpr std::uint64_t exponent = 0x7FF0000000000000U;
+    return (Load<std::uint64_t>(at) & exponent) == exponent ? 0.0F : static_cast<float>(Load<double>(at));
+}
+
+float DecodeInteger8(const std::byte* at) { return static_cast<float>(Load<std::uint8_t>(at) - 128) * 0.0078125F; }
+
+float DecodeInteger16(const std::byte* at) { return static_cast<float>(Load<std::int16_t>(at)) * 3.0517578e-5F; }
+
+float DecodeInteger24(const std::byte* at) {
+    const std::uint32_t raw = std::to_integer<std::uint32_t>(at[0]) | std::to_integer<std::uint32_t>(at[1]) << 8U |
+                              std::to_integer<std::uint32_t>(at[2]) << 16U;
+    const std::int32_t value = static_cast<std::int32_t>(raw << 8U) >> 8;
+    return static_cast<float>(value) * 1.1920929e-7F;
+}
+
+float DecodeInteger32(const std::byte* at) {
+    return static_cast<float>(static_cast<double>(Load<std::int32_t>(at)) * 4.656612873077393e-10);
+}
+
+/// Adds the value of one channel to the sides on which it is heard.
+void AddChannel(StereoFrame& frame, std::uint32_t channel, std::uint32_t channels, float value) {
+    if (channels == 1) {
+        frame.left += value;
+        frame.right += value;
+    } else if (channel == 0) {
+        frame.left += value;
+    } else if (channel == 1) {
+        frame.right += value;
+    } else {
+        frame.left += value * 0.5F;
+        frame.right += value * 0.5F;
+    }
+}
+
+template <float (*Decode)(const std::byte*)>
+StereoFrame ConvertFrame(const SourceFormat& format, PacketSound sound, std::int64_t i) {
+    const double pos = static_cast<double>(format.sampleRate) * static_cast<double>(i) / 48000.0;
+    const std::int64_t last = std::int64_t{sound.frames} - 1;
+    const std::int64_t a = std::min(last, static_cast<std::int64_t>(pos));
+    const std::int64_t b = std::min(last, a + 1);
+    const auto w = static_cast<float>(pos - static_cast<double>(a));
+    const std::byte* frameA = sound.data + a * format.blockAlign;
+    const std::byte* frameB = sound.data + b * format.blockAlign;
+    StereoFrame frame;
+    for (std::uint32_t c = 0; c < format.channels; ++c) {
+        const std::size_t offset = std::size_t{c} * (format.bitsPerSample / 8);
+        const float value = (1.0F - w) * Decode(frameA + offset) + w * Decode(frameB + offset);
+        AddChannel(frame, c, format.channels, value);
+    }
+    return frame;
+}
+
+template <float (*Decode)(const std::byte*)>
+void FileConverted(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange part,
+                   std::int64_t first) {
+    for (std::int64_t t = part.begin; t < part.end; ++t) {
+        FileFrame(ring, t, ConvertFrame<Decode>(format, sound, t - first));
+    }
+}
+
+void FileSound(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange part, std::int64_t first) {
+    if (format.isFloat) {
+        return format.bitsPerSample == 32 ? FileConverted<DecodeFloat32>(ring, format, sound, part, first)
+                                          : FileConverted<DecodeFloat64>(ring, format, sound, part, first);
+    }
+    switch (format.bitsPerSample) {
+        case 8:
+            return FileConverted<DecodeInteger8>(ring, format, sound, part, first);
+        case 16:
+            return FileConverted<DecodeInteger16>(ring, format, sound, part, first);
+        case 24:
+            return FileConverted<DecodeInteger24>(ring, format, sound, part, first);
+        default:
+            return FileConverted<DecodeInteger32>(ring, format, sound, part, first);
+    }
+}
+
+bool HasDecoder(std::uint32_t tag, std::uint32_t bits) {
+    if (tag == formatTagFloat) {
+        return bits == 32 || bits == 64;
+    }
+    return tag == formatTagPcm && (bits == 8 || bits == 16 || bits == 24 || bits == 32);
+}
+
+}  // namespace
+
+std::uint32_t EffectiveTag(const MixFormat& mix) {
+    const bool extended = mix.formatTag == formatTagExtensible && mix.extraBytes >= 22;
+    return extended ? mix.subFormatTag : mix.formatTag;
+}
+
+bool AcceptFormat(const MixFormat& mix, SourceFormat& format) {
+    const std::uint32_t tag = EffectiveTag(mix);
+    format = {mix.sampleRate, mix.channels, mix.bitsPerSample, mix.blockAlign, tag == formatTagFloat};
+    return mix.sampleRate != 0 && mix.channels >= 1 && mix.channels <= 32 &&
+           mix.blockAlign == mix.bitsPerSample / 8 * mix.channels && HasDecoder(tag, mix.bitsPerSample);
+}
+
+void FilePacket(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange place) {
+    const FrameRange part = Acceptable(ring, place);
+    if (sound.data == nullptr || sound.frames == 0) {
+        for (std::int64_t t = part.begin; t < part.end; ++t) {
+            FileFrame(ring, t, {});
+        }
+        return;
+    }
+    FileSound(ring, format, sound, part, place.begin);
+}
+
+}  // namespace zv

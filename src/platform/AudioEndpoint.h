@@ -1,0 +1,77 @@
+// The default audio endpoints: what the speakers play (loopback) and the microphone.
+//
+// An endpoint is opened step by step, in the order in which the functions stand here, so that the caller can name
+// the step that failed. It delivers packets in its own mix format, each stamped on the clock of Counter100ns().
+// One thread does all of it: the one that holds the AudioThread. Everything an AudioThread has given must be
+// destroyed before it. No call waits for sound; a step that has to ask a server waits a few seconds at most.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/Owned.h"
+#include "platform/Result.h"
+
+namespace zv {
+
+inline constexpr Result resultInvalidArgument = ResultOf(0x80070057U);    ///< E_INVALIDARG
+inline constexpr Result resultNoEndpoint = ResultOf(0x80070490U);         ///< no such default device
+inline constexpr Result resultEndpointGone = ResultOf(0x88890004U);       ///< AUDCLNT_E_DEVICE_INVALIDATED
+inline constexpr Result resultFormatUnsupported = ResultOf(0x88890008U);  ///< AUDCLNT_E_UNSUPPORTED_FORMAT
+
+struct AudioThread;      ///< the calling thread may use sound
+struct AudioEnumerator;  ///< knows the default devices
+struct AudioEndpoint;    ///< one default endpoint
+template <>
+void Closer<AudioThread>::operator()(AudioThread* thread) const noexcept;
+template <>
+void Closer<AudioEnumerator>::operator()(AudioEnumerator* enumerator) const noexcept;
+template <>
+void Closer<AudioEndpoint>::operator()(AudioEndpoint* endpoint) const noexcept;  ///< does not stop a stream
+
+Result EnterAudioThread(Owned<AudioThread>& thread);
+Result MakeAudioEnumerator(AudioThread& thread, Owned<AudioEnumerator>& enumerator);
+
+/// The default device of now; a later change of the default is of no concern to the endpoint.
+Result FindDefaultEndpoint(AudioEnumerator& enumerator, bool loopback, Owned<AudioEndpoint>& endpoint);
+Result ActivateEndpoint(AudioEndpoint& endpoint);
+
+inline constexpr std::uint32_t formatTagPcm = 1;
+inline constexpr std::uint32_t formatTagFloat = 3;
+inline constexpr std::uint32_t formatTagExtensible = 65534;
+
+/// A mix format with the meaning of Windows' WAVEFORMATEX and its extension.
+struct MixFormat {
+    std::uint32_t formatTag = 0;
+    std::uint32_t channels = 0;
+    std::uint32_t sampleRate = 0;
+    std::uint32_t blockAlign = 0;  ///< bytes of one frame
+    std::uint32_t bitsPerSample = 0;
+    std::uint32_t extraBytes = 0;    ///< `cbSize`
+    std::uint32_t subFormatTag = 0;  ///< low 16 bits of the extension's first field, 0 without an extension
+};
+
+Result ReadMixFormat(AudioEndpoint& endpoint, MixFormat& format);
+
+/// Sets up the shared stream in the mix format that ReadMixFormat answered.
+Result InitializeEndpoint(AudioEndpoint& endpoint, bool loopback);
+Result OpenCaptureService(AudioEndpoint& endpoint);
+
+Result StartEndpoint(AudioEndpoint& endpoint);
+void StopEndpoint(AudioEndpoint& endpoint);
+
+/// The frames of the next packet that is waiting, 0 when there is none.
+Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames);
+
+struct AudioPacket {
+    const std::byte* data = nullptr;  ///< `frames` frames, valid until ReleasePacket; null means silence
+    std::uint32_t frames = 0;
+    bool silent = false;          ///< the data are to be ignored
+    bool timestampError = false;  ///< the position is to be ignored
+    std::int64_t position = 0;    ///< when the first frame was captured, in 100 ns of Counter100ns()
+};
+
+Result TakePacket(AudioEndpoint& endpoint, AudioPacket& packet);
+Result ReleasePacket(AudioEndpoint& endpoint, std::uint32_t frames);
+
+}  // namespace zv
