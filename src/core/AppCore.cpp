@@ -1,0 +1,85 @@
+#include "core/AppCore.h"
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include "core/AppFolders.h"
+#include "platform/Clock.h"
+#include "platform/Files.h"
+
+namespace zv {
+namespace {
+
+constexpr std::size_t rowsKept = 200;
+
+AppCore currentCore;
+
+void MakeFolder(TextView folder) {
+    std::error_code ignored;
+    std::filesystem::create_directories(ToPath(folder), ignored);
+}
+
+Text ClockText(const LocalTime& time) {
+    std::array<char, 16> text{};
+    std::snprintf(text.data(), text.size(), "%02u:%02u:%02u", static_cast<unsigned>(time.hour),
+                  static_cast<unsigned>(time.minute), static_cast<unsigned>(time.second));
+    return Widen(text.data());
+}
+
+Text DateText(const LocalTime& time) {
+    std::array<char, 48> text{};
+    std::snprintf(text.data(), text.size(), "%04u-%02u-%02u ", static_cast<unsigned>(time.year),
+                  static_cast<unsigned>(time.month), static_cast<unsigned>(time.day));
+    return Widen(text.data());
+}
+
+}  // namespace
+
+AppCore& CurrentAppCore() { return currentCore; }
+
+void AppLogStart(TextView data) {
+    MakeFolder(data);
+    const Text logs = Below(data, u"Logs");
+    MakeFolder(logs);
+    {
+        const std::lock_guard lock(currentCore.logMutex);
+        currentCore.logPath = Below(logs, u"zv-reels.log");
+        currentCore.logStream.Open(currentCore.logPath, OpenFor::Appending);
+    }
+    const Text history = Below(data, u"History");
+    MakeFolder(history);
+    currentCore.history.path = Below(history, u"activity.log");
+}
+
+void AppLogWrite(TextView level, TextView category, TextView message) {
+    const std::lock_guard lock(currentCore.logMutex);
+    OneByteWriter& stream = currentCore.logStream;
+    if (!stream.IsOpen()) {
+        return;
+    }
+    Text line = u"[" + ClockText(LocalNow()) + u"] [";
+    line.append(level).append(u"] [").append(category).append(u"] ").append(message).append(u"\n");
+    stream.Write(line);
+    stream.Flush();
+}
+
+void AppLogInfo(TextView category, TextView message) { AppLogWrite(u"INFO", category, message); }
+
+void AddActivity(TextView category, TextView text) {
+    const LocalTime now = LocalNow();
+    ActivityHistory& history = currentCore.history;
+    history.rows.push_back({DateText(now) + ClockText(now), Text(category), Text(text)});
+    if (history.rows.size() > rowsKept) {
+        history.rows.erase(history.rows.begin(), history.rows.end() - rowsKept);
+    }
+    if (history.path.empty()) {
+        return;
+    }
+    const ActivityRow& row = history.rows.back();
+    OneByteWriter file(history.path, OpenFor::Appending);
+    file.Write(row.time + u"\t" + row.category + u"\t" + row.text + u"\n");
+}
+
+}  // namespace zv

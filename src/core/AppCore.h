@@ -1,0 +1,52 @@
+// The small records on disk that a session leaves behind: the line log and the history of activity.
+//
+// Neither ever reports an error of its own, and nothing on disk is ever trimmed.
+#pragma once
+
+#include <mutex>
+#include <vector>
+
+#include "core/CapturePresets.h"
+#include "core/OneByteText.h"
+#include "core/Text.h"
+
+namespace zv {
+
+struct ActivityRow {
+    Text time;  ///< local, "2026-11-15 05:09:18"
+    Text category;
+    Text text;
+    bool operator==(const ActivityRow&) const = default;
+};
+
+struct ActivityHistory {
+    Text path;                      ///< empty: no file
+    std::vector<ActivityRow> rows;  ///< the latest 200
+};
+
+struct AppCore {
+    std::mutex logMutex;
+    OneByteWriter logStream;  ///< under logMutex
+    Text logPath;
+    std::vector<CapturePreset> presets = BuildCapturePresets();
+    Text releaseVersion = u"0.3.0";  ///< this and the next three are kept and never read
+    Text releaseStatus = u"Not checked";
+    Text releaseTitle;
+    Text releaseNotes;
+    ActivityHistory history;
+};
+
+/// The one record of the process.
+AppCore& CurrentAppCore();
+
+/// Opens the log and names the history under `data`, creating their folders. Interface thread, before any writing.
+void AppLogStart(TextView data);
+
+/// One line "[hh:mm:ss] [level] [category] message", flushed. Any thread.
+void AppLogWrite(TextView level, TextView category, TextView message);
+void AppLogInfo(TextView category, TextView message);
+
+/// One row of the history. Interface thread only.
+void AddActivity(TextView category, TextView text);
+
+}  // namespace zv
