@@ -1,0 +1,22 @@
+// From the process in front to the name of the folder that its captures go to.
+//
+// There is no database of games: a few special cases, a list of programs that are no games, and a general rule.
+#pragma once
+
+#include "core/Text.h"
+
+namespace zv {
+
+/// The display name for the full path of a process's image, safe as a folder name. "/" and "\" both separate.
+Text IdentifyProcess(TextView imagePath);
+
+/// A name that every file system takes as a folder: at most 80 units, 85 with the "Game_" of a reserved name.
+Text SanitizeFolderName(Text name);
+
+/// The name of the game in front; empty when the present name should stay. Interface thread.
+Text ForegroundGameName();
+
+/// Whether the capture badge shows over this process. A list of its own, narrower than the naming rules.
+bool IsKnownGame(TextView imagePath);
+
+}  // namespace zv
