@@ -1,0 +1,22 @@
+// Reads a file that another process may be writing, replacing or deleting, block by block.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+
+#include "platform/Owned.h"
+
+namespace zv {
+
+struct SharedFile;
+template <>
+void Closer<SharedFile>::operator()(SharedFile* file) const noexcept;
+
+/// Opens an existing file for reading and lets others read, write and delete it meanwhile. Null when it cannot be
+/// opened.
+Owned<SharedFile> OpenSharedFile(const std::filesystem::path& path);
+
+/// Up to `size` bytes into `bytes`. Answers how many there were: 0 at the end of the file, and after a failure.
+std::size_t ReadBlock(SharedFile& file, std::byte* bytes, std::size_t size);
+
+}  // namespace zv
