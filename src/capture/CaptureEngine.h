@@ -6,15 +6,9 @@
 
 #include <atomic>
 #include <cstdint>
-#include <memory>
-#include <string>
-#include <vector>
 
-#include "audio/AudioCapture.h"
-#include "capture/SegmentRelay.h"
+#include "capture/EncoderProcess.h"
 #include "core/Text.h"
-#include "platform/ChildProcess.h"
-#include "video/VideoCapture.h"
 
 namespace zv {
 
@@ -45,16 +39,6 @@ struct CapturePollResult {
     std::int32_t bufferedSeconds = 0;  ///< seconds of media that the replay's playlist lists
     bool changed = false;              ///< state or replayRunning changed, or the poll itself failed
     Text status;                       ///< the text to show when `changed`, otherwise empty
-};
-
-/// An FFmpeg child with all that feeds it. A field that is null is absent.
-struct EncoderProcess {
-    Owned<Process> process;          ///< set from a successful StartChild until StopChild
-    Owned<ProcessInput> stdinWrite;  ///< used for the quit command only
-    Owned<Job> job;
-    std::unique_ptr<AudioCapture> audio;
-    std::unique_ptr<VideoCapture> video;
-    std::unique_ptr<SegmentRelay> relay;
 };
 
 class CaptureEngine {

@@ -1,0 +1,58 @@
+// An FFmpeg child with all that feeds it, and what every command line of such a child is made of.
+//
+// FFmpeg is an outside program that the user supplies. It is found here, driven by argument lines, and read through
+// files that it may still be writing.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "audio/AudioCapture.h"
+#include "capture/SegmentRelay.h"
+#include "core/Text.h"
+#include "platform/ChildProcess.h"
+#include "video/VideoCapture.h"
+
+namespace zv {
+
+/// A field that is null is absent. A replay has `video` and, with sound, `audio`; a recording has either those two or
+/// `relay` alone; a save has neither.
+struct EncoderProcess {
+    Owned<Process> process;          ///< set from a successful StartChild until StopChild
+    Owned<ProcessInput> stdinWrite;  ///< used for the quit command only
+    Owned<Job> job;
+    std::unique_ptr<AudioCapture> audio;
+    std::unique_ptr<VideoCapture> video;
+    std::unique_ptr<SegmentRelay> relay;
+};
+
+/// A set handle alone says nothing: true only while the child has not ended.
+bool IsChildRunning(const EncoderProcess& process);
+
+/// True when a feeder exists and its thread has ended or failed.
+bool HasStopped(const std::unique_ptr<VideoCapture>& video);
+bool HasStopped(const std::unique_ptr<AudioCapture>& audio);
+
+/// Clears the three handles, and stops and destroys every feeder.
+void ResetProcess(EncoderProcess& process);
+
+/// Full path of FFmpeg: the variable ZV_FFMPEG, then the folder of the program, then the search path. Empty: none.
+Text FindFfmpeg();
+
+/// One argument in the Windows command-line convention, always in double quotes.
+Text QuoteArgument(TextView text);
+
+/// The options for the feeders in `process`, from the inputs to the audio codec, with a blank at the end.
+Text BuildEncoderInputs(const EncoderProcess& process);
+
+/// A file that a child may be writing: its first 0x100000 bytes, to the next full block of 4096. Empty if it cannot be
+/// opened.
+std::string ReadFileCapped(TextView path);
+
+/// True when the file can be examined and is at least 1025 bytes long. Less than that is no finished MP4.
+bool HasMediaData(TextView path);
+
+/// `outputPath` with ".partial.mp4" behind it: the name under which a file is written until it is whole.
+Text WorkingName(TextView outputPath);
+
+}  // namespace zv

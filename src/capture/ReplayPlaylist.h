@@ -1,0 +1,34 @@
+// What the replay's playlist says: which segments it lists and how many seconds they hold.
+//
+// The playlist is FFmpeg's own, plain text read as bytes. Segment names stay narrow bytes as long as they are compared
+// or written; they sort in time order as byte strings.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/Text.h"
+
+namespace zv {
+
+using SegmentNames = std::vector<std::string>;
+
+/// The bare names of the segments, in the order of the lines. Everything that could leave the folder is ignored.
+SegmentNames SegmentNamesIn(std::string_view playlist);
+
+/// The sum of all durations, truncated to whole seconds.
+std::int32_t SecondsIn(std::string_view playlist);
+
+/// The full path of a replay folder's playlist.
+Text PlaylistPath(TextView folder);
+
+/// The names that the playlist of `folder` lists; none when there is no playlist.
+SegmentNames ReadSegmentList(TextView folder);
+
+/// A segment's place for file-system calls. Empty for a name that the system has no form for.
+std::filesystem::path SegmentPath(TextView folder, const std::string& name);
+
+}  // namespace zv
