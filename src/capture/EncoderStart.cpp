@@ -1,0 +1,159 @@
+// Bringing up video, sound and FFmpeg together.
+//
+// The start counts only once FFmpeg's progress file shows that frames arrive, and in demanding modes only once the
+// sustained rate has reached 90 percent of the target. Nothing is tried twice: a failure ends everything that was
+// started and leaves one sentence. The waits are waits for the child's end, so that its death ends them at once.
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include "capture/CaptureEngine.h"
+#include "capture/SpeedCheck.h"
+#include "platform/Clock.h"
+#include "platform/Files.h"
+
+namespace zv {
+namespace {
+
+constexpr std::uint32_t stopMs = 30000;
+constexpr int framePasses = 60;  // of 250 ms: about 15 seconds
+constexpr std::uint32_t framePassMs = 250;
+constexpr std::uint32_t measurePassMs = 100;
+
+bool FeederHasStopped(const EncoderProcess& process) { return HasStopped(process.video) || HasStopped(process.audio); }
+
+/// The sentence of the feeder that stopped; the video's comes first.
+Text FeederError(const EncoderProcess& process) {
+    if (HasStopped(process.video)) {
+        return process.video->Error();
+    }
+    return HasStopped(process.audio) ? process.audio->Error() : Text();
+}
+
+bool StartVideo(CaptureEngine& engine, EncoderProcess& process) {
+    VideoFormat format;
+    format.width = static_cast<std::uint32_t>(engine.width);
+    format.height = static_cast<std::uint32_t>(engine.height);
+    format.fps = static_cast<std::uint32_t>(engine.fps);
+    format.bitrateMbps = static_cast<std::uint32_t>(engine.bitrateMbps);
+    process.video = std::make_unique<VideoCapture>();
+    if (process.video->Start(engine.monitorDevice, format)) {
+        return true;
+    }
+    engine.statusText = process.video->Error();
+    process.video.reset();
+    return false;
+}
+
+bool StartAudio(CaptureEngine& engine, EncoderProcess& process) {
+    if (!engine.gameAudioEnabled && !engine.micEnabled) {
+        return true;
+    }
+    process.audio = std::make_unique<AudioCapture>();
+    if (process.audio->Start(engine.gameAudioEnabled, engine.micEnabled)) {
+        return true;
+    }
+    engine.statusText = process.audio->Error();
+    process.audio.reset();
+    process.video.reset();
+    return false;
+}
+
+bool WaitForFrames(CaptureEngine& engine, EncoderProcess& process, const Text& progressPath, const Text& logPath) {
+    const std::int64_t threshold = FrameThreshold(engine.fps);
+    for (int pass = 0; pass < framePasses && IsChildRunning(process); ++pass) {
+        if (FeederHasStopped(process)) {
+            engine.statusText = FeederError(process);
+            engine.StopChild(process, stopMs);
+            return false;
+        }
+        if (FramesHaveReached(ReadFileCapped(progressPath), threshold)) {
+            return true;
+        }
+        WaitForExit(*process.process, framePassMs);
+    }
+    engine.StopChild(process, stopMs);
+    engine.statusText = u"GPU recording could not start. No slow GDI fallback was used. Details: " + logPath;
+    return false;
+}
+
+bool AllRun(const EncoderProcess& process) { return IsChildRunning(process) && !FeederHasStopped(process); }
+
+/// Frames a second over the window, or over what of it passed before something stopped.
+std::int32_t MeasureRate(const EncoderProcess& process, std::uint32_t windowMs) {
+    const std::uint64_t begin = TickMs();
+    const std::uint64_t framesBefore = process.video->encodedFrames;
+    while (TickMs() - begin < windowMs && AllRun(process)) {
+        WaitForExit(*process.process, measurePassMs);
+    }
+    const std::uint64_t elapsedMs = TickMs() - begin;
+    return FrameRate(process.video->encodedFrames - framesBefore, elapsedMs);
+}
+
+void LogMeasurement(const CaptureEngine& engine, const VideoCapture& video, std::int32_t measured) {
+    SpeedMeasurement measurement;
+    measurement.width = engine.width;
+    measurement.height = engine.height;
+    measurement.target = engine.fps;
+    measurement.measured = measured;
+    measurement.stats = FormatPerformanceStats(video);
+    std::ofstream log(ToPath(JoinPath(engine.cacheDir, u"performance.log")), std::ios::app | std::ios::binary);
+    log << PerformanceLine(measurement);
+}
+
+bool CheckSpeed(CaptureEngine& engine, EncoderProcess& process, const Text& logPath) {
+    std::int32_t measured = 0;
+    for (const std::uint32_t windowMs : {2000U, 5000U}) {
+        measured = MeasureRate(process, windowMs);
+        LogMeasurement(engine, *process.video, measured);
+        if (IsFastEnough(measured, engine.fps) || !AllRun(process)) {
+            break;
+        }
+    }
+    if (!AllRun(process)) {
+        const Text reason = FeederHasStopped(process) ? FeederError(process) : u"Encoder exited. See " + logPath;
+        engine.StopChild(process, stopMs);
+        engine.statusText = u"Capture stopped during speed check: " + reason;
+        return false;
+    }
+    if (!IsFastEnough(measured, engine.fps)) {
+        engine.StopChild(process, stopMs);
+        engine.measuredFps = measured;
+        engine.statusText = u"Speed check: " + Decimal(measured) + u" / " + Decimal(engine.fps) +
+                            u" FPS. Paused: choose Game friendly (60 FPS) in Settings > Capture.";
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool CaptureEngine::StartEncoder(EncoderProcess& process, const Text& outputArguments, const Text& logPath) {
+    if (ffmpegPath.empty()) {
+        statusText = u"FFmpeg is missing. Run the launcher.";
+        return false;
+    }
+    if (!StartVideo(*this, process) || !StartAudio(*this, process)) {
+        return false;
+    }
+    const Text progressPath = logPath + u".progress";
+    std::error_code ignored;
+    std::filesystem::remove(ToPath(progressPath), ignored);  // old counts must never be read
+    const Text arguments = u"-progress " + QuoteArgument(progressPath) + u" -stats_period 0.5 " +
+                           BuildEncoderInputs(process) + u"-c:v copy " + outputArguments;
+    if (!StartChild(process, arguments, logPath)) {
+        statusText = u"Cannot start NVENC encoder. See " + logPath;
+        return false;
+    }
+    if (!WaitForFrames(*this, process, progressPath, logPath)) {
+        return false;
+    }
+    if (NeedsSpeedCheck(width, fps) && !CheckSpeed(*this, process, logPath)) {
+        return false;
+    }
+    fpsSampleTick = 0;
+    measuredFps = 0;
+    return true;
+}
+
+}  // namespace zv

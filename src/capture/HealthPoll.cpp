@@ -1,0 +1,104 @@
+// The watch over what runs: notices a thread or a child that has died, stops the activity that it belongs to and says
+// why. Nothing is started again.
+#include "capture/CaptureEngine.h"
+#include "capture/SpeedCheck.h"
+#include "platform/Clock.h"
+
+namespace zv {
+namespace {
+
+constexpr std::uint32_t stopMs = 30000;
+constexpr std::uint64_t sampleMs = 2000;
+
+void SampleFrameRate(CaptureEngine& engine) {
+    const VideoCapture* source = engine.replay.video ? engine.replay.video.get() : engine.recording.video.get();
+    if (source == nullptr) {
+        engine.fpsSampleTick = 0;
+        engine.fpsSampleFrames = 0;
+        engine.measuredFps = 0;
+        return;
+    }
+    const std::uint64_t tick = TickMs();
+    const std::uint64_t frames = source->encodedFrames;
+    if (engine.fpsSampleTick != 0 && frames >= engine.fpsSampleFrames) {
+        const std::uint64_t elapsedMs = tick - engine.fpsSampleTick;
+        if (elapsedMs < sampleMs) {
+            return;
+        }
+        engine.measuredFps = FrameRate(frames - engine.fpsSampleFrames, elapsedMs);
+    }
+    engine.fpsSampleTick = tick;
+    engine.fpsSampleFrames = frames;
+}
+
+void EndRecording(CaptureEngine& engine, const Text& reason) {
+    engine.StopChild(engine.recording, stopMs);
+    engine.state = EngineState::Failed;
+    engine.statusText = reason;
+}
+
+void EndReplay(CaptureEngine& engine, const Text& reason) {
+    engine.StopChild(engine.replay, stopMs);
+    engine.replayRunning = false;
+    engine.statusText = reason;
+}
+
+Text ErrorOr(const AudioCapture& audio, TextView otherwise) {
+    const Text error = audio.Error();
+    return error.empty() ? Text(otherwise) : error;
+}
+
+/// A child that is held but has ended.
+bool HasDied(const EncoderProcess& process) { return process.process && !IsChildRunning(process); }
+
+/// The replay's video is gone. A recording that reads from the replay has all that it can get: it is saved first.
+void EndReplayWithoutVideo(CaptureEngine& engine) {
+    const Text error = engine.replay.video->Error();
+    if (engine.recording.relay && engine.recording.process) {
+        engine.FinishRecording();
+    }
+    EndReplay(engine, error);
+}
+
+}  // namespace
+
+void CaptureEngine::PollHealth() {
+    SampleFrameRate(*this);
+    if (HasStopped(recording.video)) {
+        EndRecording(*this, recording.video->Error());
+    }
+    if (HasStopped(replay.video)) {
+        EndReplayWithoutVideo(*this);
+    }
+    if (HasStopped(recording.audio)) {
+        EndRecording(*this, ErrorOr(*recording.audio, u"Recording audio stopped unexpectedly."));
+    }
+    if (HasStopped(replay.audio)) {
+        EndReplay(*this, ErrorOr(*replay.audio, u"Replay audio stopped unexpectedly."));
+    }
+    if (HasDied(recording)) {
+        EndRecording(*this, u"Recording encoder stopped unexpectedly. Logs: " + cacheDir);
+    }
+    if (HasDied(replay)) {
+        EndReplay(*this, u"Replay encoder stopped unexpectedly. Logs: " + cacheDir);
+    }
+}
+
+CapturePollResult PollCapture(CaptureEngine& engine) {
+    try {
+        const bool replayBefore = engine.replayRunning;
+        const EngineState stateBefore = engine.state;
+        engine.PollHealth();
+        CapturePollResult result;
+        result.bufferedSeconds = engine.BufferedSeconds();
+        result.changed = engine.replayRunning != replayBefore || engine.state != stateBefore;
+        if (result.changed) {
+            result.status = engine.statusText;
+        }
+        return result;
+    } catch (...) {
+        return {0, true, u"Capture check failed. Try restarting replay."};
+    }
+}
+
+}  // namespace zv

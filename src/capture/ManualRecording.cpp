@@ -1,0 +1,114 @@
+// A recording of open length: from the segments of a running replay, or with a capture of its own.
+//
+// Either way the file is a fragmented MP4 under a working name, which gets its final name only when the child ended by
+// itself. A working file that was not renamed stays where it is.
+#include <filesystem>
+#include <system_error>
+
+#include "capture/CaptureEngine.h"
+#include "platform/Clock.h"
+#include "platform/Files.h"
+
+namespace zv {
+namespace {
+
+constexpr std::uint32_t stopMs = 30000;
+constexpr std::uint32_t passMs = 25;
+constexpr int mediaPasses = 160;  // 4 seconds
+constexpr int proofPasses = 480;  // 12 seconds
+
+/// An examination of the files that fails raises the file system's own exception.
+bool CanWriteRecording(const Text& outputPath) {
+    const std::filesystem::path output = ToPath(outputPath);
+    std::error_code error;
+    std::filesystem::create_directories(output.parent_path(), error);
+    return !error && !std::filesystem::exists(output) && !std::filesystem::exists(ToPath(WorkingName(outputPath)));
+}
+
+bool WaitForBufferedMedia(CaptureEngine& engine) {
+    for (int pass = 0; pass < mediaPasses && engine.BufferedSeconds() < 1; ++pass) {
+        SleepMs(passMs);
+    }
+    return engine.BufferedSeconds() >= 1;
+}
+
+Text RemuxArguments(const Text& pipeName, const Text& workingName) {
+    return u"-probesize 67108864 -analyzeduration 3000000 -f mpegts -i " + QuoteArgument(pipeName) +
+           u" -map 0:v:0 -map 0:a? -c copy -bsf:a aac_adtstoasc -frag_duration 1000000"
+           u" -movflags +frag_keyframe+empty_moov+default_base_moof " +
+           QuoteArgument(workingName);
+}
+
+/// True once the remuxing child has written media and still runs.
+bool WaitForProofOfLife(const EncoderProcess& process, const Text& workingName) {
+    for (int pass = 0; pass < proofPasses && IsChildRunning(process) && !HasMediaData(workingName); ++pass) {
+        SleepMs(passMs);
+    }
+    return IsChildRunning(process) && HasMediaData(workingName);
+}
+
+bool StartFromReplay(CaptureEngine& engine, const Text& workingName) {
+    EncoderProcess& recording = engine.recording;
+    recording.relay = std::make_unique<SegmentRelay>();
+    const bool started = recording.relay->Start(engine.replayDir) &&
+                         engine.StartChild(recording, RemuxArguments(recording.relay->PipeName(), workingName),
+                                           JoinPath(engine.cacheDir, u"recording-remux.log")) &&
+                         WaitForProofOfLife(recording, workingName);
+    if (!started) {
+        engine.statusText =
+            u"Recording could not start from replay. Check the recording folder and audio device; details are in "
+            u"recording-remux.log.";
+    }
+    return started;
+}
+
+bool StartOwnCapture(CaptureEngine& engine, const Text& workingName) {
+    const Text arguments = u"-movflags +frag_keyframe+empty_moov+default_base_moof " + QuoteArgument(workingName);
+    return engine.StartEncoder(engine.recording, arguments, JoinPath(engine.cacheDir, u"recording.log"));
+}
+
+}  // namespace
+
+bool CaptureEngine::StartRecording(const Text& outputPath) {
+    if (IsChildRunning(recording)) {
+        return false;
+    }
+    if (recording.process) {
+        StopChild(recording, stopMs);
+    }
+    if (!CanWriteRecording(outputPath)) {
+        statusText = u"Cannot create recording file (folder denied or file exists).";
+        return false;
+    }
+    recordingPath = outputPath;
+    const bool fromReplay = IsChildRunning(replay);
+    if (fromReplay && !WaitForBufferedMedia(*this)) {
+        statusText = u"Replay is still warming up. Try Record again in a moment.";
+        return false;
+    }
+    const Text workingName = WorkingName(outputPath);
+    if (!(fromReplay ? StartFromReplay(*this, workingName) : StartOwnCapture(*this, workingName))) {
+        StopChild(recording, stopMs);
+        std::error_code ignored;
+        std::filesystem::remove(ToPath(workingName), ignored);
+        state = EngineState::Failed;
+        return false;
+    }
+    state = EngineState::Recording;
+    statusText = u"Recording started. Stop Recording to finalize video and selected audio.";
+    return true;
+}
+
+void CaptureEngine::FinishRecording() {
+    if (!recording.process) {
+        return;
+    }
+    const Text workingName = WorkingName(recordingPath);
+    const bool saved = StopChild(recording, stopMs) && HasMediaData(workingName) &&
+                       Succeeded(MoveFileReplacing(workingName, recordingPath));
+    state = saved ? EngineState::Ready : EngineState::Failed;
+    statusText = saved ? u"Recording saved: " + recordingPath
+                       : u"Recording failed or did not finalize. See " + JoinPath(cacheDir, u"recording.log");
+}
+
+}  // namespace zv

@@ -1,0 +1,89 @@
+// The replay buffer: a long-running FFmpeg that keeps the last seconds as one-second segment files in a folder.
+//
+// The ring is FFmpeg's own sliding window. The list size in segments is the length in seconds, because every segment
+// starts with the key frame that the video stream has once a second.
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "capture/CaptureEngine.h"
+#include "capture/ReplayPlaylist.h"
+#include "platform/Clock.h"
+#include "platform/Files.h"
+
+namespace zv {
+namespace {
+
+constexpr std::uint32_t stopMs = 30000;
+
+void RemoveReplayFolder(const Text& folder) {
+    if (!folder.empty()) {
+        std::error_code ignored;
+        std::filesystem::remove_all(ToPath(folder), ignored);
+    }
+}
+
+bool MakeReplayFolder(const Text& folder) {
+    std::error_code error;
+    std::filesystem::create_directories(ToPath(folder), error);
+    return !error;
+}
+
+Text RingArguments(std::int32_t seconds, const Text& folder) {
+    return u"-f hls -hls_time 1 -hls_list_size " + Decimal(seconds) +
+           u" -hls_delete_threshold 3 -hls_flags delete_segments+temp_file+independent_segments"
+           u" -hls_segment_filename " +
+           QuoteArgument(JoinPath(folder, u"seg%08d.ts")) + u" " + QuoteArgument(PlaylistPath(folder));
+}
+
+}  // namespace
+
+bool CaptureEngine::StartReplay(bool enable, std::int32_t seconds) {
+    if (enable && IsChildRunning(recording) && !IsChildRunning(replay)) {
+        statusText = u"Stop manual recording before starting replay.";
+        return false;
+    }
+    const std::int32_t clamped = std::clamp(seconds, 15, 300);
+    if (enable && clamped == replaySeconds && IsChildRunning(replay)) {
+        return true;
+    }
+    if (replay.process) {
+        StopChild(replay, stopMs);
+    }
+    replayRunning = false;
+    replaySeconds = clamped;
+    RemoveReplayFolder(replayDir);
+    if (!enable) {
+        statusText = u"Replay stopped.";
+        return true;
+    }
+    replayDir = JoinPath(cacheDir, u"replay-" + DecimalUnsigned(TickMs()));
+    if (!MakeReplayFolder(replayDir)) {
+        statusText = u"Cannot create replay cache.";
+        return false;
+    }
+    const bool started =
+        StartEncoder(replay, RingArguments(replaySeconds, replayDir), JoinPath(cacheDir, u"replay.log"));
+    replayRunning = started;
+    if (started) {
+        statusText = u"Replay is buffering video and selected audio. Allow 2 seconds before saving.";
+    }
+    return started;
+}
+
+void CaptureEngine::StopAll() {
+    if (recording.process) {
+        FinishRecording();
+    }
+    if (replay.process) {
+        StopChild(replay, stopMs);
+    }
+    replayRunning = false;
+    RemoveReplayFolder(replayDir);
+}
+
+std::int32_t CaptureEngine::BufferedSeconds() {
+    return replayRunning ? SecondsIn(ReadFileCapped(PlaylistPath(replayDir))) : 0;
+}
+
+}  // namespace zv

@@ -1,0 +1,101 @@
+// Saving a replay: the segments that the playlist lists at this moment become one MP4.
+//
+// They are copied aside first, so that the running FFmpeg cannot delete them, and a second, short FFmpeg joins the
+// copies without encoding anything. The file has its final name only when it is whole.
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include "capture/CaptureEngine.h"
+#include "capture/ReplayPlaylist.h"
+#include "platform/Clock.h"
+#include "platform/Files.h"
+
+namespace zv {
+namespace {
+
+constexpr std::uint32_t joinMs = 60000;
+constexpr std::uint32_t stopMs = 1000;
+
+/// Copies the segments into `folder` and lists the copies in its concat file. False when a copy failed.
+bool CopySegments(const Text& replayFolder, const SegmentNames& names, const Text& folder, const Text& concatPath) {
+    std::ofstream concat(ToPath(concatPath));
+    concat << "ffconcat version 1.0\n";
+    for (const std::string& name : names) {
+        std::error_code error;
+        std::filesystem::copy_file(SegmentPath(replayFolder, name), SegmentPath(folder, name), error);
+        if (error) {
+            return false;
+        }
+        concat << "file '" << name << "'\n";
+    }
+    return true;
+}
+
+Text JoinArguments(const Text& concatPath, const Text& workingName) {
+    return u"-f concat -safe 1 -i " + QuoteArgument(concatPath) +
+           u" -map 0:v:0 -map 0:a? -c copy -bsf:a aac_adtstoasc -movflags +faststart " + QuoteArgument(workingName);
+}
+
+/// Runs the joining child to its end. True when it ended by itself and the file holds something.
+bool JoinSegments(CaptureEngine& engine, const Text& concatPath, const Text& workingName, const Text& logPath) {
+    EncoderProcess child;
+    if (!engine.StartChild(child, JoinArguments(concatPath, workingName), logPath)) {
+        return false;
+    }
+    const bool joined =
+        WaitForExit(*child.process, joinMs) && ExitCode(*child.process) == 0 && HasMediaData(workingName);
+    engine.StopChild(child, stopMs);
+    return joined;
+}
+
+bool SaveSegments(CaptureEngine& engine, const SegmentNames& names, const Text& outputPath, const Text& logPath) {
+    const Text folder = JoinPath(engine.cacheDir, u"save-" + DecimalUnsigned(TickMs()));
+    const Text concatPath = JoinPath(folder, u"input.ffconcat");
+    const Text workingName = WorkingName(outputPath);
+    std::error_code error;
+    std::filesystem::create_directories(ToPath(folder), error);
+    const bool copied = !error && CopySegments(engine.replayDir, names, folder, concatPath);
+    bool saved = copied && JoinSegments(engine, concatPath, workingName, logPath);
+    if (saved) {
+        saved = Succeeded(MoveFileReplacing(workingName, outputPath));
+    }
+    if (!saved) {
+        std::filesystem::remove(ToPath(workingName), error);
+    }
+    std::filesystem::remove_all(ToPath(folder), error);
+    return saved;
+}
+
+/// An examination of the output that fails raises the file system's own exception.
+bool IsFreeOutput(const Text& outputPath) {
+    const std::filesystem::path output = ToPath(outputPath);
+    std::error_code error;
+    std::filesystem::create_directories(output.parent_path(), error);
+    return !error && !std::filesystem::exists(output);
+}
+
+}  // namespace
+
+bool CaptureEngine::SaveReplayClip(const Text& outputPath) {
+    if (!IsChildRunning(replay)) {
+        replayRunning = false;
+        statusText = u"Replay is not running. Enable Instant Replay first.";
+        return false;
+    }
+    const SegmentNames names = ReadSegmentList(replayDir);
+    if (names.empty()) {
+        statusText = u"Replay is warming up. Wait 2 seconds and try again.";
+        return false;
+    }
+    if (!IsFreeOutput(outputPath)) {
+        statusText = u"Cannot create replay output file.";
+        return false;
+    }
+    const Text logPath = JoinPath(cacheDir, u"save-replay.log");
+    const bool saved = SaveSegments(*this, names, outputPath, logPath);
+    statusText = saved ? u"Replay saved: " + outputPath : u"Replay save failed. Try again; details: " + logPath;
+    return saved;
+}
+
+}  // namespace zv
