@@ -1,0 +1,205 @@
+// Endpoints of the sound server: the monitor of the default sink, and the default source.
+//
+// The server mixes, resamples and delivers what is asked for, so the mix format is always float at 48 kHz in
+// stereo, and the packets are of 10 ms. A device that goes away ends its stream; the stream is never moved.
+#include "platform/AudioEndpoint.h"
+
+#include "platform/Clock.h"
+#include "platform/linux/PacketClock.h"
+#include "platform/linux/PulseClient.h"
+
+namespace zv {
+
+struct AudioThread {};
+
+struct AudioEnumerator {
+    std::shared_ptr<PulseClient> client;
+};
+
+struct AudioEndpoint {
+    std::shared_ptr<PulseClient> client;
+    std::string source;  ///< the server's name of what is recorded
+    PulseStream stream;  ///< let go of before the client
+    PacketClock clock;
+};
+
+template <>
+void Closer<AudioThread>::operator()(AudioThread* thread) const noexcept {
+    delete thread;
+}
+
+template <>
+void Closer<AudioEnumerator>::operator()(AudioEnumerator* enumerator) const noexcept {
+    delete enumerator;
+}
+
+template <>
+void Closer<AudioEndpoint>::operator()(AudioEndpoint* endpoint) const noexcept {
+    delete endpoint;
+}
+
+namespace {
+
+constexpr std::uint32_t frameBytes = 8;
+constexpr std::uint32_t packetBytes = 480 * frameBytes;  ///< 10 ms
+constexpr pa_sample_spec mixSpec{PA_SAMPLE_FLOAT32LE, 48000, 2};
+
+struct DefaultNames {
+    std::string sink;
+    std::string source;
+};
+
+void TakeDefaultNames(pa_context*, const pa_server_info* info, void* answer) {
+    if (info != nullptr) {
+        auto& names = *static_cast<DefaultNames*>(answer);
+        names.sink = info->default_sink_name != nullptr ? info->default_sink_name : "";
+        names.source = info->default_source_name != nullptr ? info->default_source_name : "";
+    }
+}
+
+void TakeMonitorName(pa_context*, const pa_sink_info* info, int end, void* answer) {
+    if (end == 0 && info->monitor_source_name != nullptr) {
+        *static_cast<std::string*>(answer) = info->monitor_source_name;
+    }
+}
+
+/// Without a microphone the server names a sink's monitor as the default source; that is no microphone.
+void TakeMicrophoneName(pa_context*, const pa_source_info* info, int end, void* answer) {
+    if (end == 0 && info->monitor_of_sink == PA_INVALID_INDEX) {
+        *static_cast<std::string*>(answer) = info->name;
+    }
+}
+
+pa_operation* AskForSource(pa_context* context, const DefaultNames& names, bool loopback, std::string& source) {
+    return loopback ? pa_context_get_sink_info_by_name(context, names.sink.c_str(), TakeMonitorName, &source)
+                    : pa_context_get_source_info_by_name(context, names.source.c_str(), TakeMicrophoneName, &source);
+}
+
+Result FindSource(PulseClient& client, bool loopback, std::string& source) {
+    DefaultNames names;
+    Result result = Finish(client, pa_context_get_server_info(client.context, TakeDefaultNames, &names));
+    if (Failed(result)) {
+        return result;
+    }
+    if ((loopback ? names.sink : names.source).empty()) {
+        return resultNoEndpoint;
+    }
+    result = Finish(client, AskForSource(client.context, names, loopback, source));
+    return Succeeded(result) && source.empty() ? resultNoEndpoint : result;
+}
+
+/// When the frame at the stream's read position was captured; false while the server has not told yet.
+bool MeasureTime(pa_stream& stream, std::int64_t& measured) {
+    pa_usec_t latency = 0;
+    int negative = 0;
+    if (pa_stream_get_latency(&stream, &latency, &negative) < 0) {
+        return false;
+    }
+    const auto age = static_cast<std::int64_t>(latency) * 10;
+    measured = Counter100ns() - (negative != 0 ? -age : age);
+    return true;
+}
+
+}  // namespace
+
+Result EnterAudioThread(Owned<AudioThread>& thread) {
+    thread.reset(new AudioThread);
+    return resultOk;
+}
+
+Result MakeAudioEnumerator(AudioThread&, Owned<AudioEnumerator>& enumerator) {
+    std::shared_ptr<PulseClient> client;
+    const Result result = ConnectPulse(client);
+    if (Succeeded(result)) {
+        enumerator.reset(new AudioEnumerator{std::move(client)});
+    }
+    return result;
+}
+
+Result FindDefaultEndpoint(AudioEnumerator& enumerator, bool loopback, Owned<AudioEndpoint>& endpoint) {
+    std::string source;
+    const Result result = FindSource(*enumerator.client, loopback, source);
+    if (Succeeded(result)) {
+        endpoint.reset(new AudioEndpoint{enumerator.client, std::move(source), nullptr, {}});
+    }
+    return result;
+}
+
+Result ActivateEndpoint(AudioEndpoint& endpoint) {
+    endpoint.stream.reset(pa_stream_new(endpoint.client->context, "Capture", &mixSpec, nullptr));
+    return endpoint.stream ? resultOk : ResultOfPulse(pa_context_errno(endpoint.client->context));
+}
+
+Result ReadMixFormat(AudioEndpoint&, MixFormat& format) {
+    format = MixFormat();
+    format.formatTag = formatTagFloat;
+    format.channels = mixSpec.channels;
+    format.sampleRate = mixSpec.rate;
+    format.blockAlign = frameBytes;
+    format.bitsPerSample = 32;
+    return resultOk;
+}
+
+Result InitializeEndpoint(AudioEndpoint& endpoint, bool) {
+    return ConnectRecord(*endpoint.client, *endpoint.stream, endpoint.source, packetBytes);
+}
+
+Result OpenCaptureService(AudioEndpoint& endpoint) { return StreamState(*endpoint.stream); }
+
+Result StartEndpoint(AudioEndpoint& endpoint) { return Cork(*endpoint.client, *endpoint.stream, false); }
+
+void StopEndpoint(AudioEndpoint& endpoint) {
+    // Closing follows at once, so nobody waits for the answer.
+    pa_operation* corking = pa_stream_cork(endpoint.stream.get(), 1, nullptr, nullptr);
+    if (corking != nullptr) {
+        pa_operation_unref(corking);
+    }
+}
+
+Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
+    frames = 0;
+    Result result = Turn(*endpoint.client);
+    if (Succeeded(result)) {
+        result = StreamState(*endpoint.stream);
+    }
+    AudioPacket packet;
+    const void* data = nullptr;
+    std::size_t bytes = 0;
+    if (Failed(result)) {
+        return result;
+    }
+    if (pa_stream_peek(endpoint.stream.get(), &data, &bytes) < 0) {
+        return StreamState(*endpoint.stream);
+    }
+    frames = static_cast<std::uint32_t>(bytes / frameBytes);
+    return resultOk;
+}
+
+Result TakePacket(AudioEndpoint& endpoint, AudioPacket& packet) {
+    const void* data = nullptr;
+    std::size_t bytes = 0;
+    if (pa_stream_peek(endpoint.stream.get(), &data, &bytes) < 0) {
+        return ResultOfPulse(pa_context_errno(endpoint.client->context));
+    }
+    packet = AudioPacket();
+    packet.data = static_cast<const std::byte*>(data);
+    packet.frames = static_cast<std::uint32_t>(bytes / frameBytes);
+    packet.silent = data == nullptr;  // a hole in the stream
+    std::int64_t measured = 0;
+    if (MeasureTime(*endpoint.stream, measured)) {
+        packet.position = StampPacket(endpoint.clock, measured, packet.frames);
+    } else {
+        packet.timestampError = !StampUnmeasured(endpoint.clock, packet.frames, packet.position);
+    }
+    return resultOk;
+}
+
+Result ReleasePacket(AudioEndpoint& endpoint, std::uint32_t frames) {
+    if (frames == 0) {
+        return resultOk;
+    }
+    return pa_stream_drop(endpoint.stream.get()) < 0 ? ResultOfPulse(pa_context_errno(endpoint.client->context))
+                                                     : resultOk;
+}
+
+}  // namespace zv
