@@ -14,7 +14,11 @@ constexpr double smoothing = 1.0 / 64;
 
 std::int64_t Counted(const PacketClock& clock) { return clock.anchor + clock.frames * 625 / 3; }
 
-void Anchor(PacketClock& clock, std::int64_t measured) { clock = PacketClock(); clock.anchored = true; clock.anchor = measured; }
+void Anchor(PacketClock& clock, std::int64_t measured) {
+    clock = PacketClock();
+    clock.anchored = true;
+    clock.anchor = measured;
+}
 
 void FollowSlowly(PacketClock& clock, double error) {
     clock.smoothedError += (error - clock.smoothedError) * smoothing;

@@ -12,8 +12,8 @@ namespace zv {
 
 struct PacketClock {
     bool anchored = false;
-    std::int64_t anchor = 0;  ///< 100 ns
-    std::int64_t frames = 0;  ///< counted from the anchor
+    std::int64_t anchor = 0;   ///< 100 ns
+    std::int64_t frames = 0;   ///< counted from the anchor
     double smoothedError = 0;  ///< measured less counted, 100 ns
     bool following = false;
     int farAway = 0;  ///< packets in a row that were far from the count

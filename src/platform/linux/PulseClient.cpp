@@ -11,7 +11,7 @@ constexpr int waitSliceMicros = 50000;
 
 Result ContextState(PulseClient& client) {
     return PA_CONTEXT_IS_GOOD(pa_context_get_state(client.context)) ? resultOk
-                                                                     : ResultOfPulse(pa_context_errno(client.context));
+                                                                    : ResultOfPulse(pa_context_errno(client.context));
 }
 
 }  // namespace

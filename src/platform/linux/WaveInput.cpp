@@ -8,6 +8,7 @@
 #include <array>
 #include <cstring>
 
+#include "platform/linux/Posix.h"
 #include "platform/linux/PulseClient.h"
 
 namespace zv {
@@ -86,13 +87,13 @@ struct NameList {
 
 void AddSource(pa_context*, const pa_source_info* info, int end, void* list) {
     if (end == 0 && info->monitor_of_sink == PA_INVALID_INDEX) {
-        static_cast<NameList*>(list)->names.push_back({FromUtf8(info->description), true});
+        static_cast<NameList*>(list)->names.push_back({FromBytes(info->description), true});
     }
 }
 
 void AddSink(pa_context*, const pa_sink_info* info, int end, void* list) {
     if (end == 0) {
-        static_cast<NameList*>(list)->names.push_back({FromUtf8(info->description), false});
+        static_cast<NameList*>(list)->names.push_back({FromBytes(info->description), false});
     }
 }
 
