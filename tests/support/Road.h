@@ -114,6 +114,9 @@ private:
     Spawned process_;
 };
 
+/// UTF-8 of a text, for the messages of a test.
+std::string ToUtf8(const std::u16string& text);
+
 /// The path of the program under test and of the painter of numbered frames.
 std::string ProgramPath();
 std::string MovingDesktopPath();
