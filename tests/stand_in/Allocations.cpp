@@ -1,0 +1,45 @@
+#include "stand_in/Allocations.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "stand_in/Calls.h"
+
+namespace zv::stand_in {
+namespace {
+
+std::atomic<std::uint64_t> counted{0};
+thread_local bool counting = false;
+thread_local std::size_t refuseFrom = 0;
+
+}  // namespace
+
+std::uint64_t CountedAllocations() { return counted.load(); }
+void ResetCountedAllocations() { counted.store(0); }
+void CountAllocationsHere(bool on) { counting = on; }
+void RefuseAllocationsHere(std::size_t bytes) { refuseFrom = bytes; }
+
+static void* Allocate(std::size_t size) {
+    if (callDepth == 0) {
+        if (counting) {
+            counted.fetch_add(1);
+        }
+        if (refuseFrom != 0 && size >= refuseFrom) {
+            throw std::bad_alloc();
+        }
+    }
+    if (void* memory = std::malloc(size == 0 ? 1 : size)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+}  // namespace zv::stand_in
+
+void* operator new(std::size_t size) { return zv::stand_in::Allocate(size); }
+void* operator new[](std::size_t size) { return zv::stand_in::Allocate(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }

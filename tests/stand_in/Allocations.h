@@ -1,0 +1,17 @@
+// Counts what a thread asks of the free store, and can refuse it. Replaces the global operator new of the test program.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zv::stand_in {
+
+/// Allocations since the last reset on all threads that called CountAllocationsHere, those of stand-ins left out.
+std::uint64_t CountedAllocations();
+void ResetCountedAllocations();
+void CountAllocationsHere(bool on);
+
+/// From now on this thread gets std::bad_alloc for every request of at least `bytes`; 0 ends it. Stand-ins are spared.
+void RefuseAllocationsHere(std::size_t bytes);
+
+}  // namespace zv::stand_in
