@@ -1,0 +1,165 @@
+// Endpoints over the system's audio session interface: shared mode, polled, no format of our own.
+#include "platform/AudioEndpoint.h"
+
+#include <windows.h>
+
+#include <audioclient.h>
+#include <mmdeviceapi.h>
+
+#include <memory>
+
+namespace zv {
+namespace {
+
+struct ReleaseInterface {
+    void operator()(IUnknown* held) const noexcept { held->Release(); }
+};
+template <class Interface>
+using Held = std::unique_ptr<Interface, ReleaseInterface>;
+
+struct FreeTaskMemory {
+    void operator()(void* memory) const noexcept { CoTaskMemFree(memory); }
+};
+using TaskFormat = std::unique_ptr<WAVEFORMATEX, FreeTaskMemory>;
+
+constexpr WORD extensionBytes = 22;
+
+}  // namespace
+
+struct AudioThread {};
+
+struct AudioEnumerator {
+    Held<IMMDeviceEnumerator> devices;
+};
+
+struct AudioEndpoint {
+    Held<IMMDevice> device;
+    Held<IAudioClient> client;
+    Held<IAudioCaptureClient> capture;
+    TaskFormat format;  ///< as the endpoint reported it, until the stream is set up
+};
+
+template <>
+void Closer<AudioThread>::operator()(AudioThread* thread) const noexcept {
+    CoUninitialize();
+    delete thread;
+}
+
+template <>
+void Closer<AudioEnumerator>::operator()(AudioEnumerator* enumerator) const noexcept {
+    delete enumerator;
+}
+
+template <>
+void Closer<AudioEndpoint>::operator()(AudioEndpoint* endpoint) const noexcept {
+    delete endpoint;
+}
+
+Result EnterAudioThread(Owned<AudioThread>& thread) {
+    const HRESULT result = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    if (SUCCEEDED(result)) {
+        thread.reset(new AudioThread);
+    }
+    return result;
+}
+
+Result MakeAudioEnumerator(AudioThread&, Owned<AudioEnumerator>& enumerator) {
+    void* made = nullptr;
+    const HRESULT result =
+        CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_ALL, __uuidof(IMMDeviceEnumerator), &made);
+    if (SUCCEEDED(result)) {
+        enumerator.reset(new AudioEnumerator{Held<IMMDeviceEnumerator>(static_cast<IMMDeviceEnumerator*>(made))});
+    }
+    return result;
+}
+
+Result FindDefaultEndpoint(AudioEnumerator& enumerator, bool loopback, Owned<AudioEndpoint>& endpoint) {
+    IMMDevice* found = nullptr;
+    const EDataFlow flow = loopback ? eRender : eCapture;
+    const HRESULT result = enumerator.devices->GetDefaultAudioEndpoint(flow, eConsole, &found);
+    if (SUCCEEDED(result)) {
+        endpoint.reset(new AudioEndpoint);
+        endpoint->device.reset(found);
+    }
+    return result;
+}
+
+Result ActivateEndpoint(AudioEndpoint& endpoint) {
+    void* client = nullptr;
+    const HRESULT result = endpoint.device->Activate(__uuidof(IAudioClient), CLSCTX_ALL, nullptr, &client);
+    if (SUCCEEDED(result)) {
+        endpoint.client.reset(static_cast<IAudioClient*>(client));
+    }
+    return result;
+}
+
+Result ReadMixFormat(AudioEndpoint& endpoint, MixFormat& format) {
+    WAVEFORMATEX* reported = nullptr;
+    const HRESULT result = endpoint.client->GetMixFormat(&reported);
+    if (FAILED(result)) {
+        return result;
+    }
+    endpoint.format.reset(reported);
+    format = MixFormat();
+    format.formatTag = reported->wFormatTag;
+    format.channels = reported->nChannels;
+    format.sampleRate = reported->nSamplesPerSec;
+    format.blockAlign = reported->nBlockAlign;
+    format.bitsPerSample = reported->wBitsPerSample;
+    format.extraBytes = reported->cbSize;
+    if (reported->wFormatTag == WAVE_FORMAT_EXTENSIBLE && reported->cbSize >= extensionBytes) {
+        const auto* extended = reinterpret_cast<const WAVEFORMATEXTENSIBLE*>(reported);
+        format.subFormatTag = extended->SubFormat.Data1 & 0xFFFFU;
+    }
+    return result;
+}
+
+Result InitializeEndpoint(AudioEndpoint& endpoint, bool loopback) {
+    const DWORD flags = loopback ? AUDCLNT_STREAMFLAGS_LOOPBACK : 0;
+    const HRESULT result =
+        endpoint.client->Initialize(AUDCLNT_SHAREMODE_SHARED, flags, 0, 0, endpoint.format.get(), nullptr);
+    endpoint.format.reset();
+    return result;
+}
+
+Result OpenCaptureService(AudioEndpoint& endpoint) {
+    void* capture = nullptr;
+    const HRESULT result = endpoint.client->GetService(__uuidof(IAudioCaptureClient), &capture);
+    if (SUCCEEDED(result)) {
+        endpoint.capture.reset(static_cast<IAudioCaptureClient*>(capture));
+    }
+    return result;
+}
+
+Result StartEndpoint(AudioEndpoint& endpoint) { return endpoint.client->Start(); }
+
+void StopEndpoint(AudioEndpoint& endpoint) { endpoint.client->Stop(); }
+
+Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
+    UINT32 waiting = 0;
+    const HRESULT result = endpoint.capture->GetNextPacketSize(&waiting);
+    frames = waiting;
+    return result;
+}
+
+Result TakePacket(AudioEndpoint& endpoint, AudioPacket& packet) {
+    BYTE* data = nullptr;
+    UINT32 frames = 0;
+    DWORD flags = 0;
+    UINT64 stamp = 0;
+    const HRESULT result = endpoint.capture->GetBuffer(&data, &frames, &flags, nullptr, &stamp);
+    if (FAILED(result)) {
+        return result;
+    }
+    packet = AudioPacket();
+    packet.data = reinterpret_cast<const std::byte*>(data);
+    packet.frames = frames;
+    packet.silent = (flags & AUDCLNT_BUFFERFLAGS_SILENT) != 0;
+    packet.timestampError = (flags & AUDCLNT_BUFFERFLAGS_TIMESTAMP_ERROR) != 0;
+    packet.position = static_cast<std::int64_t>(stamp);
+    return result;
+}
+
+Result ReleasePacket(AudioEndpoint& endpoint, std::uint32_t frames) { return endpoint.capture->ReleaseBuffer(frames); }
+
+}  // namespace zv

@@ -1,0 +1,115 @@
+// The wave input functions, polled: no callback, the done flag of each header is looked at.
+#include "platform/WaveInput.h"
+
+#include <windows.h>
+
+#include <mmsystem.h>
+
+#include <array>
+
+namespace zv {
+
+struct WaveInput {
+    HWAVEIN device = nullptr;
+    std::array<WAVEHDR, waveBufferCount> headers{};
+    std::array<std::array<char, waveBufferBytes>, waveBufferCount> bytes{};
+};
+
+template <>
+void Closer<WaveInput>::operator()(WaveInput* input) const noexcept {
+    waveInReset(input->device);
+    for (WAVEHDR& header : input->headers) {
+        if ((header.dwFlags & WHDR_PREPARED) != 0) {
+            waveInUnprepareHeader(input->device, &header, sizeof header);
+        }
+    }
+    waveInClose(input->device);
+    delete input;
+}
+
+namespace {
+
+int CodeOfCall(MMRESULT result) { return static_cast<int>(result); }
+
+WAVEHDR& HeaderAt(WaveInput& input, int index) { return input.headers[static_cast<std::size_t>(index)]; }
+
+/// char16_t and wchar_t are both 16 bits wide here.
+Text TextOf(const WCHAR* name) { return Text(reinterpret_cast<const char16_t*>(name)); }
+
+void AppendInputs(std::vector<AudioDeviceName>& names) {
+    const UINT count = waveInGetNumDevs();
+    for (UINT index = 0; index < count; ++index) {
+        WAVEINCAPSW caps{};
+        if (waveInGetDevCapsW(index, &caps, sizeof caps) == MMSYSERR_NOERROR) {
+            names.push_back({TextOf(caps.szPname), true});
+        }
+    }
+}
+
+void AppendOutputs(std::vector<AudioDeviceName>& names) {
+    const UINT count = waveOutGetNumDevs();
+    for (UINT index = 0; index < count; ++index) {
+        WAVEOUTCAPSW caps{};
+        if (waveOutGetDevCapsW(index, &caps, sizeof caps) == MMSYSERR_NOERROR) {
+            names.push_back({TextOf(caps.szPname), false});
+        }
+    }
+}
+
+}  // namespace
+
+int OpenWaveInput(Owned<WaveInput>& input) {
+    WAVEFORMATEX format{};
+    format.wFormatTag = WAVE_FORMAT_PCM;
+    format.nChannels = 1;
+    format.nSamplesPerSec = 48000;
+    format.nAvgBytesPerSec = 96000;
+    format.nBlockAlign = 2;
+    format.wBitsPerSample = 16;
+    HWAVEIN device = nullptr;
+    const MMRESULT result = waveInOpen(&device, WAVE_MAPPER, &format, 0, 0, CALLBACK_NULL);
+    if (result == MMSYSERR_NOERROR) {
+        input.reset(new WaveInput);
+        input->device = device;
+    }
+    return CodeOfCall(result);
+}
+
+int PrepareWaveBuffer(WaveInput& input, int index) {
+    WAVEHDR& header = HeaderAt(input, index);
+    header.lpData = input.bytes[static_cast<std::size_t>(index)].data();
+    header.dwBufferLength = waveBufferBytes;
+    return CodeOfCall(waveInPrepareHeader(input.device, &header, sizeof header));
+}
+
+int QueueWaveBuffer(WaveInput& input, int index) {
+    WAVEHDR& header = HeaderAt(input, index);
+    header.dwBytesRecorded = 0;
+    return CodeOfCall(waveInAddBuffer(input.device, &header, sizeof header));
+}
+
+int StartWaveInput(WaveInput& input) { return CodeOfCall(waveInStart(input.device)); }
+
+WaveBuffer LookAtWaveBuffer(const WaveInput& input, int index) {
+    // The device's thread sets the flag.
+    const volatile WAVEHDR& header = input.headers[static_cast<std::size_t>(index)];
+    if ((header.dwFlags & WHDR_DONE) == 0) {
+        return {};
+    }
+    return {true, header.dwBytesRecorded, reinterpret_cast<const std::byte*>(header.lpData)};
+}
+
+int CheckWavePosition(WaveInput& input) {
+    MMTIME time{};
+    time.wType = TIME_SAMPLES;
+    return CodeOfCall(waveInGetPosition(input.device, &time, sizeof time));
+}
+
+std::vector<AudioDeviceName> ListAudioDeviceNames() {
+    std::vector<AudioDeviceName> names;
+    AppendInputs(names);
+    AppendOutputs(names);
+    return names;
+}
+
+}  // namespace zv
