@@ -78,14 +78,18 @@ void AppendEscaped(Text& text, std::string_view bytes) {
     }
 }
 
-/// Makes sure that a low unit, which is about to follow, forms no pair.
+/// Makes sure that a low unit, which is about to follow, forms no pair. The escapes are low units themselves, so
+/// the whole row of high ones at the end goes.
 void BreakPair(Text& text) {
-    if (text.empty() || !IsHigh(text.back())) {
-        return;
+    std::size_t begin = text.size();
+    while (begin > 0 && IsHigh(text[begin - 1])) {
+        --begin;
     }
     std::string bytes;
-    AppendUtf8(bytes, text.back());
-    text.pop_back();
+    for (const char16_t unit : TextView(text).substr(begin)) {
+        AppendUtf8(bytes, unit);
+    }
+    text.resize(begin);
     AppendEscaped(text, bytes);
 }
 

@@ -1,0 +1,107 @@
+#include "platform/Clock.h"
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <thread>
+
+namespace zv {
+namespace {
+
+TEST(Clock, TheThreeMonotonicClocksRunAtTheSameRate) {
+    const std::uint64_t tick = TickMs();
+    const std::int64_t steady = SteadyNs();
+    const std::int64_t counter = Counter100ns();
+    SleepMs(200);
+    const std::int64_t steadyMs = (SteadyNs() - steady) / 1'000'000;
+    const std::int64_t counterMs = (Counter100ns() - counter) / 10'000;
+    const auto tickMs = static_cast<std::int64_t>(TickMs() - tick);
+    EXPECT_GE(steadyMs, 180);
+    EXPECT_GE(counterMs, steadyMs - 20);
+    EXPECT_GE(tickMs, steadyMs - 40);
+    // Read one after the other; only a wrong unit would part them by more than a stalled machine does.
+    EXPECT_LE(counterMs, steadyMs + 5000);
+    EXPECT_LE(tickMs, counterMs + 5000);
+}
+
+TEST(Clock, NeitherClockEverRunsBackwards) {
+    std::int64_t steady = SteadyNs();
+    std::int64_t counter = Counter100ns();
+    for (int i = 0; i < 10000; ++i) {
+        const std::int64_t nextSteady = SteadyNs();
+        const std::int64_t nextCounter = Counter100ns();
+        ASSERT_GE(nextSteady, steady);
+        ASSERT_GE(nextCounter, counter);
+        steady = nextSteady;
+        counter = nextCounter;
+    }
+}
+
+TEST(Clock, LocalTimeIsTheTimeOfTheUsersZone) {
+    const std::time_t before = std::time(nullptr);
+    const LocalTime now = LocalNow();
+    const std::time_t after = std::time(nullptr);
+    std::tm fields{};
+    fields.tm_year = now.year - 1900;
+    fields.tm_mon = now.month - 1;
+    fields.tm_mday = now.day;
+    fields.tm_hour = now.hour;
+    fields.tm_min = now.minute;
+    fields.tm_sec = now.second;
+    fields.tm_isdst = -1;
+    const std::time_t answered = std::mktime(&fields);
+    EXPECT_GE(answered, before - 1);
+    EXPECT_LE(answered, after + 1);
+    EXPECT_GE(now.millisecond, 0);
+    EXPECT_LE(now.millisecond, 999);
+}
+
+TEST(PreciseTimer, WaitsAtLeastTheTimeThatIsAskedFor) {
+    const Owned<PreciseTimer> timer = MakePreciseTimer();
+    const Owned<Event> stop = MakeEvent();
+    ASSERT_TRUE(timer);
+    for (const std::int64_t units : {1, 5'000, 166'667}) {
+        const std::int64_t begin = SteadyNs();
+        EXPECT_EQ(WaitPrecisely(*timer, *stop, units), PreciseWait::Elapsed);
+        EXPECT_GE(SteadyNs() - begin, units * 100 - 1'000'000) << units;
+    }
+}
+
+TEST(PreciseTimer, AWaitOfNothingOrLessIsTheShortestWaitThereIs) {
+    const Owned<PreciseTimer> timer = MakePreciseTimer();
+    const Owned<Event> stop = MakeEvent();
+    EXPECT_EQ(WaitPrecisely(*timer, *stop, 0), PreciseWait::Elapsed);
+    EXPECT_EQ(WaitPrecisely(*timer, *stop, -166'667), PreciseWait::Elapsed);
+}
+
+TEST(PreciseTimer, AStopThatCameFirstWinsOverAnyWait) {
+    const Owned<PreciseTimer> timer = MakePreciseTimer();
+    const Owned<Event> stop = MakeEvent();
+    Signal(*stop);
+    EXPECT_EQ(WaitPrecisely(*timer, *stop, 1), PreciseWait::Stopped);
+    EXPECT_EQ(WaitPrecisely(*timer, *stop, 36'000'000'000), PreciseWait::Stopped);
+}
+
+TEST(PreciseTimer, AStopFromAnotherThreadEndsALongWait) {
+    const Owned<PreciseTimer> timer = MakePreciseTimer();
+    const Owned<Event> stop = MakeEvent();
+    std::thread stopper([&] {
+        SleepMs(20);
+        Signal(*stop);
+    });
+    EXPECT_EQ(WaitPrecisely(*timer, *stop, 36'000'000'000), PreciseWait::Stopped);
+    stopper.join();
+}
+
+TEST(PreciseTimer, ATimerThatWasStoppedCanBeUsedAgain) {
+    const Owned<PreciseTimer> timer = MakePreciseTimer();
+    const Owned<Event> stop = MakeEvent();
+    Signal(*stop);
+    EXPECT_EQ(WaitPrecisely(*timer, *stop, 10'000), PreciseWait::Stopped);
+    Clear(*stop);
+    EXPECT_EQ(WaitPrecisely(*timer, *stop, 10'000), PreciseWait::Elapsed);
+    EXPECT_EQ(WaitPrecisely(*timer, *stop, 10'000), PreciseWait::Elapsed);
+}
+
+}  // namespace
+}  // namespace zv

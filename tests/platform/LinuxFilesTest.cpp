@@ -1,0 +1,133 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <set>
+
+#include "platform/Files.h"
+#include "platform/linux/Posix.h"
+#include "support/TemporaryFolder.h"
+
+namespace zv {
+namespace {
+
+TEST(LinuxText, CharactersBecomeUtf8) {
+    EXPECT_EQ(ToBytes(u"a\u00E9\u6771\U0001F3AE"), "a\xC3\xA9\xE6\x9D\xB1\xF0\x9F\x8E\xAE");
+    EXPECT_EQ(FromBytes("a\xC3\xA9\xE6\x9D\xB1\xF0\x9F\x8E\xAE"), u"a\u00E9\u6771\U0001F3AE");
+}
+
+TEST(LinuxText, AByteThatIsNoUtf8BecomesAUnitOfItsOwnAndComesBack) {
+    EXPECT_EQ(FromBytes("a\xFF"), Text(u"a") + u'\xDCFF');
+    EXPECT_EQ(FromBytes("\xC3("
+                        "\x80"),
+              (Text{u'\xDCC3', u'(', u'\xDC80'}));
+    EXPECT_EQ(ToBytes(Text{u'\xDCFF', u'\xDC80'}), "\xFF\x80");
+}
+
+TEST(LinuxText, ALoneSurrogateBecomesItsThreeByteForm) {
+    EXPECT_EQ(ToBytes(Text(1, u'\xD800')), "\xED\xA0\x80");
+    EXPECT_EQ(ToBytes(Text(1, u'\xDFFF')), "\xED\xBF\xBF");
+    EXPECT_EQ(FromBytes("\xED\xA0\x80"), Text(1, u'\xD800'));
+}
+
+TEST(LinuxText, OverlongAndTooLargeFormsAreEscapedByteByByte) {
+    EXPECT_EQ(FromBytes("\xC0\xAF"), (Text{u'\xDCC0', u'\xDCAF'}));
+    EXPECT_EQ(FromBytes("\xE0\x80\xAF"), (Text{u'\xDCE0', u'\xDC80', u'\xDCAF'}));
+    EXPECT_EQ(FromBytes("\xF4\x90\x80\x80"), (Text{u'\xDCF4', u'\xDC90', u'\xDC80', u'\xDC80'}));
+}
+
+TEST(LinuxText, ATwoPartFormOfOnePairComesBackAsItWas) {
+    EXPECT_EQ(ToBytes(FromBytes("\xED\xA0\x80\xED\xB0\x80")), "\xED\xA0\x80\xED\xB0\x80");
+    EXPECT_EQ(ToBytes(FromBytes("\xED\xA0\x80\xFF")), "\xED\xA0\x80\xFF");
+    EXPECT_EQ(ToBytes(FromBytes("\xED\xB2\x80")), "\xED\xB2\x80");
+}
+
+TEST(LinuxText, EveryStringOfBytesComesBackAsItWas) {
+    // Bytes from which the interesting sequences are made, put together at random with a fixed seed.
+    const std::string alphabet = "a\x80\xA0\xB0\xB2\xBF\xC3\xE0\xED\xED\xED\xF0\xF4\xFF\x90";
+    std::minstd_rand random(4711);
+    for (int round = 0; round < 200000; ++round) {
+        std::string bytes;
+        for (std::size_t length = random() % 9; length > 0; --length) {
+            bytes += alphabet[random() % alphabet.size()];
+        }
+        ASSERT_EQ(ToBytes(FromBytes(bytes)), bytes);
+    }
+}
+
+TEST(LinuxFiles, EveryNameOfAFolderSurvivesBeingText) {
+    const support::TemporaryFolder folder;
+    const std::set<std::string> names = {"plain.mp4", "Z\xFCrich.mp4", "\xED\xA0\x80.mp4", "\xC3.mp4"};
+    for (const std::string& name : names) {
+        std::ofstream(folder.Path() / name) << name;
+    }
+    std::set<std::string> seen;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+        const Text text = FromPath(entry.path());
+        EXPECT_EQ(ReadSharedFile(text, 100), entry.path().filename().native());
+        seen.insert(ToPath(text).filename().native());
+    }
+    EXPECT_EQ(seen, names);
+}
+
+TEST(LinuxFiles, AFifoWithoutAWriterReadsAsNothingAtOnce) {
+    const support::TemporaryFolder folder;
+    const std::filesystem::path fifo = folder.Path() / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_EQ(ReadSharedFile(FromPath(fifo), 100), "");
+}
+
+/// A folder on another volume than the temporary one, or nothing.
+std::filesystem::path OtherVolume() {
+    struct stat here {};
+    struct stat there {};
+    if (stat(std::filesystem::temp_directory_path().c_str(), &here) != 0 || stat("/dev/shm", &there) != 0 ||
+        here.st_dev == there.st_dev) {
+        return {};
+    }
+    return "/dev/shm";
+}
+
+TEST(LinuxFiles, AMoveToAnotherVolumeCopiesReplacesAndKeepsTheTime) {
+    if (OtherVolume().empty()) {
+        GTEST_SKIP() << "only one volume here";
+    }
+    const support::TemporaryFolder folder;
+    const std::filesystem::path target = OtherVolume() / folder.Path().filename();
+    std::filesystem::create_directory(target);
+    const std::filesystem::path from = folder.Path() / "clip.mp4";
+    std::ofstream(from) << std::string(100000, 'c');
+    std::ofstream(target / "clip.mp4") << "old";
+    const auto written = std::filesystem::file_time_type::clock::now() - std::chrono::hours(48);
+    std::filesystem::last_write_time(from, written);
+
+    EXPECT_EQ(MoveFileReplacing(FromPath(from), FromPath(target / "clip.mp4")), resultOk);
+    EXPECT_FALSE(std::filesystem::exists(from));
+    EXPECT_EQ(ReadSharedFile(FromPath(target / "clip.mp4"), 1000000), std::string(100000, 'c'));
+    EXPECT_EQ(std::filesystem::last_write_time(target / "clip.mp4"), written);
+    const auto count = std::distance(std::filesystem::directory_iterator(target), {});
+    EXPECT_EQ(count, 1) << "nothing of the copy is left beside it";
+    std::filesystem::remove_all(target);
+}
+
+TEST(LinuxFiles, AMoveToAnotherVolumeThatFailsLeavesBothSides) {
+    if (OtherVolume().empty()) {
+        GTEST_SKIP() << "only one volume here";
+    }
+    const support::TemporaryFolder folder;
+    const std::filesystem::path target = OtherVolume() / folder.Path().filename();
+    std::filesystem::create_directories(target / "clip.mp4");
+    const std::filesystem::path from = folder.Path() / "clip.mp4";
+    std::ofstream(from) << "content";
+
+    EXPECT_TRUE(Failed(MoveFileReplacing(FromPath(from), FromPath(target / "clip.mp4"))));
+    EXPECT_EQ(ReadSharedFile(FromPath(from), 100), "content");
+    const auto count = std::distance(std::filesystem::directory_iterator(target), {});
+    EXPECT_EQ(count, 1);
+    std::filesystem::remove_all(target);
+}
+
+}  // namespace
+}  // namespace zv

@@ -1,0 +1,46 @@
+// Starts tests/support/PlatformChild.cpp, which is built beside the tests.
+#pragma once
+
+#include <filesystem>
+#include <initializer_list>
+#include <string>
+
+#include "platform/ChildProcess.h"
+#include "platform/Clock.h"
+#include "platform/Environment.h"
+#include "platform/Files.h"
+
+namespace zv::support {
+
+inline Text PlatformChildPath() {
+    const Text plain = JoinPath(ExecutableFolder(), u"platform_child");
+    return std::filesystem::exists(ToPath(plain)) ? plain : plain + u".exe";
+}
+
+/// `arguments` as they stand behind the executable's quoted name.
+inline ChildOptions PlatformChild(const Text& arguments, const std::filesystem::path& log) {
+    const Text path = PlatformChildPath();
+    return {path, u"\"" + path + u"\" " + arguments, FromPath(log)};
+}
+
+/// What a file holds, with the line ends of this program.
+inline std::string ContentOf(const std::filesystem::path& path) {
+    std::string content = ReadSharedFile(FromPath(path), 0x1000000);
+    std::erase(content, '\r');
+    return content;
+}
+
+/// True when the condition came about within a generous time.
+template <class Condition>
+bool Eventually(Condition condition) {
+    const std::uint64_t limit = TickMs() + 60000;
+    while (!condition()) {
+        if (TickMs() > limit) {
+            return false;
+        }
+        SleepMs(5);
+    }
+    return true;
+}
+
+}  // namespace zv::support
