@@ -1,0 +1,66 @@
+#include "library/ClipList.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+
+#include "platform/Files.h"
+
+namespace zv {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct FoundClip {
+    ClipRow row;
+    std::optional<fs::file_time_type> written;  ///< nothing: it could not be read
+};
+
+/// Case counts, unlike in the library's own scan.
+bool IsClipName(TextView name) {
+    const bool isVideo = EndsWith(name, u".mp4") || EndsWith(name, u".mkv") || EndsWith(name, u".mov");
+    const bool hasStem = name.size() > 4;  // a name that is all extension has none
+    return isVideo && hasStem && !EndsWith(name, u".partial.mp4");
+}
+
+void AppendClips(const Text& folder, std::vector<FoundClip>& clips) {
+    std::error_code error;
+    for (fs::directory_iterator entries(ToPath(folder), error), end; !error && entries != end;
+         entries.increment(error)) {
+        std::error_code unread;
+        if (!entries->is_regular_file(unread) || !IsClipName(FromPath(entries->path().filename()))) {
+            continue;
+        }
+        FoundClip clip;
+        clip.row.path = FromPath(entries->path());
+        const std::uintmax_t size = entries->file_size(unread);
+        clip.row.size = unread ? 0 : size;
+        const fs::file_time_type written = entries->last_write_time(unread);
+        clip.written = unread ? std::nullopt : std::optional(written);
+        clips.push_back(std::move(clip));
+    }
+}
+
+}  // namespace
+
+ClipList& CurrentClipList() {
+    static ClipList list;
+    return list;
+}
+
+void RefreshClipList(const Text& clipsFolder, const Text& recordingsFolder) {
+    std::vector<FoundClip> clips;
+    AppendClips(clipsFolder, clips);
+    if (recordingsFolder != clipsFolder) {
+        AppendClips(recordingsFolder, clips);
+    }
+    std::sort(clips.begin(), clips.end(), [](const FoundClip& a, const FoundClip& b) { return a.written > b.written; });
+    ClipList& list = CurrentClipList();
+    list.rows.clear();
+    for (FoundClip& clip : clips) {
+        list.rows.push_back(std::move(clip.row));
+    }
+    list.selected = std::min(list.selected, list.rows.empty() ? 0 : list.rows.size() - 1);
+}
+
+}  // namespace zv

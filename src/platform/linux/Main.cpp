@@ -1,0 +1,19 @@
+// The entry of the Linux program.
+#include <cstdio>
+#include <filesystem>
+
+#include "platform/Files.h"
+#include "platform/Window.h"
+#include "ui/Application.h"
+
+int main(int argumentCount, char** arguments) {
+    if (!zv::OpenSession()) {
+        std::fputs("Zorvel needs an X display. Set DISPLAY and start it again.\n", stderr);
+        return 1;
+    }
+    zv::Text commandLine;
+    for (int i = 0; i < argumentCount; ++i) {
+        commandLine += (i == 0 ? u"" : u" ") + zv::FromPath(std::filesystem::path(arguments[i]));
+    }
+    return zv::RunApplication(commandLine);
+}

@@ -1,0 +1,61 @@
+#include "ui/CaptureJobs.h"
+
+#include <utility>
+
+#include "core/AppCore.h"
+#include "ui/CaptureSettings.h"
+#include "ui/UiGlobals.h"
+
+namespace zv {
+
+void ShowStatus(const Text& text) {
+    // The notification that the words of the text call for comes first.
+    Ui().statusText = text;
+    // The windows that show the line are painted anew.
+}
+
+void CaptureJob(std::function<Text()> function) {
+    UiGlobals& ui = Ui();
+    if (ui.captureJobSlot.IsBusy()) {
+        ShowStatus(u"Capture operation in progress - please wait.");
+        return;
+    }
+    if (ui.mainWindow != nullptr) {
+        StartTimer(*ui.mainWindow, collectionTimer, collectionPeriodMs);
+    }
+    auto job = [poll = ui.capturePollSlot.Release(), function = std::move(function)] {
+        if (poll.valid()) {
+            poll.wait();
+        }
+        return function();
+    };
+    ui.captureJobSlot.Start(std::move(job), u"Capture operation failed. Check disk space and runtime files.");
+}
+
+bool CollectCaptureJob() {
+    UiGlobals& ui = Ui();
+    if (!ui.captureJobSlot.IsFinished()) {
+        return false;
+    }
+    ShowStatus(ui.captureJobSlot.Take());
+    AddActivity(u"Capture", ui.statusText);
+    // A scan of the library follows, since the job may have made a file.
+    return true;
+}
+
+void TickHealthPoll() {
+    UiGlobals& ui = Ui();
+    if (ui.capturePollSlot.IsFinished()) {
+        const CapturePollResult result = ui.capturePollSlot.Take();
+        ui.secondsReady = result.bufferedSeconds;
+        if (result.changed) {
+            ShowStatus(result.status);
+        }
+    }
+    if (!ui.capturePollSlot.IsBusy() && !ui.captureJobSlot.IsBusy()) {
+        ui.capturePollSlot.Start([] { return PollCapture(Engine()); },
+                                 CapturePollResult{0, true, u"Capture check failed. Try restarting replay."});
+    }
+}
+
+}  // namespace zv
