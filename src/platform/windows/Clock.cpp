@@ -1,0 +1,74 @@
+// Both fine clocks are the performance counter, which is also what the stamps of audio packets are made from.
+#include "platform/Clock.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+
+#include "platform/windows/EventHandle.h"
+
+namespace zv {
+namespace {
+
+/// The counter in units of which `perSecond` make a second, without an overflow on the way.
+std::int64_t CounterIn(std::int64_t perSecond) {
+    static const std::int64_t frequency = [] {
+        LARGE_INTEGER value{};
+        QueryPerformanceFrequency(&value);
+        return std::max<std::int64_t>(value.QuadPart, 1);
+    }();
+    LARGE_INTEGER counter{};
+    QueryPerformanceCounter(&counter);
+    const std::int64_t seconds = counter.QuadPart / frequency;
+    const std::int64_t rest = counter.QuadPart % frequency;
+    return seconds * perSecond + rest * perSecond / frequency;
+}
+
+}  // namespace
+
+struct PreciseTimer {
+    Handle handle;
+};
+
+template <>
+void Closer<PreciseTimer>::operator()(PreciseTimer* timer) const noexcept {
+    delete timer;
+}
+
+std::uint64_t TickMs() { return GetTickCount64(); }
+
+std::int64_t SteadyNs() { return CounterIn(1'000'000'000); }
+
+std::int64_t Counter100ns() { return CounterIn(10'000'000); }
+
+LocalTime LocalNow() {
+    SYSTEMTIME now{};
+    GetLocalTime(&now);
+    return {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds};
+}
+
+void SleepMs(std::uint32_t milliseconds) { Sleep(milliseconds); }
+
+Owned<PreciseTimer> MakePreciseTimer() {
+    Handle handle(CreateWaitableTimerExW(nullptr, nullptr, CREATE_WAITABLE_TIMER_HIGH_RESOLUTION, TIMER_ALL_ACCESS));
+    if (!handle) {
+        handle = Handle(CreateWaitableTimerW(nullptr, FALSE, nullptr));
+    }
+    return Owned<PreciseTimer>(handle ? new (std::nothrow) PreciseTimer{std::move(handle)} : nullptr);
+}
+
+PreciseWait WaitPrecisely(PreciseTimer& timer, Event& stop, std::int64_t units) {
+    LARGE_INTEGER due{};
+    due.QuadPart = -std::max<std::int64_t>(units, 1);
+    if (!SetWaitableTimer(timer.handle.Get(), &due, 0, nullptr, nullptr, FALSE)) {
+        // A timer that was not set never fires; the thread waits without it.
+        const auto milliseconds = static_cast<DWORD>(std::max<std::int64_t>(units, 1) / 10'000);
+        return WaitForSingleObject(stop.handle.Get(), milliseconds) == WAIT_OBJECT_0 ? PreciseWait::Stopped
+                                                                                     : PreciseWait::Elapsed;
+    }
+    const std::array<HANDLE, 2> handles = {stop.handle.Get(), timer.handle.Get()};
+    return WaitForMultipleObjects(2, handles.data(), FALSE, INFINITE) == WAIT_OBJECT_0 ? PreciseWait::Stopped
+                                                                                       : PreciseWait::Elapsed;
+}
+
+}  // namespace zv

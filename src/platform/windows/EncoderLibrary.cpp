@@ -1,0 +1,23 @@
+// The driver's encoder library, from the system folder and from nowhere else.
+#include "platform/EncoderLibrary.h"
+
+#include "platform/windows/Native.h"
+
+namespace zv {
+
+template <>
+void Closer<EncoderLibrary>::operator()(EncoderLibrary* library) const noexcept {
+    FreeLibrary(reinterpret_cast<HMODULE>(library));
+}
+
+Owned<EncoderLibrary> LoadEncoderLibrary() {
+    const HMODULE module = LoadLibraryExW(L"nvEncodeAPI64.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+    return Owned<EncoderLibrary>(reinterpret_cast<EncoderLibrary*>(module));
+}
+
+NvEncodeApiCreateInstance EncoderEntryPoint(EncoderLibrary& library) {
+    const FARPROC entry = GetProcAddress(reinterpret_cast<HMODULE>(&library), "NvEncodeAPICreateInstance");
+    return reinterpret_cast<NvEncodeApiCreateInstance>(reinterpret_cast<void*>(entry));
+}
+
+}  // namespace zv

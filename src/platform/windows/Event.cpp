@@ -1,0 +1,37 @@
+// Manual-reset events of the kernel.
+#include "platform/Event.h"
+
+#include <array>
+#include <new>
+
+#include "platform/windows/EventHandle.h"
+
+namespace zv {
+
+template <>
+void Closer<Event>::operator()(Event* event) const noexcept {
+    delete event;
+}
+
+Owned<Event> MakeEvent() {
+    Handle handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    return Owned<Event>(handle ? new (std::nothrow) Event{std::move(handle)} : nullptr);
+}
+
+void Signal(Event& event) { SetEvent(event.handle.Get()); }
+
+void Clear(Event& event) { ResetEvent(event.handle.Get()); }
+
+bool IsSignalled(Event& event) { return WaitForSingleObject(event.handle.Get(), 0) == WAIT_OBJECT_0; }
+
+int WaitAny(std::initializer_list<Event*> events, std::uint32_t timeoutMs) {
+    std::array<HANDLE, MAXIMUM_WAIT_OBJECTS> handles{};
+    DWORD count = 0;
+    for (Event* event : events) {
+        handles.at(count++) = event->handle.Get();
+    }
+    const DWORD answer = WaitForMultipleObjects(count, handles.data(), FALSE, timeoutMs);
+    return answer < WAIT_OBJECT_0 + count ? static_cast<int>(answer - WAIT_OBJECT_0) : waitTimedOut;
+}
+
+}  // namespace zv

@@ -1,0 +1,72 @@
+// Adapters and outputs from DXGI, the monitors of the desktop from the window manager.
+#include "platform/Monitors.h"
+
+#include "platform/windows/Graphics.h"
+
+namespace zv {
+namespace {
+
+AdapterRecord RecordOf(IDXGIAdapter1& adapter) {
+    AdapterRecord record;
+    DXGI_ADAPTER_DESC1 description{};
+    record.described = SUCCEEDED(adapter.GetDesc1(&description));
+    if (record.described) {
+        record.description = TextOf(description.Description);
+        record.vendorId = description.VendorId;
+        record.dedicatedVideoMemory = description.DedicatedVideoMemory;
+        record.software = (description.Flags & DXGI_ADAPTER_FLAG_SOFTWARE) != 0;
+    }
+    return record;
+}
+
+BOOL CALLBACK AddMonitor(HMONITOR monitor, HDC, RECT*, LPARAM list) {
+    MONITORINFOEXW information{};
+    information.cbSize = sizeof(information);
+    if (GetMonitorInfoW(monitor, &information)) {
+        const RECT& bounds = information.rcMonitor;
+        reinterpret_cast<std::vector<MonitorRecord>*>(list)->push_back(
+            {TextOf(information.szDevice), bounds.left, bounds.top, bounds.right, bounds.bottom,
+             (information.dwFlags & MONITORINFOF_PRIMARY) != 0});
+    }
+    return TRUE;
+}
+
+}  // namespace
+
+bool ListAdapterRecords(std::vector<AdapterRecord>& adapters) {
+    adapters.clear();
+    Com<IDXGIFactory6> factory;
+    if (FAILED(CreateDXGIFactory1(__uuidof(IDXGIFactory6), factory.OutVoid()))) {
+        return false;
+    }
+    Com<IDXGIAdapter1> adapter;
+    for (UINT index = 0; SUCCEEDED(factory->EnumAdapters1(index, adapter.Out())); ++index) {
+        adapters.push_back(RecordOf(*adapter.Get()));
+    }
+    return true;
+}
+
+std::vector<MonitorRecord> ListMonitorRecords() {
+    std::vector<MonitorRecord> monitors;
+    EnumDisplayMonitors(nullptr, nullptr, AddMonitor, reinterpret_cast<LPARAM>(&monitors));
+    return monitors;
+}
+
+bool ListFirstAdapterOutputs(std::vector<OutputRecord>& outputs) {
+    outputs.clear();
+    Com<IDXGIFactory1> factory;
+    if (FAILED(CreateDXGIFactory1(__uuidof(IDXGIFactory1), factory.OutVoid()))) {
+        return false;
+    }
+    Com<IDXGIAdapter1> adapter;
+    if (FAILED(factory->EnumAdapters1(0, adapter.Out()))) {
+        return true;
+    }
+    Com<IDXGIOutput> output;
+    for (UINT index = 0; SUCCEEDED(adapter->EnumOutputs(index, output.Out())); ++index) {
+        outputs.push_back(DescribeOutput(*output.Get()));
+    }
+    return true;
+}
+
+}  // namespace zv

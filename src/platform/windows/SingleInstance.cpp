@@ -1,0 +1,49 @@
+// One copy of the program in a session, and the way from a second copy to the first one's window.
+#include <new>
+
+#include "platform/Window.h"
+#include "platform/windows/Native.h"
+
+namespace zv {
+
+struct InstanceClaim {
+    Handle mutex;
+    bool speaksCom = false;
+};
+
+template <>
+void Closer<InstanceClaim>::operator()(InstanceClaim* claim) const noexcept {
+    if (claim != nullptr && claim->speaksCom) {
+        CoUninitialize();
+    }
+    delete claim;
+}
+
+Owned<InstanceClaim> ClaimSingleInstance(TextView name) {
+    Handle mutex(CreateMutexW(nullptr, FALSE, Native(Text(name))));
+    if (!mutex || GetLastError() == ERROR_ALREADY_EXISTS) {
+        return nullptr;
+    }
+    Owned<InstanceClaim> claim(new (std::nothrow) InstanceClaim{std::move(mutex), false});
+    if (claim) {
+        // The first copy's interface thread speaks COM from here on; a second copy never gets this far.
+        claim->speaksCom = SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+    }
+    return claim;
+}
+
+bool BringOtherCopyForward(TextView className) {
+    const HWND window = FindWindowW(Native(Text(className)), nullptr);
+    if (window == nullptr) {
+        return false;
+    }
+    ShowWindow(window, SW_RESTORE);
+    SetForegroundWindow(window);
+    return true;
+}
+
+void ShowInformation(TextView text, TextView caption) {
+    MessageBoxW(nullptr, Native(Text(text)), Native(Text(caption)), MB_ICONINFORMATION);
+}
+
+}  // namespace zv
