@@ -38,7 +38,10 @@ function(zv_test name)
     # -municode asks for wmain; tests have a plain main.
     set_property(TARGET ${name} APPEND PROPERTY LINK_OPTIONS -mconsole)
     add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/windows/in_wine ${CMAKE_BINARY_DIR} $<TARGET_FILE:${name}>)
-    set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT} RUN_SERIAL ON)
+    # The first test of a build folder also makes the template of Wine's prefix.
+    math(EXPR whole_timeout "${T_TIMEOUT} + 180")
+    set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${whole_timeout} RUN_SERIAL ON
+      ENVIRONMENT "ZV_WINE_SECONDS=${T_TIMEOUT}")
   elseif(T_WHOLE)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT})
