@@ -1,0 +1,66 @@
+// A user's home of a test's own, under which the settings file and the library folders lie.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+#include "core/Settings.h"
+#include "platform/Files.h"
+#include "stand_in/Folders.h"
+#include "support/FileBytes.h"
+#include "support/TemporaryFolder.h"
+
+namespace zv {
+
+/// What the program writes between a folder and a name.
+inline Text Slashed(TextView names) {
+    Text text(names);
+    for (char16_t& unit : text) {
+        unit = unit == u'/' ? pathSeparator : unit;
+    }
+    return text;
+}
+
+class SettingsHome : public testing::Test {
+protected:
+    SettingsHome() {
+        stand_in::TheFolders() = {Home() + Slashed(u"/Videos"), Home() + Slashed(u"/Pictures"),
+                                  Home() + Slashed(u"/Local"), Home() + Slashed(u"/Temp")};
+    }
+
+    Text Home() const { return FromPath(folder_.Path()); }
+    const std::filesystem::path& HomePath() const { return folder_.Path(); }
+    std::filesystem::path File() const { return folder_.Path() / "Local" / "ZVReelsMax" / "settings.ini"; }
+
+    void WriteFile(const std::string& bytes) const {
+        std::filesystem::create_directories(File().parent_path());
+        support::WriteBytes(File(), bytes);
+    }
+
+    static Settings Defaults() {
+        Settings settings;
+        ResetSettings(settings);
+        return settings;
+    }
+    static Settings Loaded() {
+        Settings settings;
+        LoadSettings(settings);
+        return settings;
+    }
+    /// The settings from a file that holds both version keys and these lines.
+    Settings LoadedFrom(const std::string& lines) const {
+        WriteFile("audioCaptureVersion=1\r\nreplayUiVersion=1\r\n" + lines);
+        return Loaded();
+    }
+    std::string Saved(const Settings& settings) const {
+        SaveSettings(settings);
+        return support::ReadBytes(File());
+    }
+
+private:
+    support::TemporaryFolder folder_;
+};
+
+}  // namespace zv

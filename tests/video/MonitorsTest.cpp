@@ -1,0 +1,113 @@
+#include "video/Monitors.h"
+
+#include <gmock/gmock.h>
+
+#include "stand_in/Monitors.h"
+
+namespace zv {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class MonitorList : public testing::Test {
+protected:
+    MonitorList() {
+        stand_in::TheMonitors() = {};
+        stand_in::TheMonitors().monitors = {{u"\\\\.\\DISPLAY2", -1080, 10, 0, 1930, false},
+                                            {u"\\\\.\\DISPLAY1", 0, 0, 2560, 1440, true}};
+        stand_in::TheMonitors().outputs = {Output(u"\\\\.\\DISPLAY1"), Output(u"\\\\.\\DISPLAY2")};
+    }
+
+    static OutputRecord Output(const char16_t* name) {
+        OutputRecord output;
+        output.deviceName = name;
+        output.rotation = 1;
+        output.described = true;
+        output.attached = true;
+        return output;
+    }
+    static std::vector<std::int32_t> Indices() {
+        std::vector<std::int32_t> indices;
+        for (const MonitorEntry& entry : ListMonitors()) {
+            indices.push_back(entry.outputIndex);
+        }
+        return indices;
+    }
+};
+
+TEST_F(MonitorList, HasTheSystemsOrderTheRectanglesAndTheOutputsOfTheFirstAdapter) {
+    EXPECT_THAT(ListMonitors(), ElementsAre(MonitorEntry{u"\\\\.\\DISPLAY2", -1080, 10, 1080, 1920, 1, false},
+                                            MonitorEntry{u"\\\\.\\DISPLAY1", 0, 0, 2560, 1440, 0, true}));
+}
+
+TEST_F(MonitorList, WithoutAdaptersNoMonitorHasAnOutput) {
+    stand_in::TheMonitors().outputsFail = true;
+    EXPECT_THAT(Indices(), ElementsAre(-1, -1));
+}
+
+TEST_F(MonitorList, AMonitorOfTheSecondAdapterIsListedWithoutAnOutput) {
+    stand_in::TheMonitors().outputs = {Output(u"\\\\.\\DISPLAY2")};
+    EXPECT_THAT(Indices(), ElementsAre(0, -1));
+}
+
+TEST_F(MonitorList, ARotatedMonitorIsListedWithoutAnOutput) {
+    for (const std::uint32_t rotation : {0U, 2U, 3U, 4U}) {
+        stand_in::TheMonitors().outputs[0].rotation = rotation;
+        EXPECT_THAT(Indices(), ElementsAre(1, -1)) << rotation;
+    }
+}
+
+TEST_F(MonitorList, AnOutputThatIsNotDescribedOrNotAttachedIsPassedOver) {
+    stand_in::TheMonitors().outputs[0].described = false;
+    stand_in::TheMonitors().outputs[1].attached = false;
+    EXPECT_THAT(Indices(), ElementsAre(-1, -1));
+}
+
+TEST_F(MonitorList, MirroredEntriesOfOneNameShareTheOutput) {
+    stand_in::TheMonitors().monitors = {{u"a", 0, 0, 1, 1, true}, {u"a", 0, 0, 1, 1, false}};
+    stand_in::TheMonitors().outputs = {Output(u"b"), Output(u"a")};
+    EXPECT_THAT(Indices(), ElementsAre(1, 1));
+}
+
+TEST_F(MonitorList, IsEmptyOnASystemWithoutMonitors) {
+    stand_in::TheMonitors() = {};
+    EXPECT_THAT(ListMonitors(), IsEmpty());
+    EXPECT_EQ(ResolveMonitor(u""), std::nullopt);
+}
+
+TEST_F(MonitorList, AnEmptyNameStandsForThePrimaryMonitor) {
+    ASSERT_TRUE(ResolveMonitor(u""));
+    EXPECT_EQ(ResolveMonitor(u"")->deviceName, u"\\\\.\\DISPLAY1");
+    stand_in::TheMonitors().monitors[1].primary = false;
+    EXPECT_EQ(ResolveMonitor(u""), std::nullopt);
+}
+
+TEST_F(MonitorList, ANameStandsForTheMonitorOfExactlyThatName) {
+    ASSERT_TRUE(ResolveMonitor(u"\\\\.\\DISPLAY2"));
+    EXPECT_EQ(ResolveMonitor(u"\\\\.\\DISPLAY2")->left, -1080);
+    for (const TextView name : {u"\\\\.\\DISPLAY", u"\\\\.\\DISPLAY22", u"\\\\.\\display2", u"\\\\.\\DISPLAY3"}) {
+        EXPECT_EQ(ResolveMonitor(name), std::nullopt) << Narrow(name);
+    }
+}
+
+TEST_F(MonitorList, IsMadeAnewAtEveryCall) {
+    EXPECT_TRUE(ResolveMonitor(u"\\\\.\\DISPLAY2"));
+    stand_in::TheMonitors().monitors.erase(stand_in::TheMonitors().monitors.begin());
+    EXPECT_FALSE(ResolveMonitor(u"\\\\.\\DISPLAY2"));
+}
+
+TEST_F(MonitorList, TheLabelHasTheNameBehindTheLastBackslashTheSizeAndThePrimaryMark) {
+    EXPECT_EQ(MonitorLabel(u"\\\\.\\DISPLAY1"), u"DISPLAY1  /  2560 x 1440  (primary)");
+    EXPECT_EQ(MonitorLabel(u"\\\\.\\DISPLAY2"), u"DISPLAY2  /  1080 x 1920");
+    EXPECT_EQ(MonitorLabel(u""), u"DISPLAY1  /  2560 x 1440  (primary)");
+    stand_in::TheMonitors().monitors = {{u"HDMI-1", 0, 0, 1920, 1080, false}};
+    EXPECT_EQ(MonitorLabel(u"HDMI-1"), u"HDMI-1  /  1920 x 1080");
+}
+
+TEST_F(MonitorList, TheLabelOfAMonitorThatIsGoneSaysSo) {
+    EXPECT_EQ(MonitorLabel(u"\\\\.\\DISPLAY3"), u"Monitor disconnected");
+}
+
+}  // namespace
+}  // namespace zv
