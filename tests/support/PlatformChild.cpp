@@ -7,6 +7,7 @@
 //   variable NAME          prints the value of a variable
 //   quit                   reads its input up to "q" (exit code 7) or its end (exit code 8)
 //   spawn FILE LOG HOW     starts "tick FILE" as its own child, then HOW: "vanish" ends without any tidying, "wait"
+//   pipe                   makes a byte pipe that nobody reads, prints its name and stalls
 //   read PIPE COUNT THEN   reads COUNT bytes, or all, prints how many and their sum; THEN: "exit" or "stall"
 #include <algorithm>
 #include <chrono>
@@ -18,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/BytePipe.h"
 #include "platform/ChildProcess.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
@@ -81,6 +83,17 @@ int Spawn(const Arguments& arguments) {
     std::_Exit(5);
 }
 
+int HoldPipe() {
+    zv::Owned<zv::BytePipe> pipe;
+    const zv::Text name = zv::PipeName(u"ZVVideo-", 1);
+    if (zv::Failed(zv::MakeBytePipe(name, {}, pipe))) {
+        return 4;
+    }
+    std::puts(Utf8(zv::ToPath(name)).c_str());
+    std::fflush(stdout);
+    Stall();
+}
+
 int Read(const Arguments& arguments) {
     std::filebuf pipe;
     if (pipe.open(arguments[2], std::ios::in | std::ios::binary) == nullptr) {
@@ -140,6 +153,9 @@ int Run(const Arguments& arguments) {
     }
     if (what == "spawn") {
         return Spawn(arguments);
+    }
+    if (what == "pipe") {
+        return HoldPipe();
     }
     return what == "read" ? Read(arguments) : 99;
 }

@@ -1,0 +1,133 @@
+#include "PipeFolder.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <mutex>
+#include <system_error>
+
+#include "EnvironmentLock.h"
+#include "Posix.h"
+
+namespace zv {
+namespace {
+
+struct PipeFolder {
+    std::mutex lock;
+    int pipes = 0;
+    Descriptor hold;  ///< the folder itself, locked
+};
+
+PipeFolder& TheFolder() {
+    static PipeFolder folder;
+    return folder;
+}
+
+bool IsUsable(const char* folder) { return folder != nullptr && *folder == '/' && access(folder, W_OK | X_OK) == 0; }
+
+std::string BaseFolder() {
+    const std::lock_guard guard(EnvironmentLock());
+    for (const char* name : {"XDG_RUNTIME_DIR", "TMPDIR"}) {
+        const char* folder = std::getenv(name);
+        if (IsUsable(folder)) {
+            return folder;
+        }
+    }
+    return "/tmp";
+}
+
+std::string UserPrefix() { return "zorvel-" + std::to_string(getuid()) + "-"; }
+
+/// Locked, or nothing when another process holds it or when it is no folder of this user's alone.
+Descriptor LockFolder(const std::string& path) {
+    Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat opened {};
+    struct stat named {};
+    const bool ours = folder.Held() && fstat(folder.Get(), &opened) == 0 && opened.st_uid == getuid() &&
+                      (opened.st_mode & 077U) == 0 && flock(folder.Get(), LOCK_EX | LOCK_NB) == 0;
+    // Whoever held the lock may have removed the folder under this name meanwhile.
+    const bool still = ours && stat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino;
+    return still ? std::move(folder) : Descriptor();
+}
+
+void EmptyFolder(const std::string& path) {
+    std::error_code code;
+    for (std::filesystem::directory_iterator entry(path, code), end; !code && entry != end; entry.increment(code)) {
+        unlink(entry->path().c_str());
+    }
+}
+
+/// Removes the folders of processes that ended without doing so.
+void RemoveLeftovers() {
+    const std::filesystem::path own = PipeFolderPath();
+    const std::string prefix = UserPrefix();
+    std::error_code code;
+    for (std::filesystem::directory_iterator entry(own.parent_path(), code), end; !code && entry != end;
+         entry.increment(code)) {
+        const std::string path = entry->path().native();
+        if (!entry->path().filename().native().starts_with(prefix) || path == own.native()) {
+            continue;
+        }
+        const Descriptor lock = LockFolder(path);
+        if (lock.Held()) {
+            EmptyFolder(path);
+            rmdir(path.c_str());
+        }
+    }
+}
+
+/// A folder of this name that exists is one that an earlier process of our number has left.
+Descriptor MakeFolder(const std::string& path) {
+    constexpr int attempts = 100;  // another process may be removing it as a leftover between the two steps
+    constexpr useconds_t pauseUs = 1000;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) {
+            return {};
+        }
+        Descriptor folder = LockFolder(path);
+        if (folder.Held()) {
+            EmptyFolder(path);
+            return folder;
+        }
+        usleep(pauseUs);
+    }
+    errno = EACCES;
+    return {};
+}
+
+}  // namespace
+
+const std::string& PipeFolderPath() {
+    static const std::string path = BaseFolder() + "/" + UserPrefix() + std::to_string(getpid());
+    return path;
+}
+
+bool EnterPipeFolder() {
+    PipeFolder& folder = TheFolder();
+    const std::lock_guard guard(folder.lock);
+    if (folder.pipes == 0) {
+        RemoveLeftovers();
+        folder.hold = MakeFolder(PipeFolderPath());
+        if (!folder.hold.Held()) {
+            return false;
+        }
+    }
+    ++folder.pipes;
+    return true;
+}
+
+void LeavePipeFolder() {
+    PipeFolder& folder = TheFolder();
+    const std::lock_guard guard(folder.lock);
+    if (--folder.pipes == 0) {
+        rmdir(PipeFolderPath().c_str());
+        folder.hold.Reset();
+    }
+}
+
+}  // namespace zv

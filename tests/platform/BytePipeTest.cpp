@@ -1,0 +1,285 @@
+#include "platform/BytePipe.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "support/PlatformChild.h"
+#include "support/TemporaryFolder.h"
+
+namespace zv {
+namespace {
+
+using support::ContentOf;
+using support::Eventually;
+using support::PlatformChild;
+
+constexpr std::uint32_t generousMs = 60000;
+
+/// Bytes without a short period, different for every seed.
+std::vector<std::byte> Pattern(std::size_t size, std::uint32_t seed) {
+    std::vector<std::byte> bytes(size);
+    std::uint32_t state = seed * 2654435761U + 1;
+    for (std::byte& byte : bytes) {
+        state = state * 1664525U + 1013904223U;
+        byte = static_cast<std::byte>(state >> 24);
+    }
+    return bytes;
+}
+
+/// What the reader prints about the bytes that it read.
+std::string ReportOf(const std::vector<std::vector<std::byte>>& parts) {
+    std::size_t count = 0;
+    unsigned long long sum = 0;
+    for (const auto& part : parts) {
+        count += part.size();
+        for (const std::byte byte : part) {
+            sum = sum * 31 + static_cast<unsigned char>(byte);
+        }
+    }
+    return "opened\nread " + std::to_string(count) + " sum " + std::to_string(sum) + "\n";
+}
+
+class BytePipes : public testing::Test {
+protected:
+    BytePipes() {
+        static std::atomic<std::uint32_t> counter{100};
+        name_ = PipeName(u"ZVTest-", ++counter);
+    }
+
+    void Make(std::uint32_t bufferBytes) {
+        PipeOptions options;
+        options.bufferBytes = bufferBytes;
+        ASSERT_EQ(MakeBytePipe(name_, options, pipe_), resultOk);
+    }
+
+    /// `what` is how much the reader reads and what it does then.
+    void StartReader(const Text& what) {
+        ASSERT_TRUE(SpawnChild(PlatformChild(u"read \"" + name_ + u"\" " + what, Log()), reader_));
+    }
+
+    void MakeConnected(std::uint32_t bufferBytes, const Text& what) {
+        ASSERT_NO_FATAL_FAILURE(Make(bufferBytes));
+        ASSERT_NO_FATAL_FAILURE(StartReader(what));
+        ASSERT_EQ(ConnectPipe(*pipe_, *stop_, generousMs), PipeConnect::Connected);
+    }
+
+    std::filesystem::path Log() const { return folder_.Path() / "reader.log"; }
+
+    /// Fills a pipe whose reader does not read until a write stays in flight.
+    Owned<PipeWrite> PendingWrite(const std::vector<std::byte>& bytes) {
+        for (int i = 0; i < 100; ++i) {
+            Owned<PipeWrite> write = MakePipeWrite(*pipe_);
+            const WriteBegin begun = BeginWrite(*write, bytes.data(), bytes.size());
+            if (begun == WriteBegin::Pending) {
+                return write;
+            }
+            EXPECT_EQ(begun, WriteBegin::Done);
+        }
+        ADD_FAILURE() << "the pipe has no bound";
+        return nullptr;
+    }
+
+    support::TemporaryFolder folder_;
+    Text name_;
+    Owned<Event> stop_ = MakeEvent();
+    Child reader_;
+    Owned<BytePipe> pipe_;
+};
+
+TEST_F(BytePipes, TheNameIsThePrefixTheStemTheProcessIdAndTheCounter) {
+    const Text tail = u"ZVVideo-" + DecimalUnsigned(OwnProcessId()) + u"-1";
+    const Text name = PipeName(u"ZVVideo-", 1);
+    ASSERT_TRUE(name.ends_with(tail));
+    const Text prefix = name.substr(0, name.size() - tail.size());
+    EXPECT_TRUE(prefix.ends_with(pathSeparator));
+    EXPECT_EQ(PipeName(u"ZVReelsAudio-", 4294967295U),
+              prefix + u"ZVReelsAudio-" + DecimalUnsigned(OwnProcessId()) + u"-4294967295");
+}
+
+TEST_F(BytePipes, EveryByteArrivesInOrderAndClosingIsTheEnd) {
+    ASSERT_NO_FATAL_FAILURE(MakeConnected(0x100000, u"all exit"));
+    std::vector<std::vector<std::byte>> parts;
+    const Owned<PipeWrite> write = MakePipeWrite(*pipe_);
+    ASSERT_TRUE(write);
+    for (const std::size_t size : {1U, 188U, 4096U, 833333U, 3000000U, 7U}) {
+        parts.push_back(Pattern(size, static_cast<std::uint32_t>(size)));
+        const WriteBegin begun = BeginWrite(*write, parts.back().data(), size);
+        ASSERT_NE(begun, WriteBegin::Refused);
+        if (begun == WriteBegin::Pending) {
+            ASSERT_EQ(FinishWrite(*write, *stop_, generousMs), WriteEnd::Done);
+        }
+    }
+    pipe_.reset();
+    ASSERT_TRUE(WaitForExit(*reader_.process, generousMs));
+    EXPECT_EQ(ExitCode(*reader_.process), 0U);
+    EXPECT_EQ(ContentOf(Log()), ReportOf(parts));
+}
+
+TEST_F(BytePipes, ThreeWritesInFlightArriveInTheOrderInWhichTheyWereBegun) {
+    ASSERT_NO_FATAL_FAILURE(MakeConnected(65536, u"all exit"));
+    constexpr int slots = 3;
+    constexpr int frames = 60;
+    std::vector<std::vector<std::byte>> parts;
+    std::vector<Owned<PipeWrite>> writes;
+    bool pending[slots] = {};
+    int everPending = 0;
+    for (int i = 0; i < slots; ++i) {
+        writes.push_back(MakePipeWrite(*pipe_));
+    }
+    for (int i = 0; i < frames; ++i) {
+        parts.push_back(Pattern(200001, static_cast<std::uint32_t>(i)));
+    }
+    for (int i = 0; i < frames + slots; ++i) {
+        const int slot = i % slots;
+        if (pending[slot]) {
+            ASSERT_EQ(FinishWrite(*writes[static_cast<std::size_t>(slot)], *stop_, generousMs), WriteEnd::Done);
+            pending[slot] = false;
+        }
+        if (i < frames) {
+            const auto& part = parts[static_cast<std::size_t>(i)];
+            const WriteBegin begun = BeginWrite(*writes[static_cast<std::size_t>(slot)], part.data(), part.size());
+            ASSERT_NE(begun, WriteBegin::Refused);
+            pending[slot] = begun == WriteBegin::Pending;
+            everPending += pending[slot] ? 1 : 0;
+        }
+    }
+    EXPECT_GT(everPending, 0);
+    writes.clear();
+    pipe_.reset();
+    ASSERT_TRUE(WaitForExit(*reader_.process, generousMs));
+    EXPECT_EQ(ContentOf(Log()), ReportOf(parts));
+}
+
+TEST_F(BytePipes, ThePipeTakesItsBufferSizeFromAWriterWhoseReaderDoesNotRead) {
+    ASSERT_NO_FATAL_FAILURE(MakeConnected(0x100000, u"0 stall"));
+    const std::vector<std::byte> bytes = Pattern(0x100000, 1);
+    const Owned<PipeWrite> write = MakePipeWrite(*pipe_);
+    EXPECT_EQ(BeginWrite(*write, bytes.data(), bytes.size()), WriteBegin::Done);
+    const Owned<PipeWrite> more = MakePipeWrite(*pipe_);
+    EXPECT_EQ(BeginWrite(*more, bytes.data(), bytes.size()), WriteBegin::Pending);
+}
+
+TEST_F(BytePipes, AReaderThatNeverComesTimesOut) {
+    ASSERT_NO_FATAL_FAILURE(Make(0x100000));
+    const std::int64_t begin = SteadyNs();
+    EXPECT_EQ(ConnectPipe(*pipe_, *stop_, 60), PipeConnect::TimedOut);
+    EXPECT_GE(SteadyNs() - begin, 40'000'000);
+    EXPECT_EQ(ConnectPipe(*pipe_, *stop_, 0), PipeConnect::TimedOut);
+}
+
+TEST_F(BytePipes, AReaderThatComesAfterATimeOutIsStillConnected) {
+    ASSERT_NO_FATAL_FAILURE(Make(0x100000));
+    EXPECT_EQ(ConnectPipe(*pipe_, *stop_, 10), PipeConnect::TimedOut);
+    ASSERT_NO_FATAL_FAILURE(StartReader(u"all exit"));
+    EXPECT_EQ(ConnectPipe(*pipe_, *stop_, generousMs), PipeConnect::Connected);
+}
+
+TEST_F(BytePipes, AStopEndsTheWaitForAReader) {
+    ASSERT_NO_FATAL_FAILURE(Make(0x100000));
+    std::thread stopper([this] {
+        SleepMs(20);
+        Signal(*stop_);
+    });
+    EXPECT_EQ(ConnectPipe(*pipe_, *stop_, generousMs), PipeConnect::Stopped);
+    stopper.join();
+    EXPECT_EQ(ConnectPipe(*pipe_, *stop_, generousMs), PipeConnect::Stopped);
+}
+
+TEST_F(BytePipes, AReaderThatStopsReadingTimesTheWriteOut) {
+    ASSERT_NO_FATAL_FAILURE(MakeConnected(65536, u"1000 stall"));
+    const std::vector<std::byte> bytes = Pattern(300000, 2);
+    const Owned<PipeWrite> write = PendingWrite(bytes);
+    ASSERT_TRUE(write);
+    const std::int64_t begin = SteadyNs();
+    EXPECT_EQ(FinishWrite(*write, *stop_, 60), WriteEnd::TimedOut);
+    EXPECT_GE(SteadyNs() - begin, 40'000'000);
+}
+
+TEST_F(BytePipes, AStopEndsTheWaitForAWrite) {
+    ASSERT_NO_FATAL_FAILURE(MakeConnected(65536, u"0 stall"));
+    const std::vector<std::byte> bytes = Pattern(300000, 3);
+    const Owned<PipeWrite> write = PendingWrite(bytes);
+    ASSERT_TRUE(write);
+    std::thread stopper([this] {
+        SleepMs(20);
+        Signal(*stop_);
+    });
+    EXPECT_EQ(FinishWrite(*write, *stop_, generousMs), WriteEnd::Stopped);
+    stopper.join();
+    const Owned<PipeWrite> next = PendingWrite(bytes);
+    ASSERT_TRUE(next);
+    EXPECT_EQ(FinishWrite(*next, *stop_, generousMs), WriteEnd::Stopped);
+}
+
+TEST_F(BytePipes, AReaderThatDiesFailsTheWriteInFlight) {
+    ASSERT_NO_FATAL_FAILURE(MakeConnected(65536, u"0 stall"));
+    const std::vector<std::byte> bytes = Pattern(300000, 4);
+    const Owned<PipeWrite> write = PendingWrite(bytes);
+    const Owned<PipeWrite> behind = PendingWrite(bytes);
+    ASSERT_TRUE(write && behind);
+    std::thread killer([this] {
+        SleepMs(20);
+        TerminateJob(*reader_.job);
+    });
+    EXPECT_EQ(FinishWrite(*write, *stop_, generousMs), WriteEnd::Failed);
+    EXPECT_EQ(FinishWrite(*behind, *stop_, generousMs), WriteEnd::Failed);
+    killer.join();
+}
+
+TEST_F(BytePipes, AWriteIsRefusedOnceTheReaderIsGone) {
+    ASSERT_NO_FATAL_FAILURE(MakeConnected(0x100000, u"0 exit"));
+    ASSERT_TRUE(WaitForExit(*reader_.process, generousMs));
+    const std::vector<std::byte> bytes = Pattern(1000, 5);
+    const Owned<PipeWrite> write = MakePipeWrite(*pipe_);
+    EXPECT_EQ(BeginWrite(*write, bytes.data(), bytes.size()), WriteBegin::Refused);
+    EXPECT_EQ(BeginWrite(*write, bytes.data(), bytes.size()), WriteBegin::Refused);
+}
+
+TEST_F(BytePipes, ACancelledWriteLetsGoOfItsBytes) {
+    ASSERT_NO_FATAL_FAILURE(MakeConnected(65536, u"0 stall"));
+    std::vector<std::byte> bytes = Pattern(300000, 6);
+    const Owned<PipeWrite> write = PendingWrite(bytes);
+    ASSERT_TRUE(write);
+    CancelWrite(*write);
+    CancelWrite(*write);
+    std::vector<std::byte>().swap(bytes);
+    const std::vector<std::byte> others = Pattern(300000, 7);
+    EXPECT_EQ(BeginWrite(*write, others.data(), others.size()), WriteBegin::Pending);
+}
+
+TEST_F(BytePipes, ClosingBeforeTheReaderIsConnectedLetsTheReaderEnd) {
+    for (int i = 0; i < 10; ++i) {
+        ASSERT_NO_FATAL_FAILURE(Make(0x100000));
+        ASSERT_NO_FATAL_FAILURE(StartReader(u"all exit"));
+        SleepMs(static_cast<std::uint32_t>(i));
+        pipe_.reset();
+        ASSERT_TRUE(WaitForExit(*reader_.process, generousMs)) << "the reader hangs";
+        const std::string report = ContentOf(Log());
+        EXPECT_TRUE(report == "cannot open\n" || report == "opened\nread 0 sum 0\n") << report;
+    }
+}
+
+TEST_F(BytePipes, AReaderOfAClosedPipeCannotOpenIt) {
+    ASSERT_NO_FATAL_FAILURE(Make(0x100000));
+    pipe_.reset();
+    ASSERT_NO_FATAL_FAILURE(StartReader(u"all exit"));
+    ASSERT_TRUE(WaitForExit(*reader_.process, generousMs));
+    EXPECT_EQ(ContentOf(Log()), "cannot open\n");
+}
+
+TEST_F(BytePipes, ANameThatExistsIsRefusedWithACode) {
+    PipeOptions options;
+    options.firstInstanceOnly = true;
+    ASSERT_EQ(MakeBytePipe(name_, options, pipe_), resultOk);
+    Owned<BytePipe> second;
+    EXPECT_TRUE(Failed(MakeBytePipe(name_, options, second)));
+    EXPECT_FALSE(second);
+    pipe_.reset();
+    EXPECT_EQ(MakeBytePipe(name_, options, second), resultOk);
+}
+
+}  // namespace
+}  // namespace zv
