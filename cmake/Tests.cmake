@@ -1,8 +1,10 @@
-# zv_test(NAME SOURCES... [STAND_INS Clock ...] [LIBRARIES ...] [LABELS ...] [TIMEOUT seconds] [SERIAL] [WHOLE])
+# zv_test(NAME SOURCES... [STAND_INS Clock ...] [LIBRARIES ...] [LABELS ...] [TIMEOUT seconds] [SERIAL] [WHOLE]
+#         [LAUNCHER script])
 #
 # One GoogleTest program. STAND_INS names files of tests/stand_in/ that replace the platform service of the same
 # name (or a portable part that the test wants to steer). On Linux every TEST becomes a ctest entry; WHOLE, and every
 # test on Windows, registers the program as one entry, which suits road tests that share an expensive set-up.
+# LAUNCHER runs a WHOLE program.
 include(GoogleTest)
 
 if(WIN32)
@@ -19,7 +21,7 @@ else()
 endif()
 
 function(zv_test name)
-  cmake_parse_arguments(T "SERIAL;WHOLE" "TIMEOUT" "SOURCES;STAND_INS;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(T "SERIAL;WHOLE" "TIMEOUT;LAUNCHER" "SOURCES;STAND_INS;LIBRARIES;LABELS" ${ARGN})
   set(stand_in_sources "")
   foreach(stand_in IN LISTS T_STAND_INS)
     list(APPEND stand_in_sources ${PROJECT_SOURCE_DIR}/tests/stand_in/${stand_in}.cpp)
@@ -43,7 +45,7 @@ function(zv_test name)
     set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${whole_timeout} RUN_SERIAL ON
       ENVIRONMENT "ZV_WINE_SECONDS=${T_TIMEOUT}")
   elseif(T_WHOLE)
-    add_test(NAME ${name} COMMAND ${name})
+    add_test(NAME ${name} COMMAND ${T_LAUNCHER} $<TARGET_FILE:${name}>)
     set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT})
     if(T_SERIAL)
       set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)

@@ -157,7 +157,7 @@ TEST_F(FailureRoad, AReplayFolderThatCannotBeMadeIsSaid) {
 
 /// A small file system of the test's own. The test program runs in a mount namespace of its own.
 struct SmallDisk {
-    explicit SmallDisk(const fs::path& place) : place(place) {
+    explicit SmallDisk(const fs::path& folder) : place(folder) {
         fs::create_directories(place);
         mounted = mount("tmpfs", place.c_str(), "tmpfs", 0, "size=256k") == 0;
     }
@@ -214,6 +214,20 @@ TEST_F(FailureRoad, AKilledXServerInterruptsTheCapture) {
         result.status.starts_with(u"Desktop capture was interrupted. Unlock the desktop, then restart replay (0x8007"))
         << ToUtf8(result.status);
     EXPECT_FALSE(engine.replayRunning);
+}
+
+TEST_F(FailureRoad, AMonitorThatIsResizedWhileCapturingInterruptsTheCapture) {
+    PrivateDisplay changeable("1920x1080", DisplayKind::Changeable);
+    setenv("DISPLAY", changeable.Name().c_str(), 1);
+    StartBuffering();
+    changeable.Change({"--output", "DUMMY0", "--mode", "1024x768"});
+    const auto result = PollUntilChanged();
+    EXPECT_TRUE(
+        result.status.starts_with(u"Desktop capture was interrupted. Unlock the desktop, then restart replay (0x8007"))
+        << ToUtf8(result.status);
+    // A new start captures the new size.
+    EXPECT_TRUE(engine.StartReplay(true, 15)) << ToUtf8(engine.statusText);
+    engine.StopAll();
 }
 
 TEST_F(FailureRoad, AMonitorThatIsNotThereIsSaid) {

@@ -155,6 +155,42 @@ TEST_F(ProgramRoad, ADeadXServerEndsTheProgramInOrder) {
     EXPECT_TRUE(run.ReplayFolder().empty());
 }
 
+TEST(DisplayChangeRoad, AMonitorThatChangesItsSizeIsCapturedAnew) {
+    PrivateDisplay display("1920x1080", DisplayKind::Changeable);
+    ProgramRun run({.display = display.Name()});
+    ASSERT_TRUE(run.WaitForBuffer(2));
+    const std::size_t rows = run.Activity().size();
+    display.Change({"--output", "DUMMY0", "--mode", "1280x1024"});
+    ASSERT_TRUE(run.WaitForActivity("Replay is buffering", rows).has_value());
+    ASSERT_TRUE(run.WaitForBuffer(2));
+    run.Press("alt+F10");
+    const auto row = run.WaitForActivity("Replay saved: ", rows);
+    ASSERT_TRUE(row.has_value());
+    // 1280 by 1024 in a frame of 1920 by 1080: 1350 columns in the middle, black to both sides.
+    std::size_t pictures = 0;
+    DecodeLuma(row->substr(14), 1920, 1080, [&](std::span<const std::uint8_t> luma) {
+        ++pictures;
+        EXPECT_NEAR(luma[540 * 1920 + 100], 16, 2);
+        EXPECT_NEAR(luma[540 * 1920 + 1820], 16, 2);
+    });
+    EXPECT_GE(pictures, 60U);
+    EXPECT_EQ(run.FfmpegChildren().size(), 1U);
+    EXPECT_EQ(run.End(), 0);
+    EXPECT_TRUE(run.ReplayFolder().empty());
+}
+
+TEST(DisplayChangeRoad, AMonitorThatGetsAnotherNameIsNoLongerConnected) {
+    PrivateDisplay display("1920x1080", DisplayKind::Changeable);
+    ProgramRun run({.display = display.Name()});
+    ASSERT_TRUE(run.WaitForBuffer(2));
+    const std::size_t rows = run.Activity().size();
+    display.Change({"--setmonitor", "OTHER", "auto", "DUMMY0"});
+    display.Change({"--output", "DUMMY0", "--mode", "1280x1024"});
+    EXPECT_TRUE(run.WaitForActivity("Selected monitor is not connected (0x887A0002)", rows).has_value());
+    EXPECT_TRUE(WaitUntil([&] { return run.FfmpegChildren().empty(); }, 30));
+    EXPECT_EQ(run.End(), 0);
+}
+
 TEST_F(ProgramRoad, AMissingCaptureFolderIsMadeAgain) {
     ProgramRun run({.display = display.Name()});
     ASSERT_TRUE(run.WaitForBuffer(2));

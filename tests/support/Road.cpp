@@ -146,20 +146,80 @@ std::optional<int> Spawned::WaitExit(double seconds) {
     return status_;
 }
 
-PrivateDisplay::PrivateDisplay(const std::string& size) {
-    const fs::path number = folder_.Path() / "number";
+namespace {
+
+// Option words of the server's own configuration file; sizes are chosen with xrandr later.
+constexpr char dummyConfiguration[] = R"(
+Section "ServerFlags"
+    Option "AutoAddDevices" "false"
+    Option "AutoAddGPU" "false"
+EndSection
+Section "Device"
+    Identifier "card"
+    Driver "dummy"
+    VideoRam 256000
+EndSection
+Section "Monitor"
+    Identifier "monitor"
+    HorizSync 5.0 - 1000.0
+    VertRefresh 5.0 - 200.0
+EndSection
+Section "Screen"
+    Identifier "screen"
+    Device "card"
+    Monitor "monitor"
+    DefaultDepth 24
+    SubSection "Display"
+        Depth 24
+        Modes "1920x1080" "1280x1024" "1024x768"
+        Virtual 3840 2160
+    EndSubSection
+EndSection
+)";
+
+Arguments ServerCommand(DisplayKind kind, const std::string& size, const fs::path& folder) {
+    if (kind == DisplayKind::Plain) {
+        return {"Xvfb", "-screen", "0", size + "x24"};
+    }
+    WriteAll(folder / "xorg.conf", dummyConfiguration);
+    return {"Xorg",
+            "-config",
+            (folder / "xorg.conf").string(),
+            "-configdir",
+            (folder / "no-more").string(),
+            "-logfile",
+            (folder / "xorg.log").string(),
+            "-novtswitch",
+            "-sharevts"};
+}
+
+}  // namespace
+
+PrivateDisplay::PrivateDisplay(const std::string& size, DisplayKind kind) {
     int ends[2];
     EXPECT_EQ(pipe(ends), 0);
     fcntl(ends[0], F_SETFD, FD_CLOEXEC);
-    server_ = Spawned(
-        {"Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", size + "x24", "-noreset", "-nolisten", "tcp"},
-        {}, folder_.Path() / "server.log");
+    Arguments command = ServerCommand(kind, size, folder_.Path());
+    for (const std::string& more : {std::string("-displayfd"), std::to_string(ends[1]), std::string("-noreset"),
+                                    std::string("-nolisten"), std::string("tcp")}) {
+        command.push_back(more);
+    }
+    server_ = Spawned(command, {}, folder_.Path() / "server.log");
     close(ends[1]);
     char digits[16] = {};
     const ssize_t count = read(ends[0], digits, sizeof digits - 1);
     close(ends[0]);
     EXPECT_GT(count, 0) << ReadAll(folder_.Path() / "server.log");
     name_ = ":" + std::to_string(std::atoi(digits));
+    if (kind == DisplayKind::Changeable) {
+        Change({"--output", "DUMMY0", "--mode", size});
+    }
+}
+
+void PrivateDisplay::Change(const Arguments& arguments) const {
+    Arguments command{"env", "DISPLAY=" + name_, "xrandr"};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    OutputOf(command, true);
 }
 
 void PressKey(const std::string& display, const std::string& combination) {

@@ -50,10 +50,15 @@ private:
     std::optional<int> status_;
 };
 
-/// An X server without a screen, with one output. RAM only.
+/// Xvfb: one output of a fixed size, no primary. Xorg with the dummy driver: real mode changes and a primary.
+enum class DisplayKind { Plain, Changeable };
+
+/// An X server without a screen.
 class PrivateDisplay {
 public:
-    explicit PrivateDisplay(const std::string& size = "1920x1080");
+    explicit PrivateDisplay(const std::string& size = "1920x1080", DisplayKind kind = DisplayKind::Plain);
+    /// Runs xrandr on it.
+    void Change(const Arguments& arguments) const;
     const std::string& Name() const { return name_; }
     Spawned& Server() { return server_; }
 
@@ -71,9 +76,9 @@ std::vector<pid_t> ProcessesWith(const std::string& part);
 
 struct ProgramOptions {
     std::string display;
-    std::map<std::string, std::string> settings;  ///< over the defaults of a test: 1080p30, 8 Mbit/s, no sound
-    Variables variables;                          ///< over the environment of the run
-    std::string temporary;                        ///< another temporary folder than the run's own
+    std::map<std::string, std::string> settings{};  ///< over the defaults of a test: 1080p30, 8 Mbit/s, no sound
+    Variables variables{};                          ///< over the environment of the run
+    std::string temporary{};                        ///< another temporary folder than the run's own
 };
 
 /// The real program, started with --background in folders of its own.
