@@ -67,7 +67,7 @@ TEST(GameName, ProgramsThatAreNoGamesAreTheDesktop) {
     EXPECT_EQ(IdentifyProcess(u"cmd-win64.exe"), u"cmd") << "compared before the build's suffix is cut";
 }
 
-TEST(GameName, TheBuildSuffixesAreCutInTheirOrderWhereverTheyStand) {
+TEST(GameName, TheBuildSuffixesAreCutWhereverTheyStand) {
     ExpectNames({
         {u"MyGame-Win64-Shipping.exe", u"MyGame"},
         {u"Foo-Win64-Shipping-Test.exe", u"Foo"},
