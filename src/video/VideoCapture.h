@@ -44,13 +44,14 @@ public:
 private:
     friend struct VideoWorker;
 
-    mutable std::mutex errorMutex_;
-    Text error_;  ///< under errorMutex_
-
+    // Owner's thread; the worker reads the name and the events while it lives.
     Text pipeName_;
     Owned<Event> stopEvent_;
     Owned<Event> readyEvent_;
     std::thread thread_;
+
+    mutable std::mutex errorMutex_;
+    Text error_;  ///< under errorMutex_
 };
 
 }  // namespace zv
