@@ -22,6 +22,7 @@ struct State {
     std::vector<std::uint32_t> asked;
     std::uint32_t shortened = 0;
     int live = 0;
+    int signals = 0;
     bool refused = false;
 };
 
@@ -51,6 +52,7 @@ void ResetEvents() {
     const std::lock_guard lock(TheState().mutex);
     TheState().asked.clear();
     TheState().shortened = 0;
+    TheState().signals = 0;
     TheState().refused = false;
 }
 
@@ -62,6 +64,11 @@ void ShortenWaits(std::uint32_t milliseconds) {
 std::vector<std::uint32_t> AskedTimeouts() {
     const std::lock_guard lock(TheState().mutex);
     return TheState().asked;
+}
+
+int Signals() {
+    const std::lock_guard lock(TheState().mutex);
+    return TheState().signals;
 }
 
 int LiveEvents() {
@@ -96,6 +103,7 @@ Owned<Event> MakeEvent() {
 void Signal(Event& event) {
     const std::lock_guard lock(TheState().mutex);
     event.signalled = true;
+    ++TheState().signals;
     TheState().changed.notify_all();
 }
 

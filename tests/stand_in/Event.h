@@ -14,6 +14,9 @@ void ShortenWaits(std::uint32_t milliseconds);
 /// The finite time-outs other than 0 that WaitAny was given, in order.
 std::vector<std::uint32_t> AskedTimeouts();
 
+/// Calls of Signal since the reset.
+int Signals();
+
 /// Events that exist.
 int LiveEvents();
 
