@@ -1,0 +1,86 @@
+#include "audio/AudioClock.h"
+
+#include <gtest/gtest.h>
+
+#include "audio/AudioMix.h"
+
+namespace zv {
+namespace {
+
+constexpr std::int64_t start = 123456789012345;
+constexpr std::int64_t millisecond = 10000;
+
+TEST(AudioClock, NothingIsDueInTheFirstHundredMilliseconds) {
+    EXPECT_EQ(TargetFrame(start, start), -4800);
+    EXPECT_EQ(TargetFrame(start + 50 * millisecond, start), -2400);
+    EXPECT_EQ(TargetFrame(start + 100 * millisecond, start), 0);
+}
+
+TEST(AudioClock, TheFirstBlockIsDueAtHundredAndTenMilliseconds) {
+    const AudioMix mix;
+    EXPECT_FALSE(BlockIsDue(mix, TargetFrame(start + 110 * millisecond - 1, start)));
+    EXPECT_TRUE(BlockIsDue(mix, TargetFrame(start + 110 * millisecond, start)));
+}
+
+TEST(AudioClock, TheTargetIsTruncatedTowardZeroOnBothSides) {
+    // 208 units are 0.9984 frames, 209 are 1.0032.
+    EXPECT_EQ(TargetFrame(start + outputLag + 208, start), 0);
+    EXPECT_EQ(TargetFrame(start + outputLag + 209, start), 1);
+    EXPECT_EQ(TargetFrame(start + outputLag - 208, start), 0);
+    EXPECT_EQ(TargetFrame(start + outputLag - 209, start), -1);
+}
+
+TEST(AudioClock, ATargetStaysExactAfterAHundredDays) {
+    constexpr std::int64_t seconds = 100 * 86400;
+    EXPECT_EQ(TargetFrame(start + outputLag + seconds * 10000000, start), seconds * 48000);
+}
+
+TEST(AudioClock, TenMillisecondsAt44100HzAtTimeZeroTakeFourHundredAndEightyFrames) {
+    const FrameRange place = PacketPlace(start, start, 441, 44100);
+    EXPECT_EQ(place.begin, 0);
+    EXPECT_EQ(place.end, 480);
+}
+
+TEST(AudioClock, APacketStampedBeforeTheStartLiesAtNegativeFrames) {
+    const FrameRange place = PacketPlace(start - 20 * millisecond, start, 480, 48000);
+    EXPECT_EQ(place.begin, -960);
+    EXPECT_EQ(place.end, -480);
+}
+
+TEST(AudioClock, BothEndsAreRoundedToTheNearestFrame) {
+    // 104 units are 0.4992 frames, 105 are 0.504.
+    EXPECT_EQ(PacketPlace(start + 104, start, 480, 48000).begin, 0);
+    EXPECT_EQ(PacketPlace(start + 105, start, 480, 48000).begin, 1);
+    EXPECT_EQ(PacketPlace(start + 105, start, 480, 48000).end, 481);
+    EXPECT_EQ(PacketPlace(start - 105, start, 480, 48000).begin, -1);
+    EXPECT_EQ(PacketPlace(start - 105, start, 480, 48000).end, 479);
+    // Half a frame of length at time 0 rounds away from zero: 1 frame at 96 kHz.
+    EXPECT_EQ(PacketPlace(start, start, 1, 96000).end, 1);
+    EXPECT_EQ(PacketPlace(start, start, 1, 192000).end, 0);
+}
+
+TEST(AudioClock, AnAbsurdStampFromADriverIsPlacedWithoutOverflow) {
+    const FrameRange far = PacketPlace(INT64_MIN, INT64_MAX, 480, 48000);
+    EXPECT_LE(far.begin, far.end);
+    const FrameRange past = PacketPlace(INT64_MIN, 0, 480, 48000);
+    EXPECT_LT(past.end, 0);
+    const FrameRange long_ = PacketPlace(start, start, 0xFFFFFFFFU, 1);
+    EXPECT_EQ(long_.end, 0xFFFFFFFFLL * 48000);
+}
+
+TEST(AudioClock, APacketWithoutAUsableStampEndsNow) {
+    EXPECT_EQ(PositionEndingNow(start, 480, 48000), start - 10 * millisecond);
+    // 1 frame at 44100 Hz is 226.75 units, cut off.
+    EXPECT_EQ(PositionEndingNow(start, 1, 44100), start - 226);
+}
+
+TEST(AudioClock, CountedFramesBeginWhereTheDeviceWasStarted) {
+    EXPECT_EQ(CountedPlace(start + 5 * millisecond, start, 0), 240);
+    EXPECT_EQ(CountedPlace(start + 5 * millisecond, start, 480), 720);
+    // 208 units are 0.9984 frames: truncated toward zero.
+    EXPECT_EQ(CountedPlace(start + 208, start, 7), 7);
+    EXPECT_EQ(CountedPlace(start - 208, start, 7), 7);
+}
+
+}  // namespace
+}  // namespace zv
