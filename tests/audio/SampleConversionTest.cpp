@@ -213,7 +213,6 @@ TEST(SampleConversion, A44100HzPacketFollowsThePositionWorkedOutByHand) {
     EXPECT_EQ(out[479].left, 440.0F);
 }
 
-
 void AppendSample(std::vector<std::byte>& bytes, const SourceFormat& format, double value) {
     if (format.isFloat) {
         return format.bitsPerSample == 32 ? Append(bytes, static_cast<float>(value)) : Append(bytes, value);
