@@ -206,11 +206,14 @@ PrivateDisplay::PrivateDisplay(const std::string& size, DisplayKind kind) {
     }
     server_ = Spawned(command, {}, folder_.Path() / "server.log");
     close(ends[1]);
-    char digits[16] = {};
-    const ssize_t count = read(ends[0], digits, sizeof digits - 1);
+    // To the end of the line: the server dies of a pipe that is closed before it has written all of it.
+    std::string digits;
+    for (char unit = 0; read(ends[0], &unit, 1) == 1 && unit != '\n';) {
+        digits += unit;
+    }
     close(ends[0]);
-    EXPECT_GT(count, 0) << ReadAll(folder_.Path() / "server.log");
-    name_ = ":" + std::to_string(std::atoi(digits));
+    EXPECT_FALSE(digits.empty()) << ReadAll(folder_.Path() / "server.log");
+    name_ = ":" + digits;
     if (kind == DisplayKind::Changeable) {
         Change({"--output", "DUMMY0", "--mode", size});
     }
