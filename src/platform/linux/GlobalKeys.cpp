@@ -114,6 +114,7 @@ void Ungrab(Session& session, GlobalKey& key) {
             xcb_ungrab_key(session.connection.get(), code, session.screen->root, mask);
         }
     }
+    xcb_flush(session.connection.get());
     key.codes.clear();
     key.down = false;
 }
@@ -299,9 +300,6 @@ void UnregisterGlobalKey(AppWindow& window, int id) {
         }
         return fits;
     });
-    if (session.connection) {
-        xcb_flush(session.connection.get());
-    }
 }
 
 }  // namespace zv
