@@ -11,8 +11,6 @@ namespace zv {
 namespace {
 
 constexpr std::size_t longestVariable = 32767;
-constexpr std::size_t readCap = 0x100000;
-constexpr std::uintmax_t smallestMedia = 1025;
 
 bool IsRegularFile(TextView path) {
     std::error_code error;
@@ -76,15 +74,5 @@ Text BuildEncoderInputs(const EncoderProcess& process) {
     inputs += QuoteArgument(process.audio->PipeName()) + u" ";
     return inputs + u"-map 0:v:0 -map 1:a:0 -af aresample=async=1000:first_pts=0 -c:a aac -b:a 192k -ar 48000 ";
 }
-
-std::string ReadFileCapped(TextView path) { return ReadSharedFile(path, readCap); }
-
-bool HasMediaData(TextView path) {
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(ToPath(path), error);
-    return !error && size >= smallestMedia;
-}
-
-Text WorkingName(TextView outputPath) { return Text(outputPath) + u".partial.mp4"; }
 
 }  // namespace zv

@@ -1,11 +1,9 @@
 // An FFmpeg child with all that feeds it, and what every command line of such a child is made of.
 //
-// FFmpeg is an outside program that the user supplies. It is found here, driven by argument lines, and read through
-// files that it may still be writing.
+// FFmpeg is an outside program that the user supplies. It is found here, and driven by the lines that begin here.
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "audio/AudioCapture.h"
 #include "capture/SegmentRelay.h"
@@ -44,15 +42,5 @@ Text QuoteArgument(TextView text);
 
 /// The options for the feeders in `process`, from the inputs to the audio codec, with a blank at the end.
 Text BuildEncoderInputs(const EncoderProcess& process);
-
-/// A file that a child may be writing: its first 0x100000 bytes, to the next full block of 4096. Empty if it cannot be
-/// opened.
-std::string ReadFileCapped(TextView path);
-
-/// True when the file can be examined and is at least 1025 bytes long. Less than that is no finished MP4.
-bool HasMediaData(TextView path);
-
-/// `outputPath` with ".partial.mp4" behind it: the name under which a file is written until it is whole.
-Text WorkingName(TextView outputPath);
 
 }  // namespace zv

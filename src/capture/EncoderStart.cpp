@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "capture/CaptureEngine.h"
+#include "capture/CaptureFiles.h"
 #include "capture/SpeedCheck.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"

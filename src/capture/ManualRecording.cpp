@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "capture/CaptureEngine.h"
+#include "capture/CaptureFiles.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
 

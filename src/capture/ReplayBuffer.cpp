@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "capture/CaptureEngine.h"
+#include "capture/CaptureFiles.h"
 #include "capture/ReplayPlaylist.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"

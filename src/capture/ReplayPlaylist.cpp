@@ -4,7 +4,7 @@
 #include <limits>
 #include <system_error>
 
-#include "capture/EncoderProcess.h"
+#include "capture/CaptureFiles.h"
 #include "capture/TextLines.h"
 #include "platform/Files.h"
 
@@ -42,6 +42,20 @@ std::int32_t SecondsIn(std::string_view playlist) {
     });
     constexpr double most = std::numeric_limits<std::int32_t>::max();
     return static_cast<std::int32_t>(std::clamp(sum, -most, most));
+}
+
+SegmentNames SegmentsToRelay(SegmentNames listed, const std::string& lastSent) {
+    if (lastSent.empty() && listed.size() > 2) {
+        listed.erase(listed.begin(), listed.end() - 2);
+    }
+    SegmentNames due;
+    for (std::string& name : listed) {
+        const std::string& newest = due.empty() ? lastSent : due.back();
+        if (newest.empty() || name > newest) {
+            due.push_back(std::move(name));
+        }
+    }
+    return due;
 }
 
 Text PlaylistPath(TextView folder) { return JoinPath(folder, u"live.m3u8"); }

@@ -22,6 +22,10 @@ SegmentNames SegmentNamesIn(std::string_view playlist);
 /// The sum of all durations, truncated to whole seconds.
 std::int32_t SecondsIn(std::string_view playlist);
 
+/// Which of the listed segments are due after `lastSent`, in order. Names compare as bytes, so that none is ever sent
+/// twice. An empty `lastSent` is a new stream, which starts no more than two segments back.
+SegmentNames SegmentsToRelay(SegmentNames listed, const std::string& lastSent);
+
 /// The full path of a replay folder's playlist.
 Text PlaylistPath(TextView folder);
 

@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <string>
 
 #include "capture/ReplayPlaylist.h"
 #include "platform/BytePipe.h"
@@ -128,20 +130,6 @@ void SegmentRelay::Stop() {
     abortEvent_.reset();
     readyEvent_.reset();
     endedEvent_.reset();
-}
-
-std::vector<std::string> SegmentsToRelay(std::vector<std::string> listed, const std::string& lastSent) {
-    if (lastSent.empty() && listed.size() > 2) {
-        listed.erase(listed.begin(), listed.end() - 2);
-    }
-    std::vector<std::string> due;
-    for (std::string& name : listed) {
-        const std::string& newest = due.empty() ? lastSent : due.back();
-        if (newest.empty() || name > newest) {
-            due.push_back(std::move(name));
-        }
-    }
-    return due;
 }
 
 }  // namespace zv

@@ -5,9 +5,7 @@
 #pragma once
 
 #include <atomic>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "core/Text.h"
 #include "platform/Event.h"
@@ -45,9 +43,5 @@ private:
     Owned<Event> endedEvent_;  ///< the last thing that the thread does
     std::thread thread_;
 };
-
-/// Which of the listed segments are due after `lastSent`, in order. Names compare as bytes, so that none is ever sent
-/// twice. An empty `lastSent` is a new stream, which starts no more than two segments back.
-std::vector<std::string> SegmentsToRelay(std::vector<std::string> listed, const std::string& lastSent);
 
 }  // namespace zv

@@ -1,0 +1,152 @@
+// A capture engine over stand-ins for children, workers, clock, environment and folders, in a folder of its own.
+//
+// A child that is waited for lets the clock pass. Every child writes a progress file that says that frames flow, unless
+// a test scripts it otherwise.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+
+#include "capture/CaptureEngine.h"
+#include "capture/ReplayPlaylist.h"
+#include "platform/Files.h"
+#include "stand_in/AudioCapture.h"
+#include "stand_in/Calls.h"
+#include "stand_in/ChildProcess.h"
+#include "stand_in/Clock.h"
+#include "stand_in/Environment.h"
+#include "stand_in/Folders.h"
+#include "stand_in/SegmentRelay.h"
+#include "stand_in/VideoCapture.h"
+#include "support/TemporaryFolder.h"
+
+namespace zv {
+
+inline Text Quoted(const Text& text) { return u"\"" + text + u"\""; }
+
+inline void WriteFile(const Text& path, const std::string& content) {
+    std::ofstream file(ToPath(path), std::ios::binary | std::ios::trunc);
+    file << content;
+}
+
+inline std::string ReadWhole(const Text& path, std::ios::openmode mode = std::ios::binary) {
+    std::ifstream file(ToPath(path), mode | std::ios::in);
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
+}
+
+inline bool Exists(const Text& path) { return std::filesystem::exists(ToPath(path)); }
+
+/// What stands in the last pair of double quotes of a command line.
+inline Text LastArgument(const Text& commandLine) {
+    const std::size_t end = commandLine.rfind(u'"');
+    const std::size_t begin = commandLine.rfind(u'"', end - 1);
+    return commandLine.substr(begin + 1, end - begin - 1);
+}
+
+/// A configuration without a speed check.
+inline CaptureConfig PlainConfig() {
+    CaptureConfig config;
+    config.width = 1920;
+    config.height = 1080;
+    config.fps = 60;
+    config.bitrateMbps = 20;
+    config.monitorDevice = u"\\\\.\\DISPLAY2";
+    return config;
+}
+
+class EngineTest : public testing::Test {
+protected:
+    EngineTest() {
+        stand_in::ResetCalls();
+        stand_in::ResetClock();
+        stand_in::ResetChildren();
+        stand_in::ResetVideo();
+        stand_in::ResetAudio();
+        stand_in::ResetRelays();
+        stand_in::TheFolders().temporary = Here(u"temporary");
+        stand_in::TheEnvironment() = {};
+        stand_in::TheEnvironment().executableFolder = Here(u"program");
+        std::filesystem::create_directory(ToPath(Here(u"temporary")));
+        std::filesystem::create_directory(ToPath(Here(u"program")));
+        WriteFile(Here(u"the ffmpeg"), "not run by these tests");
+        stand_in::TheEnvironment().variables[u"ZV_FFMPEG"] = Here(u"the ffmpeg");
+        stand_in::TheChildren().onSpawn = [](stand_in::ScriptedChild& child) { WriteProgress(child, "frame=1000\n"); };
+        stand_in::TheChildren().onWait = [](stand_in::ScriptedChild&, std::uint32_t timeoutMs) {
+            stand_in::AdvanceClockMs(timeoutMs);
+        };
+        engine = std::make_unique<CaptureEngine>();
+    }
+    ~EngineTest() override { engine.reset(); }
+
+    static void WriteProgress(const stand_in::ScriptedChild& child, const std::string& text) {
+        WriteFile(child.options.logPath + u".progress", text);
+    }
+
+    Text Here(TextView name) const { return JoinPath(FromPath(folder_.Path()), name); }
+    Text InCache(TextView name) const { return JoinPath(engine->cacheDir, name); }
+
+    /// A configured engine with a running replay whose playlist lists `segments` of one second each.
+    void StartReplayWith(int segments, const CaptureConfig& config = PlainConfig()) {
+        ASSERT_TRUE(engine->Configure(config));
+        ASSERT_TRUE(engine->StartReplay(true, 60));
+        WriteSegments(0, segments);
+    }
+
+    /// Segments and a playlist that lists them.
+    void WriteSegments(int first, int count) {
+        std::string playlist = "#EXTM3U\n#EXT-X-VERSION:6\n#EXT-X-TARGETDURATION:1\n#EXT-X-MEDIA-SEQUENCE:0\n";
+        for (int number = first; number < first + count; ++number) {
+            const std::string name = SegmentName(number);
+            WriteFile(JoinPath(engine->replayDir, Widen(name)), "content of " + name);
+            playlist += "#EXTINF:1.000000,\n" + name + "\n";
+        }
+        WriteFile(PlaylistPath(engine->replayDir), playlist);
+    }
+
+    static std::string SegmentName(int number) {
+        std::string digits = std::to_string(number);
+        return "seg" + std::string(8 - digits.size(), '0') + digits + ".ts";
+    }
+
+    /// Names of the entries of a folder, sorted.
+    static std::vector<Text> EntriesOf(const Text& folder) {
+        std::vector<Text> names;
+        for (const auto& entry : std::filesystem::directory_iterator(ToPath(folder))) {
+            names.push_back(FromPath(entry.path().filename()));
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    static stand_in::ScriptedChild& ChildNumber(std::size_t index) {
+        return *stand_in::TheChildren().children.at(index);
+    }
+    static std::size_t ChildCount() { return stand_in::TheChildren().children.size(); }
+
+private:
+    support::TemporaryFolder folder_;
+
+protected:
+    std::unique_ptr<CaptureEngine> engine;
+};
+
+/// The calls of `names` among all that were made, in order.
+inline std::vector<std::string> CallsAmong(const std::vector<std::string>& names) {
+    std::vector<std::string> found;
+    for (const std::string& call : stand_in::CallNames()) {
+        if (std::find(names.begin(), names.end(), call) != names.end()) {
+            found.push_back(call);
+        }
+    }
+    return found;
+}
+
+}  // namespace zv
