@@ -1,0 +1,357 @@
+#include "EngineFixture.h"
+
+namespace zv {
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class EncoderStart : public EngineTest {
+protected:
+    void Configure(std::int32_t width, std::int32_t height, std::int32_t fps) {
+        CaptureConfig config = PlainConfig();
+        config.width = width;
+        config.height = height;
+        config.fps = fps;
+        ASSERT_TRUE(engine->Configure(config));
+    }
+    bool Start() { return engine->StartEncoder(engine->replay, u"-f null \"out\"", Log()); }
+    Text Log() const { return InCache(u"some.log"); }
+    bool NothingRuns() const {
+        return !engine->replay.process && stand_in::TheVideo().alive.empty() && stand_in::TheAudio().alive.empty();
+    }
+    static VideoCapture& Video() { return *stand_in::TheVideo().alive.at(0); }
+    static AudioCapture& Audio() { return *stand_in::TheAudio().alive.at(0); }
+
+    /// The progress file has `text` only from the given wait on.
+    void ProgressAfter(int waits, const std::string& text) {
+        stand_in::TheChildren().onSpawn = nullptr;
+        stand_in::TheChildren().onWait = [waits, text](stand_in::ScriptedChild& child, std::uint32_t timeoutMs) {
+            stand_in::AdvanceClockMs(timeoutMs);
+            if (child.waits.size() == static_cast<std::size_t>(waits)) {
+                WriteProgress(child, text);
+            }
+        };
+    }
+    /// Frames flow at `first` a second in the first measurement and at `second` in the next one.
+    void FramesFlowAt(std::uint64_t first, std::uint64_t second) {
+        stand_in::TheChildren().onWait = [first, second](stand_in::ScriptedChild& child, std::uint32_t timeoutMs) {
+            stand_in::AdvanceClockMs(timeoutMs);
+            const std::uint64_t rate = child.waits.size() <= 20 ? first : second;
+            // A tenth of a second each time; the rates of these tests need tenths of a frame.
+            tenths += rate;
+            Video().encodedFrames = tenths / 10;
+        };
+        tenths = 0;
+    }
+    static inline std::uint64_t tenths = 0;
+    static constexpr const char16_t* tooSlow = u" FPS. Paused: choose Game friendly (60 FPS) in Settings > Capture.";
+};
+
+TEST_F(EncoderStart, StartsVideoThenSoundThenFfmpeg) {
+    Configure(2560, 1440, 60);
+    EXPECT_TRUE(Start());
+    EXPECT_THAT(CallsAmong({"VideoCapture::Start", "AudioCapture::Start", "SpawnChild"}),
+                ElementsAre("VideoCapture::Start", "AudioCapture::Start", "SpawnChild"));
+    ASSERT_THAT(stand_in::TheVideo().starts, SizeIs(1));
+    const stand_in::VideoStart& video = stand_in::TheVideo().starts[0];
+    EXPECT_EQ(video.monitorDevice, u"\\\\.\\DISPLAY2");
+    EXPECT_EQ(video.format.width, 2560U);
+    EXPECT_EQ(video.format.height, 1440U);
+    EXPECT_EQ(video.format.fps, 60U);
+    EXPECT_EQ(video.format.bitrateMbps, 20U);
+    ASSERT_THAT(stand_in::TheAudio().starts, SizeIs(1));
+    EXPECT_TRUE(stand_in::TheAudio().starts[0].gameAudio);
+    EXPECT_FALSE(stand_in::TheAudio().starts[0].microphone);
+}
+
+TEST_F(EncoderStart, TheArgumentsAreProgressInputsCopyAndOutput) {
+    Configure(1920, 1080, 60);
+    ASSERT_TRUE(Start());
+    EXPECT_EQ(stand_in::LastChild().options.commandLine,
+              Quoted(Here(u"the ffmpeg")) + u" -hide_banner -loglevel warning -y -progress " +
+                  Quoted(Log() + u".progress") +
+                  u" -stats_period 0.5 -thread_queue_size 64 -f mpegts -probesize 65536 -analyzeduration 0 "
+                  u"-i \"video pipe\" -avioflags direct -blocksize 3840 -thread_queue_size 32 -f f32le -ar 48000 "
+                  u"-ac 2 -probesize 32 -analyzeduration 0 -i \"audio pipe\" -map 0:v:0 -map 1:a:0 "
+                  u"-af aresample=async=1000:first_pts=0 -c:a aac -b:a 192k -ar 48000 -c:v copy -f null \"out\"");
+    EXPECT_EQ(stand_in::LastChild().options.logPath, Log());
+}
+
+TEST_F(EncoderStart, EitherSourceOfSoundMakesAnAudioWorker) {
+    struct Flags {
+        bool gameAudio;
+        bool microphone;
+        std::size_t workers;
+    };
+    for (const Flags flags :
+         {Flags{true, true, 1}, Flags{false, true, 1}, Flags{true, false, 1}, Flags{false, false, 0}}) {
+        CaptureConfig config = PlainConfig();
+        config.gameAudioEnabled = flags.gameAudio;
+        config.micEnabled = flags.microphone;
+        ASSERT_TRUE(engine->Configure(config));
+        stand_in::TheAudio().starts.clear();
+        ASSERT_TRUE(Start());
+        ASSERT_THAT(stand_in::TheAudio().starts, SizeIs(flags.workers));
+        if (flags.workers == 1) {
+            EXPECT_EQ(stand_in::TheAudio().starts[0].gameAudio, flags.gameAudio);
+            EXPECT_EQ(stand_in::TheAudio().starts[0].microphone, flags.microphone);
+        }
+        engine->StopChild(engine->replay, 1);
+    }
+}
+
+TEST_F(EncoderStart, AnEarlierWorkerIsReplaced) {
+    Configure(1920, 1080, 60);
+    engine->replay.video = std::make_unique<VideoCapture>();
+    engine->replay.audio = std::make_unique<AudioCapture>();
+    ASSERT_TRUE(Start());
+    EXPECT_THAT(stand_in::TheVideo().alive, SizeIs(1));
+    EXPECT_THAT(stand_in::TheAudio().alive, SizeIs(1));
+}
+
+TEST_F(EncoderStart, WithoutFfmpegItSaysSo) {
+    Configure(1920, 1080, 60);
+    engine->ffmpegPath.clear();
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(engine->statusText, u"FFmpeg is missing. Run the launcher.");
+    EXPECT_THAT(stand_in::TheVideo().starts, IsEmpty());
+}
+
+TEST_F(EncoderStart, AVideoThatCannotStartGivesItsOwnSentence) {
+    Configure(1920, 1080, 60);
+    stand_in::FailCall("VideoCapture::Start", 1, 0);
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(engine->statusText, u"Video could not start.");
+    EXPECT_TRUE(NothingRuns());
+    EXPECT_THAT(stand_in::TheAudio().starts, IsEmpty());
+    EXPECT_EQ(ChildCount(), 0U);
+}
+
+TEST_F(EncoderStart, SoundThatCannotStartGivesItsOwnSentenceAndEndsTheVideo) {
+    Configure(1920, 1080, 60);
+    stand_in::FailCall("AudioCapture::Start", 1, 0);
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(engine->statusText, u"Audio could not start.");
+    EXPECT_TRUE(NothingRuns());
+    EXPECT_EQ(ChildCount(), 0U);
+}
+
+TEST_F(EncoderStart, AnFfmpegThatCannotBeStartedNamesTheLog) {
+    Configure(1920, 1080, 60);
+    stand_in::FailCall("SpawnChild", 1, 0);
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(engine->statusText, u"Cannot start NVENC encoder. See " + Log());
+    EXPECT_TRUE(NothingRuns());
+}
+
+TEST_F(EncoderStart, StaleProgressIsDeletedBeforeTheChildStarts) {
+    Configure(1920, 1080, 60);
+    WriteFile(Log() + u".progress", "frame=5000\n");
+    bool stale = true;
+    stand_in::TheChildren().onSpawn = [&stale](stand_in::ScriptedChild& child) {
+        stale = Exists(child.options.logPath + u".progress");
+    };
+    EXPECT_FALSE(Start());
+    EXPECT_FALSE(stale);
+}
+
+TEST_F(EncoderStart, FramesEndTheWaitAtOnce) {
+    Configure(1920, 1080, 60);
+    ASSERT_TRUE(Start());
+    EXPECT_THAT(stand_in::LastChild().waits, IsEmpty());
+}
+
+TEST_F(EncoderStart, TheWaitGoesOnInStepsUntilTheThresholdIsReached) {
+    Configure(1920, 1080, 60);
+    stand_in::TheChildren().onSpawn = [](stand_in::ScriptedChild& child) { WriteProgress(child, "frame=14\n"); };
+    stand_in::TheChildren().onWait = [](stand_in::ScriptedChild& child, std::uint32_t) {
+        if (child.waits.size() == 3) {
+            WriteProgress(child, "frame=14\nprogress=continue\nframe=15\nprogress=continue\n");
+        }
+    };
+    EXPECT_TRUE(Start());
+    EXPECT_THAT(stand_in::LastChild().waits, ElementsAre(250U, 250U, 250U));
+}
+
+TEST_F(EncoderStart, AMissingProgressFileJustGoesOnWaiting) {
+    Configure(1920, 1080, 60);
+    ProgressAfter(5, "frame=15\n");
+    EXPECT_TRUE(Start());
+    EXPECT_THAT(stand_in::LastChild().waits, SizeIs(5));
+}
+
+TEST_F(EncoderStart, TheLastOfSixtyPassesStillCounts) {
+    Configure(1920, 1080, 60);
+    ProgressAfter(59, "frame=15\n");
+    EXPECT_TRUE(Start());
+}
+
+TEST_F(EncoderStart, NoFramesInFifteenSecondsIsAFailure) {
+    Configure(1920, 1080, 60);
+    ProgressAfter(60, "frame=15\n");  // one pass too late
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(engine->statusText, u"GPU recording could not start. No slow GDI fallback was used. Details: " + Log());
+    EXPECT_THAT(stand_in::LastChild().waits, testing::AllOf(SizeIs(60), Each(250U)));
+    EXPECT_EQ(stand_in::LastChild().input, "q\n");
+    EXPECT_TRUE(NothingRuns());
+}
+
+TEST_F(EncoderStart, AnFfmpegThatExitsBeforeFramesIsTheSameFailureAtOnce) {
+    Configure(1920, 1080, 60);
+    stand_in::TheChildren().onSpawn = nullptr;
+    stand_in::TheChildren().onWait = [](stand_in::ScriptedChild& child, std::uint32_t) {
+        stand_in::EndChild(child, 1);
+    };
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(engine->statusText, u"GPU recording could not start. No slow GDI fallback was used. Details: " + Log());
+    EXPECT_THAT(stand_in::LastChild().waits, SizeIs(1));
+    EXPECT_TRUE(NothingRuns());
+}
+
+TEST_F(EncoderStart, VideoThatDiesDuringTheWaitGivesItsSentence) {
+    Configure(1920, 1080, 60);
+    stand_in::TheChildren().onSpawn = nullptr;
+    stand_in::TheChildren().onWait = [](stand_in::ScriptedChild&, std::uint32_t) {
+        stand_in::FailVideo(Video(), u"Desktop capture lost (0x887A0026)");
+        stand_in::FailAudio(Audio(), u"Sound lost");
+    };
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(engine->statusText, u"Desktop capture lost (0x887A0026)");
+    EXPECT_TRUE(NothingRuns());
+    EXPECT_FALSE(ChildNumber(0).processHeld);
+}
+
+TEST_F(EncoderStart, SoundThatDiesDuringTheWaitGivesItsSentence) {
+    Configure(1920, 1080, 60);
+    stand_in::TheChildren().onSpawn = nullptr;
+    stand_in::TheChildren().onWait = [](stand_in::ScriptedChild&, std::uint32_t) {
+        stand_in::FailAudio(Audio(), u"Sound lost");
+    };
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(engine->statusText, u"Sound lost");
+    EXPECT_TRUE(NothingRuns());
+}
+
+TEST_F(EncoderStart, EasyModesAreNotMeasured) {
+    Configure(1920, 1080, 60);
+    engine->fpsSampleTick = 5;
+    engine->measuredFps = 7;
+    EXPECT_TRUE(Start());
+    EXPECT_FALSE(Exists(InCache(u"performance.log")));
+    EXPECT_EQ(engine->fpsSampleTick, 0U);
+    EXPECT_EQ(engine->measuredFps, 0);
+}
+
+TEST_F(EncoderStart, AFastModeIsMeasuredForTwoSeconds) {
+    Configure(1920, 1080, 120);
+    FramesFlowAt(120, 0);
+    EXPECT_TRUE(Start());
+    EXPECT_THAT(stand_in::LastChild().waits, testing::AllOf(SizeIs(20), Each(100U)));
+    EXPECT_EQ(ReadWhole(InCache(u"performance.log")),
+              "1920x1080 target=120 measured=120 GPU encode/transport us=0 pipe wait us=0\n");
+    EXPECT_EQ(engine->measuredFps, 0);
+}
+
+TEST_F(EncoderStart, FourKIsMeasuredAtAnyRate) {
+    Configure(3840, 2160, 30);
+    FramesFlowAt(27, 0);
+    EXPECT_TRUE(Start());
+    EXPECT_EQ(ReadWhole(InCache(u"performance.log")),
+              "3840x2160 target=30 measured=27 GPU encode/transport us=0 pipe wait us=0\n");
+}
+
+TEST_F(EncoderStart, ExactlyNinetyPercentPassesAtOnce) {
+    Configure(1920, 1080, 120);
+    FramesFlowAt(108, 0);
+    EXPECT_TRUE(Start());
+    EXPECT_THAT(stand_in::LastChild().waits, SizeIs(20));
+}
+
+TEST_F(EncoderStart, ASecondMeasurementOfFiveSecondsCanStillPass) {
+    Configure(1920, 1080, 120);
+    FramesFlowAt(107, 119);
+    EXPECT_TRUE(Start());
+    EXPECT_THAT(stand_in::LastChild().waits, SizeIs(20 + 50));
+    EXPECT_EQ(ReadWhole(InCache(u"performance.log")),
+              "1920x1080 target=120 measured=107 GPU encode/transport us=0 pipe wait us=0\n"
+              "1920x1080 target=120 measured=119 GPU encode/transport us=0 pipe wait us=0\n");
+    EXPECT_EQ(engine->measuredFps, 0);
+}
+
+TEST_F(EncoderStart, TwoSlowMeasurementsStopEverything) {
+    Configure(1920, 1080, 120);
+    FramesFlowAt(90, 107);
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(engine->statusText, u"Speed check: 107 / 120" + Text(tooSlow));
+    EXPECT_EQ(engine->measuredFps, 107);
+    EXPECT_TRUE(NothingRuns());
+    EXPECT_EQ(stand_in::LastChild().input, "q\n");
+}
+
+TEST_F(EncoderStart, MeasurementsAreAppendedToTheLog) {
+    Configure(1920, 1080, 120);
+    WriteFile(InCache(u"performance.log"), "before\n");
+    FramesFlowAt(120, 0);
+    ASSERT_TRUE(Start());
+    EXPECT_EQ(ReadWhole(InCache(u"performance.log")),
+              "before\n1920x1080 target=120 measured=120 GPU encode/transport us=0 pipe wait us=0\n");
+}
+
+class SpeedCheckDeath : public EncoderStart {
+protected:
+    /// Runs `die` in the 15th wait of the measurement.
+    void DieDuringMeasurement(const std::function<void(stand_in::ScriptedChild&)>& die) {
+        Configure(1920, 1080, 120);
+        stand_in::TheChildren().onWait = [die](stand_in::ScriptedChild& child, std::uint32_t timeoutMs) {
+            stand_in::AdvanceClockMs(timeoutMs);
+            Video().encodedFrames += 12;
+            if (child.waits.size() == 15) {
+                die(child);
+            }
+        };
+    }
+};
+
+TEST_F(SpeedCheckDeath, OfVideoGivesItsSentence) {
+    DieDuringMeasurement([](stand_in::ScriptedChild&) {
+        stand_in::FailVideo(Video(), u"Video lost");
+        stand_in::FailAudio(Audio(), u"Sound lost");
+    });
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(engine->statusText, u"Capture stopped during speed check: Video lost");
+    EXPECT_THAT(ChildNumber(0).waits, SizeIs(15));
+    EXPECT_TRUE(NothingRuns());
+    EXPECT_EQ(ReadWhole(InCache(u"performance.log")),
+              "1920x1080 target=120 measured=120 GPU encode/transport us=0 pipe wait us=0\n");
+}
+
+TEST_F(SpeedCheckDeath, OfSoundGivesItsSentence) {
+    DieDuringMeasurement([](stand_in::ScriptedChild&) { stand_in::FailAudio(Audio(), u"Sound lost"); });
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(engine->statusText, u"Capture stopped during speed check: Sound lost");
+    EXPECT_TRUE(NothingRuns());
+}
+
+TEST_F(SpeedCheckDeath, OfTheChildNamesTheLog) {
+    DieDuringMeasurement([](stand_in::ScriptedChild& child) { stand_in::EndChild(child, 1); });
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(engine->statusText, u"Capture stopped during speed check: Encoder exited. See " + Log());
+    EXPECT_TRUE(NothingRuns());
+    EXPECT_EQ(engine->measuredFps, 0);
+}
+
+TEST_F(SpeedCheckDeath, WithASlowRateIsNotMeasuredAgain) {
+    DieDuringMeasurement([](stand_in::ScriptedChild& child) {
+        Video().encodedFrames = 1;
+        stand_in::EndChild(child, 1);
+    });
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(engine->statusText, u"Capture stopped during speed check: Encoder exited. See " + Log());
+    EXPECT_THAT(ChildNumber(0).waits, SizeIs(15));
+}
+
+}  // namespace
+}  // namespace zv

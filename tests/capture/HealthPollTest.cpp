@@ -1,0 +1,273 @@
+#include "EngineFixture.h"
+
+namespace zv {
+namespace {
+
+using testing::IsEmpty;
+
+class HealthPoll : public EngineTest {
+protected:
+    void StartOwnRecording() {
+        ASSERT_TRUE(engine->Configure(PlainConfig()));
+        ASSERT_TRUE(engine->StartRecording(output));
+        WriteFile(working, std::string(2000, 'x'));
+        engine->statusText = u"before";
+    }
+    void StartRecordingFromReplay() {
+        StartReplayWith(3);
+        stand_in::TheChildren().onSpawn = [this](stand_in::ScriptedChild&) {
+            WriteFile(working, std::string(2000, 'x'));
+        };
+        ASSERT_TRUE(engine->StartRecording(output));
+        stand_in::TheRelays().onStop = [] { stand_in::EndChild(ChildNumber(1), 0); };
+        engine->statusText = u"before";
+    }
+    void ExpectRecordingFailed(const Text& status) {
+        EXPECT_EQ(engine->state, EngineState::Failed);
+        EXPECT_EQ(engine->statusText, status);
+        EXPECT_FALSE(engine->recording.process || engine->recording.video || engine->recording.audio);
+        EXPECT_TRUE(Exists(working));  // stays where it is
+        EXPECT_FALSE(Exists(output));
+    }
+    void ExpectReplayStopped(const Text& status) {
+        EXPECT_FALSE(engine->replayRunning);
+        EXPECT_EQ(engine->statusText, status);
+        EXPECT_FALSE(engine->replay.process || engine->replay.video || engine->replay.audio);
+    }
+
+    Text output = Here(u"a.mp4");
+    Text working = Here(u"a.mp4.partial.mp4");
+};
+
+TEST_F(HealthPoll, FindsNothingWrongWithWhatRuns) {
+    StartRecordingFromReplay();
+    engine->PollHealth();
+    EXPECT_EQ(engine->statusText, u"before");
+    EXPECT_TRUE(engine->replayRunning);
+    EXPECT_EQ(engine->state, EngineState::Recording);
+    EXPECT_EQ(ChildNumber(0).input, "");
+}
+
+TEST_F(HealthPoll, VideoOfARecordingThatDiedFailsTheRecording) {
+    StartOwnRecording();
+    stand_in::FailVideo(*engine->recording.video, u"Video lost (0x887A0026)");
+    engine->PollHealth();
+    ExpectRecordingFailed(u"Video lost (0x887A0026)");
+}
+
+TEST_F(HealthPoll, VideoThatDiedWithoutASentenceLeavesNone) {
+    StartOwnRecording();
+    stand_in::FailVideo(*engine->recording.video, u"");
+    engine->PollHealth();
+    ExpectRecordingFailed(u"");
+}
+
+TEST_F(HealthPoll, VideoOfTheReplayThatDiedStopsTheReplay) {
+    StartReplayWith(3);
+    stand_in::FailVideo(*engine->replay.video, u"Video lost");
+    engine->PollHealth();
+    ExpectReplayStopped(u"Video lost");
+    EXPECT_EQ(engine->state, EngineState::Ready);
+}
+
+TEST_F(HealthPoll, VideoOfTheReplayThatDiedSavesTheRecordingThatReadsFromItFirst) {
+    StartRecordingFromReplay();
+    stand_in::FailVideo(*engine->replay.video, u"Video lost");
+    engine->PollHealth();
+    ExpectReplayStopped(u"Video lost");
+    EXPECT_EQ(engine->state, EngineState::Ready);
+    EXPECT_TRUE(Exists(output));
+    EXPECT_FALSE(Exists(working));
+    EXPECT_FALSE(engine->recording.process);
+}
+
+TEST_F(HealthPoll, SoundOfARecordingThatDiedFailsTheRecording) {
+    StartOwnRecording();
+    stand_in::FailAudio(*engine->recording.audio, u"Sound lost");
+    engine->PollHealth();
+    ExpectRecordingFailed(u"Sound lost");
+}
+
+TEST_F(HealthPoll, SoundOfARecordingThatDiedWithoutASentenceGetsOne) {
+    StartOwnRecording();
+    stand_in::FailAudio(*engine->recording.audio, u"");
+    engine->PollHealth();
+    ExpectRecordingFailed(u"Recording audio stopped unexpectedly.");
+}
+
+TEST_F(HealthPoll, SoundOfTheReplayThatDiedStopsTheReplay) {
+    StartReplayWith(3);
+    stand_in::FailAudio(*engine->replay.audio, u"Sound lost");
+    engine->PollHealth();
+    ExpectReplayStopped(u"Sound lost");
+}
+
+TEST_F(HealthPoll, SoundOfTheReplayThatDiedWithoutASentenceGetsOne) {
+    StartReplayWith(3);
+    stand_in::FailAudio(*engine->replay.audio, u"");
+    engine->PollHealth();
+    ExpectReplayStopped(u"Replay audio stopped unexpectedly.");
+}
+
+TEST_F(HealthPoll, SoundOfTheReplayThatDiedDoesNotFinishTheRecording) {
+    StartRecordingFromReplay();
+    stand_in::FailAudio(*engine->replay.audio, u"Sound lost");
+    engine->PollHealth();
+    ExpectReplayStopped(u"Sound lost");
+    EXPECT_EQ(engine->state, EngineState::Recording);
+    EXPECT_TRUE(engine->recording.process);
+}
+
+TEST_F(HealthPoll, AChildOfARecordingThatDiedFailsTheRecording) {
+    StartOwnRecording();
+    stand_in::EndChild(stand_in::LastChild(), 0);
+    engine->PollHealth();
+    ExpectRecordingFailed(u"Recording encoder stopped unexpectedly. Logs: " + engine->cacheDir);
+    EXPECT_EQ(stand_in::LastChild().input, "");
+}
+
+TEST_F(HealthPoll, AChildOfTheReplayThatDiedStopsTheReplay) {
+    StartReplayWith(3);
+    stand_in::EndChild(ChildNumber(0), 1);
+    engine->PollHealth();
+    ExpectReplayStopped(u"Replay encoder stopped unexpectedly. Logs: " + engine->cacheDir);
+}
+
+TEST_F(HealthPoll, AChildOfTheReplayThatDiedDoesNotFinishTheRecording) {
+    StartRecordingFromReplay();
+    stand_in::EndChild(ChildNumber(0), 1);
+    engine->PollHealth();
+    ExpectReplayStopped(u"Replay encoder stopped unexpectedly. Logs: " + engine->cacheDir);
+    EXPECT_EQ(engine->state, EngineState::Recording);
+    EXPECT_TRUE(engine->recording.relay);
+    EXPECT_TRUE(ChildNumber(1).running);
+}
+
+TEST_F(HealthPoll, AChildThatDiedOfItsVideoIsReportedByTheVideo) {
+    StartReplayWith(3);
+    stand_in::FailVideo(*engine->replay.video, u"Video lost");
+    stand_in::FailAudio(*engine->replay.audio, u"Sound lost");
+    stand_in::EndChild(ChildNumber(0), 1);
+    engine->PollHealth();
+    ExpectReplayStopped(u"Video lost");
+}
+
+TEST_F(HealthPoll, ALaterCheckStillRunsAfterAnEarlierOneFired) {
+    StartRecordingFromReplay();
+    stand_in::EndChild(ChildNumber(0), 1);
+    stand_in::EndChild(ChildNumber(1), 1);
+    engine->PollHealth();
+    EXPECT_EQ(engine->state, EngineState::Failed);
+    EXPECT_FALSE(engine->replayRunning);
+    EXPECT_EQ(engine->statusText, u"Replay encoder stopped unexpectedly. Logs: " + engine->cacheDir);
+}
+
+TEST_F(HealthPoll, NothingIsEverStartedAgain) {
+    StartReplayWith(3);
+    stand_in::EndChild(ChildNumber(0), 1);
+    for (int poll = 0; poll < 5; ++poll) {
+        engine->PollHealth();
+    }
+    EXPECT_EQ(ChildCount(), 1U);
+    EXPECT_THAT(stand_in::TheVideo().alive, IsEmpty());
+}
+
+class FrameRateSample : public HealthPoll {};
+
+TEST_F(FrameRateSample, TheFirstPollAfterAStartJustTakesASample) {
+    StartReplayWith(1);
+    stand_in::TheClock().nowNs = 50'000'000'000;
+    engine->replay.video->encodedFrames = 300;
+    engine->PollHealth();
+    EXPECT_EQ(engine->fpsSampleTick, 50000U);
+    EXPECT_EQ(engine->fpsSampleFrames, 300U);
+    EXPECT_EQ(engine->measuredFps, 0);
+}
+
+TEST_F(FrameRateSample, IsKeptForTwoSecondsAndThenMeasured) {
+    StartReplayWith(1);
+    stand_in::TheClock().nowNs = 50'000'000'000;
+    engine->PollHealth();
+    stand_in::AdvanceClockMs(1999);
+    engine->replay.video->encodedFrames = 100;
+    engine->PollHealth();
+    EXPECT_EQ(engine->fpsSampleTick, 50000U);
+    EXPECT_EQ(engine->measuredFps, 0);
+    stand_in::AdvanceClockMs(1);
+    engine->replay.video->encodedFrames = 119;
+    engine->PollHealth();
+    EXPECT_EQ(engine->measuredFps, 59);
+    EXPECT_EQ(engine->fpsSampleTick, 52000U);
+    EXPECT_EQ(engine->fpsSampleFrames, 119U);
+}
+
+TEST_F(FrameRateSample, ACountThatWentBackwardsStartsANewSample) {
+    StartReplayWith(1);
+    engine->replay.video->encodedFrames = 500;
+    engine->PollHealth();
+    stand_in::AdvanceClockMs(100);
+    engine->replay.video->encodedFrames = 20;
+    engine->PollHealth();
+    EXPECT_EQ(engine->fpsSampleFrames, 20U);
+    EXPECT_EQ(engine->measuredFps, 0);
+}
+
+TEST_F(FrameRateSample, ComesFromTheRecordingWithoutAReplay) {
+    StartOwnRecording();
+    engine->recording.video->encodedFrames = 70;
+    engine->PollHealth();
+    EXPECT_EQ(engine->fpsSampleFrames, 70U);
+}
+
+TEST_F(FrameRateSample, IsClearedWhenNothingCaptures) {
+    ASSERT_TRUE(engine->Configure(PlainConfig()));
+    engine->fpsSampleTick = 1;
+    engine->fpsSampleFrames = 2;
+    engine->measuredFps = 3;
+    engine->PollHealth();
+    EXPECT_EQ(engine->fpsSampleTick, 0U);
+    EXPECT_EQ(engine->fpsSampleFrames, 0U);
+    EXPECT_EQ(engine->measuredFps, 0);
+}
+
+class PollCaptureTest : public HealthPoll {};
+
+TEST_F(PollCaptureTest, TellsTheSecondsAndNoTextWhileNothingChanged) {
+    StartReplayWith(4);
+    const CapturePollResult result = PollCapture(*engine);
+    EXPECT_EQ(result.bufferedSeconds, 4);
+    EXPECT_FALSE(result.changed);
+    EXPECT_EQ(result.status, u"");
+}
+
+TEST_F(PollCaptureTest, TellsOnceThatTheReplayDied) {
+    StartReplayWith(4);
+    stand_in::EndChild(ChildNumber(0), 1);
+    CapturePollResult result = PollCapture(*engine);
+    EXPECT_EQ(result.bufferedSeconds, 0);
+    EXPECT_TRUE(result.changed);
+    EXPECT_EQ(result.status, u"Replay encoder stopped unexpectedly. Logs: " + engine->cacheDir);
+    result = PollCapture(*engine);
+    EXPECT_FALSE(result.changed);
+    EXPECT_EQ(result.status, u"");
+}
+
+TEST_F(PollCaptureTest, TellsThatTheStateChanged) {
+    StartOwnRecording();
+    stand_in::EndChild(stand_in::LastChild(), 1);
+    const CapturePollResult result = PollCapture(*engine);
+    EXPECT_TRUE(result.changed);
+    EXPECT_EQ(result.status, u"Recording encoder stopped unexpectedly. Logs: " + engine->cacheDir);
+}
+
+TEST_F(PollCaptureTest, AnythingThrownBecomesOneSentence) {
+    StartReplayWith(4);
+    stand_in::ThrowInCall("IsRunning", stand_in::CountOf("IsRunning") + 1);
+    const CapturePollResult result = PollCapture(*engine);
+    EXPECT_EQ(result.bufferedSeconds, 0);
+    EXPECT_TRUE(result.changed);
+    EXPECT_EQ(result.status, u"Capture check failed. Try restarting replay.");
+}
+
+}  // namespace
+}  // namespace zv
