@@ -108,7 +108,7 @@ Result WriteBlock(AudioRun& run) {
         return resultOk;
     }
     const bool done = begun == WriteBegin::Pending && FinishWrite(*run.write, run.stop, waitForever) == WriteEnd::Done;
-    return done ? resultOk : resultGenericFailure;
+    return done ? resultOk : WriteFailure(*run.write);
 }
 
 /// Writes as many blocks as the wall clock says should exist. After a stall that is the whole backlog.
@@ -148,6 +148,7 @@ Result StartAndPump(AudioRun& run) {
 void TearDown(AudioRun& run) {
     if (run.write) {
         CancelWrite(*run.write);
+        DisconnectPipe(*run.pipe);
     }
     run.write.reset();
     run.pipe.reset();

@@ -71,7 +71,13 @@ enum class WriteEnd {
 /// Waits for a pending write. Whatever the answer, the write is no longer in flight.
 WriteEnd FinishWrite(PipeWrite& write, Event& stop, std::uint32_t timeoutMs);
 
+/// The code of the last write that was refused or failed; resultGenericFailure when the system gave none.
+Result WriteFailure(const PipeWrite& write);
+
 /// Cancels a write that may be in flight and waits until the system has let go of its bytes.
 void CancelWrite(PipeWrite& write);
+
+/// Cuts the reader off before the pipe is closed. Where the system can, what the reader has not read yet is lost.
+void DisconnectPipe(BytePipe& pipe);
 
 }  // namespace zv

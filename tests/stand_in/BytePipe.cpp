@@ -133,4 +133,8 @@ void CancelWrite(PipeWrite& write) {
     stand_in::Land(write);
 }
 
+Result WriteFailure(const PipeWrite&) { return ThePipe().failure; }
+
+void DisconnectPipe(BytePipe&) { const Call call("DisconnectPipe"); }
+
 }  // namespace zv

@@ -20,6 +20,7 @@ struct PipeControls {
     bool writeRefusedByHandles = false;        ///< MakePipeWrite answers null
     std::function<WriteBegin(int nth)> begin;  ///< null: every write is done at once
     std::function<WriteEnd(int nth)> finish;   ///< null: every pending write is done
+    Result failure = resultGenericFailure;     ///< what WriteFailure answers
 
     // What it was given, read while nothing runs
     std::vector<Text> names;

@@ -32,6 +32,7 @@ struct BytePipe {
     PipeWrite* first = nullptr;
     PipeWrite* last = nullptr;
     bool broken = false;  ///< the reader is gone
+    int error = 0;        ///< errno of what broke it
 };
 
 struct PipeWrite {
@@ -57,6 +58,7 @@ bool Move(BytePipe& pipe, PipeWrite& write) {
         } else if (errno == EAGAIN) {
             return false;
         } else if (errno != EINTR) {
+            pipe.error = errno;
             pipe.broken = true;
         }
     }
@@ -257,5 +259,12 @@ void CancelWrite(PipeWrite& write) {
         Remove(*write.pipe, write);
     }
 }
+
+Result WriteFailure(const PipeWrite& write) {
+    return write.pipe->error == 0 ? resultGenericFailure : ResultOfSystemError(write.pipe->error);
+}
+
+// A FIFO keeps what has been written for its reader, and its end comes with the close.
+void DisconnectPipe(BytePipe&) {}
 
 }  // namespace zv

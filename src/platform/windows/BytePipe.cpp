@@ -24,6 +24,7 @@ struct PipeWrite {
     OVERLAPPED overlapped{};
     DWORD size = 0;
     bool pending = false;
+    DWORD error = 0;  ///< of the last write that was refused or failed
 };
 
 template <>
@@ -142,7 +143,8 @@ WriteBegin BeginWrite(PipeWrite& write, const std::byte* bytes, std::size_t size
     if (WriteFile(write.pipe, bytes, write.size, nullptr, &write.overlapped)) {
         return WriteBegin::Done;
     }
-    write.pending = GetLastError() == ERROR_IO_PENDING;
+    write.error = GetLastError();
+    write.pending = write.error == ERROR_IO_PENDING;
     return write.pending ? WriteBegin::Pending : WriteBegin::Refused;
 }
 
@@ -158,6 +160,7 @@ WriteEnd FinishWrite(PipeWrite& write, Event& stop, std::uint32_t timeoutMs) {
     write.pending = false;
     DWORD written = 0;
     const bool ended = GetOverlappedResult(write.pipe, &write.overlapped, &written, FALSE) != 0;
+    write.error = ended ? 0 : GetLastError();
     return ended && written == write.size ? WriteEnd::Done : WriteEnd::Failed;
 }
 
@@ -167,5 +170,11 @@ void CancelWrite(PipeWrite& write) {
         write.pending = false;
     }
 }
+
+Result WriteFailure(const PipeWrite& write) {
+    return write.error == 0 ? resultGenericFailure : ResultOfSystemError(static_cast<std::int32_t>(write.error));
+}
+
+void DisconnectPipe(BytePipe& pipe) { DisconnectNamedPipe(pipe.handle.Get()); }
 
 }  // namespace zv

@@ -1,0 +1,565 @@
+#include "audio/AudioCapture.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <cstring>
+#include <span>
+#include <thread>
+
+#include "platform/Clock.h"
+#include "stand_in/Allocations.h"
+#include "stand_in/AudioEndpoint.h"
+#include "stand_in/BytePipe.h"
+#include "stand_in/Calls.h"
+#include "stand_in/Clock.h"
+#include "stand_in/Event.h"
+#include "stand_in/WaveInput.h"
+
+namespace zv {
+namespace {
+
+using stand_in::CallNames;
+using stand_in::CountOf;
+using stand_in::FailCall;
+using stand_in::TheEndpoint;
+using stand_in::ThePipe;
+using testing::ElementsAre;
+
+constexpr std::int64_t millisecond = 10000;
+
+template <class Condition>
+bool Eventually(Condition condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+/// A device that delivers constant packets of 10 ms as soon as the clock has passed their end.
+struct ConstantSound {
+    float value = 0;  ///< 0 delivers nothing at all
+    std::int64_t next = 0;
+    bool movesClock = false;  ///< each look that finds nothing moves the clock by `stepMs`, up to `until`
+    std::int64_t stepMs = 10;
+    std::int64_t until = 0;
+
+    bool Deliver(stand_in::ScriptedPacket& packet) {
+        const std::int64_t now = Counter100ns();
+        if (value != 0 && next + 10 * millisecond <= now) {
+            Make(packet);
+            return true;
+        }
+        if (movesClock && now < until) {
+            stand_in::AdvanceClockMs(stepMs);
+        }
+        return false;
+    }
+
+    void Make(stand_in::ScriptedPacket& packet) {
+        packet.data.resize(3840);
+        for (std::size_t i = 0; i < 960; ++i) {
+            std::memcpy(packet.data.data() + i * sizeof(float), &value, sizeof value);
+        }
+        packet.frames = 480;
+        packet.position = next;
+        next += 10 * millisecond;
+    }
+};
+
+class AudioCaptureTest : public testing::Test {
+protected:
+    AudioCaptureTest() {
+        stand_in::ResetCalls();
+        stand_in::ResetClock();
+        stand_in::ResetEvents();
+        stand_in::ResetEndpoints();
+        stand_in::ResetWaveInput();
+        stand_in::ResetPipe();
+        start = Counter100ns();
+        for (ConstantSound* sound : {&system, &microphone}) {
+            sound->next = start;
+        }
+        TheEndpoint(true).source = [this](stand_in::ScriptedPacket& packet) { return system.Deliver(packet); };
+        TheEndpoint(false).source = [this](stand_in::ScriptedPacket& packet) { return microphone.Deliver(packet); };
+    }
+    ~AudioCaptureTest() override {
+        capture.Stop();
+        EXPECT_EQ(stand_in::LiveEvents(), 0);
+        EXPECT_EQ(stand_in::LiveAudioThreads(), 0);
+        EXPECT_EQ(stand_in::LiveAudioEnumerators(), 0);
+        EXPECT_EQ(TheEndpoint(true).live + TheEndpoint(false).live, 0);
+        EXPECT_EQ(stand_in::TheWaveInput().live, 0);
+        EXPECT_EQ(ThePipe().livePipes, 0);
+        EXPECT_EQ(ThePipe().liveWrites, 0);
+        EXPECT_FALSE(ThePipe().touchedInFlight);
+        EXPECT_FALSE(ThePipe().pipeClosedBeforeWrites);
+    }
+
+    /// Runs until the clock has come to `untilMs` after the start and all that is due then is written.
+    void RunUntil(std::int64_t untilMs, bool gameAudio = true, bool mic = false) {
+        ConstantSound& mover = gameAudio ? system : microphone;
+        mover.movesClock = true;
+        mover.until = start + untilMs * millisecond;
+        ASSERT_TRUE(capture.Start(gameAudio, mic));
+        ASSERT_TRUE(Eventually([&] { return Counter100ns() >= mover.until; }));
+        LetRoundsPass(gameAudio, 5);
+        EXPECT_TRUE(capture.running);
+        capture.Stop();
+        EXPECT_EQ(capture.Error(), u"");
+    }
+
+    static void LetRoundsPass(bool gameAudio, int rounds) {
+        const char* poll = gameAudio ? "NextPacketFrames.render" : "NextPacketFrames.capture";
+        const int before = CountOf(poll);
+        EXPECT_TRUE(Eventually([&] { return CountOf(poll) >= before + rounds; }));
+    }
+
+    static float Sample(std::size_t block, std::size_t index) {
+        float value = 0;
+        std::memcpy(&value, ThePipe().received.at(block).data() + index * sizeof value, sizeof value);
+        return value;
+    }
+
+    /// The value of a block all of whose samples are equal, or NaN.
+    static float Level(std::size_t block) {
+        const float first = Sample(block, 0);
+        for (std::size_t i = 0; i < 960; ++i) {
+            if (Sample(block, i) != first) {
+                return std::numeric_limits<float>::quiet_NaN();
+            }
+        }
+        return first;
+    }
+
+    /// Starts a capture whose failure comes only after Start has answered, and waits for its end.
+    void RunIntoFailure(bool gameAudio, bool mic) {
+        std::atomic<bool> started{false};
+        stand_in::TheCalls().hook = [&](const char* name, int) {
+            if (std::string(name) == "ConnectPipe") {
+                EXPECT_TRUE(Eventually([&] { return started.load(); }));
+            }
+        };
+        EXPECT_TRUE(capture.Start(gameAudio, mic));
+        started = true;
+        EXPECT_TRUE(Eventually([&] { return !capture.running; }));
+        const Text error = capture.Error();
+        capture.Stop();
+        EXPECT_EQ(capture.Error(), error);
+        stand_in::TheCalls().hook = nullptr;
+    }
+
+    std::int64_t start = 0;
+    ConstantSound system;
+    ConstantSound microphone;
+    AudioCapture capture;
+};
+
+TEST_F(AudioCaptureTest, WithBothSourcesOffNothingIsStarted) {
+    EXPECT_FALSE(capture.Start(false, false));
+    EXPECT_FALSE(capture.running);
+    EXPECT_EQ(capture.Error(), u"");
+    EXPECT_TRUE(CallNames().empty());
+}
+
+TEST_F(AudioCaptureTest, StartAnswersOnceThePipeExistsAndBeforeTheReaderConnects) {
+    ThePipe().connectAwaitsStop = true;
+    ThePipe().connect = PipeConnect::Stopped;
+    ASSERT_TRUE(capture.Start(true, true));
+    EXPECT_TRUE(capture.running);
+    EXPECT_EQ(stand_in::AskedTimeouts(), std::vector<std::uint32_t>{8000});
+    EXPECT_TRUE(Eventually([] { return CountOf("ConnectPipe") == 1; }));
+    capture.Stop();
+    EXPECT_EQ(ThePipe().connectTimeouts, std::vector<std::uint32_t>{waitForever});
+    EXPECT_EQ(ThePipe().options.bufferBytes, 384000U);
+    EXPECT_TRUE(ThePipe().options.firstInstanceOnly);
+    EXPECT_EQ(ThePipe().names, std::vector<Text>{capture.PipeName()});
+}
+
+TEST_F(AudioCaptureTest, EveryStartHasAPipeNameOfItsOwnCountedByOne) {
+    ThePipe().connectAwaitsStop = true;
+    ThePipe().connect = PipeConnect::Stopped;
+    const Text prefix = u"pipe:ZVReelsAudio-4711-";
+    int previous = 0;
+    for (int i = 0; i < 3; ++i) {
+        AudioCapture another;
+        ASSERT_TRUE(another.Start(true, false));
+        ASSERT_EQ(another.PipeName().substr(0, prefix.size()), prefix);
+        const int number = std::stoi(Narrow(another.PipeName().substr(prefix.size())));
+        EXPECT_TRUE(i == 0 ? number >= 1 : number == previous + 1);
+        previous = number;
+    }
+}
+
+TEST_F(AudioCaptureTest, SourcesAreOpenedBeforeThePipeAndStartedAfterTheReaderIsThere) {
+    ASSERT_TRUE(capture.Start(true, true));
+    ASSERT_TRUE(Eventually([] { return CountOf("NextPacketFrames.capture") > 0; }));
+    capture.Stop();
+    const auto names = CallNames();
+    ASSERT_GE(names.size(), 18U);
+    EXPECT_THAT(
+        std::vector<std::string>(names.begin(), names.begin() + 18),
+        ElementsAre("EnterAudioThread", "MakeAudioEnumerator", "FindDefaultEndpoint.render", "ActivateEndpoint.render",
+                    "ReadMixFormat.render", "InitializeEndpoint.render", "OpenCaptureService.render",
+                    "FindDefaultEndpoint.capture", "ActivateEndpoint.capture", "ReadMixFormat.capture",
+                    "InitializeEndpoint.capture", "OpenCaptureService.capture", "MakeBytePipe", "MakePipeWrite",
+                    "ConnectPipe", "StartEndpoint.render", "StartEndpoint.capture", "NextPacketFrames.render"));
+}
+
+TEST_F(AudioCaptureTest, ThePipeGoesFirstAndTheMicrophoneBeforeSystemSound) {
+    ASSERT_TRUE(capture.Start(true, true));
+    ASSERT_TRUE(Eventually([] { return CountOf("NextPacketFrames.capture") > 0; }));
+    capture.Stop();
+    const auto names = CallNames();
+    ASSERT_GE(names.size(), 10U);
+    EXPECT_THAT(std::vector<std::string>(names.end() - 10, names.end()),
+                ElementsAre("CancelWrite", "DisconnectPipe", "~PipeWrite", "~BytePipe", "~AudioEnumerator",
+                            "StopEndpoint.capture", "~AudioEndpoint.capture", "StopEndpoint.render",
+                            "~AudioEndpoint.render", "~AudioThread"));
+}
+
+TEST_F(AudioCaptureTest, OnlyTheSourcesThatAreOnAreOpened) {
+    ASSERT_TRUE(capture.Start(false, true));
+    ASSERT_TRUE(Eventually([] { return CountOf("NextPacketFrames.capture") > 0; }));
+    capture.Stop();
+    EXPECT_EQ(CountOf("FindDefaultEndpoint.render"), 0);
+    ASSERT_TRUE(capture.Start(true, false));
+    ASSERT_TRUE(Eventually([] { return CountOf("NextPacketFrames.render") > 0; }));
+    capture.Stop();
+    EXPECT_EQ(CountOf("FindDefaultEndpoint.capture"), 1);
+}
+
+struct OpeningRow {
+    const char* call;
+    int nth;
+    std::uint32_t code;
+    bool gameAudio;
+    bool microphone;
+    Text sentence;
+};
+
+Text OpeningSentence(TextView words, TextView code) {
+    return u"Cannot open default audio device at " + Text(words) +
+           u". Check Windows audio devices and microphone permission (" + Text(code) + u")";
+}
+
+TEST_F(AudioCaptureTest, EveryFailureOfTheOpeningHasItsSentence) {
+    const TextView shared = u"shared stream initialization (48000 Hz, 2 channels, 32 bits, tag 3)";
+    const OpeningRow rows[] = {
+        {"EnterAudioThread", 1, 0x80010106U, true, true, u"Cannot initialize Windows audio (0x80010106)"},
+        {"MakeAudioEnumerator", 1, 0x80040154U, true, true, OpeningSentence(u"device enumeration", u"0x80040154")},
+        {"FindDefaultEndpoint.render", 1, 0x80070490U, true, false,
+         OpeningSentence(u"default device lookup", u"0x80070490")},
+        {"ActivateEndpoint.render", 1, 0x80070490U, true, false,
+         u"Cannot open default audio device at audio client activation. Check Windows audio devices and microphone "
+         u"permission (0x80070490)"},
+        {"ReadMixFormat.render", 1, 0x88890004U, true, true, OpeningSentence(u"native mix format", u"0x88890004")},
+        {"InitializeEndpoint.render", 1, 0x88890008U, true, true, OpeningSentence(shared, u"0x88890008")},
+        {"OpenCaptureService.render", 1, 0x88890003U, true, false, OpeningSentence(u"capture service", u"0x88890003")},
+        {"FindDefaultEndpoint.capture", 1, 0x80070490U, true, true,
+         OpeningSentence(u"default device lookup", u"0x80070490")},
+        {"ActivateEndpoint.capture", 1, 0x80070005U, false, true,
+         OpeningSentence(u"audio client activation", u"0x80070005")},
+        {"ReadMixFormat.capture", 1, 0x88890004U, true, true, OpeningSentence(u"native mix format", u"0x88890004")},
+        {"InitializeEndpoint.capture", 1, 0x8889000AU, true, true, OpeningSentence(shared, u"0x8889000A")},
+        {"OpenCaptureService.capture", 1, 0x88890003U, true, true, OpeningSentence(u"capture service", u"0x88890003")},
+        {"MakeBytePipe", 1, 0x800700E7U, true, true, u"Cannot create the audio pipe (0x800700E7)"},
+    };
+    for (const OpeningRow& row : rows) {
+        stand_in::ResetCalls();
+        FailCall(row.call, row.nth, ResultOf(row.code));
+        EXPECT_FALSE(capture.Start(row.gameAudio, row.microphone)) << row.call;
+        EXPECT_FALSE(capture.running) << row.call;
+        EXPECT_EQ(capture.Error(), row.sentence) << row.call << ": " << Narrow(capture.Error());
+        EXPECT_EQ(CountOf("ConnectPipe"), 0) << row.call;
+        EXPECT_EQ(stand_in::LiveAudioThreads(), 0) << row.call;
+        EXPECT_EQ(ThePipe().livePipes, 0) << row.call;
+    }
+}
+
+TEST_F(AudioCaptureTest, AFailingSystemSourceKeepsTheMicrophoneClosed) {
+    FailCall("OpenCaptureService.render", 1, resultGenericFailure);
+    EXPECT_FALSE(capture.Start(true, true));
+    EXPECT_EQ(CountOf("FindDefaultEndpoint.capture"), 0);
+}
+
+TEST_F(AudioCaptureTest, AFailingCompatibilityDriverIsNamed) {
+    FailCall("InitializeEndpoint.capture", 1, resultFormatUnsupported);
+    FailCall("OpenWaveInput", 1, 2);
+    EXPECT_FALSE(capture.Start(true, true));
+    EXPECT_EQ(capture.Error(), OpeningSentence(u"microphone compatibility driver", u"0x80070002"));
+}
+
+TEST_F(AudioCaptureTest, WithoutAWriteRecordThePipeCannotBeCreated) {
+    ThePipe().writeRefusedByHandles = true;
+    EXPECT_FALSE(capture.Start(true, false));
+    EXPECT_EQ(capture.Error(), u"Cannot create the audio pipe (0x80004005)");
+}
+
+TEST_F(AudioCaptureTest, WithoutEventsThereIsNoThread) {
+    stand_in::RefuseEvents(true);
+    EXPECT_FALSE(capture.Start(true, false));
+    EXPECT_EQ(capture.Error(), u"Cannot create audio synchronization events (0x80004005)");
+    EXPECT_EQ(CountOf("EnterAudioThread"), 0);
+}
+
+TEST_F(AudioCaptureTest, AnOpeningThatTakesTooLongIsGivenUp) {
+    stand_in::ShortenWaits(50);
+    stand_in::TheCalls().hook = [this](const char* name, int) {
+        if (std::string(name) == "MakeAudioEnumerator") {
+            EXPECT_TRUE(Eventually([this] { return !capture.Error().empty(); }));
+        }
+    };
+    EXPECT_FALSE(capture.Start(true, false));
+    EXPECT_EQ(capture.Error(), u"Audio initialization timed out (0x80004005)");
+    EXPECT_FALSE(capture.running);
+    EXPECT_EQ(stand_in::AskedTimeouts().front(), 8000U);
+}
+
+TEST_F(AudioCaptureTest, AFailureAfterTheTimeOutDoesNotReplaceItsSentence) {
+    stand_in::ShortenWaits(50);
+    stand_in::TheCalls().hook = [this](const char* name, int) {
+        if (std::string(name) == "FindDefaultEndpoint.render") {
+            EXPECT_TRUE(Eventually([this] { return !capture.Error().empty(); }));
+        }
+    };
+    FailCall("FindDefaultEndpoint.render", 1, resultNoEndpoint);
+    EXPECT_FALSE(capture.Start(true, false));
+    EXPECT_EQ(capture.Error(), u"Audio initialization timed out (0x80004005)");
+}
+
+TEST_F(AudioCaptureTest, AReaderThatCannotConnectHasItsSentence) {
+    ThePipe().connect = PipeConnect::Failed;
+    RunIntoFailure(true, false);
+    EXPECT_EQ(capture.Error(), u"Encoder could not connect to the audio stream (0x80004005)");
+    EXPECT_EQ(CountOf("StartEndpoint.render"), 0);
+}
+
+TEST_F(AudioCaptureTest, EveryFailureOfTheRunHasTheSameSentenceAndItsOwnCode) {
+    for (const char* call :
+         {"StartEndpoint.render", "StartEndpoint.capture", "NextPacketFrames.render", "NextPacketFrames.capture"}) {
+        stand_in::ResetCalls();
+        FailCall(call, 1, ResultOf(0x88890004U));
+        RunIntoFailure(true, true);
+        EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x88890004)") << call;
+    }
+}
+
+TEST_F(AudioCaptureTest, AMicrophoneIsNotStartedWhenSystemSoundIsNot) {
+    FailCall("StartEndpoint.render", 1, ResultOf(0x88890004U));
+    RunIntoFailure(true, true);
+    EXPECT_EQ(CountOf("StartEndpoint.capture"), 0);
+    EXPECT_EQ(CountOf("StopEndpoint.render"), 0);
+}
+
+TEST_F(AudioCaptureTest, AReaderThatGoesAwayEndsTheCapture) {
+    system.movesClock = true;
+    system.until = start + 500 * millisecond;
+    ThePipe().begin = [](int nth) { return nth < 5 ? WriteBegin::Done : WriteBegin::Refused; };
+    ThePipe().failure = ResultOf(0x800700E8U);
+    RunIntoFailure(true, false);
+    EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x800700E8)");
+    EXPECT_EQ(ThePipe().received.size(), 4U);
+}
+
+TEST_F(AudioCaptureTest, APendingWriteThatFailsEndsTheCapture) {
+    system.movesClock = true;
+    system.until = start + 500 * millisecond;
+    ThePipe().begin = [](int) { return WriteBegin::Pending; };
+    ThePipe().finish = [](int nth) { return nth < 3 ? WriteEnd::Done : WriteEnd::Failed; };
+    RunIntoFailure(true, false);
+    EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x80004005)");
+    EXPECT_EQ(ThePipe().mostInFlight, 1);
+    EXPECT_EQ(ThePipe().finishTimeouts, std::vector<std::uint32_t>(3, waitForever));
+}
+
+TEST_F(AudioCaptureTest, AnExceptionInTheThreadIsAFailureLikeAnother) {
+    stand_in::ThrowInCall("MakeAudioEnumerator", 1);
+    EXPECT_FALSE(capture.Start(true, false));
+    EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x8007000E)");
+}
+
+TEST_F(AudioCaptureTest, AStopWhileWaitingForTheReaderLeavesNoMessage) {
+    ThePipe().connectAwaitsStop = true;
+    for (const PipeConnect answer : {PipeConnect::Stopped, PipeConnect::Failed, PipeConnect::Connected}) {
+        ThePipe().connect = answer;
+        ASSERT_TRUE(capture.Start(true, true));
+        capture.Stop();
+        EXPECT_EQ(capture.Error(), u"");
+        EXPECT_FALSE(capture.running);
+    }
+    EXPECT_EQ(CountOf("StartEndpoint.render"), 0);
+}
+
+TEST_F(AudioCaptureTest, AStopWhileAWriteIsPendingLeavesNoMessage) {
+    system.movesClock = true;
+    system.until = start + 500 * millisecond;
+    ThePipe().begin = [](int) { return WriteBegin::Pending; };
+    ThePipe().writesAwaitStop = true;
+    ThePipe().finish = [](int) { return WriteEnd::Stopped; };
+    ASSERT_TRUE(capture.Start(true, false));
+    ASSERT_TRUE(Eventually([] { return CountOf("FinishWrite") == 1; }));
+    EXPECT_TRUE(capture.running);
+    capture.Stop();
+    EXPECT_EQ(capture.Error(), u"");
+    EXPECT_EQ(CountOf("BeginWrite"), 1);
+}
+
+TEST_F(AudioCaptureTest, AStopWhilePumpingLeavesNoMessage) {
+    ASSERT_TRUE(capture.Start(true, true));
+    LetRoundsPass(true, 3);
+    capture.Stop();
+    EXPECT_EQ(capture.Error(), u"");
+    EXPECT_FALSE(capture.running);
+    const auto asked = stand_in::AskedTimeouts();
+    ASSERT_GE(asked.size(), 2U);
+    EXPECT_EQ(asked.back(), 3U);
+}
+
+TEST_F(AudioCaptureTest, AStopCutsABacklogShort) {
+    // The clock jumps by a minute, and the writes of the backlog take a while each.
+    std::atomic<bool> underWay{false};
+    ThePipe().begin = [&](int nth) {
+        underWay = nth >= 3;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return WriteBegin::Done;
+    };
+    system.movesClock = true;
+    system.stepMs = 60000;
+    system.until = start + 1;
+    ASSERT_TRUE(capture.Start(true, false));
+    ASSERT_TRUE(Eventually([&] { return underWay.load(); }));
+    capture.Stop();
+    EXPECT_EQ(capture.Error(), u"");
+    EXPECT_LT(CountOf("BeginWrite"), 5990);
+}
+
+TEST_F(AudioCaptureTest, StopMayBeCalledInAnyStateAndAStartMayFollow) {
+    capture.Stop();
+    capture.Stop();
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(capture.Start(true, false));
+        LetRoundsPass(true, 1);
+    }
+    capture.Stop();
+    capture.Stop();
+    EXPECT_EQ(CountOf("EnterAudioThread"), 3);
+    EXPECT_EQ(CountOf("~AudioThread"), 3);
+}
+
+TEST_F(AudioCaptureTest, AFreshStartClearsTheOldMessage) {
+    FailCall("MakeAudioEnumerator", 1, resultGenericFailure);
+    EXPECT_FALSE(capture.Start(true, false));
+    EXPECT_NE(capture.Error(), u"");
+    EXPECT_TRUE(capture.Start(true, false));
+    EXPECT_EQ(capture.Error(), u"");
+}
+
+TEST_F(AudioCaptureTest, NothingIsWrittenBeforeHundredAndTenMilliseconds) {
+    system.stepMs = 1;
+    RunUntil(109);
+    EXPECT_EQ(ThePipe().received.size(), 0U);
+}
+
+TEST_F(AudioCaptureTest, TheFirstBlockGoesOutAtHundredAndTenMilliseconds) {
+    system.stepMs = 1;
+    RunUntil(110);
+    EXPECT_EQ(ThePipe().received.size(), 1U);
+}
+
+TEST_F(AudioCaptureTest, WithoutAnyPacketTheStreamIsPureZerosOf384000BytesASecond) {
+    RunUntil(2100);
+    ASSERT_EQ(ThePipe().received.size(), 200U);
+    for (std::size_t block = 0; block < 200; ++block) {
+        ASSERT_EQ(ThePipe().received[block], std::vector<std::byte>(3840)) << block;
+    }
+}
+
+TEST_F(AudioCaptureTest, BothSourcesAreHeardTogether) {
+    system.value = 0.25F;
+    microphone.value = 0.5F;
+    RunUntil(1100, true, true);
+    ASSERT_EQ(ThePipe().received.size(), 100U);
+    for (std::size_t block = 0; block < 100; ++block) {
+        ASSERT_EQ(Level(block), 0.75F) << block;
+    }
+}
+
+TEST_F(AudioCaptureTest, TheMicrophoneAloneIsHeardAlone) {
+    system.value = 0.25F;
+    microphone.value = 0.5F;
+    RunUntil(600, false, true);
+    ASSERT_EQ(ThePipe().received.size(), 50U);
+    EXPECT_EQ(Level(49), 0.5F);
+    EXPECT_EQ(CountOf("NextPacketFrames.render"), 0);
+}
+
+/// Runs with sound while the reader stalls in the 20th write, that is at 300 ms, for `stallMs`.
+class StalledReader : public AudioCaptureTest {
+protected:
+    void Stall(std::int64_t stallMs) {
+        system.value = 0.5F;
+        ThePipe().begin = [](int nth) { return nth == 20 ? WriteBegin::Pending : WriteBegin::Done; };
+        ThePipe().finish = [stallMs](int) {
+            stand_in::AdvanceClockMs(stallMs);
+            return WriteEnd::Done;
+        };
+        RunUntil(stallMs + 1100);
+        ASSERT_EQ(static_cast<std::int64_t>(ThePipe().received.size()), (stallMs + 1000) / 10);
+    }
+
+    /// The most writes in a row without a look at the source between them.
+    static int LongestBurst() {
+        int longest = 0;
+        int burst = 0;
+        for (const std::string& name : CallNames()) {
+            burst = name == "BeginWrite" ? burst + 1 : name == "NextPacketFrames.render" ? 0 : burst;
+            longest = std::max(longest, burst);
+        }
+        return longest;
+    }
+};
+
+TEST_F(StalledReader, OfOneSecondGetsTheBacklogOfAHundredBlocksBackToBackWithAllItsSound) {
+    Stall(1000);
+    EXPECT_GE(LongestBurst(), 100);
+    EXPECT_LE(LongestBurst(), 102);
+    for (std::size_t block = 0; block < ThePipe().received.size(); ++block) {
+        ASSERT_EQ(Level(block), 0.5F) << block;
+    }
+}
+
+TEST_F(StalledReader, OfFiveSecondsGetsEveryBlockAndTheSoundThatTheRingHeld) {
+    Stall(5000);
+    EXPECT_GE(LongestBurst(), 500);
+    // Block 20 begins where the ring's two seconds begin; what lies behind them was dropped and is silent.
+    for (std::size_t block = 0; block < ThePipe().received.size(); ++block) {
+        const bool lost = block >= 220 && block < 530;
+        ASSERT_EQ(Level(block), lost ? 0.0F : 0.5F) << block;
+    }
+}
+
+TEST_F(AudioCaptureTest, TheSteadyLoopAllocatesNothing) {
+    system.value = 0.25F;
+    microphone.value = 0.5F;
+    stand_in::TheCalls().hook = [](const char* name, int nth) {
+        if (nth == 50 && std::string(name) == "BeginWrite") {
+            stand_in::ResetCountedAllocations();
+            stand_in::CountAllocationsHere(true);
+        }
+        if (nth == 250 && std::string(name) == "BeginWrite") {
+            stand_in::CountAllocationsHere(false);
+        }
+    };
+    RunUntil(3100, true, true);
+    stand_in::TheCalls().hook = nullptr;
+    EXPECT_EQ(ThePipe().received.size(), 300U);
+    EXPECT_EQ(stand_in::CountedAllocations(), 0U);
+}
+
+}  // namespace
+}  // namespace zv
