@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/Window.h"
+#include "platform/linux/Xcb.h"
 
 namespace zv {
 
@@ -25,16 +26,6 @@ struct AppWindow {
 };
 
 namespace x11 {
-
-struct FreeReply {
-    void operator()(void* reply) const noexcept { std::free(reply); }
-};
-template <class T>
-using Reply = std::unique_ptr<T, FreeReply>;
-
-struct Disconnect {
-    void operator()(xcb_connection_t* connection) const noexcept { xcb_disconnect(connection); }
-};
 
 struct Atoms {
     xcb_atom_t wmProtocols = XCB_ATOM_NONE;

@@ -1,0 +1,43 @@
+// The arithmetic between the desktop's pixels and the encoder's: BGRA to NV12 and bilinear resampling, row by row.
+//
+// Full-range RGB becomes BT.709 in limited range with coefficients of 15 bits; a chroma sample is the mean of the four
+// pixels that it covers. Every set of kernels gives the same bytes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace zv {
+
+inline constexpr int blendedBits = 6;  ///< fraction bits of a blended row
+
+/// Where each pixel of a resampled row comes from: the pixel at `index`, blended with its right neighbour.
+struct ColumnTaps {
+    std::vector<std::uint32_t> index;
+    std::vector<std::int16_t> weight;  ///< of the neighbour, 32768ths, four times the same for each pixel
+};
+
+struct ConversionKernels {
+    /// Two rows of `pixels` (even) pixels to two rows of luma and one of chroma.
+    void (*convertRows)(const std::uint8_t* top, const std::uint8_t* bottom, std::size_t pixels, std::uint8_t* lumaTop,
+                        std::uint8_t* lumaBottom, std::uint8_t* chroma);
+
+    /// top + (bottom - top) * weight / 32768, with `blendedBits` bits of fraction, four values a pixel.
+    void (*blendRows)(const std::uint8_t* top, const std::uint8_t* bottom, std::int16_t weight, std::size_t pixels,
+                      std::int16_t* blended);
+
+    /// The pixels from `first` to before `last` of a resampled row. `blended` has one pixel beyond the last index.
+    void (*resampleRow)(const std::int16_t* blended, const ColumnTaps& taps, std::size_t first, std::size_t last,
+                        std::uint8_t* pixels);
+};
+
+const ConversionKernels& PlainKernels();
+
+/// Null where the processor has no AVX2.
+const ConversionKernels* Avx2Kernels();
+
+/// The fastest that the processor has.
+const ConversionKernels& BestKernels();
+
+}  // namespace zv

@@ -1,0 +1,62 @@
+// The parts of a picture that changed: up to 16 rectangles, and the box around all of them when there are more.
+// Allocates nothing.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "platform/DesktopCapture.h"
+
+namespace zv {
+
+inline Rectangle Intersection(const Rectangle& a, const Rectangle& b) {
+    return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right), std::min(a.bottom, b.bottom)};
+}
+inline Rectangle BoxAround(const Rectangle& a, const Rectangle& b) {
+    return {std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right), std::max(a.bottom, b.bottom)};
+}
+inline bool HoldsNothing(const Rectangle& rectangle) {
+    return rectangle.left >= rectangle.right || rectangle.top >= rectangle.bottom;
+}
+
+class Damage {
+public:
+    static constexpr std::size_t most = 16;
+
+    void Add(const Rectangle& rectangle) {
+        if (HoldsNothing(rectangle)) {
+            return;
+        }
+        for (const Rectangle& known : Rectangles()) {
+            if (Intersection(known, rectangle) == rectangle) {
+                return;
+            }
+        }
+        if (count_ < most) {
+            rectangles_[count_++] = rectangle;
+            return;
+        }
+        for (const Rectangle& known : Rectangles()) {
+            rectangles_[0] = BoxAround(rectangles_[0], known);
+        }
+        rectangles_[0] = BoxAround(rectangles_[0], rectangle);
+        count_ = 1;
+    }
+    void Add(const Damage& other) {
+        for (const Rectangle& rectangle : other.Rectangles()) {
+            Add(rectangle);
+        }
+    }
+    void Clear() { count_ = 0; }
+    bool Empty() const { return count_ == 0; }
+    std::span<const Rectangle> Rectangles() const { return {rectangles_.data(), count_}; }
+
+private:
+    std::array<Rectangle, most> rectangles_;
+    std::size_t count_ = 0;
+};
+
+}  // namespace zv
