@@ -8,30 +8,13 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <new>
 #include <thread>
 #include <vector>
 
 #include "platform/BytePipe.h"
+#include "stand_in/Allocations.h"
 #include "support/PlatformChild.h"
 #include "support/TemporaryFolder.h"
-
-namespace {
-
-std::atomic<long> allocations{0};
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    ++allocations;
-    void* memory = std::malloc(size);
-    if (memory == nullptr) {
-        std::abort();
-    }
-    return memory;
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace zv {
 namespace {
@@ -158,7 +141,8 @@ TEST(LinuxBytePipe, WritingAllocatesNothing) {
     const std::vector<std::byte> bytes(200000);
     Owned<PipeWrite> writes[2] = {MakePipeWrite(*pipe), MakePipeWrite(*pipe)};
     SleepMs(20);
-    const long before = allocations;
+    stand_in::CountAllocationsHere(true);
+    stand_in::ResetCountedAllocations();
     int pending = 0;
     for (int i = 0; i < 100; ++i) {
         for (const Owned<PipeWrite>& write : writes) {
@@ -168,7 +152,9 @@ TEST(LinuxBytePipe, WritingAllocatesNothing) {
             ASSERT_EQ(FinishWrite(*write, *stop, 60000), WriteEnd::Done);
         }
     }
-    EXPECT_EQ(allocations, before);
+    const std::uint64_t allocations = stand_in::CountedAllocations();
+    stand_in::CountAllocationsHere(false);
+    EXPECT_EQ(allocations, 0U);
     EXPECT_GT(pending, 0);
     pipe.reset();
     reader.join();

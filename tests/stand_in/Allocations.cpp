@@ -39,6 +39,14 @@ static void* Allocate(std::size_t size) {
 
 void* operator new(std::size_t size) { return zv::stand_in::Allocate(size); }
 void* operator new[](std::size_t size) { return zv::stand_in::Allocate(size); }
+// Declared by the library with a body that calls the plain form, but a sanitizer brings one of its own.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return zv::stand_in::Allocate(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
