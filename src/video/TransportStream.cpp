@@ -118,7 +118,8 @@ void PutAdaptationField(std::uint8_t* packet, std::size_t payload, std::uint8_t 
         return;
     }
     packet[5] = flags;
-    std::memset(packet + 6, 0xFF, length - 1);
+    // Up to the end of the packet, where the payload comes over it: a constant size needs no loop.
+    std::memset(packet + 6, 0xFF, tsPacketSize - 6);
 }
 
 /// 33 bits of base that equal the PTS, reserved bits set, extension 0.
@@ -132,10 +133,10 @@ void PutPcr(std::uint8_t* to, std::uint64_t pts) {
 }
 
 void PutHeader(std::uint8_t* packet, bool first, bool adaptation, std::uint32_t& counter) {
-    packet[0] = syncByte;
-    packet[1] = LowByte((videoPid >> 8) | (first ? 0x40U : 0U));
-    packet[2] = LowByte(videoPid);
-    packet[3] = LowByte((adaptation ? 0x30U : 0x10U) | (counter++ & 0x0F));
+    const std::array<std::uint8_t, 4> header = {syncByte, LowByte((videoPid >> 8) | (first ? 0x40U : 0U)),
+                                                LowByte(videoPid),
+                                                LowByte((adaptation ? 0x30U : 0x10U) | (counter++ & 0x0F))};
+    std::memcpy(packet, header.data(), header.size());
 }
 
 // PES
@@ -188,14 +189,20 @@ std::uint8_t* PutFirstPacket(std::uint8_t* packet, Frame& frame, std::uint32_t& 
     return packet + tsPacketSize;
 }
 
-/// The hot loop: a header of four bytes and a copy of constant size.
+/// The hot loop: a header of four bytes and a copy of constant size. The cursors are locals because a byte that is
+/// stored may alias anything that is reached through a reference.
 std::uint8_t* PutFullPackets(std::uint8_t* packet, Frame& frame, std::uint32_t& counter) {
-    for (; frame.left >= payloadLimit; frame.left -= payloadLimit) {
-        PutHeader(packet, false, false, counter);
-        std::memcpy(packet + 4, frame.bytes, payloadLimit);
-        frame.bytes += payloadLimit;
+    const std::byte* from = frame.bytes;
+    const std::byte* const end = from + frame.left / payloadLimit * payloadLimit;
+    std::uint32_t number = counter;
+    for (; from != end; from += payloadLimit) {
+        PutHeader(packet, false, false, number);
+        std::memcpy(packet + 4, from, payloadLimit);
         packet += tsPacketSize;
     }
+    counter = number;
+    frame.bytes = from;
+    frame.left %= payloadLimit;
     return packet;
 }
 
