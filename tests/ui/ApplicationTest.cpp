@@ -1,0 +1,281 @@
+// The order of the start, the second copy, and what a whole run leaves behind.
+#include "ui/Application.h"
+
+#include <fstream>
+#include <iterator>
+#include <thread>
+
+#include "core/AppFolders.h"
+#include "library/ClipList.h"
+#include "ui/CaptureSettings.h"
+#include "ui/Interface.h"
+#include "video/Capabilities.h"
+
+namespace zv {
+namespace {
+
+namespace fs = std::filesystem;
+using stand_in::CountOf;
+using stand_in::TheEngine;
+using stand_in::TheWindows;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class Application : public Interface {
+protected:
+    Application() {
+        CurrentSettings() = {};
+        stand_in::TheMonitors().monitors = {{u"left", 0, 0, 1920, 1080, false}, {u"main", 1920, 0, 3840, 1080, true}};
+        fs::remove_all(folder_.Path() / "videos");
+        TheWindows().loop = [this] { InLoop(); };
+    }
+    /// What the user does while the loop runs: by default the first job is awaited, then the program is ended.
+    virtual void InLoop() {
+        if (inLoop) {
+            inLoop();
+        }
+        FinishFirstJob();
+        TheWindows().endRequest();
+    }
+    void FinishFirstJob() {
+        if (Ui().captureJobSlot.IsBusy()) {
+            AwaitJob();
+            TheWindows().made[0].procedure(*Ui().mainWindow, message::timer, 43, 0);
+        }
+    }
+    fs::path Data(const char* name) const { return folder_.Path() / "data" / "ZVReelsMax" / name; }
+    std::string Bytes(const fs::path& path) const {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    void WriteSettings(const std::string& bytes) const {
+        fs::create_directories(folder_.Path() / "data" / "ZVReelsMax");
+        std::ofstream(ToPath(SettingsFile()), std::ios::binary) << bytes;
+    }
+    /// Runs `look` inside the first call of that name.
+    void At(const std::string& call, const std::function<void()>& look) {
+        onCall_ = [=](const std::string& name, int nth) {
+            if (call == name && nth == 1) {
+                look();
+            }
+        };
+    }
+
+    std::function<void()> inLoop;
+};
+
+TEST_F(Application, StartsAndEndsInItsOrder) {
+    EXPECT_EQ(RunApplication(u"zorvel"), 0);
+    std::vector<std::string> calls = stand_in::CallNames();
+    // The first job runs on its worker while the interface thread goes on to its loop.
+    std::erase(calls, "StartReplay");
+    EXPECT_THAT(calls, ElementsAre("ClaimSingleInstance",                                    //
+                                   "ListMonitorRecords", "ListAdapterRecords", "Configure",  //
+                                   "MakeWindow", "StartTimer", "RegisterGlobalKey", "RegisterGlobalKey",
+                                   "RegisterGlobalKey", "RegisterGlobalKey",     //
+                                   "StartTimer", "RunMessageLoop", "StopTimer",  //
+                                   "HideWindow", "DefaultProcedure", "destroy", "StopTimer", "StopTimer", "StopAll",
+                                   "UnregisterGlobalKey", "UnregisterGlobalKey", "UnregisterGlobalKey",
+                                   "UnregisterGlobalKey", "PostQuit", "ReleaseInstance"));
+    EXPECT_EQ(TheWindows().claimedName, u"Local\\ZVReelsMax_SingleInstance");
+}
+
+TEST_F(Application, AFirstRunWritesItsSettingsTwiceAndEndsPurple) {
+    std::string first;
+    // Between the two savings the monitors are asked for.
+    At("ListMonitorRecords", [&] { first = SettingsBytes(); });
+    std::string second;
+    inLoop = [&] { second = SettingsBytes(); };
+    RunApplication(u"zorvel");
+    EXPECT_THAT(first, HasSubstr("\r\nmonitorDevice=\r\n"));
+    EXPECT_THAT(first, HasSubstr("\r\ntheme=ZV Purple\r\n"));
+    EXPECT_THAT(second, HasSubstr("\r\nmonitorDevice=main\r\n"));
+    EXPECT_THAT(second, HasSubstr("\r\ntheme=ZV Purple\r\n"));
+    EXPECT_EQ(Ui().accentColor, 0xFF7797U);
+}
+
+TEST_F(Application, AStoredColourLastsForThisSession) {
+    WriteSettings("audioCaptureVersion=1\r\nreplayUiVersion=1\r\ntheme=Zorvel Blue\r\n");
+    inLoop = [&] { EXPECT_THAT(SettingsBytes(), HasSubstr("\r\ntheme=ZV Purple\r\n")); };
+    RunApplication(u"zorvel");
+    EXPECT_EQ(Ui().accentColor, 0xFF9751U);
+}
+
+TEST_F(Application, AStoredMonitorIsKept) {
+    WriteSettings("audioCaptureVersion=1\r\nreplayUiVersion=1\r\nmonitorDevice=gone\r\n");
+    inLoop = [] { EXPECT_EQ(CurrentSettings().monitorDevice, u"gone"); };
+    RunApplication(u"zorvel");
+    EXPECT_EQ(TheEngine().configs[0].monitorDevice, u"gone");
+}
+
+TEST_F(Application, WithoutAMonitorTheSettingStaysEmpty) {
+    stand_in::TheMonitors().monitors.clear();
+    RunApplication(u"zorvel");
+    EXPECT_EQ(TheEngine().configs[0].monitorDevice, u"");
+}
+
+TEST_F(Application, MakesItsSixFolders) {
+    RunApplication(u"zorvel");
+    for (const char* name : {"", "Logs", "Crash", "History", "Reports", "Profiles"}) {
+        EXPECT_TRUE(fs::is_directory(Data(name))) << name;
+    }
+    EXPECT_EQ(CurrentAppFolders().logs, Below(Below(Folder(u"data"), u"ZVReelsMax"), u"Logs"));
+}
+
+TEST_F(Application, TheEngineIsConfiguredFromRepairedSettingsBeforeTheLogBegins) {
+    WriteSettings(
+        "audioCaptureVersion=1\r\nreplayUiVersion=1\r\nwidth=1280\r\nfps=144\r\nbitrateMbps=500\r\n"
+        "replaySeconds=400\r\nmicEnabled=1\r\ngameAudioEnabled=0\r\ncodec=H265\r\n");
+    bool logAtConfigure = true;
+    At("Configure", [&] { logAtConfigure = fs::exists(Data("Logs") / "zv-reels.log"); });
+    RunApplication(u"zorvel");
+    ASSERT_EQ(TheEngine().configs.size(), 1U);
+    const CaptureConfig& config = TheEngine().configs[0];
+    EXPECT_EQ(config.width, 2560);
+    EXPECT_EQ(config.height, 1440);
+    EXPECT_EQ(config.fps, 60);
+    EXPECT_EQ(config.bitrateMbps, 200);
+    EXPECT_EQ(config.codec, u"H264");
+    EXPECT_EQ(Engine().replaySeconds, 300);
+    EXPECT_TRUE(Engine().micEnabled);
+    EXPECT_FALSE(Engine().gameAudioEnabled);
+    EXPECT_FALSE(logAtConfigure);
+}
+
+TEST_F(Application, TheSurveyOfTheAdaptersIsMadeBeforeTheEngineAndAnyWindow) {
+    stand_in::TheMonitors().adapters = {{u"Card", 0x10DE, 1, true, false}};
+    CurrentCapabilities() = {};
+    bool detected = false;
+    At("Configure", [&] { detected = CurrentCapabilities().detected && TheWindows().made.empty(); });
+    RunApplication(u"zorvel");
+    EXPECT_TRUE(detected);
+}
+
+TEST_F(Application, AStoredRuntimeIsAnnouncedBeforeTheEngineLooksForOne) {
+    WriteSettings("audioCaptureVersion=1\r\nreplayUiVersion=1\r\nffmpegPath=/opt/ffmpeg\r\n");
+    Text announced;
+    At("Configure", [&] { announced = stand_in::TheEnvironment().variables[u"ZV_FFMPEG"]; });
+    RunApplication(u"zorvel");
+    EXPECT_EQ(announced, u"/opt/ffmpeg");
+}
+
+TEST_F(Application, AnEmptyRuntimeLeavesTheVariableAlone) {
+    stand_in::TheEnvironment().variables[u"ZV_FFMPEG"] = u"/mine";
+    RunApplication(u"zorvel");
+    EXPECT_EQ(stand_in::TheEnvironment().variables[u"ZV_FFMPEG"], u"/mine");
+}
+
+TEST_F(Application, LogsOneLineAndHoldsItsMarkerWhileItRuns) {
+    std::string marker;
+    At("MakeWindow", [&] {
+        marker = Bytes(Data("running.lock"));
+        EXPECT_EQ(Bytes(Data("Logs") / "zv-reels.log"), "[15:09:26] [INFO] [App] Zorvel starting\r\n");
+    });
+    RunApplication(u"zorvel");
+    EXPECT_EQ(marker, "running");
+    EXPECT_FALSE(fs::exists(Data("running.lock")));
+    EXPECT_FALSE(CurrentSessionMarker().previousRunUnclean);
+}
+
+TEST_F(Application, AMarkerThatACrashLeftIsOverwrittenAndNoted) {
+    fs::create_directories(Data(""));
+    std::ofstream(Data("running.lock")) << "anything";
+    At("MakeWindow", [&] { EXPECT_EQ(Bytes(Data("running.lock")), "running"); });
+    RunApplication(u"zorvel");
+    EXPECT_TRUE(CurrentSessionMarker().previousRunUnclean);
+    EXPECT_FALSE(fs::exists(Data("running.lock")));
+}
+
+TEST_F(Application, TheMainWindowIsShownWithItsTitleClassAndSize) {
+    bool shown = false;
+    inLoop = [&] { shown = IsWindowShown(*Ui().mainWindow); };
+    RunApplication(u"zorvel");
+    ASSERT_EQ(TheWindows().made.size(), 1U);
+    const WindowOptions& main = TheWindows().made[0];
+    EXPECT_EQ(main.className, u"ZVReelsMainV3");
+    EXPECT_EQ(main.title, u"Zorvel");
+    EXPECT_EQ(main.width, 1220);
+    EXPECT_EQ(main.height, 800);
+    EXPECT_TRUE(main.visible);
+    EXPECT_TRUE(shown);
+}
+
+TEST_F(Application, TheBackgroundOptionHidesTheWindowWhereverItStands) {
+    for (const Text& line : {u"zorvel --background", u"--background zorvel", u"/x/my--backgroundgame/zorvel"}) {
+        bool shown = true;
+        inLoop = [&] { shown = IsWindowShown(*Ui().mainWindow); };
+        RunApplication(line);
+        EXPECT_FALSE(shown);
+    }
+    bool shown = false;
+    inLoop = [&] { shown = IsWindowShown(*Ui().mainWindow); };
+    RunApplication(u"zorvel -background");
+    EXPECT_TRUE(shown);
+}
+
+TEST_F(Application, TheFirstJobStartsTheReplayAsTheSettingsHaveIt) {
+    WriteSettings("audioCaptureVersion=1\r\nreplayUiVersion=1\r\ninstantReplay=0\r\nreplaySeconds=120\r\n");
+    RunApplication(u"zorvel");
+    EXPECT_THAT(TheEngine().replayStarts, ElementsAre(stand_in::ReplayStart{false, 120}));
+    EXPECT_THAT(Activity(), ElementsAre(u"Capture: Replay off"));
+}
+
+TEST_F(Application, TheClipFoldersAreListedAtTheStart) {
+    fs::create_directories(folder_.Path() / "videos" / "Zorvel" / "Clips");
+    std::ofstream(folder_.Path() / "videos" / "Zorvel" / "Clips" / "a.mp4") << "12345";
+    RunApplication(u"zorvel");
+    ASSERT_EQ(CurrentClipList().rows.size(), 1U);
+    EXPECT_EQ(CurrentClipList().rows[0].size, 5U);
+}
+
+TEST_F(Application, ClosingWhileAJobRunsBlocksUntilItHasEnded) {
+    gate_.Hold("StartReplay");
+    std::thread release;
+    bool ended = false;
+    TheWindows().loop = [&] {
+        RunTo("StartReplay");
+        release = std::thread([this] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            gate_.Open();
+        });
+        TheWindows().endRequest();
+        ended = Ui().captureJobSlot.IsFinished();
+    };
+    RunApplication(u"zorvel");
+    release.join();
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(CountOf("StopAll"), 1);
+}
+
+TEST_F(Application, AMainWindowThatCannotBeMadeIsNoReasonToStop) {
+    stand_in::FailCall("MakeWindow", 1, -1);
+    TheWindows().loop = [this] {
+        AwaitJob();
+        TheWindows().endRequest();
+    };
+    EXPECT_EQ(RunApplication(u"zorvel --background"), 0);
+    EXPECT_TRUE(TheWindows().quitPosted);
+}
+
+// The second copy.
+
+TEST_F(Application, ASecondCopyBringsTheFirstForwardAndWritesNothing) {
+    stand_in::FailCall("ClaimSingleInstance", 1, -1);
+    EXPECT_EQ(RunApplication(u"zorvel"), 0);
+    EXPECT_THAT(stand_in::CallNames(), ElementsAre("ClaimSingleInstance", "BringOtherCopyForward"));
+    EXPECT_EQ(TheWindows().broughtForward, u"ZVReelsMainV3");
+    EXPECT_FALSE(fs::exists(folder_.Path() / "data"));
+}
+
+TEST_F(Application, ASecondCopyWithoutAWindowToShowSaysSo) {
+    stand_in::FailCall("ClaimSingleInstance", 1, -1);
+    TheWindows().otherCopyHasWindow = false;
+    EXPECT_EQ(RunApplication(u"zorvel"), 0);
+    EXPECT_EQ(TheWindows().informationText,
+              u"Zorvel is already running. Open it from the notification area or exit the older copy first.");
+    EXPECT_EQ(TheWindows().informationCaption, u"Zorvel");
+    EXPECT_FALSE(fs::exists(folder_.Path() / "data"));
+}
+
+}  // namespace
+}  // namespace zv

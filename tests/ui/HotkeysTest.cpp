@@ -1,0 +1,151 @@
+// The four shortcuts: what is reserved, what a new one has to pass, and what a press sets off.
+#include "ui/Hotkeys.h"
+
+#include "ui/CaptureSettings.h"
+#include "ui/Commands.h"
+#include "ui/Interface.h"
+
+namespace zv {
+namespace {
+
+using stand_in::Combination;
+using stand_in::CountOf;
+using stand_in::TheWindows;
+
+constexpr std::uint32_t once = keyModifier::noRepeat;
+
+class Hotkeys : public Interface {
+protected:
+    std::vector<std::string> CallsOf(const std::function<void()>& action) {
+        const std::size_t before = stand_in::CallNames().size();
+        action();
+        const auto all = stand_in::CallNames();
+        return {all.begin() + static_cast<std::ptrdiff_t>(before), all.end()};
+    }
+};
+
+TEST_F(Hotkeys, TheTableNamesTheFourActions) {
+    EXPECT_EQ(ShortcutLabel(0), u"Open / close overlay");
+    EXPECT_EQ(ShortcutLabel(1), u"Save instant replay");
+    EXPECT_EQ(ShortcutLabel(2), u"Start / stop recording");
+    EXPECT_EQ(ShortcutLabel(3), u"Screenshot");
+}
+
+TEST_F(Hotkeys, AreReservedWithoutRepeatWhenTheWindowComesUp) {
+    OpenMainWindow();
+    EXPECT_EQ(TheWindows().keys,
+              (std::map<int, Combination>{
+                  {1, {1 | once, 88}}, {2, {1 | once, 121}}, {3, {3 | once, 82}}, {4, {3 | once, 83}}}));
+    EXPECT_EQ(Ui().hotkeyRegistered, (std::array<bool, 4>{true, true, true, true}));
+}
+
+TEST_F(Hotkeys, AKeyThatIsTakenIsOnlyRemembered) {
+    TheWindows().takenByOthers = {{1, 121}, {3, 83}};
+    OpenMainWindow();
+    EXPECT_EQ(Ui().hotkeyRegistered, (std::array<bool, 4>{true, false, true, false}));
+    EXPECT_EQ(Ui().statusText, u"");
+}
+
+TEST_F(Hotkeys, ABareKeyIsRefusedFirst) {
+    OpenMainWindow();
+    EXPECT_TRUE(CallsOf([] { EXPECT_FALSE(TryRebindHotkey(0, 0, 88)); }).empty());
+    EXPECT_EQ(Ui().shortcutError, u"Include Ctrl, Alt or Shift with your key.");
+}
+
+TEST_F(Hotkeys, TheKeysOfAnotherActionAreRefusedBeforeTheSystemIsAsked) {
+    OpenMainWindow();
+    for (const int other : {0, 2, 3}) {
+        Ui().shortcutError.clear();
+        const auto index = static_cast<std::size_t>(other);
+        EXPECT_TRUE(CallsOf([&] {
+                        EXPECT_FALSE(
+                            TryRebindHotkey(1, CurrentSettings().bindMods[index], CurrentSettings().bindKeys[index]));
+                    }).empty());
+        EXPECT_EQ(Ui().shortcutError, u"That shortcut already belongs to another ZV action.");
+    }
+}
+
+TEST_F(Hotkeys, TheKeysOfTheActionItselfChangeNothing) {
+    OpenMainWindow();
+    EXPECT_TRUE(CallsOf([] { EXPECT_TRUE(TryRebindHotkey(1, 1, 121)); }).empty());
+    EXPECT_EQ(SettingsBytes(), "");
+}
+
+TEST_F(Hotkeys, TheSameKeysAreTriedAgainWhenTheyWereTaken) {
+    TheWindows().takenByOthers = {{1, 121}};
+    OpenMainWindow();
+    EXPECT_FALSE(TryRebindHotkey(1, 1, 121));
+    EXPECT_EQ(Ui().shortcutError, u"Shortcut is used by another app. Choose a different one.");
+    TheWindows().takenByOthers.clear();
+    EXPECT_TRUE(TryRebindHotkey(1, 1, 121));
+    EXPECT_TRUE(Ui().hotkeyRegistered[1]);
+}
+
+TEST_F(Hotkeys, KeysOfAnotherProgramAreRefusedAndTheOldOnesStay) {
+    TheWindows().takenByOthers = {{2, 65}};
+    OpenMainWindow();
+    EXPECT_EQ(CallsOf([] { EXPECT_FALSE(TryRebindHotkey(1, 2, 65)); }),
+              (std::vector<std::string>{"RegisterGlobalKey"}));
+    EXPECT_EQ(Ui().shortcutError, u"Shortcut is used by another app. Choose a different one.");
+    EXPECT_EQ(TheWindows().keys[2], (Combination{1 | once, 121}));
+    EXPECT_FALSE(TheWindows().keys.contains(90));
+    EXPECT_EQ(CurrentSettings().bindKeys[1], 121U);
+}
+
+TEST_F(Hotkeys, FreeKeysAreProbedSwappedAndSaved) {
+    OpenMainWindow();
+    EXPECT_EQ(CallsOf([] { EXPECT_TRUE(TryRebindHotkey(1, 4, 121)); }),
+              (std::vector<std::string>{"RegisterGlobalKey", "UnregisterGlobalKey", "UnregisterGlobalKey",
+                                        "RegisterGlobalKey"}));
+    EXPECT_EQ(TheWindows().keys[2], (Combination{4 | once, 121}));
+    EXPECT_EQ(TheWindows().keys.size(), 4U);
+    EXPECT_EQ(CurrentSettings().bindMods[1], 4U);
+    EXPECT_EQ(CurrentSettings().bindKeys[1], 121U);
+    EXPECT_THAT(SettingsBytes(), testing::HasSubstr("\r\nbindMods1=4\r\nbindKeys1=121\r\n"));
+}
+
+TEST_F(Hotkeys, KeysThatAreLostBetweenProbeAndSwapBringTheOldOnesBack) {
+    OpenMainWindow();
+    stand_in::FailCall("RegisterGlobalKey", 6, -1);  // four at the start, the probe, then this one
+    EXPECT_FALSE(TryRebindHotkey(1, 4, 121));
+    EXPECT_EQ(Ui().shortcutError, u"Could not reserve shortcut. Try again.");
+    EXPECT_EQ(TheWindows().keys[2], (Combination{1 | once, 121}));
+    EXPECT_TRUE(Ui().hotkeyRegistered[1]);
+    EXPECT_EQ(CurrentSettings().bindMods[1], 1U);
+    EXPECT_EQ(SettingsBytes(), "");
+}
+
+TEST_F(Hotkeys, OldKeysThatDoNotComeBackAreRememberedAsLost) {
+    OpenMainWindow();
+    stand_in::FailCall("RegisterGlobalKey", 6, -1);
+    stand_in::FailCall("RegisterGlobalKey", 7, -1);
+    EXPECT_FALSE(TryRebindHotkey(1, 4, 121));
+    EXPECT_FALSE(Ui().hotkeyRegistered[1]);
+}
+
+TEST_F(Hotkeys, ThePressedKeySavesAReplay) {
+    OpenMainWindow();
+    Engine().replayRunning = true;
+    Send(message::hotKey, 2);
+    FinishJob();
+    EXPECT_EQ(CountOf("SaveReplayClip"), 1);
+}
+
+TEST_F(Hotkeys, ThePressedKeyStartsARecording) {
+    OpenMainWindow();
+    Send(message::hotKey, 3);
+    FinishJob();
+    EXPECT_EQ(CountOf("StartRecording"), 1);
+}
+
+TEST_F(Hotkeys, OtherIdsAreIgnored) {
+    OpenMainWindow();
+    for (const std::uintptr_t id : {0, 5, 90, 4711}) {
+        Send(message::hotKey, id);
+    }
+    EXPECT_FALSE(Ui().captureJobSlot.IsBusy());
+    EXPECT_EQ(Ui().statusText, u"");
+}
+
+}  // namespace
+}  // namespace zv

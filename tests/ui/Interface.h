@@ -1,0 +1,94 @@
+// What the tests of the interface share: folders of their own, stand-ins for engine and windows, and a gate that holds
+// an operation of the engine until the test lets it go.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <set>
+#include <string>
+
+#include "core/AppCore.h"
+#include "core/SessionMarker.h"
+#include "core/Settings.h"
+#include "platform/Files.h"
+#include "stand_in/CaptureEngine.h"
+#include "stand_in/Clock.h"
+#include "stand_in/Environment.h"
+#include "stand_in/Folders.h"
+#include "stand_in/Foreground.h"
+#include "stand_in/Monitors.h"
+#include "stand_in/Window.h"
+#include "support/TemporaryFolder.h"
+#include "ui/UiGlobals.h"
+
+namespace zv {
+
+/// Holds the operations that are named to it until Open.
+class Gate {
+public:
+    Gate() = default;
+    ~Gate() { Open(); }
+    Gate(const Gate&) = delete;
+    Gate& operator=(const Gate&) = delete;
+
+    void Hold(const std::string& name) {
+        const std::lock_guard lock(mutex_);
+        held_.insert(name);
+    }
+    void Open() {
+        const std::lock_guard lock(mutex_);
+        held_.clear();
+        changed_.notify_all();
+    }
+    /// For the stand-ins' hook.
+    void Pass(const std::string& name) {
+        std::unique_lock lock(mutex_);
+        reached_.insert(name);
+        changed_.notify_all();
+        changed_.wait(lock, [&] { return !held_.contains(name); });
+    }
+    /// Waits until an operation of that name has come to the gate.
+    void AwaitArrival(const std::string& name) {
+        std::unique_lock lock(mutex_);
+        EXPECT_TRUE(changed_.wait_for(lock, std::chrono::seconds(60), [&] { return reached_.contains(name); }));
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::set<std::string> held_;
+    std::set<std::string> reached_;
+};
+
+class Interface : public testing::Test {
+protected:
+    Interface();
+    ~Interface() override;
+
+    Text Folder(TextView name) const { return JoinPath(FromPath(folder_.Path()), name); }
+    Text SettingsFile() const;
+    std::string SettingsBytes() const;
+    /// The rows of the activity log, as "category: text".
+    std::vector<Text> Activity() const;
+
+    /// Makes the main window as the program does.
+    void OpenMainWindow();
+    void Send(std::uint32_t code, std::uintptr_t wParam = 0);
+    void Tick();                               ///< timer 42
+    void Collect();                            ///< timer 43
+    void AwaitJob();                           ///< until the job has a result; nothing collects it
+    void AwaitPoll();                          ///< the same for the poll
+    void FinishJob();                          ///< awaits and collects by timer 43
+    void RunTo(const std::string& operation);  ///< until the worker is inside that operation, which the gate must hold
+
+    support::TemporaryFolder folder_;
+    Gate gate_;
+    /// Called inside every call of a stand-in that has passed the gate. Set while no worker runs, or holds one there.
+    std::function<void(const std::string& name, int nth)> onCall_;
+    Owned<AppWindow> window_;
+};
+
+}  // namespace zv
