@@ -201,10 +201,10 @@ TEST_F(Application, TheMainWindowIsShownWithItsTitleClassAndSize) {
 }
 
 TEST_F(Application, TheBackgroundOptionHidesTheWindowWhereverItStands) {
-    for (const Text& line : {u"zorvel --background", u"--background zorvel", u"/x/my--backgroundgame/zorvel"}) {
+    for (const TextView line : {u"zorvel --background", u"--background zorvel", u"/x/my--backgroundgame/zorvel"}) {
         bool shown = true;
         inLoop = [&] { shown = IsWindowShown(*Ui().mainWindow); };
-        RunApplication(line);
+        RunApplication(Text(line));
         EXPECT_FALSE(shown);
     }
     bool shown = false;

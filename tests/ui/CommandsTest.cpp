@@ -163,7 +163,7 @@ TEST_F(Commands, AJobTakesAPollInFlightOverAndWaitsForIt) {
     EXPECT_EQ(CountOf("SaveReplayClip"), 1);
     // What the poll found is lost.
     EXPECT_EQ(Ui().secondsReady, 0);
-    EXPECT_THAT(Ui().statusText, testing::StartsWith(u"Replay saved: "));
+    EXPECT_THAT(Ui().statusText, testing::Truly([](const Text& text) { return text.starts_with(u"Replay saved: "); }));
     EXPECT_THAT(Activity(), ElementsAre(u"Capture: " + Ui().statusText));
 }
 

@@ -60,7 +60,7 @@ struct Unmovable {
 };
 
 TEST(FutureSlot, AWorkerThatCannotBeMadeIsTheFailedResult) {
-    int moves = 2;  // into the slot's hands; the next one is the worker's
+    int moves = 1;  // into the slot's hands; the next one is the worker's
     FutureSlot<std::string> slot;
     slot.Start(Unmovable(&moves), "failed");
     EXPECT_LT(moves, 0);
