@@ -109,16 +109,11 @@ std::uint8_t* PutSectionPacket(std::uint8_t* to, const Packet& packet, std::uint
 
 // Packets of the video stream
 
-/// Adaptation field, stuffing included, for `payload` bytes below payloadLimit. The flags byte is missing from a field
-/// of length 0.
+/// Adaptation field, stuffing included, for `payload` bytes below payloadLimit. It is written up to the end of the
+/// packet, a constant size that needs no loop; the payload comes over it, also over the flags of a field of length 0.
 void PutAdaptationField(std::uint8_t* packet, std::size_t payload, std::uint8_t flags) {
-    const std::size_t length = payloadLimit - 1 - payload;
-    packet[4] = LowByte(length);
-    if (length == 0) {
-        return;
-    }
+    packet[4] = LowByte(payloadLimit - 1 - payload);
     packet[5] = flags;
-    // Up to the end of the packet, where the payload comes over it: a constant size needs no loop.
     std::memset(packet + 6, 0xFF, tsPacketSize - 6);
 }
 
