@@ -1,0 +1,9 @@
+// The entry of the Windows program.
+#include "platform/Window.h"
+#include "platform/windows/Native.h"
+#include "ui/Application.h"
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
+    zv::OpenSession();
+    return zv::RunApplication(zv::TextOf(GetCommandLineW()));
+}
