@@ -5,6 +5,7 @@
 #include <string>
 
 #include "capture/CaptureEngine.h"
+#include "capture/CaptureFiles.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
@@ -49,10 +50,11 @@ protected:
 
     /// Writes a picture and more for ever, in real time.
     bool StartEndless(const Text& options, const Text& output) {
-        return engine_.StartChild(child_,
-                                  options + u"-re -f lavfi -i testsrc2=s=320x180:r=30 -c:v mpeg2video -flush_packets 1 -f mpegts " +
-                                      QuoteArgument(output),
-                                  LogPath()) &&
+        return engine_.StartChild(
+                   child_,
+                   options + u"-re -f lavfi -i testsrc2=s=320x180:r=30 -c:v mpeg2video -flush_packets 1 -f mpegts " +
+                       QuoteArgument(output),
+                   LogPath()) &&
                Eventually([&] { return SizeOf(output) > 0; });
     }
 
