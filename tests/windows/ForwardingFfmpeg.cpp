@@ -1,10 +1,12 @@
 // Stands in front of an FFmpeg that is older than the one that the program's command lines are made for.
 //
-// Hands its whole command line on to the program that ZV_TEST_FFMPEG names, without the flags that an old FFmpeg
-// stumbles over: same handles, same job, exit code passed on. Adds the line that it was given, as UTF-8, to the file
-// that ZV_TEST_COMMANDS names.
+// Hands its command line on to the program that ZV_TEST_FFMPEG names, without what an old FFmpeg stumbles over: same
+// handles, same job, exit code passed on. Adds the line that it was given, as UTF-8, to the file that ZV_TEST_COMMANDS
+// names.
 #include <windows.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <string>
 
 extern "C" int wmain();
@@ -40,6 +42,17 @@ void Drop(std::wstring& line, const std::wstring& flag) {
     }
 }
 
+/// Finds the files of a list beside the list only when the list's own path has slashes.
+void TurnListPath(std::wstring& line) {
+    const std::wstring option = L"-f concat -safe 1 -i \"";
+    const std::size_t at = line.find(option);
+    if (at != std::wstring::npos) {
+        const std::size_t begin = at + option.size();
+        std::replace(line.begin() + static_cast<std::ptrdiff_t>(begin),
+                     line.begin() + static_cast<std::ptrdiff_t>(line.find(L'"', begin)), L'\\', L'/');
+    }
+}
+
 }  // namespace
 
 extern "C" int wmain() {
@@ -47,6 +60,7 @@ extern "C" int wmain() {
     Record(line);
     Drop(line, L"-avioflags direct ");  // it loses the bytes that it probes
     Drop(line, L"-stats_period 0.5 ");  // it does not know it, and reports twice a second anyway
+    TurnListPath(line);
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;

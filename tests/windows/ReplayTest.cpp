@@ -102,9 +102,9 @@ protected:
     }
 
     /// Every frame is there, one after the other, with a key frame at each full second.
-    void ExpectSteadyVideo(const Packets& video, std::size_t seconds) {
-        ASSERT_EQ(video.stamps.size(), seconds * 30);
-        for (std::size_t i = 1; i < video.stamps.size(); ++i) {
+    void ExpectSteadyVideo(const Packets& video, std::size_t from = 0) {
+        ASSERT_EQ(video.stamps.size() % 30, 0U);
+        for (std::size_t i = from + 1; i < video.stamps.size(); ++i) {
             ASSERT_EQ(video.stamps[i] - video.stamps[i - 1], video.perSecond / 30) << "at frame " << i;
         }
         for (std::size_t i = 0; i < video.keys.size(); ++i) {
@@ -115,7 +115,8 @@ protected:
     /// How often a second of the clip's sound changes its sign, and its loudest sample.
     std::pair<int, float> SecondOfSound(const Text& clip) {
         const Text raw = Place(L"sound");
-        Analyse(u"-ss 1 -i " + QuoteArgument(clip) + u" -map 0:a:0 -t 1 -ac 1 -f f32le " + QuoteArgument(raw));
+        Analyse(u"-ss 1 -i " + QuoteArgument(clip) + u" -map 0:a:0 -t 1 -af pan=mono|c0=c0 -f f32le " +
+                QuoteArgument(raw));
         std::ifstream file(ToPath(raw), std::ios::binary);
         int changes = 0;
         float before = 0;
@@ -176,7 +177,7 @@ TEST_F(Replay, ASavedClipHoldsEveryFrameAndTheToneWhileTheReplayGoesOn) {
 
     const Packets video = PacketsOf(clip, u"0:v:0");
     EXPECT_GE(video.stamps.size(), listed * 30);
-    ExpectSteadyVideo(video, video.stamps.size() / 30);
+    ExpectSteadyVideo(video);
     const Packets audio = PacketsOf(clip, u"0:a:0");
     const double videoSeconds = static_cast<double>(video.stamps.size()) / 30;
     EXPECT_NEAR(static_cast<double>(audio.stamps.size()) * 1024 / 48000, videoSeconds, 0.15);
@@ -210,7 +211,9 @@ TEST_F(Replay, ARecordingTakesItsSegmentsThroughAThirdPipe) {
     EXPECT_EQ(engine_.state, EngineState::Ready) << Narrow(engine_.statusText);
     const Packets video = PacketsOf(path, u"0:v:0");
     EXPECT_GE(video.stamps.size(), 90U);
-    ExpectSteadyVideo(video, video.stamps.size() / 30);
+    // The head of a fragmented file is written before FFmpeg knows that the sound begins a little earlier: the first
+    // picture stands longer.
+    ExpectSteadyVideo(video, 1);
     EXPECT_TRUE(IsChildRunning(engine_.replay));
 }
 
