@@ -101,7 +101,7 @@ TEST_F(ProgramRoad, TheFirstStartWritesAllSettingsAndEndsPurple) {
     EXPECT_TRUE(text.starts_with("audioCaptureVersion=1\r\nreplayUiVersion=1\r\nmonitorDevice="));
     EXPECT_NE(text.find("\r\ntheme=ZV Purple\r\n"), std::string::npos);
     EXPECT_NE(text.find("\r\nfps=30\r\n"), std::string::npos);
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 38);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 36);
     const std::string log = ReadAll(run.DataFolder() / "Logs" / "zv-reels.log");
     EXPECT_NE(log.find("] [INFO] [App] Zorvel starting\r\n"), std::string::npos);
 }
