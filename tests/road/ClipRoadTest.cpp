@@ -21,10 +21,6 @@ using support::TemporaryFolder;
 using support::WaitUntil;
 
 struct Road : testing::Test {
-    void SetUp() override {
-        setenv("TMPDIR", folder.Path().c_str(), 1);
-        unsetenv("ZV_FFMPEG");
-    }
     CaptureConfig Config(int fps = 30) const {
         CaptureConfig config;
         config.width = 1920;
@@ -41,6 +37,10 @@ struct Road : testing::Test {
     Text Output(const char* name) const { return FromPath(folder.Path() / "captures" / name); }
 
     TemporaryFolder folder{"zorvel-clip"};
+    // The folder of the pipes is chosen once a process and has to outlive the first test.
+    support::ScopedVariable runtime{"XDG_RUNTIME_DIR", std::filesystem::temp_directory_path().string()};
+    support::ScopedVariable temporary{"TMPDIR", folder.Path().string()};
+    support::ScopedVariable ffmpeg{"ZV_FFMPEG", ""};
     CaptureEngine engine;
 };
 

@@ -18,11 +18,6 @@ using namespace support;
 namespace fs = std::filesystem;
 
 struct FailureRoad : testing::Test {
-    void SetUp() override {
-        setenv("TMPDIR", folder.Path().c_str(), 1);
-        setenv("DISPLAY", display.Name().c_str(), 1);
-        unsetenv("ZV_FFMPEG");
-    }
     void TearDown() override {
         engine.StopAll();
         EXPECT_TRUE(WaitUntil([&] { return Children().empty(); }, 10)) << "a child is left";
@@ -69,6 +64,11 @@ struct FailureRoad : testing::Test {
 
     TemporaryFolder folder{"zorvel-failure"};
     PrivateDisplay display;
+    // The folder of the pipes is chosen once a process and has to outlive the first test.
+    ScopedVariable runtime{"XDG_RUNTIME_DIR", std::filesystem::temp_directory_path().string()};
+    ScopedVariable temporary{"TMPDIR", folder.Path().string()};
+    ScopedVariable screen{"DISPLAY", display.Name()};
+    ScopedVariable ffmpeg{"ZV_FFMPEG", ""};
     CaptureEngine engine;
 };
 
@@ -140,7 +140,7 @@ TEST_F(FailureRoad, AnFfmpegThatStopsReadingForTenSecondsIsSaid) {
 
 TEST_F(FailureRoad, ACacheFolderThatCannotBeMadeIsSaid) {
     WriteAll(folder.Path() / "file", "");
-    setenv("TMPDIR", (folder.Path() / "file").c_str(), 1);
+    const ScopedVariable unusable("TMPDIR", (folder.Path() / "file").string());
     EXPECT_FALSE(engine.Configure(Config()));
     EXPECT_EQ(engine.statusText, u"Cannot create capture cache.");
     EXPECT_EQ(engine.state, EngineState::Failed);
@@ -218,7 +218,7 @@ TEST_F(FailureRoad, AKilledXServerInterruptsTheCapture) {
 
 TEST_F(FailureRoad, AMonitorThatIsResizedWhileCapturingInterruptsTheCapture) {
     PrivateDisplay changeable("1920x1080", DisplayKind::Changeable);
-    setenv("DISPLAY", changeable.Name().c_str(), 1);
+    const ScopedVariable other("DISPLAY", changeable.Name());
     StartBuffering();
     changeable.Change({"--output", "DUMMY0", "--mode", "1024x768"});
     const auto result = PollUntilChanged();

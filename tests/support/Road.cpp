@@ -496,6 +496,15 @@ ClipFacts Probe(const fs::path& clip, bool pictureTypes) {
     return facts;
 }
 
+ScopedVariable::ScopedVariable(const char* name, const std::string& value) : name_(name) {
+    if (const char* before = std::getenv(name)) {
+        before_ = before;
+    }
+    value.empty() ? unsetenv(name) : setenv(name, value.c_str(), 1);
+}
+
+ScopedVariable::~ScopedVariable() { before_ ? setenv(name_.c_str(), before_->c_str(), 1) : unsetenv(name_.c_str()); }
+
 void DecodeLuma(const fs::path& clip, int width, int height,
                 const std::function<void(std::span<const std::uint8_t>)>& picture) {
     int ends[2];
@@ -505,8 +514,8 @@ void DecodeLuma(const fs::path& clip, int width, int height,
         dup2(ends[1], STDOUT_FILENO);
         const int empty = open("/dev/null", O_RDONLY);
         dup2(empty, STDIN_FILENO);
-        Execute({"ffmpeg", "-v", "error", "-i", clip.string(), "-map", "0:v:0", "-fps_mode", "passthrough", "-f",
-                 "rawvideo", "-pix_fmt", "gray", "-"},
+        Execute({"ffmpeg", "-v", "error", "-i", clip.string(), "-map", "0:v:0", "-fps_mode", "passthrough", "-vf",
+                 "extractplanes=y", "-f", "rawvideo", "-"},
                 {});
     }
     close(ends[1]);

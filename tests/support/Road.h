@@ -144,7 +144,20 @@ struct ClipFacts {
 /// Reads everything with ffprobe; picture types only when asked, since that decodes.
 ClipFacts Probe(const std::filesystem::path& clip, bool pictureTypes = false);
 
-/// Decodes the video and hands out each picture's luma at its full size, in order.
+/// An environment variable for the length of a test. An empty value removes it.
+class ScopedVariable {
+public:
+    ScopedVariable(const char* name, const std::string& value);
+    ~ScopedVariable();
+    ScopedVariable(const ScopedVariable&) = delete;
+    ScopedVariable& operator=(const ScopedVariable&) = delete;
+
+private:
+    std::string name_;
+    std::optional<std::string> before_;
+};
+
+/// Decodes the video and hands out each picture's luma as it is coded (16 to 235), at its full size, in order.
 void DecodeLuma(const std::filesystem::path& clip, int width, int height,
                 const std::function<void(std::span<const std::uint8_t>)>& picture);
 
