@@ -56,6 +56,9 @@ void ShowWindowPlain(AppWindow& window);
 void HideWindow(AppWindow& window);
 bool IsWindowShown(AppWindow& window);
 
+/// Waits until what was shown and hidden so far is so on the screen: for a refresh or two.
+void FlushScreen();
+
 /// What the system does with a message that the procedure does not handle: message::close destroys the window.
 std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
 

@@ -1,4 +1,4 @@
-// The monitors of the desktop as the user chooses among them. Every call asks the system anew. Interface thread.
+// The monitors of the desktop as the user chooses among them. Every call asks the system anew. Any thread.
 #pragma once
 
 #include <cstdint>

@@ -419,6 +419,20 @@ void HideWindow(AppWindow& window) {
 
 bool IsWindowShown(AppWindow& window) { return window.shown && !window.ended; }
 
+void FlushScreen() {
+    xcb_connection_t* connection = x11::CurrentSession().connection.get();
+    if (connection == nullptr) {
+        return;
+    }
+    const x11::Reply<xcb_get_input_focus_reply_t> answer(
+        xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+    if (answer) {
+        // The server has carried it out. What lies beneath is painted by other programs, which cannot be asked.
+        constexpr timespec twoRefreshes{0, 34 * x11::nsPerMs};
+        clock_nanosleep(CLOCK_MONOTONIC, 0, &twoRefreshes, nullptr);
+    }
+}
+
 std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t code, std::uintptr_t, std::intptr_t) {
     if (code == message::close) {
         x11::EndWindow(window);

@@ -4,7 +4,9 @@
 #include <windows.h>
 // What the headers above are needed by.
 #include <d3d11.h>
+#include <dwmapi.h>
 #include <dxgi1_6.h>
+#include <gdiplus.h>
 #include <knownfolders.h>
 #include <shlobj.h>
 

@@ -95,6 +95,8 @@ void HideWindow(AppWindow& window) { ShowWindow(window.handle, SW_HIDE); }
 
 bool IsWindowShown(AppWindow& window) { return IsWindowVisible(window.handle) != FALSE; }
 
+void FlushScreen() { DwmFlush(); }
+
 std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) {
     return DefWindowProcW(window.handle, message, wParam, lParam);
 }

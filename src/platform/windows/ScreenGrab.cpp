@@ -1,0 +1,144 @@
+// The screen through GDI, layered windows included, and GDI+ for the PNG file.
+#include "platform/ScreenGrab.h"
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "platform/windows/Native.h"
+
+namespace zv {
+namespace {
+
+namespace plus = Gdiplus::DllExports;
+
+struct ReleaseScreen {
+    using pointer = HDC;
+    void operator()(HDC screen) const { ReleaseDC(nullptr, screen); }
+};
+using ScreenContext = std::unique_ptr<HDC, ReleaseScreen>;
+
+struct DeleteContext {
+    using pointer = HDC;
+    void operator()(HDC context) const { DeleteDC(context); }
+};
+using MemoryContext = std::unique_ptr<HDC, DeleteContext>;
+
+struct DeleteBitmap {
+    using pointer = HBITMAP;
+    void operator()(HBITMAP bitmap) const { DeleteObject(bitmap); }
+};
+using BitmapHandle = std::unique_ptr<HBITMAP, DeleteBitmap>;
+
+struct DisposeImage {
+    void operator()(Gdiplus::GpBitmap* image) const { plus::GdipDisposeImage(image); }
+};
+using Image = std::unique_ptr<Gdiplus::GpBitmap, DisposeImage>;
+
+/// GDI+ for as long as a picture is being written.
+class GdiPlus {
+public:
+    GdiPlus() {
+        const Gdiplus::GdiplusStartupInput input;
+        started_ = Gdiplus::GdiplusStartup(&token_, &input, nullptr) == Gdiplus::Ok;
+    }
+    ~GdiPlus() {
+        if (started_) {
+            Gdiplus::GdiplusShutdown(token_);
+        }
+    }
+    GdiPlus(const GdiPlus&) = delete;
+    GdiPlus& operator=(const GdiPlus&) = delete;
+
+    bool Started() const { return started_; }
+
+private:
+    ULONG_PTR token_ = 0;
+    bool started_ = false;
+};
+
+/// Selected into a context for the length of a scope: GDI+ takes only a bitmap that is selected nowhere.
+class Selection {
+public:
+    Selection(HDC context, HGDIOBJ object) : context_(context), before_(SelectObject(context, object)) {}
+    ~Selection() {
+        if (before_ != nullptr) {
+            SelectObject(context_, before_);
+        }
+    }
+    Selection(const Selection&) = delete;
+    Selection& operator=(const Selection&) = delete;
+
+    bool Made() const { return before_ != nullptr; }
+
+private:
+    HDC context_;
+    HGDIOBJ before_;
+};
+
+Result ResultOfStatus(Gdiplus::Status status) {
+    if (status == Gdiplus::Ok) {
+        return resultOk;
+    }
+    return status == Gdiplus::Win32Error ? LastError() : resultGenericFailure;
+}
+
+Result CopyScreen(const ScreenArea& area, BitmapHandle& bitmap) {
+    const ScreenContext screen(GetDC(nullptr));
+    const MemoryContext memory(screen ? CreateCompatibleDC(screen.get()) : nullptr);
+    bitmap.reset(memory ? CreateCompatibleBitmap(screen.get(), area.width, area.height) : nullptr);
+    if (!bitmap) {
+        return LastError();
+    }
+    const Selection selected(memory.get(), bitmap.get());
+    const bool copied = selected.Made() && BitBlt(memory.get(), 0, 0, area.width, area.height, screen.get(), area.left,
+                                                  area.top, SRCCOPY | CAPTUREBLT);
+    return copied ? resultOk : LastError();
+}
+
+/// The encoder for PNG among those that are installed.
+bool FindPngEncoder(CLSID& encoder) {
+    UINT count = 0;
+    UINT bytes = 0;
+    if (plus::GdipGetImageEncodersSize(&count, &bytes) != Gdiplus::Ok || bytes == 0) {
+        return false;
+    }
+    // The records are followed by the texts that they point to.
+    std::vector<std::max_align_t> storage(bytes / sizeof(std::max_align_t) + 1);
+    auto* codecs = reinterpret_cast<Gdiplus::ImageCodecInfo*>(storage.data());
+    if (plus::GdipGetImageEncoders(count, bytes, codecs) != Gdiplus::Ok) {
+        return false;
+    }
+    for (UINT index = 0; index < count; ++index) {
+        if (TextOf(codecs[index].MimeType) == u"image/png") {
+            encoder = codecs[index].Clsid;
+            return true;
+        }
+    }
+    return false;
+}
+
+Result SaveBitmap(HBITMAP bitmap, const Text& path) {
+    Gdiplus::GpBitmap* made = nullptr;
+    const Result result = ResultOfStatus(plus::GdipCreateBitmapFromHBITMAP(bitmap, nullptr, &made));
+    const Image image(made);
+    CLSID encoder{};
+    if (Failed(result) || !FindPngEncoder(encoder)) {
+        return Failed(result) ? result : resultGenericFailure;
+    }
+    return ResultOfStatus(plus::GdipSaveImageToFile(image.get(), Native(path), &encoder, nullptr));
+}
+
+}  // namespace
+
+Result SaveScreenAsPng(const ScreenArea& area, TextView path) {
+    const GdiPlus session;
+    if (!session.Started()) {
+        return resultGenericFailure;
+    }
+    BitmapHandle bitmap;
+    const Result copied = CopyScreen(area, bitmap);
+    return Failed(copied) ? copied : SaveBitmap(bitmap.get(), Text(path));
+}
+
+}  // namespace zv

@@ -1,0 +1,244 @@
+// Pictures of a private X server's screen, read back and compared pixel by pixel with what was painted there.
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <cstdint>
+#include <thread>
+#include <vector>
+
+#include "platform/Files.h"
+#include "platform/ScreenGrab.h"
+#include "platform/linux/XDisplay.h"
+#include "support/FileBytes.h"
+#include "support/TemporaryFolder.h"
+#include "support/XServer.h"
+
+namespace zv {
+namespace {
+
+using support::XServer;
+
+/// Every pixel differs from its neighbours, and no two channels are alike.
+constexpr std::uint32_t ColorAt(int x, int y) {
+    const auto red = static_cast<std::uint32_t>(x * 3 + y) & 0xFFU;
+    const auto green = static_cast<std::uint32_t>(x + y * 5 + 40) & 0xFFU;
+    const auto blue = static_cast<std::uint32_t>(x * 7 + y * 11 + 90) & 0xFFU;
+    return red << 16U | green << 8U | blue;
+}
+
+/// Another program whose window lies over a part of the screen.
+class Painting {
+public:
+    Painting(int left, int top, int width, int height) : left_(left), top_(top), width_(width), height_(height) {
+        int number = 0;
+        connection_ = xcb_connect(nullptr, &number);
+        const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
+        depth_ = screen->root_depth;
+        root_ = screen->root;
+        window_ = xcb_generate_id(connection_);
+        const std::uint32_t noManager = 1;
+        xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, root_, static_cast<std::int16_t>(left),
+                          static_cast<std::int16_t>(top), static_cast<std::uint16_t>(width),
+                          static_cast<std::uint16_t>(height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                          XCB_CW_OVERRIDE_REDIRECT, &noManager);
+        xcb_map_window(connection_, window_);
+    }
+    ~Painting() { xcb_disconnect(connection_); }
+    Painting(const Painting&) = delete;
+    Painting& operator=(const Painting&) = delete;
+
+    /// `pixelAt` takes coordinates of the desktop.
+    template <class Unit, class PixelAt>
+    void Fill(PixelAt pixelAt) {
+        const xcb_gcontext_t context = xcb_generate_id(connection_);
+        xcb_create_gc(connection_, context, window_, 0, nullptr);
+        const int padded = (width_ * static_cast<int>(sizeof(Unit)) + 3) / 4 * 4 / static_cast<int>(sizeof(Unit));
+        std::vector<Unit> row(static_cast<std::size_t>(padded));
+        for (int y = 0; y < height_; ++y) {
+            for (int x = 0; x < width_; ++x) {
+                row[static_cast<std::size_t>(x)] = static_cast<Unit>(pixelAt(left_ + x, top_ + y));
+            }
+            xcb_put_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window_, context, static_cast<std::uint16_t>(width_),
+                          1, 0, static_cast<std::int16_t>(y), 0, depth_,
+                          static_cast<std::uint32_t>(row.size() * sizeof(Unit)),
+                          reinterpret_cast<const std::uint8_t*>(row.data()));
+        }
+        Sync();
+    }
+    void MovePointer(int x, int y) {
+        xcb_warp_pointer(connection_, XCB_NONE, root_, 0, 0, 0, 0, static_cast<std::int16_t>(x),
+                         static_cast<std::int16_t>(y));
+        Sync();
+    }
+
+private:
+    void Sync() { Held(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr)); }
+
+    int left_;
+    int top_;
+    int width_;
+    int height_;
+    std::uint8_t depth_ = 0;
+    xcb_window_t root_ = 0;
+    xcb_window_t window_ = 0;
+    xcb_connection_t* connection_ = nullptr;
+};
+
+struct Picture {
+    int width = 0;
+    int height = 0;
+    bool alpha = false;
+    std::vector<std::uint8_t> rgb;
+
+    std::uint32_t At(int x, int y) const {
+        const auto at = static_cast<std::size_t>(y * width + x) * 3;
+        return std::uint32_t{rgb[at]} << 16U | std::uint32_t{rgb[at + 1]} << 8U | rgb[at + 2];
+    }
+};
+
+Picture ReadPng(const std::filesystem::path& path) {
+    Picture picture;
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (png_image_begin_read_from_file(&image, path.c_str()) == 0) {
+        ADD_FAILURE() << image.message;
+        return picture;
+    }
+    picture.alpha = (image.format & PNG_FORMAT_FLAG_ALPHA) != 0;
+    image.format = PNG_FORMAT_RGB;
+    picture.width = static_cast<int>(image.width);
+    picture.height = static_cast<int>(image.height);
+    picture.rgb.resize(PNG_IMAGE_SIZE(image));
+    EXPECT_NE(png_image_finish_read(&image, nullptr, picture.rgb.data(), 0, nullptr), 0) << image.message;
+    return picture;
+}
+
+/// How many pixels are not what `colorAt` says for their place on the desktop.
+template <class Color>
+int Differences(const Picture& picture, const ScreenArea& area, Color colorAt) {
+    int count = 0;
+    for (int y = 0; y < picture.height; ++y) {
+        for (int x = 0; x < picture.width; ++x) {
+            count += picture.At(x, y) == colorAt(area.left + x, area.top + y) ? 0 : 1;
+        }
+    }
+    return count;
+}
+
+class LinuxScreenGrab : public testing::Test {
+protected:
+    Result Save(const ScreenArea& area) { return SaveScreenAsPng(area, FromPath(path_)); }
+
+    support::TemporaryFolder folder_;
+    std::filesystem::path path_ = folder_.Path() / "picture.png";
+};
+
+TEST_F(LinuxScreenGrab, EqualsTheScreenPixelForPixelWithoutThePointer) {
+    const XServer server("641x360x24");
+    Painting painting(0, 0, 641, 360);
+    painting.Fill<std::uint32_t>(ColorAt);
+    painting.MovePointer(300, 200);
+    const ScreenArea area{0, 0, 641, 360};
+    ASSERT_EQ(Save(area), resultOk);
+    const Picture picture = ReadPng(path_);
+    EXPECT_EQ(picture.width, 641);
+    EXPECT_EQ(picture.height, 360);
+    EXPECT_FALSE(picture.alpha);
+    EXPECT_EQ(Differences(picture, area, ColorAt), 0);
+}
+
+TEST_F(LinuxScreenGrab, TakesThePartThatIsAskedForAndAllWindowsInIt) {
+    const XServer server("640x480x24");
+    Painting below(0, 0, 640, 480);
+    below.Fill<std::uint32_t>(ColorAt);
+    Painting above(200, 100, 50, 40);
+    above.Fill<std::uint32_t>([](int, int) { return 0x102030; });
+    const ScreenArea area{151, 73, 333, 207};
+    ASSERT_EQ(Save(area), resultOk);
+    const Picture picture = ReadPng(path_);
+    EXPECT_EQ(picture.width, 333);
+    EXPECT_EQ(picture.height, 207);
+    EXPECT_EQ(Differences(picture, area,
+                          [](int x, int y) {
+                              const bool covered = x >= 200 && x < 250 && y >= 100 && y < 140;
+                              return covered ? 0x102030U : ColorAt(x, y);
+                          }),
+              0);
+}
+
+TEST_F(LinuxScreenGrab, SpreadsTheLevelsOfAScreenOfSixteenBits) {
+    const XServer server("101x50x16");
+    Painting painting(0, 0, 101, 50);
+    painting.Fill<std::uint16_t>([](int x, int y) { return x == 0 ? 0xFFFF : x == 1 ? 0 : x * 643 + y; });
+    const ScreenArea area{0, 0, 101, 50};
+    ASSERT_EQ(Save(area), resultOk);
+    const Picture picture = ReadPng(path_);
+    EXPECT_EQ(picture.At(0, 7), 0xFFFFFFU);
+    EXPECT_EQ(picture.At(1, 7), 0x000000U);
+    // 50 * 643 + 9 = 32159 = 01111 101100 11111: 15 / 31, 44 / 63 and 31 / 31 of 255 are 123.4, 178.1 and 255.
+    EXPECT_EQ(picture.At(50, 9), 0x7BB2FFU);
+}
+
+TEST_F(LinuxScreenGrab, OfAScreenWithAPaletteIsRefused) {
+    const XServer server("100x100x8");
+    EXPECT_EQ(CodeOf(Save({0, 0, 100, 100})), 0x8007005FU);  // ENOTSUP
+    EXPECT_FALSE(std::filesystem::exists(path_));
+}
+
+TEST_F(LinuxScreenGrab, OfAnAreaThatIsNotWhollyOnTheScreenIsRefused) {
+    const XServer server("320x200x24");
+    for (const ScreenArea& area : {ScreenArea{0, 0, 321, 200}, ScreenArea{1, 0, 320, 200}, ScreenArea{0, 1, 320, 200},
+                                   ScreenArea{0, 0, 320, 201}, ScreenArea{-1, 0, 100, 100}, ScreenArea{0, -1, 100, 100},
+                                   ScreenArea{0, 0, 0, 100}, ScreenArea{0, 0, 100, 0}, ScreenArea{0, 0, -5, 100},
+                                   ScreenArea{0, 0, 65536 + 10, 100}, ScreenArea{65536, 0, 100, 100}}) {
+        EXPECT_EQ(CodeOf(Save(area)), 0x80070016U) << area.left << " " << area.top;  // EINVAL
+    }
+    EXPECT_FALSE(std::filesystem::exists(path_));
+    EXPECT_EQ(Save({0, 0, 320, 200}), resultOk);
+}
+
+TEST_F(LinuxScreenGrab, WithoutADisplayFails) {
+    for (const char* name : {"", ":4711"}) {
+        setenv("DISPLAY", name, 1);
+        EXPECT_EQ(CodeOf(Save({0, 0, 10, 10})), 0x80070006U);  // ENXIO
+    }
+}
+
+TEST_F(LinuxScreenGrab, OfADeadServerFailsAndTheProgramLives) {
+    XServer server("320x200x24");
+    ASSERT_EQ(Save({0, 0, 320, 200}), resultOk);
+    server.Kill();
+    EXPECT_TRUE(Failed(Save({0, 0, 320, 200})));
+}
+
+TEST_F(LinuxScreenGrab, OnAFullDiskSaysSo) {
+    const XServer server("320x200x24");
+    EXPECT_EQ(CodeOf(SaveScreenAsPng({0, 0, 320, 200}, u"/dev/full")), 0x8007001CU);  // ENOSPC
+}
+
+TEST_F(LinuxScreenGrab, IntoAFolderThatIsNotThereSaysSo) {
+    const XServer server("320x200x24");
+    EXPECT_EQ(CodeOf(SaveScreenAsPng({0, 0, 320, 200}, FromPath(folder_.Path() / "no" / "picture.png"))),
+              0x80070002U);  // ENOENT
+}
+
+TEST_F(LinuxScreenGrab, ReplacesWhatTheFileHeld) {
+    const XServer server("32x20x24");
+    support::WriteBytes(path_, std::string(100000, 'x'));
+    ASSERT_EQ(Save({0, 0, 32, 20}), resultOk);
+    EXPECT_LT(std::filesystem::file_size(path_), 10000U);
+    EXPECT_EQ(ReadPng(path_).width, 32);
+}
+
+TEST_F(LinuxScreenGrab, ComesFromAnyThreadAndLeavesNoDescriptor) {
+    const XServer server("320x200x24");
+    const auto open = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+    const auto before = open();
+    for (int i = 0; i < 3; ++i) {
+        std::thread([&] { EXPECT_EQ(Save({0, 0, 320, 200}), resultOk); }).join();
+    }
+    EXPECT_EQ(open(), before);
+}
+
+}  // namespace
+}  // namespace zv
