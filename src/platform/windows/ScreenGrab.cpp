@@ -132,6 +132,9 @@ Result SaveBitmap(HBITMAP bitmap, const Text& path) {
 }  // namespace
 
 Result SaveScreenAsPng(const ScreenArea& area, TextView path) {
+    if (area.width <= 0 || area.height <= 0) {
+        return ResultOfSystemError(ERROR_INVALID_PARAMETER);
+    }
     const GdiPlus session;
     if (!session.Started()) {
         return resultGenericFailure;
