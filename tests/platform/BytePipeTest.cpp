@@ -82,6 +82,38 @@ protected:
         return nullptr;
     }
 
+    /// Sends `frames` parts in three slots in turn, as the capture does, and compares what the reader saw.
+    void SendThreeAtATime(std::size_t size, std::size_t frames) {
+        constexpr std::size_t slots = 3;
+        std::vector<std::vector<std::byte>> parts;
+        for (std::size_t i = 0; i < frames; ++i) {
+            parts.push_back(Pattern(size, static_cast<std::uint32_t>(i)));
+        }
+        Owned<PipeWrite> writes[slots] = {MakePipeWrite(*pipe_), MakePipeWrite(*pipe_), MakePipeWrite(*pipe_)};
+        bool pending[slots] = {};
+        int everPending = 0;
+        for (std::size_t i = 0; i < frames + slots; ++i) {
+            const std::size_t slot = i % slots;
+            if (pending[slot]) {
+                ASSERT_EQ(FinishWrite(*writes[slot], *stop_, generousMs), WriteEnd::Done);
+                pending[slot] = false;
+            }
+            if (i < frames) {
+                const WriteBegin begun = BeginWrite(*writes[slot], parts[i].data(), parts[i].size());
+                ASSERT_NE(begun, WriteBegin::Refused);
+                pending[slot] = begun == WriteBegin::Pending;
+                everPending += pending[slot] ? 1 : 0;
+            }
+        }
+        EXPECT_GT(everPending, 0);
+        for (Owned<PipeWrite>& write : writes) {
+            write.reset();
+        }
+        pipe_.reset();
+        ASSERT_TRUE(WaitForExit(*reader_.process, generousMs));
+        EXPECT_EQ(ContentOf(Log()), ReportOf(parts));
+    }
+
     support::TemporaryFolder folder_;
     Text name_;
     Owned<Event> stop_ = MakeEvent();
@@ -120,37 +152,12 @@ TEST_F(BytePipes, EveryByteArrivesInOrderAndClosingIsTheEnd) {
 
 TEST_F(BytePipes, ThreeWritesInFlightArriveInTheOrderInWhichTheyWereBegun) {
     ASSERT_NO_FATAL_FAILURE(MakeConnected(65536, u"all exit"));
-    constexpr int slots = 3;
-    constexpr int frames = 60;
-    std::vector<std::vector<std::byte>> parts;
-    std::vector<Owned<PipeWrite>> writes;
-    bool pending[slots] = {};
-    int everPending = 0;
-    for (int i = 0; i < slots; ++i) {
-        writes.push_back(MakePipeWrite(*pipe_));
-    }
-    for (int i = 0; i < frames; ++i) {
-        parts.push_back(Pattern(200001, static_cast<std::uint32_t>(i)));
-    }
-    for (int i = 0; i < frames + slots; ++i) {
-        const int slot = i % slots;
-        if (pending[slot]) {
-            ASSERT_EQ(FinishWrite(*writes[static_cast<std::size_t>(slot)], *stop_, generousMs), WriteEnd::Done);
-            pending[slot] = false;
-        }
-        if (i < frames) {
-            const auto& part = parts[static_cast<std::size_t>(i)];
-            const WriteBegin begun = BeginWrite(*writes[static_cast<std::size_t>(slot)], part.data(), part.size());
-            ASSERT_NE(begun, WriteBegin::Refused);
-            pending[slot] = begun == WriteBegin::Pending;
-            everPending += pending[slot] ? 1 : 0;
-        }
-    }
-    EXPECT_GT(everPending, 0);
-    writes.clear();
-    pipe_.reset();
-    ASSERT_TRUE(WaitForExit(*reader_.process, generousMs));
-    EXPECT_EQ(ContentOf(Log()), ReportOf(parts));
+    SendThreeAtATime(200001, 60);
+}
+
+TEST_F(BytePipes, ManyShortWritesThroughASmallBufferKeepTheirOrder) {
+    ASSERT_NO_FATAL_FAILURE(MakeConnected(4096, u"all exit"));
+    SendThreeAtATime(2501, 6000);
 }
 
 TEST_F(BytePipes, ThePipeTakesItsBufferSizeFromAWriterWhoseReaderDoesNotRead) {

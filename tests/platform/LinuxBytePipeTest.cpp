@@ -52,6 +52,14 @@ TEST(LinuxBytePipe, ThePipeAndItsFolderAreTheUsersAloneAndGoWithTheLastPipe) {
     EXPECT_EQ(OpenDescriptors(), before);
 }
 
+TEST(LinuxBytePipe, MakingOneTurnsTheSignalOfABrokenPipeOff) {
+    Owned<BytePipe> pipe;
+    ASSERT_EQ(MakeBytePipe(PipeName(u"ZVVideo-", 6), {}, pipe), resultOk);
+    struct sigaction action {};
+    ASSERT_EQ(sigaction(SIGPIPE, nullptr, &action), 0);
+    EXPECT_EQ(action.sa_handler, SIG_IGN);
+}
+
 TEST(LinuxBytePipe, AFailureToMakeItAnswersTheSystemsNumber) {
     Owned<BytePipe> pipe;
     EXPECT_EQ(CodeOf(MakeBytePipe(u"/no such folder/pipe", {}, pipe)), 0x80070000U | ENOENT);
@@ -121,6 +129,33 @@ TEST(LinuxBytePipe, ClosingWithAReaderInTheMiddleOfOpeningNeverLeavesItWaiting) 
         pipe.reset();
         reader.join();
     }
+}
+
+TEST(LinuxBytePipe, AShortWriteNeverSlipsInBeforeALongerOneThatFindsNoRoom) {
+    Owned<BytePipe> pipe;
+    const Text name = PipeName(u"ZVVideo-", 7);
+    PipeOptions options;
+    options.bufferBytes = 4096;
+    ASSERT_EQ(MakeBytePipe(name, options, pipe), resultOk);
+    const int reader = open(ToPath(name).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const Owned<Event> stop = MakeEvent();
+    ASSERT_EQ(ConnectPipe(*pipe, *stop, 60000), PipeConnect::Connected);
+    // The system takes what is no longer than a page as a whole or not at all.
+    const std::vector<std::byte> first(100, std::byte{1});
+    const std::vector<std::byte> second(4050, std::byte{2});
+    const std::vector<std::byte> third(10, std::byte{3});
+    const Owned<PipeWrite> writes[3] = {MakePipeWrite(*pipe), MakePipeWrite(*pipe), MakePipeWrite(*pipe)};
+    EXPECT_EQ(BeginWrite(*writes[0], first.data(), first.size()), WriteBegin::Done);
+    EXPECT_EQ(BeginWrite(*writes[1], second.data(), second.size()), WriteBegin::Pending);
+    EXPECT_EQ(BeginWrite(*writes[2], third.data(), third.size()), WriteBegin::Pending);
+    std::vector<char> block(4096);
+    EXPECT_EQ(read(reader, block.data(), block.size()), 100);
+    EXPECT_EQ(FinishWrite(*writes[1], *stop, 60000), WriteEnd::Done);
+    EXPECT_EQ(FinishWrite(*writes[2], *stop, 60000), WriteEnd::Done);
+    EXPECT_EQ(read(reader, block.data(), block.size()), 4060);
+    EXPECT_EQ(block[4049], 2);
+    EXPECT_EQ(block[4050], 3);
+    close(reader);
 }
 
 TEST(LinuxBytePipe, WritingAllocatesNothing) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <memory>
 #include <thread>
 
 #include "platform/Monitors.h"
@@ -120,6 +121,16 @@ TEST(LinuxMonitors, TheListSurvivesTheServersDeathAndFindsTheNextServer) {
     EXPECT_TRUE(ListMonitorRecords().empty());
     EXPECT_TRUE(ListMonitorRecords().empty());
     const XServer second("640x480x24");
+    ASSERT_EQ(ListMonitorRecords().size(), 1U);
+    EXPECT_EQ(ListMonitorRecords()[0].right, 640);
+}
+
+TEST(LinuxMonitors, TheListFindsAServerThatCameBackUnderTheSameNumber) {
+    auto first = std::make_unique<XServer>("800x600x24");
+    const int number = first->Number();
+    ASSERT_EQ(ListMonitorRecords().size(), 1U);
+    first.reset();
+    const XServer second("640x480x24", number);
     ASSERT_EQ(ListMonitorRecords().size(), 1U);
     EXPECT_EQ(ListMonitorRecords()[0].right, 640);
 }

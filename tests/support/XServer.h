@@ -12,9 +12,11 @@ namespace zv::support {
 class XServer {
 public:
     /// Starts one and makes it this process's display. `screen` is "WIDTHxHEIGHTxDEPTH".
-    explicit XServer(const std::string& screen) {
+    explicit XServer(const std::string& screen) : XServer(screen, FreshNumber()) {}
+    /// Comes under a number that a killed one had.
+    XServer(const std::string& screen, int displayNumber) : number_(displayNumber) {
         const std::filesystem::path log = folder_.Path() / "server.log";
-        const std::string number = std::to_string(FreshNumber());
+        const std::string number = std::to_string(displayNumber);
         const std::string line = "Xvfb :" + number + " -displayfd 1 -noreset -nolisten tcp -screen 0 " + screen;
         const ChildOptions options = {u"/usr/bin/Xvfb", Text(line.begin(), line.end()), FromPath(log)};
         if (!SpawnChild(options, server_)) {
@@ -35,6 +37,8 @@ public:
     XServer(const XServer&) = delete;
     XServer& operator=(const XServer&) = delete;
 
+    int Number() const { return number_; }
+
     /// As a crash would end it.
     void Kill() {
         TerminateJob(*server_.job);
@@ -50,6 +54,7 @@ private:
         return first + static_cast<int>(OwnProcessId() % span) + static_cast<int>(span) * (count++ % 2);
     }
 
+    int number_;
     TemporaryFolder folder_;
     Child server_;
     std::string name_;
