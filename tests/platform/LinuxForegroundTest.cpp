@@ -133,6 +133,15 @@ TEST_F(LinuxForeground, TheServersWordCountsBeforeTheWindowsOwnClaim) {
     EXPECT_EQ(LookUpForeground().processId, other.process);
 }
 
+TEST_F(LinuxForeground, OnAServerThatCannotTellTheWindowsClaimCounts) {
+    const XServer plain("640x480x24 -extension X-Resource");
+    const Other claiming = StartOther(u"x_window_child", u"claim " + FromBytes(std::to_string(OwnProcessId())));
+    EXPECT_EQ(LookUpForeground().kind, ForegroundKind::Own);
+    const Other silent = StartOther(u"x_window_child", u"");
+    EXPECT_EQ(LookUpForeground().kind, ForegroundKind::Unknown);
+    EXPECT_EQ(LookUpForeground().processId, 0U);
+}
+
 TEST_F(LinuxForeground, AWindowThatIsGoneIsUnknown) {
     Other other = StartOther(u"x_window_child", u"");
     SetActive(other.window);
