@@ -4,6 +4,7 @@
 #include "core/Settings.h"
 #include "core/SettingsValidation.h"
 #include "library/CapturePath.h"
+#include "library/Screenshot.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"
 #include "ui/CaptureJobs.h"
@@ -58,6 +59,33 @@ void ToggleRecording() {
         Engine().StartRecording(BuildCapturePath(folder, recordingStem, videoExtension));
         return Engine().statusText;
     });
+}
+
+void TakeScreenshot() {
+    UiGlobals& ui = Ui();
+    if (RefusedWith(ui.screenshotSlot.IsBusy(), u"Saving screenshot...")) {
+        return;
+    }
+    // The overlay hides, to come back when the picture is there. The badge and the notification hide for good.
+    FlushScreen();
+    auto task = [folder = CurrentGameFolder(), monitor = CurrentSettings().monitorDevice] {
+        return SaveScreenshot(folder, monitor);
+    };
+    ShowStatus(u"Saving screenshot...");
+    if (ui.mainWindow != nullptr) {
+        StartTimer(*ui.mainWindow, collectionTimer, collectionPeriodMs);
+    }
+    ui.screenshotSlot.Start(std::move(task), Text(screenshotBrokenOff));
+}
+
+bool CollectScreenshot() {
+    if (!Ui().screenshotSlot.IsFinished()) {
+        return false;
+    }
+    const Text result = Ui().screenshotSlot.Take();
+    // A scan of the library follows, since there may be a new file, and the overlay comes back if it was hidden.
+    ShowStatus(result);
+    return true;
 }
 
 void StartReplayJob() {

@@ -1,5 +1,6 @@
 // What a key, a button or a menu item sets off. Each one guards, takes what it needs from the settings at the moment of
-// the command, and hands a function to CaptureJob. A refusal is always a status text. Interface thread only.
+// the command, and hands a function to CaptureJob or, for a screenshot, to a worker of its own. A refusal is always a
+// status text. Interface thread only.
 #pragma once
 
 #include <functional>
@@ -12,6 +13,12 @@ void SaveReplay();
 
 /// Starts a manual recording, or ends and saves the one that runs.
 void ToggleRecording();
+
+/// Takes the chosen monitor into a PNG file, also while a job runs: it has a slot of its own.
+void TakeScreenshot();
+
+/// Shows the result of a finished screenshot and empties its slot. False when there is none.
+bool CollectScreenshot();
 
 /// Starts the replay as the settings have it: the first job of the session.
 void StartReplayJob();

@@ -9,14 +9,14 @@ namespace {
 
 struct Shortcut {
     TextView label;
-    void (*command)();  ///< null: the window that it opens, or the picture that it takes, is not there
+    void (*command)();  ///< null: the window that it opens is not there
 };
 
 constexpr Shortcut shortcuts[shortcutAction::count] = {
     {u"Open / close overlay", nullptr},
     {u"Save instant replay", SaveReplay},
     {u"Start / stop recording", ToggleRecording},
-    {u"Screenshot", nullptr},
+    {u"Screenshot", TakeScreenshot},
 };
 
 std::uint32_t ModsOf(int index) { return CurrentSettings().bindMods[static_cast<std::size_t>(index)]; }

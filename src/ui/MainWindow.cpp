@@ -23,8 +23,9 @@ void OnDestroy(AppWindow& window) {
     // shortcut editor go.
     StopTimer(window, housekeepingTimer);
     StopTimer(window, collectionTimer);
-    // The capture badge goes. The screenshot, the library scan and the thumbnails are waited for; the thumbnail cache
-    // is emptied and the tray icon removed.
+    // The capture badge goes.
+    Ui().screenshotSlot.Wait();
+    // The library scan and the thumbnails are waited for; the thumbnail cache is emptied and the tray icon removed.
     Ui().captureJobSlot.Wait();
     Ui().capturePollSlot.Wait();
     Engine().StopAll();
@@ -54,9 +55,10 @@ void OnDisplayChange() {
 /// The results that the user waits for. The timer runs only as long as there are any.
 void OnCollectionTimer(AppWindow& window) {
     CollectCaptureJob();
-    // The screenshot, the library scan and the thumbnails are collected in this order. If anything was, the windows
-    // are painted anew and the badge follows.
-    if (!Ui().captureJobSlot.IsBusy()) {
+    CollectScreenshot();
+    // The library scan and the thumbnails are collected in this order. If anything was, the windows are painted anew
+    // and the badge follows.
+    if (!Ui().captureJobSlot.IsBusy() && !Ui().screenshotSlot.IsBusy()) {
         StopTimer(window, collectionTimer);
     }
 }

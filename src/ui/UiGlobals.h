@@ -23,6 +23,7 @@ struct UiGlobals {
     Text shortcutError;               ///< why the last rebinding was refused
     FutureSlot<Text> captureJobSlot;  ///< the text to show
     FutureSlot<CapturePollResult> capturePollSlot;
+    FutureSlot<Text> screenshotSlot;  ///< the text to show
 };
 
 /// The one record of the process.

@@ -73,6 +73,8 @@ void HideWindow(AppWindow& window) {
 
 bool IsWindowShown(AppWindow& window) { return window.shown; }
 
+void FlushScreen() { const Call call("FlushScreen"); }
+
 std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t code, std::uintptr_t, std::intptr_t) {
     const Call call("DefaultProcedure");
     if (code == message::close) {

@@ -31,6 +31,7 @@ Interface::Interface() {
     stand_in::TheEnvironment() = {};
     stand_in::TheForeground() = {};
     stand_in::TheMonitors() = {};
+    stand_in::ResetScreenGrab();
     stand_in::TheFolders().videos = Folder(u"videos");
     stand_in::TheFolders().pictures = Folder(u"pictures");
     stand_in::TheFolders().localData = Folder(u"data");
@@ -51,6 +52,7 @@ Interface::~Interface() {
     window_.reset();
     Ui().captureJobSlot.Wait();
     Ui().capturePollSlot.Wait();
+    Ui().screenshotSlot.Wait();
     EXPECT_FALSE(stand_in::TheEngine().overlapped) << "two threads were inside the engine at once";
     stand_in::ResetCalls();
 }
@@ -84,6 +86,7 @@ void Interface::Tick() { Send(message::timer, housekeepingTimer); }
 void Interface::Collect() { Send(message::timer, collectionTimer); }
 void Interface::AwaitJob() { Await(Ui().captureJobSlot); }
 void Interface::AwaitPoll() { Await(Ui().capturePollSlot); }
+void Interface::AwaitScreenshot() { Await(Ui().screenshotSlot); }
 
 void Interface::FinishJob() {
     AwaitJob();

@@ -20,6 +20,7 @@
 #include "stand_in/Folders.h"
 #include "stand_in/Foreground.h"
 #include "stand_in/Monitors.h"
+#include "stand_in/ScreenGrab.h"
 #include "stand_in/Window.h"
 #include "support/TemporaryFolder.h"
 #include "ui/UiGlobals.h"
@@ -81,6 +82,7 @@ protected:
     void Collect();                            ///< timer 43
     void AwaitJob();                           ///< until the job has a result; nothing collects it
     void AwaitPoll();                          ///< the same for the poll
+    void AwaitScreenshot();                    ///< the same for the screenshot
     void FinishJob();                          ///< awaits and collects by timer 43
     void RunTo(const std::string& operation);  ///< until the worker is inside that operation, which the gate must hold
 

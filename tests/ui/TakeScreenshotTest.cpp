@@ -1,0 +1,237 @@
+// A screenshot from its command to the collection of its result, beside jobs and polls and at the program's end.
+#include <thread>
+
+#include "support/FileBytes.h"
+#include "ui/CaptureJobs.h"
+#include "ui/CaptureSettings.h"
+#include "ui/Commands.h"
+#include "ui/Hotkeys.h"
+#include "ui/Interface.h"
+#include "ui/MainWindow.h"
+
+namespace zv {
+namespace {
+
+using stand_in::TheWindows;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr char16_t saving[] = u"Saving screenshot...";
+constexpr char grab[] = "SaveScreenAsPng";
+
+class TakeScreenshotTest : public Interface {
+protected:
+    TakeScreenshotTest() {
+        CurrentSettings().captureRoot = Folder(u"captures");
+        CurrentSettings().monitorDevice = u"SECOND";
+        stand_in::TheMonitors().monitors = {{u"FIRST", 0, 0, 1920, 1080, true},
+                                            {u"SECOND", 1920, 10, 3200, 1034, false}};
+        stand_in::TheForeground().process = {ForegroundKind::Known, 99, u"C:\\Games\\r5apex.exe"};
+        OpenMainWindow();
+    }
+    Text Picture() const {
+        return JoinPath(JoinPath(Folder(u"captures"), u"Apex Legends"), u"ZV_Screenshot_2026-03-14_15-09-26-535.png");
+    }
+    /// A screenshot that reads the screen and stays there until the gate opens.
+    void OccupyScreenshot() {
+        gate_.Hold(grab);
+        TakeScreenshot();
+        RunTo(grab);
+    }
+    void FinishScreenshot() {
+        AwaitScreenshot();
+        Collect();
+    }
+    bool FastTimerRuns() const { return TheWindows().timers.contains(43); }
+};
+
+TEST_F(TakeScreenshotTest, SavesTheChosenMonitorUnderTheGameInFrontAndSaysWhere) {
+    TakeScreenshot();
+    EXPECT_EQ(Ui().statusText, saving);
+    EXPECT_EQ(TheWindows().timers[43], 16U);
+    FinishScreenshot();
+    EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
+    EXPECT_EQ(support::ReadBytes(ToPath(Picture())), stand_in::screenBytes);
+    ASSERT_EQ(stand_in::Grabs().size(), 1U);
+    EXPECT_EQ(stand_in::Grabs()[0].area, (ScreenArea{1920, 10, 1280, 1024}));
+    EXPECT_FALSE(FastTimerRuns());
+    EXPECT_FALSE(Ui().screenshotSlot.IsBusy());
+}
+
+TEST_F(TakeScreenshotTest, IsNoRowOfTheActivityLog) {
+    TakeScreenshot();
+    FinishScreenshot();
+    EXPECT_THAT(Activity(), IsEmpty());
+}
+
+TEST_F(TakeScreenshotTest, WaitsForHiddenWindowsToBeGoneBeforeItStarts) {
+    const std::size_t before = stand_in::CallNames().size();
+    TakeScreenshot();
+    FinishScreenshot();
+    const auto calls = stand_in::CallNames();
+    EXPECT_THAT(std::vector<std::string>(calls.begin() + static_cast<std::ptrdiff_t>(before), calls.end()),
+                ElementsAre("FlushScreen", "StartTimer", "ListMonitorRecords", grab, "StopTimer"));
+}
+
+TEST_F(TakeScreenshotTest, ASecondPressIsRefusedAndOneFileIsWritten) {
+    OccupyScreenshot();
+    Ui().statusText.clear();
+    TakeScreenshot();
+    EXPECT_EQ(Ui().statusText, saving);
+    EXPECT_EQ(stand_in::CountOf("FlushScreen"), 1);
+    gate_.Open();
+    FinishScreenshot();
+    EXPECT_EQ(stand_in::Grabs().size(), 1U);
+}
+
+TEST_F(TakeScreenshotTest, AFinishedOneStillRefusesAnotherUntilItHasBeenCollected) {
+    TakeScreenshot();
+    AwaitScreenshot();
+    TakeScreenshot();
+    EXPECT_EQ(Ui().statusText, saving);
+    Collect();
+    EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
+    EXPECT_EQ(stand_in::Grabs().size(), 1U);
+    TakeScreenshot();
+    FinishScreenshot();
+    EXPECT_EQ(stand_in::Grabs().size(), 2U);
+}
+
+TEST_F(TakeScreenshotTest, WorksDuringARunningJob) {
+    gate_.Hold("StartReplay");
+    StartReplayJob();
+    RunTo("StartReplay");
+    TakeScreenshot();
+    FinishScreenshot();
+    EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
+    EXPECT_TRUE(Ui().captureJobSlot.IsBusy());
+    EXPECT_TRUE(FastTimerRuns());
+    gate_.Open();
+    FinishJob();
+    EXPECT_EQ(Ui().statusText, u"Replay on");
+    EXPECT_FALSE(FastTimerRuns());
+}
+
+TEST_F(TakeScreenshotTest, AJobThatEndsFirstLeavesTheFastTimerToIt) {
+    OccupyScreenshot();
+    StartReplayJob();
+    FinishJob();
+    EXPECT_EQ(Ui().statusText, u"Replay on");
+    EXPECT_TRUE(Ui().screenshotSlot.IsBusy());
+    EXPECT_TRUE(FastTimerRuns());
+    gate_.Open();
+    FinishScreenshot();
+    EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
+    EXPECT_FALSE(FastTimerRuns());
+}
+
+TEST_F(TakeScreenshotTest, OfAJobAndAScreenshotThatEndTogetherTheScreenshotHasTheLastWord) {
+    StartReplayJob();
+    TakeScreenshot();
+    AwaitJob();
+    AwaitScreenshot();
+    Collect();
+    EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
+    EXPECT_THAT(Activity(), ElementsAre(u"Capture: Replay on"));
+    EXPECT_FALSE(FastTimerRuns());
+}
+
+TEST_F(TakeScreenshotTest, NeitherWaitsForAPollNorTakesItOver) {
+    gate_.Hold("PollCapture");
+    Tick();
+    RunTo("PollCapture");
+    TakeScreenshot();
+    FinishScreenshot();
+    EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
+    EXPECT_TRUE(Ui().capturePollSlot.IsBusy());
+}
+
+TEST_F(TakeScreenshotTest, KeepsNoPollFromStarting) {
+    OccupyScreenshot();
+    Tick();
+    AwaitPoll();
+    EXPECT_EQ(stand_in::CountOf("PollCapture"), 1);
+}
+
+TEST_F(TakeScreenshotTest, IsCollectedByTheFastTimerAlone) {
+    TakeScreenshot();
+    AwaitScreenshot();
+    Tick();
+    EXPECT_TRUE(Ui().screenshotSlot.IsBusy());
+    EXPECT_EQ(Ui().statusText, saving);
+    Collect();
+    EXPECT_FALSE(Ui().screenshotSlot.IsBusy());
+}
+
+TEST_F(TakeScreenshotTest, UsesFolderAndMonitorOfTheMomentOfTheCommand) {
+    Text atTheStart;
+    // The timer is started between the copies and the worker.
+    onCall_ = [&](const std::string& name, int) {
+        if (name == "StartTimer") {
+            atTheStart = Ui().statusText;
+            CurrentSettings().captureRoot = Folder(u"elsewhere");
+            CurrentSettings().monitorDevice = u"FIRST";
+            Ui().gameName = u"Other";
+        }
+    };
+    TakeScreenshot();
+    FinishScreenshot();
+    EXPECT_EQ(atTheStart, saving);
+    EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
+    EXPECT_EQ(stand_in::Grabs().at(0).area.left, 1920);
+}
+
+TEST_F(TakeScreenshotTest, OnAFullDiskSaysSo) {
+    stand_in::FailCall(grab, 1, resultGenericFailure);
+    TakeScreenshot();
+    FinishScreenshot();
+    EXPECT_EQ(Ui().statusText, u"Screenshot failed. Check Gallery > Folders and disk space.");
+    EXPECT_FALSE(FastTimerRuns());
+}
+
+TEST_F(TakeScreenshotTest, OfAMonitorThatIsGoneSaysSo) {
+    CurrentSettings().monitorDevice = u"GONE";
+    TakeScreenshot();
+    FinishScreenshot();
+    EXPECT_EQ(Ui().statusText, u"Screenshot failed. Check Gallery > Folders and disk space.");
+}
+
+TEST_F(TakeScreenshotTest, ThatThrowsEndsInOneFixedText) {
+    stand_in::ThrowInCall(grab, 1);
+    TakeScreenshot();
+    FinishScreenshot();
+    EXPECT_EQ(Ui().statusText, u"Screenshot failed. Check Gallery > Folders.");
+    EXPECT_FALSE(FastTimerRuns());
+    TakeScreenshot();
+    FinishScreenshot();
+    EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
+}
+
+TEST_F(TakeScreenshotTest, IsTheFourthKey) {
+    Send(message::hotKey, shortcutAction::takeScreenshot + 1);
+    FinishScreenshot();
+    EXPECT_EQ(stand_in::Grabs().size(), 1U);
+}
+
+TEST_F(TakeScreenshotTest, IsWaitedForBeforeTheEngineStops) {
+    OccupyScreenshot();
+    bool wholeAtStop = false;
+    bool timersStopped = false;
+    onCall_ = [&](const std::string& name, int) {
+        if (name == "StopAll") {
+            wholeAtStop = Ui().screenshotSlot.IsFinished() && std::filesystem::exists(ToPath(Picture()));
+            timersStopped = TheWindows().timers.empty();
+        }
+    };
+    std::thread release([this] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        gate_.Open();
+    });
+    ExitProgram();
+    release.join();
+    EXPECT_TRUE(wholeAtStop);
+    EXPECT_TRUE(timersStopped);
+}
+
+}  // namespace
+}  // namespace zv
