@@ -1,8 +1,10 @@
 // Endpoints of the sound server: the monitor of the default sink, and the default source.
 //
 // The server mixes, resamples and delivers what is asked for, so the mix format is always float at 48 kHz in
-// stereo, and the packets are of 10 ms. A device that goes away ends its stream; the stream is never moved.
+// stereo, and the packets are of 10 ms at most. A device that goes away ends its stream; the stream is never moved.
 #include "platform/AudioEndpoint.h"
+
+#include <optional>
 
 #include "platform/Clock.h"
 #include "platform/linux/PacketClock.h"
@@ -88,16 +90,15 @@ Result FindSource(PulseClient& client, bool loopback, std::string& source) {
     return Succeeded(result) && source.empty() ? resultNoEndpoint : result;
 }
 
-/// When the frame at the stream's read position was captured; false while the server has not told yet.
-bool MeasureTime(pa_stream& stream, std::int64_t& measured) {
+/// How old the frame at the stream's read position is, in 100 ns; nothing while the server has not told yet.
+std::optional<std::int64_t> AgeOf(pa_stream& stream) {
     pa_usec_t latency = 0;
     int negative = 0;
     if (pa_stream_get_latency(&stream, &latency, &negative) < 0) {
-        return false;
+        return std::nullopt;
     }
     const auto age = static_cast<std::int64_t>(latency) * 10;
-    measured = Counter100ns() - (negative != 0 ? -age : age);
-    return true;
+    return negative != 0 ? -age : age;
 }
 
 }  // namespace
@@ -162,7 +163,6 @@ Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
     if (Succeeded(result)) {
         result = StreamState(*endpoint.stream);
     }
-    AudioPacket packet;
     const void* data = nullptr;
     std::size_t bytes = 0;
     if (Failed(result)) {
@@ -185,12 +185,7 @@ Result TakePacket(AudioEndpoint& endpoint, AudioPacket& packet) {
     packet.data = static_cast<const std::byte*>(data);
     packet.frames = static_cast<std::uint32_t>(bytes / frameBytes);
     packet.silent = data == nullptr;  // a hole in the stream
-    std::int64_t measured = 0;
-    if (MeasureTime(*endpoint.stream, measured)) {
-        packet.position = StampPacket(endpoint.clock, measured, packet.frames);
-    } else {
-        packet.timestampError = !StampUnmeasured(endpoint.clock, packet.frames, packet.position);
-    }
+    packet.position = StampPacket(endpoint.clock, Counter100ns(), AgeOf(*endpoint.stream), packet.frames);
     return resultOk;
 }
 

@@ -1,58 +1,68 @@
 #include "platform/linux/PacketClock.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace zv {
 namespace {
 
-constexpr double farLimit = 300000;     ///< 30 ms
-constexpr int farPackets = 5;           ///< so many in a row move the anchor
-constexpr double followAbove = 30000;   ///< 3 ms of smoothed error begin a correction
-constexpr double followUntil = 5000;    ///< 0.5 ms end it
-constexpr double oneFrame = 625.0 / 3;  ///< 100 ns
+constexpr std::int64_t millisecond = 10000;
+constexpr std::int64_t believableAge = 100 * millisecond;  ///< of a stream's first packet
+constexpr std::int64_t farLimit = 30 * millisecond;
+constexpr std::int64_t futureLimit = 5 * millisecond;
+constexpr std::int64_t newerLimit = 48 * 50;     ///< frames: 50 ms
+constexpr std::int64_t olderLimit = 48000 * 5;   ///< frames: 5 s
+constexpr double stepLimit = 3.0 * millisecond;  ///< of smoothed error
 constexpr double smoothing = 1.0 / 64;
 
-std::int64_t Counted(const PacketClock& clock) { return clock.anchor + clock.frames * 625 / 3; }
+std::int64_t Duration(std::int64_t frames) { return frames * 625 / 3; }
 
-void Anchor(PacketClock& clock, std::int64_t measured) {
-    clock = PacketClock();
+std::int64_t Counted(const PacketClock& clock) { return clock.anchor + Duration(clock.frames); }
+
+void Anchor(PacketClock& clock, std::int64_t time) {
+    clock = {};
     clock.anchored = true;
-    clock.anchor = measured;
+    clock.anchor = time;
 }
 
-void FollowSlowly(PacketClock& clock, double error) {
-    clock.smoothedError += (error - clock.smoothedError) * smoothing;
-    const double size = std::abs(clock.smoothedError);
-    clock.following = size > (clock.following ? followUntil : followAbove);
-    if (clock.following) {
-        const int step = clock.smoothedError > 0 ? 1 : -1;
-        clock.frames += step;
-        clock.smoothedError -= step * oneFrame;
+void FollowSmoothed(PacketClock& clock, std::int64_t error) {
+    clock.newerFrames = 0;
+    clock.olderFrames = 0;
+    clock.smoothedError += (static_cast<double>(error) - clock.smoothedError) * smoothing;
+    if (std::abs(clock.smoothedError) > stepLimit) {
+        Anchor(clock, Counted(clock) + std::llround(clock.smoothedError));
+    }
+}
+
+void Compare(PacketClock& clock, std::int64_t claimed, std::uint32_t frames) {
+    const std::int64_t error = claimed - Counted(clock);
+    if (std::abs(error) <= farLimit) {
+        return FollowSmoothed(clock, error);
+    }
+    clock.newerFrames = error > 0 ? clock.newerFrames + frames : 0;
+    clock.olderFrames = error < 0 ? clock.olderFrames + frames : 0;
+    if (clock.newerFrames >= newerLimit || clock.olderFrames >= olderLimit) {
+        Anchor(clock, claimed);
     }
 }
 
 }  // namespace
 
-std::int64_t StampPacket(PacketClock& clock, std::int64_t measured, std::uint32_t frames) {
+std::int64_t StampPacket(PacketClock& clock, std::int64_t now, std::optional<std::int64_t> age, std::uint32_t frames) {
+    // What is complete now began at least its own length ago.
+    const std::int64_t latest = now - Duration(frames);
+    const std::int64_t claimed = age ? std::min(now - *age, latest) : latest;
     if (!clock.anchored) {
-        Anchor(clock, measured);
+        Anchor(clock, now - claimed <= believableAge ? claimed : latest);
+    } else if (age) {
+        Compare(clock, claimed, frames);
     }
-    const auto error = static_cast<double>(measured - Counted(clock));
-    if (std::abs(error) <= farLimit) {
-        clock.farAway = 0;
-        FollowSlowly(clock, error);
-    } else if (++clock.farAway >= farPackets) {
-        Anchor(clock, measured);
+    if (Counted(clock) > latest + futureLimit) {
+        Anchor(clock, latest);
     }
     const std::int64_t stamp = Counted(clock);
     clock.frames += frames;
     return stamp;
-}
-
-bool StampUnmeasured(PacketClock& clock, std::uint32_t frames, std::int64_t& stamp) {
-    stamp = Counted(clock);
-    clock.frames += frames;
-    return clock.anchored;
 }
 
 }  // namespace zv

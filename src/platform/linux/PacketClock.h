@@ -1,28 +1,27 @@
-// Stamps for packets of a sound server, whose latency figure jitters by some tenths of a millisecond.
+// Stamps for packets of a sound server, whose own idea of a packet's age jitters and is at times far off.
 //
-// Packets placed by the raw figure would leave gaps and overlaps of dozens of frames. So the stamps are counted in
-// frames from an anchor and follow the measured time slowly: one frame a packet while the smoothed error is large,
-// and at once when the measured time stays far away, as after a pause of the stream. Pure; the clock is read
-// elsewhere.
+// Packets placed by the raw figure would leave gaps and overlaps of dozens of frames, and a sink that has just woken
+// claims ages of most of a second for packets that are fresh. So stamps are counted in frames from an anchor. The
+// anchor moves in one step when the smoothed error has grown past 3 ms, when packets prove to be newer than counted,
+// as after a pause, or when the count runs into the future. Claims of being older are believed only when they last:
+// frames in a row do not become older. Pure; the clock is read elsewhere. All times are in 100 ns.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 namespace zv {
 
 struct PacketClock {
     bool anchored = false;
-    std::int64_t anchor = 0;   ///< 100 ns
-    std::int64_t frames = 0;   ///< counted from the anchor
-    double smoothedError = 0;  ///< measured less counted, 100 ns
-    bool following = false;
-    int farAway = 0;  ///< packets in a row that were far from the count
+    std::int64_t anchor = 0;
+    std::int64_t frames = 0;       ///< at 48 kHz, counted from the anchor
+    double smoothedError = 0;      ///< claimed less counted time
+    std::int64_t newerFrames = 0;  ///< in a row, of packets that claim to be far newer than counted
+    std::int64_t olderFrames = 0;
 };
 
-/// The stamp of the first of `frames` frames at 48 kHz; `measured` is what the latency says, both in 100 ns.
-std::int64_t StampPacket(PacketClock& clock, std::int64_t measured, std::uint32_t frames);
-
-/// A packet whose time could not be measured: the count goes on. False before the first measured one.
-bool StampUnmeasured(PacketClock& clock, std::uint32_t frames, std::int64_t& stamp);
+/// When the first of a packet's frames was captured. `age` is the server's claim of how old that frame is at `now`.
+std::int64_t StampPacket(PacketClock& clock, std::int64_t now, std::optional<std::int64_t> age, std::uint32_t frames);
 
 }  // namespace zv

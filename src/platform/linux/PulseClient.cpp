@@ -124,7 +124,10 @@ Result ConnectRecord(PulseClient& client, pa_stream& stream, const std::string& 
         return ResultOfPulse(pa_context_errno(client.context));
     }
     const Result result = TurnUntil(client, [&stream] { return pa_stream_get_state(&stream) != PA_STREAM_CREATING; });
-    return Failed(result) ? result : StreamState(stream);
+    if (Failed(result) || pa_stream_get_state(&stream) == PA_STREAM_READY) {
+        return result;
+    }
+    return ResultOfPulse(pa_context_errno(client.context));
 }
 
 Result Cork(PulseClient& client, pa_stream& stream, bool corked) {
@@ -132,12 +135,7 @@ Result Cork(PulseClient& client, pa_stream& stream, bool corked) {
 }
 
 Result StreamState(pa_stream& stream) {
-    if (pa_stream_get_state(&stream) == PA_STREAM_READY) {
-        return resultOk;
-    }
-    const Result code = ResultOfPulse(pa_context_errno(pa_stream_get_context(&stream)));
-    // A stream whose device was taken away ends without an error of its own.
-    return Failed(code) && code != resultGenericFailure ? code : resultEndpointGone;
+    return pa_stream_get_state(&stream) == PA_STREAM_READY ? resultOk : resultEndpointGone;
 }
 
 }  // namespace zv

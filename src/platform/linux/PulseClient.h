@@ -49,7 +49,7 @@ Result ConnectRecord(PulseClient& client, pa_stream& stream, const std::string& 
 
 Result Cork(PulseClient& client, pa_stream& stream, bool corked);
 
-/// Fails when the stream no longer stands.
+/// Fails when the stream no longer stands, because its device was taken away or the server is gone.
 Result StreamState(pa_stream& stream);
 
 }  // namespace zv

@@ -1,0 +1,408 @@
+// The sound services against a real server of the test's own.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "audio/AudioCapture.h"
+#include "platform/AudioEndpoint.h"
+#include "platform/Clock.h"
+#include "platform/WaveInput.h"
+#include "support/SoundServer.h"
+
+namespace zv {
+namespace {
+
+using support::LevelOf;
+using support::Microphone;
+using support::SoundServer;
+using support::WaitUntil;
+
+/// One default endpoint, opened and started through all its steps.
+struct OpenedEndpoint {
+    Owned<AudioThread> thread;
+    Owned<AudioEnumerator> enumerator;
+    Owned<AudioEndpoint> endpoint;
+
+    Result Open(bool loopback) {
+        Result result = EnterAudioThread(thread);
+        if (Succeeded(result)) {
+            result = MakeAudioEnumerator(*thread, enumerator);
+        }
+        if (Succeeded(result)) {
+            result = FindDefaultEndpoint(*enumerator, loopback, endpoint);
+        }
+        if (Succeeded(result)) {
+            result = ActivateEndpoint(*endpoint);
+        }
+        if (Succeeded(result)) {
+            result = InitializeEndpoint(*endpoint, loopback);
+        }
+        if (Succeeded(result)) {
+            result = OpenCaptureService(*endpoint);
+        }
+        return Succeeded(result) ? StartEndpoint(*endpoint) : result;
+    }
+};
+
+struct TakenPacket {
+    std::uint32_t frames = 0;
+    std::int64_t position = 0;
+    std::int64_t taken = 0;
+    bool timestampError = false;
+};
+
+struct Taken {
+    std::vector<TakenPacket> packets;
+    std::vector<float> samples;
+};
+
+/// Takes packets for so many seconds, or until a call fails; answers its code.
+Result TakeFor(AudioEndpoint& endpoint, double seconds, Taken& taken) {
+    const std::int64_t end = Counter100ns() + static_cast<std::int64_t>(seconds * 1e7);
+    while (Counter100ns() < end) {
+        std::uint32_t frames = 0;
+        Result result = NextPacketFrames(endpoint, frames);
+        if (Failed(result)) {
+            return result;
+        }
+        if (frames == 0) {
+            SleepMs(3);
+            continue;
+        }
+        AudioPacket packet;
+        result = TakePacket(endpoint, packet);
+        if (Failed(result)) {
+            return result;
+        }
+        EXPECT_EQ(packet.frames, frames);
+        const std::size_t at = taken.samples.size();
+        taken.samples.resize(at + std::size_t{2} * packet.frames);
+        if (!packet.silent) {
+            std::memcpy(taken.samples.data() + at, packet.data, std::size_t{8} * packet.frames);
+        }
+        taken.packets.push_back({packet.frames, packet.position, Counter100ns(), packet.timestampError});
+        EXPECT_EQ(ReleasePacket(endpoint, packet.frames), resultOk);
+    }
+    return resultOk;
+}
+
+/// Keeps the last `seconds` of stereo sound.
+std::vector<float> Tail(const std::vector<float>& samples, double seconds) {
+    const auto count = std::min(samples.size(), static_cast<std::size_t>(seconds * 48000) * 2);
+    return {samples.end() - static_cast<std::ptrdiff_t>(count), samples.end()};
+}
+
+TEST(LinuxSystemSound, AToneArrivesWithItsFrequencyItsLevelAndItsSides) {
+    SoundServer server;
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    auto player = server.PlayTone("speakers", 1000, 0.5F, 400, 0.25F);
+    OpenedEndpoint sound;
+    ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
+    Taken taken;
+    ASSERT_EQ(TakeFor(*sound.endpoint, 4, taken), resultOk);
+    const std::vector<float> second = Tail(taken.samples, 1);
+    ASSERT_EQ(second.size(), 96000U);
+    EXPECT_NEAR(LevelOf(second, 0, 1000), 0.5, 0.005);
+    EXPECT_NEAR(LevelOf(second, 1, 400), 0.25, 0.005);
+    EXPECT_LT(LevelOf(second, 0, 400), 0.005);
+    EXPECT_LT(LevelOf(second, 1, 1000), 0.005);
+    EXPECT_LT(LevelOf(second, 0, 1010), 0.005);
+}
+
+TEST(LinuxSystemSound, ComesInFreshPacketsOfTenMillisecondsAtMostWithStampsThatTile) {
+    SoundServer server;
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    auto player = server.PlayTone("speakers", 1000, 0.5F, 1000, 0.5F);
+    OpenedEndpoint sound;
+    ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
+    Taken taken;
+    ASSERT_EQ(TakeFor(*sound.endpoint, 3, taken), resultOk);  // the sink settles
+    taken = {};
+    ASSERT_EQ(TakeFor(*sound.endpoint, 3, taken), resultOk);
+    ASSERT_GE(taken.packets.size(), 250U);
+    std::size_t tiled = 0;
+    std::size_t fresh = 0;
+    for (std::size_t i = 0; i < taken.packets.size(); ++i) {
+        const TakenPacket& packet = taken.packets[i];
+        EXPECT_FALSE(packet.timestampError);
+        EXPECT_LE(packet.frames, 480U);
+        const std::int64_t end = packet.position + std::int64_t{packet.frames} * 625 / 3;
+        // A loaded machine takes a packet late, but the stamp must never lie in the future.
+        EXPECT_LT(end, packet.taken + 50000) << i;
+        fresh += packet.taken - end < 400000 ? 1U : 0U;
+        if (i > 0) {
+            const TakenPacket& before = taken.packets[i - 1];
+            const std::int64_t gap = packet.position - before.position - std::int64_t{before.frames} * 625 / 3;
+            tiled += std::abs(gap) <= 210 ? 1U : 0U;  // a frame at most
+        }
+    }
+    EXPECT_GE(tiled + 2, taken.packets.size());
+    EXPECT_GE(fresh, taken.packets.size() / 2);
+}
+
+TEST(LinuxSystemSound, ReportsTheMixFormatThatTheServerDelivers) {
+    SoundServer server;
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    OpenedEndpoint sound;
+    ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
+    MixFormat format;
+    EXPECT_EQ(ReadMixFormat(*sound.endpoint, format), resultOk);
+    EXPECT_EQ(format.formatTag, formatTagFloat);
+    EXPECT_EQ(format.sampleRate, 48000U);
+    EXPECT_EQ(format.channels, 2U);
+    EXPECT_EQ(format.bitsPerSample, 32U);
+    EXPECT_EQ(format.blockAlign, 8U);
+}
+
+TEST(LinuxSystemSound, AChangeOfTheDefaultIsOfNoConcern) {
+    SoundServer server(Microphone::Present);
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    auto player = server.PlayTone("speakers", 1000, 0.5F, 1000, 0.5F);
+    OpenedEndpoint sound;
+    ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
+    Taken taken;
+    ASSERT_EQ(TakeFor(*sound.endpoint, 1, taken), resultOk);
+    support::OutputOf({"pactl", "set-default-sink", "mic_feed"});
+    auto another = server.PlayTone("speakers", 700, 0.5F, 700, 0.5F);  // a server may move what plays already
+    taken = {};
+    ASSERT_EQ(TakeFor(*sound.endpoint, 4, taken), resultOk);
+    EXPECT_NEAR(LevelOf(Tail(taken.samples, 1), 0, 700), 0.5, 0.005);
+}
+
+TEST(LinuxSystemSound, ADeviceThatIsTakenAwayEndsItsStream) {
+    SoundServer server;
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    OpenedEndpoint sound;
+    ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
+    support::OutputOf({"pactl", "unload-module", "module-null-sink"});
+    Taken taken;
+    EXPECT_EQ(CodeOf(TakeFor(*sound.endpoint, 30, taken)), CodeOf(resultEndpointGone));
+}
+
+TEST(LinuxSystemSound, AServerThatDiesEndsItsStream) {
+    SoundServer server;
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    OpenedEndpoint sound;
+    ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
+    server.Server().Send(SIGKILL);
+    Taken taken;
+    EXPECT_EQ(CodeOf(TakeFor(*sound.endpoint, 30, taken)), CodeOf(resultEndpointGone));
+}
+
+TEST(LinuxSystemSound, WithoutAServerTheEnumerationFailsAtOnce) {
+    setenv("PULSE_SERVER", "unix:/nonexistent/zorvel/native", 1);
+    OpenedEndpoint sound;
+    const std::int64_t before = Counter100ns();
+    EXPECT_EQ(CodeOf(sound.Open(true)), 0x8007006FU);
+    EXPECT_FALSE(sound.enumerator);
+    EXPECT_LT(Counter100ns() - before, 20000000);
+}
+
+TEST(LinuxSystemSound, AServerThatHangsIsGivenUp) {
+    SoundServer server;
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    server.Server().Send(SIGSTOP);
+    OpenedEndpoint sound;
+    EXPECT_EQ(CodeOf(sound.Open(true)), 0x8007006EU);
+    server.Server().Send(SIGCONT);
+}
+
+TEST(LinuxMicrophone, IsNeverTheMonitorOfTheSpeakers) {
+    SoundServer server(Microphone::Absent);
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    OpenedEndpoint sound;
+    EXPECT_EQ(CodeOf(sound.Open(false)), 0x80070490U);
+    EXPECT_FALSE(sound.endpoint);
+}
+
+TEST(LinuxMicrophone, AToneIsHeardThroughTheDefaultSource) {
+    SoundServer server(Microphone::Present);
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    auto player = server.PlayTone("mic_feed", 600, 0.5F, 600, 0.5F);
+    OpenedEndpoint sound;
+    ASSERT_EQ(CodeOf(sound.Open(false)), 0U);
+    Taken taken;
+    ASSERT_EQ(TakeFor(*sound.endpoint, 4, taken), resultOk);
+    EXPECT_NEAR(LevelOf(Tail(taken.samples, 1), 0, 600), 0.5, 0.005);
+}
+
+TEST(LinuxWaveInput, FillsItsBuffersInTurnWithMonoSamples) {
+    SoundServer server(Microphone::Present);
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    auto player = server.PlayTone("mic_feed", 600, 0.5F, 600, 0.5F);
+    Owned<WaveInput> input;
+    ASSERT_EQ(OpenWaveInput(input), 0);
+    for (int index = 0; index < waveBufferCount; ++index) {
+        ASSERT_EQ(PrepareWaveBuffer(*input, index), 0);
+        ASSERT_EQ(QueueWaveBuffer(*input, index), 0);
+        EXPECT_FALSE(LookAtWaveBuffer(*input, index).done);
+    }
+    ASSERT_EQ(StartWaveInput(*input), 0);
+    std::vector<float> samples;
+    int current = 0;
+    ASSERT_TRUE(WaitUntil([&] {
+        for (int taken = 0; taken < waveBufferCount; ++taken) {
+            const WaveBuffer buffer = LookAtWaveBuffer(*input, current);
+            if (!buffer.done) {
+                break;
+            }
+            EXPECT_EQ(buffer.bytesRecorded, waveBufferBytes);
+            for (std::uint32_t at = 0; at < buffer.bytesRecorded; at += 2) {
+                std::int16_t sample = 0;
+                std::memcpy(&sample, buffer.data + at, sizeof sample);
+                samples.insert(samples.end(), 2, static_cast<float>(sample) / 32768);
+            }
+            EXPECT_EQ(QueueWaveBuffer(*input, current), 0);
+            current = (current + 1) % waveBufferCount;
+        }
+        EXPECT_EQ(CheckWavePosition(*input), 0);
+        return samples.size() >= 4 * 96000;
+    }));
+    EXPECT_NEAR(LevelOf(Tail(samples, 1), 0, 600), 0.5, 0.01);
+}
+
+TEST(LinuxWaveInput, AServerThatDiesIsNoticedByThePosition) {
+    SoundServer server(Microphone::Present);
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    Owned<WaveInput> input;
+    ASSERT_EQ(OpenWaveInput(input), 0);
+    ASSERT_EQ(StartWaveInput(*input), 0);
+    server.Server().Send(SIGKILL);
+    EXPECT_TRUE(WaitUntil([&] { return CheckWavePosition(*input) == resultEndpointGone; }));
+}
+
+TEST(LinuxWaveInput, ListsMicrophonesAndOutputsButNoMonitors) {
+    SoundServer server(Microphone::Present);
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    std::vector<std::pair<Text, bool>> names;
+    for (const AudioDeviceName& device : ListAudioDeviceNames()) {
+        names.emplace_back(device.name, device.input);
+    }
+    EXPECT_THAT(names, testing::ElementsAre(std::pair(Text(u"Microphone"), true), std::pair(Text(u"Speakers"), false),
+                                            std::pair(Text(u"Feed"), false)));
+}
+
+TEST(LinuxWaveInput, WithoutAServerThereAreNoNamesAndNoMicrophone) {
+    setenv("PULSE_SERVER", "unix:/nonexistent/zorvel/native", 1);
+    EXPECT_TRUE(ListAudioDeviceNames().empty());
+    Owned<WaveInput> input;
+    EXPECT_EQ(CodeOf(OpenWaveInput(input)), 0x8007006FU);
+}
+
+/// Reads the stream like the encoder does, on a thread of its own.
+class StreamReader {
+public:
+    explicit StreamReader(const Text& pipeName) : thread_([this, name = support::ToUtf8(pipeName)] { Read(name); }) {}
+    ~StreamReader() { Join(); }
+    StreamReader(const StreamReader&) = delete;
+    StreamReader& operator=(const StreamReader&) = delete;
+
+    std::size_t Bytes() const { return bytes_; }
+    void CloseAfter(std::size_t bytes) { closeAfter_ = bytes; }
+    void Join() {
+        if (thread_.joinable()) {
+            thread_.join();
+        }
+    }
+    /// After Join.
+    std::vector<float> Samples() const {
+        std::vector<float> samples(raw_.size() / sizeof(float));
+        std::memcpy(samples.data(), raw_.data(), samples.size() * sizeof(float));
+        return samples;
+    }
+
+private:
+    void Read(const std::string& name) {
+        const int pipe = open(name.c_str(), O_RDONLY | O_CLOEXEC);
+        char block[3840];
+        for (ssize_t count = 1; pipe >= 0 && count > 0 && bytes_ < closeAfter_;) {
+            count = read(pipe, block, sizeof block);
+            if (count > 0) {
+                raw_.append(block, static_cast<std::size_t>(count));
+                bytes_ += static_cast<std::size_t>(count);
+            }
+        }
+        close(pipe);
+    }
+
+    std::string raw_;
+    std::atomic<std::size_t> bytes_{0};
+    std::atomic<std::size_t> closeAfter_{SIZE_MAX};
+    std::thread thread_;
+};
+
+TEST(LinuxAudioCapture, MixesToneAndMicrophoneIntoAStreamThatFollowsTheWallClock) {
+    SoundServer server(Microphone::Present);
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    auto music = server.PlayTone("speakers", 1000, 0.5F, 400, 0.25F);
+    auto voice = server.PlayTone("mic_feed", 600, 0.25F, 600, 0.25F);
+    AudioCapture capture;
+    ASSERT_TRUE(capture.Start(true, true)) << Narrow(capture.Error());
+    StreamReader reader(capture.PipeName());
+    ASSERT_TRUE(WaitUntil([&] { return reader.Bytes() > 0; }));
+    const std::int64_t first = Counter100ns();
+    const std::size_t before = reader.Bytes();
+    SleepMs(5000);
+    const std::size_t during = reader.Bytes() - before;
+    const double elapsed = static_cast<double>(Counter100ns() - first) / 1e7;
+    EXPECT_TRUE(capture.running);
+    capture.Stop();
+    reader.Join();
+    EXPECT_EQ(capture.Error(), u"");
+    EXPECT_NEAR(static_cast<double>(during), elapsed * 384000, 384000 * 0.25);
+    const std::vector<float> second = Tail(reader.Samples(), 1);
+    ASSERT_EQ(second.size(), 96000U);
+    EXPECT_NEAR(LevelOf(second, 0, 1000), 0.5, 0.01);
+    EXPECT_NEAR(LevelOf(second, 1, 400), 0.25, 0.01);
+    EXPECT_NEAR(LevelOf(second, 0, 600), 0.25, 0.01);
+    EXPECT_NEAR(LevelOf(second, 1, 600), 0.25, 0.01);
+}
+
+TEST(LinuxAudioCapture, AServerThatDiesEndsTheThreadWithTheSentence) {
+    SoundServer server;
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    AudioCapture capture;
+    ASSERT_TRUE(capture.Start(true, false)) << Narrow(capture.Error());
+    StreamReader reader(capture.PipeName());
+    ASSERT_TRUE(WaitUntil([&] { return reader.Bytes() > 0; }));
+    server.Server().Send(SIGKILL);
+    EXPECT_TRUE(WaitUntil([&] { return !capture.running; }));
+    reader.Join();  // the stream has ended
+    EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x88890004)");
+    capture.Stop();
+}
+
+TEST(LinuxAudioCapture, AReaderThatLeavesEndsTheThreadWithTheSentence) {
+    SoundServer server;
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    AudioCapture capture;
+    ASSERT_TRUE(capture.Start(true, false)) << Narrow(capture.Error());
+    StreamReader reader(capture.PipeName());
+    reader.CloseAfter(38400);
+    EXPECT_TRUE(WaitUntil([&] { return !capture.running; }));
+    EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x80070020)");
+}
+
+TEST(LinuxAudioCapture, WithoutAServerTheSentenceNamesTheEnumeration) {
+    setenv("PULSE_SERVER", "unix:/nonexistent/zorvel/native", 1);
+    AudioCapture capture;
+    EXPECT_FALSE(capture.Start(true, false));
+    EXPECT_EQ(capture.Error(),
+              u"Cannot open default audio device at device enumeration. Check Windows audio devices and microphone "
+              u"permission (0x8007006F)");
+}
+
+TEST(LinuxAudioCapture, WithoutAMicrophoneTheSentenceNamesTheLookup) {
+    SoundServer server(Microphone::Absent);
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    AudioCapture capture;
+    EXPECT_FALSE(capture.Start(true, true));
+    EXPECT_EQ(capture.Error(),
+              u"Cannot open default audio device at default device lookup. Check Windows audio devices and microphone "
+              u"permission (0x80070490)");
+}
+
+}  // namespace
+}  // namespace zv

@@ -1,0 +1,85 @@
+// A sound server of a test's own: a null sink "speakers" as the default output and, when asked for, a microphone
+// "mic" that hears what is played into the sink "mic_feed". This process and its children talk to it alone.
+#pragma once
+
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <numbers>
+#include <string>
+#include <vector>
+
+#include "support/Road.h"
+
+namespace zv::support {
+
+enum class Microphone { Absent, Present };
+
+class SoundServer {
+public:
+    explicit SoundServer(Microphone microphone = Microphone::Absent) {
+        const std::string socket = (folder_.Path() / "native").string();
+        std::string script = "load-module module-native-protocol-unix auth-anonymous=1 socket=" + socket +
+                             "\nload-module module-null-sink sink_name=speakers "
+                             "sink_properties=device.description=Speakers\nset-default-sink speakers\n";
+        if (microphone == Microphone::Present) {
+            script +=
+                "load-module module-null-sink sink_name=mic_feed sink_properties=device.description=Feed\n"
+                "load-module module-remap-source source_name=mic master=mic_feed.monitor "
+                "source_properties=device.description=Microphone\nset-default-source mic\n";
+        }
+        WriteAll(folder_.Path() / "script.pa", script);
+        setenv("PULSE_SERVER", ("unix:" + socket).c_str(), 1);
+        const std::string home = folder_.Path().string();
+        server_ = Spawned({"pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no",
+                           "--disable-shm=yes", "--realtime=no", "--high-priority=no", "-F", home + "/script.pa"},
+                          {{"HOME", home},
+                           {"XDG_RUNTIME_DIR", home},
+                           {"XDG_CONFIG_HOME", home},
+                           {"PULSE_RUNTIME_PATH", home},
+                           {"PULSE_STATE_PATH", home}},
+                          folder_.Path() / "server.log");
+        ready_ = WaitUntil([this] { return std::system("pactl info >/dev/null 2>&1") == 0 && server_.Alive(); });
+    }
+
+    bool Ready() const { return ready_; }
+    Spawned& Server() { return server_; }
+    std::string Log() const { return ReadAll(folder_.Path() / "server.log"); }
+
+    /// Plays a sine of its own on each side into a sink for up to 30 s.
+    Spawned PlayTone(const std::string& sink, double leftHz, float leftLevel, double rightHz, float rightLevel) const {
+        std::vector<float> samples;
+        for (int i = 0; i < 30 * 48000; ++i) {
+            samples.push_back(leftLevel * static_cast<float>(std::sin(2 * std::numbers::pi * leftHz * i / 48000)));
+            samples.push_back(rightLevel * static_cast<float>(std::sin(2 * std::numbers::pi * rightHz * i / 48000)));
+        }
+        std::string bytes(samples.size() * sizeof(float), '\0');
+        std::memcpy(bytes.data(), samples.data(), bytes.size());
+        const std::filesystem::path file = folder_.Path() / (sink + ".raw");
+        WriteAll(file, bytes);
+        return Spawned({"pacat", "--playback", "--raw", "--format=float32le", "--rate=48000", "--channels=2",
+                        "--device=" + sink, file.string()},
+                       {}, folder_.Path() / "player.log");
+    }
+
+private:
+    TemporaryFolder folder_{"zorvel-sound"};
+    Spawned server_;
+    bool ready_ = false;
+};
+
+/// The level of one frequency in one side of interleaved stereo at 48 kHz: the amplitude of its sine.
+inline double LevelOf(const std::vector<float>& stereo, std::size_t side, double hz) {
+    double real = 0;
+    double imaginary = 0;
+    const std::size_t frames = stereo.size() / 2;
+    for (std::size_t i = 0; i < frames; ++i) {
+        const double angle = 2 * std::numbers::pi * hz * static_cast<double>(i) / 48000;
+        real += stereo[2 * i + side] * std::cos(angle);
+        imaginary += stereo[2 * i + side] * std::sin(angle);
+    }
+    return 2 * std::hypot(real, imaginary) / static_cast<double>(frames);
+}
+
+}  // namespace zv::support
