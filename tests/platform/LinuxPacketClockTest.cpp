@@ -109,14 +109,32 @@ TEST(PacketClock, AnOlderClaimIsBelievedWhenItLastsForFiveSeconds) {
 
 TEST(PacketClock, ACountThatRunsIntoTheFutureIsPulledBack) {
     PacketClock clock;
-    StampPacket(clock, begin + trueAge, trueAge, 480);
-    const std::int64_t now = begin + 10 * millisecond;  // the next packet is complete 10 ms too early
-    EXPECT_EQ(StampPacket(clock, now, std::nullopt, 480), now - 10 * millisecond);
+    for (int i = 0; i < 6; ++i) {  // six packets at one moment, the last beginning 50 ms from now
+        ASSERT_EQ(StampPacket(clock, begin, i == 0 ? std::optional<std::int64_t>(0) : std::nullopt, 480),
+                  begin + i * 10 * millisecond);
+    }
+    EXPECT_EQ(StampPacket(clock, begin, std::nullopt, 480), begin - 10 * millisecond);
 }
 
-TEST(PacketClock, ANegativeAgeCountsAsJustCaptured) {
+TEST(PacketClock, WhatIsAboutToBePlayedLiesInTheFutureByItsLatency) {
     PacketClock clock;
-    EXPECT_EQ(StampPacket(clock, begin, -20 * millisecond, 480), begin - 10 * millisecond);
+    EXPECT_EQ(StampPacket(clock, begin, -20 * millisecond, 480), begin + 20 * millisecond);
+    PacketClock absurd;
+    EXPECT_EQ(StampPacket(absurd, begin, -60 * millisecond, 480), begin - 10 * millisecond);
+}
+
+TEST(PacketClock, PacketsOfAllLengthsWithTheSameClaimAreNotCorrected) {
+    // A sink that renders 523 frames at a time: 480 and 43, both there at once, the first 2 ms old.
+    PacketClock clock;
+    std::int64_t frames = 0;
+    for (int i = 0; i < 5000; ++i) {
+        const std::int64_t first = begin + frames * 625 / 3;
+        const std::int64_t now = first + 2 * millisecond;
+        ASSERT_EQ(StampPacket(clock, now, now - first, 480), first);
+        const std::int64_t second = begin + (frames + 480) * 625 / 3;
+        ASSERT_EQ(StampPacket(clock, now, now - second, 43), second);
+        frames += 523;
+    }
 }
 
 TEST(PacketClock, PacketsOfOddLengthsAreCountedWithoutDrift) {

@@ -9,10 +9,10 @@ namespace {
 constexpr std::int64_t millisecond = 10000;
 constexpr std::int64_t believableAge = 100 * millisecond;  ///< of a stream's first packet
 constexpr std::int64_t farLimit = 30 * millisecond;
-constexpr std::int64_t futureLimit = 5 * millisecond;
-constexpr std::int64_t newerLimit = 48 * 50;     ///< frames: 50 ms
-constexpr std::int64_t olderLimit = 48000 * 5;   ///< frames: 5 s
-constexpr double stepLimit = 3.0 * millisecond;  ///< of smoothed error
+constexpr std::int64_t futureLimit = 50 * millisecond;  ///< a monitor hears what is about to be played
+constexpr std::int64_t newerLimit = 48 * 50;            ///< frames: 50 ms
+constexpr std::int64_t olderLimit = 48000 * 5;          ///< frames: 5 s
+constexpr double stepLimit = 3.0 * millisecond;         ///< of smoothed error
 constexpr double smoothing = 1.0 / 64;
 
 std::int64_t Duration(std::int64_t frames) { return frames * 625 / 3; }
@@ -49,16 +49,14 @@ void Compare(PacketClock& clock, std::int64_t claimed, std::uint32_t frames) {
 }  // namespace
 
 std::int64_t StampPacket(PacketClock& clock, std::int64_t now, std::optional<std::int64_t> age, std::uint32_t frames) {
-    // What is complete now began at least its own length ago.
-    const std::int64_t latest = now - Duration(frames);
-    const std::int64_t claimed = age ? std::min(now - *age, latest) : latest;
     if (!clock.anchored) {
-        Anchor(clock, now - claimed <= believableAge ? claimed : latest);
+        const bool believable = age && *age <= believableAge && *age >= -futureLimit;
+        Anchor(clock, now - (believable ? *age : Duration(frames)));
     } else if (age) {
-        Compare(clock, claimed, frames);
+        Compare(clock, now - *age, frames);
     }
-    if (Counted(clock) > latest + futureLimit) {
-        Anchor(clock, latest);
+    if (Counted(clock) > now + futureLimit) {
+        Anchor(clock, now - Duration(frames));
     }
     const std::int64_t stamp = Counted(clock);
     clock.frames += frames;
