@@ -1,0 +1,316 @@
+// The relay over a pipe whose outcomes are planned.
+#include "capture/SegmentRelay.h"
+
+#include <gmock/gmock.h>
+
+#include <numeric>
+
+#include "SegmentRing.h"
+#include "platform/Clock.h"
+#include "stand_in/BytePipe.h"
+#include "stand_in/Calls.h"
+
+namespace zv {
+namespace {
+
+using stand_in::CountOf;
+using stand_in::ThePipe;
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class Relay : public testing::Test {
+protected:
+    Relay() {
+        stand_in::ResetCalls();
+        stand_in::ResetPipe();
+    }
+    ~Relay() override {
+        relay.Stop();
+        stand_in::ResetCalls();
+    }
+
+    void AddSegments(int count) {
+        for (int number = 0; number < count; ++number) {
+            ring.Add("<" + std::to_string(added++) + ">");
+        }
+        ring.Publish(60);
+    }
+    /// Waits for that many passes over the playlist after which nothing new was there to send.
+    static void LetItPoll() { std::this_thread::sleep_for(std::chrono::milliseconds(200)); }
+    bool ThreadHasEnded() const {
+        return Eventually([] { return CountOf("~BytePipe") > 0; });
+    }
+    static bool Sent(int writes) {
+        return Eventually([writes] { return CountOf("BeginWrite") >= writes; });
+    }
+    /// All that the reader got. The relay must not be sending any more.
+    static std::string Stream() {
+        std::string stream;
+        for (const auto& block : ThePipe().received) {
+            stream.append(reinterpret_cast<const char*>(block.data()), block.size());
+        }
+        return stream;
+    }
+    std::uint64_t MsToStop() {
+        const std::uint64_t before = TickMs();
+        relay.Stop();
+        return TickMs() - before;
+    }
+
+    SegmentRing ring;
+    SegmentRelay relay;
+    int added = 0;
+};
+
+TEST_F(Relay, MakesItsPipeWithTheBufferAndANameOfItsOwn) {
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    EXPECT_TRUE(relay.running);
+    EXPECT_EQ(ThePipe().options.bufferBytes, 0x100000U);
+    EXPECT_FALSE(ThePipe().options.firstInstanceOnly);
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_EQ(ThePipe().names.size(), 2U);
+    EXPECT_EQ(ThePipe().names[1], relay.PipeName());
+    const TextView prefix = u"pipe:ZVSegments-4711-";
+    ASSERT_TRUE(ThePipe().names[0].starts_with(prefix));
+    const int first = std::stoi(Narrow(TextView(ThePipe().names[0]).substr(prefix.size())));
+    EXPECT_EQ(ThePipe().names[1], Text(prefix) + Decimal(first + 1));
+}
+
+TEST_F(Relay, DoesNotStartWithoutAPipe) {
+    stand_in::FailCall("MakeBytePipe", 1, resultGenericFailure);
+    EXPECT_FALSE(relay.Start(ring.Folder()));
+    EXPECT_FALSE(relay.running);
+}
+
+TEST_F(Relay, DoesNotStartWithoutAWrite) {
+    ThePipe().writeRefusedByHandles = true;
+    EXPECT_FALSE(relay.Start(ring.Folder()));
+    EXPECT_FALSE(relay.running);
+    relay.Stop();
+    EXPECT_EQ(ThePipe().livePipes, 0);
+}
+
+TEST_F(Relay, SendsASingleSegment) {
+    AddSegments(1);
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(Sent(1));
+    LetItPoll();
+    relay.Stop();
+    EXPECT_EQ(Stream(), "<0>");
+}
+
+TEST_F(Relay, SendsBothOfTwoSegments) {
+    AddSegments(2);
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(Sent(2));
+    LetItPoll();
+    relay.Stop();
+    EXPECT_EQ(Stream(), "<0><1>");
+}
+
+TEST_F(Relay, SendsTheLastTwoOfTenAndThenEveryNewOneOnce) {
+    AddSegments(10);
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(Sent(2));
+    LetItPoll();
+    AddSegments(1);
+    ASSERT_TRUE(Sent(3));
+    LetItPoll();
+    AddSegments(3);
+    ASSERT_TRUE(Sent(6));
+    LetItPoll();
+    relay.Stop();
+    EXPECT_EQ(Stream(), "<8><9><10><11><12><13>");
+}
+
+TEST_F(Relay, WaitsForThePlaylistToAppear) {
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    LetItPoll();
+    EXPECT_TRUE(relay.running);
+    AddSegments(1);
+    ASSERT_TRUE(Sent(1));
+    relay.Stop();
+    EXPECT_EQ(Stream(), "<0>");
+}
+
+TEST_F(Relay, GoesOnWatchingAFolderThatIsGone) {
+    AddSegments(1);
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(Sent(1));
+    std::filesystem::remove_all(ToPath(ring.Folder()));
+    LetItPoll();
+    EXPECT_TRUE(relay.running);
+    EXPECT_EQ(CountOf("~BytePipe"), 0);
+}
+
+TEST_F(Relay, MovesBlocksOf256KiB) {
+    ring.Add(std::string(0x40000 * 2 + 5, 'x'));
+    ring.Publish(60);
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(Sent(3));
+    relay.Stop();
+    std::vector<std::size_t> sizes;
+    for (const auto& block : ThePipe().received) {
+        sizes.push_back(block.size());
+    }
+    EXPECT_THAT(sizes, ElementsAre(0x40000U, 0x40000U, 5U));
+}
+
+TEST_F(Relay, AnEmptySegmentCountsAsSent) {
+    ring.Add("");
+    ring.Publish(60);
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    LetItPoll();
+    ring.Add("next");
+    ring.Publish(60);
+    ASSERT_TRUE(Sent(1));
+    EXPECT_TRUE(relay.running);
+}
+
+TEST_F(Relay, ASegmentThatHasLeftTheRingEndsIt) {
+    AddSegments(2);
+    ring.Delete(1);
+    relay.Start(ring.Folder());  // may already have seen the end
+    ASSERT_TRUE(ThreadHasEnded());
+    EXPECT_FALSE(relay.running);
+    relay.Stop();
+    EXPECT_EQ(Stream(), "<0>");
+}
+
+TEST_F(Relay, AReaderThatIsGoneEndsIt) {
+    ThePipe().begin = [](int nth) { return nth == 2 ? WriteBegin::Refused : WriteBegin::Done; };
+    AddSegments(3);
+    relay.Start(ring.Folder());  // may already have seen the end
+    ASSERT_TRUE(ThreadHasEnded());
+    EXPECT_FALSE(relay.running);
+    EXPECT_EQ(CountOf("BeginWrite"), 2);
+}
+
+TEST_F(Relay, EveryPendingWriteHasFiveSeconds) {
+    ThePipe().begin = [](int) { return WriteBegin::Pending; };
+    AddSegments(2);
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(Eventually([] { return CountOf("FinishWrite") >= 2; }));
+    relay.Stop();
+    EXPECT_THAT(ThePipe().finishTimeouts, ElementsAre(5000U, 5000U));
+    EXPECT_EQ(ThePipe().mostInFlight, 1);
+    EXPECT_FALSE(ThePipe().touchedInFlight);
+    EXPECT_FALSE(ThePipe().pipeClosedBeforeWrites);
+}
+
+class RelayFault : public Relay, public testing::WithParamInterface<WriteEnd> {};
+
+TEST_P(RelayFault, OfAPendingWriteEndsIt) {
+    ThePipe().begin = [](int) { return WriteBegin::Pending; };
+    ThePipe().finish = [](int) { return GetParam(); };
+    AddSegments(2);
+    relay.Start(ring.Folder());  // may already have seen the end
+    ASSERT_TRUE(ThreadHasEnded());
+    EXPECT_FALSE(relay.running);
+    EXPECT_EQ(CountOf("BeginWrite"), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Outcomes, RelayFault,
+                         testing::Values(WriteEnd::TimedOut, WriteEnd::Failed, WriteEnd::Stopped));
+
+class RelayWithoutReader : public Relay, public testing::WithParamInterface<PipeConnect> {};
+
+TEST_P(RelayWithoutReader, EndsButStillCountsAsRunning) {
+    ThePipe().connect = GetParam();
+    AddSegments(2);
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(ThreadHasEnded());
+    EXPECT_TRUE(relay.running);
+    relay.Stop();
+    EXPECT_THAT(ThePipe().connectTimeouts, ElementsAre(5000U));
+    EXPECT_THAT(ThePipe().received, IsEmpty());
+    EXPECT_EQ(ThePipe().livePipes, 0);
+    EXPECT_EQ(ThePipe().liveWrites, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Outcomes, RelayWithoutReader, testing::Values(PipeConnect::TimedOut, PipeConnect::Failed));
+
+TEST_F(Relay, AStopBetweenTwoLooksReturnsAtOnce) {
+    AddSegments(2);
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(Sent(2));
+    EXPECT_LT(MsToStop(), 3000U);  // far below the six seconds after which it would be cut off
+    EXPECT_FALSE(relay.running);
+    EXPECT_EQ(ThePipe().livePipes, 0);
+}
+
+TEST_F(Relay, AStopBeforeTheReaderCameSendsNothing) {
+    AddSegments(2);
+    std::atomic<bool> connecting{false};
+    std::atomic<bool> goOn{false};
+    stand_in::TheCalls().hook = [&](const char* name, int) {
+        if (std::string(name) == "ConnectPipe") {
+            connecting = true;
+            Eventually([&] { return goOn.load(); });
+        }
+    };
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(Eventually([&] { return connecting.load(); }));
+    std::thread stopping([this] { relay.Stop(); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // it has signalled by now
+    goOn = true;
+    stopping.join();
+    EXPECT_FALSE(relay.running);
+    EXPECT_THAT(ThePipe().received, IsEmpty());
+}
+
+TEST_F(Relay, AStopLetsTheSegmentInHandGoToItsEnd) {
+    ring.Add(std::string(0x40000 * 3, 'x'));
+    ring.Publish(60);
+    std::atomic<bool> writing{false};
+    std::atomic<bool> goOn{false};
+    ThePipe().begin = [&](int) {
+        writing = true;
+        Eventually([&] { return goOn.load(); });
+        return WriteBegin::Done;
+    };
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(Eventually([&] { return writing.load(); }));
+    std::thread stopping([this] { relay.Stop(); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // it has signalled by now
+    goOn = true;
+    stopping.join();
+    EXPECT_EQ(Stream().size(), 0x40000U * 3);
+    EXPECT_FALSE(relay.running);
+}
+
+TEST_F(Relay, AWriteThatBlocksIsCutOffSixSecondsAfterTheStop) {
+    ThePipe().begin = [](int) { return WriteBegin::Pending; };
+    ThePipe().writesAwaitStop = true;
+    ThePipe().finish = [](int) { return WriteEnd::Stopped; };
+    AddSegments(2);
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(Eventually([] { return CountOf("FinishWrite") >= 1; }));
+    const std::uint64_t took = MsToStop();
+    EXPECT_GE(took, 5950U);
+    EXPECT_FALSE(relay.running);
+    EXPECT_EQ(CountOf("FinishWrite"), 1);
+    EXPECT_EQ(ThePipe().livePipes, 0);
+}
+
+TEST_F(Relay, CanBeStoppedInAnyState) {
+    relay.Stop();
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    relay.Stop();
+    relay.Stop();
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+}
+
+TEST_F(Relay, ASecondStreamStartsTwoSegmentsBackAgain) {
+    AddSegments(4);
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(Sent(2));
+    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(Sent(4));
+    relay.Stop();
+    EXPECT_EQ(Stream(), "<2><3><2><3>");
+}
+
+}  // namespace
+}  // namespace zv
