@@ -131,7 +131,11 @@ Spawned::~Spawned() {
 
 bool Spawned::Alive() { return pid_ > 0 && !WaitExit(0).has_value(); }
 
-void Spawned::Send(int signal) const { kill(pid_, signal); }
+void Spawned::Send(int signal) const {
+    if (pid_ > 0) {  // -1 would be every process there is
+        kill(pid_, signal);
+    }
+}
 
 std::optional<int> Spawned::WaitExit(double seconds) {
     WaitUntil(
