@@ -1,0 +1,273 @@
+// The engine with a real FFmpeg, real children, pipes and files. Only the desktop and the sound are stand-ins: a script
+// in place of the replay's FFmpeg says that frames flow, and the segments are made by hand.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include "capture/CaptureEngine.h"
+#include "capture/CaptureFiles.h"
+#include "capture/ReplayPlaylist.h"
+#include "platform/BytePipe.h"
+#include "platform/Files.h"
+#include "stand_in/AudioCapture.h"
+#include "stand_in/VideoCapture.h"
+#include "support/Road.h"
+
+namespace zv {
+namespace {
+
+using namespace support;
+namespace fs = std::filesystem;
+
+class EngineWithFfmpeg : public testing::Test {
+protected:
+    EngineWithFfmpeg() {
+        stand_in::ResetVideo();
+        stand_in::ResetAudio();
+    }
+    ~EngineWithFfmpeg() override {
+        engine.StopAll();
+        EXPECT_TRUE(WaitUntil([this] { return ProcessesWith(folder.Path().string()).empty(); }, 20))
+            << "a child is left";
+    }
+
+    /// The replay is a child that waits for the quit command; `other` does the rest.
+    void StartReplayScript(const std::string& other = "exec ffmpeg \"$@\"") {
+        WriteAll(folder.Path() / "ffmpeg-script",
+                 "#!/bin/sh\n"
+                 "for last; do :; done\n"
+                 "case \"$*\" in\n"
+                 "*' -progress '*) while [ \"$1\" != -progress ]; do shift; done\n"
+                 "  echo frame=1000 >\"$2\"; read line; exit 0;;\n"
+                 "esac\n" +
+                     other + "\n");
+        chmod((folder.Path() / "ffmpeg-script").c_str(), 0700);
+        CaptureConfig config;
+        config.width = 1920;
+        config.height = 1080;
+        ASSERT_TRUE(engine.Configure(config));
+        ASSERT_TRUE(engine.StartReplay(true, 60)) << ToUtf8(engine.statusText);
+    }
+    /// FFmpeg's arguments for a ring in the replay folder, with a frame counter for a picture.
+    Arguments RingCommand(bool sound, const std::string& pace, int seconds) const {
+        const std::string ring = ToPath(engine.replayDir).string();
+        Arguments command = {"ffmpeg", "-hide_banner", "-loglevel", "error", "-y"};
+        const auto add = [&command](std::initializer_list<std::string> more) {
+            command.insert(command.end(), more.begin(), more.end());
+        };
+        if (!pace.empty()) {
+            add({pace});
+        }
+        add({"-f", "lavfi", "-i", "testsrc2=size=320x240:rate=30"});
+        if (sound) {
+            add({"-f", "lavfi", "-i", "sine=sample_rate=48000", "-c:a", "aac"});
+        }
+        add({"-t", std::to_string(seconds), "-c:v", "libx264", "-preset", "ultrafast", "-g", "30", "-bf", "0"});
+        add({"-f", "hls", "-hls_time", "1", "-hls_list_size", "60", "-hls_flags",
+             "delete_segments+temp_file+independent_segments", "-hls_segment_filename", ring + "/seg%08d.ts",
+             ring + "/live.m3u8"});
+        return command;
+    }
+    void MakeRing(bool sound, int seconds) { OutputOf(RingCommand(sound, "", seconds)); }
+
+    void ExpectNoSaveLeft() {
+        EXPECT_FALSE(fs::exists(ToPath(output)));
+        EXPECT_FALSE(fs::exists(ToPath(WorkingName(output))));
+        for (const auto& entry : fs::directory_iterator(ToPath(engine.cacheDir))) {
+            EXPECT_FALSE(entry.is_directory() && entry.path().filename().string().starts_with("save-"));
+        }
+    }
+    Text SaveFailure() const {
+        return u"Replay save failed. Try again; details: " + JoinPath(engine.cacheDir, u"save-replay.log");
+    }
+    /// The picture stamps have no hole and no step back.
+    static void ExpectSteady(const ClipFacts& facts) {
+        for (std::size_t index = 1; index < facts.seconds.size(); ++index) {
+            ASSERT_NEAR(facts.seconds[index] - facts.seconds[index - 1], 1.0 / 30, 0.002) << index;
+        }
+    }
+
+    /// Settles where the process has its pipes before a folder that goes with its test could be taken.
+    Text pipeFolderSettled = PipeName(u"", 0);
+    TemporaryFolder folder{"zorvel-engine"};
+    ScopedVariable temporary{"TMPDIR", folder.Path().string()};
+    ScopedVariable ffmpeg{"ZV_FFMPEG", (folder.Path() / "ffmpeg-script").string()};
+    Text output = FromPath(folder.Path() / "captures" / "some game" / "it's a clip.mp4");
+    CaptureEngine engine;
+};
+
+TEST_F(EngineWithFfmpeg, ReadsRawSoundWithTheFlagsOfThisPlatform) {
+    ASSERT_NO_FATAL_FAILURE(StartReplayScript());
+    const Text inputs = BuildEncoderInputs(engine.replay);
+    EXPECT_NE(inputs.find(u"\"video pipe\" " + Text(rawPipeInputFlags) + u"-blocksize 3840 "), Text::npos);
+}
+
+TEST_F(EngineWithFfmpeg, SavesEverySecondOfTheRingWithPictureAndSound) {
+    ASSERT_NO_FATAL_FAILURE(StartReplayScript());
+    MakeRing(true, 5);
+    EXPECT_EQ(engine.BufferedSeconds(), 5);
+    EXPECT_TRUE(engine.SaveReplayClip(output)) << ToUtf8(engine.statusText);
+    EXPECT_EQ(engine.statusText, u"Replay saved: " + output);
+    const ClipFacts facts = Probe(ToPath(output));
+    EXPECT_EQ(facts.codec, "h264");
+    EXPECT_TRUE(facts.hasAudio);
+    EXPECT_TRUE(facts.indexFirst);
+    EXPECT_EQ(facts.stamps.size(), 150U);
+    EXPECT_EQ(facts.keyFrames, (std::vector<std::size_t>{0, 30, 60, 90, 120}));
+    EXPECT_NEAR(facts.duration, 5, 0.1);
+    ExpectSteady(facts);
+    EXPECT_TRUE(engine.replayRunning);
+    EXPECT_TRUE(IsChildRunning(engine.replay));
+}
+
+TEST_F(EngineWithFfmpeg, SavesARingWithoutSound) {
+    ASSERT_NO_FATAL_FAILURE(StartReplayScript());
+    MakeRing(false, 3);
+    EXPECT_TRUE(engine.SaveReplayClip(output)) << ToUtf8(engine.statusText);
+    const ClipFacts facts = Probe(ToPath(output));
+    EXPECT_FALSE(facts.hasAudio);
+    EXPECT_EQ(facts.stamps.size(), 90U);
+}
+
+TEST_F(EngineWithFfmpeg, ADamagedRingFailsTheSaveAndTheLogTellsWhy) {
+    ASSERT_NO_FATAL_FAILURE(StartReplayScript());
+    WriteAll(ToPath(JoinPath(engine.replayDir, u"seg00000000.ts")), "this is no transport stream");
+    WriteAll(ToPath(PlaylistPath(engine.replayDir)), "#EXTM3U\n#EXTINF:1.000000,\nseg00000000.ts\n");
+    EXPECT_FALSE(engine.SaveReplayClip(output));
+    EXPECT_EQ(engine.statusText, SaveFailure());
+    EXPECT_NE(ReadAll(ToPath(JoinPath(engine.cacheDir, u"save-replay.log"))), "");
+    ExpectNoSaveLeft();
+}
+
+TEST_F(EngineWithFfmpeg, AnExitCodeOtherThanZeroFailsTheSaveOfAWholeFile) {
+    ASSERT_NO_FATAL_FAILURE(StartReplayScript("ffmpeg \"$@\"; exit 7"));
+    MakeRing(true, 2);
+    EXPECT_FALSE(engine.SaveReplayClip(output));
+    EXPECT_EQ(engine.statusText, SaveFailure());
+    ExpectNoSaveLeft();
+}
+
+TEST_F(EngineWithFfmpeg, AnOutputOf1024BytesFailsTheSave) {
+    ASSERT_NO_FATAL_FAILURE(StartReplayScript("head -c 1024 /dev/zero >\"$last\""));
+    MakeRing(true, 2);
+    EXPECT_FALSE(engine.SaveReplayClip(output));
+    EXPECT_EQ(engine.statusText, SaveFailure());
+    ExpectNoSaveLeft();
+}
+
+TEST_F(EngineWithFfmpeg, AChildThatIsKilledWhileItJoinsFailsTheSave) {
+    ASSERT_NO_FATAL_FAILURE(StartReplayScript("head -c 5000 /dev/zero >\"$last\"; kill -9 $$"));
+    MakeRing(true, 2);
+    EXPECT_FALSE(engine.SaveReplayClip(output));
+    EXPECT_EQ(engine.statusText, SaveFailure());
+    ExpectNoSaveLeft();
+}
+
+TEST_F(EngineWithFfmpeg, AnFfmpegThatDisappearsWhileTheReplayRunsFailsTheSave) {
+    ASSERT_NO_FATAL_FAILURE(StartReplayScript());
+    MakeRing(true, 2);
+    fs::remove(folder.Path() / "ffmpeg-script");
+    EXPECT_FALSE(engine.SaveReplayClip(output));
+    EXPECT_EQ(engine.statusText, SaveFailure());
+    ExpectNoSaveLeft();
+}
+
+TEST_F(EngineWithFfmpeg, AChildThatIgnoresTheQuitCommandIsKilledWithAllThatItStarted) {
+    EncoderProcess process;
+    engine.ffmpegPath = FromPath(folder.Path() / "ffmpeg-script");
+    WriteAll(folder.Path() / "ffmpeg-script", "#!/bin/sh\nsleep 1000 </dev/null\n");
+    chmod((folder.Path() / "ffmpeg-script").c_str(), 0700);
+    ASSERT_TRUE(engine.StartChild(process, u"x", FromPath(folder.Path() / "a.log")));
+    ASSERT_TRUE(WaitUntil([this] { return !ProcessesWith(folder.Path().string()).empty(); }));
+    EXPECT_FALSE(engine.StopChild(process, 300));
+    EXPECT_FALSE(process.process || process.stdinWrite || process.job);
+    EXPECT_TRUE(WaitUntil([this] { return ProcessesWith(folder.Path().string()).empty(); }));
+}
+
+class RecordingWithFfmpeg : public EngineWithFfmpeg {
+protected:
+    /// A ring that grows by a second a second, and a recording from it.
+    void StartFromLiveRing(Spawned& ring) {
+        ASSERT_NO_FATAL_FAILURE(StartReplayScript());
+        ring = Spawned(RingCommand(true, "-re", 600), {}, folder.Path() / "ring.log");
+        ASSERT_TRUE(WaitUntil([this] { return engine.BufferedSeconds() >= 3; }));
+        ASSERT_TRUE(engine.StartRecording(output)) << ToUtf8(engine.statusText);
+        EXPECT_EQ(engine.state, EngineState::Recording);
+    }
+    /// Kills the one FFmpeg that writes the recording of this test's own folder, and nothing when it cannot be told.
+    void KillRecordingChild() const {
+        const std::vector<pid_t> found = ProcessesWith(ToUtf8(WorkingName(output)));
+        ASSERT_EQ(found.size(), 1U);
+        ASSERT_GT(found[0], 1);  // 0 and below would be groups, or everybody
+        kill(found[0], SIGKILL);
+    }
+};
+
+TEST_F(RecordingWithFfmpeg, FollowsTheRingWithoutAHoleUntilItIsFinished) {
+    Spawned ring;
+    ASSERT_NO_FATAL_FAILURE(StartFromLiveRing(ring));
+    const std::int32_t atStart = engine.BufferedSeconds();
+    ASSERT_TRUE(WaitUntil([&] { return engine.BufferedSeconds() >= atStart + 5; }));
+    EXPECT_FALSE(PollCapture(engine).changed);
+    engine.FinishRecording();
+    EXPECT_EQ(engine.statusText, u"Recording saved: " + output);
+    EXPECT_EQ(engine.state, EngineState::Ready);
+    EXPECT_FALSE(fs::exists(ToPath(WorkingName(output))));
+    const ClipFacts facts = Probe(ToPath(output));
+    EXPECT_TRUE(facts.hasAudio);
+    EXPECT_GE(facts.stamps.size(), 6U * 30);
+    EXPECT_EQ(facts.stamps.size() % 30, 0U);  // whole segments
+    ExpectSteady(facts);
+    EXPECT_TRUE(IsChildRunning(engine.replay));
+}
+
+TEST_F(RecordingWithFfmpeg, AChildThatIsKilledIsNoticedAndItsFileStays) {
+    Spawned ring;
+    ASSERT_NO_FATAL_FAILURE(StartFromLiveRing(ring));
+    ASSERT_NO_FATAL_FAILURE(KillRecordingChild());
+    CapturePollResult result;
+    ASSERT_TRUE(WaitUntil([&] {
+        result = PollCapture(engine);
+        return result.changed;
+    }));
+    EXPECT_EQ(result.status, u"Recording encoder stopped unexpectedly. Logs: " + engine.cacheDir);
+    EXPECT_EQ(engine.state, EngineState::Failed);
+    EXPECT_TRUE(fs::exists(ToPath(WorkingName(output))));
+    EXPECT_FALSE(fs::exists(ToPath(output)));
+    EXPECT_FALSE(engine.recording.process || engine.recording.relay);
+    EXPECT_TRUE(engine.replayRunning);
+}
+
+TEST_F(RecordingWithFfmpeg, ALostSegmentEndsTheRecordingAndSaysSo) {
+    Spawned ring;
+    ASSERT_NO_FATAL_FAILURE(StartFromLiveRing(ring));
+    // A name in the list without its file.
+    ring = Spawned();
+    std::ofstream(ToPath(PlaylistPath(engine.replayDir)), std::ios::app) << "#EXTINF:1.0,\nseg99999999.ts\n";
+    CapturePollResult result;
+    ASSERT_TRUE(WaitUntil([&] {
+        result = PollCapture(engine);
+        return result.changed;
+    }));
+    EXPECT_EQ(result.status, u"Recording encoder stopped unexpectedly. Logs: " + engine.cacheDir);
+    EXPECT_TRUE(fs::exists(ToPath(WorkingName(output))));
+}
+
+TEST_F(RecordingWithFfmpeg, ARingWithoutMediaInItCannotBeRecorded) {
+    ASSERT_NO_FATAL_FAILURE(StartReplayScript("exit 1"));
+    WriteAll(ToPath(JoinPath(engine.replayDir, u"seg00000000.ts")), "x");
+    WriteAll(ToPath(PlaylistPath(engine.replayDir)), "#EXTINF:2.0,\nseg00000000.ts\n");
+    EXPECT_FALSE(engine.StartRecording(output));
+    EXPECT_EQ(engine.statusText,
+              u"Recording could not start from replay. Check the recording folder and audio device; details are in "
+              u"recording-remux.log.");
+    EXPECT_EQ(engine.state, EngineState::Failed);
+    EXPECT_FALSE(fs::exists(ToPath(WorkingName(output))));
+}
+
+}  // namespace
+}  // namespace zv
