@@ -1,6 +1,7 @@
 #include "stand_in/WaveInput.h"
 
-#include <cstring>
+#include <algorithm>
+#include <span>
 
 #include "stand_in/Calls.h"
 
@@ -27,8 +28,9 @@ void ResetWaveInput() { TheWaveInput() = {}; }
 
 void CompleteWaveBuffer(int index, const std::vector<std::int16_t>& samples) {
     WaveInputControls::Buffer& buffer = BufferAt(index);
-    std::memcpy(buffer.bytes.data(), samples.data(), samples.size() * sizeof(std::int16_t));
-    buffer.recorded = static_cast<std::uint32_t>(samples.size() * sizeof(std::int16_t));
+    const auto bytes = std::as_bytes(std::span(samples));
+    std::copy(bytes.begin(), bytes.end(), buffer.bytes.begin());
+    buffer.recorded = static_cast<std::uint32_t>(bytes.size());
     buffer.queued = false;
     buffer.done = true;
 }
