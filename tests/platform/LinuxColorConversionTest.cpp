@@ -57,7 +57,7 @@ struct Conversion : testing::Test {
         std::mt19937 random(seed);
         for (std::int32_t y = part.top; y < part.bottom; ++y) {
             for (std::int32_t x = part.left; x < part.right; ++x) {
-                const std::uint32_t pixel = random();
+                const auto pixel = static_cast<std::uint32_t>(random());
                 std::memcpy(PixelAt(x, y), &pixel, 4);
             }
         }
@@ -173,7 +173,7 @@ TEST_F(Conversion, StaysWithinOneCodeOfTheReferenceWhenScaled) {
         Make(width, height, outWidth, outHeight);
         PaintNoise(state.source, width);
         Run();
-        EXPECT_LT(WorstDifference(), 1.5) << width << " x " << height;
+        EXPECT_LT(WorstDifference(), 1.0) << width << " x " << height;
     }
 }
 
@@ -232,7 +232,7 @@ TEST_F(Conversion, OfWhatChangedGivesTheSameAsOfTheWhole) {
             const auto top = static_cast<std::int32_t>(random() % (height - 1));
             const auto right = left + 1 + static_cast<std::int32_t>(random() % std::min(width - left, 30U));
             const auto bottom = top + 1 + static_cast<std::int32_t>(random() % std::min(height - top, 30U));
-            PaintNoise({left, top, right, bottom}, random());
+            PaintNoise({left, top, right, bottom}, static_cast<std::uint32_t>(random()));
             Run();
         }
         const auto piecewise = Frame();

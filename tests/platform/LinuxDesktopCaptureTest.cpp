@@ -81,34 +81,6 @@ public:
         xcb_poly_fill_rectangle(connection_.get(), screen_->root, context_, 1, &rectangle);
         Settle();
     }
-    /// The server's output as a monitor of that name and place.
-    void SetMonitor(const std::string& name, const Rectangle& place) {
-        const x11::Reply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
-            connection_.get(),
-            xcb_intern_atom(connection_.get(), 0, static_cast<std::uint16_t>(name.size()), name.c_str()), nullptr));
-        const x11::Reply<xcb_randr_query_version_reply_t> version(xcb_randr_query_version_reply(
-            connection_.get(), xcb_randr_query_version(connection_.get(), 1, 5), nullptr));
-        const x11::Reply<xcb_randr_get_screen_resources_current_reply_t> resources(
-            xcb_randr_get_screen_resources_current_reply(
-                connection_.get(), xcb_randr_get_screen_resources_current(connection_.get(), screen_->root), nullptr));
-        ASSERT_NE(resources, nullptr);
-        ASSERT_GT(xcb_randr_get_screen_resources_current_outputs_length(resources.get()), 0);
-        // The record is followed by the outputs that the monitor is made of: the server's one.
-        struct {
-            xcb_randr_monitor_info_t info;
-            xcb_randr_output_t output;
-        } monitor{};
-        monitor.info.name = atom->atom;
-        monitor.info.nOutput = 1;
-        monitor.info.x = static_cast<std::int16_t>(place.left);
-        monitor.info.y = static_cast<std::int16_t>(place.top);
-        monitor.info.width = static_cast<std::uint16_t>(place.right - place.left);
-        monitor.info.height = static_cast<std::uint16_t>(place.bottom - place.top);
-        monitor.info.width_in_millimeters = monitor.info.height_in_millimeters = 100;
-        monitor.output = xcb_randr_get_screen_resources_current_outputs(resources.get())[0];
-        xcb_randr_set_monitor(connection_.get(), screen_->root, &monitor.info);
-        Settle();
-    }
     /// Returns when the server has done all of it.
     void Settle() {
         std::free(xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
@@ -263,22 +235,6 @@ TEST_F(DesktopOnX, AnImageIsGivenBackBeforeTheNextOne) {
     EXPECT_EQ(Take(0), Acquire::Timeout);
 }
 
-TEST_F(DesktopOnX, AMonitorShowsItsOwnPartOfTheScreenOnly) {
-    Start("800x600x24");
-    drawer->SetMonitor("right", {300, 100, 800, 500});
-    Open();
-    ASSERT_EQ(record.deviceName, u"right");
-    EXPECT_EQ(record.left, 300);
-    EXPECT_EQ(record.bottom, 500);
-    ASSERT_EQ(Take(0), Acquire::Acquired);
-    drawer->Fill({0, 0, 300, 600}, 0x0000FF);
-    EXPECT_EQ(Take(30), Acquire::Timeout) << "another monitor's change is not this one's";
-    drawer->Fill({290, 90, 310, 110}, 0xFF0000);
-    ASSERT_EQ(Take(5000), Acquire::Acquired);
-    EXPECT_EQ(Count({0, 0, 10, 10}, 0xFF0000), 100);
-    EXPECT_EQ(Count({0, 0, 500, 400}, 0xFF0000), 100);
-}
-
 TEST_F(DesktopOnX, AKilledServerEndsTheCaptureAndNothingElse) {
     Start("640x480x24");
     Open();
@@ -331,10 +287,21 @@ TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorIsGone) {
     EXPECT_TRUE(CodeOf(code) == (0x80070000U | ENODEV) || CodeOf(code) == (0x80070000U | ESTALE)) << CodeOf(code);
 }
 
-TEST_F(ChangingDesktop, TellsThatAMonitorIsRotated) {
-    display.Change({"--output", "DUMMY0", "--rotate", "left"});
-    ASSERT_EQ(LookUpOutput(*factory, 0, 0, record, output), OutputLookup::Found);
-    EXPECT_EQ(record.rotation, 2U);
+TEST_F(ChangingDesktop, AMonitorShowsItsOwnPartOfTheScreenOnly) {
+    duplication.reset();
+    display.Change({"--setmonitor", "right", "500/100x400/100+300+100", "DUMMY0"});
+    drawer = std::make_unique<Drawer>();
+    Open();
+    ASSERT_EQ(record.deviceName, u"right");
+    EXPECT_EQ(record.left, 300);
+    EXPECT_EQ(record.bottom, 500);
+    ASSERT_EQ(Take(0), Acquire::Acquired);
+    drawer->Fill({0, 0, 300, 600}, 0x0000FF);
+    EXPECT_EQ(Take(30), Acquire::Timeout) << "another monitor's change is not this one's";
+    drawer->Fill({290, 90, 310, 110}, 0xFF0000);
+    ASSERT_EQ(Take(5000), Acquire::Acquired);
+    EXPECT_EQ(Count({0, 0, 10, 10}, 0xFF0000), 100);
+    EXPECT_EQ(Count({0, 0, 500, 400}, 0xFF0000), 100);
 }
 
 TEST_F(DesktopOnX, AScreenWithoutFourBytesAPixelIsRefused) {

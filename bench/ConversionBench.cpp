@@ -1,0 +1,120 @@
+// What the conversion costs beside a plain copy and beside a general-purpose scaler, on the same pixels.
+// The figures are good as ratios only. Each row ends with a checksum of what it made.
+#include <benchmark/benchmark.h>
+extern "C" {
+#include <libswscale/swscale.h>
+}
+
+#include <cstdint>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "platform/linux/VideoScaler.h"
+
+namespace zv {
+namespace {
+
+constexpr std::uint32_t outWidth = 1920;
+constexpr std::uint32_t outHeight = 1080;
+
+/// A desktop of noise in blocks, and what converts it.
+struct Road {
+    explicit Road(std::uint32_t width, std::uint32_t height) {
+        MakeCaptureSurface(device, width, height, source);
+        MakeNv12Surface(device, outWidth, outHeight, target);
+        OpenVideoProcessing(device, processing);
+        MakeVideoScaler(*processing, {width, height, outWidth, outHeight, 60}, scaler);
+        MakeScalerViews(*scaler, *source, *target, views);
+        std::mt19937 random(1);
+        for (std::size_t at = 0; at < source->stride * height; at += 4) {
+            const auto pixel = static_cast<std::uint32_t>(random());
+            std::memcpy(source->pixels + at, &pixel, 4);
+        }
+    }
+    void ChangeAll() {
+        source->changed.Add(
+            {0, 0, static_cast<std::int32_t>(source->width), static_cast<std::int32_t>(source->height)});
+    }
+
+    GraphicsDevice device;
+    Owned<Surface> source;
+    Owned<Surface> target;
+    Owned<VideoProcessing> processing;
+    Owned<VideoScaler> scaler;
+    Owned<ScalerViews> views;
+};
+
+double Checksum(const std::uint8_t* bytes, std::size_t size) {
+    std::uint32_t a = 1;
+    std::uint32_t b = 0;
+    for (std::size_t at = 0; at < size; ++at) {
+        a = (a + bytes[at]) % 65521;
+        b = (b + a) % 65521;
+    }
+    return static_cast<double>(b << 16U | a);
+}
+
+void NameSum(benchmark::State& state, const Surface& surface) {
+    state.counters["checksum"] = Checksum(surface.pixels, surface.stride * surface.height * 3 / 2);
+}
+
+void Copy(benchmark::State& state) {
+    Road road(outWidth, outHeight);
+    std::vector<std::uint8_t> copy(road.source->stride * outHeight);
+    for (auto each : state) {
+        std::memcpy(copy.data(), road.source->pixels, copy.size());
+        benchmark::ClobberMemory();
+    }
+    state.counters["checksum"] = Checksum(copy.data(), copy.size());
+}
+
+void Convert(benchmark::State& state, const ConversionKernels& kernels, std::uint32_t width, std::uint32_t height) {
+    Road road(width, height);
+    road.scaler->kernels = &kernels;
+    for (auto each : state) {
+        road.ChangeAll();
+        RunScaler(*road.scaler, *road.views, 0);
+        benchmark::ClobberMemory();
+    }
+    NameSum(state, *road.target);
+}
+
+void GeneralScaler(benchmark::State& state, std::uint32_t width, std::uint32_t height) {
+    Road road(width, height);
+    SwsContext* context =
+        sws_getContext(static_cast<int>(width), static_cast<int>(height), AV_PIX_FMT_BGRA, static_cast<int>(outWidth),
+                       static_cast<int>(outHeight), AV_PIX_FMT_NV12, SWS_FAST_BILINEAR, nullptr, nullptr, nullptr);
+    const std::uint8_t* from[] = {road.source->pixels, nullptr, nullptr, nullptr};
+    const int fromStride[] = {static_cast<int>(road.source->stride), 0, 0, 0};
+    std::uint8_t* const to[] = {road.target->pixels, road.target->chroma, nullptr, nullptr};
+    const int toStride[] = {static_cast<int>(road.target->stride), static_cast<int>(road.target->stride), 0, 0};
+    for (auto each : state) {
+        sws_scale(context, from, fromStride, 0, static_cast<int>(height), to, toStride);
+        benchmark::ClobberMemory();
+    }
+    sws_freeContext(context);
+    NameSum(state, *road.target);
+}
+
+void StillDesktop(benchmark::State& state) {
+    Road road(outWidth, outHeight);
+    for (auto each : state) {
+        RunScaler(*road.scaler, *road.views, 0);
+    }
+    NameSum(state, *road.target);
+}
+
+BENCHMARK(Copy);
+BENCHMARK_CAPTURE(Convert, equal_best, BestKernels(), 1920, 1080);
+BENCHMARK_CAPTURE(Convert, equal_plain, PlainKernels(), 1920, 1080);
+BENCHMARK_CAPTURE(GeneralScaler, equal, 1920, 1080);
+BENCHMARK_CAPTURE(Convert, from_1440p_best, BestKernels(), 2560, 1440);
+BENCHMARK_CAPTURE(Convert, from_1440p_plain, PlainKernels(), 2560, 1440);
+BENCHMARK_CAPTURE(GeneralScaler, from_1440p, 2560, 1440);
+BENCHMARK(StillDesktop);
+
+}  // namespace
+}  // namespace zv
+
+BENCHMARK_MAIN();
