@@ -8,81 +8,17 @@
 
 #include "platform/Files.h"
 #include "platform/ScreenGrab.h"
-#include "platform/linux/XDisplay.h"
 #include "support/FileBytes.h"
+#include "support/ScreenPainting.h"
 #include "support/TemporaryFolder.h"
 #include "support/XServer.h"
 
 namespace zv {
 namespace {
 
+using support::ColorAt;
+using support::ScreenPainting;
 using support::XServer;
-
-/// Every pixel differs from its neighbours, and no two channels are alike.
-constexpr std::uint32_t ColorAt(int x, int y) {
-    const auto red = static_cast<std::uint32_t>(x * 3 + y) & 0xFFU;
-    const auto green = static_cast<std::uint32_t>(x + y * 5 + 40) & 0xFFU;
-    const auto blue = static_cast<std::uint32_t>(x * 7 + y * 11 + 90) & 0xFFU;
-    return red << 16U | green << 8U | blue;
-}
-
-/// Another program whose window lies over a part of the screen.
-class Painting {
-public:
-    Painting(int left, int top, int width, int height) : left_(left), top_(top), width_(width), height_(height) {
-        int number = 0;
-        connection_ = xcb_connect(nullptr, &number);
-        const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
-        depth_ = screen->root_depth;
-        root_ = screen->root;
-        window_ = xcb_generate_id(connection_);
-        const std::uint32_t noManager = 1;
-        xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, root_, static_cast<std::int16_t>(left),
-                          static_cast<std::int16_t>(top), static_cast<std::uint16_t>(width),
-                          static_cast<std::uint16_t>(height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-                          XCB_CW_OVERRIDE_REDIRECT, &noManager);
-        xcb_map_window(connection_, window_);
-    }
-    ~Painting() { xcb_disconnect(connection_); }
-    Painting(const Painting&) = delete;
-    Painting& operator=(const Painting&) = delete;
-
-    /// `pixelAt` takes coordinates of the desktop.
-    template <class Unit, class PixelAt>
-    void Fill(PixelAt pixelAt) {
-        const xcb_gcontext_t context = xcb_generate_id(connection_);
-        xcb_create_gc(connection_, context, window_, 0, nullptr);
-        const int padded = (width_ * static_cast<int>(sizeof(Unit)) + 3) / 4 * 4 / static_cast<int>(sizeof(Unit));
-        std::vector<Unit> row(static_cast<std::size_t>(padded));
-        for (int y = 0; y < height_; ++y) {
-            for (int x = 0; x < width_; ++x) {
-                row[static_cast<std::size_t>(x)] = static_cast<Unit>(pixelAt(left_ + x, top_ + y));
-            }
-            xcb_put_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window_, context, static_cast<std::uint16_t>(width_),
-                          1, 0, static_cast<std::int16_t>(y), 0, depth_,
-                          static_cast<std::uint32_t>(row.size() * sizeof(Unit)),
-                          reinterpret_cast<const std::uint8_t*>(row.data()));
-        }
-        Sync();
-    }
-    void MovePointer(int x, int y) {
-        xcb_warp_pointer(connection_, XCB_NONE, root_, 0, 0, 0, 0, static_cast<std::int16_t>(x),
-                         static_cast<std::int16_t>(y));
-        Sync();
-    }
-
-private:
-    void Sync() { Held(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr)); }
-
-    int left_;
-    int top_;
-    int width_;
-    int height_;
-    std::uint8_t depth_ = 0;
-    xcb_window_t root_ = 0;
-    xcb_window_t window_ = 0;
-    xcb_connection_t* connection_ = nullptr;
-};
 
 struct Picture {
     int width = 0;
@@ -135,7 +71,7 @@ protected:
 
 TEST_F(LinuxScreenGrab, EqualsTheScreenPixelForPixelWithoutThePointer) {
     const XServer server("641x360x24");
-    Painting painting(0, 0, 641, 360);
+    ScreenPainting painting(nullptr, 0, 0, 641, 360);
     painting.Fill<std::uint32_t>(ColorAt);
     painting.MovePointer(300, 200);
     const ScreenArea area{0, 0, 641, 360};
@@ -149,9 +85,9 @@ TEST_F(LinuxScreenGrab, EqualsTheScreenPixelForPixelWithoutThePointer) {
 
 TEST_F(LinuxScreenGrab, TakesThePartThatIsAskedForAndAllWindowsInIt) {
     const XServer server("640x480x24");
-    Painting below(0, 0, 640, 480);
+    ScreenPainting below(nullptr, 0, 0, 640, 480);
     below.Fill<std::uint32_t>(ColorAt);
-    Painting above(200, 100, 50, 40);
+    ScreenPainting above(nullptr, 200, 100, 50, 40);
     above.Fill<std::uint32_t>([](int, int) { return 0x102030; });
     const ScreenArea area{151, 73, 333, 207};
     ASSERT_EQ(Save(area), resultOk);
@@ -168,7 +104,7 @@ TEST_F(LinuxScreenGrab, TakesThePartThatIsAskedForAndAllWindowsInIt) {
 
 TEST_F(LinuxScreenGrab, SpreadsTheLevelsOfAScreenOfSixteenBits) {
     const XServer server("101x50x16");
-    Painting painting(0, 0, 101, 50);
+    ScreenPainting painting(nullptr, 0, 0, 101, 50);
     painting.Fill<std::uint16_t>([](int x, int y) { return x == 0 ? 0xFFFF : x == 1 ? 0 : x * 643 + y; });
     const ScreenArea area{0, 0, 101, 50};
     ASSERT_EQ(Save(area), resultOk);
