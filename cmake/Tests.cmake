@@ -42,8 +42,11 @@ function(zv_test name)
     add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/windows/in_wine ${CMAKE_BINARY_DIR} $<TARGET_FILE:${name}>)
     # The first test of a build folder also makes the template of Wine's prefix.
     math(EXPR whole_timeout "${T_TIMEOUT} + 180")
-    set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${whole_timeout} RUN_SERIAL ON
+    set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${whole_timeout}
       ENVIRONMENT "ZV_WINE_SECONDS=${T_TIMEOUT}")
+    if(T_SERIAL)
+      set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
+    endif()
   elseif(T_WHOLE)
     add_test(NAME ${name} COMMAND ${T_LAUNCHER} $<TARGET_FILE:${name}>)
     set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT})

@@ -35,6 +35,7 @@ protected:
         engine_.ffmpegPath = EnvironmentValue(u"ZV_TEST_FFMPEG");
         ASSERT_FALSE(engine_.ffmpegPath.empty()) << "tests/windows/fetch_ffmpeg gets it";
         std::filesystem::create_directory(place_);
+        std::filesystem::remove(ToPath(JoinPath(ExecutableFolder(), u"ffmpeg.exe")));
     }
     void TearDown() override { SetEnvironmentValue(u"ZV_FFMPEG", u""); }
 

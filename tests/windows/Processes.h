@@ -33,6 +33,16 @@ inline bool EndProcess(DWORD id) {
     return ended;
 }
 
+/// Stops all of a process's threads: it can no longer end by itself.
+inline bool FreezeProcess(DWORD id) {
+    using Suspend = LONG(WINAPI*)(HANDLE);
+    const FARPROC entry = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtSuspendProcess");
+    const HANDLE process = OpenProcess(PROCESS_SUSPEND_RESUME, FALSE, id);
+    const LONG answer = reinterpret_cast<Suspend>(reinterpret_cast<void*>(entry))(process);
+    CloseHandle(process);
+    return process != nullptr && answer == 0;
+}
+
 /// The handles that this process holds, each looked for by its value: Wine does not count them.
 inline int OpenHandles() {
     int count = 0;

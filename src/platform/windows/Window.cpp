@@ -2,6 +2,7 @@
 #include "platform/Window.h"
 
 #include <new>
+#include <utility>
 
 #include "platform/windows/Native.h"
 
@@ -37,8 +38,9 @@ LRESULT CALLBACK PassOn(HWND handle, UINT code, WPARAM wParam, LPARAM lParam) {
         Attach(handle, lParam);
     }
     if (code == WM_ENDSESSION && wParam != FALSE && sessionEnd != nullptr) {
-        // The system ends the process when this returns: whatever has to be saved is saved inside.
-        sessionEnd();
+        // The system ends the process when this returns: whatever has to be saved is saved inside. Every window is
+        // told, the program asked once.
+        std::exchange(sessionEnd, nullptr)();
         return 0;
     }
     if (code == WM_NCDESTROY) {
