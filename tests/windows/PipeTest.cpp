@@ -10,21 +10,6 @@ namespace {
 
 const wchar_t* Native(const Text& name) { return reinterpret_cast<const wchar_t*>(name.c_str()); }
 
-TEST(WindowsPipe, IsRefusedWhereSomebodyHasTakenItsNameAndOnlyTheFirstMayHaveIt) {
-    const Text name = PipeName(u"ZVReelsAudio-", 1);
-    const HANDLE other =
-        CreateNamedPipeW(Native(name), PIPE_ACCESS_OUTBOUND, PIPE_REJECT_REMOTE_CLIENTS, 2, 0x1000, 0, 0, nullptr);
-    ASSERT_NE(other, INVALID_HANDLE_VALUE);
-    PipeOptions options;
-    Owned<BytePipe> pipe;
-    options.firstInstanceOnly = true;
-    EXPECT_EQ(CodeOf(MakeBytePipe(name, options, pipe)), 0x80070005U);
-    EXPECT_FALSE(pipe);
-    options.firstInstanceOnly = false;
-    EXPECT_EQ(MakeBytePipe(name, options, pipe), resultOk);
-    CloseHandle(other);
-}
-
 TEST(WindowsPipe, CanOnlyBeReadAndOnlyByOne) {
     const Text name = PipeName(u"ZVVideo-", 1);
     Owned<BytePipe> pipe;
