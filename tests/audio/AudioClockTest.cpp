@@ -59,6 +59,13 @@ TEST(AudioClock, BothEndsAreRoundedToTheNearestFrame) {
     EXPECT_EQ(PacketPlace(start, start, 1, 192000).end, 0);
 }
 
+TEST(AudioClock, TheEndIsRoundedAndNotTheLength) {
+    // 100 frames at 44100 Hz are 108.84 frames; from 0.6 on they end at 109.44, and not at 1 + 109.
+    const FrameRange place = PacketPlace(start + 125, start, 100, 44100);
+    EXPECT_EQ(place.begin, 1);
+    EXPECT_EQ(place.end, 109);
+}
+
 TEST(AudioClock, AnAbsurdStampFromADriverIsPlacedWithoutOverflow) {
     const FrameRange far = PacketPlace(INT64_MIN, INT64_MAX, 480, 48000);
     EXPECT_LE(far.begin, far.end);

@@ -1,0 +1,93 @@
+// What 10 ms of sound costs: converting and filing one packet, and mixing one block of two sources, each against a
+// memcpy of the bytes that it reads. The checksum guards against measuring nothing.
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "audio/AudioClock.h"
+#include "audio/AudioMix.h"
+#include "audio/SampleConversion.h"
+
+namespace {
+
+std::vector<std::byte> Packet(const zv::SourceFormat& format, std::uint32_t frames) {
+    std::vector<std::byte> bytes(std::size_t{frames} * format.blockAlign);
+    if (format.isFloat) {
+        for (std::size_t i = 0; i < bytes.size() / sizeof(float); ++i) {
+            const auto value = static_cast<float>(std::sin(static_cast<double>(i) * 0.01));
+            std::memcpy(bytes.data() + i * sizeof value, &value, sizeof value);
+        }
+    } else {
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            bytes[i] = static_cast<std::byte>(i * 37);
+        }
+    }
+    return bytes;
+}
+
+void ConvertAndFile(benchmark::State& state, zv::SourceFormat format) {
+    format.blockAlign = format.bitsPerSample / 8 * format.channels;
+    const std::uint32_t frames = format.sampleRate / 100;
+    const auto bytes = Packet(format, frames);
+    zv::AudioRing ring;
+    std::int64_t position = 0;
+    for (auto _ : state) {
+        zv::FilePacket(ring, format, {bytes.data(), frames}, zv::PacketPlace(position, 0, frames, format.sampleRate));
+        position += 100000;
+        ring.readPosition += 480;
+    }
+    double checksum = 0;
+    for (const zv::StereoFrame& frame : ring.samples) {
+        checksum += static_cast<double>(frame.left) - static_cast<double>(frame.right) / 2;
+    }
+    state.counters["checksum"] = checksum;
+}
+
+void MixBlock(benchmark::State& state) {
+    zv::AudioRing system;
+    zv::AudioRing microphone;
+    zv::AudioMix mix{.system = &system, .microphone = &microphone, .nextBlockFrame = 0, .block = {}};
+    for (std::int64_t t = 0; t < zv::ringFrames; ++t) {
+        zv::FileFrame(system, t, {0.25F, 0.5F});
+        zv::FileFrame(microphone, t, {0.5F, 0.75F});
+    }
+    double checksum = 0;
+    for (auto _ : state) {
+        zv::FillBlock(mix);
+        zv::FinishBlock(mix);
+        if (mix.nextBlockFrame == zv::ringFrames) {
+            mix.nextBlockFrame = 0;
+        }
+        checksum += static_cast<double>(mix.block[959]);
+    }
+    state.counters["checksum"] = checksum / static_cast<double>(state.iterations());
+}
+
+void CopyBytes(benchmark::State& state, std::size_t size) {
+    const std::vector<std::byte> from(size, std::byte{1});
+    std::vector<std::byte> to(size);
+    for (auto _ : state) {
+        std::memcpy(to.data(), from.data(), size);
+        benchmark::DoNotOptimize(to.data());
+        benchmark::ClobberMemory();
+    }
+}
+
+constexpr zv::SourceFormat stereoFloat48{48000, 2, 32, 0, true};
+constexpr zv::SourceFormat stereoFloat44{44100, 2, 32, 0, true};
+constexpr zv::SourceFormat surroundInteger24{48000, 6, 24, 0, false};
+constexpr zv::SourceFormat monoInteger16{48000, 1, 16, 0, false};
+
+BENCHMARK_CAPTURE(CopyBytes, BytesOfAPacket, 3840);
+BENCHMARK_CAPTURE(ConvertAndFile, StereoFloat48000, stereoFloat48);
+BENCHMARK_CAPTURE(ConvertAndFile, StereoFloat44100, stereoFloat44);
+BENCHMARK_CAPTURE(ConvertAndFile, SurroundInteger24At48000, surroundInteger24);
+BENCHMARK_CAPTURE(ConvertAndFile, MonoInteger16At48000, monoInteger16);
+BENCHMARK_CAPTURE(CopyBytes, BytesOfTwoRingBlocks, 2 * 480 * 16);
+BENCHMARK(MixBlock);
+
+}  // namespace
+
+BENCHMARK_MAIN();
