@@ -351,6 +351,8 @@ TEST_F(SpeedCheckDeath, WithASlowRateIsNotMeasuredAgain) {
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Capture stopped during speed check: Encoder exited. See " + Log());
     EXPECT_THAT(ChildNumber(0).waits, SizeIs(15));
+    EXPECT_EQ(ReadWhole(InCache(u"performance.log")),
+              "1920x1080 target=120 measured=0 GPU encode/transport us=0 pipe wait us=0\n");
 }
 
 }  // namespace
