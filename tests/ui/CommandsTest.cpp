@@ -2,6 +2,7 @@
 #include "ui/Commands.h"
 
 #include <chrono>
+#include <thread>
 
 #include "ui/CaptureJobs.h"
 #include "ui/CaptureSettings.h"
@@ -157,6 +158,7 @@ TEST_F(Commands, AJobTakesAPollInFlightOverAndWaitsForIt) {
     RunTo("PollCapture");
     SaveReplay();
     EXPECT_FALSE(Ui().capturePollSlot.IsBusy());
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // time for a job that does not wait
     EXPECT_EQ(CountOf("SaveReplayClip"), 0);
     gate_.Open();
     FinishJob();
