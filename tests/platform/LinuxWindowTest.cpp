@@ -11,11 +11,13 @@
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/Window.h"
@@ -262,6 +264,34 @@ TEST_F(LinuxWindow, IsShownAndHiddenOnTheServer) {
     ShowWindowPlain(*window_);
     EXPECT_TRUE(IsWindowShown(*window_));
     EXPECT_TRUE(RunUntil([&] { return other_->IsMapped(id); }));
+}
+
+TEST_F(LinuxWindow, AFlushEndsWhenTheServerHasCaughtUp) {
+    Open();
+    const xcb_window_t id = other_->Find("Zorvel test");
+    // While another client holds the server, nobody else's requests are carried out.
+    xcb_grab_server(other_->Get());
+    other_->Sync();
+    HideWindow(*window_);
+    std::atomic<bool> released = false;
+    std::thread holder([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        EXPECT_TRUE(other_->IsMapped(id));
+        released = true;
+        xcb_ungrab_server(other_->Get());
+        other_->Sync();
+    });
+    FlushScreen();
+    EXPECT_TRUE(released);
+    holder.join();
+    EXPECT_FALSE(other_->IsMapped(id));
+}
+
+TEST_F(LinuxWindow, AFlushOfADeadServerReturns) {
+    Open();
+    display_.Server().Send(SIGKILL);
+    display_.Server().WaitExit();
+    FlushScreen();
 }
 
 TEST_F(LinuxWindow, HearsOfItsCreationAndOnceOfItsEnd) {
