@@ -17,6 +17,7 @@
 #include "platform/Window.h"
 #include "support/TemporaryFolder.h"
 #include "windows/Processes.h"
+#include "windows/ScreenPattern.h"
 
 namespace zv {
 namespace {
@@ -184,6 +185,28 @@ TEST_F(Program, TheEndOfTheSessionEndsItInOrder) {
     ASSERT_TRUE(WaitForExit(*first_.process, generousMs));
     EXPECT_EQ(ExitCode(*first_.process), 0U);
     EXPECT_FALSE(std::filesystem::exists(Data() / "running.lock"));
+}
+
+TEST_F(Program, ItsScreenshotKeySavesTheWholeMonitorPixelForPixel) {
+    const std::filesystem::path captures = folder_.Path() / "captures";
+    Setting("captureRoot=" + captures.string());
+    ASSERT_TRUE(StartFirst(u" --background"));
+    const windows::Painting painting;
+    Press(u"17 18 83", FromPath(folder_.Path() / "keys.log"));
+    std::filesystem::path picture;
+    ASSERT_TRUE(Eventually([&] {
+        std::error_code ignored;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(captures, ignored)) {
+            picture = entry.path().extension() == ".png" ? entry.path() : picture;
+        }
+        return !picture.empty();
+    }));
+    EXPECT_THAT(picture.filename().string(), StartsWith("ZV_Screenshot_"));
+    const windows::Picture saved = windows::ReadPng(picture);
+    EXPECT_EQ(saved.width, 1920);
+    EXPECT_EQ(saved.height, 1080);
+    EXPECT_EQ(windows::Differences(saved, {0, 0, 1920, 1080}), 0);
+    EXPECT_EQ(Activity().size(), 1U);
 }
 
 TEST_F(Program, ItsRecordingKeyWorksFromAnotherProgram) {
