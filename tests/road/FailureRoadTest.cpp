@@ -20,6 +20,7 @@ namespace fs = std::filesystem;
 struct FailureRoad : testing::Test {
     void TearDown() override {
         engine.StopAll();
+        EXPECT_LE(OpenFiles(), filesBefore) << "a handle is left";
         EXPECT_TRUE(WaitUntil([&] { return Children().empty(); }, 10)) << "a child is left";
         for (const auto& entry : fs::recursive_directory_iterator(folder.Path())) {
             const std::string name = entry.path().filename().string();
@@ -28,7 +29,7 @@ struct FailureRoad : testing::Test {
             EXPECT_FALSE(name.starts_with("replay-") && entry.is_directory()) << name;
         }
     }
-    CaptureConfig Config() const {
+    CaptureConfig Config() {
         CaptureConfig config;
         config.width = 1920;
         config.height = 1080;
@@ -37,7 +38,12 @@ struct FailureRoad : testing::Test {
         config.gameAudioEnabled = false;
         const auto monitor = ResolveMonitor(u"");
         config.monitorDevice = monitor ? monitor->deviceName : u"";
+        // The look-up of monitors keeps one connection for each thread, so the count begins behind it.
+        filesBefore = OpenFiles();
         return config;
+    }
+    static std::size_t OpenFiles() {
+        return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), {}));
     }
     std::vector<pid_t> Children() const { return ProcessesWith(folder.Path().string() + "/ZVReelsMax"); }
     void UseFfmpegScript(const std::string& body) {
@@ -70,6 +76,7 @@ struct FailureRoad : testing::Test {
     ScopedVariable screen{"DISPLAY", display.Name()};
     ScopedVariable ffmpeg{"ZV_FFMPEG", ""};
     CaptureEngine engine;
+    std::size_t filesBefore = 0;
 };
 
 TEST_F(FailureRoad, AKilledFfmpegIsNoticedAndSaid) {

@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <cstdio>
 #include <set>
+#include <sstream>
 
 #include "support/FrameNumber.h"
 #include "support/Road.h"
@@ -153,6 +155,29 @@ TEST_F(ProgramRoad, ADeadXServerEndsTheProgramInOrder) {
     EXPECT_TRUE(WaitUntil([&] { return run.FfmpegChildren().empty(); }, 10));
     EXPECT_FALSE(fs::exists(run.DataFolder() / "running.lock"));
     EXPECT_TRUE(run.ReplayFolder().empty());
+}
+
+TEST_F(ProgramRoad, TheSpeedCheckDecidesByWhatItMeasuredAndSaysSo) {
+    Spawned desktop = Paint();
+    ProgramRun run({.display = display.Name(), .settings = {{"fps", "120"}}});
+    ASSERT_TRUE(WaitUntil([&] { return !run.Activity().empty(); }, 90));
+    const std::string told = run.Activity().front();
+    std::istringstream lines(ReadAll(run.CacheFolder() / "performance.log"));
+    int measured = -1;
+    for (std::string line; std::getline(lines, line);) {
+        ASSERT_EQ(std::sscanf(line.c_str(), "1920x1080 target=120 measured=%d GPU encode/transport us=", &measured), 1)
+            << line;
+    }
+    std::printf("1080p at 120 FPS on this machine: %d measured, \"%s\"\n", measured, told.c_str());
+    if (measured >= 108) {
+        EXPECT_TRUE(told.starts_with("Replay is buffering"));
+        EXPECT_EQ(run.FfmpegChildren().size(), 1U);
+    } else {
+        EXPECT_EQ(told, "Speed check: " + std::to_string(measured) +
+                            " / 120 FPS. Paused: choose Game friendly (60 FPS) in Settings > Capture.");
+        EXPECT_TRUE(WaitUntil([&] { return run.FfmpegChildren().empty(); }, 10));
+    }
+    EXPECT_EQ(run.End(), 0);
 }
 
 TEST(DisplayChangeRoad, AMonitorThatChangesItsSizeIsCapturedAnew) {
