@@ -31,8 +31,10 @@ public:
         int ends[2];
         EXPECT_EQ(pipe(ends), 0);
         const std::string descriptor = std::to_string(ends[1]);
-        std::vector<const char*> arguments{"Xvfb",         "-displayfd", descriptor.c_str(), "-screen", "0",
-                                           screen.c_str(), "-noreset",   "-nolisten",        "tcp",     nullptr};
+        const std::string display = ":" + std::to_string(number_);
+        std::vector<const char*> arguments{"Xvfb", display.c_str(), "-displayfd", descriptor.c_str(), "-screen",
+                                           "0",    screen.c_str(),  "-noreset",   "-nolisten",        "tcp",
+                                           nullptr};
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", 1, 0);
@@ -50,7 +52,10 @@ public:
         name_ = ":" + name_;
         setenv("DISPLAY", name_.c_str(), 1);
     }
-    ~Server() { Kill(); }
+    ~Server() {
+        Kill();
+        support::ForgetDisplayNumber(number_);
+    }
     void Kill() {
         if (pid_ > 0) {
             kill(pid_, SIGKILL);
@@ -60,6 +65,7 @@ public:
     }
 
 private:
+    int number_ = support::FreshDisplayNumber();
     pid_t pid_ = -1;
     std::string name_;
 };

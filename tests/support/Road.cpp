@@ -204,7 +204,7 @@ PrivateDisplay::PrivateDisplay(const std::string& size, DisplayKind kind) {
     EXPECT_EQ(pipe(ends), 0);
     fcntl(ends[0], F_SETFD, FD_CLOEXEC);
     Arguments command = ServerCommand(kind, size, folder_.Path());
-    for (const std::string& more : {std::string("-displayfd"), std::to_string(ends[1]), std::string("-noreset"),
+    for (const std::string& more : {name_, std::string("-displayfd"), std::to_string(ends[1]), std::string("-noreset"),
                                     std::string("-nolisten"), std::string("tcp")}) {
         command.push_back(more);
     }
@@ -216,11 +216,15 @@ PrivateDisplay::PrivateDisplay(const std::string& size, DisplayKind kind) {
         digits += unit;
     }
     close(ends[0]);
-    EXPECT_FALSE(digits.empty()) << ReadAll(folder_.Path() / "server.log");
-    name_ = ":" + digits;
+    EXPECT_EQ(":" + digits, name_) << ReadAll(folder_.Path() / "server.log");
     if (kind == DisplayKind::Changeable) {
         Change({"--output", "DUMMY0", "--mode", size});
     }
+}
+
+PrivateDisplay::~PrivateDisplay() {
+    server_ = Spawned();
+    ForgetDisplayNumber(number_);
 }
 
 void PrivateDisplay::Change(const Arguments& arguments) const {

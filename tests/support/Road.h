@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "support/DisplayNumber.h"
 #include "support/TemporaryFolder.h"
 
 namespace zv::support {
@@ -57,6 +58,7 @@ enum class DisplayKind { Plain, Changeable };
 class PrivateDisplay {
 public:
     explicit PrivateDisplay(const std::string& size = "1920x1080", DisplayKind kind = DisplayKind::Plain);
+    ~PrivateDisplay();
     /// Runs xrandr on it.
     void Change(const Arguments& arguments) const;
     const std::string& Name() const { return name_; }
@@ -64,7 +66,8 @@ public:
 
 private:
     TemporaryFolder folder_{"zorvel-display"};
-    std::string name_;
+    int number_ = FreshDisplayNumber();
+    std::string name_ = ":" + std::to_string(number_);
     Spawned server_;
 };
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "support/DisplayNumber.h"
 #include "support/PlatformChild.h"
 #include "support/TemporaryFolder.h"
 
@@ -12,7 +13,7 @@ namespace zv::support {
 class XServer {
 public:
     /// Starts one and makes it this process's display. `screen` is "WIDTHxHEIGHTxDEPTH".
-    explicit XServer(const std::string& screen) : XServer(screen, FreshNumber()) {}
+    explicit XServer(const std::string& screen) : XServer(screen, FreshDisplayNumber()) {}
     /// Comes under a number that a killed one had.
     XServer(const std::string& screen, int displayNumber) : number_(displayNumber) {
         const std::filesystem::path log = folder_.Path() / "server.log";
@@ -29,10 +30,7 @@ public:
     }
     ~XServer() {
         Kill();
-        // A killed server leaves them, and the numbers are as many as there are.
-        std::error_code ignored;
-        std::filesystem::remove("/tmp/.X" + name_.substr(1) + "-lock", ignored);
-        std::filesystem::remove("/tmp/.X11-unix/X" + name_.substr(1), ignored);
+        ForgetDisplayNumber(number_);
     }
     XServer(const XServer&) = delete;
     XServer& operator=(const XServer&) = delete;
@@ -46,14 +44,6 @@ public:
     }
 
 private:
-    /// Servers that look for a free number by themselves get in each other's way when one is killed.
-    static int FreshNumber() {
-        static int count = 0;
-        constexpr int first = 1000;
-        constexpr std::uint32_t span = 20000;
-        return first + static_cast<int>(OwnProcessId() % span) + static_cast<int>(span) * (count++ % 2);
-    }
-
     int number_;
     TemporaryFolder folder_;
     Child server_;
