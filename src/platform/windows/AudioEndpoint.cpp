@@ -1,21 +1,14 @@
 // Endpoints over the system's audio session interface: shared mode, polled, no format of our own.
 #include "platform/AudioEndpoint.h"
 
-#include <windows.h>
-
-#include <audioclient.h>
-#include <mmdeviceapi.h>
-
 #include <memory>
+#include <utility>
+
+#include "platform/windows/Native.h"
+#include "platform/windows/SdkAudio.h"
 
 namespace zv {
 namespace {
-
-struct ReleaseInterface {
-    void operator()(IUnknown* held) const noexcept { held->Release(); }
-};
-template <class Interface>
-using Held = std::unique_ptr<Interface, ReleaseInterface>;
 
 struct FreeTaskMemory {
     void operator()(void* memory) const noexcept { CoTaskMemFree(memory); }
@@ -29,13 +22,13 @@ constexpr WORD extensionBytes = 22;
 struct AudioThread {};
 
 struct AudioEnumerator {
-    Held<IMMDeviceEnumerator> devices;
+    Com<IMMDeviceEnumerator> devices;
 };
 
 struct AudioEndpoint {
-    Held<IMMDevice> device;
-    Held<IAudioClient> client;
-    Held<IAudioCaptureClient> capture;
+    Com<IMMDevice> device;
+    Com<IAudioClient> client;
+    Com<IAudioCaptureClient> capture;
     TaskFormat format;  ///< as the endpoint reported it, until the stream is set up
 };
 
@@ -64,33 +57,28 @@ Result EnterAudioThread(Owned<AudioThread>& thread) {
 }
 
 Result MakeAudioEnumerator(AudioThread&, Owned<AudioEnumerator>& enumerator) {
-    void* made = nullptr;
-    const HRESULT result =
-        CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_ALL, __uuidof(IMMDeviceEnumerator), &made);
+    Com<IMMDeviceEnumerator> made;
+    const HRESULT result = CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_ALL,
+                                            __uuidof(IMMDeviceEnumerator), made.OutVoid());
     if (SUCCEEDED(result)) {
-        enumerator.reset(new AudioEnumerator{Held<IMMDeviceEnumerator>(static_cast<IMMDeviceEnumerator*>(made))});
+        enumerator.reset(new AudioEnumerator{std::move(made)});
     }
     return result;
 }
 
 Result FindDefaultEndpoint(AudioEnumerator& enumerator, bool loopback, Owned<AudioEndpoint>& endpoint) {
-    IMMDevice* found = nullptr;
+    Com<IMMDevice> found;
     const EDataFlow flow = loopback ? eRender : eCapture;
-    const HRESULT result = enumerator.devices->GetDefaultAudioEndpoint(flow, eConsole, &found);
+    const HRESULT result = enumerator.devices->GetDefaultAudioEndpoint(flow, eConsole, found.Out());
     if (SUCCEEDED(result)) {
         endpoint.reset(new AudioEndpoint);
-        endpoint->device.reset(found);
+        endpoint->device = std::move(found);
     }
     return result;
 }
 
 Result ActivateEndpoint(AudioEndpoint& endpoint) {
-    void* client = nullptr;
-    const HRESULT result = endpoint.device->Activate(__uuidof(IAudioClient), CLSCTX_ALL, nullptr, &client);
-    if (SUCCEEDED(result)) {
-        endpoint.client.reset(static_cast<IAudioClient*>(client));
-    }
-    return result;
+    return endpoint.device->Activate(__uuidof(IAudioClient), CLSCTX_ALL, nullptr, endpoint.client.OutVoid());
 }
 
 Result ReadMixFormat(AudioEndpoint& endpoint, MixFormat& format) {
@@ -123,12 +111,7 @@ Result InitializeEndpoint(AudioEndpoint& endpoint, bool loopback) {
 }
 
 Result OpenCaptureService(AudioEndpoint& endpoint) {
-    void* capture = nullptr;
-    const HRESULT result = endpoint.client->GetService(__uuidof(IAudioCaptureClient), &capture);
-    if (SUCCEEDED(result)) {
-        endpoint.capture.reset(static_cast<IAudioCaptureClient*>(capture));
-    }
-    return result;
+    return endpoint.client->GetService(__uuidof(IAudioCaptureClient), endpoint.capture.OutVoid());
 }
 
 Result StartEndpoint(AudioEndpoint& endpoint) { return endpoint.client->Start(); }

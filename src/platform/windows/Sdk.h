@@ -8,6 +8,7 @@
 #include <dxgi1_6.h>
 #include <gdiplus.h>
 #include <knownfolders.h>
+#include <mmsystem.h>
 #include <shlobj.h>
 
 #ifndef CREATE_WAITABLE_TIMER_HIGH_RESOLUTION

@@ -1,11 +1,9 @@
 // The wave input functions, polled: no callback, the done flag of each header is looked at.
 #include "platform/WaveInput.h"
 
-#include <windows.h>
-
-#include <mmsystem.h>
-
 #include <array>
+
+#include "platform/windows/Native.h"
 
 namespace zv {
 
@@ -32,9 +30,6 @@ namespace {
 int CodeOfCall(MMRESULT result) { return static_cast<int>(result); }
 
 WAVEHDR& HeaderAt(WaveInput& input, int index) { return input.headers[static_cast<std::size_t>(index)]; }
-
-/// char16_t and wchar_t are both 16 bits wide here.
-Text TextOf(const WCHAR* name) { return Text(reinterpret_cast<const char16_t*>(name)); }
 
 void AppendInputs(std::vector<AudioDeviceName>& names) {
     const UINT count = waveInGetNumDevs();
