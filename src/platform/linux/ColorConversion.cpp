@@ -11,9 +11,9 @@ constexpr std::size_t green = 1;
 constexpr std::size_t red = 2;
 
 std::uint8_t LumaOf(const std::uint8_t* pixel) {
-    const std::int32_t sum = matrix::lumaRed * pixel[red] + matrix::lumaGreen * pixel[green] +
+    const std::int32_t sum = matrix::lumaRed * pixel[red] + 2 * matrix::lumaGreenHalf * pixel[green] +
                              matrix::lumaBlue * pixel[blue] + matrix::lumaBias;
-    return static_cast<std::uint8_t>(sum >> matrix::lumaShift);
+    return static_cast<std::uint8_t>(sum >> matrix::shift);
 }
 
 std::int32_t SumOfFour(const std::uint8_t* top, const std::uint8_t* bottom, std::size_t channel) {
@@ -32,8 +32,8 @@ void ConvertRows(const std::uint8_t* top, const std::uint8_t* bottom, std::size_
         const std::int32_t b = SumOfFour(top + 4 * x, bottom + 4 * x, blue);
         const std::int32_t cb = matrix::cbRed * r + matrix::cbGreen * g + matrix::cbBlue * b + matrix::chromaBias;
         const std::int32_t cr = matrix::crRed * r + matrix::crGreen * g + matrix::crBlue * b + matrix::chromaBias;
-        chroma[x] = static_cast<std::uint8_t>(cb >> matrix::chromaShift);
-        chroma[x + 1] = static_cast<std::uint8_t>(cr >> matrix::chromaShift);
+        chroma[x] = static_cast<std::uint8_t>(cb >> matrix::shift);
+        chroma[x + 1] = static_cast<std::uint8_t>(cr >> matrix::shift);
     }
 }
 
@@ -69,8 +69,12 @@ const ConversionKernels& PlainKernels() {
 }
 
 const ConversionKernels& BestKernels() {
-    const ConversionKernels* fast = Avx2Kernels();
-    return fast != nullptr ? *fast : PlainKernels();
+    for (const ConversionKernels* fast : {Avx512Kernels(), Avx2Kernels()}) {
+        if (fast != nullptr) {
+            return *fast;
+        }
+    }
+    return PlainKernels();
 }
 
 }  // namespace zv

@@ -1,7 +1,7 @@
 // The arithmetic between the desktop's pixels and the encoder's: BGRA to NV12 and bilinear resampling, row by row.
 //
-// Full-range RGB becomes BT.709 in limited range with coefficients of 15 bits; a chroma sample is the mean of the four
-// pixels that it covers. Every set of kernels gives the same bytes.
+// Full-range RGB becomes BT.709 in limited range to half a code value; a chroma sample is the mean of the four pixels
+// that it covers. Every set of kernels gives the same bytes.
 #pragma once
 
 #include <cstddef>
@@ -36,6 +36,9 @@ const ConversionKernels& PlainKernels();
 
 /// Null where the processor has no AVX2.
 const ConversionKernels* Avx2Kernels();
+
+/// Null where the processor has no AVX-512 with multiply-and-add of 16-bit pairs.
+const ConversionKernels* Avx512Kernels();
 
 /// The fastest that the processor has.
 const ConversionKernels& BestKernels();

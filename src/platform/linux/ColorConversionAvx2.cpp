@@ -1,5 +1,5 @@
-// The kernels with AVX2: 32 pixels, 16 values and 8 pixels at a time; what is left of a row goes to the plain ones.
-// The multiplications are the same, so the bytes are.
+// The kernels with AVX2: 32 columns of two rows, 16 values and 8 pixels at a time; what is left of a row goes to the
+// plain ones. The multiplications are the same, so the bytes are.
 #include "platform/linux/ColorConversion.h"
 #include "platform/linux/ColorMatrix.h"
 
@@ -16,6 +16,7 @@ namespace {
 
 ZV_AVX2 inline __m256i Load(const void* place) { return _mm256_loadu_si256(static_cast<const __m256i*>(place)); }
 ZV_AVX2 inline void Store(void* place, __m256i value) { _mm256_storeu_si256(static_cast<__m256i*>(place), value); }
+ZV_AVX2 inline void StoreHalf(void* place, __m128i value) { _mm_storeu_si128(static_cast<__m128i*>(place), value); }
 ZV_AVX2 inline __m128i LoadHalf(const void* place) { return _mm_loadu_si128(static_cast<const __m128i*>(place)); }
 
 /// Two coefficients as a pair of 16-bit values, the first one in the low half.
@@ -24,46 +25,73 @@ ZV_AVX2 inline __m256i Pair(std::int32_t low, std::int32_t high) {
                                                        (static_cast<std::uint32_t>(low) & 0xFFFFU)));
 }
 
-/// Blue and red of 8 pixels as 16-bit pairs; green and alpha likewise.
-ZV_AVX2 inline __m256i BlueRed(__m256i pixels) { return _mm256_and_si256(pixels, _mm256_set1_epi16(0xFF)); }
-ZV_AVX2 inline __m256i GreenAlpha(__m256i pixels) { return _mm256_srli_epi16(pixels, 8); }
+/// Of eight pixels: blue and red as 16-bit pairs, and green twice.
+struct Channels {
+    __m256i blueRed;
+    __m256i green;
+};
 
-/// The order in which two rounds of packing leave groups of four bytes, undone.
-ZV_AVX2 inline __m256i Unshuffle(__m256i packed) {
-    return _mm256_permutevar8x32_epi32(packed, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+ZV_AVX2 inline Channels Split(__m256i pixels) {
+    const __m256i twiceGreen =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(1, -1, 1, -1, 5, -1, 5, -1, 9, -1, 9, -1, 13, -1, 13, -1));
+    return {_mm256_and_si256(pixels, _mm256_set1_epi16(0xFF)), _mm256_shuffle_epi8(pixels, twiceGreen)};
 }
 
-ZV_AVX2 inline __m256i Luma8(__m256i pixels) {
-    const __m256i sum = _mm256_add_epi32(_mm256_madd_epi16(BlueRed(pixels), Pair(matrix::lumaBlue, matrix::lumaRed)),
-                                         _mm256_madd_epi16(GreenAlpha(pixels), Pair(matrix::lumaGreen, 0)));
-    return _mm256_srli_epi32(_mm256_add_epi32(sum, _mm256_set1_epi32(matrix::lumaBias)), matrix::lumaShift);
+ZV_AVX2 inline Channels Sum(const Channels& a, const Channels& b) {
+    return {_mm256_add_epi16(a.blueRed, b.blueRed), _mm256_add_epi16(a.green, b.green)};
 }
 
-ZV_AVX2 inline void Luma32(const __m256i (&pixels)[4], std::uint8_t* luma) {
-    const __m256i low = _mm256_packs_epi32(Luma8(pixels[0]), Luma8(pixels[1]));
-    const __m256i high = _mm256_packs_epi32(Luma8(pixels[2]), Luma8(pixels[3]));
-    Store(luma, Unshuffle(_mm256_packus_epi16(low, high)));
+/// The pixels of even and of odd columns among sixteen; eight and eight halves of them in each lane.
+struct Columns {
+    Channels even;
+    Channels odd;
+};
+
+ZV_AVX2 inline Columns LoadColumns(const std::uint8_t* pixels) {
+    const __m256 first = _mm256_castsi256_ps(Load(pixels));
+    const __m256 second = _mm256_castsi256_ps(Load(pixels + 32));
+    return {Split(_mm256_castps_si256(_mm256_shuffle_ps(first, second, _MM_SHUFFLE(2, 0, 2, 0)))),
+            Split(_mm256_castps_si256(_mm256_shuffle_ps(first, second, _MM_SHUFFLE(3, 1, 3, 1))))};
 }
 
-/// Eight chroma samples as 16-bit pairs of Cb and Cr, from the sums of their four pixels.
-ZV_AVX2 inline __m256i Chroma8(__m256i blueRed, __m256i greenAlpha) {
-    const __m256i bias = _mm256_set1_epi32(matrix::chromaBias);
-    const __m256i cb = _mm256_add_epi32(_mm256_madd_epi16(blueRed, Pair(matrix::cbBlue, matrix::cbRed)),
-                                        _mm256_madd_epi16(greenAlpha, Pair(matrix::cbGreen, 0)));
-    const __m256i cr = _mm256_add_epi32(_mm256_madd_epi16(blueRed, Pair(matrix::crBlue, matrix::crRed)),
-                                        _mm256_madd_epi16(greenAlpha, Pair(matrix::crGreen, 0)));
-    const __m256i low = _mm256_srli_epi32(_mm256_add_epi32(cb, bias), matrix::chromaShift);
-    const __m256i high = _mm256_srli_epi32(_mm256_add_epi32(cr, bias), matrix::chromaShift);
-    return _mm256_or_si256(low, _mm256_slli_epi32(high, 16));
+ZV_AVX2 inline __m256i Weigh(const Channels& channels, __m256i blueRed, __m256i green, std::int32_t bias) {
+    const __m256i sum =
+        _mm256_add_epi32(_mm256_madd_epi16(channels.blueRed, blueRed), _mm256_madd_epi16(channels.green, green));
+    return _mm256_add_epi32(sum, _mm256_set1_epi32(bias));
 }
 
-/// Samples of two times eight pixels in two rows. A sum of four bytes leaves the 16-bit halves apart.
-ZV_AVX2 inline __m256i ChromaOf(__m256i top0, __m256i top1, __m256i bottom0, __m256i bottom1) {
-    const __m256i blueRed = _mm256_hadd_epi32(_mm256_add_epi16(BlueRed(top0), BlueRed(bottom0)),
-                                              _mm256_add_epi16(BlueRed(top1), BlueRed(bottom1)));
-    const __m256i greenAlpha = _mm256_hadd_epi32(_mm256_add_epi16(GreenAlpha(top0), GreenAlpha(bottom0)),
-                                                 _mm256_add_epi16(GreenAlpha(top1), GreenAlpha(bottom1)));
-    return Chroma8(blueRed, greenAlpha);
+/// The upper halves of both, in turns.
+ZV_AVX2 inline __m256i Interleave(__m256i first, __m256i second) {
+    return _mm256_blend_epi16(_mm256_srli_epi32(first, matrix::shift), second, 0xAA);
+}
+
+ZV_AVX2 inline __m256i Luma8(const Channels& channels) {
+    return Weigh(channels, Pair(matrix::lumaBlue, matrix::lumaRed), Pair(matrix::lumaGreenHalf, matrix::lumaGreenHalf),
+                 matrix::lumaBias);
+}
+
+ZV_AVX2 inline __m256i Luma16(const Columns& columns) { return Interleave(Luma8(columns.even), Luma8(columns.odd)); }
+
+/// Eight samples, Cb and Cr in turns, from the sums of their four pixels.
+ZV_AVX2 inline __m256i Chroma8(const Channels& sums) {
+    return Interleave(Weigh(sums, Pair(matrix::cbBlue, matrix::cbRed), Pair(matrix::cbGreen, 0), matrix::chromaBias),
+                      Weigh(sums, Pair(matrix::crBlue, matrix::crRed), Pair(matrix::crGreen, 0), matrix::chromaBias));
+}
+
+/// Packs to bytes and undoes the order in which the lanes of LoadColumns and of the packing leave groups of four.
+ZV_AVX2 inline __m256i PackInOrder(__m256i first, __m256i second) {
+    return _mm256_permutevar8x32_epi32(_mm256_packus_epi16(first, second), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+
+/// Writes the luma of 16 columns of two rows and answers their chroma.
+ZV_AVX2 inline __m256i Convert16(const std::uint8_t* top, const std::uint8_t* bottom, std::uint8_t* lumaTop,
+                                 std::uint8_t* lumaBottom) {
+    const Columns upper = LoadColumns(top);
+    const Columns lower = LoadColumns(bottom);
+    const __m256i luma = PackInOrder(Luma16(upper), Luma16(lower));
+    StoreHalf(lumaTop, _mm256_castsi256_si128(luma));
+    StoreHalf(lumaBottom, _mm256_extracti128_si256(luma, 1));
+    return Chroma8(Sum(Sum(upper.even, upper.odd), Sum(lower.even, lower.odd)));
 }
 
 ZV_AVX2 void ConvertRows(const std::uint8_t* top, const std::uint8_t* bottom, std::size_t pixels, std::uint8_t* lumaTop,
@@ -72,13 +100,9 @@ ZV_AVX2 void ConvertRows(const std::uint8_t* top, const std::uint8_t* bottom, st
     for (; x + 32 <= pixels; x += 32) {
         const std::uint8_t* a = top + 4 * x;
         const std::uint8_t* b = bottom + 4 * x;
-        const __m256i upper[4] = {Load(a), Load(a + 32), Load(a + 64), Load(a + 96)};
-        const __m256i lower[4] = {Load(b), Load(b + 32), Load(b + 64), Load(b + 96)};
-        Luma32(upper, lumaTop + x);
-        Luma32(lower, lumaBottom + x);
-        const __m256i low = ChromaOf(upper[0], upper[1], lower[0], lower[1]);
-        const __m256i high = ChromaOf(upper[2], upper[3], lower[2], lower[3]);
-        Store(chroma + x, Unshuffle(_mm256_packus_epi16(low, high)));
+        const __m256i left = Convert16(a, b, lumaTop + x, lumaBottom + x);
+        const __m256i right = Convert16(a + 64, b + 64, lumaTop + x + 16, lumaBottom + x + 16);
+        Store(chroma + x, PackInOrder(left, right));
     }
     PlainKernels().convertRows(top + 4 * x, bottom + 4 * x, pixels - x, lumaTop + x, lumaBottom + x, chroma + x);
 }

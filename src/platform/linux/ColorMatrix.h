@@ -1,24 +1,26 @@
-// BT.709 in limited range with 15 bits of fraction, from 0.2126, 0.7152 and 0.0722 times 219/255 for luma and
-// times 224/255 over 1.8556 and 1.5748 for chroma. The chroma rows sum to zero, so that greys stay grey.
+// BT.709 in limited range as integers: 0.2126, 0.7152 and 0.0722 times 219/255 for luma with 16 bits of fraction, and
+// times 224/255 over 1.8556 and 1.5748 for chroma with 14 bits, since a chroma sample starts from the sum of four
+// pixels. Both results lie in the upper half of a 32-bit sum. The chroma rows sum to zero, so that greys stay grey.
 #pragma once
 
 #include <cstdint>
 
 namespace zv::matrix {
 
-inline constexpr std::int32_t lumaRed = 5983;
-inline constexpr std::int32_t lumaGreen = 20127;
-inline constexpr std::int32_t lumaBlue = 2032;
-inline constexpr std::int32_t lumaShift = 15;
-inline constexpr std::int32_t lumaBias = (16 << lumaShift) + (1 << (lumaShift - 1));
+inline constexpr int shift = 16;
 
-inline constexpr std::int32_t cbRed = -3298;
-inline constexpr std::int32_t cbGreen = -11094;
-inline constexpr std::int32_t cbBlue = 14392;
-inline constexpr std::int32_t crRed = 14392;
-inline constexpr std::int32_t crGreen = -13072;
-inline constexpr std::int32_t crBlue = -1320;
-inline constexpr std::int32_t chromaShift = 17;  ///< of the sum of four pixels
-inline constexpr std::int32_t chromaBias = (128 << chromaShift) + (1 << (chromaShift - 1));
+inline constexpr std::int32_t lumaRed = 11966;
+inline constexpr std::int32_t lumaGreenHalf =
+    20127;  ///< counts twice: the whole is too large for a signed 16-bit value
+inline constexpr std::int32_t lumaBlue = 4064;
+inline constexpr std::int32_t lumaBias = (16 << shift) + (1 << (shift - 1));
+
+inline constexpr std::int32_t cbRed = -1649;
+inline constexpr std::int32_t cbGreen = -5547;
+inline constexpr std::int32_t cbBlue = 7196;
+inline constexpr std::int32_t crRed = 7196;
+inline constexpr std::int32_t crGreen = -6536;
+inline constexpr std::int32_t crBlue = -660;
+inline constexpr std::int32_t chromaBias = (128 << shift) + (1 << (shift - 1));
 
 }  // namespace zv::matrix

@@ -1,7 +1,8 @@
 // What stands in for the fixed-function video processor: proportional or not as the rectangles say, bilinear, BT.709.
 //
-// Only what changed in the source since the last run is converted again, widened by the reach of the filter and to the
-// chroma grid; what was written is the target's damage. The first run also paints the bars, which no later run touches.
+// Only what changed in the source since the last run is converted again, widened to the pixels that the filter brings
+// it to and to the chroma grid; what was written is the target's damage. The first run also paints the bars, which no
+// later run touches.
 #include "platform/linux/VideoScaler.h"
 
 #include <errno.h>
@@ -9,13 +10,15 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <functional>
 
 namespace zv {
 namespace {
 
 constexpr std::uint32_t fullRangeRgb = 0;
 constexpr std::uint32_t limitedBt709 = 20;
-constexpr std::int32_t reach = 2;  ///< pixels of the destination beyond what the arithmetic of edges gives
+constexpr std::uint8_t blackLuma = 16;
+constexpr std::uint8_t blackChroma = 128;
 
 std::int32_t WidthOf(const Rectangle& rectangle) { return rectangle.right - rectangle.left; }
 std::int32_t HeightOf(const Rectangle& rectangle) { return rectangle.bottom - rectangle.top; }
@@ -28,26 +31,32 @@ Rectangle SizeOnly(std::uint32_t width, std::uint32_t height) {
     return {0, 0, static_cast<std::int32_t>(width), static_cast<std::int32_t>(height)};
 }
 
+std::uint8_t CodeOfLevel(float level) {
+    return static_cast<std::uint8_t>(std::clamp(std::lround(level * 256.0F), 0L, 255L));
+}
+
+/// The bars are made of black pixels, so no other background can be had.
+bool HasBlackBackground(const ScalerState& state) {
+    return CodeOfLevel(state.backgroundY) == blackLuma && CodeOfLevel(state.backgroundCb) == blackChroma &&
+           CodeOfLevel(state.backgroundCr) == blackChroma;
+}
+
 bool Usable(const ScalerFormat& format, const ScalerState& state) {
     const Rectangle source = SizeOnly(format.sourceWidth, format.sourceHeight);
     const Rectangle frame = SizeOnly(format.outputWidth, format.outputHeight);
     return Intersection(state.source, source) == state.source && !HoldsNothing(state.source) &&
            Intersection(state.destination, frame) == state.destination && !HoldsNothing(state.destination) &&
-           state.target == frame && state.streamColorSpace == fullRangeRgb && state.outputColorSpace == limitedBt709;
+           state.target == frame && state.streamColorSpace == fullRangeRgb && state.outputColorSpace == limitedBt709 &&
+           HasBlackBackground(state);
 }
 
-/// Where the centre of a destination pixel lies in the source: the pixel before it and the way to the next.
-struct Place {
-    std::int32_t index = 0;
-    std::int16_t weight = 0;  ///< 32768ths
-};
-
-Place PlaceOf(std::int32_t position, std::int32_t destinationSize, std::int32_t sourceSize) {
+/// Where the centre of a destination pixel lies in the source.
+RowTap PlaceOf(std::int32_t position, std::int32_t destinationSize, std::int32_t sourceSize) {
     const double center = (position + 0.5) * sourceSize / destinationSize - 0.5;
     const double inside = std::clamp(center, 0.0, sourceSize - 1.0);
     const double index = std::floor(inside);
     const auto weight = static_cast<std::int32_t>(std::lround((inside - index) * 32768.0));
-    return {static_cast<std::int32_t>(index), static_cast<std::int16_t>(std::min(weight, 32767))};
+    return {static_cast<std::uint32_t>(index), static_cast<std::int16_t>(std::min(weight, 32767))};
 }
 
 void PrepareResampling(VideoScaler& scaler) {
@@ -56,9 +65,13 @@ void PrepareResampling(VideoScaler& scaler) {
     scaler.columns.index.resize(width);
     scaler.columns.weight.resize(4 * width);
     for (std::size_t x = 0; x < width; ++x) {
-        const Place place = PlaceOf(static_cast<std::int32_t>(x), WidthOf(state.destination), WidthOf(state.source));
-        scaler.columns.index[x] = static_cast<std::uint32_t>(place.index);
+        const RowTap place = PlaceOf(static_cast<std::int32_t>(x), WidthOf(state.destination), WidthOf(state.source));
+        scaler.columns.index[x] = place.index;
         std::fill_n(scaler.columns.weight.begin() + static_cast<std::ptrdiff_t>(4 * x), 4, place.weight);
+    }
+    scaler.rows.clear();
+    for (std::int32_t y = 0; y < HeightOf(state.destination); ++y) {
+        scaler.rows.push_back(PlaceOf(y, HeightOf(state.destination), HeightOf(state.source)));
     }
     // One pixel more on the right: the neighbour of the last one.
     scaler.blended.assign(4 * (static_cast<std::size_t>(WidthOf(state.source)) + 1), 0);
@@ -68,19 +81,9 @@ void PrepareResampling(VideoScaler& scaler) {
     scaler.black.assign(4 * std::size_t{scaler.format.outputWidth}, 0);
 }
 
-std::uint8_t CodeOfLevel(float level) {
-    return static_cast<std::uint8_t>(std::clamp(std::lround(level * 256.0F), 0L, 255L));
-}
-
-void FillBackground(const ScalerState& state, Surface& target) {
-    std::memset(target.pixels, CodeOfLevel(state.backgroundY), target.stride * target.height);
-    const std::uint8_t cb = CodeOfLevel(state.backgroundCb);
-    const std::uint8_t cr = CodeOfLevel(state.backgroundCr);
-    const std::size_t size = target.stride * target.height / 2;
-    for (std::size_t at = 0; at < size; at += 2) {
-        target.chroma[at] = cb;
-        target.chroma[at + 1] = cr;
-    }
+void FillBackground(Surface& target) {
+    std::memset(target.pixels, blackLuma, target.stride * target.height);
+    std::memset(target.chroma, blackChroma, target.stride * target.height / 2);
 }
 
 struct FrameRows {
@@ -120,37 +123,19 @@ const std::uint8_t* ResampledRow(VideoScaler& scaler, const Surface& source, con
     if (y < state.destination.top || y >= state.destination.bottom) {
         return scaler.black.data();
     }
-    const std::int32_t height = HeightOf(state.source);
-    const Place place = PlaceOf(y - state.destination.top, HeightOf(state.destination), height);
+    const RowTap& tap = scaler.rows[static_cast<std::size_t>(y - state.destination.top)];
+    const auto upper = static_cast<std::int32_t>(tap.index);
+    const std::int32_t lower = std::min(upper + 1, HeightOf(state.source) - 1);
     const auto first = static_cast<std::size_t>(part.left - state.destination.left);
     const auto last = static_cast<std::size_t>(part.right - state.destination.left);
     const std::size_t from = scaler.columns.index[first];
     const std::size_t to = std::min<std::size_t>(std::size_t{scaler.columns.index[last - 1]} + 2,
                                                  static_cast<std::size_t>(WidthOf(state.source)));
-    scaler.kernels->blendRows(SourceRow(scaler, source, place.index) + 4 * from,
-                              SourceRow(scaler, source, std::min(place.index + 1, height - 1)) + 4 * from, place.weight,
-                              to - from, scaler.blended.data() + 4 * from);
+    scaler.kernels->blendRows(SourceRow(scaler, source, upper) + 4 * from, SourceRow(scaler, source, lower) + 4 * from,
+                              tap.weight, to - from, scaler.blended.data() + 4 * from);
     scaler.kernels->resampleRow(scaler.blended.data(), scaler.columns, first, last,
                                 line.data() + 4 * static_cast<std::size_t>(state.destination.left));
     return line.data();
-}
-
-/// A bar that starts inside a chroma sample: its luma is the background's all the same.
-void MendBars(const ScalerState& state, Surface& target, const Rectangle& part) {
-    const std::uint8_t level = CodeOfLevel(state.backgroundY);
-    for (std::int32_t y = part.top; y < part.bottom; ++y) {
-        std::uint8_t* row = target.pixels + static_cast<std::size_t>(y) * target.stride;
-        if (y < state.destination.top || y >= state.destination.bottom) {
-            std::fill(row + part.left, row + part.right, level);
-            continue;
-        }
-        if (part.left < state.destination.left) {
-            row[part.left] = level;
-        }
-        if (part.right > state.destination.right) {
-            row[part.right - 1] = level;
-        }
-    }
 }
 
 /// `part` in the frame, on the chroma grid.
@@ -164,15 +149,22 @@ void Resample(VideoScaler& scaler, const Surface& source, Surface& target, const
         scaler.kernels->convertRows(top, bottom, static_cast<std::size_t>(WidthOf(part)), rows.lumaTop, rows.lumaBottom,
                                     rows.chroma);
     }
-    MendBars(scaler.state, target, part);
 }
 
-/// First and last pixel of the destination that a stretch of the source reaches.
-std::int32_t ScaledDown(std::int32_t position, std::int32_t destinationSize, std::int32_t sourceSize) {
-    return static_cast<std::int32_t>(std::floor((position - 1.0) * destinationSize / sourceSize)) - reach;
-}
-std::int32_t ScaledUp(std::int32_t position, std::int32_t destinationSize, std::int32_t sourceSize) {
-    return static_cast<std::int32_t>(std::ceil((position + 1.0) * destinationSize / sourceSize)) + reach;
+struct Stretch {
+    std::int32_t first = 0;
+    std::int32_t last = 0;  ///< the one after it
+};
+
+/// The pixels of the destination that look at the source from `first` to before `last`: at one of them, or at the
+/// pixel before them with the first one as its neighbour.
+template <class Taps, class Projection>
+Stretch Reached(const Taps& taps, Projection indexOf, std::int32_t first, std::int32_t last) {
+    const auto firstAt = [&](std::int32_t source) {
+        const auto index = static_cast<std::uint32_t>(std::max(source, 0));
+        return static_cast<std::int32_t>(std::ranges::lower_bound(taps, index, {}, indexOf) - taps.begin());
+    };
+    return {firstAt(first - 1), firstAt(last)};
 }
 
 /// The part of the frame that has to be written again when `part` of the source changed.
@@ -188,11 +180,9 @@ Rectangle AffectedPart(const VideoScaler& scaler, const Rectangle& part) {
     if (scaler.direct) {
         return OnChromaGrid({moved.left + to.left, moved.top + to.top, moved.right + to.left, moved.bottom + to.top});
     }
-    const Rectangle scaled{to.left + ScaledDown(moved.left, WidthOf(to), WidthOf(from)),
-                           to.top + ScaledDown(moved.top, HeightOf(to), HeightOf(from)),
-                           to.left + ScaledUp(moved.right, WidthOf(to), WidthOf(from)),
-                           to.top + ScaledUp(moved.bottom, HeightOf(to), HeightOf(from))};
-    return OnChromaGrid(Intersection(scaled, to));
+    const Stretch across = Reached(scaler.columns.index, std::identity{}, moved.left, moved.right);
+    const Stretch down = Reached(scaler.rows, &RowTap::index, moved.top, moved.bottom);
+    return OnChromaGrid({to.left + across.first, to.top + down.first, to.left + across.last, to.top + down.last});
 }
 
 void ConvertPart(VideoScaler& scaler, const Surface& source, Surface& target, const Rectangle& part) {
@@ -276,7 +266,7 @@ Result RunScaler(VideoScaler& scaler, ScalerViews& views, std::uint32_t) {
     Surface& source = *views.source;
     Surface& target = *views.target;
     if (scaler.whole) {
-        FillBackground(scaler.state, target);
+        FillBackground(target);
         target.changed.Add(scaler.state.target);
         ConvertPart(scaler, source, target, OnChromaGrid(scaler.state.destination));
         scaler.whole = false;

@@ -12,6 +12,12 @@ namespace zv {
 
 struct VideoProcessing {};
 
+/// Where a row of the destination comes from: the row at `index`, blended with the one below.
+struct RowTap {
+    std::uint32_t index = 0;
+    std::int16_t weight = 0;  ///< of the one below, 32768ths
+};
+
 struct VideoScaler {
     ScalerFormat format;
     ScalerState state;
@@ -20,8 +26,9 @@ struct VideoScaler {
     bool whole = true;    ///< nothing of the target is right yet
     bool direct = false;  ///< source and destination have one size and lie on the chroma grid
 
-    // For the resampling only; columns and rows count from the destination's corner rounded down to even numbers.
+    // For the resampling only; columns and rows count from the destination's corner.
     ColumnTaps columns;
+    std::vector<RowTap> rows;
     std::vector<std::int16_t> blended;   ///< one row of the source
     std::vector<std::uint8_t> lines[2];  ///< two rows of the frame, black outside the destination
     std::vector<std::uint8_t> black;
