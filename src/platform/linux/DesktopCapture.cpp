@@ -218,17 +218,8 @@ bool TakeEvents(DesktopDuplication& duplication) {
 Result CheckMonitor(DesktopDuplication& duplication) {
     duplication.displayChanged = false;
     const OutputRecord& before = duplication.output;
-    // The screen's record of the set-up keeps its first size, so a root window as the only monitor is asked itself.
     const Server& server = *duplication.server;
-    xcb_screen_t screen = *server.screen;
-    const x11::Reply<xcb_get_geometry_reply_t> root(
-        xcb_get_geometry_reply(server.Get(), xcb_get_geometry(server.Get(), screen.root), nullptr));
-    if (root == nullptr) {
-        return lostServer;
-    }
-    screen.width_in_pixels = root->width;
-    screen.height_in_pixels = root->height;
-    for (const x11::ScreenMonitor& monitor : x11::QueryMonitors(server.Get(), screen)) {
+    for (const x11::ScreenMonitor& monitor : x11::QueryMonitors(server.Get(), server.screen->root)) {
         const OutputRecord& now = monitor.output;
         if (now.deviceName != before.deviceName) {
             continue;
@@ -376,7 +367,7 @@ OutputLookup LookUpOutput(GraphicsFactory& factory, std::uint32_t adapterIndex, 
     if (adapterIndex > 0) {
         return OutputLookup::NoAdapter;
     }
-    const auto monitors = x11::QueryMonitors(factory.server->Get(), *factory.server->screen);
+    const auto monitors = x11::QueryMonitors(factory.server->Get(), factory.server->screen->root);
     if (outputIndex >= monitors.size()) {
         return OutputLookup::NoOutput;
     }

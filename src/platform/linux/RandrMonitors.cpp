@@ -13,6 +13,8 @@
 namespace zv::x11 {
 namespace {
 
+constexpr std::uint32_t upright = 1;
+
 bool HasMonitors(xcb_connection_t* connection) {
     const xcb_query_extension_reply_t* extension = xcb_get_extension_data(connection, &xcb_randr_id);
     if (extension == nullptr || extension->present == 0) {
@@ -33,28 +35,34 @@ Text AtomName(xcb_connection_t* connection, xcb_atom_t atom) {
     return FromBytes(std::string_view(xcb_get_atom_name_name(reply.get()), length));
 }
 
-/// 1 identity, 2 to 4 turned by 90, 180 and 270 degrees; 0 for an output without a CRTC.
-std::uint32_t RotationOf(xcb_connection_t* connection, xcb_randr_output_t output) {
-    const Reply<xcb_randr_get_output_info_reply_t> info(xcb_randr_get_output_info_reply(
-        connection, xcb_randr_get_output_info(connection, output, XCB_CURRENT_TIME), nullptr));
-    if (info == nullptr || info->crtc == XCB_NONE) {
-        return 0;
-    }
-    const Reply<xcb_randr_get_crtc_info_reply_t> crtc(xcb_randr_get_crtc_info_reply(
-        connection, xcb_randr_get_crtc_info(connection, info->crtc, XCB_CURRENT_TIME), nullptr));
-    if (crtc == nullptr) {
-        return 0;
-    }
-    switch (crtc->rotation & 0xFU) {
+/// RandR turns counter-clockwise, the record clockwise.
+std::uint32_t RotationOf(std::uint16_t rotation) {
+    switch (rotation & 0xFU) {
         case XCB_RANDR_ROTATION_ROTATE_90:
-            return 2;
+            return 4;
         case XCB_RANDR_ROTATION_ROTATE_180:
             return 3;
         case XCB_RANDR_ROTATION_ROTATE_270:
-            return 4;
+            return 2;
         default:
-            return 1;
+            return upright;
     }
+}
+
+/// How the picture of a monitor is turned: as that of its first output. One without an output of its own is not.
+std::uint32_t ReadRotation(xcb_connection_t* connection, const xcb_randr_monitor_info_t& monitor) {
+    if (xcb_randr_monitor_info_outputs_length(&monitor) < 1) {
+        return upright;
+    }
+    const xcb_randr_output_t output = *xcb_randr_monitor_info_outputs(&monitor);
+    const Reply<xcb_randr_get_output_info_reply_t> info(xcb_randr_get_output_info_reply(
+        connection, xcb_randr_get_output_info(connection, output, XCB_CURRENT_TIME), nullptr));
+    if (info == nullptr || info->crtc == XCB_NONE) {
+        return upright;
+    }
+    const Reply<xcb_randr_get_crtc_info_reply_t> crtc(xcb_randr_get_crtc_info_reply(
+        connection, xcb_randr_get_crtc_info(connection, info->crtc, XCB_CURRENT_TIME), nullptr));
+    return crtc == nullptr ? upright : RotationOf(crtc->rotation);
 }
 
 ScreenMonitor Describe(xcb_connection_t* connection, const xcb_randr_monitor_info_t& info) {
@@ -67,45 +75,51 @@ ScreenMonitor Describe(xcb_connection_t* connection, const xcb_randr_monitor_inf
     monitor.output.described = !monitor.output.deviceName.empty();
     monitor.output.attached = true;
     monitor.primary = info.primary != 0;
-    // The iteration's record is followed by the monitor's outputs; the first one tells the rotation.
-    if (xcb_randr_monitor_info_outputs_length(&info) > 0) {
-        monitor.output.rotation = RotationOf(connection, *xcb_randr_monitor_info_outputs(&info));
-    }
+    monitor.output.rotation = ReadRotation(connection, info);
     return monitor;
 }
 
-ScreenMonitor WholeScreen(const xcb_screen_t& screen) {
+std::vector<ScreenMonitor> ReadRandr(xcb_connection_t* connection, xcb_window_t root) {
+    std::vector<ScreenMonitor> monitors;
+    const Reply<xcb_randr_get_monitors_reply_t> reply(
+        xcb_randr_get_monitors_reply(connection, xcb_randr_get_monitors(connection, root, 1), nullptr));
+    if (reply == nullptr) {
+        return monitors;
+    }
+    for (auto each = xcb_randr_get_monitors_monitors_iterator(reply.get()); each.rem > 0;
+         xcb_randr_monitor_info_next(&each)) {
+        monitors.push_back(Describe(connection, *each.data));
+    }
+    return monitors;
+}
+
+/// The root window as one monitor, as large as it is now, under the name that servers without real outputs give theirs.
+std::vector<ScreenMonitor> ReadRoot(xcb_connection_t* connection, xcb_window_t root) {
+    const Reply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(connection, xcb_get_geometry(connection, root), nullptr));
+    if (geometry == nullptr) {
+        return {};
+    }
     ScreenMonitor monitor;
-    monitor.output.deviceName = u"screen";
-    monitor.output.right = screen.width_in_pixels;
-    monitor.output.bottom = screen.height_in_pixels;
-    monitor.output.rotation = 1;
-    monitor.output.described = true;
-    monitor.output.attached = true;
-    return monitor;
+    monitor.output = {u"screen", 0, 0, geometry->width, geometry->height, upright, true, true};
+    return {monitor};
 }
 
 }  // namespace
 
-std::vector<ScreenMonitor> QueryMonitors(xcb_connection_t* connection, const xcb_screen_t& screen) {
+std::vector<ScreenMonitor> QueryMonitors(xcb_connection_t* connection, xcb_window_t root) {
     std::vector<ScreenMonitor> monitors;
     if (HasMonitors(connection)) {
-        const Reply<xcb_randr_get_monitors_reply_t> reply(
-            xcb_randr_get_monitors_reply(connection, xcb_randr_get_monitors(connection, screen.root, 1), nullptr));
-        if (reply != nullptr) {
-            for (auto each = xcb_randr_get_monitors_monitors_iterator(reply.get()); each.rem > 0;
-                 xcb_randr_monitor_info_next(&each)) {
-                monitors.push_back(Describe(connection, *each.data));
-            }
-        }
+        monitors = ReadRandr(connection, root);
+    }
+    if (monitors.empty()) {
+        monitors = ReadRoot(connection, root);
     }
     if (xcb_connection_has_error(connection) != 0) {
         return {};
     }
-    if (monitors.empty()) {
-        monitors.push_back(WholeScreen(screen));
-    }
-    if (std::none_of(monitors.begin(), monitors.end(), [](const auto& monitor) { return monitor.primary; })) {
+    const auto isPrimary = [](const ScreenMonitor& monitor) { return monitor.primary; };
+    if (!monitors.empty() && std::none_of(monitors.begin(), monitors.end(), isPrimary)) {
         monitors.front().primary = true;
     }
     return monitors;

@@ -14,8 +14,9 @@ struct ScreenMonitor {
     bool primary = false;  ///< exactly one of a list that is not empty
 };
 
-/// In the server's own order; empty when the connection is broken. The rotation is that of the monitor's CRTC.
-std::vector<ScreenMonitor> QueryMonitors(xcb_connection_t* connection, const xcb_screen_t& screen);
+/// In the server's own order; empty when the connection is broken. All are outputs that belong to the desktop; one
+/// whose name is gone already is not described.
+std::vector<ScreenMonitor> QueryMonitors(xcb_connection_t* connection, xcb_window_t root);
 
 /// The screen that the display's name selects, or null when the connection is broken.
 const xcb_screen_t* ScreenOf(xcb_connection_t* connection, int index);
