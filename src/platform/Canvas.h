@@ -1,0 +1,116 @@
+// Pictures that the interface draws into, before a window shows them: filled and framed boxes, text, lines, arcs and
+// other pictures, all under one transform.
+//
+// Nothing that is drawn reports a failure: what a system cannot draw stays unpainted. One thread draws into a canvas
+// and everything that it draws with; the icon's painter and the tests may use a canvas of their own beside it.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "core/Text.h"
+#include "platform/Owned.h"
+#include "platform/Rectangle.h"
+
+namespace zv {
+
+/// 0x00BBGGRR.
+using Color = std::uint32_t;
+
+constexpr Color Rgb(std::uint32_t red, std::uint32_t green, std::uint32_t blue) {
+    return red | green << 8U | blue << 16U;
+}
+
+struct Spot {
+    double x = 0;
+    double y = 0;
+};
+
+/// Rows from the top without padding, 0xXXRRGGBB each: the highest byte means nothing. Not owned.
+struct PixelView {
+    const std::uint32_t* pixels = nullptr;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+};
+
+// Fonts.
+
+/// One size and weight of the interface's typeface. Made for any canvas.
+struct Font;
+template <>
+void Closer<Font>::operator()(Font* font) const noexcept;
+
+/// `height` is that of a line, from the highest ascender to the lowest descender, in units of the canvas; `weight` is
+/// 400 for regular, 600 for semibold, 700 for bold. Null on failure.
+Owned<Font> MakeFont(std::int32_t height, std::int32_t weight);
+
+// The canvas itself.
+
+struct Canvas;
+template <>
+void Closer<Canvas>::operator()(Canvas* canvas) const noexcept;
+
+/// Black all over. Null when there is no memory for it, or a side is not above 0.
+Owned<Canvas> MakeCanvas(std::int32_t width, std::int32_t height);
+
+/// What has been drawn so far. Valid until the next drawing call or the canvas's end.
+PixelView PixelsOf(Canvas& canvas);
+
+/// From here on a point (x, y) lies where (dx + scale * x, dy + scale * y) lay before. Each one is taken back by a
+/// PopTransform. Lengths, pens and letters are scaled with the points.
+void PushTransform(Canvas& canvas, Spot origin, double scale);
+void PopTransform(Canvas& canvas);
+
+// Boxes. Their edges land on whole pixels.
+
+void FillBox(Canvas& canvas, const Rectangle& box, Color color);
+
+/// `corner` is the width and the height of the ellipse that rounds a corner: twice its radius.
+void FillRoundBox(Canvas& canvas, const Rectangle& box, std::int32_t corner, Color color);
+
+/// The outermost `depth` units of the box.
+void FrameBox(Canvas& canvas, const Rectangle& box, std::int32_t depth, Color color);
+
+/// A line of one unit along the inside of a rounded box.
+void FrameRoundBox(Canvas& canvas, const Rectangle& box, std::int32_t corner, Color color);
+
+// Text.
+
+enum class TextLayout {
+    Line,         ///< one line, from the left, in the middle of the height
+    CentredLine,  ///< one line in the middle of the box
+    Wrapped       ///< from the top left, broken between words
+};
+
+/// Nothing is painted outside the box. A line that is too long for it, and the last that fits where there are too
+/// many, end in an ellipsis. "&" is a letter as any other.
+void DrawTextInBox(Canvas& canvas, const Rectangle& box, TextView text, Color color, const Font& font,
+                   TextLayout layout);
+
+// Smooth lines and shapes. Ends and joins are round.
+
+struct Pen {
+    Color color = 0;
+    double width = 1;
+};
+
+/// Joins the points in their order, and the last one with the first when `closed`.
+void StrokeLines(Canvas& canvas, std::span<const Spot> points, bool closed, Pen pen);
+void FillPolygon(Canvas& canvas, std::span<const Spot> points, Color color);
+
+/// Part of a circle's line. 0 degrees is to the right, and degrees grow clockwise; 360 are the whole circle.
+struct Arc {
+    Spot centre;
+    double radius = 0;
+    double startDegrees = 0;
+    double sweepDegrees = 360;
+};
+void StrokeArc(Canvas& canvas, const Arc& arc, Pen pen);
+void FillDisc(Canvas& canvas, Spot centre, double radius, Color color);
+
+// Pictures.
+
+/// Stretches the whole picture over the box, averaging where it gets smaller.
+void DrawPixels(Canvas& canvas, const Rectangle& box, const PixelView& picture);
+
+}  // namespace zv
