@@ -300,7 +300,8 @@ ProgramRun::ProgramRun(const ProgramOptions& options) : display_(options.display
     for (const auto& [name, value] : options.variables) {
         variables[name] = value;
     }
-    process_ = Spawned({ProgramPath(), "--background"}, variables, home / "program.log");
+    const std::string program = options.program.empty() ? ProgramPath() : options.program;
+    process_ = Spawned({program, "--background"}, variables, home / "program.log");
 }
 
 ProgramRun::~ProgramRun() {

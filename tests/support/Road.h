@@ -82,6 +82,7 @@ struct ProgramOptions {
     std::map<std::string, std::string> settings{};  ///< over the defaults of a test: 1080p30, 8 Mbit/s, no sound
     Variables variables{};                          ///< over the environment of the run
     std::string temporary{};                        ///< another temporary folder than the run's own
+    std::string program{};                          ///< another copy than the one that the build made
 };
 
 /// The real program, started with --background in folders of its own.
