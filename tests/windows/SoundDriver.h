@@ -1,0 +1,64 @@
+// A Wine prefix with our double of the system's sound devices in it, scripted and judged by the test that installs it.
+//
+// The double is ZvMMDevices.dll beside the test program, and its rules stand in drivers/ScriptedSound.h. Programs that
+// the test starts get it too.
+#pragma once
+
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "platform/Environment.h"
+#include "platform/Files.h"
+#include "support/TemporaryFolder.h"
+// After the program's own headers, whose names its macros would change.
+#include <windows.h>
+
+namespace zv::windows {
+
+class SoundDriver {
+public:
+    explicit SoundDriver(const Text& dll = JoinPath(ExecutableFolder(), u"ZvMMDevices.dll")) {
+        SetEnvironmentValue(u"ZV_TEST_SCRIPT", FromPath(script_));
+        SetEnvironmentValue(u"ZV_TEST_REPORT", FromPath(report_));
+        const std::wstring value(dll.begin(), dll.end());
+        const LSTATUS written = RegSetKeyValueW(HKEY_LOCAL_MACHINE, key, nullptr, REG_SZ, value.c_str(),
+                                                static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
+        if (written != ERROR_SUCCESS) {
+            throw std::runtime_error("the sound double cannot be registered");
+        }
+    }
+
+    /// Replaces all rules. What was opened before keeps the old ones.
+    /// Calls are counted afresh.
+    void Write(const std::string& rules) { std::ofstream(script_) << rules << "set run " << ++run_ << "\n"; }
+
+    /// The texts of all lines of the report that begin with this word.
+    std::vector<std::string> Lines(const std::string& word) const {
+        std::vector<std::string> found;
+        std::istringstream lines(ReadSharedFile(FromPath(report_), 0x1000000));
+        for (std::string line; std::getline(lines, line);) {
+            if (line.rfind(word + ": ", 0) == 0) {
+                found.push_back(line.substr(line.find(": ", word.size() + 2) + 2));
+            }
+        }
+        return found;
+    }
+    std::vector<std::string> Complaints() const { return Lines("complaint"); }
+    std::vector<std::string> Notes() const { return Lines("note"); }
+
+    void ClearReport() const { std::filesystem::remove(report_); }
+
+private:
+    static constexpr wchar_t key[] =
+        L"Software\\Classes\\CLSID\\{BCDE0395-E52F-467C-8E3D-C4579291692E}\\InprocServer32";
+
+    support::TemporaryFolder folder_{"zorvel-sound"};
+    std::filesystem::path script_ = folder_.Path() / "script";
+    int run_ = 0;
+    std::filesystem::path report_ = folder_.Path() / "report";
+};
+
+}  // namespace zv::windows

@@ -1,0 +1,672 @@
+// The audio worker over the system's sound interfaces, with devices that do as they are told: what the reader of the
+// pipe hears, what the user is told, and what is left behind.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <numbers>
+
+#include "audio/AudioCapture.h"
+#include "platform/BytePipe.h"
+#include "platform/WaveInput.h"
+#include "stand_in/Allocations.h"
+#include "windows/PipeReader.h"
+#include "windows/Processes.h"
+#include "windows/SoundDriver.h"
+
+namespace zv {
+namespace {
+
+using testing::AnyOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+using windows::PipeReader;
+
+constexpr std::uint32_t generousMs = 60000;
+constexpr double hertz = 233;  // ten milliseconds are no whole number of its periods
+constexpr double level = 0.25;
+constexpr std::size_t packet = 480;  // output frames of one packet of 10 ms
+
+/// Packets come ahead of their time: a machine that stands still for a moment loses none of them.
+const std::string aheadOfTime = "set render arrive -600\nset capture arrive -600\n";
+
+template <class Condition>
+bool Eventually(Condition condition) {
+    const std::uint64_t limit = TickMs() + generousMs;
+    while (!condition()) {
+        if (TickMs() > limit) {
+            return false;
+        }
+        SleepMs(2);
+    }
+    return true;
+}
+
+/// What the reader got, and when things happened in 100 ns of the performance counter.
+struct Heard {
+    std::vector<float> samples;
+    std::int64_t opened = 0;  ///< the reader asked for the pipe after this
+    std::map<std::string, std::int64_t> starts;
+
+    std::size_t Frames() const { return samples.size() / 2; }
+    float At(std::size_t frame, std::size_t side) const { return samples[2 * frame + side]; }
+    bool Quiet(std::size_t frame) const { return At(frame, 0) == 0 && At(frame, 1) == 0; }
+
+    /// The first frame from `from` on that is not silent, or the end.
+    std::size_t FirstSound(std::size_t from = 0) const {
+        std::size_t frame = from;
+        while (frame < Frames() && Quiet(frame)) {
+            ++frame;
+        }
+        return frame;
+    }
+};
+
+/// A tone that is at its peak at the output frame `peak`.
+struct Tone {
+    double peak = 0;
+    double left = level;
+    double right = level / 2;
+    double hz = hertz;
+
+    double At(double frame, std::size_t side) const {
+        return (side == 0 ? left : right) * std::cos(2 * std::numbers::pi * hz * (frame - peak) / 48000);
+    }
+};
+
+using Range = std::pair<std::size_t, std::size_t>;
+
+/// The first frame of a range that is not the sum of the tones, or a text that says so.
+std::string Deviation(const Heard& heard, Range range, const std::vector<Tone>& tones, double tolerance = 0.01) {
+    if (range.second > heard.Frames()) {
+        return "the stream ends at frame " + std::to_string(heard.Frames());
+    }
+    for (std::size_t frame = range.first; frame < range.second; ++frame) {
+        for (std::size_t side = 0; side < 2; ++side) {
+            double wanted = 0;
+            for (const Tone& tone : tones) {
+                wanted += tone.At(static_cast<double>(frame), side);
+            }
+            if (std::fabs(heard.At(frame, side) - wanted) > tolerance) {
+                return "frame " + std::to_string(frame) + " side " + std::to_string(side) + " is " +
+                       std::to_string(heard.At(frame, side)) + " instead of " + std::to_string(wanted);
+            }
+        }
+    }
+    return "";
+}
+
+bool IsSilent(const Heard& heard, Range range) {
+    for (std::size_t frame = range.first; frame < range.second; ++frame) {
+        if (frame >= heard.Frames() || !heard.Quiet(frame)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+class Sound : public testing::Test {
+protected:
+    void TearDown() override {
+        capture_.Stop();
+        EXPECT_THAT(driver_.Complaints(), IsEmpty());
+    }
+
+    /// Reads `frames` frames of sound.
+    Heard Hear(const std::string& rules, std::size_t frames, bool system = true, bool microphone = false) {
+        driver_.ClearReport();
+        driver_.Write(rules);
+        EXPECT_TRUE(capture_.Start(system, microphone)) << Narrow(capture_.Error());
+        PipeReader reader(capture_.PipeName());
+        EXPECT_TRUE(Eventually([&] { return reader.Bytes() >= frames * 8 || reader.Ended(); }));
+        EXPECT_TRUE(capture_.running) << Narrow(capture_.Error());
+        return EndHearing(reader);
+    }
+
+    Heard EndHearing(PipeReader& reader) {
+        capture_.Stop();
+        reader.Join();
+        EXPECT_EQ(capture_.Error(), u"");
+        Heard heard{reader.Samples(), reader.Opened(), {}};
+        for (const std::string& note : driver_.Notes()) {
+            if (note.rfind("Start.", 0) == 0) {
+                heard.starts[note.substr(6, note.find(' ') - 6)] = std::atoll(note.c_str() + note.find(' '));
+            }
+        }
+        return heard;
+    }
+
+    /// What the user is told when Start fails.
+    std::string StartFailure(const std::string& rules, bool system = true, bool microphone = false) {
+        driver_.Write(rules);
+        EXPECT_FALSE(capture_.Start(system, microphone));
+        EXPECT_FALSE(capture_.running);
+        return Narrow(capture_.Error());
+    }
+
+    /// What the user is told when the capture ends by itself after its start.
+    std::string RunFailure(const std::string& rules, bool system = true, bool microphone = false) {
+        driver_.Write(rules);
+        EXPECT_TRUE(capture_.Start(system, microphone)) << Narrow(capture_.Error());
+        PipeReader reader(capture_.PipeName());
+        EXPECT_TRUE(Eventually([&] { return !capture_.running; }));
+        // The thread lets go of all by itself, before anybody asks it to.
+        EXPECT_TRUE(Eventually([&] { return reader.Ended(); }));
+        const std::string error = Narrow(capture_.Error());
+        capture_.Stop();
+        EXPECT_EQ(Narrow(capture_.Error()), error);
+        return error;
+    }
+
+    windows::SoundDriver driver_;
+    AudioCapture capture_;
+};
+
+// ---- What is heard ----------------------------------------------------------------------------------------------
+
+struct FormatCase {
+    unsigned rate;
+    unsigned channels;
+    unsigned bits;
+    const char* tag;
+};
+
+class SoundFormats : public Sound, public testing::WithParamInterface<FormatCase> {
+protected:
+    static std::string Rule(const std::string& device) {
+        const FormatCase& format = GetParam();
+        return "set " + device + " format " + std::to_string(format.rate) + " " + std::to_string(format.channels) +
+               " " + std::to_string(format.bits) + " " + format.tag + "\n";
+    }
+
+    /// What channel c with its level / (c + 1) comes to on one side.
+    static double Folded(unsigned side) {
+        const unsigned channels = GetParam().channels;
+        double sum = channels == 1 ? level : level / (side + 1);
+        for (unsigned channel = 2; channel < channels; ++channel) {
+            sum += 0.5 * level / (channel + 1);
+        }
+        return sum;
+    }
+
+    static double Tolerance() {
+        // At the end of a packet one output frame may repeat the last sample, and a place is rounded to whole frames.
+        const double step = 2 * std::numbers::pi * hertz * Folded(0);
+        return step / GetParam().rate + step / 48000 + (GetParam().bits == 8 ? 0.015 : 0.001);
+    }
+};
+
+TEST_P(SoundFormats, AreHeardAtTheirLevelAndPlaceFromTheSpeakersAndFromTheMicrophone) {
+    for (const bool system : {true, false}) {
+        const std::string device = system ? "render" : "capture";
+        const Heard heard = Hear(aheadOfTime + Rule(device), 50 * packet, system, !system);
+        const std::size_t first = heard.FirstSound();
+        ASSERT_LT(first, 24000U) << device;
+        EXPECT_EQ(
+            Deviation(heard, {first, 50 * packet}, {{static_cast<double>(first), Folded(0), Folded(1)}}, Tolerance()),
+            "")
+            << device;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(OfDevices, SoundFormats,
+                         testing::Values(FormatCase{48000, 2, 32, "float+ext"}, FormatCase{48000, 2, 32, "float"},
+                                         FormatCase{48000, 2, 64, "float+ext"}, FormatCase{48000, 2, 8, "pcm"},
+                                         FormatCase{48000, 2, 16, "pcm"}, FormatCase{48000, 2, 16, "pcm+ext"},
+                                         FormatCase{48000, 2, 24, "pcm+ext"}, FormatCase{48000, 2, 32, "pcm+ext"},
+                                         FormatCase{44100, 2, 16, "pcm"}, FormatCase{44100, 1, 24, "pcm"},
+                                         FormatCase{48000, 3, 32, "float"}, FormatCase{48000, 4, 16, "pcm+ext"},
+                                         FormatCase{48000, 5, 24, "pcm+ext"}, FormatCase{48000, 6, 32, "float+ext"},
+                                         FormatCase{96000, 7, 32, "pcm+ext"}, FormatCase{192000, 8, 32, "float+ext"},
+                                         FormatCase{16000, 1, 16, "pcm"}, FormatCase{8000, 1, 8, "pcm"},
+                                         FormatCase{22050, 2, 64, "float"}),
+                         [](const testing::TestParamInfo<FormatCase>& one) {
+                             std::string name = std::to_string(one.param.rate) + "Hz" +
+                                                std::to_string(one.param.channels) + "Channels" +
+                                                std::to_string(one.param.bits) + "Bits" + one.param.tag;
+                             std::erase(name, '+');
+                             return name;
+                         });
+
+TEST_F(Sound, BeginsItsTimeWhenTheReaderConnectsAndPlacesSoundByItsStamp) {
+    const Heard heard = Hear("", 100 * packet);
+    const std::size_t first = heard.FirstSound();
+    ASSERT_LT(first, heard.Frames());
+    // The stream's zero as the place of the first sound tells it: after the reader came, before the device started.
+    const auto before = static_cast<std::int64_t>(std::llround(static_cast<double>(first) / 0.0048));
+    const std::int64_t zero = heard.starts.at("render") - before;
+    EXPECT_GE(zero, heard.opened - 105);  // half a frame of rounding
+    EXPECT_LE(zero, heard.starts.at("render") + 105);
+    // Packets come when their last frame is captured. What was too late for a busy machine is silent, no more.
+    const Tone tone{static_cast<double>(first)};
+    std::size_t right = 0;
+    for (std::size_t frame = first; frame + packet <= heard.Frames(); frame += packet) {
+        const bool whole = Deviation(heard, {frame, frame + packet}, {tone}).empty();
+        EXPECT_TRUE(whole || IsSilent(heard, {frame, frame + packet})) << frame;
+        right += whole ? 1 : 0;
+    }
+    EXPECT_GE(right, 50U);
+}
+
+TEST_F(Sound, APacketThatIsFlaggedSilentIsSilentWhateverItHolds) {
+    const Heard heard = Hear(aheadOfTime + "set render flag 10 5 silent\n", 50 * packet);
+    const std::size_t first = heard.FirstSound();
+    EXPECT_EQ(Deviation(heard, {first, first + 10 * packet}, {{static_cast<double>(first)}}), "");
+    EXPECT_TRUE(IsSilent(heard, {first + 10 * packet + 1, first + 15 * packet - 1}));
+    EXPECT_EQ(Deviation(heard, {first + 15 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
+}
+
+TEST_F(Sound, APacketWithoutDataIsSilent) {
+    const Heard heard = Hear(aheadOfTime + "set render flag 10 5 null\n", 50 * packet);
+    const std::size_t first = heard.FirstSound();
+    EXPECT_TRUE(IsSilent(heard, {first + 10 * packet + 1, first + 15 * packet - 1}));
+    EXPECT_EQ(Deviation(heard, {first + 15 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
+}
+
+TEST_F(Sound, SamplesThatAreNoNumbersAreSilent) {
+    const Heard heard = Hear(aheadOfTime + "set render flag 10 5 loud\n", 50 * packet);
+    const std::size_t first = heard.FirstSound();
+    EXPECT_TRUE(IsSilent(heard, {first + 10 * packet + 1, first + 15 * packet - 1}));
+    EXPECT_EQ(Deviation(heard, {first + 15 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
+}
+
+TEST_F(Sound, ADiscontinuityIsNotLookedAt) {
+    const Heard heard = Hear(aheadOfTime + "set render flag 10 20 discontinuity\n", 50 * packet);
+    const std::size_t first = heard.FirstSound();
+    EXPECT_EQ(Deviation(heard, {first, 50 * packet}, {{static_cast<double>(first)}}), "");
+}
+
+TEST_F(Sound, ADeviceThatStallsIsSilentAndReturnsAtItsPlace) {
+    const Heard heard = Hear(aheadOfTime + "set render skip 10 40\n", 80 * packet);
+    const std::size_t first = heard.FirstSound();
+    EXPECT_EQ(Deviation(heard, {first, first + 10 * packet}, {{static_cast<double>(first)}}), "");
+    EXPECT_TRUE(IsSilent(heard, {first + 10 * packet + 1, first + 50 * packet - 1}));
+    EXPECT_EQ(Deviation(heard, {first + 50 * packet + 1, 80 * packet}, {{static_cast<double>(first)}}), "");
+}
+
+TEST_F(Sound, StampsBeforeTheStartOrMoreThanTwoSecondsAheadAreDropped) {
+    const Heard heard = Hear(aheadOfTime + "set render shift 10 5 -5000\nset render shift 20 5 3500\n", 50 * packet);
+    const std::size_t first = heard.FirstSound();
+    EXPECT_EQ(Deviation(heard, {first, first + 10 * packet}, {{static_cast<double>(first)}}), "");
+    EXPECT_TRUE(IsSilent(heard, {first + 10 * packet + 1, first + 15 * packet - 1}));
+    EXPECT_EQ(Deviation(heard, {first + 15 * packet + 1, first + 20 * packet - 1}, {{static_cast<double>(first)}}), "");
+    EXPECT_TRUE(IsSilent(heard, {first + 20 * packet + 1, first + 25 * packet - 1}));
+    EXPECT_EQ(Deviation(heard, {first + 25 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
+}
+
+TEST_F(Sound, APacketThatComesLateLosesThePartThatWasSentAndNoMore) {
+    // Half a second in one packet, there 150 ms after its first frame was captured.
+    const Heard heard = Hear("set render packet 24000\nset render arrive 150\nset render skip 1 1000\n", 80 * packet);
+    const std::size_t first = heard.FirstSound();
+    ASSERT_LT(first, heard.Frames());
+    const double zero = static_cast<double>(heard.starts.at("render") - heard.opened) * 0.0048;
+    // 110 ms after a frame its block is sent; the reader opened the pipe at most `zero` frames before its time began.
+    EXPECT_GE(first, 1920U);
+    EXPECT_EQ(first % packet, 0U) << "not cut at a block";
+    std::size_t end = first;
+    while (end < heard.Frames() && !IsSilent(heard, {end, end + packet})) {
+        end += packet;
+    }
+    EXPECT_LE(static_cast<double>(end), zero + 24000 + 2 * packet);
+    // The peak was at the device's start, within `zero` frames of the stream's own.
+    bool fits = false;
+    for (double peak = 0; peak <= zero + 1 && !fits; peak += 0.5) {
+        fits = Deviation(heard, {first, end - packet}, {{peak}}).empty();
+    }
+    EXPECT_TRUE(fits);
+}
+
+TEST_F(Sound, APacketWithATimestampErrorEndsWhenItIsTaken) {
+    const Heard heard =
+        Hear("set render late 0 1 300\nset render flag 0 1 timestamp-error\nset render skip 1 1000\n", 80 * packet);
+    const std::size_t first = heard.FirstSound();
+    ASSERT_LT(first, heard.Frames());
+    EXPECT_GE(first, 300 * 48U - packet - 1);
+    EXPECT_EQ(Deviation(heard, {first, first + packet}, {{static_cast<double>(first)}}), "");
+    EXPECT_TRUE(IsSilent(heard, {first + packet, 80 * packet}));
+}
+
+TEST_F(Sound, SpeakersAndMicrophoneAreHeardTogetherEachAtItsOwnTime) {
+    const Heard heard =
+        Hear(aheadOfTime + "set capture format 44100 1 16 pcm\nset capture tone 391 0.5\ndelay Start.capture 1 20\n",
+             80 * packet, true, true);
+    const std::size_t first = heard.FirstSound();
+    const double apart = static_cast<double>(heard.starts.at("capture") - heard.starts.at("render")) * 0.0048;
+    EXPECT_GE(apart, 960);
+    const double second = static_cast<double>(first) + apart;
+    EXPECT_EQ(Deviation(heard, {first, first + 900}, {{static_cast<double>(first)}}), "");
+    EXPECT_EQ(Deviation(heard, {static_cast<std::size_t>(second) + 2, 80 * packet},
+                        {{static_cast<double>(first)}, {second, 0.5, 0.5, 391}}, 0.06),
+              "");
+}
+
+TEST_F(Sound, TheSumIsClippedAtFullScale) {
+    const Heard heard = Hear(aheadOfTime + "set render tone 233 1\nset capture tone 233 1\n", 50 * packet, true, true);
+    EXPECT_EQ(*std::max_element(heard.samples.begin(), heard.samples.end()), 1.0F);
+    EXPECT_EQ(*std::min_element(heard.samples.begin(), heard.samples.end()), -1.0F);
+    EXPECT_GT(std::count(heard.samples.begin(), heard.samples.end(), 1.0F), 1000);
+}
+
+TEST_F(Sound, WithNothingPlayingIsSilenceThatFollowsTheClock) {
+    driver_.Write("set render skip 0 1000000\n");
+    ASSERT_TRUE(capture_.Start(true, false));
+    PipeReader reader(capture_.PipeName());
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= 48000; }));
+    SleepMs(1000);
+    const auto passed = static_cast<double>(Counter100ns() - reader.Opened()) / 1e7;
+    const auto bytes = static_cast<double>(reader.Bytes());
+    EXPECT_LE(bytes, (passed - 0.1) * 384000);
+    const Heard heard = EndHearing(reader);
+    EXPECT_TRUE(IsSilent(heard, {0, heard.Frames()}));
+    EXPECT_GE(bytes, 0.5 * 384000);
+}
+
+TEST_F(Sound, AReaderThatPausesGetsAllItMissed) {
+    driver_.Write(aheadOfTime);
+    ASSERT_TRUE(capture_.Start(true, false));
+    PipeReader reader(capture_.PipeName());
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= 48000; }));
+    reader.Pause(true);
+    SleepMs(1600);
+    reader.Pause(false);
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= 22 * 38400; }));
+    const Heard heard = EndHearing(reader);
+    const std::size_t first = heard.FirstSound();
+    EXPECT_EQ(Deviation(heard, {first, 105600}, {{static_cast<double>(first)}}), "");
+}
+
+// ---- The older way to the microphone ----------------------------------------------------------------------------
+
+const std::string refused = "fail Initialize.capture 1 0x88890008\nset wave arrive -20\n";
+
+class RefusedMicrophone : public Sound {
+protected:
+    void TearDown() override {
+        Sound::TearDown();
+        EXPECT_EQ(std::ranges::count(driver_.Notes(), "waveInOpen"),
+                  std::ranges::count(driver_.Notes(), "waveInClose"));
+    }
+};
+
+TEST_F(RefusedMicrophone, IsHeardOnBothSidesOverTheCompatibilityDriver) {
+    for (const char* code : {"0x88890008", "0x80070057"}) {
+        const Heard heard = Hear(std::string("set wave arrive -20\nfail Initialize.capture 1 ") + code + "\n",
+                                 50 * packet, false, true);
+        EXPECT_THAT(driver_.Notes(), Contains("waveInOpen"));
+        const std::size_t first = heard.FirstSound();
+        ASSERT_LT(first, 24000U);
+        // Counted from its start: whatever the machine was late with is silent, the rest lies at its place.
+        const Tone tone{static_cast<double>(first), level, level};
+        EXPECT_EQ(Deviation(heard, {first, first + 10 * packet}, {tone}), "") << code;
+        const auto before = static_cast<std::int64_t>(std::llround(static_cast<double>(first) / 0.0048));
+        EXPECT_GE(heard.starts.at("wave") - before, heard.opened - 210);
+    }
+}
+
+TEST_F(RefusedMicrophone, KeepsSystemSoundBesideIt) {
+    const Heard heard = Hear(aheadOfTime + refused + "set render tone 391 0.5\n", 50 * packet, true, true);
+    const std::size_t first = heard.FirstSound();
+    const double second = static_cast<double>(first) +
+                          std::trunc(static_cast<double>(heard.starts.at("wave") - heard.starts.at("render")) * 0.0048);
+    EXPECT_EQ(Deviation(heard, {first + 5 * packet, first + 15 * packet},
+                        {{static_cast<double>(first), 0.5, 0.25, 391}, {second, level, level}}, 0.06),
+              "");
+}
+
+TEST_F(RefusedMicrophone, ShortAndEmptyBuffersAreFollowedStraightOn) {
+    const Heard heard = Hear(refused + "set wave short 3 480\nset wave short 5 0\n", 50 * packet, false, true);
+    const std::size_t first = heard.FirstSound();
+    const auto at = static_cast<double>(first);
+    EXPECT_EQ(Deviation(heard, {first, first + 1200}, {{at, level, level}}), "");
+    // Half of the third buffer is missing, and the fourth's sound is 240 frames early for it.
+    EXPECT_EQ(Deviation(heard, {first + 1200, first + 1680}, {{at - 240, level, level}}), "");
+    EXPECT_EQ(Deviation(heard, {first + 1680, first + 8 * packet}, {{at - 720, level, level}}), "");
+}
+
+TEST_F(RefusedMicrophone, SaysWhatTheCompatibilityDriverFailsWith) {
+    const std::string sentence =
+        "Cannot open default audio device at microphone compatibility driver. Check Windows audio devices and "
+        "microphone permission ";
+    EXPECT_EQ(StartFailure(refused + "fail waveInOpen 1 0x2\n", false, true), sentence + "(0x80070002)");
+    EXPECT_EQ(StartFailure(refused + "fail waveInOpen 1 0x20\n", true, true), sentence + "(0x80070020)");
+    EXPECT_EQ(StartFailure(refused + "fail waveInPrepareHeader 3 0x7\n", false, true), sentence + "(0x80070007)");
+    EXPECT_EQ(StartFailure(refused + "fail waveInAddBuffer 4 0xb\n", false, true), sentence + "(0x8007000B)");
+}
+
+TEST_F(RefusedMicrophone, ThatFailsLaterEndsTheCapture) {
+    const std::string sentence = "Audio capture stopped; a device or encoder disconnected ";
+    EXPECT_EQ(RunFailure(refused + "fail waveInStart 1 0x6\n", false, true), sentence + "(0x80070006)");
+    EXPECT_EQ(RunFailure(refused + "fail waveInGetPosition 3 0x6\n", false, true), sentence + "(0x80070006)");
+    EXPECT_EQ(RunFailure(refused + "fail waveInAddBuffer 9 0x2\n", true, true), sentence + "(0x80070002)");
+}
+
+TEST_F(Sound, TheCompatibilityDriverIsForRefusedMicrophonesAlone) {
+    const std::string sentence =
+        "Cannot open default audio device at shared stream initialization (48000 Hz, 2 channels, 32 bits, tag 65534). "
+        "Check Windows audio devices and microphone permission ";
+    EXPECT_EQ(StartFailure("fail Initialize.render 1 0x88890008\n"), sentence + "(0x88890008)");
+    EXPECT_EQ(StartFailure("fail Initialize.render 1 0x80070057\n"), sentence + "(0x80070057)");
+    EXPECT_EQ(StartFailure("fail Initialize.capture 1 0x8889000A\n", false, true), sentence + "(0x8889000A)");
+    EXPECT_EQ(StartFailure("fail Initialize.capture 1 0x80070005\n", true, true), sentence + "(0x80070005)");
+    EXPECT_THAT(StartFailure("set capture format 48000 2 16 float\n", false, true),
+                testing::EndsWith("at native mix format. Check Windows audio devices and microphone permission "
+                                  "(0x88890008)"));
+    EXPECT_THAT(driver_.Notes(), Not(Contains("waveInOpen")));
+}
+
+TEST_F(Sound, TheNamesOfAllDevicesAreInputsFirst) {
+    driver_.Write("set wave name ALineInputWithANameThatIsFarTooLong\n");
+    const std::vector<AudioDeviceName> names = ListAudioDeviceNames();
+    ASSERT_EQ(names.size(), 3U);
+    EXPECT_EQ(names[0].name, u"Microphone");
+    EXPECT_TRUE(names[0].input);
+    EXPECT_EQ(names[1].name, u"ALineInputWithANameThatIsFarToo");
+    EXPECT_TRUE(names[1].input);
+    EXPECT_EQ(names[2].name, u"Speakers");
+    EXPECT_FALSE(names[2].input);
+}
+
+// ---- What the user is told --------------------------------------------------------------------------------------
+
+struct OpeningCase {
+    const char* rule;
+    const char* words;
+    const char* code;
+    bool system = true;
+    bool microphone = false;
+};
+
+std::string TextOf(const OpeningCase& one) { return std::string(one.rule) + (one.microphone ? " (microphone)" : ""); }
+
+TEST_F(Sound, EveryStepOfTheOpeningThatFailsIsNamedWithItsCode) {
+    const char* initialization = "shared stream initialization (44100 Hz, 1 channels, 16 bits, tag 1)";
+    const std::vector<OpeningCase> cases = {
+        {"fail CreateInstance 1 0x80040154", "device enumeration", "80040154"},
+        {"fail CreateInstance 1 0x80070005", "device enumeration", "80070005", true, true},
+        {"set render absent", "default device lookup", "80070490"},
+        {"set capture absent", "default device lookup", "80070490", false, true},
+        {"set capture absent", "default device lookup", "80070490", true, true},
+        {"fail Activate.render 1 0x80070490", "audio client activation", "80070490"},
+        {"fail Activate.capture 1 0x80070005", "audio client activation", "80070005", true, true},
+        {"fail GetMixFormat.render 1 0x88890010", "native mix format", "88890010"},
+        {"fail GetMixFormat.capture 1 0x88890004", "native mix format", "88890004", true, true},
+        {"fail Initialize.render 1 0x8889000A\nset render format 44100 1 16 pcm", initialization, "8889000A"},
+        {"fail GetService.render 1 0x88890003", "capture service", "88890003"},
+        {"fail GetService.capture 1 0x80004002", "capture service", "80004002", true, true},
+        // Formats that have no conversion.
+        {"set render format 0 2 16 pcm", "native mix format", "88890008"},
+        {"set render format 48000 0 16 pcm", "native mix format", "88890008"},
+        {"set render format 48000 33 16 pcm", "native mix format", "88890008"},
+        {"set render format 48000 2 20 pcm\nset render align 5", "native mix format", "88890008"},
+        {"set render format 48000 2 64 pcm", "native mix format", "88890008"},
+        {"set render format 48000 2 16 float", "native mix format", "88890008"},
+        {"set render format 48000 2 16 6", "native mix format", "88890008"},
+        {"set render format 48000 2 16 85+ext", "native mix format", "88890008"},
+        {"set render format 48000 2 24 pcm\nset render align 8", "native mix format", "88890008"},
+        {"set capture format 48000 2 24 pcm\nset capture align 8", "native mix format", "88890008", true, true}};
+    for (const OpeningCase& one : cases) {
+        EXPECT_EQ(StartFailure(std::string(one.rule) + "\n", one.system, one.microphone),
+                  std::string("Cannot open default audio device at ") + one.words +
+                      ". Check Windows audio devices and microphone permission (0x" + one.code + ")")
+            << TextOf(one);
+    }
+    EXPECT_THAT(driver_.Notes(), Not(Contains(StartsWith("Start."))));
+}
+
+TEST_F(Sound, EveryFailureOfTheRunHasTheSameSentenceAndItsOwnCode) {
+    const std::string sentence = "Audio capture stopped; a device or encoder disconnected ";
+    for (const std::string device : {"render", "capture"}) {
+        for (const std::string call : {"Start", "GetNextPacketSize", "GetBuffer", "ReleaseBuffer"}) {
+            const std::string nth = call == "Start" ? "1" : "7";
+            EXPECT_EQ(RunFailure("fail " + call + "." + device + " " + nth + " 0x88890010\n", true, true),
+                      sentence + "(0x88890010)")
+                << call << "." << device;
+        }
+        EXPECT_EQ(RunFailure("set " + device + " gone 5\n", true, true), sentence + "(0x88890004)") << device;
+    }
+}
+
+TEST_F(Sound, AMicrophoneIsNotStartedWhenTheSpeakersAreNot) {
+    RunFailure("fail Start.render 1 0x88890004\n", true, true);
+    EXPECT_THAT(driver_.Notes(), Not(Contains(StartsWith("Start."))));
+}
+
+TEST_F(Sound, AReaderThatLeavesEndsTheCapture) {
+    driver_.Write("");
+    ASSERT_TRUE(capture_.Start(true, true));
+    PipeReader reader(capture_.PipeName());
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() > 0; }));
+    reader.Leave();
+    ASSERT_TRUE(Eventually([&] { return !capture_.running; }));
+    // ERROR_NO_DATA: the pipe is being closed.
+    EXPECT_EQ(capture_.Error(), u"Audio capture stopped; a device or encoder disconnected (0x800700E8)");
+}
+
+TEST_F(Sound, APipeOfTheSameNameIsNotShared) {
+    driver_.Write("");
+    ASSERT_TRUE(capture_.Start(true, false));
+    const Text name = capture_.PipeName();
+    const auto counter = static_cast<std::uint32_t>(std::stoul(Narrow(name.substr(name.rfind(u'-') + 1))));
+    capture_.Stop();
+    Owned<BytePipe> taken;
+    ASSERT_EQ(MakeBytePipe(PipeName(u"ZVReelsAudio-", counter + 1), {}, taken), resultOk);
+    // Access is denied; Wine looks at the number of instances first and calls the pipe busy.
+    EXPECT_THAT(StartFailure(""),
+                AnyOf("Cannot create the audio pipe (0x80070005)", "Cannot create the audio pipe (0x800700E7)"));
+}
+
+TEST_F(Sound, ADeviceThatDoesNotAnswerIsGivenUpAfterEightSeconds) {
+    const std::uint64_t before = TickMs();
+    EXPECT_EQ(StartFailure("delay Activate.render 1 9000\n"), "Audio initialization timed out (0x80004005)");
+    EXPECT_GE(TickMs() - before, 8000U);
+}
+
+TEST_F(Sound, AStopWhileNobodyReadsLeavesNoMessageAndStartsNothing) {
+    driver_.Write("");
+    ASSERT_TRUE(capture_.Start(true, true));
+    SleepMs(50);
+    capture_.Stop();
+    EXPECT_EQ(capture_.Error(), u"");
+    EXPECT_THAT(driver_.Notes(), Not(Contains(StartsWith("Start."))));
+    EXPECT_THAT(driver_.Notes(), Not(Contains(StartsWith("Stop."))));
+}
+
+TEST_F(Sound, AStopWhileAWriteIsPendingLeavesNoMessage) {
+    driver_.Write("");
+    ASSERT_TRUE(capture_.Start(true, true));
+    PipeReader reader(capture_.PipeName());
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() > 0; }));
+    reader.Pause(true);
+    SleepMs(1500);  // a second fits into the pipe
+    capture_.Stop();
+    EXPECT_EQ(capture_.Error(), u"");
+    reader.Pause(false);
+    reader.Join();
+    EXPECT_THAT(driver_.Notes(), Contains("Stop.render"));
+    EXPECT_THAT(driver_.Notes(), Contains("Stop.capture"));
+}
+
+TEST_F(Sound, BothDevicesAreStoppedAndLetGoTheMicrophoneFirst) {
+    Hear("", 20 * packet, true, true);
+    std::vector<std::string> order;
+    for (const std::string& note : driver_.Notes()) {
+        order.push_back(note.substr(0, note.find(' ')));
+    }
+    EXPECT_THAT(order, ElementsAre("Start.render", "Start.capture", "Stop.capture", "packets.capture", "Stop.render",
+                                   "packets.render"));
+}
+
+// ---- What is left behind ----------------------------------------------------------------------------------------
+
+int Threads() {
+    int count = 0;
+    const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof(entry);
+    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
+        count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
+    }
+    CloseHandle(snapshot);
+    return count;
+}
+
+TEST_F(Sound, TwoHundredStartsAndStopsLeaveNoHandleThreadOrReferenceBehind) {
+    const std::vector<std::string> rules = {"",
+                                            refused,
+                                            "fail GetBuffer.render 1 0x88890004\n",
+                                            "fail GetService.capture 1 0x88890003\n",
+                                            refused + "fail waveInPrepareHeader 3 0x7\n",
+                                            "fail Start.capture 1 0x88890004\n"};
+    int handles = 0;
+    int threads = 0;
+    for (std::size_t round = 0; round < 212; ++round) {
+        driver_.Write(aheadOfTime + rules[round % rules.size()]);
+        if (capture_.Start(true, true)) {
+            PipeReader reader(capture_.PipeName());
+            EXPECT_TRUE(Eventually([&] { return reader.Bytes() > 0 || reader.Ended(); }));
+            capture_.Stop();
+        }
+        if (round == 11) {
+            handles = windows::OpenHandles();
+            threads = Threads();
+        }
+    }
+    // The system makes one or two for itself, at some time.
+    EXPECT_LE(windows::OpenHandles(), handles + 3);
+    EXPECT_LE(Threads(), threads);
+}
+
+std::atomic<bool> countsRounds{false};
+
+}  // namespace
+
+// Called by the sound double on the audio thread at each look for a packet.
+extern "C" __declspec(dllexport) void ZvSoundRound(int round);
+extern "C" __declspec(dllexport) void ZvSoundRound(int round) {
+    if (countsRounds && round == 200) {
+        stand_in::CountAllocationsHere(true);
+    }
+}
+
+namespace {
+
+TEST_F(Sound, TheSteadyLoopAllocatesNothing) {
+    stand_in::ResetCountedAllocations();
+    countsRounds = true;
+    driver_.Write("set capture format 44100 2 16 pcm\n");
+    ASSERT_TRUE(capture_.Start(true, true));
+    PipeReader reader(capture_.PipeName());
+    EXPECT_TRUE(Eventually([&] { return reader.Bytes() >= 3 * 384000; }));
+    EXPECT_EQ(stand_in::CountedAllocations(), 0U);
+    countsRounds = false;
+}
+
+}  // namespace
+}  // namespace zv
