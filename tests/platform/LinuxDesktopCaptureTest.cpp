@@ -1,10 +1,6 @@
 // The duplication of a real X screen, on a private server of each test's own.
 #include <errno.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <xcb/randr.h>
 #include <xcb/xcb.h>
 
@@ -20,55 +16,10 @@
 #include "platform/linux/Surface.h"
 #include "platform/linux/Xcb.h"
 #include "support/Road.h"
+#include "support/XServer.h"
 
 namespace zv {
 namespace {
-
-/// An X server without a screen; ended with the object.
-class Server {
-public:
-    explicit Server(const std::string& screen) {
-        int ends[2];
-        EXPECT_EQ(pipe(ends), 0);
-        const std::string descriptor = std::to_string(ends[1]);
-        const std::string display = ":" + std::to_string(number_);
-        std::vector<const char*> arguments{"Xvfb", display.c_str(), "-displayfd", descriptor.c_str(), "-screen",
-                                           "0",    screen.c_str(),  "-noreset",   "-nolisten",        "tcp",
-                                           nullptr};
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", 1, 0);
-        posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", 1, 0);
-        EXPECT_EQ(posix_spawnp(&pid_, "Xvfb", &actions, nullptr, const_cast<char* const*>(arguments.data()), environ),
-                  0);
-        posix_spawn_file_actions_destroy(&actions);
-        close(ends[1]);
-        char letter = 0;
-        while (read(ends[0], &letter, 1) == 1 && letter != '\n') {
-            name_ += letter;
-        }
-        close(ends[0]);
-        EXPECT_FALSE(name_.empty());
-        name_ = ":" + name_;
-        setenv("DISPLAY", name_.c_str(), 1);
-    }
-    ~Server() {
-        Kill();
-        support::ForgetDisplayNumber(number_);
-    }
-    void Kill() {
-        if (pid_ > 0) {
-            kill(pid_, SIGKILL);
-            waitpid(pid_, nullptr, 0);
-            pid_ = -1;
-        }
-    }
-
-private:
-    int number_ = support::FreshDisplayNumber();
-    pid_t pid_ = -1;
-    std::string name_;
-};
 
 /// Somebody else who draws on the screen.
 class Drawer {
@@ -100,7 +51,7 @@ private:
 
 struct DesktopOnX : testing::Test {
     void Start(const std::string& screen) {
-        server = std::make_unique<Server>(screen);
+        server = std::make_unique<support::XServer>(screen);
         ASSERT_EQ(OpenGraphicsFactory(factory), resultOk);
         drawer = std::make_unique<Drawer>();
     }
@@ -147,7 +98,7 @@ struct DesktopOnX : testing::Test {
         return count;
     }
 
-    std::unique_ptr<Server> server;
+    std::unique_ptr<support::XServer> server;
     Owned<GraphicsFactory> factory;
     std::unique_ptr<Drawer> drawer;
     OutputRecord record;
@@ -289,6 +240,15 @@ TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorGrows) {
 
 TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorChangedBeforeTheFirstImage) {
     Resize("1920x1080");
+    EXPECT_EQ(Take(0), Acquire::Failed);
+    EXPECT_EQ(CodeOf(code), 0x80070000U | ESTALE);
+}
+
+TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorChangedBetweenItsChoiceAndItsDuplication) {
+    duplication.reset();
+    ASSERT_EQ(LookUpOutput(*factory, 0, 0, record, output), OutputLookup::Found);
+    Resize("1920x1080");
+    ASSERT_EQ(OpenDuplication(*device, *output, duplication), resultOk);
     EXPECT_EQ(Take(0), Acquire::Failed);
     EXPECT_EQ(CodeOf(code), 0x80070000U | ESTALE);
 }

@@ -10,7 +10,9 @@ namespace zv::stand_in {
 namespace {
 
 std::atomic<std::uint64_t> counted{0};
+std::atomic<bool> countingAll{false};
 thread_local bool counting = false;
+thread_local bool spared = false;
 thread_local std::size_t refuseFrom = 0;
 
 }  // namespace
@@ -18,11 +20,15 @@ thread_local std::size_t refuseFrom = 0;
 std::uint64_t CountedAllocations() { return counted.load(); }
 void ResetCountedAllocations() { counted.store(0); }
 void CountAllocationsHere(bool on) { counting = on; }
+void CountAllocationsElsewhere(bool on) {
+    spared = on;
+    countingAll = on;
+}
 void RefuseAllocationsHere(std::size_t bytes) { refuseFrom = bytes; }
 
 static void* Allocate(std::size_t size) {
     if (callDepth == 0) {
-        if (counting) {
+        if (counting || (countingAll && !spared)) {
             counted.fetch_add(1);
         }
         if (refuseFrom != 0 && size >= refuseFrom) {

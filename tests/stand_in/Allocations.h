@@ -6,10 +6,13 @@
 
 namespace zv::stand_in {
 
-/// Allocations since the last reset on all threads that called CountAllocationsHere, those of stand-ins left out.
+/// Allocations since the last reset on the threads that are counted, those of stand-ins left out.
 std::uint64_t CountedAllocations();
 void ResetCountedAllocations();
 void CountAllocationsHere(bool on);
+
+/// Counts on every thread but the calling one, for workers that cannot be made to call anything.
+void CountAllocationsElsewhere(bool on);
 
 /// From now on this thread gets std::bad_alloc for every request of at least `bytes`; 0 ends it. Stand-ins are spared.
 void RefuseAllocationsHere(std::size_t bytes);

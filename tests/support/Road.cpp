@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -67,6 +68,15 @@ std::vector<std::string> Environment(const Variables& variables) {
     return lines;
 }
 
+/// In a child, right after the fork: it ends with the thread that started it, so that a test which crashes or is killed
+/// leaves nothing.
+void DieWithParent(pid_t parent) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) {  // gone before it could be told
+        _exit(127);
+    }
+}
+
 [[noreturn]] void Execute(const Arguments& command, const Variables& variables) {
     std::vector<std::string> words = command;
     std::vector<std::string> lines = Environment(variables);
@@ -79,8 +89,10 @@ std::vector<std::string> Environment(const Variables& variables) {
 std::string OutputOf(const Arguments& command, bool both) {
     int ends[2];
     EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    const pid_t parent = getpid();
     const pid_t pid = fork();
     if (pid == 0) {
+        DieWithParent(parent);
         dup2(ends[1], STDOUT_FILENO);
         if (both) {
             dup2(ends[1], STDERR_FILENO);
@@ -103,8 +115,10 @@ std::string OutputOf(const Arguments& command, bool both) {
 }
 
 Spawned::Spawned(const Arguments& command, const Variables& variables, const fs::path& log) {
+    const pid_t parent = getpid();
     pid_ = fork();
     if (pid_ == 0) {
+        DieWithParent(parent);
         const int output = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
         const int empty = open("/dev/null", O_RDONLY);
         dup2(empty, STDIN_FILENO);
@@ -518,8 +532,10 @@ void DecodeLuma(const fs::path& clip, int width, int height,
                 const std::function<void(std::span<const std::uint8_t>)>& picture) {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    const pid_t parent = getpid();
     const pid_t pid = fork();
     if (pid == 0) {
+        DieWithParent(parent);
         dup2(ends[1], STDOUT_FILENO);
         const int empty = open("/dev/null", O_RDONLY);
         dup2(empty, STDIN_FILENO);

@@ -31,7 +31,8 @@ void WriteAll(const std::filesystem::path& path, const std::string& bytes);
 /// An exit code other than 0 is a failure of the test.
 std::string OutputOf(const Arguments& command, bool both = false);
 
-/// A process of the test's own. Killed and reaped at the end of the object.
+/// A process of the test's own. Killed and reaped at the end of the object; it also ends with the thread that started
+/// it, however that ends.
 class Spawned {
 public:
     Spawned() = default;
