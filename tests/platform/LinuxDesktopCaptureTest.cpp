@@ -245,8 +245,11 @@ TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorChangedBeforeTheFirstImage) 
 }
 
 TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorChangedBetweenItsChoiceAndItsDuplication) {
+    // A connection of its own, to which the server tells nothing yet.
     duplication.reset();
+    ASSERT_EQ(OpenGraphicsFactory(factory), resultOk);
     ASSERT_EQ(LookUpOutput(*factory, 0, 0, record, output), OutputLookup::Found);
+    ASSERT_EQ(MakeGraphicsDevice(*output, device), resultOk);
     Resize("1920x1080");
     ASSERT_EQ(OpenDuplication(*device, *output, duplication), resultOk);
     EXPECT_EQ(Take(0), Acquire::Failed);
