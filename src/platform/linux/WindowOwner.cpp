@@ -1,5 +1,5 @@
 // The X-Resource extension's one request that is needed here is put together by hand: QueryClientIds (4) with one
-// protocol, whose answer is a list of (client, mask, length in bytes, values).
+// client asked for, whose answer is a list of (client, mask, length in bytes, values).
 #include "WindowOwner.h"
 
 #include <xcb/xcbext.h>
