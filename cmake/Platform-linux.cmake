@@ -1,7 +1,8 @@
 # What the Linux platform folder links: well-kept libraries of the distribution.
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(ZV_LINUX REQUIRED IMPORTED_TARGET
-  xcb xcb-shm xcb-damage xcb-xfixes xcb-randr xcb-composite xcb-xtest x11 x11-xcb x264 libpulse libpng cairo pangocairo)
+  xcb xcb-shm xcb-damage xcb-xfixes xcb-randr xcb-composite xcb-render xcb-shape xcb-xtest x11 x11-xcb x264 libpulse
+  libpng cairo pangocairo)
 target_link_libraries(zorvel_platform PUBLIC PkgConfig::ZV_LINUX)
 
 function(zorvel_finish_program target)

@@ -10,6 +10,7 @@
 
 #include "platform/Monitors.h"
 #include "platform/Owned.h"
+#include "platform/Rectangle.h"
 #include "platform/Result.h"
 
 namespace zv {
@@ -80,14 +81,6 @@ Result MakeNv12Surface(GraphicsDevice& device, std::uint32_t width, std::uint32_
 
 /// Input view on `source`, output view on `target`.
 Result MakeScalerViews(VideoScaler& scaler, Surface& source, Surface& target, Owned<ScalerViews>& views);
-
-struct Rectangle {
-    std::int32_t left = 0;
-    std::int32_t top = 0;
-    std::int32_t right = 0;
-    std::int32_t bottom = 0;
-    bool operator==(const Rectangle&) const = default;
-};
 
 struct ScalerState {
     Rectangle source;       ///< part of the desktop image, enabled

@@ -10,17 +10,37 @@ using stand_in::TheWindows;
 
 struct AppWindow {
     WindowProc procedure = nullptr;
-    bool shown = false;
     bool ended = false;
+    stand_in::WindowRecord record;
 };
 
 struct InstanceClaim {};
 
 namespace {
 
+std::vector<AppWindow*>& Standing() {
+    static std::vector<AppWindow*> windows;
+    return windows;
+}
+
 void SetShown(AppWindow& window, bool shown) {
-    TheWindows().shownWindows += static_cast<int>(shown) - static_cast<int>(window.shown);
-    window.shown = shown;
+    if (window.record.shown == shown) {
+        return;
+    }
+    TheWindows().shownWindows += shown ? 1 : -1;
+    window.procedure(window, message::showWindow, shown ? 1 : 0, 0);
+    window.record.shown = shown;
+    window.record.mustPaint = window.record.mustPaint || shown;
+}
+
+void Place(AppWindow& window, const Rectangle& bounds) {
+    const bool sized =
+        bounds.Width() != window.record.bounds.Width() || bounds.Height() != window.record.bounds.Height();
+    window.record.bounds = bounds;
+    if (sized) {
+        const std::intptr_t size = static_cast<std::intptr_t>(bounds.Height()) << 16 | bounds.Width();
+        window.procedure(window, message::size, 0, size);
+    }
 }
 
 void End(AppWindow& window) {
@@ -30,7 +50,9 @@ void End(AppWindow& window) {
     window.ended = true;
     const Call call("destroy");
     window.procedure(window, message::destroy, 0, 0);
-    SetShown(window, false);
+    TheWindows().shownWindows -= static_cast<int>(window.record.shown);
+    window.record.shown = false;
+    std::erase(Standing(), &window);
 }
 
 }  // namespace
@@ -55,9 +77,13 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options) {
         return nullptr;
     }
     TheWindows().made.push_back(options);
-    Owned<AppWindow> window(new AppWindow{options.procedure});
-    SetShown(*window, options.visible);
+    Owned<AppWindow> window(new AppWindow{options.procedure, false, {}});
+    window->record.options = options;
+    window->record.topmost = options.topmost;
+    window->record.bounds = {options.left, options.top, options.left + options.width, options.top + options.height};
+    Standing().push_back(window.get());
     options.procedure(*window, message::create, 0, 0);
+    SetShown(*window, options.visible);
     return window;
 }
 
@@ -71,11 +97,130 @@ void HideWindow(AppWindow& window) {
     SetShown(window, false);
 }
 
-bool IsWindowShown(AppWindow& window) { return window.shown; }
+void ShowWithoutActivating(AppWindow& window) {
+    const Call call("ShowWithoutActivating");
+    SetShown(window, true);
+}
+
+void ShowInFront(AppWindow& window) {
+    const Call call("ShowInFront");
+    window.record.icon = false;
+    SetShown(window, true);
+    TheWindows().inFront = &window;
+}
+
+bool IsWindowShown(AppWindow& window) { return window.record.shown; }
+
+bool IsWindowIcon(AppWindow& window) { return window.record.icon; }
+
+void ShowTopmostAt(AppWindow& window, const Rectangle& bounds) {
+    const Call call("ShowTopmostAt");
+    window.record.topmost = true;
+    Place(window, bounds);
+    SetShown(window, true);
+}
+
+void PlaceWindow(AppWindow& window, const Rectangle& bounds) {
+    const Call call("PlaceWindow");
+    Place(window, bounds);
+}
+
+Rectangle WindowBounds(AppWindow& window) { return window.record.bounds; }
+
+Rectangle ClientBounds(AppWindow& window) { return window.record.bounds; }
+
+int DpiOfWindow(AppWindow& window) { return window.record.dpi; }
+
+void SetColorKey(AppWindow& window, std::uint32_t color) {
+    const Call call("SetColorKey");
+    window.record.colorKey = color;
+}
+
+void SetConstantAlpha(AppWindow& window, std::uint8_t alpha) {
+    const Call call("SetConstantAlpha");
+    window.record.alpha = alpha;
+}
+
+void ExcludeFromCapture(AppWindow& window) {
+    const Call call("ExcludeFromCapture");
+    window.record.excluded = true;
+}
+
+void SetDarkFrame(AppWindow& window) {
+    const Call call("SetDarkFrame");
+    window.record.darkFrame = true;
+}
+
+void SetWindowIcons(AppWindow& window, const AppIcon* big, const AppIcon* little) {
+    const Call call("SetWindowIcons");
+    window.record.bigIcon = big;
+    window.record.littleIcon = little;
+}
+
+// Painting happens often and beside everything else: it is recorded, but is no call that a test counts on the way.
+
+void InvalidateWindow(AppWindow& window) {
+    ++window.record.invalidations;
+    window.record.mustPaint = true;
+}
+
+void PaintNow(AppWindow& window) { stand_in::PaintIfNeeded(window); }
+
+void PutPixels(AppWindow& window, const std::uint32_t* pixels, int width, int height) {
+    const std::size_t count = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+    window.record.pixels.assign(pixels, pixels + count);
+    window.record.pixelWidth = width;
+    window.record.pixelHeight = height;
+    window.record.mustPaint = false;
+}
+
+void TrackMouseLeave(AppWindow& window) { ++window.record.leaveTracks; }
+
+void CaptureMouse(AppWindow& window) { window.record.hasMouse = true; }
+
+bool HasMouse(AppWindow& window) { return window.record.hasMouse; }
+
+void ReleaseMouse(AppWindow& window) {
+    if (window.record.hasMouse) {
+        window.record.hasMouse = false;
+        window.procedure(window, message::captureChanged, 0, 0);
+    }
+}
+
+void SetCursorShape(AppWindow& window, CursorShape shape) { window.record.cursor = shape; }
+
+Point CursorPosition() { return TheWindows().cursor; }
+
+std::uint32_t HeldModifiers() { return TheWindows().heldModifiers; }
+
+Text KeyName(std::uint32_t virtualKey) {
+    const auto found = TheWindows().keyNames.find(virtualKey);
+    return found == TheWindows().keyNames.end() ? Text() : found->second;
+}
+
+MonitorArea MonitorAt(Point point) {
+    const std::vector<MonitorArea>& monitors = TheWindows().monitors;
+    for (const MonitorArea& monitor : monitors) {
+        const Rectangle& bounds = monitor.bounds;
+        if (point.x >= bounds.left && point.x < bounds.right && point.y >= bounds.top && point.y < bounds.bottom) {
+            return monitor;
+        }
+    }
+    return monitors.empty() ? MonitorArea{} : monitors.front();
+}
+
+std::optional<FrontWindow> LookUpFrontWindow() {
+    const Call call("LookUpFrontWindow");
+    return TheWindows().front;
+}
 
 void FlushScreen() { const Call call("FlushScreen"); }
 
 std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t code, std::uintptr_t, std::intptr_t) {
+    if (code == message::showWindow || code == message::size || code == message::paint) {
+        window.record.mustPaint = window.record.mustPaint && code != message::paint;
+        return 0;  // the system's own way with what the stand-in itself caused
+    }
     const Call call("DefaultProcedure");
     if (code == message::close) {
         End(window);
@@ -83,13 +228,15 @@ std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t code, std::uintp
     return 0;
 }
 
-void StartTimer(AppWindow&, std::uintptr_t id, std::uint32_t periodMs) {
+void StartTimer(AppWindow& window, std::uintptr_t id, std::uint32_t periodMs) {
     const Call call("StartTimer");
+    window.record.timers[id] = periodMs;
     TheWindows().timers[id] = periodMs;
 }
 
-void StopTimer(AppWindow&, std::uintptr_t id) {
+void StopTimer(AppWindow& window, std::uintptr_t id) {
     const Call call("StopTimer");
+    window.record.timers.erase(id);
     TheWindows().timers.erase(id);
 }
 
@@ -153,6 +300,21 @@ WindowControls& TheWindows() {
 }
 
 void ResetWindows() { TheWindows() = {}; }
+
+WindowRecord& RecordOf(AppWindow& window) { return window.record; }
+
+AppWindow* FindWindowOf(TextView className) {
+    const auto found = std::find_if(Standing().rbegin(), Standing().rend(), [&](const AppWindow* window) {
+        return window->record.options.className == className;
+    });
+    return found == Standing().rend() ? nullptr : *found;
+}
+
+void PaintIfNeeded(AppWindow& window) {
+    if (window.record.mustPaint && window.record.shown && !window.record.icon) {
+        window.procedure(window, message::paint, 0, 0);
+    }
+}
 
 }  // namespace stand_in
 }  // namespace zv

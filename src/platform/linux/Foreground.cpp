@@ -16,18 +16,6 @@
 namespace zv {
 namespace {
 
-/// 0 when nothing is in front.
-xcb_window_t ActiveWindow(const XDisplay& display) {
-    if (const auto active = NumberProperty(display, display.root, "_NET_ACTIVE_WINDOW")) {
-        return *active;
-    }
-    const auto focus =
-        Held(xcb_get_input_focus_reply(display.connection, xcb_get_input_focus(display.connection), nullptr));
-    const bool named = focus && focus->focus != XCB_INPUT_FOCUS_NONE && focus->focus != XCB_INPUT_FOCUS_POINTER_ROOT &&
-                       focus->focus != display.root;
-    return named ? focus->focus : 0;
-}
-
 bool EndsInExe(const std::string& path) {
     constexpr std::string_view ending = ".exe";
     return path.size() >= ending.size() &&

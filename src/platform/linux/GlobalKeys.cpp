@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 
 #include "platform/linux/WindowSession.h"
 
@@ -16,20 +17,22 @@ namespace zv {
 namespace x11 {
 namespace {
 
+/// Virtual-key codes whose symbols follow one another.
+struct SymbolRange {
+    std::uint32_t first, last;
+    xcb_keysym_t firstSymbol;
+};
+constexpr SymbolRange symbolRanges[] = {
+    {48, 57, XK_0},      // digits
+    {65, 90, XK_a},      // letters
+    {96, 105, XK_KP_0},  // digits of the keypad
+    {106, 111, XK_KP_Multiply},
+    {112, 135, XK_F1},  // F1 to F24
+};
+
 /// The X key symbol of a Windows virtual-key code, 0 when there is none.
 xcb_keysym_t KeysymOf(std::uint32_t virtualKey) {
-    struct Range {
-        std::uint32_t first, last;
-        xcb_keysym_t firstSymbol;
-    };
-    static constexpr Range ranges[] = {
-        {48, 57, XK_0},      // digits
-        {65, 90, XK_a},      // letters
-        {96, 105, XK_KP_0},  // digits of the keypad
-        {106, 111, XK_KP_Multiply},
-        {112, 135, XK_F1},  // F1 to F24
-    };
-    for (const Range& range : ranges) {
+    for (const SymbolRange& range : symbolRanges) {
         if (virtualKey >= range.first && virtualKey <= range.last) {
             return range.firstSymbol + (virtualKey - range.first);
         }
@@ -233,7 +236,78 @@ void HandleRelease(Keyboard& keyboard, const xcb_key_release_event_t& release) {
     }
 }
 
+/// The first two symbols of every key.
+void ReadSymbols(Session& session) {
+    xcb_connection_t* connection = session.connection.get();
+    const xcb_setup_t* setup = xcb_get_setup(connection);
+    const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
+    const Reply<xcb_get_keyboard_mapping_reply_t> mapping(xcb_get_keyboard_mapping_reply(
+        connection, xcb_get_keyboard_mapping(connection, setup->min_keycode, count), nullptr));
+    std::vector<xcb_keysym_t>& symbols = session.keyboard.symbols;
+    symbols.assign(512, 0);
+    const xcb_keysym_t* rows = mapping ? xcb_get_keyboard_mapping_keysyms(mapping.get()) : nullptr;
+    const int columns = mapping ? mapping->keysyms_per_keycode : 0;
+    for (int key = 0; key < count && rows != nullptr; ++key) {
+        const auto at = static_cast<std::size_t>(2 * (setup->min_keycode + key));
+        symbols[at] = columns > 0 ? rows[key * columns] : 0;
+        symbols[at + 1] = columns > 1 ? rows[key * columns + 1] : 0;
+    }
+}
+
+struct NamedKey {
+    std::uint32_t virtualKey;
+    xcb_keysym_t symbol;
+    const char16_t* name;
+};
+constexpr NamedKey namedKeys[] = {
+    {8, XK_BackSpace, u"Backspace"}, {9, XK_Tab, u"Tab"},         {9, XK_ISO_Left_Tab, u"Tab"},
+    {13, XK_Return, u"Enter"},       {13, XK_KP_Enter, u"Enter"}, {16, XK_Shift_L, u"Shift"},
+    {16, XK_Shift_R, u"Shift"},      {17, XK_Control_L, u"Ctrl"}, {17, XK_Control_R, u"Ctrl"},
+    {18, XK_Alt_L, u"Alt"},          {18, XK_Alt_R, u"Alt"},      {20, XK_Caps_Lock, u"Caps Lock"},
+    {27, XK_Escape, u"Esc"},         {32, XK_space, u"Space"},    {33, XK_Prior, u"Page Up"},
+    {34, XK_Next, u"Page Down"},     {35, XK_End, u"End"},        {36, XK_Home, u"Home"},
+    {37, XK_Left, u"Left"},          {38, XK_Up, u"Up"},          {39, XK_Right, u"Right"},
+    {40, XK_Down, u"Down"},          {45, XK_Insert, u"Insert"},  {46, XK_Delete, u"Delete"},
+};
+
+std::uint32_t VirtualKeyOfSymbol(xcb_keysym_t symbol) {
+    for (const NamedKey& key : namedKeys) {
+        if (key.symbol == symbol) {
+            return key.virtualKey;
+        }
+    }
+    for (const SymbolRange& range : symbolRanges) {
+        if (symbol >= range.firstSymbol && symbol - range.firstSymbol <= range.last - range.first) {
+            return range.first + (symbol - range.firstSymbol);
+        }
+    }
+    return 0;
+}
+
+/// "F1" and the like.
+Text PrefixedNumber(const char16_t* prefix, std::uint32_t number) {
+    const std::string digits = std::to_string(number);
+    return prefix + Text(digits.begin(), digits.end());
+}
+
 }  // namespace
+
+std::uint32_t VirtualKeyOf(Session& session, xcb_keycode_t code) {
+    if (session.keyboard.symbols.empty()) {
+        ReadSymbols(session);
+    }
+    const auto at = static_cast<std::size_t>(2 * code);
+    const std::uint32_t plain = VirtualKeyOfSymbol(session.keyboard.symbols[at]);
+    return plain != 0 ? plain : VirtualKeyOfSymbol(session.keyboard.symbols[at + 1]);
+}
+
+std::uint32_t ModifiersOf(const Session& session, std::uint16_t state) {
+    std::uint32_t modifiers = 0;
+    modifiers |= (state & session.keyboard.altMask) != 0 ? keyModifier::alt : 0U;
+    modifiers |= (state & XCB_MOD_MASK_CONTROL) != 0 ? keyModifier::control : 0U;
+    modifiers |= (state & XCB_MOD_MASK_SHIFT) != 0 ? keyModifier::shift : 0U;
+    return modifiers;
+}
 
 void OpenKeyboard(Session& session) {
     OpenXkb(session);
@@ -242,13 +316,15 @@ void OpenKeyboard(Session& session) {
 
 bool HandleKeyboardEvent(Session& session, const xcb_generic_event_t& event) {
     const std::uint8_t type = event.response_type & 0x7FU;
-    if (type == XCB_KEY_PRESS) {
+    // What a window of ours has the focus for comes to that window, not to the root.
+    if (type == XCB_KEY_PRESS && reinterpret_cast<const xcb_key_press_event_t&>(event).event == session.screen->root) {
         HandlePress(session, reinterpret_cast<const xcb_key_press_event_t&>(event));
         return true;
     }
     if (type == XCB_KEY_RELEASE) {
-        HandleRelease(session.keyboard, reinterpret_cast<const xcb_key_release_event_t&>(event));
-        return true;
+        const auto& release = reinterpret_cast<const xcb_key_release_event_t&>(event);
+        HandleRelease(session.keyboard, release);
+        return release.event == session.screen->root;
     }
     if (type == XCB_MAPPING_NOTIFY || (session.keyboard.xkbEvent != 0 && type == session.keyboard.xkbEvent)) {
         session.keyboard.mappingChanged = true;
@@ -262,6 +338,7 @@ void FollowKeyboardMapping(Session& session) {
         return;
     }
     session.keyboard.mappingChanged = false;
+    session.keyboard.symbols.clear();
     for (GlobalKey& key : session.keyboard.keys) {
         Ungrab(session, key);
     }
@@ -272,6 +349,24 @@ void FollowKeyboardMapping(Session& session) {
 }
 
 }  // namespace x11
+
+Text KeyName(std::uint32_t virtualKey) {
+    for (const x11::NamedKey& key : x11::namedKeys) {
+        if (key.virtualKey == virtualKey) {
+            return key.name;
+        }
+    }
+    if ((virtualKey >= 48 && virtualKey <= 57) || (virtualKey >= 65 && virtualKey <= 90)) {
+        return Text(1, static_cast<char16_t>(virtualKey));
+    }
+    if (virtualKey >= 96 && virtualKey <= 105) {
+        return x11::PrefixedNumber(u"Num ", virtualKey - 96);
+    }
+    if (virtualKey >= 112 && virtualKey <= 135) {
+        return x11::PrefixedNumber(u"F", virtualKey - 111);
+    }
+    return {};
+}
 
 bool RegisterGlobalKey(AppWindow& window, int id, std::uint32_t modifiers, std::uint32_t virtualKey) {
     x11::Session& session = x11::CurrentSession();

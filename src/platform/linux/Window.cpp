@@ -18,6 +18,7 @@
 #include <ctime>
 
 #include "platform/Files.h"
+#include "platform/TrayIcon.h"
 #include "platform/linux/WindowSession.h"
 
 namespace zv {
@@ -27,12 +28,6 @@ namespace {
 constexpr std::int64_t nsPerMs = 1'000'000;
 constexpr std::int64_t displaySettleNs = 200 * nsPerMs;  ///< one change comes as several events
 constexpr std::uint32_t background = 0x111219;           ///< of a window that has not been painted
-
-std::int64_t NowNs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
-}
 
 void (*endRequest)() = nullptr;
 
@@ -66,10 +61,28 @@ void InternAtoms(Session& session) {
         {&Atoms::utf8String, "UTF8_STRING"},
         {&Atoms::windowClass, "_ZORVEL_WINDOW_CLASS"},
         {&Atoms::comeForward, "_ZORVEL_COME_FORWARD"},
+        {&Atoms::netWmState, "_NET_WM_STATE"},
+        {&Atoms::netWmStateAbove, "_NET_WM_STATE_ABOVE"},
+        {&Atoms::netWmStateSkipTaskbar, "_NET_WM_STATE_SKIP_TASKBAR"},
+        {&Atoms::netWmWindowType, "_NET_WM_WINDOW_TYPE"},
+        {&Atoms::netWmWindowTypeDialog, "_NET_WM_WINDOW_TYPE_DIALOG"},
+        {&Atoms::netWmWindowTypeNotification, "_NET_WM_WINDOW_TYPE_NOTIFICATION"},
+        {&Atoms::netWmWindowOpacity, "_NET_WM_WINDOW_OPACITY"},
+        {&Atoms::netWmIcon, "_NET_WM_ICON"},
+        {&Atoms::netWorkarea, "_NET_WORKAREA"},
+        {&Atoms::gtkThemeVariant, "_GTK_THEME_VARIANT"},
+        {&Atoms::netWmWindowTypeDesktop, "_NET_WM_WINDOW_TYPE_DESKTOP"},
+        {&Atoms::netWmWindowTypeDock, "_NET_WM_WINDOW_TYPE_DOCK"},
+        {&Atoms::netSupportingWmCheck, "_NET_SUPPORTING_WM_CHECK"},
+        {&Atoms::wmState, "WM_STATE"},
+        {&Atoms::manager, "MANAGER"},
     };
     for (const Row& row : rows) {
         session.atoms.*row.atom = InternAtom(session.connection.get(), row.name);
     }
+    const std::string number = std::to_string(session.screenNumber);
+    session.atoms.traySelection = InternAtom(session.connection.get(), "_NET_SYSTEM_TRAY_S" + number);
+    session.atoms.compositorSelection = InternAtom(session.connection.get(), "_NET_WM_CM_S" + number);
 }
 
 xcb_screen_t* ScreenOf(xcb_connection_t* connection, int number) {
@@ -93,23 +106,61 @@ void WatchDisplay(Session& session) {
         XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE | XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
 }
 
-AppWindow* WindowOf(Session& session, xcb_window_t id) {
-    const auto found = std::find_if(session.windows.begin(), session.windows.end(),
-                                    [id](const AppWindow* window) { return window->id == id; });
-    return found == session.windows.end() ? nullptr : *found;
+/// Its properties tell the DPI, and it is told of a new notification area.
+void WatchRoot(Session& session) {
+    const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    xcb_change_window_attributes(session.connection.get(), session.screen->root, XCB_CW_EVENT_MASK, &events);
+    FollowDpi(session);
 }
 
 bool IsKnown(const Session& session, const AppWindow* window) {
     return std::find(session.windows.begin(), session.windows.end(), window) != session.windows.end();
 }
 
-std::intptr_t Send(AppWindow& window, std::uint32_t code, std::uintptr_t wParam = 0, std::intptr_t lParam = 0) {
-    return window.procedure != nullptr ? window.procedure(window, code, wParam, lParam) : 0;
-}
-
 void SetTextProperty(xcb_window_t window, xcb_atom_t property, xcb_atom_t type, const std::string& text) {
     xcb_change_property(CurrentSession().connection.get(), XCB_PROP_MODE_REPLACE, window, property, type, 8,
                         static_cast<std::uint32_t>(text.size()), text.data());
+}
+
+void SetNumbers(xcb_window_t window, xcb_atom_t property, xcb_atom_t type, const std::vector<std::uint32_t>& numbers) {
+    xcb_change_property(CurrentSession().connection.get(), XCB_PROP_MODE_REPLACE, window, property, type, 32,
+                        static_cast<std::uint32_t>(numbers.size()), numbers.data());
+}
+
+/// WM_NORMAL_HINTS: place and least size, as far as they are asked for.
+void SetSizeHints(xcb_window_t window, const WindowOptions& options, Point least) {
+    constexpr std::uint32_t userPosition = 1;
+    constexpr std::uint32_t minimumSize = 16;
+    std::vector<std::uint32_t> hints(18, 0);
+    hints[0] =
+        (options.frame == WindowFrame::Full ? 0U : userPosition) | (least.x > 0 || least.y > 0 ? minimumSize : 0U);
+    hints[5] = static_cast<std::uint32_t>(std::max(least.x, 0));
+    hints[6] = static_cast<std::uint32_t>(std::max(least.y, 0));
+    SetNumbers(window, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS, hints);
+}
+
+/// What a window manager and a compositor make of the window.
+void SetKind(const Atoms& atoms, xcb_window_t window, const WindowOptions& options) {
+    if (options.frame == WindowFrame::Bare) {
+        SetNumbers(window, atoms.netWmWindowType, XCB_ATOM_ATOM, {atoms.netWmWindowTypeNotification});
+    } else if (options.frame == WindowFrame::Caption) {
+        SetNumbers(window, atoms.netWmWindowType, XCB_ATOM_ATOM, {atoms.netWmWindowTypeDialog});
+    }
+    std::vector<std::uint32_t> states;
+    if (options.topmost) {
+        states.push_back(atoms.netWmStateAbove);
+    }
+    if (options.toolWindow) {
+        states.push_back(atoms.netWmStateSkipTaskbar);
+    }
+    SetNumbers(window, atoms.netWmState, XCB_ATOM_ATOM, states);
+    if (options.owner != nullptr) {
+        SetNumbers(window, XCB_ATOM_WM_TRANSIENT_FOR, XCB_ATOM_WINDOW, {options.owner->id});
+    }
+    if (options.noActivate) {
+        constexpr std::uint32_t inputHint = 1;
+        SetNumbers(window, XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, {inputHint, 0, 0, 0, 0, 0, 0, 0, 0});
+    }
 }
 
 void SetWindowProperties(Session& session, xcb_window_t window, const WindowOptions& options) {
@@ -136,13 +187,20 @@ void SetWindowProperties(Session& session, xcb_window_t window, const WindowOpti
 xcb_window_t MakeServerWindow(Session& session, const WindowOptions& options) {
     xcb_connection_t* connection = session.connection.get();
     const xcb_window_t id = xcb_generate_id(connection);
+    const bool bare = options.frame == WindowFrame::Bare;
     const bool deepColour = session.screen->root_depth >= 24;
-    const std::array<std::uint32_t, 2> values{deepColour ? background : session.screen->black_pixel,
-                                              XCB_EVENT_MASK_STRUCTURE_NOTIFY};
+    constexpr std::uint32_t events =
+        XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_POINTER_MOTION |
+        XCB_EVENT_MASK_LEAVE_WINDOW | XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE |
+        XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE | XCB_EVENT_MASK_FOCUS_CHANGE;
+    // A window that grows keeps its picture until it is painted anew.
+    const std::array<std::uint32_t, 4> values{deepColour ? background : session.screen->black_pixel,
+                                              XCB_GRAVITY_NORTH_WEST, bare ? 1U : 0U, events};
     const xcb_void_cookie_t made = xcb_create_window_checked(
-        connection, XCB_COPY_FROM_PARENT, id, session.screen->root, 0, 0, static_cast<std::uint16_t>(options.width),
+        connection, XCB_COPY_FROM_PARENT, id, session.screen->root, static_cast<std::int16_t>(options.left),
+        static_cast<std::int16_t>(options.top), static_cast<std::uint16_t>(options.width),
         static_cast<std::uint16_t>(options.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-        XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, values.data());
+        XCB_CW_BACK_PIXEL | XCB_CW_BIT_GRAVITY | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values.data());
     const Reply<xcb_generic_error_t> error(xcb_request_check(connection, made));
     return error || xcb_connection_has_error(connection) != 0 ? xcb_window_t{XCB_WINDOW_NONE} : id;
 }
@@ -168,29 +226,27 @@ void EndWindow(AppWindow& window) {
     }
     std::erase(session.windows, &window);
     if (session.connection) {
+        ForgetWindow(session, window);
+        ReleasePixels(session, window);
         xcb_destroy_window(session.connection.get(), window.id);
         xcb_flush(session.connection.get());
     }
 }
 
-/// Shown, in front of the others and, where there is a window manager, with the focus.
-void ComeForward(AppWindow& window) {
-    Session& session = CurrentSession();
-    ShowWindowPlain(window);
-    const std::uint32_t above = XCB_STACK_MODE_ABOVE;
-    xcb_configure_window(session.connection.get(), window.id, XCB_CONFIG_WINDOW_STACK_MODE, &above);
-    constexpr std::uint32_t sourceUser = 2;
-    SendClientMessage(session.screen->root, window.id, session.atoms.netActiveWindow,
-                      XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY, sourceUser);
-}
-
 void HandleClientMessage(Session& session, const xcb_client_message_event_t& event) {
+    if (event.window == session.screen->root && event.type == session.atoms.manager &&
+        event.data.data32[1] == session.atoms.traySelection) {
+        for (AppWindow* each : session.windows) {
+            session.queue.push_back({each, TaskbarCreatedMessage(), 0, 0});
+        }
+        return;
+    }
     AppWindow* window = WindowOf(session, event.window);
     if (window == nullptr) {
         return;
     }
     if (event.type == session.atoms.comeForward) {
-        ComeForward(*window);
+        ShowInFront(*window);
     } else if (event.type == session.atoms.wmProtocols && event.data.data32[0] == session.atoms.wmDeleteWindow) {
         session.queue.push_back({window, message::close, 0, 0});
     } else if (event.type == session.atoms.wmProtocols && event.data.data32[0] == session.atoms.netWmPing) {
@@ -203,7 +259,9 @@ void HandleClientMessage(Session& session, const xcb_client_message_event_t& eve
 }
 
 void HandleEvent(Session& session, const xcb_generic_event_t& event) {
-    if (HandleKeyboardEvent(session, event)) {
+    const auto isTheirs = [&](auto listener) { return listener(session, event); };
+    if (std::any_of(session.listeners.begin(), session.listeners.end(), isTheirs) ||
+        HandleKeyboardEvent(session, event) || HandleInputEvent(session, event) || HandlePlaceEvent(session, event)) {
         return;
     }
     const std::uint8_t type = event.response_type & 0x7FU;
@@ -226,6 +284,7 @@ void ReadEvents(Session& session) {
         HandleEvent(session, *event);
     }
     FollowKeyboardMapping(session);
+    FollowStack(session);
     xcb_flush(connection);
 }
 
@@ -324,6 +383,46 @@ Session& CurrentSession() {
     return session;
 }
 
+std::int64_t NowNs() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
+AppWindow* WindowOf(Session& session, xcb_window_t id) {
+    const auto found = std::find_if(session.windows.begin(), session.windows.end(),
+                                    [id](const AppWindow* window) { return window->id == id; });
+    return found == session.windows.end() ? nullptr : *found;
+}
+
+std::intptr_t Send(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
+    return window.procedure != nullptr ? window.procedure(window, code, wParam, lParam) : 0;
+}
+
+bool HasOwner(Session& session, xcb_atom_t selection) {
+    xcb_connection_t* connection = session.connection.get();
+    const Reply<xcb_get_selection_owner_reply_t> reply(
+        xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, selection), nullptr));
+    return reply && reply->owner != XCB_WINDOW_NONE;
+}
+
+bool RunOneTurn(Session& session) {
+    if (DispatchQueued(session)) {
+        return true;
+    }
+    if (session.quitting) {
+        return false;
+    }
+    ReadEvents(session);
+    const std::int64_t nowNs = NowNs();
+    QueueSettledDisplayChange(session, nowNs);
+    if (session.queue.empty() && !LeaveLostServer(session) && !DispatchTimer(session, nowNs) &&
+        !DispatchPaint(session)) {
+        WaitForWork(session);
+    }
+    return true;
+}
+
 xcb_atom_t InternAtom(xcb_connection_t* connection, const std::string& name) {
     const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
         connection, xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr));
@@ -372,7 +471,9 @@ bool OpenSession() {
     session = {};
     session.connection = std::move(connection);
     session.screen = x11::ScreenOf(session.connection.get(), screen);
+    session.screenNumber = screen;
     x11::InternAtoms(session);
+    x11::WatchRoot(session);
     x11::WatchDisplay(session);
     x11::OpenKeyboard(session);
     return true;
@@ -385,8 +486,22 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options) {
         return nullptr;
     }
     x11::SetWindowProperties(session, id, options);
-    Owned<AppWindow> window(new AppWindow{id, options.procedure});
+    x11::SetKind(session.atoms, id, options);
+    Owned<AppWindow> window(new AppWindow);
+    window->id = id;
+    window->procedure = options.procedure;
+    window->bare = options.frame == WindowFrame::Bare;
+    window->topmost = options.topmost;
+    window->width = options.width;
+    window->height = options.height;
     session.windows.push_back(window.get());
+    if (options.clickThrough) {
+        x11::LetClicksThrough(session, *window);
+    }
+    SetWindowIcons(*window, options.bigIcon, options.littleIcon);
+    MinMaxInfo limits{};
+    x11::Send(*window, message::getMinMaxInfo, 0, reinterpret_cast<std::intptr_t>(&limits));
+    x11::SetSizeHints(id, options, limits.minTrackSize);
     x11::Send(*window, message::create);
     if (options.visible) {
         ShowWindowPlain(*window);
@@ -394,30 +509,6 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options) {
     xcb_flush(session.connection.get());
     return window;
 }
-
-void ShowWindowPlain(AppWindow& window) {
-    xcb_connection_t* connection = x11::CurrentSession().connection.get();
-    window.shown = true;
-    xcb_map_window(connection, window.id);
-    xcb_flush(connection);
-}
-
-void HideWindow(AppWindow& window) {
-    x11::Session& session = x11::CurrentSession();
-    window.shown = false;
-    xcb_unmap_window(session.connection.get(), window.id);
-    // A window manager takes the window back only when it is told so, even while the window is an icon.
-    xcb_unmap_notify_event_t withdrawn{};
-    withdrawn.response_type = XCB_UNMAP_NOTIFY;
-    withdrawn.event = session.screen->root;
-    withdrawn.window = window.id;
-    xcb_send_event(session.connection.get(), 0, session.screen->root,
-                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                   reinterpret_cast<const char*>(&withdrawn));
-    xcb_flush(session.connection.get());
-}
-
-bool IsWindowShown(AppWindow& window) { return window.shown && !window.ended; }
 
 void FlushScreen() {
     xcb_connection_t* connection = x11::CurrentSession().connection.get();
@@ -437,7 +528,7 @@ std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t code, std::uintp
     if (code == message::close) {
         x11::EndWindow(window);
     }
-    return 0;
+    return code == message::hitTest ? hitCode::client : 0;
 }
 
 void StartTimer(AppWindow& window, std::uintptr_t id, std::uint32_t periodMs) {
@@ -460,21 +551,10 @@ void SetEndRequest(void (*request)()) { x11::endRequest = request; }
 
 int RunMessageLoop() {
     x11::Session& session = x11::CurrentSession();
-    while (true) {
-        if (x11::DispatchQueued(session)) {
-            continue;
-        }
-        if (session.quitting) {
-            session.quitting = false;
-            return session.quitCode;
-        }
-        x11::ReadEvents(session);
-        const std::int64_t nowNs = x11::NowNs();
-        x11::QueueSettledDisplayChange(session, nowNs);
-        if (session.queue.empty() && !x11::LeaveLostServer(session) && !x11::DispatchTimer(session, nowNs)) {
-            x11::WaitForWork(session);
-        }
+    while (x11::RunOneTurn(session)) {
     }
+    session.quitting = false;
+    return session.quitCode;
 }
 
 }  // namespace zv

@@ -82,6 +82,17 @@ std::uint32_t ProcessFromProperty(const XDisplay& display, xcb_window_t window) 
 
 }  // namespace
 
+xcb_window_t ActiveWindow(const XDisplay& display) {
+    if (const auto active = NumberProperty(display, display.root, "_NET_ACTIVE_WINDOW")) {
+        return *active;
+    }
+    const auto focus =
+        Held(xcb_get_input_focus_reply(display.connection, xcb_get_input_focus(display.connection), nullptr));
+    const bool named = focus && focus->focus != XCB_INPUT_FOCUS_NONE && focus->focus != XCB_INPUT_FOCUS_POINTER_ROOT &&
+                       focus->focus != display.root;
+    return named ? focus->focus : 0;
+}
+
 std::uint32_t ProcessOfWindow(const XDisplay& display, xcb_window_t window) {
     const std::uint32_t process = ProcessFromServer(display, window);
     return process != 0 ? process : ProcessFromProperty(display, window);

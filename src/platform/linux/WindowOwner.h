@@ -1,4 +1,4 @@
-// Which process made a window.
+// Which window is in front, and which process made a window.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +6,10 @@
 #include "XDisplay.h"
 
 namespace zv {
+
+/// The active window as the window manager tells it; without one, the window that has the input. 0 when nothing is in
+/// front.
+xcb_window_t ActiveWindow(const XDisplay& display);
 
 /// The process at the other end of the connection that made the window, as the server itself knows it; else what the
 /// window, or the nearest above it that says anything, claims. 0 when neither tells.

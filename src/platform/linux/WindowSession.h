@@ -4,25 +4,57 @@
 // later call with nothing, so no caller needs to ask first.
 #pragma once
 
+#include <xcb/shm.h>
 #include <xcb/xcb.h>
 
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/Window.h"
+#include "platform/linux/Surface.h"
 #include "platform/linux/Xcb.h"
 
 namespace zv {
+
+namespace x11 {
+
+/// Memory that the server reads a window's pixels from.
+struct PaintSegment {
+    std::shared_ptr<PixelStore> store;
+    xcb_shm_seg_t id = XCB_NONE;
+    xcb_void_cookie_t lastUse{};  ///< of the request that still may read it
+    bool inUse = false;
+};
+
+}  // namespace x11
 
 struct AppWindow {
     xcb_window_t id = XCB_WINDOW_NONE;
     WindowProc procedure = nullptr;
     bool shown = false;
     bool ended = false;  ///< has received message::destroy
+    bool bare = false;   ///< the window manager leaves it alone
+    bool topmost = false;
+    bool excluded = false;   ///< from captures
+    bool viewable = false;   ///< the server has it on the screen
+    bool mustPaint = false;  ///< message::paint is due
+    bool tracksLeave = false;
+    int width = 0;  ///< of the client area, as the procedure was told last
+    int height = 0;
+    Rectangle suggested;                    ///< what the last message::dpiChanged pointed to
+    std::optional<std::uint32_t> keyPixel;  ///< 0x00RRGGBB: pixels that are not there
+    std::vector<xcb_rectangle_t> shape;     ///< what the server was told last
+    CursorShape cursor = CursorShape::Arrow;
+    xcb_gcontext_t context = XCB_NONE;
+    x11::PaintSegment segment;
+    std::int64_t raisesSinceNs = 0;  ///< beginning of the second that `raises` counts in
+    int raises = 0;
 };
 
 namespace x11 {
@@ -37,6 +69,23 @@ struct Atoms {
     xcb_atom_t utf8String = XCB_ATOM_NONE;
     xcb_atom_t windowClass = XCB_ATOM_NONE;  ///< property of every window of ours: its class name
     xcb_atom_t comeForward = XCB_ATOM_NONE;  ///< message of a second copy to the first one's window
+    xcb_atom_t netWmState = XCB_ATOM_NONE;
+    xcb_atom_t netWmStateAbove = XCB_ATOM_NONE;
+    xcb_atom_t netWmStateSkipTaskbar = XCB_ATOM_NONE;
+    xcb_atom_t netWmWindowType = XCB_ATOM_NONE;
+    xcb_atom_t netWmWindowTypeDialog = XCB_ATOM_NONE;
+    xcb_atom_t netWmWindowTypeNotification = XCB_ATOM_NONE;
+    xcb_atom_t netWmWindowOpacity = XCB_ATOM_NONE;
+    xcb_atom_t netWmIcon = XCB_ATOM_NONE;
+    xcb_atom_t netWorkarea = XCB_ATOM_NONE;
+    xcb_atom_t gtkThemeVariant = XCB_ATOM_NONE;
+    xcb_atom_t netWmWindowTypeDesktop = XCB_ATOM_NONE;
+    xcb_atom_t netWmWindowTypeDock = XCB_ATOM_NONE;
+    xcb_atom_t netSupportingWmCheck = XCB_ATOM_NONE;
+    xcb_atom_t wmState = XCB_ATOM_NONE;
+    xcb_atom_t manager = XCB_ATOM_NONE;
+    xcb_atom_t traySelection = XCB_ATOM_NONE;        ///< _NET_SYSTEM_TRAY_S and the number of the screen
+    xcb_atom_t compositorSelection = XCB_ATOM_NONE;  ///< _NET_WM_CM_S and the number of the screen
 };
 
 struct Timer {
@@ -64,6 +113,7 @@ struct GlobalKey {
 
 /// What the keyboard looks like now; read again after every change of its mapping.
 struct Keyboard {
+    std::vector<xcb_keysym_t> symbols;  ///< the first two of each key code, empty until they are asked for
     std::uint16_t altMask = XCB_MOD_MASK_1;
     std::uint16_t numLockMask = XCB_MOD_MASK_2;
     std::vector<GlobalKey> keys;
@@ -74,7 +124,17 @@ struct Keyboard {
 struct Session {
     std::unique_ptr<xcb_connection_t, Disconnect> connection;
     xcb_screen_t* screen = nullptr;
+    int screenNumber = 0;
     Atoms atoms;
+    int dpi = 96;
+    std::uint32_t heldModifiers = 0;
+    AppWindow* mouseOwner = nullptr;  ///< the one that CaptureMouse was called for
+    std::array<xcb_cursor_t, 2> cursors{};
+    xcb_window_t menu = XCB_WINDOW_NONE;  ///< the open menu's
+    bool stackChanged = false;            ///< other programs' windows have moved
+    bool redirected = false;              ///< the root's windows keep their pictures while one of ours is over them
+    /// Events of windows that are no AppWindow: the tray's icon and the menu. True when it was theirs.
+    std::vector<bool (*)(Session&, const xcb_generic_event_t&)> listeners;
     std::vector<AppWindow*> windows;
     std::vector<Timer> timers;
     std::deque<Message> queue;
@@ -97,7 +157,50 @@ std::string ReadTextProperty(xcb_connection_t* connection, xcb_window_t window, 
 void SendClientMessage(xcb_window_t target, xcb_window_t subject, xcb_atom_t type, std::uint32_t eventMask,
                        std::uint32_t firstDatum);
 
+// Window.cpp
+AppWindow* WindowOf(Session& session, xcb_window_t id);
+std::intptr_t Send(AppWindow& window, std::uint32_t code, std::uintptr_t wParam = 0, std::intptr_t lParam = 0);
+/// Coordinates in the two words of an lParam.
+inline std::intptr_t Words(int low, int high) {
+    return static_cast<std::intptr_t>(static_cast<std::uint32_t>(low & 0xFFFF) |
+                                      static_cast<std::uint32_t>(high & 0xFFFF) << 16U);
+}
+/// One turn of the message loop, which waits when nothing is to be done. False once the loop has to end.
+bool RunOneTurn(Session& session);
+std::int64_t NowNs();
+/// Whether some client of the screen plays that part now.
+bool HasOwner(Session& session, xcb_atom_t selection);
+
+// WindowPixels.cpp
+/// Sends message::paint to one window that needs it. False when none does.
+bool DispatchPaint(Session& session);
+void ReleasePixels(Session& session, AppWindow& window);
+/// Lets clicks through the whole window.
+void LetClicksThrough(Session& session, AppWindow& window);
+
+// WindowInput.cpp
+/// Mouse, keys and focus of the windows become messages. True when the event was one of these.
+bool HandleInputEvent(Session& session, const xcb_generic_event_t& event);
+
+// WindowPlaces.cpp
+/// Size, place and visibility of the windows become messages. True when the event was one of these.
+bool HandlePlaceEvent(Session& session, const xcb_generic_event_t& event);
+/// Raises the topmost windows that others have come to cover.
+void FollowStack(Session& session);
+/// Reads the DPI of the session; tells the windows when it is another one.
+void FollowDpi(Session& session);
+/// Before the server forgets the window.
+void ForgetWindow(Session& session, AppWindow& window);
+
+// WindowQueries.cpp
+/// The first 32-bit value of a property.
+std::optional<std::uint32_t> NumberOf(Session& session, xcb_window_t window, xcb_atom_t property);
+
 // GlobalKeys.cpp
+/// The Windows virtual-key code of an event's key, 0 when it has none.
+std::uint32_t VirtualKeyOf(Session& session, xcb_keycode_t code);
+/// The bits of keyModifier in an event's state.
+std::uint32_t ModifiersOf(const Session& session, std::uint16_t state);
 /// Asks for keyboard events that tell a repeat from a press, and reads the modifier mapping.
 void OpenKeyboard(Session& session);
 /// True when the event was one of the keyboard's.

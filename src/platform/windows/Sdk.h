@@ -9,6 +9,7 @@
 #include <gdiplus.h>
 #include <knownfolders.h>
 #include <mmsystem.h>
+#include <shellapi.h>
 #include <shlobj.h>
 
 #ifndef CREATE_WAITABLE_TIMER_HIGH_RESOLUTION

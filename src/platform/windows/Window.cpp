@@ -1,19 +1,36 @@
 // Windows of the system, whose messages go straight through to the portable procedures.
 #include "platform/Window.h"
 
+#include <cstddef>
 #include <new>
 #include <utility>
 
-#include "platform/windows/Native.h"
+#include "platform/windows/WindowHandle.h"
 
 namespace zv {
 
-struct AppWindow {
-    HWND handle = nullptr;  ///< null once the system has destroyed the window
-    WindowProc procedure = nullptr;
-};
+static_assert(message::size == WM_SIZE && message::setFocus == WM_SETFOCUS && message::killFocus == WM_KILLFOCUS &&
+              message::paint == WM_PAINT && message::close == WM_CLOSE && message::eraseBackground == WM_ERASEBKGND &&
+              message::showWindow == WM_SHOWWINDOW && message::cancelMode == WM_CANCELMODE &&
+              message::setCursor == WM_SETCURSOR && message::mouseActivate == WM_MOUSEACTIVATE &&
+              message::getMinMaxInfo == WM_GETMINMAXINFO && message::displayChange == WM_DISPLAYCHANGE &&
+              message::hitTest == WM_NCHITTEST && message::create == WM_CREATE && message::destroy == WM_DESTROY);
+static_assert(message::keyDown == WM_KEYDOWN && message::keyUp == WM_KEYUP && message::systemKeyDown == WM_SYSKEYDOWN &&
+              message::systemKeyUp == WM_SYSKEYUP && message::timer == WM_TIMER && message::mouseMove == WM_MOUSEMOVE &&
+              message::leftButtonDown == WM_LBUTTONDOWN && message::leftButtonUp == WM_LBUTTONUP &&
+              message::leftButtonDoubleClick == WM_LBUTTONDBLCLK && message::rightButtonDown == WM_RBUTTONDOWN &&
+              message::rightButtonUp == WM_RBUTTONUP && message::mouseWheel == WM_MOUSEWHEEL &&
+              message::captureChanged == WM_CAPTURECHANGED && message::mouseLeave == WM_MOUSELEAVE &&
+              message::dpiChanged == WM_DPICHANGED && message::hotKey == WM_HOTKEY);
+static_assert(hitCode::transparent == HTTRANSPARENT && hitCode::client == HTCLIENT && activateNo == MA_NOACTIVATE);
+// Records that the system's messages point to are read as the program's own.
+static_assert(sizeof(Rectangle) == sizeof(RECT) && sizeof(MinMaxInfo) == sizeof(MINMAXINFO) &&
+              offsetof(MinMaxInfo, minTrackSize) == offsetof(MINMAXINFO, ptMinTrackSize));
 
 namespace {
+
+constexpr DWORD excludeFromCapture = 0x11;  // WDA_EXCLUDEFROMCAPTURE
+constexpr DWORD useImmersiveDarkMode = 20;  // DWMWA_USE_IMMERSIVE_DARK_MODE
 
 /// What the program does when its session ends, for the one interface thread.
 void (*sessionEnd)() = nullptr;
@@ -53,14 +70,39 @@ LRESULT CALLBACK PassOn(HWND handle, UINT code, WPARAM wParam, LPARAM lParam) {
                              : DefWindowProcW(handle, code, wParam, lParam);
 }
 
-void RegisterWindowClass(const Text& name) {
+void RegisterWindowClass(const WindowOptions& options) {
     WNDCLASSEXW windowClass{};
     windowClass.cbSize = sizeof(windowClass);
     windowClass.lpfnWndProc = PassOn;
     windowClass.hInstance = GetModuleHandleW(nullptr);
-    windowClass.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-    windowClass.lpszClassName = Native(name);
+    windowClass.hIcon = IconHandle(options.bigIcon);
+    windowClass.hIconSm = IconHandle(options.littleIcon);
+    windowClass.hCursor = options.arrowCursor ? LoadCursorW(nullptr, IDC_ARROW) : nullptr;
+    windowClass.lpszClassName = Native(options.className);
     RegisterClassExW(&windowClass);  // fails harmlessly for a class that is there already
+}
+
+DWORD StyleOf(const WindowOptions& options) {
+    const DWORD visible = options.visible ? WS_VISIBLE : 0U;
+    switch (options.frame) {
+        case WindowFrame::Caption:
+            return visible | WS_POPUP | WS_CAPTION | WS_SYSMENU;
+        case WindowFrame::Bare:
+            return visible | WS_POPUP;
+        case WindowFrame::Full:
+            break;
+    }
+    return visible | WS_OVERLAPPEDWINDOW;
+}
+
+DWORD ExtendedStyleOf(const WindowOptions& options) {
+    DWORD style = 0;
+    style |= options.topmost ? WS_EX_TOPMOST : 0U;
+    style |= options.toolWindow ? WS_EX_TOOLWINDOW : 0U;
+    style |= options.noActivate ? WS_EX_NOACTIVATE : 0U;
+    style |= options.layered ? WS_EX_LAYERED : 0U;
+    style |= options.clickThrough ? WS_EX_TRANSPARENT : 0U;
+    return style;
 }
 
 }  // namespace
@@ -79,23 +121,131 @@ bool OpenSession() {
 }
 
 Owned<AppWindow> MakeWindow(const WindowOptions& options) {
-    RegisterWindowClass(options.className);
+    RegisterWindowClass(options);
     Owned<AppWindow> window(new (std::nothrow) AppWindow{nullptr, options.procedure});
     if (!window) {
         return nullptr;
     }
-    const DWORD style = WS_OVERLAPPEDWINDOW | (options.visible ? WS_VISIBLE : 0U);
-    const HWND handle =
-        CreateWindowExW(0, Native(options.className), Native(options.title), style, CW_USEDEFAULT, CW_USEDEFAULT,
-                        options.width, options.height, nullptr, nullptr, GetModuleHandleW(nullptr), window.get());
+    const bool placed = options.frame != WindowFrame::Full;
+    const HWND handle = CreateWindowExW(
+        ExtendedStyleOf(options), Native(options.className), Native(options.title), StyleOf(options),
+        placed ? options.left : CW_USEDEFAULT, placed ? options.top : CW_USEDEFAULT, options.width, options.height,
+        options.owner != nullptr ? options.owner->handle : nullptr, nullptr, GetModuleHandleW(nullptr), window.get());
     return handle != nullptr ? std::move(window) : nullptr;
+}
+
+void SetColorKey(AppWindow& window, std::uint32_t color) {
+    SetLayeredWindowAttributes(window.handle, color, 255, LWA_COLORKEY);
+}
+
+void SetConstantAlpha(AppWindow& window, std::uint8_t alpha) {
+    SetLayeredWindowAttributes(window.handle, 0, alpha, LWA_ALPHA);
+}
+
+void ExcludeFromCapture(AppWindow& window) { SetWindowDisplayAffinity(window.handle, excludeFromCapture); }
+
+void SetDarkFrame(AppWindow& window) {
+    const BOOL dark = TRUE;
+    DwmSetWindowAttribute(window.handle, useImmersiveDarkMode, &dark, sizeof(dark));
+}
+
+void SetWindowIcons(AppWindow& window, const AppIcon* big, const AppIcon* little) {
+    SendMessageW(window.handle, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(IconHandle(big)));
+    SendMessageW(window.handle, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(IconHandle(little)));
 }
 
 void ShowWindowPlain(AppWindow& window) { ShowWindow(window.handle, SW_SHOW); }
 
+void ShowWithoutActivating(AppWindow& window) { ShowWindow(window.handle, SW_SHOWNOACTIVATE); }
+
+void ShowInFront(AppWindow& window) {
+    ShowWindow(window.handle, SW_RESTORE);
+    SetForegroundWindow(window.handle);
+    SetFocus(window.handle);
+}
+
 void HideWindow(AppWindow& window) { ShowWindow(window.handle, SW_HIDE); }
 
 bool IsWindowShown(AppWindow& window) { return IsWindowVisible(window.handle) != FALSE; }
+
+bool IsWindowIcon(AppWindow& window) { return IsIconic(window.handle) != FALSE; }
+
+void ShowTopmostAt(AppWindow& window, const Rectangle& bounds) {
+    SetWindowPos(window.handle, HWND_TOPMOST, bounds.left, bounds.top, bounds.Width(), bounds.Height(),
+                 SWP_NOACTIVATE | SWP_SHOWWINDOW);
+}
+
+void PlaceWindow(AppWindow& window, const Rectangle& bounds) {
+    SetWindowPos(window.handle, nullptr, bounds.left, bounds.top, bounds.Width(), bounds.Height(),
+                 SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+Rectangle WindowBounds(AppWindow& window) {
+    RECT bounds{};
+    GetWindowRect(window.handle, &bounds);
+    return {bounds.left, bounds.top, bounds.right, bounds.bottom};
+}
+
+Rectangle ClientBounds(AppWindow& window) {
+    RECT size{};
+    POINT origin{};
+    GetClientRect(window.handle, &size);
+    ClientToScreen(window.handle, &origin);
+    return {origin.x, origin.y, origin.x + size.right, origin.y + size.bottom};
+}
+
+int DpiOfWindow(AppWindow& window) {
+    const UINT dpi = GetDpiForWindow(window.handle);
+    return dpi != 0 ? static_cast<int>(dpi) : USER_DEFAULT_SCREEN_DPI;
+}
+
+void InvalidateWindow(AppWindow& window) {
+    // No window would have every window of the desktop painted.
+    if (window.handle != nullptr) {
+        InvalidateRect(window.handle, nullptr, FALSE);
+    }
+}
+
+void PaintNow(AppWindow& window) { UpdateWindow(window.handle); }
+
+void PutPixels(AppWindow& window, const std::uint32_t* pixels, int width, int height) {
+    PAINTSTRUCT paint{};
+    const HDC target = BeginPaint(window.handle, &paint);
+    if (target == nullptr) {
+        return;
+    }
+    BITMAPINFO info{};
+    info.bmiHeader.biSize = sizeof(info.bmiHeader);
+    info.bmiHeader.biWidth = width;
+    info.bmiHeader.biHeight = -height;
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 32;
+    const auto rows = static_cast<UINT>(height);
+    SetDIBitsToDevice(target, 0, 0, static_cast<DWORD>(width), rows, 0, 0, 0, rows, pixels, &info, DIB_RGB_COLORS);
+    EndPaint(window.handle, &paint);
+}
+
+void TrackMouseLeave(AppWindow& window) {
+    TRACKMOUSEEVENT track{};
+    track.cbSize = sizeof(track);
+    track.dwFlags = TME_LEAVE;
+    track.hwndTrack = window.handle;
+    TrackMouseEvent(&track);
+}
+
+void CaptureMouse(AppWindow& window) { SetCapture(window.handle); }
+
+bool HasMouse(AppWindow& window) { return window.handle != nullptr && GetCapture() == window.handle; }
+
+void ReleaseMouse(AppWindow& window) {
+    if (HasMouse(window)) {
+        ReleaseCapture();
+    }
+}
+
+void SetCursorShape(AppWindow&, CursorShape shape) {
+    SetCursor(LoadCursorW(nullptr, shape == CursorShape::Hand ? IDC_HAND : IDC_ARROW));
+}
 
 void FlushScreen() { DwmFlush(); }
 
