@@ -94,19 +94,8 @@ std::vector<float> Tail(const std::vector<float>& samples, double seconds) {
     return {samples.end() - static_cast<std::ptrdiff_t>(count), samples.end()};
 }
 
-/// The median of the levels of all tenths of a second in the last two: a click between them does no harm.
-double MedianLevel(const std::vector<float>& samples, std::size_t side, double hz) {
-    const std::vector<float> tail = Tail(samples, 2);
-    std::vector<double> levels;
-    for (std::size_t at = 0; at + 9600 <= tail.size(); at += 9600) {
-        const auto from = tail.begin() + static_cast<std::ptrdiff_t>(at);
-        levels.push_back(LevelOf({from, from + 9600}, side, hz));
-    }
-    if (levels.empty()) {
-        return 0;
-    }
-    std::nth_element(levels.begin(), levels.begin() + static_cast<std::ptrdiff_t>(levels.size() / 2), levels.end());
-    return levels[levels.size() / 2];
+double LateLevel(const std::vector<float>& samples, std::size_t side, double hz) {
+    return support::MedianLevel(Tail(samples, 2), side, hz);
 }
 
 TEST(LinuxSystemSound, AToneArrivesWithItsFrequencyItsLevelAndItsSides) {
@@ -119,11 +108,11 @@ TEST(LinuxSystemSound, AToneArrivesWithItsFrequencyItsLevelAndItsSides) {
     ASSERT_EQ(TakeFor(*sound.endpoint, 4, taken), resultOk);
     const std::vector<float> tail = Tail(taken.samples, 2);
     ASSERT_EQ(tail.size(), 192000U);
-    EXPECT_NEAR(MedianLevel(tail, 0, 1000), 0.5, 0.005);
-    EXPECT_NEAR(MedianLevel(tail, 1, 400), 0.25, 0.005);
-    EXPECT_LT(MedianLevel(tail, 0, 400), 0.005);
-    EXPECT_LT(MedianLevel(tail, 1, 1000), 0.005);
-    EXPECT_LT(MedianLevel(tail, 0, 1010), 0.005);
+    EXPECT_NEAR(LateLevel(tail, 0, 1000), 0.5, 0.005);
+    EXPECT_NEAR(LateLevel(tail, 1, 400), 0.25, 0.005);
+    EXPECT_LT(LateLevel(tail, 0, 400), 0.005);
+    EXPECT_LT(LateLevel(tail, 1, 1000), 0.005);
+    EXPECT_LT(LateLevel(tail, 0, 1010), 0.005);
 }
 
 TEST(LinuxSystemSound, ComesInFreshPacketsOfTenMillisecondsAtMostWithStampsThatTile) {
@@ -183,7 +172,7 @@ TEST(LinuxSystemSound, AChangeOfTheDefaultIsOfNoConcern) {
     auto another = server.PlayTone("speakers", 700, 0.5F, 700, 0.5F);  // a server may move what plays already
     taken = {};
     ASSERT_EQ(TakeFor(*sound.endpoint, 4, taken), resultOk);
-    EXPECT_NEAR(MedianLevel(taken.samples, 0, 700), 0.5, 0.005);
+    EXPECT_NEAR(LateLevel(taken.samples, 0, 700), 0.5, 0.005);
 }
 
 TEST(LinuxSystemSound, ADeviceThatIsTakenAwayEndsItsStream) {
@@ -240,7 +229,7 @@ TEST(LinuxMicrophone, AToneIsHeardThroughTheDefaultSource) {
     ASSERT_EQ(CodeOf(sound.Open(false)), 0U);
     Taken taken;
     ASSERT_EQ(TakeFor(*sound.endpoint, 4, taken), resultOk);
-    EXPECT_NEAR(MedianLevel(taken.samples, 0, 600), 0.5, 0.005);
+    EXPECT_NEAR(LateLevel(taken.samples, 0, 600), 0.5, 0.005);
 }
 
 TEST(LinuxWaveInput, FillsItsBuffersInTurnWithMonoSamples) {
@@ -275,7 +264,7 @@ TEST(LinuxWaveInput, FillsItsBuffersInTurnWithMonoSamples) {
         EXPECT_EQ(CheckWavePosition(*input), 0);
         return samples.size() >= 4 * 96000;
     }));
-    EXPECT_NEAR(MedianLevel(samples, 0, 600), 0.5, 0.01);
+    EXPECT_NEAR(LateLevel(samples, 0, 600), 0.5, 0.01);
 }
 
 TEST(LinuxWaveInput, AServerThatDiesIsNoticedByThePosition) {
@@ -369,10 +358,10 @@ TEST(LinuxAudioCapture, MixesToneAndMicrophoneIntoAStreamThatFollowsTheWallClock
     EXPECT_NEAR(static_cast<double>(during), elapsed * 384000, 384000 * 0.25);
     const std::vector<float> tail = Tail(reader.Samples(), 2);
     ASSERT_EQ(tail.size(), 192000U);
-    EXPECT_NEAR(MedianLevel(tail, 0, 1000), 0.5, 0.01);
-    EXPECT_NEAR(MedianLevel(tail, 1, 400), 0.25, 0.01);
-    EXPECT_NEAR(MedianLevel(tail, 0, 600), 0.25, 0.01);
-    EXPECT_NEAR(MedianLevel(tail, 1, 600), 0.25, 0.01);
+    EXPECT_NEAR(LateLevel(tail, 0, 1000), 0.5, 0.01);
+    EXPECT_NEAR(LateLevel(tail, 1, 400), 0.25, 0.01);
+    EXPECT_NEAR(LateLevel(tail, 0, 600), 0.25, 0.01);
+    EXPECT_NEAR(LateLevel(tail, 1, 600), 0.25, 0.01);
 }
 
 TEST(LinuxAudioCapture, AServerThatDiesEndsTheThreadWithTheSentence) {

@@ -411,6 +411,8 @@ bool ProgramRun::WaitForBuffer(double seconds, double limit) const {
 
 std::vector<pid_t> ProgramRun::FfmpegChildren() const { return ProcessesWith(temporary_.string() + "/ZVReelsMax"); }
 
+std::vector<pid_t> ProgramRun::Children() const { return ProcessesWith(Home().string() + "/"); }
+
 std::optional<int> ProgramRun::End(double seconds) {
     process_.Send(SIGTERM);
     const auto status = process_.WaitExit(seconds);

@@ -111,8 +111,10 @@ public:
     double BufferedSeconds() const;
     bool WaitForBuffer(double seconds, double limit = 90) const;
     void Press(const std::string& combination) const { PressKey(display_, combination); }
-    /// FFmpeg children of this run.
+    /// FFmpeg children of this run that write below the cache folder.
     std::vector<pid_t> FfmpegChildren() const;
+    /// All of its FFmpeg children, those that only write a recording among them.
+    std::vector<pid_t> Children() const;
     /// Ends the program as the session's end does and waits for it; its exit code, or nothing when it hangs.
     std::optional<int> End(double seconds = 60);
     std::string Log() const;

@@ -2,6 +2,7 @@
 // "mic" that hears what is played into the sink "mic_feed". This process and its children talk to it alone.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
@@ -45,12 +46,16 @@ public:
 
     bool Ready() const { return ready_; }
     Spawned& Server() { return server_; }
+    /// Takes a device away: its module is unloaded, and nobody is moved to it again.
+    void Remove(const std::string& module) const { OutputOf({"pactl", "unload-module", module}); }
+    void ChooseSpeakers(const std::string& sink) const { OutputOf({"pactl", "set-default-sink", sink}); }
     std::string Log() const { return ReadAll(folder_.Path() / "server.log"); }
 
-    /// Plays a sine of its own on each side into a sink for up to 30 s.
-    Spawned PlayTone(const std::string& sink, double leftHz, float leftLevel, double rightHz, float rightLevel) const {
+    /// Plays a sine of its own on each side into a sink for up to `seconds`.
+    Spawned PlayTone(const std::string& sink, double leftHz, float leftLevel, double rightHz, float rightLevel,
+                     int seconds = 30) const {
         std::vector<float> samples;
-        for (int i = 0; i < 30 * 48000; ++i) {
+        for (int i = 0; i < seconds * 48000; ++i) {
             samples.push_back(leftLevel * static_cast<float>(std::sin(2 * std::numbers::pi * leftHz * i / 48000)));
             samples.push_back(rightLevel * static_cast<float>(std::sin(2 * std::numbers::pi * rightHz * i / 48000)));
         }
@@ -80,6 +85,20 @@ inline double LevelOf(const std::vector<float>& stereo, std::size_t side, double
         imaginary += stereo[2 * i + side] * std::sin(angle);
     }
     return 2 * std::hypot(real, imaginary) / static_cast<double>(frames);
+}
+
+/// The median of the levels of all tenths of a second: a click between them does no harm.
+inline double MedianLevel(const std::vector<float>& stereo, std::size_t side, double hz) {
+    std::vector<double> levels;
+    for (std::size_t at = 0; at + 9600 <= stereo.size(); at += 9600) {
+        const auto from = stereo.begin() + static_cast<std::ptrdiff_t>(at);
+        levels.push_back(LevelOf({from, from + 9600}, side, hz));
+    }
+    if (levels.empty()) {
+        return 0;
+    }
+    std::nth_element(levels.begin(), levels.begin() + static_cast<std::ptrdiff_t>(levels.size() / 2), levels.end());
+    return levels[levels.size() / 2];
 }
 
 }  // namespace zv::support
