@@ -157,6 +157,9 @@ void PaintNow(AppWindow& window);
 /// The answer to message::paint, and only to it: `pixels` go to the client area's upper left, row after row from the
 /// top without padding, 0xXXRRGGBB each. What they are is copied.
 void PutPixels(AppWindow& window, const std::uint32_t* pixels, int width, int height);
+/// The same for rows from `top` on, where there is no memory for a whole picture: one call for each strip. A colour
+/// key's holes stay where they were.
+void PutPixelRows(AppWindow& window, const std::uint32_t* pixels, int width, int rows, int top);
 
 // Mouse and keyboard.
 

@@ -167,10 +167,15 @@ void InvalidateWindow(AppWindow& window) {
 void PaintNow(AppWindow& window) { stand_in::PaintIfNeeded(window); }
 
 void PutPixels(AppWindow& window, const std::uint32_t* pixels, int width, int height) {
-    const std::size_t count = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+    PutPixelRows(window, pixels, width, height, 0);
+}
+
+void PutPixelRows(AppWindow& window, const std::uint32_t* pixels, int width, int rows, int top) {
+    const std::size_t count = static_cast<std::size_t>(width) * static_cast<std::size_t>(rows);
     window.record.pixels.assign(pixels, pixels + count);
     window.record.pixelWidth = width;
-    window.record.pixelHeight = height;
+    window.record.pixelHeight = rows;
+    window.record.pixelTop = top;
     window.record.mustPaint = false;
 }
 

@@ -32,6 +32,7 @@ struct WindowRecord {
     std::vector<std::uint32_t> pixels;  ///< of the last PutPixels
     int pixelWidth = 0;
     int pixelHeight = 0;
+    int pixelTop = 0;
     std::optional<std::uint32_t> colorKey;
     std::optional<std::uint8_t> alpha;
     bool excluded = false;

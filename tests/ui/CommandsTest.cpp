@@ -105,7 +105,7 @@ TEST_F(Commands, SavingWithoutAReplayIsRefused) {
 TEST_F(Commands, ChoosersAreOpenWhileNothingRuns) {
     EXPECT_TRUE(MayChooseMonitor());
     EXPECT_TRUE(MayChooseRuntime());
-    EXPECT_EQ(Ui().statusText, u"");
+    EXPECT_EQ(Ui().statusText, u"Ready");
 }
 
 // Saving.

@@ -43,7 +43,7 @@ TEST_F(Hotkeys, AKeyThatIsTakenIsOnlyRemembered) {
     TheWindows().takenByOthers = {{1, 121}, {3, 83}};
     OpenMainWindow();
     EXPECT_EQ(Ui().hotkeyRegistered, (std::array<bool, 4>{true, false, true, false}));
-    EXPECT_EQ(Ui().statusText, u"");
+    EXPECT_EQ(Ui().statusText, u"Ready");
 }
 
 TEST_F(Hotkeys, ABareKeyIsRefusedFirst) {
@@ -144,7 +144,7 @@ TEST_F(Hotkeys, OtherIdsAreIgnored) {
         Send(message::hotKey, id);
     }
     EXPECT_FALSE(Ui().captureJobSlot.IsBusy());
-    EXPECT_EQ(Ui().statusText, u"");
+    EXPECT_EQ(Ui().statusText, u"Ready");
 }
 
 }  // namespace

@@ -41,7 +41,7 @@ TEST_F(MainWindow, TheFastTimerLivesAsLongAsAJob) {
     RunTo("StartReplay");
     Collect();
     EXPECT_EQ(TheWindows().timers.count(43), 1U);
-    EXPECT_EQ(Ui().statusText, u"");
+    EXPECT_EQ(Ui().statusText, u"Ready");
     gate_.Open();
     AwaitJob();
     Collect();
@@ -86,7 +86,7 @@ TEST_F(MainWindow, APollIsCollectedByTheNextTickWhichStartsAnother) {
     AwaitPoll();
     Tick();
     EXPECT_EQ(Ui().secondsReady, 17);
-    EXPECT_EQ(Ui().statusText, u"") << "nothing has changed";
+    EXPECT_EQ(Ui().statusText, u"Ready") << "nothing has changed";
     EXPECT_TRUE(Ui().capturePollSlot.IsBusy());
     AwaitPoll();
     EXPECT_EQ(CountOf("PollCapture"), 2);

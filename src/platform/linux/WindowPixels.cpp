@@ -17,6 +17,7 @@ struct Picture {
     const std::uint32_t* pixels = nullptr;
     int width = 0;
     int height = 0;
+    int top = 0;  ///< where its first row goes
 
     std::span<const std::uint32_t> Row(int y) const {
         return {pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(width),
@@ -144,9 +145,10 @@ void PutShared(Session& session, AppWindow& window, const Picture& picture, std:
     std::memcpy(window.segment.store->bytes, picture.pixels, bytes);
     const auto width = static_cast<std::uint16_t>(picture.width);
     const auto height = static_cast<std::uint16_t>(picture.height);
-    window.segment.lastUse = xcb_shm_put_image_checked(session.connection.get(), window.id, window.context, width,
-                                                       height, 0, 0, width, height, 0, 0, session.screen->root_depth,
-                                                       XCB_IMAGE_FORMAT_Z_PIXMAP, 0, window.segment.id, 0);
+    window.segment.lastUse =
+        xcb_shm_put_image_checked(session.connection.get(), window.id, window.context, width, height, 0, 0, width,
+                                  height, 0, static_cast<std::int16_t>(picture.top), session.screen->root_depth,
+                                  XCB_IMAGE_FORMAT_Z_PIXMAP, 0, window.segment.id, 0);
     window.segment.inUse = true;
 }
 
@@ -160,7 +162,7 @@ void PutCopied(Session& session, AppWindow& window, const Picture& picture) {
         const int count = std::min(rows, picture.height - y);
         xcb_put_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window.id, window.context,
                       static_cast<std::uint16_t>(picture.width), static_cast<std::uint16_t>(count), 0,
-                      static_cast<std::int16_t>(y), 0, session.screen->root_depth,
+                      static_cast<std::int16_t>(picture.top + y), 0, session.screen->root_depth,
                       static_cast<std::uint32_t>(rowBytes * static_cast<std::size_t>(count)),
                       reinterpret_cast<const std::uint8_t*>(picture.Row(y).data()));
     }
@@ -199,12 +201,15 @@ void PaintNow(AppWindow& window) {
     }
 }
 
-void PutPixels(AppWindow& window, const std::uint32_t* pixels, int width, int height) {
-    x11::Session& session = x11::CurrentSession();
+namespace x11 {
+namespace {
+
+void Put(AppWindow& window, const Picture& picture, bool whole) {
+    Session& session = CurrentSession();
     xcb_connection_t* connection = session.connection.get();
     window.mustPaint = false;
-    if (width <= 0 || height <= 0 || window.ended || xcb_connection_has_error(connection) != 0 ||
-        !x11::TakesPixels(session)) {
+    if (picture.width <= 0 || picture.height <= 0 || window.ended || xcb_connection_has_error(connection) != 0 ||
+        !TakesPixels(session)) {
         return;
     }
     if (window.context == XCB_NONE) {
@@ -212,17 +217,27 @@ void PutPixels(AppWindow& window, const std::uint32_t* pixels, int width, int he
         window.context = xcb_generate_id(connection);
         xcb_create_gc(connection, window.context, window.id, XCB_GC_GRAPHICS_EXPOSURES, &noExposures);
     }
-    const x11::Picture picture{pixels, width, height};
-    if (window.keyPixel) {
-        x11::FollowPicture(session, window, picture);
+    if (window.keyPixel && whole) {
+        FollowPicture(session, window, picture);
     }
-    const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
-    if (x11::PrepareSegment(session, window.segment, bytes)) {
-        x11::PutShared(session, window, picture, bytes);
+    const std::size_t bytes = static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height) * 4;
+    if (PrepareSegment(session, window.segment, bytes)) {
+        PutShared(session, window, picture, bytes);
     } else {
-        x11::PutCopied(session, window, picture);
+        PutCopied(session, window, picture);
     }
     xcb_flush(connection);
+}
+
+}  // namespace
+}  // namespace x11
+
+void PutPixels(AppWindow& window, const std::uint32_t* pixels, int width, int height) {
+    x11::Put(window, {pixels, width, height}, true);
+}
+
+void PutPixelRows(AppWindow& window, const std::uint32_t* pixels, int width, int rows, int top) {
+    x11::Put(window, {pixels, width, rows, top}, false);
 }
 
 void SetColorKey(AppWindow& window, std::uint32_t color) {

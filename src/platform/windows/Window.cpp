@@ -209,6 +209,13 @@ void InvalidateWindow(AppWindow& window) {
 void PaintNow(AppWindow& window) { UpdateWindow(window.handle); }
 
 void PutPixels(AppWindow& window, const std::uint32_t* pixels, int width, int height) {
+    PutPixelRows(window, pixels, width, height, 0);
+}
+
+void PutPixelRows(AppWindow& window, const std::uint32_t* pixels, int width, int rows, int top) {
+    // The end of one strip's painting takes what is left of the area as painted.
+    const RECT strip{0, top, width, top + rows};
+    InvalidateRect(window.handle, &strip, FALSE);
     PAINTSTRUCT paint{};
     const HDC target = BeginPaint(window.handle, &paint);
     if (target == nullptr) {
@@ -217,11 +224,11 @@ void PutPixels(AppWindow& window, const std::uint32_t* pixels, int width, int he
     BITMAPINFO info{};
     info.bmiHeader.biSize = sizeof(info.bmiHeader);
     info.bmiHeader.biWidth = width;
-    info.bmiHeader.biHeight = -height;
+    info.bmiHeader.biHeight = -rows;
     info.bmiHeader.biPlanes = 1;
     info.bmiHeader.biBitCount = 32;
-    const auto rows = static_cast<UINT>(height);
-    SetDIBitsToDevice(target, 0, 0, static_cast<DWORD>(width), rows, 0, 0, 0, rows, pixels, &info, DIB_RGB_COLORS);
+    const auto lines = static_cast<UINT>(rows);
+    SetDIBitsToDevice(target, 0, top, static_cast<DWORD>(width), lines, 0, 0, 0, lines, pixels, &info, DIB_RGB_COLORS);
     EndPaint(window.handle, &paint);
 }
 

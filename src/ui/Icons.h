@@ -1,0 +1,22 @@
+// The six icons that are drawn and not loaded, each about 60 design pixels wide.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/Canvas.h"
+
+namespace zv {
+
+/// The numbers that tiles and notifications use.
+enum class IconKind : std::int32_t { Replay = 0, Record = 1, Download = 2, Broadcast = 3, Camera = 4, Gear = 5 };
+
+/// Centred on (x, y).
+void DrawVectorIcon(Canvas& canvas, std::int32_t x, std::int32_t y, IconKind kind, Color color);
+
+/// The same picture from a cache, with the black that it was painted on: only for black backgrounds.
+void DrawCachedIcon(Canvas& canvas, std::int32_t x, std::int32_t y, IconKind kind, Color color);
+
+/// Empties the cache.
+void ForgetCachedIcons();
+
+}  // namespace zv
