@@ -8,6 +8,10 @@ extern "C" int wmain(int argumentCount, wchar_t** arguments) {
     return RUN_ALL_TESTS();
 }
 #else
+/// The font library keeps its caches until the process ends, in a form that the leak check does not follow.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
+
 int main(int argumentCount, char** arguments) {
     testing::InitGoogleMock(&argumentCount, arguments);
     return RUN_ALL_TESTS();
