@@ -2,11 +2,12 @@
 //
 // Hands its command line on to the program that ZV_TEST_FFMPEG names, without what an old FFmpeg stumbles over: same
 // handles, same job, exit code passed on. Adds the line that it was given, as UTF-8, to the file that ZV_TEST_COMMANDS
-// names.
+// names. Where ZV_TEST_LINGER_MS has a number, it takes so much longer to end.
 #include <windows.h>
 
 #include <algorithm>
 #include <cstddef>
+#include <cwchar>
 #include <string>
 
 extern "C" int wmain();
@@ -75,5 +76,6 @@ extern "C" int wmain() {
     WaitForSingleObject(made.hProcess, INFINITE);
     DWORD code = 122;
     GetExitCodeProcess(made.hProcess, &code);
+    Sleep(static_cast<DWORD>(wcstoul(Variable(L"ZV_TEST_LINGER_MS").c_str(), nullptr, 10)));
     return static_cast<int>(code);
 }

@@ -1,0 +1,137 @@
+// The capture thread over doubles of the graphics driver, started and stopped again and again.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fstream>
+#include <set>
+#include <thread>
+
+#include "platform/Environment.h"
+#include "platform/Files.h"
+#include "video/VideoCapture.h"
+#include "windows/DriverScene.h"
+#include "windows/Processes.h"
+
+namespace zv::windows {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr VideoFormat format = {1920, 1080, 240, 20};
+constexpr char16_t monitor[] = u"\\\\.\\DISPLAY1";
+
+/// Reads a pipe to its end, as FFmpeg does.
+class Reader {
+public:
+    explicit Reader(const Text& name) {
+        const std::wstring path(name.begin(), name.end());
+        EXPECT_TRUE(Eventually([&] {
+            pipe_ = CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+            return pipe_ != INVALID_HANDLE_VALUE;
+        }));
+        thread_ = std::thread([this] {
+            std::vector<char> bytes(0x10000);
+            DWORD size = 0;
+            while (ReadFile(pipe_, bytes.data(), static_cast<DWORD>(bytes.size()), &size, nullptr) && size != 0) {
+                count += size;
+            }
+        });
+    }
+    ~Reader() {
+        thread_.join();
+        CloseHandle(pipe_);
+    }
+    Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
+
+    std::atomic<std::uint64_t> count = 0;
+
+private:
+    HANDLE pipe_ = INVALID_HANDLE_VALUE;
+    std::thread thread_;
+};
+
+class DriverCapture : public testing::Test {
+protected:
+    void SetUp() override {
+        SetEnvironmentValue(u"ZV_TEST_REPORT", FromPath(Report()));
+        SetEnvironmentValue(u"ZV_TEST_SCRIPT", FromPath(folder_.Path() / "script"));
+        // The thread pool and the like of the system are made by the first one.
+        RunOnce();
+        std::filesystem::remove(Report());
+    }
+
+    std::filesystem::path Report() const { return folder_.Path() / "report"; }
+    void Script(const std::string& text) { std::ofstream(folder_.Path() / "script") << text << "\n"; }
+
+    static void RunOnce() {
+        VideoCapture capture;
+        ASSERT_TRUE(capture.Start(monitor, format)) << Narrow(capture.Error());
+        const Reader reader(capture.PipeName());
+        EXPECT_TRUE(Eventually([&] { return capture.encodedFrames >= 3 && reader.count > 188; }));
+        capture.Stop();
+        EXPECT_EQ(capture.Error(), u"");
+    }
+
+    support::TemporaryFolder folder_;
+};
+
+TEST_F(DriverCapture, TwoHundredStartsAndStopsLeaveNoHandleAndNoObject) {
+    const int before = OpenHandles();
+    for (int i = 0; i < 200 && !HasFailure(); ++i) {
+        RunOnce();
+    }
+    EXPECT_LE(OpenHandles(), before);
+    EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
+    // The last user of the encoder's library was always the capture that ended.
+    const std::vector<std::string> notes = ReportLines(Report(), "note: ");
+    EXPECT_EQ(std::count(notes.begin(), notes.end(), "nvenc: unloaded"), 200);
+}
+
+TEST_F(DriverCapture, AFailureAtAnyCallLeavesNoHandleAndNoObject) {
+    const int before = OpenHandles();
+    for (const char* entry :
+         {"D3D11CreateDevice", "QueryInterface:output", "DuplicateOutput", "QueryInterface:device",
+          "QueryInterface:context", "CreateVideoProcessorEnumerator", "CreateVideoProcessor", "CreateTexture2D:bgra",
+          "CreateTexture2D:nv12", "CreateVideoProcessorInputView", "CreateVideoProcessorOutputView",
+          "NvEncodeAPICreateInstance", "nvEncOpenEncodeSessionEx", "nvEncGetEncodePresetConfigEx",
+          "nvEncInitializeEncoder", "nvEncRegisterResource", "nvEncCreateBitstreamBuffer"}) {
+        Script(std::string("fail ") + entry + " 1 80004001");
+        VideoCapture capture;
+        EXPECT_FALSE(capture.Start(monitor, format)) << entry;
+        EXPECT_NE(capture.Error(), u"") << entry;
+    }
+    for (const char* entry :
+         {"AcquireNextFrame", "QueryInterface:desktop-image", "VideoProcessorBlt", "nvEncMapInputResource",
+          "nvEncEncodePicture", "nvEncLockBitstream", "nvEncUnlockBitstream", "nvEncUnmapInputResource"}) {
+        Script(std::string("set images always\nfail ") + entry + " 5 80004001");
+        VideoCapture capture;
+        EXPECT_TRUE(capture.Start(monitor, format)) << entry;
+        const Reader reader(capture.PipeName());
+        EXPECT_TRUE(Eventually([&] { return !capture.running; })) << entry;
+        EXPECT_NE(capture.Error(), u"") << entry;
+        capture.Stop();
+    }
+    EXPECT_LE(OpenHandles(), before);
+    EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
+}
+
+TEST_F(DriverCapture, AFullHdDesktopIsEncodedWithTheSizesRatesAndBitRateAskedFor) {
+    for (const VideoFormat& asked : {VideoFormat{2560, 1440, 60, 5}, VideoFormat{3840, 2160, 30, 200}}) {
+        VideoCapture capture;
+        ASSERT_TRUE(capture.Start(monitor, asked)) << Narrow(capture.Error());
+        const Reader reader(capture.PipeName());
+        EXPECT_TRUE(Eventually([&] { return capture.encodedFrames >= 2; }));
+        capture.Stop();
+    }
+    const std::vector<std::string> notes = ReportLines(Report(), "note: ");
+    EXPECT_THAT(notes, testing::Contains("nvenc: encodes 2560x1440 at 60 with 5000000 bit/s"));
+    EXPECT_THAT(notes, testing::Contains("nvenc: encodes 3840x2160 at 30 with 200000000 bit/s"));
+    EXPECT_THAT(notes, testing::Contains("d3d11: scaler 1920x1080 to 3840x2160 at 30"));
+    EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
+}
+
+}  // namespace
+}  // namespace zv::windows

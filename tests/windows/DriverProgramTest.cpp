@@ -1,0 +1,281 @@
+// The program as it ships, over doubles of the graphics driver: what it captures, and how it treats the driver.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <span>
+#include <sstream>
+
+#include "platform/Environment.h"
+#include "support/FrameNumber.h"
+#include "windows/DriverScene.h"
+#include "windows/Processes.h"
+
+namespace zv::windows {
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+constexpr char16_t saveKeys[] = u"18 121";  // Alt + F10
+
+std::vector<std::uint8_t> BytesOf(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class DriverProgram : public DriverScene {
+protected:
+    /// Lets the program buffer, saves a clip, ends it, and answers the clip.
+    std::filesystem::path MakeClip(std::size_t segments) {
+        EXPECT_TRUE(StartProgram());
+        EXPECT_TRUE(Eventually([&] { return ListedSegments() >= segments || Activity().size() > 1; }))
+            << testing::PrintToString(Activity());
+        Press(saveKeys);
+        const std::filesystem::path clip = SavedClip();
+        EXPECT_TRUE(EndProgram());
+        ExpectNothingLeft();
+        return clip;
+    }
+
+    /// No complaint, every module watched to its end, and no process of the program's.
+    void ExpectNothingLeft() {
+        EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
+        const std::vector<std::string> notes = ReportLines(Report(), "note: ");
+        EXPECT_THAT(notes, Contains(StartsWith("dxgi: ends with")));
+        EXPECT_THAT(notes, Contains(StartsWith("d3d11: ends with")));
+        EXPECT_TRUE(Eventually([] { return ProcessesNamed(L"ffmpeg.exe").empty(); }));
+    }
+
+    /// The numbers of a clip's pictures, in order, read from their upper left corners.
+    std::vector<std::optional<std::uint32_t>> NumbersOf(const std::filesystem::path& clip) {
+        const std::filesystem::path raw = folder_.Path() / "corners";
+        std::ofstream(raw).close();
+        RunShell(folder_.Path(), "ffmpeg -v error -y -i \"$1\" -vf crop=480:360:0:0,format=gray -f rawvideo \"$2\"",
+                 {clip, raw});
+        const std::vector<std::uint8_t> bytes = BytesOf(raw);
+        std::vector<std::optional<std::uint32_t>> numbers;
+        for (std::size_t at = 0; at + 480 * 360 <= bytes.size(); at += 480 * 360) {
+            numbers.push_back(
+                support::ReadFrameNumber(std::span(bytes).subspan(at, 480 * 360), 480, support::Box{0, 0, 1920, 1080}));
+        }
+        return numbers;
+    }
+
+    /// A frame as planes of luma, Cb and Cr without any conversion.
+    std::vector<std::uint8_t> FirstFrameOf(const std::filesystem::path& clip) {
+        const std::filesystem::path raw = folder_.Path() / "frame";
+        std::ofstream(raw).close();
+        RunShell(folder_.Path(), "ffmpeg -v error -y -i \"$1\" -frames:v 1 -f rawvideo \"$2\"", {clip, raw});
+        return BytesOf(raw);
+    }
+};
+
+struct Sample {
+    int y = 0;
+    int cb = 0;
+    int cr = 0;
+    bool operator==(const Sample&) const = default;
+};
+void PrintTo(const Sample& sample, std::ostream* out) { *out << sample.y << "/" << sample.cb << "/" << sample.cr; }
+
+Sample At(const std::vector<std::uint8_t>& frame, std::size_t x, std::size_t y) {
+    const std::size_t luma = 1920 * 1080;
+    const std::size_t chroma = y / 2 * 960 + x / 2;
+    return {frame.at(y * 1920 + x), frame.at(luma + chroma), frame.at(luma + luma / 4 + chroma)};
+}
+
+TEST_F(DriverProgram, AClipHoldsEveryImageOfTheDesktopOnceAndInOrder) {
+    Script("set images always");
+    const std::filesystem::path clip = MakeClip(4);
+    const auto numbers = NumbersOf(clip);
+    ASSERT_GE(numbers.size(), 90U);
+    ASSERT_TRUE(numbers[0]);
+    EXPECT_EQ(*numbers[0] % 30, 0U);
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        ASSERT_TRUE(numbers[i]) << "at frame " << i;
+        ASSERT_EQ(*numbers[i], *numbers[0] + i);
+    }
+}
+
+TEST_F(DriverProgram, AClipHasItsColoursItsSizeAndAKeyFrameEachSecond) {
+    Script("set images 30");
+    const std::filesystem::path clip = MakeClip(3);
+    const std::string probed = RunShell(
+        folder_.Path(),
+        "ffprobe -v error -select_streams v -show_entries stream=codec_name,profile,width,height,pix_fmt,color_range,"
+        "color_space,color_transfer,color_primaries,has_b_frames,r_frame_rate -of default=nw=1 \"$1\"",
+        {clip});
+    for (const char* line : {"codec_name=h264\n", "profile=High\n", "width=1920\n", "height=1080\n",
+                             "pix_fmt=yuv420p\n", "color_range=tv\n", "color_space=bt709\n", "color_transfer=bt709\n",
+                             "color_primaries=bt709\n", "has_b_frames=0\n", "r_frame_rate=30/1\n"}) {
+        EXPECT_THAT(probed, HasSubstr(line));
+    }
+    // Packets: stamps in steps of one frame, a key frame at each full second.
+    std::istringstream packets(RunShell(
+        folder_.Path(), "ffprobe -v error -select_streams v -show_entries packet=pts,duration,flags -of csv=p=0 \"$1\"",
+        {clip}));
+    std::vector<std::int64_t> stamps;
+    std::vector<bool> keys;
+    for (std::string line; std::getline(packets, line);) {
+        stamps.push_back(std::stoll(line));
+        keys.push_back(line.find('K') != std::string::npos);
+    }
+    ASSERT_GE(stamps.size(), 60U);
+    ASSERT_EQ(stamps.size() % 30, 0U);
+    for (std::size_t i = 0; i < stamps.size(); ++i) {
+        ASSERT_EQ(keys[i], i % 30 == 0) << "at frame " << i;
+        ASSERT_EQ(stamps[i] - stamps[0], static_cast<std::int64_t>(i) * (stamps[1] - stamps[0])) << "at frame " << i;
+    }
+    // BT.709 in limited range, worked out from the standard's coefficients: the bars and the grey above them.
+    const std::vector<std::uint8_t> frame = FirstFrameOf(clip);
+    ASSERT_EQ(frame.size(), 1920U * 1080U * 3 / 2);
+    const Sample bars[] = {{235, 128, 128}, {219, 16, 138}, {188, 154, 16}, {173, 42, 26},
+                           {78, 214, 230},  {63, 102, 240}, {32, 240, 118}, {16, 128, 128}};
+    for (std::size_t i = 0; i < 8; ++i) {
+        EXPECT_EQ(At(frame, 120 + 240 * i, 800), bars[i]) << "bar " << i;
+    }
+    EXPECT_EQ(At(frame, 1800, 40), (Sample{71, 128, 128}));
+}
+
+TEST_F(DriverProgram, ImagesAreSentAgainUntilThereIsANewOne) {
+    Script("set images 10");
+    const auto numbers = NumbersOf(MakeClip(4));
+    ASSERT_GE(numbers.size(), 90U);
+    std::size_t repeated = 0;
+    for (std::size_t i = 1; i < numbers.size(); ++i) {
+        ASSERT_TRUE(numbers[i] && numbers[i - 1]) << "at frame " << i;
+        ASSERT_LE(*numbers[i] - *numbers[i - 1], 1U) << "at frame " << i;
+        repeated += *numbers[i] == *numbers[i - 1] ? 1 : 0;
+    }
+    EXPECT_GT(repeated, numbers.size() / 3);
+}
+
+TEST_F(DriverProgram, AWideMonitorHasBarsOfVideoBlackAboveAndBelow) {
+    Script(R"(set output 0 \\.\DISPLAY1 0 0 3440 1440 1 1)");
+    const std::vector<std::uint8_t> frame = FirstFrameOf(MakeClip(2));
+    ASSERT_EQ(frame.size(), 1920U * 1080U * 3 / 2);
+    EXPECT_THAT(ReportLines(Report(), "note: "), Contains("d3d11: rectangle 0 139 1920 941"));
+    for (const std::size_t x : {0U, 900U, 1919U}) {
+        EXPECT_EQ(At(frame, x, 0), (Sample{16, 128, 128}));
+        EXPECT_EQ(At(frame, x, 137), (Sample{16, 128, 128}));
+        EXPECT_EQ(At(frame, x, 942), (Sample{16, 128, 128}));
+        EXPECT_EQ(At(frame, x, 1079), (Sample{16, 128, 128}));
+    }
+    EXPECT_EQ(At(frame, 1800, 139).y, 71);
+    EXPECT_EQ(At(frame, 1800, 150), (Sample{71, 128, 128}));
+    EXPECT_EQ(At(frame, 120, 940).y, 235);
+}
+
+TEST_F(DriverProgram, WithoutTheEncodersLibraryItSaysWhatToInstall) {
+    const std::filesystem::path library = "C:\\windows\\system32\\nvEncodeAPI64.dll";
+    const std::filesystem::path aside = "C:\\windows\\system32\\aside.dll";
+    std::filesystem::rename(library, aside);
+    const bool started = StartProgram();
+    const bool said =
+        EventuallySays("NVIDIA encoder driver is unavailable. Install the NVIDIA graphics driver. (0x80004005)");
+    std::filesystem::rename(aside, library);
+    EXPECT_TRUE(started && said) << testing::PrintToString(Activity());
+    EXPECT_TRUE(EndProgram());
+    ExpectNothingLeft();
+}
+
+TEST_F(DriverProgram, ALibraryWithoutTheEntryIsNamedAsSuch) {
+    const std::filesystem::path library = "C:\\windows\\system32\\nvEncodeAPI64.dll";
+    const std::filesystem::path aside = "C:\\windows\\system32\\aside.dll";
+    std::filesystem::rename(library, aside);
+    std::filesystem::copy_file("C:\\windows\\system32\\winmm.dll", library);
+    const bool started = StartProgram();
+    const bool said = EventuallySays("NVIDIA encoder entry point is unavailable. (0x80004005)");
+    std::filesystem::rename(aside, library);
+    EXPECT_TRUE(started && said) << testing::PrintToString(Activity());
+    EXPECT_TRUE(EndProgram());
+    ExpectNothingLeft();
+}
+
+TEST_F(DriverProgram, AMonitorOfTheSecondAdapterIsCapturedOnThatAdapter) {
+    Script(R"(set adapter 8086 0 0 First)");
+    Script(R"(set adapter 10DE 0 8589934592 Second)");
+    Script(R"(set output 0 \\.\DISPLAY2 1920 0 3840 1080 1 1)");
+    Script(R"(set output 1 \\.\DISPLAY1 0 0 1920 1080 1 1)");
+    EXPECT_FALSE(MakeClip(2).empty());
+}
+
+/// A failure of the driver and what the program makes of it.
+struct Failure {
+    const char* name;
+    const char* script;
+    const char* sentence;
+};
+void PrintTo(const Failure& failure, std::ostream* out) { *out << failure.name; }
+
+class DriverFailure : public DriverProgram, public testing::WithParamInterface<Failure> {};
+
+TEST_P(DriverFailure, IsToldInTheHistoryAndLeavesNothingBehind) {
+    Script(GetParam().script);
+    Script("set images always");
+    // Else FFmpeg might be gone before the program looks at why its input has ended.
+    SetEnvironmentValue(u"ZV_TEST_LINGER_MS", u"1500");
+    ASSERT_TRUE(StartProgram());
+    EXPECT_TRUE(EventuallySays(GetParam().sentence)) << testing::PrintToString(Activity());
+    EXPECT_TRUE(EndProgram());
+    ExpectNothingLeft();
+}
+
+constexpr Failure failures[] = {
+    {"Factory", "fail CreateDXGIFactory1 1+ 887A0005", "Cannot enumerate graphics adapters (0x887A0005)"},
+    {"NoOutput", R"(set output 0 \\.\DISPLAY2 0 0 1920 1080 1 1)", "Selected monitor is not connected (0x887A0002)"},
+    {"OutputNotDescribed", "fail GetDesc 1+ 887A0005", "Selected monitor is not connected (0x887A0002)"},
+    {"OutputDetached", R"(set output 0 \\.\DISPLAY1 0 0 1920 1080 1 0)",
+     "Selected monitor is not connected (0x887A0002)"},
+    {"OtherCase", R"(set output 0 \\.\display1 0 0 1920 1080 1 1)", "Selected monitor is not connected (0x887A0002)"},
+    {"TurnedBy90", R"(set output 0 \\.\DISPLAY1 0 0 1080 1920 2 1)",
+     "Rotate this monitor to landscape before capturing (0x80004001)"},
+    {"TurnedBy180", R"(set output 0 \\.\DISPLAY1 0 0 1920 1080 3 1)",
+     "Rotate this monitor to landscape before capturing (0x80004001)"},
+    {"Device", "fail D3D11CreateDevice 1 887A0004", "Cannot initialize GPU desktop capture (0x887A0004)"},
+    {"NoOutput1", "fail QueryInterface:output 1 80004002",
+     "GPU desktop capture is unavailable. Use a local, unlocked desktop (0x80004002)"},
+    {"Duplication", "fail DuplicateOutput 1 80070005",
+     "GPU desktop capture is unavailable. Use a local, unlocked desktop (0x80070005)"},
+    {"VideoDevice", "fail QueryInterface:device 1 80004002", "GPU video processing is unavailable (0x80004002)"},
+    {"VideoContext", "fail QueryInterface:context 1 80004002", "GPU video processing is unavailable (0x80004002)"},
+    {"Enumerator", "fail CreateVideoProcessorEnumerator 1 80070057", "Cannot create the GPU video scaler (0x80070057)"},
+    {"Processor", "fail CreateVideoProcessor 1 8007000E", "Cannot create the GPU video scaler (0x8007000E)"},
+    {"CaptureSurface", "fail CreateTexture2D:bgra 1 8007000E", "Cannot create capture surface (0x8007000E)"},
+    {"Nv12Surface", "fail CreateTexture2D:nv12 1 887A0005", "Cannot create NV12 video surface (0x887A0005)"},
+    {"InputView", "fail CreateVideoProcessorInputView 1 80070057", "Cannot create video processor views (0x80070057)"},
+    {"OutputView", "fail CreateVideoProcessorOutputView 1 80070057",
+     "Cannot create video processor views (0x80070057)"},
+    {"CreateInstance", "fail NvEncodeAPICreateInstance 1 F",
+     "Load NVIDIA encoder API failed (NVENC 15). Update the NVIDIA graphics driver. (0x80004005)"},
+    {"OpenSession", "fail nvEncOpenEncodeSessionEx 1 F",
+     "Open NVIDIA encoding session failed (NVENC 15). Update the NVIDIA graphics driver. (0x80004005)"},
+    {"OpenSessionNegative", "fail nvEncOpenEncodeSessionEx 1 FFFFFFFE",
+     "Open NVIDIA encoding session failed (NVENC -2). (0x80004005)"},
+    {"PresetConfig", "fail nvEncGetEncodePresetConfigEx 1 8", "Read low latency preset failed (NVENC 8). (0x80004005)"},
+    {"Initialize", "fail nvEncInitializeEncoder 1 8", "Initialize NVIDIA encoder failed (NVENC 8). (0x80004005)"},
+    {"InitializeWithDetail", "fail nvEncInitializeEncoder 1 8\nset errortext  too many sessions",
+     "Initialize NVIDIA encoder failed (NVENC 8).too many sessions (0x80004005)"},
+    {"Register", "fail nvEncRegisterResource 1 17", "Register GPU capture texture failed (NVENC 23). (0x80004005)"},
+    {"Buffer", "fail nvEncCreateBitstreamBuffer 1 A", "Create compressed video buffer failed (NVENC 10). (0x80004005)"},
+    {"Acquire", "fail AcquireNextFrame 3 887A0026",
+     "Desktop capture was interrupted. Unlock the desktop, then restart replay (0x887A0026)"},
+    {"FrameTexture", "fail QueryInterface:desktop-image 3 80004002", "Cannot read desktop texture (0x80004002)"},
+    {"Conversion", "fail VideoProcessorBlt 3 887A0005", "GPU video conversion failed (0x887A0005)"},
+    {"Map", "fail nvEncMapInputResource 3 18", "Map GPU frame for encoding failed (NVENC 24). (0x80004005)"},
+    {"Encode", "fail nvEncEncodePicture 3 11", "Encode GPU frame failed (NVENC 17). (0x80004005)"},
+    {"Lock", "fail nvEncLockBitstream 3 D", "Read compressed GPU frame failed (NVENC 13). (0x80004005)"},
+    {"Unlock", "fail nvEncUnlockBitstream 3 14", "Unlock compressed frame failed (NVENC 20). (0x80004005)"},
+    {"Unmap", "fail nvEncUnmapInputResource 3 19", "Release encoded GPU frame failed (NVENC 25). (0x80004005)"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Every, DriverFailure, testing::ValuesIn(failures),
+                         [](const auto& parameter) { return std::string(parameter.param.name); });
+
+}  // namespace
+}  // namespace zv::windows

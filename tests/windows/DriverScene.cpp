@@ -1,0 +1,185 @@
+#include "windows/DriverScene.h"
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+#include "platform/Environment.h"
+#include "platform/Files.h"
+#include "platform/Folders.h"
+#include "windows/Processes.h"
+
+namespace zv::windows {
+namespace {
+
+constexpr wchar_t mainClass[] = L"ZVReelsMainV3";
+
+std::string ContentOf(const std::filesystem::path& path) { return ReadSharedFile(FromPath(path), 0x1000000); }
+
+std::vector<std::string> LinesOf(const std::string& content) {
+    std::vector<std::string> lines;
+    std::istringstream stream(content);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line.substr(0, line.find('\r')));
+    }
+    return lines;
+}
+
+/// The machine's own name of a file, which Wine knows.
+std::string OwnPath(const std::filesystem::path& path) {
+    using NameOf = char*(CDECL*)(const wchar_t*);
+    const FARPROC function = GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name");
+    char* name = reinterpret_cast<NameOf>(reinterpret_cast<void*>(function))(path.c_str());
+    std::string result = name == nullptr ? std::string() : name;
+    HeapFree(GetProcessHeap(), 0, name);
+    return result;
+}
+
+}  // namespace
+
+std::vector<std::string> ReportLines(const std::filesystem::path& report, const std::string& kind) {
+    std::vector<std::string> found;
+    for (const std::string& line : LinesOf(ContentOf(report))) {
+        if (line.starts_with(kind)) {
+            found.push_back(line.substr(kind.size()));
+        }
+    }
+    return found;
+}
+
+// Wine starts a program of the machine's own but gives no handle of it: the last line of the output tells its end.
+std::string RunShell(const std::filesystem::path& folder, const std::string& script,
+                     const std::vector<std::filesystem::path>& paths) {
+    static int counter = 0;
+    const std::string name = "shell" + std::to_string(++counter);
+    const std::filesystem::path output = folder / (name + ".out");
+    const std::filesystem::path file = folder / name;
+    std::ofstream(output, std::ios::binary).close();
+    {
+        std::ofstream text(file, std::ios::binary);
+        text << "unset LD_LIBRARY_PATH\nset --";
+        for (const std::filesystem::path& path : paths) {
+            text << " '" << OwnPath(path) << "'";
+        }
+        text << "\n{\n"
+             << script << "\n} >'" << OwnPath(output) << "' 2>&1 </dev/null\necho \"end $?\" >>'" << OwnPath(output)
+             << "'\n";
+    }
+    std::wstring line = L"\"Z:\\bin\\sh\" \"" + std::filesystem::path(OwnPath(file)).wstring() + L"\"";
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION made{};
+    EXPECT_TRUE(
+        CreateProcessW(L"Z:\\bin\\sh", line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &made));
+    EXPECT_TRUE(Eventually([&] {
+        const std::vector<std::string> lines = LinesOf(ContentOf(output));
+        return !lines.empty() && lines.back().starts_with("end ");
+    })) << script;
+    std::string content = ContentOf(output);
+    EXPECT_TRUE(content.ends_with("end 0\n")) << script << "\n" << content;
+    return content.substr(0, content.rfind("end "));
+}
+
+std::filesystem::path DriverScene::Data() { return ToPath(JoinPath(FolderOf(KnownFolder::LocalData), u"ZVReelsMax")); }
+
+void DriverScene::SetUp() {
+    ASSERT_FALSE(EnvironmentValue(u"ZV_TEST_FFMPEG").empty()) << "tests/windows/fetch_ffmpeg gets it";
+    std::filesystem::remove_all(Data());
+    std::filesystem::create_directories(Data());
+    const std::filesystem::path captures = folder_.Path() / "captures";
+    for (const char* line :
+         {"audioCaptureVersion=1", "replayUiVersion=1", "width=1920", "height=1080", "fps=30", "bitrateMbps=20",
+          "replaySeconds=15", "instantReplay=1", "micEnabled=0", "gameAudioEnabled=0", "minimizeToTray=0"}) {
+        Setting(line);
+    }
+    for (const char* key : {"captureRoot", "clipsFolder", "recordingsFolder", "screenshotsFolder"}) {
+        Setting(std::string(key) + "=" + captures.string());
+    }
+    SetEnvironmentValue(u"ZV_FFMPEG", JoinPath(ExecutableFolder(), u"forwarding\\ffmpeg.exe"));
+    SetEnvironmentValue(u"ZV_TEST_COMMANDS", u"");
+    SetEnvironmentValue(u"ZV_TEST_LINGER_MS", u"");
+    SetEnvironmentValue(u"ZV_TEST_REPORT", FromPath(Report()));
+    SetEnvironmentValue(u"ZV_TEST_SCRIPT", FromPath(folder_.Path() / "script"));
+}
+
+void DriverScene::TearDown() {
+    if (program_.process && IsRunning(*program_.process)) {
+        TerminateJob(*program_.job);
+        WaitForExit(*program_.process, generousMs);
+    }
+}
+
+void DriverScene::Setting(const std::string& line) {
+    std::ofstream(Data() / "settings.ini", std::ios::app | std::ios::binary) << line << "\r\n";
+}
+
+void DriverScene::Script(const std::string& text) {
+    std::ofstream(folder_.Path() / "script", std::ios::app | std::ios::binary) << text << "\n";
+}
+
+bool DriverScene::StartProgram() {
+    const Text program = FromPath(ToPath(ExecutableFolder()).parent_path().parent_path() / "zorvel.exe");
+    return SpawnChild({program, u"\"" + program + u"\" --background", FromPath(folder_.Path() / "log")}, program_);
+}
+
+/// By closing its window, which the settings of the scene make the end of it.
+bool DriverScene::EndProgram() {
+    HWND window = nullptr;
+    if (!Eventually([&] { return (window = FindWindowW(mainClass, nullptr)) != nullptr; })) {
+        return false;
+    }
+    PostMessageW(window, WM_CLOSE, 0, 0);
+    return WaitForExit(*program_.process, generousMs) && ExitCode(*program_.process) == 0;
+}
+
+std::vector<std::string> DriverScene::Activity() const {
+    std::vector<std::string> texts;
+    for (const std::string& row : LinesOf(ContentOf(Data() / "History" / "activity.log"))) {
+        texts.push_back(row.substr(row.rfind('\t') + 1));
+    }
+    return texts;
+}
+
+bool DriverScene::EventuallySays(const std::string& text) const {
+    return Eventually([&] {
+        const std::vector<std::string> texts = Activity();
+        return std::find(texts.begin(), texts.end(), text) != texts.end();
+    });
+}
+
+std::size_t DriverScene::ListedSegments() const {
+    std::size_t count = 0;
+    std::error_code error;
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(std::filesystem::temp_directory_path() / "ZVReelsMax", error)) {
+        if (entry.path().filename() == "live.m3u8") {
+            const std::vector<std::string> lines = LinesOf(ContentOf(entry.path()));
+            count += static_cast<std::size_t>(
+                std::count_if(lines.begin(), lines.end(), [](const auto& line) { return line.ends_with(".ts"); }));
+        }
+    }
+    return count;
+}
+
+void DriverScene::Press(const Text& codes) {
+    Child presser;
+    const Text program = JoinPath(ExecutableFolder(), u"PressKeys.exe");
+    ASSERT_TRUE(
+        SpawnChild({program, u"\"" + program + u"\" " + codes, FromPath(folder_.Path() / "keys.log")}, presser));
+    ASSERT_TRUE(WaitForExit(*presser.process, generousMs));
+    ASSERT_EQ(ExitCode(*presser.process), 0U);
+}
+
+std::filesystem::path DriverScene::SavedClip() {
+    static const std::string words = "Replay saved: ";
+    std::string path;
+    EXPECT_TRUE(Eventually([&] {
+        for (const std::string& text : Activity()) {
+            path = text.starts_with(words) ? text.substr(words.size()) : path;
+        }
+        return !path.empty();
+    })) << testing::PrintToString(Activity());
+    return path;
+}
+
+}  // namespace zv::windows

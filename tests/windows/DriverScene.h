@@ -1,0 +1,63 @@
+// A program of the product under the driver doubles: its settings, their script and report, what it says and leaves.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "platform/ChildProcess.h"
+#include "platform/Clock.h"
+#include "support/TemporaryFolder.h"
+
+namespace zv::windows {
+
+inline constexpr std::uint32_t generousMs = 60000;
+
+template <class Condition>
+bool Eventually(Condition condition, std::uint32_t limitMs = generousMs) {
+    const std::uint64_t limit = TickMs() + limitMs;
+    while (!condition()) {
+        if (TickMs() > limit) {
+            return false;
+        }
+        SleepMs(20);
+    }
+    return true;
+}
+
+/// What the doubles wrote: the lines after `kind` ("complaint: " or "note: ").
+std::vector<std::string> ReportLines(const std::filesystem::path& report, const std::string& kind);
+
+/// Runs a script of the build machine's shell. `WINDOWS_PATH` arguments become the machine's own paths as $1, $2...
+/// Answers what it wrote.
+std::string RunShell(const std::filesystem::path& folder, const std::string& script,
+                     const std::vector<std::filesystem::path>& paths);
+
+class DriverScene : public testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    static std::filesystem::path Data();
+    std::filesystem::path Report() const { return folder_.Path() / "report"; }
+
+    void Setting(const std::string& line);
+    void Script(const std::string& text);
+
+    bool StartProgram();
+    bool EndProgram();
+    std::vector<std::string> Activity() const;
+    bool EventuallySays(const std::string& text) const;
+    std::size_t ListedSegments() const;
+    void Press(const Text& codes);
+    /// The file that the program says it saved, once it says so.
+    std::filesystem::path SavedClip();
+
+    support::TemporaryFolder folder_;
+    Child program_;
+};
+
+}  // namespace zv::windows

@@ -1,0 +1,169 @@
+// COM objects made from tables of functions.
+//
+// The drivers' interfaces have hundreds of functions of which the program may call a few dozen. A table starts out
+// with an answer in every place that complains about the call; a double then fills in what it offers. Include it after
+// <initguid.h>, with CINTERFACE defined, so that the tables' types are there.
+//
+// Objects are kept after their last release, so that a call to a dead one is a complaint and no crash.
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "windows/drivers/Judge.h"
+#include "windows/drivers/Pixels.h"
+
+namespace zv::drivers {
+
+struct Object;
+
+/// What an interface pointer points at: the table, and the object behind it.
+struct Face {
+    const void* table = nullptr;
+    Object* object = nullptr;
+    std::vector<IID> ids;
+};
+
+struct Object {
+    explicit Object(const char* theKind, Object* theParent = nullptr) : kind(theKind), parent(theParent) {
+        if (parent != nullptr) {
+            ++parent->children;
+        }
+        ++Living();
+    }
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+    virtual ~Object() = default;
+
+    /// The object has lost its last reference; what it lends ends here. Its memory stays.
+    virtual void End() {}
+
+    static std::atomic<int>& Living() {
+        static std::atomic<int> count = 0;
+        return count;
+    }
+
+    const char* kind;
+    Object* parent;
+    std::atomic<int> children = 0;
+    std::atomic<ULONG> references = 1;
+    DWORD thread = GetCurrentThreadId();
+    bool oneThread = false;  ///< calls are allowed on the thread that made it alone
+    std::array<Face, 3> faces;
+};
+
+inline void* PointerTo(Object& object, std::size_t face = 0) { return &object.faces[face]; }
+
+/// The object behind `self`, after a look at whether it may be called now.
+inline Object& ObjectOf(void* self, const char* function) {
+    Object& object = *static_cast<Face*>(self)->object;
+    if (object.references == 0) {
+        Complain(std::string(function) + " on a released " + object.kind);
+    }
+    if (object.oneThread && object.thread != GetCurrentThreadId()) {
+        Complain(std::string(function) + " on another thread than the one that made the " + object.kind);
+    }
+    return object;
+}
+template <class Kind>
+Kind& Behind(void* self, const char* function) {
+    return static_cast<Kind&>(ObjectOf(self, function));
+}
+
+inline ULONG STDMETHODCALLTYPE AddReference(void* self) { return ++ObjectOf(self, "AddRef").references; }
+
+inline ULONG STDMETHODCALLTYPE ReleaseReference(void* self) {
+    Object& object = ObjectOf(self, "Release");
+    if (object.references == 0) {
+        return 0;
+    }
+    const ULONG left = --object.references;
+    if (left == 0) {
+        if (object.children != 0) {
+            Complain(std::string(object.kind) + " released before what was made from it");
+        }
+        object.End();
+        if (object.parent != nullptr) {
+            --object.parent->children;
+        }
+        --Object::Living();
+    }
+    return left;
+}
+
+inline HRESULT STDMETHODCALLTYPE QueryFaces(void* self, const IID& id, void** result) {
+    Object& object = ObjectOf(self, "QueryInterface");
+    if (result == nullptr) {
+        Complain("QueryInterface without a place for the answer");
+        return E_POINTER;
+    }
+    *result = nullptr;
+    if (id.Data1 != privateIds) {
+        const Verdict verdict = Called((std::string("QueryInterface:") + object.kind).c_str());
+        if (verdict.fails) {
+            return verdict.code;
+        }
+    }
+    for (Face& face : object.faces) {
+        for (const IID& offered : face.ids) {
+            if (std::memcmp(&offered, &id, sizeof(id)) == 0) {
+                ++object.references;
+                *result = &face;
+                return S_OK;
+            }
+        }
+    }
+    Complain(std::string("the ") + object.kind + " was asked for an interface that it does not offer");
+    return E_NOINTERFACE;
+}
+
+template <std::size_t slot>
+HRESULT STDMETHODCALLTYPE UnexpectedCall(void* self) {
+    const char* kind = static_cast<Face*>(self)->object->kind;
+    Complain("unexpected call of function " + std::to_string(slot) + " of the " + kind);
+    return E_NOTIMPL;
+}
+
+template <class Table>
+class TableMaker {
+public:
+    TableMaker() {
+        Fill(std::make_index_sequence<sizeof(Table) / sizeof(void*)>());
+        Put(0, reinterpret_cast<void*>(QueryFaces));
+        Put(1, reinterpret_cast<void*>(AddReference));
+        Put(2, reinterpret_cast<void*>(ReleaseReference));
+    }
+    Table table;
+
+private:
+    template <std::size_t... slots>
+    void Fill(std::index_sequence<slots...>) {
+        (Put(slots, reinterpret_cast<void*>(UnexpectedCall<slots>)), ...);
+    }
+    void Put(std::size_t slot, void* function) {
+        std::memcpy(reinterpret_cast<std::byte*>(&table) + slot * sizeof(void*), &function, sizeof(function));
+    }
+};
+
+inline void SetFace(Object& object, std::size_t index, const void* table, std::vector<IID> ids) {
+    object.faces[index] = {table, &object, std::move(ids)};
+}
+
+/// To be called when the module goes. Tells that it was watched to its end.
+inline void ReportEnd(bool processEnds) {
+    const int living = Object::Living();
+    if (living != 0) {
+        Complain(std::to_string(living) + " objects are still held at the end");
+    }
+    Note(std::string("ends with ") + (processEnds ? "the process" : "its last user"));
+}
+
+}  // namespace zv::drivers

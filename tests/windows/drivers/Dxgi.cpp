@@ -1,0 +1,366 @@
+// dxgi.dll: adapters, outputs, and the duplication of a desktop whose every new image carries its number.
+//
+//   set adapter VENDOR FLAGS MEMORY NAME     vendor in hexadecimal; without one there is one by the encoder's maker
+//   set output ADAPTER NAME LEFT TOP RIGHT BOTTOM ROTATION ATTACHED     without one there is a 1920x1080 \\.\DISPLAY1
+//   set images always | once | RATE          a new image for every request, only one, or so many a second (30)
+// The number counts the images that were handed out, from 0, so that none may be missing in what comes of them.
+#define CINTERFACE
+#define D3D11_NO_HELPERS
+#include <initguid.h>
+//
+#include <windows.h>
+//
+#include <dxgi1_6.h>
+
+#include <algorithm>
+#include <chrono>
+#include <sstream>
+
+#include "support/FrameNumber.h"
+#include "windows/drivers/ComObject.h"
+#include "windows/drivers/Pixels.h"
+
+namespace zv::drivers {
+namespace {
+
+struct AdapterLine {
+    UINT vendor = 0x10DE;
+    UINT flags = 0;
+    unsigned long long memory = 8ULL << 30U;
+    std::string name = "Graphics double";
+};
+
+struct OutputLine {
+    UINT adapter = 0;
+    std::string name = R"(\\.\DISPLAY1)";
+    RECT bounds{0, 0, 1920, 1080};
+    UINT rotation = 1;
+    int attached = 1;
+};
+
+std::vector<AdapterLine> Adapters() {
+    std::vector<AdapterLine> adapters;
+    for (const std::string& value : Values("adapter")) {
+        AdapterLine line;
+        std::istringstream words(value);
+        words >> std::hex >> line.vendor >> std::dec >> line.flags >> line.memory;
+        std::getline(words >> std::ws, line.name);
+        adapters.push_back(line);
+    }
+    return adapters.empty() ? std::vector<AdapterLine>(1) : adapters;
+}
+
+std::vector<OutputLine> OutputsOf(UINT adapter) {
+    std::vector<OutputLine> outputs;
+    const std::vector<std::string> values = Values("output");
+    for (const std::string& value : values) {
+        OutputLine line;
+        std::istringstream words(value);
+        words >> line.adapter >> line.name >> line.bounds.left >> line.bounds.top >> line.bounds.right >>
+            line.bounds.bottom >> line.rotation >> line.attached;
+        outputs.push_back(line);
+    }
+    if (values.empty()) {
+        outputs.resize(1);
+    }
+    std::erase_if(outputs, [&](const OutputLine& line) { return line.adapter != adapter; });
+    return outputs;
+}
+
+template <std::size_t size>
+void CopyName(const std::string& name, WCHAR (&place)[size]) {
+    std::copy_n(name.begin(), std::min(name.size(), size - 1), place);
+}
+
+struct Factory : Object {
+    Factory() : Object("factory") {}
+};
+
+struct Adapter : Object {
+    Adapter(Object& factory, UINT theIndex, AdapterLine theLine)
+        : Object("adapter", &factory), index(theIndex), line(std::move(theLine)) {}
+    UINT index;
+    AdapterLine line;
+};
+
+struct Output : Object {
+    Output(Adapter& theAdapter, OutputLine theLine)
+        : Object("output", &theAdapter), adapter(theAdapter), line(std::move(theLine)) {}
+    Adapter& adapter;
+    OutputLine line;
+};
+
+// A process may duplicate an output once at a time.
+std::atomic<int> duplications = 0;
+
+struct Duplication : Object {
+    using Time = std::chrono::steady_clock;
+
+    Duplication(Output& output, void* theImage) : Object("duplication", &output), image(theImage) {
+        oneThread = true;
+        void* face = AskFor(image, pixelsId);
+        pixels = TableOf<PixelsTable>(face).content(face);
+        GiveBack(face);
+        pixels->readable = false;
+        const std::string images = Value("images", "30");
+        always = images == "always";
+        once = images == "once";
+        period = always || once ? Time::duration::zero() : Time::duration(std::chrono::seconds(1)) / std::stoi(images);
+        PaintBackground();
+        ++duplications;
+    }
+
+    void End() override {
+        if (acquired) {
+            Complain("duplication released with an image that was not given back");
+        }
+        if (GiveBack(image) != 0) {
+            Complain("duplication released before its image");
+        }
+        --duplications;
+        Note("handed out " + std::to_string(handedOut) + " images");
+    }
+
+    /// Grey, and eight bars of the corners of the colour cube below.
+    void PaintBackground() {
+        static constexpr std::uint32_t bars[] = {0xFFFFFFFF, 0xFFFFFF00, 0xFF00FFFF, 0xFF00FF00,
+                                                 0xFFFF00FF, 0xFFFF0000, 0xFF0000FF, 0xFF000000};
+        const std::uint32_t top = pixels->height * 8 / 15;
+        for (std::uint32_t y = 0; y < pixels->height; ++y) {
+            for (std::uint32_t x = 0; x < pixels->width; ++x) {
+                pixels->bgra[std::size_t{y} * pixels->width + x] = y < top ? 0xFF404040 : bars[x * 8 / pixels->width];
+            }
+        }
+    }
+
+    bool NewImageWithin(UINT timeoutMs) {
+        if (always || handedOut == 0) {
+            due = Time::now() + period;
+            return true;
+        }
+        const auto limit = Time::now() + std::chrono::milliseconds(timeoutMs);
+        if (once || due > limit) {
+            Sleep(timeoutMs);
+            return false;
+        }
+        while (Time::now() < due) {
+            Sleep(1);
+        }
+        due = std::max(due + period, Time::now());
+        return true;
+    }
+
+    void* image;
+    Pixels* pixels = nullptr;
+    bool always = false;
+    bool once = false;
+    Time::duration period{};
+    Time::time_point due{};
+    std::uint32_t handedOut = 0;
+    bool acquired = false;
+};
+
+HRESULT STDMETHODCALLTYPE ReleaseFrame(IDXGIOutputDuplication* self) {
+    auto& duplication = Behind<Duplication>(self, "ReleaseFrame");
+    const Verdict verdict = Called("ReleaseFrame");
+    if (!duplication.acquired) {
+        Complain("ReleaseFrame without an image");
+        return DXGI_ERROR_INVALID_CALL;
+    }
+    duplication.acquired = false;
+    duplication.pixels->readable = false;
+    return verdict.fails ? verdict.code : S_OK;
+}
+
+ULONG ReferencesOf(void* unknown) {
+    using Count = ULONG(STDMETHODCALLTYPE*)(void*);
+    (*static_cast<Count**>(unknown))[1](unknown);
+    return GiveBack(unknown);
+}
+
+HRESULT STDMETHODCALLTYPE AcquireNextFrame(IDXGIOutputDuplication* self, UINT timeoutMs,
+                                           DXGI_OUTDUPL_FRAME_INFO* information, IDXGIResource** resource) {
+    auto& duplication = Behind<Duplication>(self, "AcquireNextFrame");
+    if (information == nullptr || resource == nullptr) {
+        Complain("AcquireNextFrame without a place for its answer");
+        return E_INVALIDARG;
+    }
+    *resource = nullptr;
+    if (duplication.acquired) {
+        Complain("AcquireNextFrame before ReleaseFrame");
+        return DXGI_ERROR_INVALID_CALL;
+    }
+    if (timeoutMs != (duplication.handedOut == 0 ? 20U : 0U)) {
+        Complain("AcquireNextFrame waits " + std::to_string(timeoutMs) + " ms for image " +
+                 std::to_string(duplication.handedOut));
+    }
+    if (ReferencesOf(duplication.image) != 1) {
+        Complain("AcquireNextFrame while the last image is held");
+    }
+    const Verdict verdict = Called("AcquireNextFrame");
+    if (verdict.fails) {
+        return verdict.code;
+    }
+    if (!duplication.NewImageWithin(timeoutMs)) {
+        return DXGI_ERROR_WAIT_TIMEOUT;
+    }
+    Pixels& pixels = *duplication.pixels;
+    support::PaintFrameNumber(duplication.handedOut++, pixels.bgra.data(), pixels.width, static_cast<int>(pixels.width),
+                              static_cast<int>(pixels.height));
+    pixels.readable = true;
+    duplication.acquired = true;
+    *information = {};
+    QueryPerformanceCounter(&information->LastPresentTime);
+    information->AccumulatedFrames = 1;
+    *resource = static_cast<IDXGIResource*>(duplication.image);
+    (*resource)->lpVtbl->AddRef(*resource);
+    return S_OK;
+}
+
+const IDXGIOutputDuplicationVtbl& DuplicationTable() {
+    static const auto maker = [] {
+        TableMaker<IDXGIOutputDuplicationVtbl> made;
+        made.table.AcquireNextFrame = AcquireNextFrame;
+        made.table.ReleaseFrame = ReleaseFrame;
+        return made;
+    }();
+    return maker.table;
+}
+
+HRESULT STDMETHODCALLTYPE DuplicateOutput(IDXGIOutput1* self, IUnknown* device, IDXGIOutputDuplication** result) {
+    auto& output = Behind<Output>(self, "DuplicateOutput");
+    const Verdict verdict = Called("DuplicateOutput");
+    if (verdict.fails) {
+        return verdict.code;
+    }
+    void* maintenance = AskFor(device, maintenanceId);
+    if (maintenance == nullptr || result == nullptr || duplications != 0) {
+        Complain("DuplicateOutput without a device or a place for its answer, or a second time");
+        return E_INVALIDARG;
+    }
+    const auto& table = TableOf<MaintenanceTable>(maintenance);
+    if (static_cast<Face*>(table.adapter(maintenance))->object != &output.adapter) {
+        Complain("DuplicateOutput with a device of another adapter");
+    }
+    const RECT& bounds = output.line.bounds;
+    void* image = table.makeDesktopImage(maintenance, static_cast<std::uint32_t>(bounds.right - bounds.left),
+                                         static_cast<std::uint32_t>(bounds.bottom - bounds.top));
+    GiveBack(maintenance);
+    auto* duplication = new Duplication(output, image);
+    SetFace(*duplication, 0, &DuplicationTable(), {IID_IUnknown, IID_IDXGIObject, IID_IDXGIOutputDuplication});
+    *result = static_cast<IDXGIOutputDuplication*>(PointerTo(*duplication));
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE DescribeOutput(IDXGIOutput1* self, DXGI_OUTPUT_DESC* description) {
+    const auto& output = Behind<Output>(self, "IDXGIOutput::GetDesc");
+    const Verdict verdict = Called("GetDesc");
+    if (verdict.fails) {
+        return verdict.code;
+    }
+    *description = {};
+    CopyName(output.line.name, description->DeviceName);
+    description->DesktopCoordinates = output.line.bounds;
+    description->AttachedToDesktop = output.line.attached;
+    description->Rotation = static_cast<DXGI_MODE_ROTATION>(output.line.rotation);
+    return S_OK;
+}
+
+const IDXGIOutput1Vtbl& OutputTable() {
+    static const auto maker = [] {
+        TableMaker<IDXGIOutput1Vtbl> made;
+        made.table.GetDesc = DescribeOutput;
+        made.table.DuplicateOutput = DuplicateOutput;
+        return made;
+    }();
+    return maker.table;
+}
+
+HRESULT STDMETHODCALLTYPE EnumOutputs(IDXGIAdapter1* self, UINT index, IDXGIOutput** result) {
+    auto& adapter = Behind<Adapter>(self, "EnumOutputs");
+    *result = nullptr;
+    const std::vector<OutputLine> outputs = OutputsOf(adapter.index);
+    if (index >= outputs.size()) {
+        return DXGI_ERROR_NOT_FOUND;
+    }
+    auto* output = new Output(adapter, outputs[index]);
+    SetFace(*output, 0, &OutputTable(), {IID_IUnknown, IID_IDXGIObject, IID_IDXGIOutput, IID_IDXGIOutput1});
+    *result = static_cast<IDXGIOutput*>(PointerTo(*output));
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE DescribeAdapter(IDXGIAdapter1* self, DXGI_ADAPTER_DESC1* description) {
+    const auto& adapter = Behind<Adapter>(self, "GetDesc1");
+    const Verdict verdict = Called("GetDesc1");
+    if (verdict.fails) {
+        return verdict.code;
+    }
+    *description = {};
+    CopyName(adapter.line.name, description->Description);
+    description->VendorId = adapter.line.vendor;
+    description->DedicatedVideoMemory = adapter.line.memory;
+    description->Flags = adapter.line.flags;
+    return S_OK;
+}
+
+const IDXGIAdapter1Vtbl& AdapterTable() {
+    static const auto maker = [] {
+        TableMaker<IDXGIAdapter1Vtbl> made;
+        made.table.EnumOutputs = EnumOutputs;
+        made.table.GetDesc1 = DescribeAdapter;
+        return made;
+    }();
+    return maker.table;
+}
+
+HRESULT STDMETHODCALLTYPE EnumAdapters1(IDXGIFactory6* self, UINT index, IDXGIAdapter1** result) {
+    auto& factory = Behind<Factory>(self, "EnumAdapters1");
+    *result = nullptr;
+    const std::vector<AdapterLine> adapters = Adapters();
+    if (index >= adapters.size()) {
+        return DXGI_ERROR_NOT_FOUND;
+    }
+    auto* adapter = new Adapter(factory, index, adapters[index]);
+    SetFace(*adapter, 0, &AdapterTable(), {IID_IUnknown, IID_IDXGIObject, IID_IDXGIAdapter, IID_IDXGIAdapter1});
+    *result = static_cast<IDXGIAdapter1*>(PointerTo(*adapter));
+    return S_OK;
+}
+
+const IDXGIFactory6Vtbl& FactoryTable() {
+    static const auto maker = [] {
+        TableMaker<IDXGIFactory6Vtbl> made;
+        made.table.EnumAdapters1 = EnumAdapters1;
+        return made;
+    }();
+    return maker.table;
+}
+
+}  // namespace
+}  // namespace zv::drivers
+
+using namespace zv::drivers;
+
+extern "C" HRESULT WINAPI CreateDXGIFactory1(REFIID id, void** result) {
+    ReadScript();
+    *result = nullptr;
+    const Verdict verdict = Called("CreateDXGIFactory1");
+    if (verdict.fails) {
+        return verdict.code;
+    }
+    auto* factory = new Factory;
+    SetFace(*factory, 0, &FactoryTable(),
+            {IID_IUnknown, IID_IDXGIObject, IID_IDXGIFactory, IID_IDXGIFactory1, IID_IDXGIFactory2, IID_IDXGIFactory3,
+             IID_IDXGIFactory4, IID_IDXGIFactory5, IID_IDXGIFactory6});
+    const HRESULT answer = QueryFaces(PointerTo(*factory), id, result);
+    GiveBack(PointerTo(*factory));
+    return answer;
+}
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* processEnds) {
+    if (reason == DLL_PROCESS_ATTACH) {
+        NameModule("dxgi");
+    } else if (reason == DLL_PROCESS_DETACH) {
+        ReportEnd(processEnds != nullptr);
+    }
+    return TRUE;
+}
