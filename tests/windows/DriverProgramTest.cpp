@@ -259,7 +259,7 @@ constexpr Failure failures[] = {
      "Open NVIDIA encoding session failed (NVENC -2). (0x80004005)"},
     {"PresetConfig", "fail nvEncGetEncodePresetConfigEx 1 8", "Read low latency preset failed (NVENC 8). (0x80004005)"},
     {"Initialize", "fail nvEncInitializeEncoder 1 8", "Initialize NVIDIA encoder failed (NVENC 8). (0x80004005)"},
-    {"InitializeWithDetail", "fail nvEncInitializeEncoder 1 8\nset errortext  too many sessions",
+    {"InitializeWithDetail", "fail nvEncInitializeEncoder 1 8\nset errortext too many sessions",
      "Initialize NVIDIA encoder failed (NVENC 8).too many sessions (0x80004005)"},
     {"Register", "fail nvEncRegisterResource 1 17", "Register GPU capture texture failed (NVENC 23). (0x80004005)"},
     {"Buffer", "fail nvEncCreateBitstreamBuffer 1 A", "Create compressed video buffer failed (NVENC 10). (0x80004005)"},

@@ -1,11 +1,11 @@
 // Report and script. Both work on whole small files, so that several modules and processes may share them.
 #include "windows/drivers/Judge.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
-#include <mutex>
-#include <sstream>
 
 namespace zv::drivers {
 namespace {
@@ -25,11 +25,19 @@ struct Script {
     std::map<std::string, std::uint64_t> calls;
 };
 
+/// A lock without a handle: the module may be loaded and unloaded hundreds of times, and handles are counted.
+class Lock {
+public:
+    Lock() { AcquireSRWLockExclusive(&place); }
+    ~Lock() { ReleaseSRWLockExclusive(&place); }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+private:
+    static inline SRWLOCK place = SRWLOCK_INIT;
+};
+
 // Never destroyed: the last lines are written while the module is being unloaded.
-std::mutex& Mutex() {
-    static auto* mutex = new std::mutex;
-    return *mutex;
-}
 Script& TheScript() {
     static auto* script = new Script;
     return *script;
@@ -68,25 +76,28 @@ std::string ContentOf(const std::wstring& path) {
     return content;
 }
 
-void Parse(const std::string& line, Script& script) {
-    std::istringstream words(line);
-    std::string verb;
-    std::string name;
-    if (!(words >> verb >> name)) {
-        return;
-    }
+/// Takes the first word off `line`. Without streams, whose locales hold handles that an unloaded module leaves behind.
+std::string TakeWord(std::string& line) {
+    const std::size_t begin = std::min(line.find_first_not_of(' '), line.size());
+    const std::size_t end = std::min(line.find_first_of(" \r", begin), line.size());
+    std::string word = line.substr(begin, end - begin);
+    line.erase(0, std::min(end + 1, line.size()));
+    return word;
+}
+
+void Parse(std::string line, Script& script) {
+    const std::string verb = TakeWord(line);
+    const std::string name = TakeWord(line);
     if (verb == "set") {
-        std::string value;
-        std::getline(words >> std::ws, value);
-        script.values.emplace_back(name, value.substr(0, value.find('\r')));
-        return;
+        script.values.emplace_back(name, line.substr(0, line.find('\r')));
+    } else if (verb == "fail" || verb == "delay") {
+        const std::string position = TakeWord(line);
+        const bool delays = verb == "delay";
+        script.steps.push_back({name, std::strtoull(position.c_str(), nullptr, 10), position.ends_with("+"), delays,
+                                static_cast<long>(std::strtoul(TakeWord(line).c_str(), nullptr, delays ? 10 : 16))});
+    } else if (!verb.empty()) {
+        Complain("the script says " + verb);
     }
-    std::string position;
-    std::string value;
-    words >> position >> value;
-    const bool delays = verb == "delay";
-    script.steps.push_back({name, std::stoull(position), position.ends_with("+"), delays,
-                            static_cast<long>(std::stoul(value, nullptr, delays ? 10 : 16))});
 }
 
 }  // namespace
@@ -99,15 +110,16 @@ void Note(const std::string& text) { Append("note: " + std::string(moduleName) +
 void ReadScript() {
     const std::wstring path = Variable(L"ZV_TEST_SCRIPT");
     const std::string text = path.empty() ? std::string() : ContentOf(path);
-    const std::lock_guard lock(Mutex());
+    const Lock lock;
     if (text == TheScript().text) {
         return;
     }
     Script script;
     script.text = text;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        Parse(line, script);
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        Parse(text.substr(begin, end - begin), script);
+        begin = end + 1;
     }
     TheScript() = std::move(script);
 }
@@ -116,7 +128,7 @@ Verdict Called(const char* entry) {
     Verdict verdict;
     DWORD delay = 0;
     {
-        const std::lock_guard lock(Mutex());
+        const Lock lock;
         Script& script = TheScript();
         const std::uint64_t number = ++script.calls[entry];
         for (const Step& step : script.steps) {
@@ -137,7 +149,7 @@ Verdict Called(const char* entry) {
 }
 
 std::vector<std::string> Values(const std::string& name) {
-    const std::lock_guard lock(Mutex());
+    const Lock lock;
     std::vector<std::string> found;
     for (const auto& [key, value] : TheScript().values) {
         if (key == name) {
