@@ -8,15 +8,19 @@
 #include <cstdlib>
 #include <functional>
 #include <map>
+#include <new>
 #include <numbers>
 
 #include "audio/AudioCapture.h"
+#include "platform/AudioEndpoint.h"
 #include "platform/BytePipe.h"
 #include "platform/WaveInput.h"
 #include "stand_in/Allocations.h"
 #include "windows/PipeReader.h"
 #include "windows/Processes.h"
 #include "windows/SoundDriver.h"
+//
+#include <objbase.h>
 
 namespace zv {
 namespace {
@@ -641,6 +645,38 @@ TEST_F(Sound, TwoHundredStartsAndStopsLeaveNoHandleThreadOrReferenceBehind) {
     // The system makes one or two for itself, at some time.
     EXPECT_LE(windows::OpenHandles(), handles + 3);
     EXPECT_LE(Threads(), threads);
+}
+
+/// Runs `action` on a thread of its own that gets no memory, and `then` after it.
+void WithoutMemory(const std::function<void()>& action, const std::function<void()>& then) {
+    std::thread([&] {
+        stand_in::RefuseAllocationsHere(1);
+        try {
+            action();
+        } catch (const std::bad_alloc&) {
+        }
+        stand_in::RefuseAllocationsHere(0);
+        then();
+    }).join();
+}
+
+TEST_F(Sound, AThreadThatGetsNoMemoryIsNotLeftInitialized) {
+    Owned<AudioThread> thread;
+    HRESULT afterwards = S_OK;
+    WithoutMemory([&] { EnterAudioThread(thread); },
+                  [&] {
+                      APTTYPE type{};
+                      APTTYPEQUALIFIER qualifier{};
+                      afterwards = CoGetApartmentType(&type, &qualifier);
+                  });
+    EXPECT_FALSE(thread);
+    EXPECT_EQ(afterwards, CO_E_NOTINITIALIZED);
+}
+
+TEST_F(RefusedMicrophone, ThatGetsNoMemoryIsNotLeftOpen) {
+    Owned<WaveInput> input;
+    WithoutMemory([&] { OpenWaveInput(input); }, [] {});
+    EXPECT_FALSE(input);
 }
 
 std::atomic<bool> countsRounds{false};

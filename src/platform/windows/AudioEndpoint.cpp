@@ -49,9 +49,11 @@ void Closer<AudioEndpoint>::operator()(AudioEndpoint* endpoint) const noexcept {
 }
 
 Result EnterAudioThread(Owned<AudioThread>& thread) {
+    // Made first: what is initialized has an owner that undoes it, whatever happens.
+    auto made = std::make_unique<AudioThread>();
     const HRESULT result = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     if (SUCCEEDED(result)) {
-        thread.reset(new AudioThread);
+        thread.reset(made.release());
     }
     return result;
 }

@@ -2,6 +2,7 @@
 #include "platform/WaveInput.h"
 
 #include <array>
+#include <memory>
 
 #include "platform/windows/Native.h"
 
@@ -61,11 +62,11 @@ int OpenWaveInput(Owned<WaveInput>& input) {
     format.nAvgBytesPerSec = 96000;
     format.nBlockAlign = 2;
     format.wBitsPerSample = 16;
-    HWAVEIN device = nullptr;
-    const MMRESULT result = waveInOpen(&device, WAVE_MAPPER, &format, 0, 0, CALLBACK_NULL);
+    // Made first: a device that is open has an owner that closes it, whatever happens.
+    auto made = std::make_unique<WaveInput>();
+    const MMRESULT result = waveInOpen(&made->device, WAVE_MAPPER, &format, 0, 0, CALLBACK_NULL);
     if (result == MMSYSERR_NOERROR) {
-        input.reset(new WaveInput);
-        input->device = device;
+        input.reset(made.release());
     }
     return CodeOfCall(result);
 }
