@@ -7,6 +7,7 @@
 #include <cmath>
 #include <memory>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "platform/windows/Native.h"
@@ -187,16 +188,20 @@ std::vector<Gdiplus::PointF> SmoothPoints(std::span<const Spot> points) {
 
 template <>
 void Closer<Font>::operator()(Font* font) const noexcept {
-    DeleteObject(font->handle);
+    if (font->handle != nullptr) {
+        DeleteObject(font->handle);
+    }
     delete font;
 }
 
 Owned<Font> MakeFont(std::int32_t height, std::int32_t weight) {
-    const HFONT handle =
-        height <= 0 ? nullptr
-                    : CreateFontW(height, 0, 0, 0, weight, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_DEFAULT_PRECIS,
-                                  CLIP_DEFAULT_PRECIS, CLEARTYPE_QUALITY, DEFAULT_PITCH | FF_DONTCARE, family);
-    return handle == nullptr ? nullptr : Owned<Font>(new Font{handle});
+    Owned<Font> font(height <= 0 ? nullptr : new (std::nothrow) Font);
+    if (!font) {
+        return nullptr;
+    }
+    font->handle = CreateFontW(height, 0, 0, 0, weight, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_DEFAULT_PRECIS,
+                               CLIP_DEFAULT_PRECIS, CLEARTYPE_QUALITY, DEFAULT_PITCH | FF_DONTCARE, family);
+    return font->handle == nullptr ? nullptr : std::move(font);
 }
 
 // The canvas itself.
