@@ -22,9 +22,14 @@
 
 #include "platform/Window.h"
 #include "support/Road.h"
+#include "support/XClient.h"
 
 namespace zv {
 namespace {
+
+using support::noKey;
+using support::OtherClient;
+using support::Reply;
 
 using Clock = std::chrono::steady_clock;
 
@@ -33,128 +38,6 @@ constexpr std::uint32_t virtualF10 = 121;
 constexpr std::uint32_t alt = keyModifier::alt;
 constexpr std::uint32_t once = keyModifier::noRepeat;
 constexpr std::uintptr_t checkTimer = 1000;
-constexpr xcb_keycode_t noKey = 0;
-
-struct FreeReply {
-    void operator()(void* reply) const { std::free(reply); }
-};
-template <class T>
-using Reply = std::unique_ptr<T, FreeReply>;
-
-/// Another client of the display: the user's keyboard, or a program that holds keys of its own.
-class OtherClient {
-public:
-    explicit OtherClient(const std::string& display) : connection_(xcb_connect(display.c_str(), nullptr)) {
-        root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
-    }
-    ~OtherClient() { xcb_disconnect(connection_); }
-    OtherClient(const OtherClient&) = delete;
-    OtherClient& operator=(const OtherClient&) = delete;
-
-    xcb_connection_t* Get() const { return connection_; }
-    xcb_window_t Root() const { return root_; }
-
-    xcb_keycode_t CodeOf(xcb_keysym_t symbol) const {
-        const xcb_setup_t* setup = xcb_get_setup(connection_);
-        const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
-        const Reply<xcb_get_keyboard_mapping_reply_t> mapping(xcb_get_keyboard_mapping_reply(
-            connection_, xcb_get_keyboard_mapping(connection_, setup->min_keycode, count), nullptr));
-        const xcb_keysym_t* symbols = xcb_get_keyboard_mapping_keysyms(mapping.get());
-        for (int i = 0; i < count; ++i) {
-            if (symbols[i * mapping->keysyms_per_keycode] == symbol) {
-                return static_cast<xcb_keycode_t>(setup->min_keycode + i);
-            }
-        }
-        return noKey;
-    }
-    void Press(xcb_keycode_t code) const { Fake(XCB_KEY_PRESS, code); }
-    void Release(xcb_keycode_t code) const { Fake(XCB_KEY_RELEASE, code); }
-    void Tap(xcb_keycode_t code) const {
-        Press(code);
-        Release(code);
-    }
-    void TapWith(xcb_keysym_t modifier, xcb_keycode_t code) const {
-        Press(CodeOf(modifier));
-        Tap(code);
-        Release(CodeOf(modifier));
-    }
-    bool GrabKey(xcb_keycode_t code, std::uint16_t mask) const {
-        const xcb_void_cookie_t cookie =
-            xcb_grab_key_checked(connection_, 0, root_, mask, code, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-        return !Reply<xcb_generic_error_t>(xcb_request_check(connection_, cookie));
-    }
-    void UngrabKey(xcb_keycode_t code, std::uint16_t mask) const {
-        xcb_ungrab_key(connection_, code, root_, mask);
-        Sync();
-    }
-    std::vector<xcb_window_t> TopLevels() const {
-        const Reply<xcb_query_tree_reply_t> tree(
-            xcb_query_tree_reply(connection_, xcb_query_tree(connection_, root_), nullptr));
-        const xcb_window_t* first = xcb_query_tree_children(tree.get());
-        return {first, first + xcb_query_tree_children_length(tree.get())};
-    }
-    std::string Property(xcb_window_t window, const std::string& name) const {
-        const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-            connection_, xcb_get_property(connection_, 0, window, Atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0, 100),
-            nullptr));
-        return reply ? std::string(static_cast<const char*>(xcb_get_property_value(reply.get())),
-                                   static_cast<std::size_t>(xcb_get_property_value_length(reply.get())))
-                     : std::string();
-    }
-    bool IsMapped(xcb_window_t window) const {
-        const Reply<xcb_get_window_attributes_reply_t> reply(
-            xcb_get_window_attributes_reply(connection_, xcb_get_window_attributes(connection_, window), nullptr));
-        return reply && reply->map_state != XCB_MAP_STATE_UNMAPPED;
-    }
-    /// The window of that title, 0 when there is none.
-    xcb_window_t Find(const std::string& title) const {
-        for (const xcb_window_t window : TopLevels()) {
-            if (Property(window, "_NET_WM_NAME") == title) {
-                return window;
-            }
-        }
-        return XCB_WINDOW_NONE;
-    }
-    xcb_atom_t Atom(const std::string& name) const {
-        return Reply<xcb_intern_atom_reply_t>(
-                   xcb_intern_atom_reply(
-                       connection_,
-                       xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.c_str()), nullptr))
-            ->atom;
-    }
-    void CloseByBox(xcb_window_t window) const {
-        xcb_client_message_event_t event{};
-        event.response_type = XCB_CLIENT_MESSAGE;
-        event.format = 32;
-        event.window = window;
-        event.type = Atom("WM_PROTOCOLS");
-        event.data.data32[0] = Atom("WM_DELETE_WINDOW");
-        xcb_send_event(connection_, 0, window, 0, reinterpret_cast<const char*>(&event));
-        Sync();
-    }
-    /// Switches the only output off and makes the screen smaller: several events for one change.
-    void ShrinkScreen() const {
-        const Reply<xcb_randr_get_screen_resources_current_reply_t> resources(
-            xcb_randr_get_screen_resources_current_reply(
-                connection_, xcb_randr_get_screen_resources_current(connection_, root_), nullptr));
-        ASSERT_EQ(resources->num_crtcs, 1);
-        const xcb_randr_crtc_t crtc = xcb_randr_get_screen_resources_current_crtcs(resources.get())[0];
-        xcb_randr_set_crtc_config(connection_, crtc, XCB_CURRENT_TIME, resources->config_timestamp, 0, 0, XCB_NONE,
-                                  XCB_RANDR_ROTATION_ROTATE_0, 0, nullptr);
-        xcb_randr_set_screen_size(connection_, root_, 640, 480, 169, 127);
-        Sync();
-    }
-    void Sync() const { std::free(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr)); }
-
-private:
-    void Fake(std::uint8_t type, xcb_keycode_t code) const {
-        xcb_test_fake_input(connection_, type, code, XCB_CURRENT_TIME, root_, 0, 0, 0);
-        Sync();
-    }
-
-    xcb_connection_t* connection_;
-    xcb_window_t root_;
-};
 
 struct Received {
     std::uint32_t code;

@@ -143,6 +143,12 @@ void Describe(Session& session, const TrayIcon& icon) {
     constexpr std::string_view className("zorvel\0Zorvel\0", 14);
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, icon.id, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
                         static_cast<std::uint32_t>(className.size()), className.data());
+    // Hosts make a window as small as it allows.
+    constexpr std::uint32_t minimumSize = 16;
+    std::array<std::uint32_t, 18> hints{minimumSize};
+    hints[5] = hints[6] = firstSize;
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, icon.id, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS,
+                        32, static_cast<std::uint32_t>(hints.size()), hints.data());
     constexpr std::array<std::uint32_t, 2> embedding{0, 1};  // version 0, to be shown
     const xcb_atom_t info = InternAtom(connection, "_XEMBED_INFO");
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, icon.id, info, info, 32, 2, embedding.data());

@@ -242,6 +242,11 @@ void PutPixelRows(AppWindow& window, const std::uint32_t* pixels, int width, int
 
 void SetColorKey(AppWindow& window, std::uint32_t color) {
     window.keyPixel = (color & 0xFFU) << 16U | (color & 0xFF00U) | (color >> 16U & 0xFFU);
+    // Nothing of it is there before it has been painted.
+    x11::Session& session = x11::CurrentSession();
+    x11::SetShape(session, window, XCB_SHAPE_SK_BOUNDING, {});
+    x11::SetShape(session, window, XCB_SHAPE_SK_INPUT, {});
+    window.shape.clear();
     InvalidateWindow(window);
 }
 
