@@ -304,7 +304,7 @@ TEST_F(LinuxWindowSurface, AWindowThatInsistsIsLeftInFront) {
         },
         0.7);
     EXPECT_GE(raises, 1);
-    EXPECT_LE(raises, 8);
+    EXPECT_LE(raises, 30) << "some eight a second; a hundred without a bound";
 }
 
 TEST_F(LinuxWindowSurface, IsPlacedWhereItWasAskedTo) {

@@ -17,9 +17,12 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <span>
 
+#include "platform/linux/BeneathWindows.h"
 #include "platform/linux/Posix.h"
 #include "platform/linux/RandrMonitors.h"
 #include "platform/linux/Surface.h"
@@ -28,6 +31,7 @@
 namespace zv {
 namespace {
 
+constexpr std::int64_t beneathPeriodNs = 16'000'000;
 constexpr std::int32_t bandGap = 16;  ///< rows: bands that are nearer to each other are grabbed as one
 
 const Result lostServer = ResultOfSystemError(EPIPE);
@@ -35,6 +39,8 @@ const Result changedMonitor = ResultOfSystemError(ESTALE);
 const Result goneMonitor = ResultOfSystemError(ENODEV);
 const Result unsuitableScreen = ResultOfSystemError(EOPNOTSUPP);
 const Result heldImage = ResultOf(0x887A0001U);  // DXGI_ERROR_INVALID_CALL
+
+std::int64_t SteadyNs() { return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1); }
 
 /// The connection with what was asked of it once.
 struct Server {
@@ -73,6 +79,10 @@ struct DesktopDuplication {
     bool displayChanged = false;  ///< monitors have to be looked at again
     bool held = false;            ///< an image is out
     DesktopImage image;
+
+    std::unique_ptr<x11::BeneathWindows> beneath;
+    Damage covered;                   ///< by windows of ours, when it was last looked
+    std::int64_t coveredDrawnNs = 0;  ///< when what lies beneath them was drawn last
 };
 
 namespace {
@@ -279,6 +289,45 @@ Result Grab(DesktopDuplication& duplication) {
     return result;
 }
 
+/// What lies beneath our own windows changes without damage to the screen: it is drawn anew so often.
+bool BeneathIsDue(const DesktopDuplication& duplication) {
+    const bool any = x11::ListExcluded().count > 0 || !duplication.covered.Empty();
+    return any && SteadyNs() - duplication.coveredDrawnNs >= beneathPeriodNs;
+}
+
+/// Puts what lies beneath into the image, black where the server cannot tell.
+void DrawBeneath(DesktopDuplication& duplication, const Rectangle& part) {
+    const DesktopPixels& pixels = duplication.image.pixels;
+    const std::uint8_t* drawn = duplication.beneath->Draw(part);
+    const std::size_t rowBytes = static_cast<std::size_t>(part.Width()) * 4;
+    const std::int32_t left = part.left - duplication.monitor.left;
+    const std::int32_t top = part.top - duplication.monitor.top;
+    for (std::int32_t y = 0; y < part.Height(); ++y) {
+        std::uint8_t* row = pixels.store->bytes + static_cast<std::size_t>(top + y) * pixels.Stride() +
+                            static_cast<std::size_t>(left) * 4;
+        if (drawn != nullptr) {
+            std::memcpy(row, drawn + static_cast<std::size_t>(y) * rowBytes, rowBytes);
+        } else {
+            std::memset(row, 0, rowBytes);
+        }
+    }
+    duplication.image.changed.Add({left, top, left + part.Width(), top + part.Height()});
+}
+
+/// Takes the windows of ours out of the image: those that were there when it was last looked, before the grab or after.
+Result GrabWithoutOurs(DesktopDuplication& duplication) {
+    Damage covered = duplication.covered;
+    covered.Add(duplication.beneath->Covered(duplication.monitor));
+    const Result result = Grab(duplication);
+    duplication.covered = duplication.beneath->Covered(duplication.monitor);
+    covered.Add(duplication.covered);
+    for (const Rectangle& part : covered.Rectangles()) {
+        DrawBeneath(duplication, part);
+    }
+    duplication.coveredDrawnNs = SteadyNs();
+    return result;
+}
+
 /// Looks once: Timeout means that there is nothing new.
 Acquire LookForImage(DesktopDuplication& duplication, Result& code) {
     code = lostServer;
@@ -302,17 +351,20 @@ Acquire LookForImage(DesktopDuplication& duplication, Result& code) {
         duplication.image.changed.Add(
             {0, 0, static_cast<std::int32_t>(pixels.width), static_cast<std::int32_t>(pixels.height)});
     }
-    if (duplication.image.changed.Empty()) {
+    if (duplication.image.changed.Empty() && !BeneathIsDue(duplication)) {
         return Acquire::Timeout;
     }
-    code = Grab(duplication);
+    code = GrabWithoutOurs(duplication);
     return Failed(code) ? Acquire::Failed : Acquire::Acquired;
 }
 
 /// False when the time is up.
 bool WaitForServer(const DesktopDuplication& duplication, const Deadline& deadline) {
     pollfd socket{xcb_get_file_descriptor(duplication.server->Get()), POLLIN, 0};
-    return poll(&socket, 1, deadline.RemainingMs()) != 0;
+    constexpr int beneathMs = static_cast<int>(beneathPeriodNs / 1'000'000);
+    const int remainingMs = deadline.RemainingMs();
+    const int waitMs = duplication.covered.Empty() ? remainingMs : std::min(remainingMs, beneathMs);
+    return poll(&socket, 1, waitMs) != 0 || waitMs < remainingMs;
 }
 
 }  // namespace
@@ -407,6 +459,7 @@ Result OpenDuplication(GraphicsDevice& device, GraphicsOutput& output, Owned<Des
     if (Failed(result)) {
         return result;
     }
+    made->beneath = std::make_unique<x11::BeneathWindows>(server.Get(), *server.screen);
     made->displayChanged = true;  // what happened between the look-up and now
     device.desktop = made->image.pixels;
     duplication = std::move(made);

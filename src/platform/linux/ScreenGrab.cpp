@@ -1,12 +1,15 @@
-// The root window as the server shows it, read in one request so that the picture is of one moment.
+// The root window as the server shows it, read in one request so that the picture is of one moment. Where windows of
+// ours lie that no capture may show, what lies beneath them is put in their place.
 #include "platform/ScreenGrab.h"
 
+#include <algorithm>
 #include <bit>
 #include <cerrno>
 #include <cstddef>
 #include <limits>
 #include <span>
 
+#include "platform/linux/BeneathWindows.h"
 #include "platform/linux/PngFile.h"
 #include "platform/linux/Posix.h"
 #include "platform/linux/XDisplay.h"
@@ -112,6 +115,26 @@ bool Unpack(std::span<const std::uint8_t> image, const PixelLayout& layout, Pixe
     return true;
 }
 
+/// Puts what lies beneath the windows of ours that were on the screen in place of them, black where that cannot be
+/// told.
+void TakeOursOut(const ScreenArea& area, const Damage& covered, x11::BeneathWindows& beneath, const PixelLayout& layout,
+                 Pixels& pixels) {
+    for (const Rectangle& part : covered.Rectangles()) {
+        Pixels drawn{static_cast<std::uint32_t>(part.Width()), static_cast<std::uint32_t>(part.Height()), {}};
+        const std::uint8_t* bytes = layout.bytes == 4 ? beneath.Draw(part) : nullptr;
+        const std::size_t rowBytes = std::size_t{drawn.width} * 3;
+        if (bytes == nullptr || !Unpack({bytes, std::size_t{drawn.width} * drawn.height * 4}, layout, drawn)) {
+            drawn.rgb.assign(rowBytes * drawn.height, 0);
+        }
+        for (std::size_t y = 0; y < drawn.height; ++y) {
+            const std::size_t row = static_cast<std::size_t>(part.top - area.top) + y;
+            const std::size_t column = static_cast<std::size_t>(part.left - area.left);
+            std::copy_n(drawn.rgb.begin() + static_cast<std::ptrdiff_t>(y * rowBytes), rowBytes,
+                        pixels.rgb.begin() + static_cast<std::ptrdiff_t>((row * pixels.width + column) * 3));
+        }
+    }
+}
+
 /// X counts places and sizes in 16 bits.
 bool FitsTheProtocol(const ScreenArea& area) {
     constexpr std::int32_t longest = std::numeric_limits<std::int16_t>::max();
@@ -129,6 +152,9 @@ Result ReadScreen(const ScreenArea& area, Pixels& pixels) {
     if (!layout.Usable()) {
         return ResultOfSystemError(ENOTSUP);
     }
+    const Rectangle bounds{area.left, area.top, area.left + area.width, area.top + area.height};
+    x11::BeneathWindows beneath(display->connection, *ScreenOfRoot(*display));
+    Damage covered = beneath.Covered(bounds);
     const auto width = static_cast<std::uint16_t>(area.width);
     const auto height = static_cast<std::uint16_t>(area.height);
     const auto cookie =
@@ -144,7 +170,12 @@ Result ReadScreen(const ScreenArea& area, Pixels& pixels) {
                           static_cast<std::size_t>(xcb_get_image_data_length(reply.get())));
     pixels.width = width;
     pixels.height = height;
-    return Unpack(image, layout, pixels) ? resultOk : ResultOfSystemError(EPROTO);
+    if (!Unpack(image, layout, pixels)) {
+        return ResultOfSystemError(EPROTO);
+    }
+    covered.Add(beneath.Covered(bounds));
+    TakeOursOut(area, covered, beneath, layout, pixels);
+    return resultOk;
 }
 
 }  // namespace
