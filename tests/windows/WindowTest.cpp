@@ -11,6 +11,8 @@
 #include "platform/Clock.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
+#include "platform/PopupMenu.h"
+#include "platform/TrayIcon.h"
 #include "support/TemporaryFolder.h"
 // After the program's own headers, whose names its macros would change.
 #include <windows.h>
@@ -199,6 +201,200 @@ TEST_F(Window, AKeyThatIsTakenIsRefusedUntilItIsGivenBack) {
     UnregisterGlobalKey(*window, 4);
     EXPECT_TRUE(RegisterGlobalKey(*window, 90, modifiers, VK_F9));
     UnregisterGlobalKey(*window, 90);
+}
+
+class OverlayWindow : public Window {
+protected:
+    static Owned<AppWindow> MakeOverlay(bool clickThrough = false) {
+        WindowOptions options;
+        options.className = u"ZVWindowTestOverlay";
+        options.title = u"Overlay";
+        options.procedure = Record;
+        options.left = 100;
+        options.top = 80;
+        options.width = 200;
+        options.height = 120;
+        options.frame = WindowFrame::Bare;
+        options.topmost = options.toolWindow = options.noActivate = options.layered = true;
+        options.clickThrough = clickThrough;
+        return MakeWindow(options);
+    }
+    static HWND NativeOverlay() { return FindWindowW(L"ZVWindowTestOverlay", nullptr); }
+    static DWORD ExtendedStyle() { return static_cast<DWORD>(GetWindowLongPtrW(NativeOverlay(), GWL_EXSTYLE)); }
+};
+
+TEST_F(OverlayWindow, CarriesTheStylesOfAnOverlay) {
+    const Owned<AppWindow> window = MakeOverlay();
+    EXPECT_EQ(ExtendedStyle(), DWORD{WS_EX_TOPMOST | WS_EX_TOOLWINDOW | WS_EX_LAYERED | WS_EX_NOACTIVATE});
+    const auto style = static_cast<DWORD>(GetWindowLongPtrW(NativeOverlay(), GWL_STYLE));
+    EXPECT_NE(style & WS_POPUP, 0U);
+    EXPECT_EQ(style & (WS_CAPTION | WS_VISIBLE), 0U);
+    EXPECT_EQ(WindowBounds(*window), (Rectangle{100, 80, 300, 200}));
+    EXPECT_EQ(ClientBounds(*window), WindowBounds(*window));
+    EXPECT_EQ(GetWindow(NativeOverlay(), GW_OWNER), nullptr);
+}
+
+TEST_F(OverlayWindow, LetsClicksThroughWhenAskedTo) {
+    const Owned<AppWindow> window = MakeOverlay(true);
+    EXPECT_NE(ExtendedStyle() & WS_EX_TRANSPARENT, 0U);
+}
+
+TEST_F(OverlayWindow, TakesAColourKeyAndAnAlpha) {
+    const Owned<AppWindow> window = MakeOverlay();
+    COLORREF color = 0;
+    BYTE alpha = 0;
+    DWORD flags = 0;
+    SetColorKey(*window, 0x030201);
+    ASSERT_NE(GetLayeredWindowAttributes(NativeOverlay(), &color, &alpha, &flags), FALSE);
+    EXPECT_EQ(color, COLORREF{RGB(1, 2, 3)});
+    EXPECT_EQ(flags, DWORD{LWA_COLORKEY});
+    SetConstantAlpha(*window, 225);
+    ASSERT_NE(GetLayeredWindowAttributes(NativeOverlay(), &color, &alpha, &flags), FALSE);
+    EXPECT_EQ(alpha, 225);
+    EXPECT_EQ(flags, DWORD{LWA_ALPHA});
+}
+
+TEST_F(OverlayWindow, IsShownOnTopWithoutTakingTheForeground) {
+    const Owned<AppWindow> front = Make();
+    ShowInFront(*front);
+    EXPECT_EQ(GetForegroundWindow(), Native());
+    const Owned<AppWindow> window = MakeOverlay();
+    SetColorKey(*window, 0x030201);
+    ShowTopmostAt(*window, {20, 30, 320, 230});
+    EXPECT_TRUE(IsWindowShown(*window));
+    EXPECT_EQ(WindowBounds(*window), (Rectangle{20, 30, 320, 230}));
+    EXPECT_EQ(GetForegroundWindow(), Native());
+    EXPECT_NE(ExtendedStyle() & WS_EX_TOPMOST, 0U);
+    HideWindow(*window);
+    ShowWithoutActivating(*window);
+    EXPECT_TRUE(IsWindowShown(*window));
+    EXPECT_EQ(GetForegroundWindow(), Native());
+    PlaceWindow(*window, {40, 30, 140, 90});
+    EXPECT_EQ(WindowBounds(*window), (Rectangle{40, 30, 140, 90}));
+    const std::optional<FrontWindow> inFront = LookUpFrontWindow();
+    ASSERT_TRUE(inFront);
+    EXPECT_TRUE(inFront->ours);
+    EXPECT_EQ(inFront->processId, GetCurrentProcessId());
+    EXPECT_EQ(inFront->className, className);
+    EXPECT_EQ(inFront->bounds, WindowBounds(*front));
+}
+
+AppWindow* painted = nullptr;
+
+std::intptr_t PaintGradient(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
+    if (code != message::paint) {
+        return DefaultProcedure(window, code, wParam, lParam);
+    }
+    painted = &window;
+    std::vector<std::uint32_t> pixels;
+    for (std::uint32_t y = 0; y < 60; ++y) {
+        for (std::uint32_t x = 0; x < 100; ++x) {
+            pixels.push_back(0x400000 | x << 8 | y);
+        }
+    }
+    PutPixels(window, pixels.data(), 100, 60);
+    return 0;
+}
+
+TEST_F(OverlayWindow, ShowsThePixelsThatAreDrawnForIt) {
+    WindowOptions options;
+    options.className = u"ZVWindowTestPainted";
+    options.procedure = PaintGradient;
+    options.left = options.top = 10;
+    options.width = 100;
+    options.height = 60;
+    options.frame = WindowFrame::Bare;
+    options.topmost = true;
+    const Owned<AppWindow> window = MakeWindow(options);
+    ShowTopmostAt(*window, {10, 10, 110, 70});
+    PaintNow(*window);
+    ASSERT_EQ(painted, window.get());
+    const HWND handle = FindWindowW(L"ZVWindowTestPainted", nullptr);
+    EXPECT_EQ(GetUpdateRect(handle, nullptr, FALSE), FALSE) << "the answer makes the window valid";
+    const HDC surface = GetDC(handle);
+    EXPECT_EQ(GetPixel(surface, 0, 0), COLORREF{RGB(0x40, 0, 0)});
+    EXPECT_EQ(GetPixel(surface, 99, 59), COLORREF{RGB(0x40, 99, 59)});
+    EXPECT_EQ(GetPixel(surface, 17, 42), COLORREF{RGB(0x40, 17, 42)});
+    ReleaseDC(handle, surface);
+    InvalidateWindow(*window);
+    EXPECT_NE(GetUpdateRect(handle, nullptr, FALSE), FALSE);
+}
+
+TEST_F(OverlayWindow, CapturesTheMouseAndHearsOfItsEnd) {
+    const Owned<AppWindow> window = Make(true);
+    EXPECT_FALSE(HasMouse(*window));
+    CaptureMouse(*window);
+    EXPECT_TRUE(HasMouse(*window));
+    ReleaseMouse(*window);
+    EXPECT_FALSE(HasMouse(*window));
+    EXPECT_EQ(CountOf(message::captureChanged), 1);
+}
+
+TEST_F(OverlayWindow, KnowsMonitorsKeysAndDpi) {
+    const Owned<AppWindow> window = Make();
+    EXPECT_EQ(DpiOfWindow(*window), 96);
+    const MonitorArea area = MonitorAt({5, 5});
+    EXPECT_EQ(area.bounds.left, 0);
+    EXPECT_EQ(area.bounds.Width(), GetSystemMetrics(SM_CXSCREEN));
+    EXPECT_FALSE(area.deviceName.empty());
+    EXPECT_EQ(MonitorAt({-9000, -9000}).bounds, area.bounds);
+    EXPECT_EQ(KeyName('X'), u"X");
+    EXPECT_EQ(KeyName(VK_F10), u"F10");
+    EXPECT_EQ(KeyName(0), u"");
+    EXPECT_EQ(HeldModifiers(), 0U);
+}
+
+TEST_F(OverlayWindow, ShowsItsIcons) {
+    const std::vector<std::uint32_t> pixels(32 * 32, 0x8553E7);
+    const Owned<AppIcon> big = MakeIcon(32, pixels.data());
+    const Owned<AppIcon> little = MakeIcon(16, pixels.data());
+    ASSERT_TRUE(big && little);
+    const Owned<AppWindow> window = Make();
+    SetWindowIcons(*window, big.get(), little.get());
+    const auto icon = reinterpret_cast<HICON>(SendMessageW(Native(), WM_GETICON, ICON_BIG, 0));
+    ASSERT_NE(icon, nullptr);
+    ICONINFO info{};
+    ASSERT_NE(GetIconInfo(icon, &info), FALSE);
+    BITMAP bitmap{};
+    GetObjectW(info.hbmColor, sizeof(bitmap), &bitmap);
+    EXPECT_EQ(bitmap.bmWidth, 32);
+    DeleteObject(info.hbmColor);
+    DeleteObject(info.hbmMask);
+    EXPECT_NE(SendMessageW(Native(), WM_GETICON, ICON_SMALL, 0), SendMessageW(Native(), WM_GETICON, ICON_BIG, 0));
+}
+
+TEST_F(OverlayWindow, AMenuAnswersTheItemThatIsChosenByKeyAndPostsAMessageAfterwards) {
+    const Owned<AppWindow> window = Make(true);
+    const std::vector<MenuItem> items = {{7, u"First"}, {0, u""}, {9, u"Second"}};
+    onMessage = [](const Received& one) {
+        if (one.message == WM_ENTERIDLE) {
+            // The menu waits for the user: down, down, Enter.
+            const HWND menu = FindWindowW(L"#32768", nullptr);
+            for (const WPARAM key : {WPARAM{VK_DOWN}, WPARAM{VK_DOWN}, WPARAM{VK_RETURN}}) {
+                PostMessageW(menu != nullptr ? menu : Native(), WM_KEYDOWN, key, 0);
+            }
+            onMessage = nullptr;
+        }
+    };
+    EXPECT_EQ(ChooseFromMenu(*window, items), 9);
+    MSG waiting{};
+    EXPECT_NE(PeekMessageW(&waiting, Native(), message::null, message::null, PM_REMOVE), FALSE);
+}
+
+TEST_F(OverlayWindow, TheTrayIconStandsUntilItIsReleased) {
+    const Owned<AppWindow> window = Make();
+    TrayIconOptions options;
+    options.window = window.get();
+    options.message = 0x8016;
+    options.tip = Text(300, u'x');
+    Owned<TrayIcon> icon = AddTrayIcon(options);
+    ASSERT_TRUE(icon);
+    EXPECT_FALSE(AddTrayIcon(options)) << "the shell has it already";
+    icon.reset();
+    icon = AddTrayIcon(options);
+    EXPECT_TRUE(icon);
+    EXPECT_GE(TaskbarCreatedMessage(), 0xC000U);
+    EXPECT_EQ(TaskbarCreatedMessage(), RegisterWindowMessageW(L"TaskbarCreated"));
 }
 
 int endRequests = 0;
