@@ -18,20 +18,25 @@
 
 namespace zv::windows {
 
+/// Puts the double in the place of the system's own, for this program and all that it starts.
+inline void LendSoundDriver(const Text& dll) {
+    const std::wstring value(dll.begin(), dll.end());
+    const LSTATUS written = RegSetKeyValueW(
+        HKEY_LOCAL_MACHINE, L"Software\\Classes\\CLSID\\{BCDE0395-E52F-467C-8E3D-C4579291692E}\\InprocServer32",
+        nullptr, REG_SZ, value.c_str(), static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
+    if (written != ERROR_SUCCESS) {
+        throw std::runtime_error("the sound double cannot be registered");
+    }
+}
+
 class SoundDriver {
 public:
-    explicit SoundDriver(const Text& dll = JoinPath(ExecutableFolder(), u"ZvMMDevices.dll")) {
+    SoundDriver() {
         SetEnvironmentValue(u"ZV_TEST_SCRIPT", FromPath(script_));
         SetEnvironmentValue(u"ZV_TEST_REPORT", FromPath(report_));
-        const std::wstring value(dll.begin(), dll.end());
-        const LSTATUS written = RegSetKeyValueW(HKEY_LOCAL_MACHINE, key, nullptr, REG_SZ, value.c_str(),
-                                                static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
-        if (written != ERROR_SUCCESS) {
-            throw std::runtime_error("the sound double cannot be registered");
-        }
+        LendSoundDriver(JoinPath(ExecutableFolder(), u"ZvMMDevices.dll"));
     }
 
-    /// Replaces all rules. What was opened before keeps the old ones.
     /// Calls are counted afresh.
     void Write(const std::string& rules) { std::ofstream(script_) << rules << "set run " << ++run_ << "\n"; }
 
@@ -52,9 +57,6 @@ public:
     void ClearReport() const { std::filesystem::remove(report_); }
 
 private:
-    static constexpr wchar_t key[] =
-        L"Software\\Classes\\CLSID\\{BCDE0395-E52F-467C-8E3D-C4579291692E}\\InprocServer32";
-
     support::TemporaryFolder folder_{"zorvel-sound"};
     std::filesystem::path script_ = folder_.Path() / "script";
     int run_ = 0;

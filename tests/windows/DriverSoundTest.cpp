@@ -1,0 +1,223 @@
+// The program as it ships, over doubles of the graphics driver and of the sound devices: the sound of what it saves,
+// and what it says when there is none to be had.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <numbers>
+#include <sstream>
+
+#include "platform/Environment.h"
+#include "platform/Files.h"
+#include "windows/DriverScene.h"
+#include "windows/Processes.h"
+#include "windows/SoundDriver.h"
+
+namespace zv::windows {
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr char16_t saveKeys[] = u"18 121";      // Alt + F10
+constexpr char16_t recordKeys[] = u"17 18 82";  // Ctrl + Alt + R
+constexpr double speakersHz = 1000;
+constexpr double microphoneHz = 640;
+
+/// The median of the levels of a frequency in windows of 100 ms of one side of stereo at 48 kHz.
+double MedianLevel(const std::vector<float>& stereo, std::size_t side, double hz) {
+    constexpr std::size_t window = 4800;
+    std::vector<double> levels;
+    for (std::size_t begin = 0; 2 * (begin + window) <= stereo.size(); begin += window) {
+        double real = 0;
+        double imaginary = 0;
+        for (std::size_t i = 0; i < window; ++i) {
+            const double angle = 2 * std::numbers::pi * hz * static_cast<double>(i) / 48000;
+            real += stereo[2 * (begin + i) + side] * std::cos(angle);
+            imaginary += stereo[2 * (begin + i) + side] * std::sin(angle);
+        }
+        levels.push_back(2 * std::hypot(real, imaginary) / window);
+    }
+    if (levels.empty()) {
+        return 0;
+    }
+    std::nth_element(levels.begin(), levels.begin() + static_cast<std::ptrdiff_t>(levels.size() / 2), levels.end());
+    return levels[levels.size() / 2];
+}
+
+class DriverSound : public DriverScene {
+protected:
+    void SetUp() override {
+        DriverScene::SetUp();
+        LendSoundDriver(JoinPath(ExecutableFolder(), u"sound\\ZvMMDevices.dll"));
+        Script("set images 30");
+        Script("set render tone 1000 0.5");
+        Script("set capture format 44100 1 16 pcm");
+        Script("set capture tone 640 0.25");
+        // Ahead of their time: a machine that stands still for a moment loses none of them.
+        Script("set render arrive -600");
+        Script("set capture arrive -600");
+    }
+
+    bool Buffers(std::size_t segments) {
+        return Eventually([&] { return ListedSegments() >= segments || Activity().size() > 1; });
+    }
+
+    void ExpectNothingLeft() {
+        EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
+        EXPECT_TRUE(Eventually([] { return ProcessesNamed(L"ffmpeg.exe").empty(); }));
+    }
+
+    /// The file that the program says it recorded, once it says so.
+    std::filesystem::path SavedRecording() {
+        static const std::string words = "Recording saved: ";
+        std::string path;
+        EXPECT_TRUE(Eventually([&] {
+            for (const std::string& text : Activity()) {
+                path = text.starts_with(words) ? text.substr(words.size()) : path;
+            }
+            return !path.empty();
+        })) << testing::PrintToString(Activity());
+        return path;
+    }
+
+    std::vector<float> SoundOf(const std::filesystem::path& file) {
+        const std::filesystem::path raw = folder_.Path() / "sound.raw";
+        std::ofstream(raw).close();
+        RunShell(folder_.Path(), "ffmpeg -v error -y -i \"$1\" -vn -ac 2 -ar 48000 -f f32le \"$2\"", {file, raw});
+        std::ifstream stream(raw, std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+        std::vector<float> samples(bytes.size() / sizeof(float));
+        std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(float));
+        return samples;
+    }
+
+    double SecondsOf(const std::filesystem::path& file, const std::string& stream) {
+        return std::stod(
+            RunShell(folder_.Path(),
+                     "ffprobe -v error -select_streams " + stream + " -show_entries stream=duration -of csv=p=0 \"$1\"",
+                     {file}));
+    }
+
+    /// A whole AAC stream, as long as the pictures, with the speakers' tone on each side at its own level.
+    void ExpectSpeakersIn(const std::filesystem::path& file) {
+        const std::string probed =
+            RunShell(folder_.Path(),
+                     "ffprobe -v error -select_streams a -show_entries stream=codec_name,sample_rate,channels "
+                     "-of default=nw=1 \"$1\"",
+                     {file});
+        EXPECT_THAT(probed,
+                    AllOf(HasSubstr("codec_name=aac\n"), HasSubstr("sample_rate=48000\n"), HasSubstr("channels=2\n")));
+        EXPECT_NEAR(SecondsOf(file, "a"), SecondsOf(file, "v"), 1.1);
+        const std::vector<float> sound = SoundOf(file);
+        EXPECT_NEAR(MedianLevel(sound, 0, speakersHz), 0.5, 0.02);
+        EXPECT_NEAR(MedianLevel(sound, 1, speakersHz), 0.25, 0.02);
+    }
+};
+
+TEST_F(DriverSound, AClipHasTheSoundOfTheSpeakers) {
+    Setting("gameAudioEnabled=1");
+    ASSERT_TRUE(StartProgram());
+    ASSERT_TRUE(Buffers(4)) << testing::PrintToString(Activity());
+    Press(saveKeys);
+    const std::filesystem::path clip = SavedClip();
+    EXPECT_TRUE(EndProgram());
+    ExpectSpeakersIn(clip);
+    EXPECT_LT(MedianLevel(SoundOf(clip), 0, microphoneHz), 0.005);
+    EXPECT_THAT(ReportLines(Report(), "note: "), Contains("sound: Stop.render"));
+    ExpectNothingLeft();
+}
+
+TEST_F(DriverSound, AClipHasTheMicrophoneBesideIt) {
+    Setting("gameAudioEnabled=1");
+    Setting("micEnabled=1");
+    ASSERT_TRUE(StartProgram());
+    ASSERT_TRUE(Buffers(4)) << testing::PrintToString(Activity());
+    Press(saveKeys);
+    const std::filesystem::path clip = SavedClip();
+    EXPECT_TRUE(EndProgram());
+    ExpectSpeakersIn(clip);
+    const std::vector<float> sound = SoundOf(clip);
+    EXPECT_NEAR(MedianLevel(sound, 0, microphoneHz), 0.25, 0.02);
+    EXPECT_NEAR(MedianLevel(sound, 1, microphoneHz), 0.25, 0.02);
+    ExpectNothingLeft();
+}
+
+TEST_F(DriverSound, ARecordingFromTheReplayHasItsSound) {
+    Setting("gameAudioEnabled=1");
+    ASSERT_TRUE(StartProgram());
+    ASSERT_TRUE(Buffers(2)) << testing::PrintToString(Activity());
+    Press(recordKeys);
+    ASSERT_TRUE(EventuallySays("Recording started. Stop Recording to finalize video and selected audio."))
+        << testing::PrintToString(Activity());
+    ASSERT_TRUE(Eventually([&] { return ListedSegments() >= 7; }));
+    Press(recordKeys);
+    const std::filesystem::path recording = SavedRecording();
+    EXPECT_TRUE(EndProgram());
+    ExpectSpeakersIn(recording);
+    ExpectNothingLeft();
+}
+
+TEST_F(DriverSound, ARecordingWithACaptureOfItsOwnHasItsSound) {
+    Setting("gameAudioEnabled=1");
+    Setting("instantReplay=0");
+    ASSERT_TRUE(StartProgram());
+    ASSERT_TRUE(Eventually([&] { return FindWindowW(L"ZVReelsMainV3", nullptr) != nullptr; }));
+    SleepMs(1000);  // the keys are there a moment after the window
+    Press(recordKeys);
+    ASSERT_TRUE(EventuallySays("Recording started. Stop Recording to finalize video and selected audio."))
+        << testing::PrintToString(Activity());
+    SleepMs(4000);
+    Press(recordKeys);
+    const std::filesystem::path recording = SavedRecording();
+    EXPECT_TRUE(EndProgram());
+    ExpectSpeakersIn(recording);
+    ExpectNothingLeft();
+}
+
+TEST_F(DriverSound, WithoutADeviceItSaysWhereItFailed) {
+    Setting("gameAudioEnabled=1");
+    Script("set render absent");
+    ASSERT_TRUE(StartProgram());
+    EXPECT_TRUE(
+        EventuallySays("Cannot open default audio device at default device lookup. Check Windows audio "
+                       "devices and microphone permission (0x80070490)"))
+        << testing::PrintToString(Activity());
+    EXPECT_TRUE(EndProgram());
+    ExpectNothingLeft();
+}
+
+TEST_F(DriverSound, ADeviceThatIsTakenAwayEndsTheReplayAndNotTheProgram) {
+    Setting("gameAudioEnabled=1");
+    Script("set render gone 300");
+    ASSERT_TRUE(StartProgram());
+    ASSERT_TRUE(EventuallySays("Replay is buffering video and selected audio. Allow 2 seconds before saving."))
+        << testing::PrintToString(Activity());
+    // The whole capture goes, and nothing starts it again.
+    ASSERT_TRUE(Eventually([] { return ProcessesNamed(L"ffmpeg.exe").empty(); }));
+    EXPECT_THAT(ReportLines(Report(), "note: "), Contains("sound: packets.render 300"));
+    SleepMs(1500);
+    EXPECT_TRUE(ProcessesNamed(L"ffmpeg.exe").empty());
+    EXPECT_TRUE(IsRunning(*program_.process));
+    EXPECT_TRUE(EndProgram());
+    ExpectNothingLeft();
+}
+
+TEST_F(DriverSound, WithBothSourcesOffNoDeviceIsTouched) {
+    ASSERT_TRUE(StartProgram());
+    ASSERT_TRUE(Buffers(2)) << testing::PrintToString(Activity());
+    EXPECT_TRUE(EndProgram());
+    EXPECT_THAT(ReportLines(Report(), "note: "), Not(Contains(StartsWith("sound: "))));
+    ExpectNothingLeft();
+}
+
+}  // namespace
+}  // namespace zv::windows
