@@ -1,6 +1,13 @@
-// What 10 ms of sound costs: converting and filing one packet, and mixing one block of two sources, each against a
-// memcpy of the bytes that it reads. The checksum guards against measuring nothing.
+// What 10 ms of sound costs: converting and filing one packet, against FFmpeg's resampler with linear interpolation on
+// the same samples, and mixing one block of two sources. Copies of the bytes stand beside them for scale. The checksum
+// guards against measuring nothing.
 #include <benchmark/benchmark.h>
+
+extern "C" {
+#include <libavutil/channel_layout.h>
+#include <libavutil/opt.h>
+#include <libswresample/swresample.h>
+}
 
 #include <cmath>
 #include <cstring>
@@ -45,6 +52,35 @@ void ConvertAndFile(benchmark::State& state, zv::SourceFormat format) {
     state.counters["checksum"] = checksum;
 }
 
+/// FFmpeg's resampler from the same packets to 48 kHz stereo float: one tap to either side, linear between them.
+void Resample(benchmark::State& state, zv::SourceFormat format) {
+    format.blockAlign = format.bitsPerSample / 8 * format.channels;
+    const std::uint32_t frames = format.sampleRate / 100;
+    const auto bytes = Packet(format, frames);
+    AVChannelLayout from;
+    AVChannelLayout to = AV_CHANNEL_LAYOUT_STEREO;
+    av_channel_layout_default(&from, static_cast<int>(format.channels));
+    SwrContext* resampler = nullptr;
+    swr_alloc_set_opts2(&resampler, &to, AV_SAMPLE_FMT_FLT, 48000, &from,
+                        format.isFloat ? AV_SAMPLE_FMT_FLT : AV_SAMPLE_FMT_S16, static_cast<int>(format.sampleRate), 0,
+                        nullptr);
+    av_opt_set_int(resampler, "filter_size", 2, 0);
+    av_opt_set_int(resampler, "linear_interp", 1, 0);
+    if (swr_init(resampler) < 0) {
+        state.SkipWithError("the resampler does not take this format");
+    }
+    std::vector<float> output(2 * 1024);
+    auto* out = reinterpret_cast<std::uint8_t*>(output.data());
+    const auto* in = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    double checksum = 0;
+    for (auto _ : state) {
+        swr_convert(resampler, &out, 1024, &in, static_cast<int>(frames));
+        checksum += static_cast<double>(output[958]);
+    }
+    state.counters["checksum"] = checksum / static_cast<double>(state.iterations());
+    swr_free(&resampler);
+}
+
 void MixBlock(benchmark::State& state) {
     zv::AudioRing system;
     zv::AudioRing microphone;
@@ -79,10 +115,14 @@ constexpr zv::SourceFormat stereoFloat48{48000, 2, 32, 0, true};
 constexpr zv::SourceFormat stereoFloat44{44100, 2, 32, 0, true};
 constexpr zv::SourceFormat surroundInteger24{48000, 6, 24, 0, false};
 constexpr zv::SourceFormat monoInteger16{48000, 1, 16, 0, false};
+constexpr zv::SourceFormat surroundFloat48{48000, 8, 32, 0, true};
 
 BENCHMARK_CAPTURE(CopyBytes, BytesOfAPacket, 3840);
 BENCHMARK_CAPTURE(ConvertAndFile, StereoFloat48000, stereoFloat48);
 BENCHMARK_CAPTURE(ConvertAndFile, StereoFloat44100, stereoFloat44);
+BENCHMARK_CAPTURE(Resample, StereoFloat44100, stereoFloat44);
+BENCHMARK_CAPTURE(ConvertAndFile, SurroundFloat48000, surroundFloat48);
+BENCHMARK_CAPTURE(Resample, SurroundFloat48000, surroundFloat48);
 BENCHMARK_CAPTURE(ConvertAndFile, SurroundInteger24At48000, surroundInteger24);
 BENCHMARK_CAPTURE(ConvertAndFile, MonoInteger16At48000, monoInteger16);
 BENCHMARK_CAPTURE(CopyBytes, BytesOfTwoRingBlocks, 2 * 480 * 16);
