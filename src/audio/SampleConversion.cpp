@@ -40,61 +40,66 @@ float DecodeInteger32(const std::byte* at) {
     return static_cast<float>(static_cast<double>(Load<std::int32_t>(at)) * 4.656612873077393e-10);
 }
 
-/// Adds the value of one channel to the sides on which it is heard.
-void AddChannel(StereoFrame& frame, std::uint32_t channel, std::uint32_t channels, float value) {
+/// The channels of one frame on the sides on which they are heard; `value` gives the value of a channel.
+template <class Value>
+StereoFrame MixChannels(std::uint32_t channels, const Value& value) {
     if (channels == 1) {
-        frame.left += value;
-        frame.right += value;
-    } else if (channel == 0) {
-        frame.left += value;
-    } else if (channel == 1) {
-        frame.right += value;
-    } else {
-        frame.left += value * 0.5F;
-        frame.right += value * 0.5F;
+        const float both = value(0);
+        return {both, both};
     }
+    StereoFrame frame{value(0), value(1)};
+    for (std::uint32_t c = 2; c < channels; ++c) {
+        const float half = value(c) * 0.5F;
+        frame.left += half;
+        frame.right += half;
+    }
+    return frame;
 }
 
-template <float (*Decode)(const std::byte*)>
-StereoFrame ConvertFrame(const SourceFormat& format, PacketSound sound, std::int64_t i) {
-    const double pos = static_cast<double>(format.sampleRate) * static_cast<double>(i) / 48000.0;
+template <float (*Decode)(const std::byte*), std::size_t sampleBytes>
+inline StereoFrame ConvertFrame(const SourceFormat& format, PacketSound sound, std::int64_t i) {
     const std::int64_t last = std::int64_t{sound.frames} - 1;
+    if (format.sampleRate == outputRate) {
+        // Every output frame lies on a frame of the packet: there is nothing to interpolate.
+        const std::byte* at = sound.data + std::min(last, i) * format.blockAlign;
+        return MixChannels(format.channels, [at](std::uint32_t c) { return Decode(at + c * sampleBytes); });
+    }
+    const double pos = static_cast<double>(format.sampleRate) * static_cast<double>(i) / 48000.0;
     const std::int64_t a = std::min(last, static_cast<std::int64_t>(pos));
     const std::int64_t b = std::min(last, a + 1);
     const auto w = static_cast<float>(pos - static_cast<double>(a));
     const std::byte* frameA = sound.data + a * format.blockAlign;
     const std::byte* frameB = sound.data + b * format.blockAlign;
-    StereoFrame frame;
-    for (std::uint32_t c = 0; c < format.channels; ++c) {
-        const std::size_t offset = std::size_t{c} * (format.bitsPerSample / 8);
-        const float value = (1.0F - w) * Decode(frameA + offset) + w * Decode(frameB + offset);
-        AddChannel(frame, c, format.channels, value);
-    }
-    return frame;
+    return MixChannels(format.channels, [=](std::uint32_t c) {
+        return (1.0F - w) * Decode(frameA + c * sampleBytes) + w * Decode(frameB + c * sampleBytes);
+    });
 }
 
-template <float (*Decode)(const std::byte*)>
+template <float (*Decode)(const std::byte*), std::size_t sampleBytes>
 void FileConverted(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange part,
                    std::int64_t first) {
+    auto slot = static_cast<std::size_t>(part.begin % ringFrames);
     for (std::int64_t t = part.begin; t < part.end; ++t) {
-        FileFrame(ring, t, ConvertFrame<Decode>(format, sound, t - first));
+        ring.stamps[slot] = t;
+        ring.samples[slot] = ConvertFrame<Decode, sampleBytes>(format, sound, t - first);
+        slot = slot + 1 == static_cast<std::size_t>(ringFrames) ? 0 : slot + 1;
     }
 }
 
 void FileSound(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange part, std::int64_t first) {
     if (format.isFloat) {
-        return format.bitsPerSample == 32 ? FileConverted<DecodeFloat32>(ring, format, sound, part, first)
-                                          : FileConverted<DecodeFloat64>(ring, format, sound, part, first);
+        return format.bitsPerSample == 32 ? FileConverted<DecodeFloat32, 4>(ring, format, sound, part, first)
+                                          : FileConverted<DecodeFloat64, 8>(ring, format, sound, part, first);
     }
     switch (format.bitsPerSample) {
         case 8:
-            return FileConverted<DecodeInteger8>(ring, format, sound, part, first);
+            return FileConverted<DecodeInteger8, 1>(ring, format, sound, part, first);
         case 16:
-            return FileConverted<DecodeInteger16>(ring, format, sound, part, first);
+            return FileConverted<DecodeInteger16, 2>(ring, format, sound, part, first);
         case 24:
-            return FileConverted<DecodeInteger24>(ring, format, sound, part, first);
+            return FileConverted<DecodeInteger24, 3>(ring, format, sound, part, first);
         default:
-            return FileConverted<DecodeInteger32>(ring, format, sound, part, first);
+            return FileConverted<DecodeInteger32, 4>(ring, format, sound, part, first);
     }
 }
 
