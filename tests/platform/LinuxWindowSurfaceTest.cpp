@@ -585,6 +585,25 @@ TEST_F(LinuxTrayIcon, ReturnsWhenTheAreaHasBeenRestarted) {
     EXPECT_TRUE(RunUntilIconShows());
 }
 
+TEST_F(LinuxTrayIcon, ThatAnAreaPutsBackOnTheDesktopGoesAway) {
+    StartHost();
+    ASSERT_TRUE(RunUntilReceived(*window_, TaskbarCreatedMessage()));
+    const Owned<TrayIcon> icon = Add();
+    ASSERT_TRUE(RunUntilIconShows());
+    xcb_window_t inArea = XCB_WINDOW_NONE;
+    for (const xcb_window_t top : other_->TopLevels()) {
+        for (const xcb_window_t socket : other_->ChildrenOf(top)) {
+            for (const xcb_window_t child : other_->ChildrenOf(socket)) {
+                inArea = other_->Property(child, "_NET_WM_NAME") == "ZV Reels Max" ? child : inArea;
+            }
+        }
+    }
+    ASSERT_NE(inArea, xcb_window_t{XCB_WINDOW_NONE});
+    xcb_reparent_window(other_->Get(), inArea, other_->Root(), 300, 300);
+    other_->Sync();
+    EXPECT_TRUE(RunUntil(*window_, [&] { return other_->Find("ZV Reels Max") == XCB_WINDOW_NONE; }));
+}
+
 class LinuxPopupMenu : public LinuxWindowSurface {
 protected:
     /// Opens the menu at (100, 100) and plays the user once it is there.

@@ -70,9 +70,13 @@ public:
         xcb_ungrab_key(connection_, code, root_, mask);
         Sync();
     }
-    std::vector<xcb_window_t> TopLevels() const {
+    std::vector<xcb_window_t> TopLevels() const { return ChildrenOf(root_); }
+    std::vector<xcb_window_t> ChildrenOf(xcb_window_t window) const {
         const Reply<xcb_query_tree_reply_t> tree(
-            xcb_query_tree_reply(connection_, xcb_query_tree(connection_, root_), nullptr));
+            xcb_query_tree_reply(connection_, xcb_query_tree(connection_, window), nullptr));
+        if (!tree) {
+            return {};
+        }
         const xcb_window_t* first = xcb_query_tree_children(tree.get());
         return {first, first + xcb_query_tree_children_length(tree.get())};
     }
