@@ -317,6 +317,7 @@ int ChooseFromMenu(AppWindow& owner, std::span<const MenuItem> items) {
         return 0;
     }
     menu.surface.id = x11::MakeMenuWindow(session, place);
+    SetCursorShape(menu.surface, CursorShape::Arrow);
     x11::Run(session, menu);
     x11::Close(session, menu);
     session.queue.push_back({&owner, message::null, 0, 0});

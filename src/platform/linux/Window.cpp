@@ -498,6 +498,9 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options) {
     if (options.clickThrough) {
         x11::LetClicksThrough(session, *window);
     }
+    if (options.arrowCursor) {
+        SetCursorShape(*window, CursorShape::Arrow);
+    }
     SetWindowIcons(*window, options.bigIcon, options.littleIcon);
     MinMaxInfo limits{};
     x11::Send(*window, message::getMinMaxInfo, 0, reinterpret_cast<std::intptr_t>(&limits));

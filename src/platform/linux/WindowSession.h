@@ -50,7 +50,6 @@ struct AppWindow {
     Rectangle suggested;                    ///< what the last message::dpiChanged pointed to
     std::optional<std::uint32_t> keyPixel;  ///< 0x00RRGGBB: pixels that are not there
     std::vector<xcb_rectangle_t> shape;     ///< what the server was told last
-    CursorShape cursor = CursorShape::Arrow;
     xcb_gcontext_t context = XCB_NONE;
     x11::PaintSegment segment;
     std::int64_t raisesSinceNs = 0;  ///< beginning of the second that `raises` counts in
