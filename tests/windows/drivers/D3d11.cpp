@@ -491,6 +491,7 @@ extern "C" HRESULT WINAPI D3D11CreateDevice(IDXGIAdapter* adapter, D3D_DRIVER_TY
     }
     Demand(flags == 0x820 && levels == nullptr && levelCount == 0 && version == D3D11_SDK_VERSION,
            "D3D11CreateDevice with other flags, feature levels or version");
+    Demand(Object::Living() == 0, "D3D11CreateDevice while objects of the last device are held");
     Device& made = MakeDevice(adapter);
     *device = static_cast<ID3D11Device*>(PointerTo(made));
     *context = static_cast<ID3D11DeviceContext*>(PointerTo(MakeContext(made)));
