@@ -127,7 +127,8 @@ void ExpectSoundWithPicture(const char* what, const fs::path& file, const std::v
         std::printf("%s, clap %d at %.3f s: sound %+.1f ms against the picture's time, %+.1f ms against the flash%s\n",
                     what, clap.number, place, (click - place) * 1000, (click - flash) * 1000,
                     painterLate ? " (left out: the painter was late)" : "");
-        if (std::isnan(place) || painterLate) {
+        // A clap at the very end may have its flash behind the last picture.
+        if (std::isnan(place) || painterLate || place + 0.4 > pictures.back().stamp) {
             continue;
         }
         EXPECT_FALSE(std::isnan(click)) << "no click at " << place;
