@@ -109,6 +109,12 @@ std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
     }
 }
 
+void ShowMainWindow() {
+    if (AppWindow* window = Ui().mainWindow) {
+        ShowInFront(*window);
+    }
+}
+
 void ExitProgram() {
     AppWindow* window = Ui().mainWindow;
     if (window == nullptr) {

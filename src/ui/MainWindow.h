@@ -12,6 +12,9 @@ inline constexpr char16_t mainWindowClass[] = u"ZVReelsMainV3";
 
 std::intptr_t MainProc(AppWindow& window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
 
+/// Brings the main window up from wherever it is, in front and with the focus.
+void ShowMainWindow();
+
 /// Ends the program in its ordinary way, whatever the close box means: hides the main window and destroys it.
 void ExitProgram();
 
