@@ -20,6 +20,10 @@ inline constexpr Color card = Rgb(26, 28, 38);
 inline constexpr Color homeHeroCard = Rgb(39, 31, 60);
 inline constexpr Color thumbnailWell = Rgb(37, 34, 45);
 inline constexpr Color overlayTilePressed = Rgb(38, 25, 58);
+inline constexpr Color overlayPanel = Rgb(22, 21, 27);
+inline constexpr Color toast = Rgb(35, 34, 39);
+inline constexpr Color badge = Rgb(20, 15, 30);
+inline constexpr Color badgeRecording = Rgb(255, 100, 125);
 
 /// Of the overlay's own frames and active texts, whatever the theme. Also the accent of the purple theme.
 inline constexpr Color purple = Rgb(151, 119, 255);

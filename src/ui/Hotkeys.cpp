@@ -19,6 +19,16 @@ constexpr Shortcut shortcuts[shortcutAction::count] = {
     {u"Screenshot", TakeScreenshot},
 };
 
+struct ModifierName {
+    std::uint32_t bit;
+    TextView name;
+};
+constexpr ModifierName modifierNames[] = {
+    {keyModifier::control, u"Ctrl + "},
+    {keyModifier::alt, u"Alt + "},
+    {keyModifier::shift, u"Shift + "},
+};
+
 std::uint32_t ModsOf(int index) { return CurrentSettings().bindMods[static_cast<std::size_t>(index)]; }
 std::uint32_t KeyOf(int index) { return CurrentSettings().bindKeys[static_cast<std::size_t>(index)]; }
 bool& RegisteredFlag(int index) { return Ui().hotkeyRegistered[static_cast<std::size_t>(index)]; }
@@ -83,6 +93,18 @@ bool TryRebindHotkey(int index, std::uint32_t modifiers, std::uint32_t key) {
     RegisteredFlag(index) = true;
     SaveSettings(CurrentSettings());
     return true;
+}
+
+Text HotkeyText(int index) {
+    const std::uint32_t modifiers = ModsOf(index);
+    Text text;
+    for (const ModifierName& row : modifierNames) {
+        if ((modifiers & row.bit) != 0) {
+            text += row.name;
+        }
+    }
+    const Text name = KeyName(KeyOf(index));
+    return text + (name.empty() ? u"Key " + DecimalUnsigned(KeyOf(index)) : name);
 }
 
 void RunHotkey(std::uintptr_t id) {

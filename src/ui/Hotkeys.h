@@ -31,6 +31,9 @@ void UnregisterHotkeys(AppWindow& window);
 /// `modifiers` are bits of keyModifier without noRepeat, `key` is a virtual-key code.
 bool TryRebindHotkey(int index, std::uint32_t modifiers, std::uint32_t key);
 
+/// How the whole interface names the action's shortcut, "Ctrl + Alt + R" for one.
+Text HotkeyText(int index);
+
 /// Carries out what the hot key stands for; other ids are ignored.
 void RunHotkey(std::uintptr_t id);
 

@@ -9,9 +9,12 @@
 #include "platform/Window.h"
 #include "ui/Fonts.h"
 #include "ui/FutureSlot.h"
+#include "ui/ToastRules.h"
 #include "ui/UiState.h"
 
 namespace zv {
+
+inline constexpr int noShortcut = -1;
 
 struct UiGlobals {
     // Each is null before its creation and after its end.
@@ -19,8 +22,8 @@ struct UiGlobals {
     AppWindow* overlayWindow = nullptr;
     AppWindow* badgeWindow = nullptr;
     AppWindow* toastWindow = nullptr;
-    AppWindow* shortcutEditorWindow = nullptr;
     AppWindow* videoWindow = nullptr;
+    Owned<AppWindow> shortcutEditorWindow;  ///< only while it is open
 
     // What the windows of pages show.
     UiState mainState;
@@ -36,6 +39,9 @@ struct UiGlobals {
     bool replayPopoverOpen = false;
     std::uint32_t overlaySignature = ~0U;   ///< of what the overlay showed at its last paint
     std::uint32_t badgeState = ~0U;         ///< 0 on, 1 busy, 2 recording
+    std::uint32_t badgeProcessId = 0;       ///< the process in front that the badge was last decided for
+    bool badgeProcessIsGame = false;        ///< whether that one is a known game
+    Toast toast;                            ///< the notification that was shown last
     std::uint64_t lastOverlayActivity = 0;  ///< TickMs(); nothing reads it
     bool reopenOverlayAfterScreenshot = false;
     bool refreshAgain = false;  ///< another library scan follows the one that runs
@@ -48,8 +54,9 @@ struct UiGlobals {
     Text gameName = u"Desktop";              ///< only RefreshGameName changes it
     Color accentColor = Rgb(151, 119, 255);  ///< from the theme
     std::array<bool, 4> hotkeyRegistered{};
-    Text shortcutError;               ///< why the last rebinding was refused
-    FutureSlot<Text> captureJobSlot;  ///< the text to show
+    int shortcutEditorIndex = noShortcut;  ///< the action of the editor that is open
+    Text shortcutError;                    ///< why the last rebinding was refused
+    FutureSlot<Text> captureJobSlot;       ///< the text to show
     FutureSlot<CapturePollResult> capturePollSlot;
     FutureSlot<Text> screenshotSlot;  ///< the text to show
 };

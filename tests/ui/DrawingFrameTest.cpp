@@ -33,10 +33,13 @@ TEST_F(DrawingFrame, AStateStartsWithoutTargetsAtTheDesignsSize) {
 
 TEST_F(DrawingFrame, TheInterfaceStartsAtHomeWithTheTilesAndNothingShown) {
     const UiGlobals globals;
-    for (const AppWindow* window : {globals.mainWindow, globals.overlayWindow, globals.badgeWindow, globals.toastWindow,
-                                    globals.shortcutEditorWindow, globals.videoWindow}) {
+    for (const AppWindow* window :
+         {globals.mainWindow, globals.overlayWindow, globals.badgeWindow, globals.toastWindow, globals.videoWindow}) {
         EXPECT_EQ(window, nullptr);
     }
+    EXPECT_EQ(globals.shortcutEditorWindow, nullptr);
+    EXPECT_EQ(globals.shortcutEditorIndex, -1);
+    EXPECT_EQ(globals.shortcutError, u"");
     EXPECT_EQ(globals.painting, nullptr);
     EXPECT_EQ(globals.desktopPage, 0);
     EXPECT_EQ(globals.overlayPage, 0);
