@@ -9,6 +9,7 @@
 #include "ui/CaptureSettings.h"
 #include "ui/Colors.h"
 #include "ui/DrawingFrame.h"
+#include "ui/Overlay.h"
 #include "ui/SmallWindow.h"
 #include "ui/UiGlobals.h"
 
@@ -33,7 +34,7 @@ void FollowFrontProcess(std::uint32_t processId) {
 BadgeMoment Now(const std::optional<FrontWindow>& front) {
     UiGlobals& ui = Ui();
     BadgeMoment moment;
-    moment.overlayShown = ui.overlayWindow != nullptr && IsWindowShown(*ui.overlayWindow);
+    moment.overlayShown = IsOverlayShown();
     moment.screenshotRuns = ui.screenshotSlot.IsBusy();
     moment.recording = GetRecordingStatus().recording;
     moment.replaying = Engine().replayRunning;
@@ -91,11 +92,19 @@ std::intptr_t BadgeProc(AppWindow& window, std::uint32_t code, std::uintptr_t wP
     if (const std::optional<std::intptr_t> answer = ClickThroughAnswer(code)) {
         return *answer;
     }
-    if (code == message::paint) {
-        PaintSmallWindow(window, DrawBadge);
-        return 0;
+    switch (code) {
+        case message::create:
+            Ui().badgeWindow = &window;
+            return 0;
+        case message::destroy:
+            Ui().badgeWindow = nullptr;
+            return 0;
+        case message::paint:
+            PaintSmallWindow(window, DrawBadge);
+            return 0;
+        default:
+            return DefaultProcedure(window, code, wParam, lParam);
     }
-    return DefaultProcedure(window, code, wParam, lParam);
 }
 
 }  // namespace zv

@@ -14,7 +14,7 @@ void UpdateBadge();
 
 void HideBadge();
 
-/// UiGlobals::badgeWindow is set by whoever makes the window.
+/// From message::create to message::destroy the window is UiGlobals::badgeWindow.
 std::intptr_t BadgeProc(AppWindow& window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
 
 }  // namespace zv

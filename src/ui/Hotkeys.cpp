@@ -2,6 +2,7 @@
 
 #include "core/Settings.h"
 #include "ui/Commands.h"
+#include "ui/Overlay.h"
 #include "ui/UiGlobals.h"
 
 namespace zv {
@@ -9,11 +10,11 @@ namespace {
 
 struct Shortcut {
     TextView label;
-    void (*command)();  ///< null: the window that it opens is not there
+    void (*command)();
 };
 
 constexpr Shortcut shortcuts[shortcutAction::count] = {
-    {u"Open / close overlay", nullptr},
+    {u"Open / close overlay", ToggleQuickOverlay},
     {u"Save instant replay", SaveReplay},
     {u"Start / stop recording", ToggleRecording},
     {u"Screenshot", TakeScreenshot},
@@ -108,7 +109,7 @@ Text HotkeyText(int index) {
 }
 
 void RunHotkey(std::uintptr_t id) {
-    if (id >= 1 && id <= shortcutAction::count && shortcuts[id - 1].command != nullptr) {
+    if (id >= 1 && id <= shortcutAction::count) {
         shortcuts[id - 1].command();
     }
 }

@@ -68,16 +68,24 @@ std::intptr_t ToastProc(AppWindow& window, std::uint32_t code, std::uintptr_t wP
     if (const std::optional<std::intptr_t> answer = ClickThroughAnswer(code)) {
         return *answer;
     }
-    if (code == message::timer && wParam == toastTimer) {
-        HideWindow(window);
-        StopTimer(window, toastTimer);
-        return 0;
+    switch (code) {
+        case message::create:
+            Ui().toastWindow = &window;
+            return 0;
+        case message::destroy:
+            Ui().toastWindow = nullptr;
+            return 0;
+        case message::timer:
+            if (wParam == toastTimer) {
+                HideToast();
+            }
+            return 0;
+        case message::paint:
+            PaintSmallWindow(window, DrawToast);
+            return 0;
+        default:
+            return DefaultProcedure(window, code, wParam, lParam);
     }
-    if (code == message::paint) {
-        PaintSmallWindow(window, DrawToast);
-        return 0;
-    }
-    return DefaultProcedure(window, code, wParam, lParam);
 }
 
 }  // namespace zv

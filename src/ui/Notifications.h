@@ -20,7 +20,7 @@ void ShowToastForStatus(const Text& status);
 /// At once, and its timer ends.
 void HideToast();
 
-/// UiGlobals::toastWindow is set by whoever makes the window.
+/// From message::create to message::destroy the window is UiGlobals::toastWindow.
 std::intptr_t ToastProc(AppWindow& window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
 
 }  // namespace zv

@@ -4,6 +4,7 @@
 #include "ui/CaptureSettings.h"
 #include "ui/Commands.h"
 #include "ui/Interface.h"
+#include "ui/Overlay.h"
 
 namespace zv {
 namespace {
@@ -121,6 +122,91 @@ TEST_F(Hotkeys, OldKeysThatDoNotComeBackAreRememberedAsLost) {
     stand_in::FailCall("RegisterGlobalKey", 7, -1);
     EXPECT_FALSE(TryRebindHotkey(1, 4, 121));
     EXPECT_FALSE(Ui().hotkeyRegistered[1]);
+}
+
+TEST_F(Hotkeys, OldKeysThatWereTakenStayLostWhenTheNewOnesAreLostToo) {
+    TheWindows().takenByOthers = {{1, 121}};
+    OpenMainWindow();
+    stand_in::FailCall("RegisterGlobalKey", 6, -1);
+    EXPECT_FALSE(TryRebindHotkey(1, 4, 121));
+    EXPECT_EQ(Ui().shortcutError, u"Could not reserve shortcut. Try again.");
+    EXPECT_FALSE(Ui().hotkeyRegistered[1]);
+    EXPECT_FALSE(TheWindows().keys.contains(2));
+}
+
+TEST_F(Hotkeys, ARefusedActionThatIsFreeAgainIsReservedAndSaved) {
+    TheWindows().takenByOthers = {{1, 121}};
+    OpenMainWindow();
+    EXPECT_TRUE(TryRebindHotkey(1, 2, 121));
+    EXPECT_TRUE(Ui().hotkeyRegistered[1]);
+    EXPECT_EQ(TheWindows().keys[2], (Combination{2 | once, 121}));
+}
+
+TEST_F(Hotkeys, TheSameKeyWithOtherModifiersBelongsToNobody) {
+    OpenMainWindow();
+    EXPECT_TRUE(TryRebindHotkey(0, 7, 82));
+    EXPECT_EQ(TheWindows().keys[1], (Combination{7 | once, 82}));
+}
+
+TEST_F(Hotkeys, ABareKeyIsRefusedEvenForTheActionThatHasIt) {
+    OpenMainWindow();
+    CurrentSettings().bindMods[1] = 0;
+    EXPECT_FALSE(TryRebindHotkey(1, 0, 121));
+    EXPECT_EQ(Ui().shortcutError, u"Include Ctrl, Alt or Shift with your key.");
+}
+
+TEST_F(Hotkeys, EveryActionReservesUnderItsOwnId) {
+    OpenMainWindow();
+    for (int index = 0; index < 4; ++index) {
+        const auto key = static_cast<std::uint32_t>('1' + index);
+        EXPECT_TRUE(TryRebindHotkey(index, 7, key));
+        EXPECT_EQ(TheWindows().keys[index + 1], (Combination{7 | once, key}));
+        EXPECT_EQ(CurrentSettings().bindMods[static_cast<std::size_t>(index)], 7U);
+        EXPECT_EQ(CurrentSettings().bindKeys[static_cast<std::size_t>(index)], key);
+    }
+}
+
+TEST_F(Hotkeys, AreNamedModifiersFirstAndInOneOrder) {
+    TheWindows().keyNames = {{88, u"X"}, {121, u"F10"}, {82, u"R"}, {83, u"S"}};
+    EXPECT_EQ(HotkeyText(0), u"Alt + X");
+    EXPECT_EQ(HotkeyText(1), u"Alt + F10");
+    EXPECT_EQ(HotkeyText(2), u"Ctrl + Alt + R");
+    EXPECT_EQ(HotkeyText(3), u"Ctrl + Alt + S");
+    struct Row {
+        std::uint32_t modifiers;
+        TextView text;
+    };
+    for (const Row& row :
+         {Row{0, u"X"}, Row{1, u"Alt + X"}, Row{2, u"Ctrl + X"}, Row{3, u"Ctrl + Alt + X"}, Row{4, u"Shift + X"},
+          Row{5, u"Alt + Shift + X"}, Row{6, u"Ctrl + Shift + X"}, Row{7, u"Ctrl + Alt + Shift + X"}}) {
+        CurrentSettings().bindMods[0] = row.modifiers;
+        EXPECT_EQ(HotkeyText(0), row.text);
+    }
+}
+
+TEST_F(Hotkeys, AKeyWithoutANameIsCalledByItsCode) {
+    CurrentSettings().bindKeys[2] = 193;
+    EXPECT_EQ(HotkeyText(2), u"Ctrl + Alt + Key 193");
+}
+
+TEST_F(Hotkeys, ThePressedKeyOpensAndClosesTheOverlay) {
+    OpenMainWindow();
+    WindowOptions options;
+    options.procedure = OverlayProc;
+    options.width = 10;
+    options.height = 10;
+    const Owned<AppWindow> overlay = MakeWindow(options);
+    Send(message::hotKey, 1);
+    EXPECT_TRUE(IsWindowShown(*overlay));
+    Send(message::hotKey, 1);
+    EXPECT_FALSE(IsWindowShown(*overlay));
+}
+
+TEST_F(Hotkeys, ThePressedKeyTakesAScreenshot) {
+    OpenMainWindow();
+    Send(message::hotKey, 4);
+    EXPECT_TRUE(Ui().screenshotSlot.IsBusy());
+    AwaitScreenshot();
 }
 
 TEST_F(Hotkeys, ThePressedKeySavesAReplay) {

@@ -1,0 +1,67 @@
+// What the tests of notification, badge, shortcut editor and settings page share: the interface without a screen, its
+// four windows, and a canvas that writes down what they paint.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "stand_in/Canvas.h"
+#include "ui/Badge.h"
+#include "ui/Interface.h"
+#include "ui/Notifications.h"
+#include "ui/ShortcutEditor.h"
+
+namespace zv {
+
+class Notices : public Interface {
+protected:
+    Notices() {
+        stand_in::ResetCanvas();
+        CreateFonts();
+        OpenMainWindow();
+        overlay_ = Make(u"overlay", IgnoreMessages);
+        badge_ = Make(u"badge", BadgeProc);
+        toast_ = Make(u"toast", ToastProc);
+        Ui().overlayWindow = overlay_.get();
+        stand_in::RecordOf(*overlay_).bounds = {100, 50, 1110, 618};
+        stand_in::TheMonitors().monitors = {{u"Main", 0, 0, 1920, 1080, true}, {u"Side", 1920, 0, 4480, 1440, false}};
+        stand_in::TheWindows().monitors = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}, u"Main"},
+                                           {{1920, 0, 4480, 1440}, {1920, 0, 4480, 1400}, u"Side"}};
+        CurrentSettings().monitorDevice = u"Main";
+    }
+    ~Notices() override {
+        CloseShortcutEditor();
+        Ui().overlayWindow = nullptr;
+        badge_.reset();
+        toast_.reset();
+        EXPECT_EQ(stand_in::LivingCanvases(), 0);
+    }
+
+    static stand_in::WindowRecord& Of(const Owned<AppWindow>& window) { return stand_in::RecordOf(*window); }
+
+    /// What the window draws when it is painted now.
+    static std::vector<std::string> Paint(AppWindow& window) {
+        stand_in::ResetCanvas();
+        InvalidateWindow(window);
+        stand_in::PaintIfNeeded(window);
+        return stand_in::Drawings();
+    }
+
+    Owned<AppWindow> overlay_;
+    Owned<AppWindow> badge_;
+    Owned<AppWindow> toast_;
+
+private:
+    static std::intptr_t IgnoreMessages(AppWindow&, std::uint32_t, std::uintptr_t, std::intptr_t) { return 0; }
+    static Owned<AppWindow> Make(TextView className, WindowProc procedure) {
+        WindowOptions options;
+        options.className = className;
+        options.procedure = procedure;
+        options.width = 10;
+        options.height = 10;
+        options.frame = WindowFrame::Bare;
+        return MakeWindow(options);
+    }
+};
+
+}  // namespace zv
