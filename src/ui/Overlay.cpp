@@ -10,6 +10,9 @@
 #include "ui/Colors.h"
 #include "ui/DrawingFrame.h"
 #include "ui/HitTargets.h"
+#include "ui/OverlayControls.h"
+#include "ui/OverlayGallery.h"
+#include "ui/OverlayTiles.h"
 #include "ui/UiGlobals.h"
 #include "video/Monitors.h"
 
@@ -26,6 +29,27 @@ Point CentreOf(const MonitorEntry& monitor) {
 Point AnchorPoint() {
     const std::optional<MonitorEntry> monitor = ResolveMonitor(CurrentSettings().monitorDevice);
     return monitor ? CentreOf(*monitor) : CursorPosition();
+}
+
+void DrawHeader(Canvas& canvas) {
+    constexpr Rectangle chip{8, 8, 38, 39};
+    constexpr Color chipFill = Rgb(31, 24, 45);
+    FillBox(canvas, {0, 0, overlayWidth, 47}, color::black);
+    FillBox(canvas, chip, chipFill);
+    DrawCentredText(canvas, chip, u"ZV", color::purple, FontRole::Bold);
+    DrawCentredText(canvas, {340, 5, 670, 42}, u"Zorvel", color::primaryText, FontRole::Bold);
+    DrawOverlayButton(canvas, {.id = 901, .box = {982, 8, 1008, 39}, .label = u"X", .action = HideOverlay});
+}
+
+void DrawPage(Canvas& canvas) {
+    switch (Ui().overlayPage) {
+        case overlayPage::tiles:
+            DrawOverlayTiles(canvas);
+            return;
+        default:
+            DrawOverlayGallery(canvas);
+            return;
+    }
 }
 
 void OnCreate(AppWindow& window) {
@@ -80,7 +104,11 @@ std::intptr_t OverlayProc(AppWindow& window, std::uint32_t code, std::uintptr_t 
     return OnOtherMessage(window, code, wParam, lParam);
 }
 
-void RenderQuickOverlay(Canvas& canvas) { FillBox(canvas, {0, 0, overlayWidth, overlayHeight}, color::overlayKey); }
+void RenderQuickOverlay(Canvas& canvas) {
+    FillBox(canvas, {0, 0, overlayWidth, overlayHeight}, color::overlayKey);
+    DrawHeader(canvas);
+    DrawPage(canvas);
+}
 
 void ToggleQuickOverlay() {
     RefreshGameName();

@@ -33,6 +33,7 @@ protected:
         options.topmost = true;
         options.noActivate = true;
         overlay_ = MakeWindow(options);
+        FitOverlay(State(), overlayWidth, overlayHeight);
     }
     ~QuickOverlay() override {
         gate_.Open();
@@ -59,7 +60,7 @@ protected:
         const Owned<Canvas> canvas = MakeCanvas(10, 10);
         RenderUi(*canvas, State());
         std::vector<std::string> lines = stand_in::Drawn(*canvas);
-        EXPECT_EQ(lines.front(), "fill 0,0,1180,740 17,18,25");
+        EXPECT_EQ(lines.front(), "fill 0,0,1010,568 17,18,25");
         lines.erase(lines.begin());
         return lines;
     }
