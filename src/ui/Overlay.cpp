@@ -12,6 +12,7 @@
 #include "ui/HitTargets.h"
 #include "ui/OverlayControls.h"
 #include "ui/OverlayGallery.h"
+#include "ui/OverlaySettings.h"
 #include "ui/OverlayTiles.h"
 #include "ui/UiGlobals.h"
 #include "video/Monitors.h"
@@ -45,6 +46,9 @@ void DrawPage(Canvas& canvas) {
     switch (Ui().overlayPage) {
         case overlayPage::tiles:
             DrawOverlayTiles(canvas);
+            return;
+        case overlayPage::settings:
+            DrawOverlaySettings(canvas);
             return;
         default:
             DrawOverlayGallery(canvas);

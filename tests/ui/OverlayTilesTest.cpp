@@ -100,7 +100,8 @@ protected:
         }
         stand_in::PaintIfNeeded(*overlay_);
     }
-    void Click(std::int32_t id) {
+    /// On what the last paint registered.
+    void ClickAsPainted(std::int32_t id) {
         Open();
         const HitTarget* target = TargetOf(id);
         ASSERT_NE(target, nullptr) << id;
@@ -108,6 +109,10 @@ protected:
         SendToOverlay(message::leftButtonDown, 0, point);
         SendToOverlay(message::leftButtonUp, 0, point);
         stand_in::PaintIfNeeded(*overlay_);
+    }
+    void Click(std::int32_t id) {
+        InvalidateWindow(*overlay_);
+        ClickAsPainted(id);
     }
 };
 
@@ -371,7 +376,6 @@ TEST_F(OverlayTiles, TheCloseButtonHidesTheOverlayOnEveryPage) {
     for (const std::int32_t page : {0, 1, 2, 3, 4, 77, -1}) {
         Open();
         Ui().overlayPage = page;
-        InvalidateWindow(*overlay_);
         Click(901);
         EXPECT_FALSE(IsOverlayShown()) << page;
     }
@@ -395,7 +399,6 @@ TEST_F(OverlayTiles, BothGalleryButtonsOpenTheGalleryFromItsBeginning) {
         EXPECT_EQ(Ui().galleryFirstIndex, 0) << id;
         EXPECT_EQ(Ui().galleryGame, u"") << id;
         EXPECT_TRUE(IsOverlayShown());
-        InvalidateWindow(*overlay_);
     }
 }
 
@@ -433,6 +436,7 @@ TEST_F(OverlayTiles, TheRecordTileStartsARecordingAndEndsIt) {
 }
 
 TEST_F(OverlayTiles, TheScreenshotTileTakesOneAndIsDisabledUntilItIsThere) {
+    stand_in::TheMonitors().monitors = {{u"Main", 0, 0, 1010, 568, true}};
     Click(903);
     EXPECT_TRUE(Ui().screenshotSlot.IsBusy());
     EXPECT_THAT(Page(), Contains(Label("581,193,701,213", muted, "Saving...")));
@@ -494,9 +498,10 @@ TEST_F(OverlayTiles, TheReplaySwitchTurnsWhatTheEngineDoesAtTheClick) {
     FinishJob();
     EXPECT_TRUE(TheEngine().replayStarts.back().enable);
 
+    InvalidateWindow(*overlay_);
     Open();
     Engine().replayRunning = false;  // it died after the last paint
-    Click(961);
+    ClickAsPainted(961);
     EXPECT_TRUE(CurrentSettings().instantReplay);
     FinishJob();
 }
