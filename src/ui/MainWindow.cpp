@@ -5,11 +5,21 @@
 #include "ui/CaptureJobs.h"
 #include "ui/CaptureSettings.h"
 #include "ui/Commands.h"
+#include "ui/DrawingFrame.h"
+#include "ui/HitTargets.h"
 #include "ui/Hotkeys.h"
 #include "ui/UiGlobals.h"
 
 namespace zv {
 namespace {
+
+constexpr Point leastSize{900, 600};
+
+namespace virtualKey {
+constexpr std::uintptr_t tab = 9;
+constexpr std::uintptr_t enter = 13;
+constexpr std::uintptr_t space = 32;
+}  // namespace virtualKey
 
 void OnCreate(AppWindow& window) {
     Ui().mainWindow = &window;
@@ -45,6 +55,32 @@ std::intptr_t OnClose(AppWindow& window) {
     return DefaultProcedure(window, message::close, 0, 0);
 }
 
+/// What can be clicked has moved: nothing can until the next paint.
+void OnSize(AppWindow& window) {
+    Ui().mainState.pressedId = noTarget;
+    Ui().mainState.targets.clear();
+    InvalidateWindow(window);
+}
+
+/// False when the key means nothing here.
+bool OnKeyDown(AppWindow& window, std::uintptr_t key) {
+    UiState& state = Ui().mainState;
+    switch (key) {
+        case virtualKey::tab:
+            if (!MoveFocus(state, (HeldModifiers() & keyModifier::shift) != 0)) {
+                return false;
+            }
+            InvalidateWindow(window);
+            return true;
+        case virtualKey::enter:
+        case virtualKey::space:
+            ActivateTarget(state, state.focusId);
+            return true;
+        default:
+            return false;
+    }
+}
+
 /// Capture is configured anew on a later tick, so that it can wait for a job that runs.
 void OnDisplayChange() {
     Ui().displayChangePending = true;
@@ -76,24 +112,50 @@ void OnHousekeepingTimer() {
     } else {
         TickHealthPoll();
     }
-    // The main window is painted anew while it can be seen, the overlay when what it shows has changed.
+    AppWindow* window = Ui().mainWindow;
+    if (window != nullptr && IsWindowShown(*window) && !IsWindowIcon(*window)) {
+        InvalidateWindow(*window);
+    }
+    // The overlay is painted anew when what it shows has changed.
 }
 
 }  // namespace
 
 std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
+    if (HandleMouseMessage(window, Ui().mainState, code, lParam)) {
+        return code == message::setCursor ? 1 : 0;
+    }
     switch (code) {
+        case message::getMinMaxInfo:
+            reinterpret_cast<MinMaxInfo*>(lParam)->minTrackSize = leastSize;
+            return 0;
         case message::create:
             OnCreate(window);
             return 0;
         case message::destroy:
             OnDestroy(window);
             return 0;
+        case message::size:
+            OnSize(window);
+            return 0;
+        case message::killFocus:
+            Ui().mainState.pressedId = noTarget;
+            return DefaultProcedure(window, code, wParam, lParam);
+        case message::paint:
+            PaintWindow(window, Ui().mainState, false);
+            return 0;
         case message::close:
             return OnClose(window);
+        case message::eraseBackground:
+            return 1;
+        case message::dpiChanged:
+            PlaceWindow(window, *reinterpret_cast<const Rectangle*>(lParam));
+            return 0;
         case message::displayChange:
             OnDisplayChange();
             return 0;
+        case message::keyDown:
+            return OnKeyDown(window, wParam) ? 0 : DefaultProcedure(window, code, wParam, lParam);
         case message::timer:
             if (wParam == collectionTimer) {
                 OnCollectionTimer(window);

@@ -53,15 +53,4 @@ std::optional<MonitorEntry> ResolveMonitor(TextView deviceName) {
     return found == entries.end() ? std::nullopt : std::optional(*found);
 }
 
-Text MonitorLabel(TextView deviceName) {
-    const std::optional<MonitorEntry> monitor = ResolveMonitor(deviceName);
-    if (!monitor) {
-        return u"Monitor disconnected";
-    }
-    const Text& name = monitor->deviceName;
-    Text label = name.substr(name.rfind(u'\\') + 1);
-    label += u"  /  " + Decimal(monitor->width) + u" x " + Decimal(monitor->height);
-    return monitor->primary ? label + u"  (primary)" : label;
-}
-
 }  // namespace zv

@@ -26,7 +26,4 @@ std::vector<MonitorEntry> ListMonitors();
 /// The monitor of that name, the primary one for an empty name, or nothing.
 std::optional<MonitorEntry> ResolveMonitor(TextView deviceName);
 
-/// How the pages name the chosen monitor, "DISPLAY1  /  1920 x 1080  (primary)" or "Monitor disconnected".
-Text MonitorLabel(TextView deviceName);
-
 }  // namespace zv

@@ -83,7 +83,9 @@ void Interface::OpenMainWindow() {
     window_ = MakeWindow(options);
 }
 
-void Interface::Send(std::uint32_t code, std::uintptr_t wParam) { MainProc(*window_, code, wParam, 0); }
+std::intptr_t Interface::Send(std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
+    return MainProc(*window_, code, wParam, lParam);
+}
 void Interface::Tick() { Send(message::timer, housekeepingTimer); }
 void Interface::Collect() { Send(message::timer, collectionTimer); }
 void Interface::AwaitJob() { Await(Ui().captureJobSlot); }

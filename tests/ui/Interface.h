@@ -77,7 +77,7 @@ protected:
 
     /// Makes the main window as the program does.
     void OpenMainWindow();
-    void Send(std::uint32_t code, std::uintptr_t wParam = 0);
+    std::intptr_t Send(std::uint32_t code, std::uintptr_t wParam = 0, std::intptr_t lParam = 0);
     void Tick();                               ///< timer 42
     void Collect();                            ///< timer 43
     void AwaitJob();                           ///< until the job has a result; nothing collects it

@@ -22,6 +22,8 @@ using Timers = std::map<std::uintptr_t, std::uint32_t>;
 class MainWindow : public Interface {
 protected:
     MainWindow() { OpenMainWindow(); }
+    stand_in::WindowRecord& Record() { return stand_in::RecordOf(*window_); }
+    static std::intptr_t At(std::int32_t x, std::int32_t y) { return static_cast<std::intptr_t>(y) << 16 | x; }
     std::filesystem::path Marker() const {
         return ToPath(JoinPath(JoinPath(Folder(u"data"), u"ZVReelsMax"), u"running.lock"));
     }
@@ -302,6 +304,158 @@ TEST_F(MainWindow, TheShutdownWaitsForAPollBeforeItStopsTheEngine) {
     ExitProgram();
     release.join();
     EXPECT_TRUE(pollEnded);
+}
+
+// Its place, its picture, mouse and keys.
+
+TEST_F(MainWindow, IsNeverMadeSmallerThanItsPagesNeed) {
+    MinMaxInfo limits{{1, 2}, {3, 4}, {5, 6}, {7, 8}, {9, 10}};
+    EXPECT_EQ(Send(message::getMinMaxInfo, 0, reinterpret_cast<std::intptr_t>(&limits)), 0);
+    EXPECT_EQ(limits.minTrackSize, (Point{900, 600}));
+    EXPECT_EQ(limits.maxTrackSize, (Point{9, 10}));
+    EXPECT_EQ(limits.maxSize, (Point{3, 4}));
+}
+
+TEST_F(MainWindow, AnotherSizeEndsAPressAndLeavesNothingToClickUntilTheNextPaint) {
+    Ui().mainState.pressedId = 3;
+    Ui().mainState.focusId = 3;
+    Ui().mainState.targets = {{{0, 0, 10, 10}, nullptr, 3}};
+    Record().invalidations = 0;
+    Send(message::size, 0, At(1000, 700));
+    EXPECT_EQ(Ui().mainState.pressedId, noTarget);
+    EXPECT_THAT(Ui().mainState.targets, testing::IsEmpty());
+    EXPECT_EQ(Ui().mainState.focusId, 3);
+    EXPECT_EQ(Record().invalidations, 1);
+}
+
+TEST_F(MainWindow, LosingTheKeyboardEndsAPressAndIsTheSystemsToo) {
+    Ui().mainState.pressedId = 3;
+    const int before = CountOf("DefaultProcedure");
+    Send(message::killFocus);
+    EXPECT_EQ(Ui().mainState.pressedId, noTarget);
+    EXPECT_EQ(CountOf("DefaultProcedure"), before + 1);
+}
+
+TEST_F(MainWindow, IsPaintedByItsPagesAtItsSize) {
+    Record().bounds = {100, 50, 1000, 650};
+    static int paints = 0;
+    paints = 0;
+    Ui().mainState.pages = [](Canvas&) { ++paints; };
+    EXPECT_EQ(Send(message::paint), 0);
+    EXPECT_EQ(paints, 1);
+    EXPECT_EQ(Record().pixelWidth, 900);
+    EXPECT_EQ(Record().pixelHeight, 600);
+    EXPECT_DOUBLE_EQ(Ui().mainState.scale, 900.0 / 1060);
+    EXPECT_GE(Ui().mainState.logicalWidth, 1059);
+}
+
+TEST_F(MainWindow, NothingIsErasedBeforeAPaint) { EXPECT_EQ(Send(message::eraseBackground), 1); }
+
+TEST_F(MainWindow, AnotherDpiBringsThePlaceThatTheSystemSuggests) {
+    const Rectangle suggested{10, 20, 1840, 1220};
+    EXPECT_EQ(Send(message::dpiChanged, 144U << 16U | 144U, reinterpret_cast<std::intptr_t>(&suggested)), 0);
+    EXPECT_EQ(Record().bounds, suggested);
+    EXPECT_EQ(CountOf("PlaceWindow"), 1);
+    EXPECT_EQ(CountOf("ShowTopmostAt"), 0);
+}
+
+TEST_F(MainWindow, TheMouseIsConsumedAndThePointerAnswersForItself) {
+    int done = 0;
+    Ui().mainState.targets = {{{10, 10, 20, 20}, [&] { ++done; }, 5}};
+    const int before = CountOf("DefaultProcedure");
+    EXPECT_EQ(Send(message::mouseMove, 0, At(15, 15)), 0);
+    EXPECT_EQ(Send(message::setCursor, 0, hitCode::client), 1);
+    EXPECT_EQ(Record().cursor, CursorShape::Hand);
+    EXPECT_EQ(Send(message::leftButtonDown, 0, At(15, 15)), 0);
+    EXPECT_EQ(Send(message::leftButtonUp, 0, At(15, 15)), 0);
+    EXPECT_EQ(done, 1);
+    EXPECT_EQ(CountOf("DefaultProcedure"), before);
+    constexpr std::intptr_t caption = 2;
+    Send(message::setCursor, 0, caption);
+    EXPECT_EQ(CountOf("DefaultProcedure"), before + 1) << "beyond its client area the pointer is the system's";
+}
+
+class MainWindowKeys : public MainWindow {
+protected:
+    static constexpr std::uintptr_t tab = 9, enter = 13, escape = 27, space = 32;
+    MainWindowKeys() {
+        for (const std::int32_t id : {7, 8, 9}) {
+            Ui().mainState.targets.push_back({{}, [this, id] { done_.push_back(id); }, id});
+        }
+        Record().invalidations = 0;
+    }
+    std::int32_t FocusAfter(std::uintptr_t key) {
+        EXPECT_EQ(Send(message::keyDown, key), 0);
+        return Ui().mainState.focusId;
+    }
+    std::vector<std::int32_t> done_;
+};
+
+TEST_F(MainWindowKeys, TabGoesRoundTheTargetsInTheOrderOfThePage) {
+    EXPECT_EQ(FocusAfter(tab), 7);
+    EXPECT_EQ(Record().invalidations, 1);
+    EXPECT_EQ(FocusAfter(tab), 8);
+    EXPECT_EQ(FocusAfter(tab), 9);
+    EXPECT_EQ(FocusAfter(tab), 7);
+    TheWindows().heldModifiers = keyModifier::shift;
+    EXPECT_EQ(FocusAfter(tab), 9);
+    EXPECT_EQ(FocusAfter(tab), 8);
+}
+
+TEST_F(MainWindowKeys, ShiftAndTabWithoutAFocusBeginAtTheLastButOne) {
+    TheWindows().heldModifiers = keyModifier::shift;
+    EXPECT_EQ(FocusAfter(tab), 8);
+}
+
+TEST_F(MainWindowKeys, TabWithoutTargetsIsTheSystems) {
+    Ui().mainState.targets.clear();
+    const int before = CountOf("DefaultProcedure");
+    EXPECT_EQ(FocusAfter(tab), noTarget);
+    EXPECT_EQ(CountOf("DefaultProcedure"), before + 1);
+    EXPECT_EQ(Record().invalidations, 0);
+}
+
+TEST_F(MainWindowKeys, EnterAndSpaceRunWhatHasTheFocus) {
+    Ui().mainState.focusId = 8;
+    FocusAfter(enter);
+    FocusAfter(space);
+    EXPECT_THAT(done_, ElementsAre(8, 8));
+    Ui().mainState.focusId = noTarget;
+    FocusAfter(enter);
+    EXPECT_THAT(done_, ElementsAre(8, 8));
+}
+
+TEST_F(MainWindowKeys, OtherKeysAreTheSystems) {
+    const int before = CountOf("DefaultProcedure");
+    Send(message::keyDown, 65);
+    Send(message::systemKeyDown, tab);
+    EXPECT_EQ(CountOf("DefaultProcedure"), before + 2);
+    EXPECT_EQ(Ui().mainState.focusId, noTarget);
+}
+
+TEST_F(MainWindow, IsPaintedAnewTwiceASecondWhileItCanBeSeen) {
+    Record().invalidations = 0;
+    Tick();
+    EXPECT_EQ(Record().invalidations, 1);
+    Record().icon = true;
+    Tick();
+    EXPECT_EQ(Record().invalidations, 1) << "an icon shows nothing";
+    Record().icon = false;
+    HideWindow(*window_);
+    Tick();
+    EXPECT_EQ(Record().invalidations, 1);
+}
+
+TEST_F(MainWindow, ComesForwardFromHidingAndFromAnIcon) {
+    HideWindow(*window_);
+    Record().icon = true;
+    ShowMainWindow();
+    EXPECT_TRUE(IsWindowShown(*window_));
+    EXPECT_FALSE(IsWindowIcon(*window_));
+    EXPECT_EQ(TheWindows().inFront, window_.get());
+    window_.reset();
+    ShowMainWindow();  // there is no window any more
+    EXPECT_EQ(CountOf("ShowInFront"), 1);
 }
 
 TEST_F(MainWindow, OtherMessagesAreLeftToTheSystem) {

@@ -97,17 +97,5 @@ TEST_F(MonitorList, IsMadeAnewAtEveryCall) {
     EXPECT_FALSE(ResolveMonitor(u"\\\\.\\DISPLAY2"));
 }
 
-TEST_F(MonitorList, TheLabelHasTheNameBehindTheLastBackslashTheSizeAndThePrimaryMark) {
-    EXPECT_EQ(MonitorLabel(u"\\\\.\\DISPLAY1"), u"DISPLAY1  /  2560 x 1440  (primary)");
-    EXPECT_EQ(MonitorLabel(u"\\\\.\\DISPLAY2"), u"DISPLAY2  /  1080 x 1920");
-    EXPECT_EQ(MonitorLabel(u""), u"DISPLAY1  /  2560 x 1440  (primary)");
-    stand_in::TheMonitors().monitors = {{u"HDMI-1", 0, 0, 1920, 1080, false}};
-    EXPECT_EQ(MonitorLabel(u"HDMI-1"), u"HDMI-1  /  1920 x 1080");
-}
-
-TEST_F(MonitorList, TheLabelOfAMonitorThatIsGoneSaysSo) {
-    EXPECT_EQ(MonitorLabel(u"\\\\.\\DISPLAY3"), u"Monitor disconnected");
-}
-
 }  // namespace
 }  // namespace zv
