@@ -228,6 +228,10 @@ int RunMessageLoop();
 /// Called on the interface thread when the system asks the program to end. Set before RunMessageLoop.
 void SetEndRequest(void (*endRequest)());
 
+/// The id by which the taskbar groups the windows that are made from now on. On X11 the class that every window of the
+/// program carries does that already.
+void SetTaskbarIdentity(TextView id);
+
 /// The one copy of the program in this session. `claimed` says whether it is this one; the claim ends with the
 /// process at the latest.
 struct InstanceClaim;

@@ -277,6 +277,11 @@ int RunMessageLoop() {
     return TheWindows().quitCode;
 }
 
+void SetTaskbarIdentity(TextView id) {
+    const Call call("SetTaskbarIdentity");
+    TheWindows().taskbarIdentity = id;
+}
+
 void SetEndRequest(void (*endRequest)()) { TheWindows().endRequest = endRequest; }
 
 Owned<InstanceClaim> ClaimSingleInstance(TextView name) {

@@ -55,6 +55,7 @@ struct WindowControls {
     int quitCode = 0;
     void (*endRequest)() = nullptr;
     std::function<void()> loop;  ///< what happens while RunMessageLoop runs
+    Text taskbarIdentity;
     Text claimedName;
     Text broughtForward;
     bool otherCopyHasWindow = true;

@@ -344,6 +344,14 @@ TEST_F(OverlayWindow, KnowsMonitorsKeysAndDpi) {
     EXPECT_EQ(HeldModifiers(), 0U);
 }
 
+TEST(TaskbarIdentity, IsTheOneThatTheProgramGivesItself) {
+    SetTaskbarIdentity(u"Zorvel.Test.1");
+    PWSTR id = nullptr;
+    ASSERT_EQ(GetCurrentProcessExplicitAppUserModelID(&id), S_OK);
+    EXPECT_EQ(std::wstring(id), L"Zorvel.Test.1");
+    CoTaskMemFree(id);
+}
+
 TEST_F(OverlayWindow, ShowsItsIcons) {
     const std::vector<std::uint32_t> pixels(32 * 32, 0x8553E7);
     const Owned<AppIcon> big = MakeIcon(32, pixels.data());

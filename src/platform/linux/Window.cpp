@@ -550,6 +550,8 @@ void PostQuit(int code) {
     x11::CurrentSession().quitCode = code;
 }
 
+void SetTaskbarIdentity(TextView) {}
+
 void SetEndRequest(void (*request)()) { x11::endRequest = request; }
 
 int RunMessageLoop() {

@@ -283,6 +283,8 @@ int RunMessageLoop() {
     return static_cast<int>(code.wParam);
 }
 
+void SetTaskbarIdentity(TextView id) { SetCurrentProcessExplicitAppUserModelID(Native(Text(id))); }
+
 void SetEndRequest(void (*endRequest)()) { sessionEnd = endRequest; }
 
 }  // namespace zv
