@@ -15,7 +15,11 @@
 #include "platform/Window.h"
 #include "ui/CaptureSettings.h"
 #include "ui/Commands.h"
+#include "ui/Fonts.h"
+#include "ui/Icons.h"
 #include "ui/MainWindow.h"
+#include "ui/ProgramWindows.h"
+#include "ui/TrayMenu.h"
 #include "ui/UiGlobals.h"
 #include "video/Capabilities.h"
 #include "video/Monitors.h"
@@ -24,6 +28,7 @@ namespace zv {
 namespace {
 
 constexpr char16_t instanceName[] = u"Local\\ZVReelsMax_SingleInstance";
+constexpr char16_t taskbarIdentity[] = u"Zorvel.Capture.3.23";
 
 /// The first copy's window comes forward. Settings and logs stay untouched.
 void HandOverToFirstCopy() {
@@ -74,25 +79,6 @@ void StartRecords() {
     AppLogInfo(u"App", u"Zorvel starting");
 }
 
-/// A window that could not be made is not missed: capture and hot keys are what it would have carried.
-Owned<AppWindow> MakeWindows(const Text& commandLine) {
-    // Fonts, icons and the program's identity for the taskbar come before the first window.
-    WindowOptions options;
-    options.className = mainWindowClass;
-    options.title = u"Zorvel";
-    options.procedure = MainProc;
-    options.width = 1220;
-    options.height = 800;
-    options.visible = true;
-    Owned<AppWindow> mainWindow = MakeWindow(options);
-    // The quick overlay comes next, then the capture badge.
-    if (mainWindow && Contains(commandLine, u"--background")) {
-        HideWindow(*mainWindow);
-    }
-    // The notification's window, the overlay's attributes and the main window's icons end the list.
-    return mainWindow;
-}
-
 }  // namespace
 
 int RunApplication(const Text& commandLine) {
@@ -108,12 +94,20 @@ int RunApplication(const Text& commandLine) {
     ConfigureEngine();
     StartRecords();
     SetEndRequest(ExitProgram);
-    const Owned<AppWindow> mainWindow = MakeWindows(commandLine);
+    CreateFonts();
+    MakeProgramIcons();
+    SetTaskbarIdentity(taskbarIdentity);
+    MakeProgramWindows(commandLine);
     StartReplayJob();
     RefreshClipList(CurrentSettings().clipsFolder, CurrentSettings().recordingsFolder);
-    // The tray icon and the dark frames of the windows are the last steps before the loop.
+    if (AppWindow* mainWindow = Ui().mainWindow) {
+        ShowTrayIcon(*mainWindow);
+    }
+    DarkenWindowFrames();
     RunMessageLoop();
-    // Fonts and icons go here.
+    DeleteFonts();
+    ReleaseProgramWindows();
+    ForgetCachedIcons();
     return 0;
 }
 

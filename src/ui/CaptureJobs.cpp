@@ -4,14 +4,16 @@
 
 #include "core/AppCore.h"
 #include "ui/CaptureSettings.h"
+#include "ui/HitTargets.h"
+#include "ui/Notifications.h"
 #include "ui/UiGlobals.h"
 
 namespace zv {
 
 void ShowStatus(const Text& text) {
-    // The notification that the words of the text call for comes first.
+    ShowToastForStatus(text);
     Ui().statusText = text;
-    // The windows that show the line are painted anew.
+    InvalidatePages();
 }
 
 void CaptureJob(std::function<Text()> function) {

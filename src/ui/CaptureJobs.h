@@ -17,7 +17,7 @@ inline constexpr std::uint32_t housekeepingPeriodMs = 500;
 inline constexpr std::uintptr_t collectionTimer = 43;  ///< runs only while there is something to wait for
 inline constexpr std::uint32_t collectionPeriodMs = 16;
 
-/// The one gate for every message to the user: sets the status line.
+/// The one gate for every message to the user: the status line, and the notification that its words call for.
 void ShowStatus(const Text& text);
 
 /// Runs a blocking operation of the engine on a worker. It answers the text to show. Refused, with a message, while

@@ -1,5 +1,7 @@
 #include "ui/Commands.h"
 
+#include <utility>
+
 #include "core/AppCore.h"
 #include "core/Settings.h"
 #include "core/SettingsValidation.h"
@@ -7,9 +9,14 @@
 #include "library/Screenshot.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"
+#include "ui/Badge.h"
 #include "ui/CaptureJobs.h"
 #include "ui/CaptureSettings.h"
+#include "ui/Colors.h"
+#include "ui/HitTargets.h"
 #include "ui/Hotkeys.h"
+#include "ui/Notifications.h"
+#include "ui/Overlay.h"
 #include "ui/UiGlobals.h"
 
 namespace zv {
@@ -22,6 +29,15 @@ struct ReplayWish {
 };
 
 bool JobOrRecordingRuns() { return Ui().captureJobSlot.IsBusy() || GetRecordingStatus().recording; }
+
+/// The windows follow the settings.
+void ShowNewSettings() {
+    if (AppWindow* overlay = Ui().overlayWindow) {
+        SetColorKey(*overlay, color::overlayKey);
+    }
+    Ui().monitorLabel.clear();
+    InvalidatePages();
+}
 
 bool RefusedWith(bool refused, const Text& reason) {
     if (refused) {
@@ -66,7 +82,10 @@ void TakeScreenshot() {
     if (RefusedWith(ui.screenshotSlot.IsBusy(), u"Saving screenshot...")) {
         return;
     }
-    // The overlay hides, to come back when the picture is there. The badge and the notification hide for good.
+    ui.reopenOverlayAfterScreenshot = IsOverlayShown();
+    HideOverlay();
+    HideBadge();
+    HideToast();
     FlushScreen();
     auto task = [folder = CurrentGameFolder(), monitor = CurrentSettings().monitorDevice] {
         return SaveScreenshot(folder, monitor);
@@ -83,7 +102,11 @@ bool CollectScreenshot() {
         return false;
     }
     const Text result = Ui().screenshotSlot.Take();
-    // A scan of the library follows, since there may be a new file, and the overlay comes back if it was hidden.
+    // A scan of the library follows, since there may be a new file.
+    if (std::exchange(Ui().reopenOverlayAfterScreenshot, false) && Ui().overlayWindow != nullptr) {
+        ShowWithoutActivating(*Ui().overlayWindow);
+        Ui().lastOverlayActivity = TickMs();
+    }
     ShowStatus(result);
     return true;
 }
@@ -112,7 +135,7 @@ void SaveSettingsAndRefresh(const Text& message) {
     ValidateSettings(CurrentSettings());
     const CaptureConfig config = MakeCaptureConfig();
     SaveSettings(CurrentSettings());
-    // The overlay's attributes and the windows follow the settings here.
+    ShowNewSettings();
     AddActivity(u"Settings", message);
     CaptureJob([config, wish = ReplayWish{}] {
         if (Engine().Configure(config)) {

@@ -14,7 +14,8 @@ void SaveReplay();
 /// Starts a manual recording, or ends and saves the one that runs.
 void ToggleRecording();
 
-/// Takes the chosen monitor into a PNG file, also while a job runs: it has a slot of its own.
+/// Takes the chosen monitor into a PNG file, also while a job runs: it has a slot of its own. An overlay that is open
+/// hides until the picture is there.
 void TakeScreenshot();
 
 /// Shows the result of a finished screenshot and empties its slot. False when there is none.

@@ -66,6 +66,17 @@ bool OnSetCursor(AppWindow& window, const UiState& state, std::intptr_t lParam) 
     return true;
 }
 
+/// -1 without a focus. Where targets share the id they count as one, or the focus would never get past them.
+std::int32_t IndexOfFocus(const UiState& state, bool first) {
+    std::int32_t index = -1;
+    for (std::size_t i = 0; i < state.targets.size() && !(first && index >= 0); ++i) {
+        if (state.targets[i].id == state.focusId) {
+            index = static_cast<std::int32_t>(i);
+        }
+    }
+    return index;
+}
+
 }  // namespace
 
 std::int32_t HitTest(const UiState& state, Point point) {
@@ -119,9 +130,7 @@ bool MoveFocus(UiState& state, bool backwards) {
     if (count == 0) {
         return false;
     }
-    const auto found = std::find_if(state.targets.begin(), state.targets.end(),
-                                    [&](const HitTarget& target) { return target.id == state.focusId; });
-    const auto index = found == state.targets.end() ? -1 : static_cast<std::int32_t>(found - state.targets.begin());
+    const std::int32_t index = IndexOfFocus(state, backwards);
     const std::int32_t next = (backwards ? index + count - 1 : index + 1) % count;
     state.focusId = state.targets[static_cast<std::size_t>(next)].id;
     return true;

@@ -2,12 +2,19 @@
 
 #include "core/SessionMarker.h"
 #include "core/Settings.h"
+#include "platform/TrayIcon.h"
+#include "ui/Badge.h"
 #include "ui/CaptureJobs.h"
 #include "ui/CaptureSettings.h"
 #include "ui/Commands.h"
+#include "ui/DesktopPages.h"
 #include "ui/DrawingFrame.h"
 #include "ui/HitTargets.h"
 #include "ui/Hotkeys.h"
+#include "ui/Overlay.h"
+#include "ui/ProgramWindows.h"
+#include "ui/ShortcutEditor.h"
+#include "ui/TrayMenu.h"
 #include "ui/UiGlobals.h"
 
 namespace zv {
@@ -18,24 +25,28 @@ constexpr Point leastSize{900, 600};
 namespace virtualKey {
 constexpr std::uintptr_t tab = 9;
 constexpr std::uintptr_t enter = 13;
+constexpr std::uintptr_t escape = 27;
 constexpr std::uintptr_t space = 32;
 }  // namespace virtualKey
 
 void OnCreate(AppWindow& window) {
     Ui().mainWindow = &window;
+    Ui().mainState.pages = DrawMainFrame;
     StartTimer(window, housekeepingTimer, housekeepingPeriodMs);
     RegisterHotkeys(window);
 }
 
 /// The order matters: nothing that a job touches goes away before the job has ended, and no wait has a time limit.
 void OnDestroy(AppWindow& window) {
-    // The media viewer closes, and the feeds' and its own image's jobs are waited for. The notification and the
-    // shortcut editor go.
+    // The media viewer closes, and the feeds' and its own image's jobs are waited for.
+    EndToast();
+    CloseShortcutEditor();
     StopTimer(window, housekeepingTimer);
     StopTimer(window, collectionTimer);
-    // The capture badge goes.
+    EndBadge();
     Ui().screenshotSlot.Wait();
-    // The library scan and the thumbnails are waited for; the thumbnail cache is emptied and the tray icon removed.
+    // The library scan and the thumbnails are waited for, and the thumbnail cache is emptied.
+    RemoveTrayIcon();
     Ui().captureJobSlot.Wait();
     Ui().capturePollSlot.Wait();
     Engine().StopAll();
@@ -47,7 +58,7 @@ void OnDestroy(AppWindow& window) {
 }
 
 std::intptr_t OnClose(AppWindow& window) {
-    // The overlay hides with the main window.
+    HideOverlay();
     if (CurrentSettings().minimizeToTray) {
         HideWindow(window);
         return 0;
@@ -66,6 +77,10 @@ void OnSize(AppWindow& window) {
 bool OnKeyDown(AppWindow& window, std::uintptr_t key) {
     UiState& state = Ui().mainState;
     switch (key) {
+        case virtualKey::escape:
+            HideOverlay();
+            state.pressedId = noTarget;
+            return true;
         case virtualKey::tab:
             if (!MoveFocus(state, (HeldModifiers() & keyModifier::shift) != 0)) {
                 return false;
@@ -84,16 +99,20 @@ bool OnKeyDown(AppWindow& window, std::uintptr_t key) {
 /// Capture is configured anew on a later tick, so that it can wait for a job that runs.
 void OnDisplayChange() {
     Ui().displayChangePending = true;
+    Ui().monitorLabel.clear();
     Ui().secondsReady = 0;
     ShowStatus(u"Display layout changed. Updating the selected monitor...");
 }
 
 /// The results that the user waits for. The timer runs only as long as there are any.
 void OnCollectionTimer(AppWindow& window) {
-    CollectCaptureJob();
-    CollectScreenshot();
-    // The library scan and the thumbnails are collected in this order. If anything was, the windows are painted anew
-    // and the badge follows.
+    const bool jobEnded = CollectCaptureJob();
+    const bool screenshotEnded = CollectScreenshot();
+    // The library scan and the thumbnails are collected in this order.
+    if (jobEnded || screenshotEnded) {
+        InvalidatePages();
+        UpdateBadge();
+    }
     if (!Ui().captureJobSlot.IsBusy() && !Ui().screenshotSlot.IsBusy()) {
         StopTimer(window, collectionTimer);
     }
@@ -102,7 +121,7 @@ void OnCollectionTimer(AppWindow& window) {
 void OnHousekeepingTimer() {
     // The feeds' results and the viewer's image come first.
     RefreshGameName();
-    // The badge follows the process in front.
+    UpdateBadge();
     if (Ui().displayChangePending && !Ui().captureJobSlot.IsBusy()) {
         Ui().displayChangePending = false;
         RestartCaptureJob();
@@ -116,12 +135,16 @@ void OnHousekeepingTimer() {
     if (window != nullptr && IsWindowShown(*window) && !IsWindowIcon(*window)) {
         InvalidateWindow(*window);
     }
-    // The overlay is painted anew when what it shows has changed.
+    RefreshOverlay();
 }
 
 }  // namespace
 
 std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
+    if (code == TaskbarCreatedMessage()) {
+        ShowTrayIcon(window);
+        return 0;
+    }
     if (HandleMouseMessage(window, Ui().mainState, code, lParam)) {
         return code == message::setCursor ? 1 : 0;
     }
@@ -166,6 +189,9 @@ std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
         case message::hotKey:
             RunHotkey(wParam);
             return 0;
+        case trayMessage:
+            HandleTrayMessage(window, lParam);
+            return 0;
         default:
             return DefaultProcedure(window, code, wParam, lParam);
     }
@@ -184,7 +210,8 @@ void ExitProgram() {
         return;
     }
     HideWindow(*window);
-    // The overlay hides as well. What nobody handles destroys the window.
+    HideOverlay();
+    // What nobody handles destroys the window.
     DefaultProcedure(*window, message::close, 0, 0);
 }
 

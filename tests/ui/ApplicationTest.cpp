@@ -7,6 +7,7 @@
 
 #include "core/AppFolders.h"
 #include "library/ClipList.h"
+#include "stand_in/Canvas.h"
 #include "ui/CaptureSettings.h"
 #include "ui/Interface.h"
 #include "video/Capabilities.h"
@@ -17,6 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 using stand_in::CountOf;
 using stand_in::TheEngine;
+using stand_in::TheTray;
 using stand_in::TheWindows;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -25,6 +27,7 @@ class Application : public Interface {
 protected:
     Application() {
         CurrentSettings() = {};
+        stand_in::ResetCanvas();
         stand_in::TheMonitors().monitors = {{u"left", 0, 0, 1920, 1080, false}, {u"main", 1920, 0, 3840, 1080, true}};
         fs::remove_all(folder_.Path() / "videos");
         TheWindows().loop = [this] { InLoop(); };
@@ -69,14 +72,24 @@ TEST_F(Application, StartsAndEndsInItsOrder) {
     std::vector<std::string> calls = stand_in::CallNames();
     // The first job runs on its worker while the interface thread goes on to its loop.
     std::erase(calls, "StartReplay");
-    EXPECT_THAT(calls, ElementsAre("ClaimSingleInstance",                                    //
-                                   "ListMonitorRecords", "ListAdapterRecords", "Configure",  //
-                                   "MakeWindow", "StartTimer", "RegisterGlobalKey", "RegisterGlobalKey",
-                                   "RegisterGlobalKey", "RegisterGlobalKey",     //
-                                   "StartTimer", "RunMessageLoop", "StopTimer",  //
-                                   "HideWindow", "DefaultProcedure", "destroy", "StopTimer", "StopTimer", "StopAll",
-                                   "UnregisterGlobalKey", "UnregisterGlobalKey", "UnregisterGlobalKey",
-                                   "UnregisterGlobalKey", "PostQuit", "ReleaseInstance"));
+    std::erase(calls, "DefaultProcedure");
+    EXPECT_THAT(calls,
+                ElementsAre("ClaimSingleInstance",                                    //
+                            "ListMonitorRecords", "ListAdapterRecords", "Configure",  //
+                            "MakeFont", "MakeFont", "MakeFont", "MakeFont", "MakeFont", "LoadProgramIcon",
+                            "LoadProgramIcon", "SetTaskbarIdentity",  //
+                            "MakeWindow", "StartTimer", "RegisterGlobalKey", "RegisterGlobalKey", "RegisterGlobalKey",
+                            "RegisterGlobalKey",                                     //
+                            "MakeWindow",                                            //
+                            "MakeWindow", "SetConstantAlpha", "ExcludeFromCapture",  //
+                            "MakeWindow", "ExcludeFromCapture",                      //
+                            "SetColorKey", "ExcludeFromCapture", "SetWindowIcons",   //
+                            "StartTimer", "AddTrayIcon", "SetDarkFrame", "SetDarkFrame", "RunMessageLoop",
+                            "LookUpFrontWindow", "StopTimer",  //
+                            "HideWindow", "HideWindow", "destroy", "destroy", "StopTimer", "StopTimer", "destroy",
+                            "RemoveTrayIcon", "StopAll", "UnregisterGlobalKey", "UnregisterGlobalKey",
+                            "UnregisterGlobalKey", "UnregisterGlobalKey", "PostQuit",  //
+                            "DestroyIcon", "DestroyIcon", "destroy", "ReleaseInstance"));
     EXPECT_EQ(TheWindows().claimedName, u"Local\\ZVReelsMax_SingleInstance");
 }
 
@@ -190,7 +203,7 @@ TEST_F(Application, TheMainWindowIsShownWithItsTitleClassAndSize) {
     bool shown = false;
     inLoop = [&] { shown = IsWindowShown(*Ui().mainWindow); };
     RunApplication(u"zorvel");
-    ASSERT_EQ(TheWindows().made.size(), 1U);
+    ASSERT_EQ(TheWindows().made.size(), 4U);
     const WindowOptions& main = TheWindows().made[0];
     EXPECT_EQ(main.className, u"ZVReelsMainV3");
     EXPECT_EQ(main.title, u"Zorvel");
@@ -198,6 +211,171 @@ TEST_F(Application, TheMainWindowIsShownWithItsTitleClassAndSize) {
     EXPECT_EQ(main.height, 800);
     EXPECT_TRUE(main.visible);
     EXPECT_TRUE(shown);
+}
+
+struct SmallWindow {
+    const char16_t* className;
+    const char16_t* title;
+    Rectangle bounds;
+    bool layered, clickThrough, arrowCursor;
+};
+
+TEST_F(Application, TheOtherWindowsAreMadeOverEverythingAndHidden) {
+    const SmallWindow rows[] = {
+        {u"ZVReelsOverlayV3", u"Zorvel Quick Overlay", {100, 100, 1110, 668}, true, false, true},
+        {u"ZVGameStatusBadge", u"ZV capture indicator", {0, 0, 90, 32}, true, true, false},
+        {u"ZVCaptureNotification315", u"Zorvel notification", {0, 0, 330, 76}, false, true, false},
+    };
+    std::vector<bool> shown;
+    inLoop = [&] {
+        for (const SmallWindow& row : rows) {
+            shown.push_back(IsWindowShown(*stand_in::FindWindowOf(row.className)));
+        }
+    };
+    RunApplication(u"zorvel");
+    EXPECT_THAT(shown, ElementsAre(false, false, false));
+    ASSERT_EQ(TheWindows().made.size(), 4U);
+    for (std::size_t i = 0; i < 3; ++i) {
+        const WindowOptions& made = TheWindows().made[i + 1];
+        const SmallWindow& row = rows[i];
+        SCOPED_TRACE(i);
+        EXPECT_EQ(made.className, row.className);
+        EXPECT_EQ(made.title, row.title);
+        EXPECT_EQ((Rectangle{made.left, made.top, made.left + made.width, made.top + made.height}), row.bounds);
+        EXPECT_EQ(made.frame, WindowFrame::Bare);
+        EXPECT_TRUE(made.topmost && made.toolWindow && made.noActivate);
+        EXPECT_EQ(made.layered, row.layered);
+        EXPECT_EQ(made.clickThrough, row.clickThrough);
+        EXPECT_EQ(made.arrowCursor, row.arrowCursor);
+        EXPECT_FALSE(made.visible);
+        EXPECT_EQ(made.owner, nullptr);
+        EXPECT_EQ(made.bigIcon, nullptr);
+    }
+    const WindowOptions& main = TheWindows().made[0];
+    EXPECT_EQ(main.frame, WindowFrame::Full);
+    EXPECT_FALSE(main.topmost || main.toolWindow || main.noActivate || main.layered || main.clickThrough);
+    EXPECT_TRUE(main.arrowCursor);
+}
+
+TEST_F(Application, TheWindowsHaveTheirAttributes) {
+    inLoop = [] {
+        const stand_in::WindowRecord& main = stand_in::RecordOf(*Ui().mainWindow);
+        const stand_in::WindowRecord& overlay = stand_in::RecordOf(*Ui().overlayWindow);
+        const stand_in::WindowRecord& badge = stand_in::RecordOf(*Ui().badgeWindow);
+        const stand_in::WindowRecord& toast = stand_in::RecordOf(*Ui().toastWindow);
+        EXPECT_EQ(overlay.colorKey, 0x030201U);
+        EXPECT_EQ(badge.alpha, 225);
+        EXPECT_TRUE(overlay.excluded && badge.excluded && toast.excluded);
+        EXPECT_FALSE(main.excluded);
+        EXPECT_TRUE(main.darkFrame && overlay.darkFrame);
+        EXPECT_FALSE(badge.darkFrame || toast.darkFrame);
+        EXPECT_FALSE(main.colorKey || main.alpha || toast.colorKey || toast.alpha || overlay.alpha || badge.colorKey);
+        EXPECT_NE(Ui().mainState.pages, nullptr);
+        EXPECT_NE(Ui().overlayState.pages, nullptr);
+    };
+    RunApplication(u"zorvel");
+    for (const AppWindow* window : {Ui().mainWindow, Ui().overlayWindow, Ui().badgeWindow, Ui().toastWindow}) {
+        EXPECT_EQ(window, nullptr);
+    }
+}
+
+TEST_F(Application, OneOfTheOtherWindowsThatCannotBeMadeIsNotMissed) {
+    for (int nth = 2; nth <= 4; ++nth) {
+        stand_in::ResetCalls();
+        stand_in::FailCall("MakeWindow", nth, -1);
+        bool handled = false;
+        inLoop = [&] {
+            handled = true;
+            TheWindows().made[0].procedure(*Ui().mainWindow, message::timer, 42, 0);
+            TheWindows().made[0].procedure(*Ui().mainWindow, message::hotKey, 1, 0);
+            TheWindows().made[0].procedure(*Ui().mainWindow, message::keyDown, 27, 0);
+        };
+        EXPECT_EQ(RunApplication(u"zorvel"), 0);
+        EXPECT_TRUE(handled);
+    }
+}
+
+// Icons, fonts and the notification area.
+
+TEST_F(Application, ItsIconsAreThoseThatItCarries) {
+    inLoop = [] {
+        const stand_in::WindowRecord& main = stand_in::RecordOf(*Ui().mainWindow);
+        ASSERT_TRUE(main.bigIcon != nullptr && main.littleIcon != nullptr);
+        EXPECT_EQ(stand_in::RecordOf(*main.bigIcon).size, 32);
+        EXPECT_EQ(stand_in::RecordOf(*main.littleIcon).size, 16);
+        EXPECT_TRUE(stand_in::RecordOf(*main.bigIcon).fromResource);
+        EXPECT_EQ(main.options.bigIcon, main.bigIcon) << "the class has them too";
+        EXPECT_EQ(main.options.littleIcon, main.littleIcon);
+        EXPECT_EQ(TheTray().icon->icon, main.littleIcon);
+    };
+    RunApplication(u"zorvel");
+    EXPECT_EQ(stand_in::StandingIcons(), 0);
+}
+
+TEST_F(Application, WithoutIconsOfItsOwnItPaintsThem) {
+    stand_in::HasProgramIcon() = false;
+    inLoop = [] {
+        const stand_in::WindowRecord& main = stand_in::RecordOf(*Ui().mainWindow);
+        for (const AppIcon* icon : {main.bigIcon, main.littleIcon}) {
+            ASSERT_NE(icon, nullptr);
+            EXPECT_FALSE(stand_in::RecordOf(*icon).fromResource);
+        }
+        EXPECT_EQ(stand_in::RecordOf(*main.bigIcon).size, 32);
+        EXPECT_EQ(stand_in::RecordOf(*main.littleIcon).size, 16);
+        // Of the picture's own font: two thirds of 32, and of 16.
+        EXPECT_THAT(stand_in::Drawings(), testing::Contains("text 0,0,32,32 21/700 centred 255,255,255 \"Z\""));
+        EXPECT_THAT(stand_in::Drawings(), testing::Contains("text 0,0,16,16 10/700 centred 255,255,255 \"Z\""));
+        EXPECT_THAT(stand_in::Drawings(), testing::Contains("fill 0,0,32,32 133,83,231"));
+    };
+    RunApplication(u"zorvel");
+    EXPECT_EQ(stand_in::StandingIcons(), 0);
+    EXPECT_EQ(stand_in::LivingFonts(), 0);
+}
+
+TEST_F(Application, IconsThatCannotBeHadAtAllAreNotMissed) {
+    stand_in::HasProgramIcon() = false;
+    stand_in::FailCall("MakeCanvas", 1, -1);
+    stand_in::FailCall("MakeIcon", 1, -1);
+    inLoop = [] {
+        EXPECT_EQ(stand_in::RecordOf(*Ui().mainWindow).bigIcon, nullptr);
+        EXPECT_EQ(TheTray().icon->icon, nullptr) << "the system's picture of a program stands in";
+    };
+    EXPECT_EQ(RunApplication(u"zorvel"), 0);
+}
+
+TEST_F(Application, PutsItsIconIntoTheNotificationArea) {
+    inLoop = [] {
+        ASSERT_TRUE(TheTray().icon);
+        EXPECT_EQ(TheTray().icon->window, Ui().mainWindow);
+        EXPECT_EQ(TheTray().icon->message, 0x8016U);
+        EXPECT_EQ(TheTray().icon->tip, u"ZV Reels Max");
+    };
+    RunApplication(u"zorvel");
+    EXPECT_EQ(TheTray().additions, 1);
+    EXPECT_FALSE(TheTray().icon);
+}
+
+TEST_F(Application, NamesItselfToTheTaskbarBeforeItsFirstWindow) {
+    Text name;
+    At("MakeWindow", [&] { name = TheWindows().taskbarIdentity; });
+    RunApplication(u"zorvel");
+    EXPECT_EQ(name, u"Zorvel.Capture.3.23");
+}
+
+TEST_F(Application, HasItsFontsFromBeforeTheFirstWindowToTheEnd) {
+    int fonts = 0;
+    At("MakeWindow", [&] { fonts = stand_in::LivingFonts(); });
+    RunApplication(u"zorvel");
+    EXPECT_EQ(fonts, 5);
+    EXPECT_EQ(stand_in::LivingFonts(), 0);
+}
+
+TEST_F(Application, TheBackgroundOptionHidesTheWindowBetweenBadgeAndNotification) {
+    RunApplication(u"zorvel --background");
+    const auto calls = stand_in::CallNames();
+    const auto hide = std::find(calls.begin(), calls.end(), "HideWindow");
+    EXPECT_EQ(std::count(calls.begin(), hide, "MakeWindow"), 3);
+    EXPECT_EQ(std::count(calls.begin(), hide, "ExcludeFromCapture"), 1);
 }
 
 TEST_F(Application, TheBackgroundOptionHidesTheWindowWhereverItStands) {

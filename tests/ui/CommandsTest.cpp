@@ -7,6 +7,7 @@
 #include "ui/CaptureJobs.h"
 #include "ui/CaptureSettings.h"
 #include "ui/Interface.h"
+#include "ui/Overlay.h"
 
 namespace zv {
 namespace {
@@ -262,6 +263,23 @@ TEST_F(Commands, ASettingsChangeIsRepairedSavedLoggedAndApplied) {
     EXPECT_EQ(TheEngine().configs[0].fps, 60);
     EXPECT_THAT(TheEngine().replayStarts, ElementsAre(ReplayStart{true, 300}));
     EXPECT_THAT(Activity(), ElementsAre(u"Settings: Settings saved", u"Capture: Replay on"));
+}
+
+TEST_F(Commands, ASettingsChangeReachesTheWindows) {
+    WindowOptions options;
+    options.procedure = OverlayProc;
+    options.frame = WindowFrame::Bare;
+    const Owned<AppWindow> overlay = MakeWindow(options);
+    stand_in::WindowRecord& record = stand_in::RecordOf(*overlay);
+    record.invalidations = 0;
+    stand_in::RecordOf(*window_).invalidations = 0;
+    Ui().monitorLabel = u"the old one";
+    SaveSettingsAndRefresh(u"Settings saved");
+    EXPECT_EQ(record.colorKey, 0x030201U);
+    EXPECT_EQ(record.invalidations, 1);
+    EXPECT_EQ(stand_in::RecordOf(*window_).invalidations, 1);
+    EXPECT_EQ(Ui().monitorLabel, u"");
+    FinishJob();
 }
 
 TEST_F(Commands, AConfigurationThatIsRefusedStartsNoReplay) {

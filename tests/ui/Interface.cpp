@@ -34,6 +34,9 @@ Interface::Interface() {
     stand_in::TheForeground() = {};
     stand_in::TheMonitors() = {};
     stand_in::ResetScreenGrab();
+    stand_in::ResetTray();
+    stand_in::ResetMenus();
+    stand_in::ResetIcons();
     stand_in::TheFolders().videos = Folder(u"videos");
     stand_in::TheFolders().pictures = Folder(u"pictures");
     stand_in::TheFolders().localData = Folder(u"data");

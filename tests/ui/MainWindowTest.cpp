@@ -4,10 +4,14 @@
 #include <algorithm>
 #include <thread>
 
+#include "ui/Badge.h"
 #include "ui/CaptureJobs.h"
 #include "ui/CaptureSettings.h"
 #include "ui/Commands.h"
 #include "ui/Interface.h"
+#include "ui/Notifications.h"
+#include "ui/Overlay.h"
+#include "ui/ShortcutEditor.h"
 
 namespace zv {
 namespace {
@@ -21,7 +25,43 @@ using Timers = std::map<std::uintptr_t, std::uint32_t>;
 
 class MainWindow : public Interface {
 protected:
-    MainWindow() { OpenMainWindow(); }
+    MainWindow() {
+        OpenMainWindow();
+        overlay_ = MakeSmall(OverlayProc);
+        Ui().overlayWindow = overlay_.get();
+    }
+    ~MainWindow() override {
+        gate_.Open();
+        window_.reset();
+        overlay_.reset();
+        badge_.reset();
+        toast_.reset();
+    }
+    static Owned<AppWindow> MakeSmall(WindowProc procedure) {
+        WindowOptions options;
+        options.procedure = procedure;
+        options.frame = WindowFrame::Bare;
+        return MakeWindow(options);
+    }
+    /// The badge and the notification, as the program's start makes them.
+    void MakeNotices() {
+        badge_ = MakeSmall(BadgeProc);
+        toast_ = MakeSmall(ToastProc);
+        Ui().badgeWindow = badge_.get();
+        Ui().toastWindow = toast_.get();
+    }
+    /// A game that fills its monitor, in front.
+    static void PutGameInFront() {
+        FrontWindow front;
+        front.processId = 77;
+        front.bounds = {0, 0, 1920, 1080};
+        front.monitor = TheWindows().monitors[0];
+        TheWindows().front = front;
+    }
+    stand_in::WindowRecord& OverlayRecord() { return stand_in::RecordOf(*overlay_); }
+    Owned<AppWindow> overlay_;
+    Owned<AppWindow> badge_;
+    Owned<AppWindow> toast_;
     stand_in::WindowRecord& Record() { return stand_in::RecordOf(*window_); }
     static std::intptr_t At(std::int32_t x, std::int32_t y) { return static_cast<std::intptr_t>(y) << 16 | x; }
     std::filesystem::path Marker() const {
@@ -140,6 +180,7 @@ TEST_F(MainWindow, EachTickAsksForTheGameInFront) {
 
 TEST_F(MainWindow, ADisplayChangeRestartsCaptureOnTheNextTick) {
     Ui().secondsReady = 30;
+    Ui().monitorLabel = u"the old one";
     Engine().replayRunning = true;
     CurrentSettings().codec = u"HEVC";
     CurrentSettings().replaySeconds = 75;
@@ -147,6 +188,7 @@ TEST_F(MainWindow, ADisplayChangeRestartsCaptureOnTheNextTick) {
     Send(message::displayChange);
     EXPECT_TRUE(Ui().displayChangePending);
     EXPECT_EQ(Ui().secondsReady, 0);
+    EXPECT_EQ(Ui().monitorLabel, u"");
     EXPECT_EQ(Ui().statusText, u"Display layout changed. Updating the selected monitor...");
     EXPECT_EQ(CountOf("StopAll"), 0);
     gate_.Hold("StopAll");
@@ -210,8 +252,10 @@ TEST_F(MainWindow, TheCloseBoxHidesTheWindowAndLeavesAJobRunning) {
     gate_.Hold("StartReplay");
     StartReplayJob();
     RunTo("StartReplay");
+    ToggleQuickOverlay();
     Send(message::close);
     EXPECT_FALSE(IsWindowShown(*window_));
+    EXPECT_FALSE(IsOverlayShown());
     EXPECT_FALSE(TheWindows().quitPosted);
     EXPECT_TRUE(Ui().captureJobSlot.IsBusy());
     EXPECT_EQ(CountOf("destroy"), 0);
@@ -219,15 +263,19 @@ TEST_F(MainWindow, TheCloseBoxHidesTheWindowAndLeavesAJobRunning) {
 
 TEST_F(MainWindow, TheCloseBoxEndsTheProgramWhenItIsSetSo) {
     CurrentSettings().minimizeToTray = false;
+    ToggleQuickOverlay();
     Send(message::close);
+    EXPECT_FALSE(IsOverlayShown());
     EXPECT_EQ(CountOf("destroy"), 1);
     EXPECT_TRUE(TheWindows().quitPosted);
     EXPECT_EQ(TheWindows().quitCode, 0);
 }
 
 TEST_F(MainWindow, ExitEndsTheProgramWhateverTheCloseBoxDoes) {
+    ToggleQuickOverlay();
     ExitProgram();
-    EXPECT_EQ(CountOf("HideWindow"), 1);
+    EXPECT_EQ(CountOf("HideWindow"), 2);
+    EXPECT_FALSE(IsOverlayShown());
     EXPECT_EQ(CountOf("destroy"), 1);
     EXPECT_TRUE(TheWindows().quitPosted);
     EXPECT_EQ(Ui().mainWindow, nullptr);
@@ -251,13 +299,17 @@ TEST_F(MainWindow, TheShutdownGoesInItsOrder) {
             markerAtQuit = std::filesystem::exists(Marker());
         }
     };
+    OpenShortcutEditor(1);
     const std::size_t before = stand_in::CallNames().size();
     ExitProgram();
-    const auto calls = stand_in::CallNames();
-    EXPECT_THAT(std::vector<std::string>(calls.begin() + static_cast<std::ptrdiff_t>(before), calls.end()),
-                ElementsAre("HideWindow", "DefaultProcedure", "destroy", "StopTimer", "StopTimer", "StopAll",
-                            "UnregisterGlobalKey", "UnregisterGlobalKey", "UnregisterGlobalKey", "UnregisterGlobalKey",
-                            "PostQuit"));
+    const auto all = stand_in::CallNames();
+    std::vector<std::string> calls(all.begin() + static_cast<std::ptrdiff_t>(before), all.end());
+    std::erase(calls, "DefaultProcedure");
+    // Main window and overlay hide; the main window's end begins, the editor's follows.
+    EXPECT_THAT(calls, ElementsAre("HideWindow", "HideWindow", "destroy", "destroy", "StopTimer", "StopTimer",
+                                   "StopAll", "UnregisterGlobalKey", "UnregisterGlobalKey", "UnregisterGlobalKey",
+                                   "UnregisterGlobalKey", "PostQuit"));
+    EXPECT_EQ(Ui().shortcutEditorWindow, nullptr);
     EXPECT_FALSE(savedAtStop);
     EXPECT_TRUE(savedAtQuit);
     EXPECT_FALSE(markerAtQuit);
@@ -425,6 +477,16 @@ TEST_F(MainWindowKeys, EnterAndSpaceRunWhatHasTheFocus) {
     EXPECT_THAT(done_, ElementsAre(8, 8));
 }
 
+TEST_F(MainWindowKeys, EscapeHidesTheOverlayAndEndsAPress) {
+    ToggleQuickOverlay();
+    Ui().mainState.pressedId = 8;
+    Ui().mainState.focusId = 9;
+    EXPECT_EQ(FocusAfter(escape), 9);
+    EXPECT_FALSE(IsOverlayShown());
+    EXPECT_EQ(Ui().mainState.pressedId, noTarget);
+    EXPECT_TRUE(IsWindowShown(*window_));
+}
+
 TEST_F(MainWindowKeys, OtherKeysAreTheSystems) {
     const int before = CountOf("DefaultProcedure");
     Send(message::keyDown, 65);
@@ -446,6 +508,92 @@ TEST_F(MainWindow, IsPaintedAnewTwiceASecondWhileItCanBeSeen) {
     EXPECT_EQ(Record().invalidations, 1);
 }
 
+TEST_F(MainWindow, TheTickPaintsAnOpenOverlayAnewWhenItsTilesWouldLookDifferent) {
+    ToggleQuickOverlay();
+    Tick();
+    AwaitPoll();
+    OverlayRecord().invalidations = 0;
+    Tick();
+    EXPECT_EQ(OverlayRecord().invalidations, 0);
+    AwaitPoll();
+    Engine().replayRunning = true;
+    Tick();
+    EXPECT_EQ(OverlayRecord().invalidations, 1);
+    AwaitPoll();
+    HideOverlay();
+    Engine().replayRunning = false;
+    Tick();
+    EXPECT_EQ(OverlayRecord().invalidations, 1) << "a hidden one is painted when it is opened";
+}
+
+TEST_F(MainWindow, TheTickShowsTheBadgeOverAGameAndHidesItElsewhere) {
+    MakeNotices();
+    PutGameInFront();
+    Tick();
+    EXPECT_FALSE(IsWindowShown(*badge_)) << "nothing is captured";
+    AwaitPoll();
+    Engine().replayRunning = true;
+    Tick();
+    EXPECT_TRUE(IsWindowShown(*badge_));
+    AwaitPoll();
+    TheWindows().front.reset();
+    Tick();
+    EXPECT_FALSE(IsWindowShown(*badge_));
+}
+
+TEST_F(MainWindow, WhatTheFastTimerCollectsIsShownEverywhereAtOnce) {
+    MakeNotices();
+    PutGameInFront();
+    Engine().replayRunning = true;
+    StartReplayJob();
+    AwaitJob();
+    Record().invalidations = 0;
+    OverlayRecord().invalidations = 0;
+    Collect();
+    EXPECT_GE(Record().invalidations, 1);
+    EXPECT_GE(OverlayRecord().invalidations, 1);
+    EXPECT_TRUE(IsWindowShown(*badge_));
+}
+
+TEST_F(MainWindow, AFastTimerThatCollectsNothingPaintsNothing) {
+    MakeNotices();
+    PutGameInFront();
+    Engine().replayRunning = true;
+    Record().invalidations = 0;
+    OverlayRecord().invalidations = 0;
+    Collect();
+    EXPECT_EQ(Record().invalidations, 0);
+    EXPECT_EQ(OverlayRecord().invalidations, 0);
+    EXPECT_FALSE(IsWindowShown(*badge_));
+}
+
+TEST_F(MainWindow, AStatusGoesToTheLineToTheNotificationAndToBothWindows) {
+    MakeNotices();
+    Record().invalidations = 0;
+    OverlayRecord().invalidations = 0;
+    ShowStatus(u"Replay saved: x");
+    EXPECT_EQ(Ui().statusText, u"Replay saved: x");
+    EXPECT_TRUE(IsWindowShown(*toast_));
+    EXPECT_EQ(Ui().toast.text, u"Clip saved");
+    EXPECT_EQ(Record().invalidations, 1);
+    EXPECT_EQ(OverlayRecord().invalidations, 1);
+}
+
+TEST_F(MainWindow, WithoutNotificationsTheStatusLineStillChanges) {
+    MakeNotices();
+    CurrentSettings().notifications = false;
+    ShowStatus(u"Replay saved: x");
+    EXPECT_EQ(Ui().statusText, u"Replay saved: x");
+    EXPECT_FALSE(IsWindowShown(*toast_));
+}
+
+TEST_F(MainWindow, TheFirstKeyOpensTheOverlayAndClosesIt) {
+    Send(message::hotKey, 1);
+    EXPECT_TRUE(IsOverlayShown());
+    Send(message::hotKey, 1);
+    EXPECT_FALSE(IsOverlayShown());
+}
+
 TEST_F(MainWindow, ComesForwardFromHidingAndFromAnIcon) {
     HideWindow(*window_);
     Record().icon = true;
@@ -461,7 +609,7 @@ TEST_F(MainWindow, ComesForwardFromHidingAndFromAnIcon) {
 TEST_F(MainWindow, OtherMessagesAreLeftToTheSystem) {
     const int before = CountOf("DefaultProcedure");
     Send(message::null);
-    Send(0x8016);
+    Send(0x8017);
     EXPECT_EQ(CountOf("DefaultProcedure"), before + 2);
 }
 

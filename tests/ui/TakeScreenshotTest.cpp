@@ -2,12 +2,15 @@
 #include <thread>
 
 #include "support/FileBytes.h"
+#include "ui/Badge.h"
 #include "ui/CaptureJobs.h"
 #include "ui/CaptureSettings.h"
 #include "ui/Commands.h"
 #include "ui/Hotkeys.h"
 #include "ui/Interface.h"
 #include "ui/MainWindow.h"
+#include "ui/Notifications.h"
+#include "ui/Overlay.h"
 
 namespace zv {
 namespace {
@@ -29,6 +32,29 @@ protected:
         stand_in::TheForeground().process = {ForegroundKind::Known, 99, u"C:\\Games\\r5apex.exe"};
         OpenMainWindow();
     }
+    ~TakeScreenshotTest() override {
+        gate_.Open();
+        window_.reset();
+        overlay_.reset();
+        badge_.reset();
+        toast_.reset();
+    }
+    void MakeOtherWindows() {
+        const auto make = [](WindowProc procedure) {
+            WindowOptions options;
+            options.procedure = procedure;
+            options.frame = WindowFrame::Bare;
+            return MakeWindow(options);
+        };
+        overlay_ = make(OverlayProc);
+        badge_ = make(BadgeProc);
+        toast_ = make(ToastProc);
+        Ui().badgeWindow = badge_.get();
+        Ui().toastWindow = toast_.get();
+    }
+    Owned<AppWindow> overlay_;
+    Owned<AppWindow> badge_;
+    Owned<AppWindow> toast_;
     Text Picture() const {
         return JoinPath(JoinPath(Folder(u"captures"), u"Apex Legends"), u"ZV_Screenshot_2026-03-14_15-09-26-535.png");
     }
@@ -205,6 +231,73 @@ TEST_F(TakeScreenshotTest, ThatThrowsEndsInOneFixedText) {
     TakeScreenshot();
     FinishScreenshot();
     EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
+}
+
+// What lies over the screen.
+
+TEST_F(TakeScreenshotTest, HidesOverlayBadgeAndNotificationBeforeItWaitsForTheScreen) {
+    MakeOtherWindows();
+    ToggleQuickOverlay();
+    ShowWindowPlain(*badge_);
+    ShowStatus(u"Replay saved: x");
+    ASSERT_TRUE(IsWindowShown(*toast_));
+    bool hidden = false;
+    onCall_ = [&](const std::string& name, int) {
+        if (name == "FlushScreen") {
+            hidden = !IsOverlayShown() && !IsWindowShown(*badge_) && !IsWindowShown(*toast_) &&
+                     !stand_in::RecordOf(*toast_).timers.contains(1);
+        }
+    };
+    gate_.Hold(grab);
+    TakeScreenshot();
+    EXPECT_TRUE(hidden);
+    RunTo(grab);
+    EXPECT_FALSE(IsOverlayShown());
+    EXPECT_FALSE(IsWindowShown(*toast_)) << "the status of the saving itself calls for no notification";
+    gate_.Open();
+}
+
+TEST_F(TakeScreenshotTest, BringsAnOpenOverlayBackWithoutTakingTheFocus) {
+    MakeOtherWindows();
+    ToggleQuickOverlay();
+    Ui().lastOverlayActivity = 0;
+    stand_in::TheClock().nowNs = 4'711'000'000;
+    TakeScreenshot();
+    EXPECT_TRUE(Ui().reopenOverlayAfterScreenshot);
+    FinishScreenshot();
+    EXPECT_TRUE(IsOverlayShown());
+    EXPECT_EQ(stand_in::CountOf("ShowWithoutActivating"), 1);
+    EXPECT_EQ(Ui().lastOverlayActivity, 4711U);
+    EXPECT_FALSE(Ui().reopenOverlayAfterScreenshot);
+    EXPECT_TRUE(IsWindowShown(*toast_));
+    EXPECT_EQ(Ui().toast.text, u"Screenshot saved");
+}
+
+TEST_F(TakeScreenshotTest, BringsAnOpenOverlayBackAfterAFailureToo) {
+    MakeOtherWindows();
+    ToggleQuickOverlay();
+    stand_in::FailCall(grab, 1, resultGenericFailure);
+    TakeScreenshot();
+    FinishScreenshot();
+    EXPECT_TRUE(IsOverlayShown());
+    EXPECT_EQ(Ui().toast.text, u"Capture needs attention - check Status");
+}
+
+TEST_F(TakeScreenshotTest, LeavesAClosedOverlayClosed) {
+    MakeOtherWindows();
+    TakeScreenshot();
+    FinishScreenshot();
+    EXPECT_FALSE(IsOverlayShown());
+    EXPECT_EQ(stand_in::CountOf("ShowWithoutActivating"), 0);
+}
+
+TEST_F(TakeScreenshotTest, ARefusedOneLeavesTheOverlayAlone) {
+    MakeOtherWindows();
+    OccupyScreenshot();
+    ToggleQuickOverlay();
+    TakeScreenshot();
+    EXPECT_TRUE(IsOverlayShown());
+    EXPECT_FALSE(Ui().reopenOverlayAfterScreenshot);
 }
 
 TEST_F(TakeScreenshotTest, IsTheFourthKey) {
