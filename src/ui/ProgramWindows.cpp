@@ -10,7 +10,6 @@
 #include "ui/Notifications.h"
 #include "ui/Overlay.h"
 #include "ui/ProgramIcon.h"
-#include "ui/UiGlobals.h"
 
 namespace zv {
 namespace {
@@ -96,7 +95,6 @@ WindowOptions ToastOptions() {
 
 void MakeBadge() {
     Windows().badge = MakeWindow(BadgeOptions());
-    Ui().badgeWindow = Windows().badge.get();
     if (Windows().badge) {
         SetConstantAlpha(*Windows().badge, badgeAlpha);
         ExcludeFromCapture(*Windows().badge);
@@ -105,7 +103,6 @@ void MakeBadge() {
 
 void MakeToast() {
     Windows().toast = MakeWindow(ToastOptions());
-    Ui().toastWindow = Windows().toast.get();
     if (Windows().toast) {
         ExcludeFromCapture(*Windows().toast);
     }
@@ -149,15 +146,9 @@ void DarkenWindowFrames() {
 
 const AppIcon* LittleIcon() { return Windows().littleIcon.get(); }
 
-void EndToast() {
-    Ui().toastWindow = nullptr;
-    Windows().toast.reset();
-}
+void EndToast() { Windows().toast.reset(); }
 
-void EndBadge() {
-    Ui().badgeWindow = nullptr;
-    Windows().badge.reset();
-}
+void EndBadge() { Windows().badge.reset(); }
 
 void ReleaseProgramWindows() {
     // The window that carries the icons has ended with the loop, if it ever was.

@@ -28,7 +28,6 @@ protected:
     MainWindow() {
         OpenMainWindow();
         overlay_ = MakeSmall(OverlayProc);
-        Ui().overlayWindow = overlay_.get();
     }
     ~MainWindow() override {
         gate_.Open();
@@ -47,8 +46,6 @@ protected:
     void MakeNotices() {
         badge_ = MakeSmall(BadgeProc);
         toast_ = MakeSmall(ToastProc);
-        Ui().badgeWindow = badge_.get();
-        Ui().toastWindow = toast_.get();
     }
     /// A game that fills its monitor, in front.
     static void PutGameInFront() {
@@ -585,13 +582,6 @@ TEST_F(MainWindow, WithoutNotificationsTheStatusLineStillChanges) {
     ShowStatus(u"Replay saved: x");
     EXPECT_EQ(Ui().statusText, u"Replay saved: x");
     EXPECT_FALSE(IsWindowShown(*toast_));
-}
-
-TEST_F(MainWindow, TheFirstKeyOpensTheOverlayAndClosesIt) {
-    Send(message::hotKey, 1);
-    EXPECT_TRUE(IsOverlayShown());
-    Send(message::hotKey, 1);
-    EXPECT_FALSE(IsOverlayShown());
 }
 
 TEST_F(MainWindow, ComesForwardFromHidingAndFromAnIcon) {

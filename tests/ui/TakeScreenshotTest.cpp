@@ -49,8 +49,6 @@ protected:
         overlay_ = make(OverlayProc);
         badge_ = make(BadgeProc);
         toast_ = make(ToastProc);
-        Ui().badgeWindow = badge_.get();
-        Ui().toastWindow = toast_.get();
     }
     Owned<AppWindow> overlay_;
     Owned<AppWindow> badge_;
