@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -36,6 +37,7 @@ struct Received {
     std::intptr_t lParam;
 };
 std::vector<Received> received;
+std::map<std::uintptr_t, std::uint32_t> keyModifiers;  ///< held at the last press of each key
 std::function<bool()> condition;
 std::chrono::steady_clock::time_point limit;
 std::function<std::uint32_t(int, int)> picture;
@@ -59,6 +61,9 @@ std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wPara
         return 0;
     }
     received.push_back({&window, code, wParam, lParam});
+    if (code == message::keyDown) {
+        keyModifiers[wParam] = HeldModifiers();
+    }
     if (code == message::paint && picture) {
         Paint(window);
     } else if (code == message::getMinMaxInfo) {
@@ -88,6 +93,7 @@ protected:
     LinuxWindowSurface() {
         setenv("DISPLAY", display_.Name().c_str(), 1);
         received.clear();
+        keyModifiers.clear();
         picture = [](int, int) { return red; };
         SetEndRequest(nullptr);
         EXPECT_TRUE(OpenSession());
@@ -286,6 +292,47 @@ TEST_F(LinuxWindowSurface, TwoWindowsOnTopLeaveEachOtherInPeace) {
     EXPECT_FALSE(changed);
 }
 
+TEST_F(LinuxWindowSurface, AFramedWindowOnTopStaysInFrontOfTheOverlayAndHasTheKeyboard) {
+    StartWindowManager();
+    const Owned<AppWindow> overlay = MakeWindow(Overlay());
+    ShowTopmostAt(*overlay, {0, 0, 700, 500});
+    ASSERT_TRUE(RunUntilPixel(*overlay, 300, 300, red));
+    WindowOptions options = Plain();
+    options.title = u"editor";
+    options.frame = WindowFrame::Caption;
+    options.left = options.top = 220;
+    options.topmost = options.toolWindow = true;
+    const Owned<AppWindow> editor = MakeWindow(options);
+    picture = [](int, int) { return green; };
+    ShowInFront(*editor);
+    ASSERT_TRUE(RunUntilPixel(*editor, 400, 400, green));
+    ASSERT_TRUE(RunUntilReceived(*editor, message::setFocus));
+    EXPECT_EQ(Last(message::setFocus)->window, editor.get());
+    bool covered = false;
+    RunUntil(
+        *editor, [&] { return covered = covered || other_->PixelAt(400, 400) != green; }, 0.5);
+    EXPECT_FALSE(covered);
+    other_->Tap(other_->CodeOf(XK_k));
+    ASSERT_TRUE(RunUntilReceived(*editor, message::keyDown));
+    EXPECT_EQ(Last(message::keyDown)->window, editor.get());
+}
+
+TEST_F(LinuxWindowSurface, ShowingAWindowThatIsShownPaintsNothingAnew) {
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
+    ClientBounds(*window);  // whose answer comes after all events of the first showing
+    int turns = 0;
+    RunUntil(*window, [&] { return ++turns > 3; });
+    const long paints = CountOf(message::paint);
+    ShowTopmostAt(*window, {120, 100, 320, 220});
+    ASSERT_TRUE(RunUntilPixel(*window, 310, 150, red));
+    EXPECT_EQ(CountOf(message::paint), paints);
+    HideWindow(*window);
+    ShowTopmostAt(*window, {120, 100, 320, 220});
+    EXPECT_TRUE(RunUntil(*window, [&] { return CountOf(message::paint) > paints; }));
+}
+
 TEST_F(LinuxWindowSurface, AWindowThatInsistsIsLeftInFront) {
     const Owned<AppWindow> window = MakeWindow(Overlay());
     ShowTopmostAt(*window, {100, 100, 300, 220});
@@ -426,6 +473,22 @@ TEST_F(LinuxWindowSurface, TheWindowInFrontHearsKeysWithTheirModifiers) {
     const xcb_window_t elsewhere = other_->Cover({0, 0, 50, 50}, green);
     other_->SetFocus(elsewhere);
     EXPECT_TRUE(RunUntilReceived(*window, message::killFocus));
+}
+
+TEST_F(LinuxWindowSurface, EachMessageHasTheModifiersOfItsOwnMoment) {
+    const Owned<AppWindow> window = MakeWindow(Plain());
+    ShowInFront(*window);
+    ASSERT_TRUE(RunUntilReceived(*window, message::setFocus));
+    // All of it waits in one reading of events, as after a busy moment of the program.
+    other_->Press(other_->CodeOf(XK_Control_L));
+    other_->Press(other_->CodeOf(XK_Shift_L));
+    other_->Tap(other_->CodeOf(XK_k));
+    other_->Release(other_->CodeOf(XK_Shift_L));
+    other_->Release(other_->CodeOf(XK_Control_L));
+    other_->Tap(other_->CodeOf(XK_j));
+    ASSERT_TRUE(RunUntil(*window, [] { return keyModifiers.contains('J'); }));
+    EXPECT_EQ(keyModifiers['K'], keyModifier::control | keyModifier::shift);
+    EXPECT_EQ(keyModifiers['J'], 0U);
 }
 
 TEST_F(LinuxWindowSurface, KeysAreCalledByTheirNames) {

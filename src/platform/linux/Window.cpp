@@ -294,6 +294,7 @@ bool DispatchQueued(Session& session) {
         const Message next = session.queue.front();
         session.queue.pop_front();
         if (IsKnown(session, next.window)) {
+            session.heldModifiers = next.heldModifiers.value_or(session.heldModifiers);
             Send(*next.window, next.code, next.wParam, next.lParam);
         }
         any = true;

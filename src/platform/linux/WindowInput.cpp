@@ -17,7 +17,7 @@ constexpr std::uint32_t f10Key = 121;
 
 void Queue(Session& session, AppWindow& window, std::uint32_t code, std::uintptr_t wParam = 0,
            std::intptr_t lParam = 0) {
-    session.queue.push_back({&window, code, wParam, lParam});
+    session.queue.push_back({&window, code, wParam, lParam, session.readModifiers});
 }
 
 std::uintptr_t MouseState(std::uint16_t state) {
@@ -33,7 +33,7 @@ void HandleMotion(Session& session, const xcb_motion_notify_event_t& event) {
     if (window == nullptr) {
         return;
     }
-    session.heldModifiers = ModifiersOf(session, event.state);
+    session.readModifiers = ModifiersOf(session, event.state);
     const bool inside =
         event.event_x >= 0 && event.event_y >= 0 && event.event_x < window->width && event.event_y < window->height;
     if (inside && session.mouseOwner == nullptr) {
@@ -54,7 +54,7 @@ void HandleButton(Session& session, const xcb_button_press_event_t& event, bool 
     if (window == nullptr) {
         return;
     }
-    session.heldModifiers = ModifiersOf(session, event.state);
+    session.readModifiers = ModifiersOf(session, event.state);
     const std::intptr_t place = Words(event.event_x, event.event_y);
     if (event.detail == XCB_BUTTON_INDEX_1) {
         Queue(session, *window, pressed ? message::leftButtonDown : message::leftButtonUp, MouseState(event.state),
@@ -83,9 +83,9 @@ void HandleKey(Session& session, const xcb_key_press_event_t& event, bool presse
     if (key == 0) {
         return;
     }
-    session.heldModifiers = ModifiersOf(session, event.state);
-    const bool alt = (session.heldModifiers & keyModifier::alt) != 0 || key == altKey;
-    const bool system = (alt && (session.heldModifiers & keyModifier::control) == 0) || key == f10Key;
+    session.readModifiers = ModifiersOf(session, event.state);
+    const bool alt = (session.readModifiers & keyModifier::alt) != 0 || key == altKey;
+    const bool system = (alt && (session.readModifiers & keyModifier::control) == 0) || key == f10Key;
     Queue(session, *window,
           pressed  ? system ? message::systemKeyDown : message::keyDown
           : system ? message::systemKeyUp

@@ -66,9 +66,10 @@ void BeginShowing(Session& session, AppWindow& window) {
         EnterExcluded(window.id);
         KeepPictures(session);
     }
-    if (!window.shown) {
-        Send(window, message::showWindow, 1);
+    if (window.shown) {
+        return;  // and need not be painted again for it
     }
+    Send(window, message::showWindow, 1);
     window.shown = true;
     window.mustPaint = true;
 }
@@ -128,6 +129,20 @@ std::optional<Rectangle> CoverOf(Session& session, xcb_window_t window) {
         return std::nullopt;
     }
     return Rectangle{place->x, place->y, place->x + place->width, place->y + place->height};
+}
+
+/// Whether the window is the frame around one of ours that lies on top as well.
+bool FramesTopmost(Session& session, xcb_window_t frame) {
+    return std::any_of(session.windows.begin(), session.windows.end(), [&](const AppWindow* window) {
+        return window->topmost && window->shown && !window->bare &&
+               TopLevelOf(session.connection.get(), session.screen->root, window->id) == frame;
+    });
+}
+
+void PutBeneath(Session& session, AppWindow& window, xcb_window_t sibling) {
+    const std::array<std::uint32_t, 2> values{sibling, XCB_STACK_MODE_BELOW};
+    xcb_configure_window(session.connection.get(), window.id, XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE,
+                         values.data());
 }
 
 void Raise(Session& session, AppWindow& window) {
@@ -208,13 +223,25 @@ void FollowStack(Session& session) {
         if (!bounds) {
             continue;
         }
+        const auto isOver = [&](xcb_window_t other) {
+            const auto place = CoverOf(session, other);
+            return place && IsOver(*place, *bounds);
+        };
         const auto isCover = [&](xcb_window_t other) {
             const bool foreign = WindowOf(session, other) == nullptr && other != session.menu;
-            const auto cover = foreign ? CoverOf(session, other) : std::nullopt;
-            return cover && IsOver(*cover, *bounds);
+            return foreign && isOver(other) && !FramesTopmost(session, other);
         };
-        if (std::any_of(stack.begin() + static_cast<std::ptrdiff_t>(i) + 1, stack.end(), isCover)) {
+        const auto isFrame = [&](xcb_window_t other) { return FramesTopmost(session, other) && isOver(other); };
+        const auto at = stack.begin() + static_cast<std::ptrdiff_t>(i);
+        const bool covered = std::any_of(at + 1, stack.end(), isCover);
+        if (covered) {
             Raise(session, *ours);
+        }
+        // Where a bare window lies is nothing that a window manager knows: it may put a frame under it.
+        const auto end = covered ? stack.end() : at;
+        const auto hidden = std::find_if(stack.begin(), end, isFrame);
+        if (ours->bare && hidden != end) {
+            PutBeneath(session, *ours, *hidden);
         }
     }
 }

@@ -64,18 +64,6 @@ std::int64_t SharedPixels(const Rectangle& a, const Rectangle& b) {
     return HoldsNothing(part) ? 0 : std::int64_t{part.Width()} * part.Height();
 }
 
-/// The window of the server that holds `window` and, where a window manager frames it, the frame.
-xcb_window_t TopLevelOf(xcb_connection_t* connection, xcb_window_t root, xcb_window_t window) {
-    while (true) {
-        const Reply<xcb_query_tree_reply_t> tree(
-            xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr));
-        if (!tree || tree->parent == root || tree->parent == XCB_WINDOW_NONE) {
-            return window;
-        }
-        window = tree->parent;
-    }
-}
-
 Rectangle PlaceOf(xcb_connection_t* connection, xcb_window_t window) {
     const Reply<xcb_get_geometry_reply_t> place(
         xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr));
@@ -112,6 +100,17 @@ std::optional<std::uint32_t> NumberOf(Session& session, xcb_window_t window, xcb
         return std::nullopt;
     }
     return *static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+}
+
+xcb_window_t TopLevelOf(xcb_connection_t* connection, xcb_window_t root, xcb_window_t window) {
+    while (true) {
+        const Reply<xcb_query_tree_reply_t> tree(
+            xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr));
+        if (!tree || tree->parent == root || tree->parent == XCB_WINDOW_NONE) {
+            return window;
+        }
+        window = tree->parent;
+    }
 }
 
 }  // namespace x11

@@ -99,6 +99,8 @@ struct Message {
     std::uint32_t code = message::null;
     std::uintptr_t wParam = 0;
     std::intptr_t lParam = 0;
+    std::optional<std::uint32_t> heldModifiers =
+        std::nullopt;  ///< when the user did it; several events are read at once
 };
 
 struct GlobalKey {
@@ -126,7 +128,8 @@ struct Session {
     int screenNumber = 0;
     Atoms atoms;
     int dpi = 96;
-    std::uint32_t heldModifiers = 0;
+    std::uint32_t readModifiers = 0;  ///< bits of keyModifier at the event that was read last
+    std::uint32_t heldModifiers = 0;  ///< the same at the message that is being handled
     AppWindow* mouseOwner = nullptr;  ///< the one that CaptureMouse was called for
     std::array<xcb_cursor_t, 2> cursors{};
     xcb_window_t menu = XCB_WINDOW_NONE;  ///< the open menu's
@@ -194,6 +197,8 @@ void ForgetWindow(Session& session, AppWindow& window);
 // WindowQueries.cpp
 /// The first 32-bit value of a property.
 std::optional<std::uint32_t> NumberOf(Session& session, xcb_window_t window, xcb_atom_t property);
+/// The window of the server that holds `window` and, where a window manager frames it, the frame.
+xcb_window_t TopLevelOf(xcb_connection_t* connection, xcb_window_t root, xcb_window_t window);
 
 // GlobalKeys.cpp
 /// The Windows virtual-key code of an event's key, 0 when it has none.
