@@ -3,6 +3,8 @@
 #include "ui/Colors.h"
 #include "ui/DrawingFrame.h"
 #include "ui/Hotkeys.h"
+#include "ui/Overlay.h"
+#include "ui/OverlayControls.h"
 #include "ui/ShortcutEditor.h"
 #include "ui/UiGlobals.h"
 
@@ -10,11 +12,15 @@ namespace zv {
 namespace {
 
 namespace targetId {
+constexpr std::int32_t back = 970;
 constexpr std::int32_t firstShortcut = 1000;
 }  // namespace targetId
 
 void DrawFrameOfPage(Canvas& canvas) {
     FillBox(canvas, {150, 70, 870, 540}, color::overlayPanel);
+    DrawOverlayButton(canvas, {.id = targetId::back, .box = {163, 80, 250, 113}, .label = u"< Back", .action = [] {
+                                   Ui().overlayPage = overlayPage::tiles;
+                               }});
     DrawCentredText(canvas, {300, 79, 700, 115}, u"Settings", color::primaryText, FontRole::Bold);
 }
 

@@ -45,6 +45,17 @@ TEST_F(OverlaySettings, HaveAFrameWithTheirName) {
     EXPECT_THAT(lines, Contains("text 320,126,700,159 17/600 centred 151,119,255 \"Shortcuts\""));
 }
 
+TEST_F(OverlaySettings, BackLeadsToTheTilesAndKeepsTheSection) {
+    Ui().settingsSection = 2;
+    Render();
+    ASSERT_NE(Target(970), nullptr);
+    EXPECT_EQ(Target(970)->box, (Rectangle{163, 80, 250, 113}));
+    EXPECT_THAT(stand_in::Drawings(), Contains("text 163,80,250,113 15/400 centred 241,242,250 \"< Back\""));
+    ActivateTarget(Ui().overlayState, 970);
+    EXPECT_EQ(Ui().overlayPage, 0);
+    EXPECT_EQ(Ui().settingsSection, 2);
+}
+
 TEST_F(OverlaySettings, EachShortcutHasItsRow) {
     const std::vector<std::string> lines = Render();
     for (const char* line : {
@@ -114,7 +125,7 @@ TEST_F(OverlaySettings, EverySectionShowsTheShortcuts) {
     for (const std::int32_t section : {-1, 0, 2, 8, 9}) {
         Ui().settingsSection = section;
         EXPECT_THAT(Render(), Contains("text 320,126,700,159 17/600 centred 151,119,255 \"Shortcuts\""));
-        EXPECT_EQ(Ui().overlayState.targets.size(), 4U);
+        EXPECT_EQ(Ui().overlayState.targets.size(), 5U);
     }
 }
 
