@@ -24,11 +24,9 @@ void FollowFrontProcess(std::uint32_t processId) {
         return;
     }
     const ForegroundProcess process = LookUpForeground();
-    ui.badgeProcessIsGame = false;
-    ui.badgeProcessId = process.processId == processId ? processId : 0;
-    if (process.processId == processId && process.kind == ForegroundKind::Known) {
-        ui.badgeProcessIsGame = IsKnownGame(process.imagePath);
-    }
+    const bool same = process.processId == processId;
+    ui.badgeProcessId = same ? processId : 0;
+    ui.badgeProcessIsGame = same && IsKnownGame(process.imagePath);
 }
 
 BadgeMoment Now(const std::optional<FrontWindow>& front) {

@@ -166,6 +166,9 @@ TEST_F(Badge, AProcessThatCameToTheFrontMeanwhileIsNotTakenForTheFirst) {
     EXPECT_FALSE(ShownAfterUpdate());
     TheForeground().process = {ForegroundKind::Known, 5, u"C:\\cs2.exe"};
     EXPECT_TRUE(ShownAfterUpdate());
+    PlayInWindow(7, u"C:\\notepad.exe");
+    TheForeground().process = {ForegroundKind::Known, 8, u"C:\\cs2.exe"};
+    EXPECT_FALSE(ShownAfterUpdate());
 }
 
 TEST_F(Badge, IsPaintedAnewOnlyWhenItSaysSomethingElse) {
