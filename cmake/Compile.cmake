@@ -5,15 +5,6 @@ target_compile_options(zorvel_compile INTERFACE
 find_package(Threads REQUIRED)
 target_link_libraries(zorvel_compile INTERFACE Threads::Threads)
 
-if(ZV_SANITIZE STREQUAL "address")
-  target_compile_options(zorvel_compile INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  target_link_options(zorvel_compile INTERFACE -fsanitize=address,undefined)
-elseif(ZV_SANITIZE STREQUAL "thread")
-  # std::atomic_thread_fence is not used; the warning about it would be an error in third-party headers.
-  target_compile_options(zorvel_compile INTERFACE -fsanitize=thread -fno-omit-frame-pointer -Wno-error=tsan)
-  target_link_options(zorvel_compile INTERFACE -fsanitize=thread)
-endif()
-
 if(WIN32)
   target_compile_definitions(zorvel_compile INTERFACE
     UNICODE _UNICODE _WIN32_WINNT=0x0A00 WINVER=0x0A00 NTDDI_VERSION=0x0A000006 NOMINMAX WIN32_LEAN_AND_MEAN)

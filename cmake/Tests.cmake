@@ -1,10 +1,13 @@
 # zv_test(NAME SOURCES... [STAND_INS Clock ...] [LIBRARIES ...] [LABELS ...] [TIMEOUT seconds] [SERIAL] [WHOLE]
-#         [LAUNCHER script])
+#         [ONE_THREAD] [LAUNCHER script])
 #
 # One GoogleTest program. STAND_INS names files of tests/stand_in/ that replace the platform service of the same
 # name (or a portable part that the test wants to steer). On Linux every TEST becomes a ctest entry; WHOLE, and every
 # test on Windows, registers the program as one entry, which suits road tests that share an expensive set-up.
 # LAUNCHER runs a WHOLE program.
+#
+# With ZV_SANITIZERS a portable test is run as NAME_address and, unless ONE_THREAD says that neither it nor what it
+# tests starts a thread, as NAME_thread: one entry each.
 include(GoogleTest)
 
 if(WIN32)
@@ -20,16 +23,81 @@ else()
   target_link_libraries(zorvel_gtest INTERFACE GTest::gmock)
 endif()
 
-function(zv_test name)
-  cmake_parse_arguments(T "SERIAL;WHOLE" "TIMEOUT;LAUNCHER" "SOURCES;STAND_INS;LIBRARIES;LABELS" ${ARGN})
-  set(stand_in_sources "")
+# What is compiled once for all tests: the entry point, the stand-ins and the headers of GoogleTest. Tests are compiled
+# for speed of compiling; what they exercise is not.
+set(zv_test_flags -O0 -g1)
+
+# zv_shared_object(OUT NAME SOURCE COMPILE FLAGS...): an object library of one file, made when it is first asked for.
+function(zv_shared_object out name source compile)
+  string(REPLACE zorvel_compile "" variant ${compile})
+  string(REPLACE zorvel_ _ variant "${variant}")
+  set(target ${name}${variant})
+  set(${out} ${target} PARENT_SCOPE)
+  if(NOT TARGET ${target})
+    add_library(${target} OBJECT EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/tests/${source})
+    target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(${target} PRIVATE ${compile} ${ZV_PLATFORM_LIBRARIES} zorvel_gtest)
+    target_compile_options(${target} PRIVATE ${ARGN})
+  endif()
+endfunction()
+
+# zv_test_main(OUT COMPILE): the entry point, and the owner of the precompiled headers.
+function(zv_test_main out compile)
+  zv_shared_object(target zv_test_main TestMain.cpp ${compile} ${zv_test_flags})
+  target_precompile_headers(${target} PRIVATE
+    <gmock/gmock.h> <algorithm> <array> <functional> <optional> <string> <string_view> <vector>)
+  set(${out} ${target} PARENT_SCOPE)
+endfunction()
+
+# zv_test_program(NAME COMPILE SUFFIX): the program of zv_test's arguments, T_*, over the libraries with that suffix.
+function(zv_test_program name compile suffix)
+  zv_test_main(main ${compile})
+  # Their objects alone: with what they link, GoogleTest would stand ahead of the program's archives, and take what it
+  # wants of the standard library from those.
+  set(objects $<TARGET_OBJECTS:${main}>)
+  set(stand_in_flags -O1 -g1)
+  if(suffix)
+    set(stand_in_flags ${zv_test_flags})
+  endif()
   foreach(stand_in IN LISTS T_STAND_INS)
-    list(APPEND stand_in_sources ${PROJECT_SOURCE_DIR}/tests/stand_in/${stand_in}.cpp)
+    zv_shared_object(object stand_in_${stand_in} stand_in/${stand_in}.cpp ${compile} ${stand_in_flags})
+    if(suffix)
+      target_precompile_headers(${object} REUSE_FROM ${main})
+    endif()
+    list(APPEND objects $<TARGET_OBJECTS:${object}>)
   endforeach()
-  add_executable(${name} ${T_SOURCES} ${T_UNPARSED_ARGUMENTS} ${stand_in_sources}
-    ${PROJECT_SOURCE_DIR}/tests/TestMain.cpp)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(${name} PRIVATE ${T_LIBRARIES} zorvel_portable zorvel_platform zorvel_gtest)
+  target_sources(${name} PRIVATE ${objects})
+  target_link_libraries(${name} PRIVATE ${T_LIBRARIES} zorvel_portable${suffix} zorvel_platform${suffix} zorvel_gtest)
+  target_compile_options(${name} PRIVATE ${zv_test_flags})
+  target_precompile_headers(${name} REUSE_FROM ${main})
+endfunction()
+
+function(zv_sanitized_test name)
+  add_executable(${name}_address $<TARGET_OBJECTS:${name}>)
+  set_target_properties(${name}_address PROPERTIES LINKER_LANGUAGE CXX)
+  zv_test_program(${name}_address zorvel_address _address)
+  set(programs ${name}_address)
+  if(NOT T_ONE_THREAD)
+    add_executable(${name}_thread ${T_SOURCES})
+    zv_test_program(${name}_thread zorvel_thread _thread)
+    list(APPEND programs ${name}_thread)
+  endif()
+  # Each runs all that the plain entries run one by one, and slower.
+  math(EXPR timeout "5 * ${T_TIMEOUT}")
+  foreach(program IN LISTS programs)
+    add_dependencies(${program} ${name})  # and the helper programs that it needs
+    add_test(NAME ${program} COMMAND ${program})
+    set_tests_properties(${program} PROPERTIES LABELS "${T_LABELS};sanitizer" TIMEOUT ${timeout}
+      RUN_SERIAL ${T_SERIAL})
+  endforeach()
+endfunction()
+
+function(zv_test name)
+  cmake_parse_arguments(T "SERIAL;WHOLE;ONE_THREAD" "TIMEOUT;LAUNCHER" "SOURCES;STAND_INS;LIBRARIES;LABELS" ${ARGN})
+  list(APPEND T_SOURCES ${T_UNPARSED_ARGUMENTS})
+  add_executable(${name} ${T_SOURCES})
+  zv_test_program(${name} zorvel_compile "")
   if(NOT T_TIMEOUT)
     set(T_TIMEOUT 120)
   endif()
@@ -59,5 +127,8 @@ function(zv_test name)
       list(APPEND properties RUN_SERIAL ON)
     endif()
     gtest_discover_tests(${name} TEST_PREFIX "${name}/" PROPERTIES ${properties} DISCOVERY_TIMEOUT 60)
+  endif()
+  if(ZV_SANITIZERS AND NOT T_LABELS MATCHES "road|packaging|windows")
+    zv_sanitized_test(${name})
   endif()
 endfunction()
