@@ -45,7 +45,8 @@ Spot IconSpot(const OverlayButton& button) {
 
 void DrawIconOf(Canvas& canvas, const OverlayButton& button) {
     PushTransform(canvas, IconSpot(button), 1);
-    DrawOverlayIcon(canvas, button.id, {.active = button.active, .hovered = IsHovered(button.id)});
+    DrawOverlayIcon(canvas, button.id,
+                    {.active = button.active, .hovered = IsHovered(button.id), .pressed = IsPressed(button.id)});
     PopTransform(canvas);
 }
 
@@ -59,7 +60,7 @@ Color LabelColor(const OverlayButton& button) {
 void DrawTileIcon(Canvas& canvas, const OverlayTile& tile) {
     const Rectangle& box = tile.box;
     PushTransform(canvas, {static_cast<double>(Middle(box.left, box.right)), box.top + 64.0}, tileIconScale);
-    DrawCachedIcon(canvas, 0, 0, tile.icon, tile.active ? color::purple : color::primaryText);
+    DrawControlIcon(canvas, tile.icon, tile.active ? color::purple : color::primaryText, IsPressed(tile.id));
     PopTransform(canvas);
 }
 

@@ -4,7 +4,6 @@
 #include <iterator>
 
 #include "ui/Colors.h"
-#include "ui/Icons.h"
 
 namespace zv {
 namespace {
@@ -73,14 +72,19 @@ const IconRow* FindRow(std::int32_t buttonId) {
     return found == std::end(rows) ? nullptr : &*found;
 }
 
-void DrawGear(Canvas& canvas, bool hovered) {
+void DrawGear(Canvas& canvas, OverlayIconState state) {
     constexpr double gearScale = 0.4;
     PushTransform(canvas, {}, gearScale);
-    DrawCachedIcon(canvas, 0, 0, IconKind::Gear, hovered ? color::purple : color::primaryText);
+    DrawControlIcon(canvas, IconKind::Gear, state.hovered ? color::purple : color::primaryText, state.pressed);
     PopTransform(canvas);
 }
 
 }  // namespace
+
+void DrawControlIcon(Canvas& canvas, IconKind kind, Color color, bool pressed) {
+    const auto draw = pressed ? DrawVectorIcon : DrawCachedIcon;
+    draw(canvas, 0, 0, kind, color);
+}
 
 OverlayIconPlace OverlayIconPlaceOf(std::int32_t buttonId) {
     const IconRow* row = FindRow(buttonId);
@@ -93,7 +97,7 @@ void DrawOverlayIcon(Canvas& canvas, std::int32_t buttonId, OverlayIconState sta
         return;
     }
     if (row->paint == nullptr) {
-        DrawGear(canvas, state.hovered);
+        DrawGear(canvas, state);
         return;
     }
     row->paint(canvas, {state.active ? color::purple : color::primaryText, penWidth});

@@ -170,6 +170,19 @@ TEST_F(OverlayControls, AnActiveTilesIconAndStatusArePurpleAndItsTitleIsNot) {
     EXPECT_THAT(stand_in::Drawings("arc"), Each(EndsWith(" 151,119,255")));
 }
 
+TEST_F(OverlayControls, APressedControlsIconBringsNoBlackBoxAlong) {
+    State().pressedId = 7;
+    const auto tile = Drawn(OverlayTile{.id = 7, .box = {100, 200, 230, 330}, .icon = IconKind::Camera});
+    EXPECT_THAT(tile, Not(Contains(StartsWith("pixels"))));
+    EXPECT_THAT(tile, Contains("push 165,264 scale 0.78"));
+    EXPECT_THAT(tile, Contains("arc 0,4 radius 12 from 0 by 360 pen 4 241,242,250"));
+    State().pressedId = 910;
+    const auto gear = Drawn(OverlayButton{.id = 910, .box = {0, 0, 44, 52}});
+    EXPECT_THAT(gear, Not(Contains(StartsWith("pixels"))));
+    EXPECT_THAT(gear, Contains("push 0,0 scale 0.4"));
+    EXPECT_THAT(gear, Contains("arc 0,0 radius 9 from 0 by 360 pen 3.5 241,242,250"));
+}
+
 TEST_F(OverlayControls, ADisabledTileIsFramedAndNotRegistered) {
     const auto lines = Drawn(OverlayTile{.id = 7, .box = {0, 0, 90, 90}, .action = [] {}, .enabled = false});
     EXPECT_EQ(lines[1], "frame 0,0,90,90 depth 2 151,119,255");

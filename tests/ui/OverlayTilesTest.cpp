@@ -526,6 +526,17 @@ TEST_F(OverlayTiles, HeaderAndCloseButtonStayOnEveryPage) {
     }
 }
 
+TEST_F(OverlayTiles, TheSettingsLeadBackAndStayWhereTheyWere) {
+    Ui().overlayPage = 3;
+    Ui().settingsSection = 2;
+    EXPECT_THAT(Page(), Contains(Label("163,80,250,113", primary, "< Back")));
+    ASSERT_TRUE(IsRegistered(970));
+    EXPECT_EQ(TargetOf(970)->box, (Rectangle{163, 80, 250, 113}));
+    Click(970);
+    EXPECT_EQ(Ui().overlayPage, 0);
+    EXPECT_EQ(Ui().settingsSection, 2);
+}
+
 TEST_F(OverlayTiles, TheGallerySaysWhereCapturesGoAndLeadsBack) {
     CurrentSettings().captureRoot = u"C:\\Zorvel";
     Ui().overlayPage = 1;
