@@ -47,36 +47,45 @@ protected:
         PopTransform(*canvas_);
     }
 
-    Rectangle Scaled(const Rectangle& box) const {
+    /// In pixels, `slack` wider on every side.
+    static Rectangle Scaled(const Rectangle& box, std::int32_t slack) {
         const auto at = [](std::int32_t edge) {
             return static_cast<std::int32_t>(std::round(edge * Ui().overlayState.scale));
         };
-        return {at(box.left), at(box.top), at(box.right), at(box.bottom)};
+        return {at(box.left) - slack, at(box.top) - slack, at(box.right) + slack, at(box.bottom) + slack};
     }
-    static bool Holds(const Rectangle& box, std::int32_t x, std::int32_t y) {
-        return x >= box.left && x < box.right && y >= box.top && y < box.bottom;
+    static bool AnyHolds(const std::vector<Rectangle>& boxes, std::int32_t x, std::int32_t y) {
+        return std::any_of(boxes.begin(), boxes.end(), [&](const Rectangle& box) {
+            return x >= box.left && x < box.right && y >= box.top && y < box.bottom;
+        });
     }
 
     struct Faults {
         int painted = 0;  ///< pixels beside all controls that are not of the key colour
         int holes = 0;    ///< pixels of controls that are
     };
-    /// `boxes` are filled to their corners, `rounded` only in between them.
+    /// `boxes` are filled to their corners, `rounded` only in between them. Where an edge falls between two pixels, it
+    /// is the system's own on which one it lands.
     Faults Compare(const std::vector<Rectangle>& boxes, const std::vector<Rectangle>& rounded) {
+        const double scale = Ui().overlayState.scale;
+        const std::int32_t slack = scale == std::floor(scale) ? 0 : 1;
+        std::vector<Rectangle> touched;
+        std::vector<Rectangle> solid;
+        for (const Rectangle& box : boxes) {
+            touched.push_back(Scaled(box, slack));
+            solid.push_back(Scaled(box, -slack));
+        }
+        for (const Rectangle& box : rounded) {
+            touched.push_back(Scaled(box, slack));
+            solid.push_back(Scaled({box.left, box.top + 12, box.right, box.bottom - 12}, -slack));
+        }
         Faults faults;
         const PixelView view = PixelsOf(*canvas_);
         for (std::int32_t y = 0; y < view.height; ++y) {
             for (std::int32_t x = 0; x < view.width; ++x) {
                 const bool key = (view.pixels[y * view.width + x] & 0xFFFFFFU) == keyPixel;
-                const auto holds = [&](const Rectangle& box) { return Holds(Scaled(box), x, y); };
-                const auto inside = [&](const Rectangle& box) {
-                    return holds({box.left, box.top + 12, box.right, box.bottom - 12});
-                };
-                const bool square = std::any_of(boxes.begin(), boxes.end(), holds);
-                const bool touched = square || std::any_of(rounded.begin(), rounded.end(), holds);
-                const bool solid = square || std::any_of(rounded.begin(), rounded.end(), inside);
-                faults.painted += !touched && !key ? 1 : 0;
-                faults.holes += solid && key ? 1 : 0;
+                faults.painted += !key && !AnyHolds(touched, x, y) ? 1 : 0;
+                faults.holes += key && AnyHolds(solid, x, y) ? 1 : 0;
             }
         }
         return faults;
