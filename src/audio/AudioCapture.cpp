@@ -71,12 +71,11 @@ Text OpeningFailure(const AudioRun& run) {
 }
 
 Result MakePipe(AudioRun& run, TextView name) {
-    const Result result = MakeBytePipe(name, {pipeBufferBytes, true}, run.pipe);
-    if (Failed(result)) {
-        return result;
+    Result result = MakeBytePipe(name, {pipeBufferBytes, true}, run.pipe);
+    if (Succeeded(result)) {
+        run.write = MakePipeWrite(*run.pipe, &result);
     }
-    run.write = MakePipeWrite(*run.pipe);
-    return run.write ? resultOk : resultGenericFailure;
+    return result;
 }
 
 Result StartSources(AudioRun& run) {
@@ -259,10 +258,11 @@ void AudioCapture::Worker::Prepare(bool wantsGameAudio, bool wantsMicrophone) {
 }
 
 bool AudioCapture::Worker::LaunchThread() {
-    stopEvent = MakeEvent();
-    readyEvent = MakeEvent();
-    if (!stopEvent || !readyEvent) {
-        Record(u"Cannot create audio synchronization events", resultGenericFailure);
+    Result result = resultOk;
+    stopEvent = MakeEvent(&result);
+    readyEvent = stopEvent ? MakeEvent(&result) : nullptr;
+    if (!readyEvent) {
+        Record(u"Cannot create audio synchronization events", result);
         return false;
     }
     try {

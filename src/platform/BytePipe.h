@@ -50,8 +50,8 @@ enum class PipeConnect {
 /// Waits for the reader to open the pipe.
 PipeConnect ConnectPipe(BytePipe& pipe, Event& stop, std::uint32_t timeoutMs);
 
-/// Null when the system is out of handles.
-Owned<PipeWrite> MakePipeWrite(BytePipe& pipe);
+/// Null when the system is out of handles; `code` then gets its reason.
+Owned<PipeWrite> MakePipeWrite(BytePipe& pipe, Result* code = nullptr);
 
 enum class WriteBegin {
     Done,     ///< all bytes are with the system

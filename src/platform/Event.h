@@ -5,6 +5,7 @@
 #include <initializer_list>
 
 #include "platform/Owned.h"
+#include "platform/Result.h"
 
 namespace zv {
 
@@ -12,8 +13,8 @@ struct Event;
 template <>
 void Closer<Event>::operator()(Event* event) const noexcept;
 
-/// A new event, not signalled. Null only when the system is out of handles.
-Owned<Event> MakeEvent();
+/// A new event, not signalled. Null only when the system is out of handles; `code` then gets the system's reason.
+Owned<Event> MakeEvent(Result* code = nullptr);
 
 void Signal(Event& event);
 void Clear(Event& event);

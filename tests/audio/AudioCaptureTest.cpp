@@ -297,13 +297,13 @@ TEST_F(AudioCaptureTest, AFailingCompatibilityDriverIsNamed) {
 TEST_F(AudioCaptureTest, WithoutAWriteRecordThePipeCannotBeCreated) {
     ThePipe().writeRefusedByHandles = true;
     EXPECT_FALSE(capture.Start(true, false));
-    EXPECT_EQ(capture.Error(), u"Cannot create the audio pipe (0x80004005)");
+    EXPECT_EQ(capture.Error(), u"Cannot create the audio pipe (0x800705AA)");
 }
 
 TEST_F(AudioCaptureTest, WithoutEventsThereIsNoThread) {
     stand_in::RefuseEvents(true);
     EXPECT_FALSE(capture.Start(true, false));
-    EXPECT_EQ(capture.Error(), u"Cannot create audio synchronization events (0x80004005)");
+    EXPECT_EQ(capture.Error(), u"Cannot create audio synchronization events (0x800705AA)");
     EXPECT_EQ(CountOf("EnterAudioThread"), 0);
 }
 

@@ -90,9 +90,12 @@ PipeConnect ConnectPipe(BytePipe&, Event& stop, std::uint32_t timeoutMs) {
     return ThePipe().connect;
 }
 
-Owned<PipeWrite> MakePipeWrite(BytePipe&) {
+Owned<PipeWrite> MakePipeWrite(BytePipe&, Result* code) {
     const Call call("MakePipeWrite");
     if (ThePipe().writeRefusedByHandles) {
+        if (code != nullptr) {
+            *code = ResultOf(0x800705AA);
+        }
         return nullptr;
     }
     ++ThePipe().liveWrites;

@@ -90,10 +90,13 @@ void Closer<Event>::operator()(Event* event) const noexcept {
     delete event;
 }
 
-Owned<Event> MakeEvent() {
+Owned<Event> MakeEvent(Result* code) {
     const Spared spared;
     const std::lock_guard lock(TheState().mutex);
     if (TheState().refused) {
+        if (code != nullptr) {
+            *code = ResultOf(0x800705AA);
+        }
         return nullptr;
     }
     ++TheState().live;

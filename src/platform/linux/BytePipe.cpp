@@ -204,10 +204,12 @@ PipeConnect ConnectPipe(BytePipe& pipe, Event& stop, std::uint32_t timeoutMs) {
     }
 }
 
-Owned<PipeWrite> MakePipeWrite(BytePipe& pipe) {
+Owned<PipeWrite> MakePipeWrite(BytePipe& pipe, Result* code) {
     Owned<PipeWrite> write(new (std::nothrow) PipeWrite);
     if (write) {
         write->pipe = &pipe;
+    } else if (code != nullptr) {
+        *code = ResultOfSystemError(ENOMEM);
     }
     return write;
 }

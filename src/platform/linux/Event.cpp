@@ -35,14 +35,14 @@ void Closer<Event>::operator()(Event* event) const noexcept {
     delete event;
 }
 
-Owned<Event> MakeEvent() {
+Owned<Event> MakeEvent(Result* code) {
     Descriptor descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (!descriptor.Held()) {
-        return nullptr;
-    }
-    Owned<Event> event(new (std::nothrow) Event);
+    const Result reason = ResultOfSystemError(descriptor.Held() ? ENOMEM : errno);
+    Owned<Event> event(descriptor.Held() ? new (std::nothrow) Event : nullptr);
     if (event) {
         event->descriptor = std::move(descriptor);
+    } else if (code != nullptr) {
+        *code = reason;
     }
     return event;
 }

@@ -92,8 +92,9 @@ Result MakeBytePipe(TextView name, const PipeOptions& options, Owned<BytePipe>& 
     if (options.firstInstanceOnly) {
         mode |= FILE_FLAG_FIRST_PIPE_INSTANCE;
     }
+    const Text path(name);  // lives on: its end could change the last error
     Handle handle(
-        CreateNamedPipeW(Native(Text(name)), mode, PIPE_REJECT_REMOTE_CLIENTS, 1, options.bufferBytes, 0, 0, nullptr));
+        CreateNamedPipeW(Native(path), mode, PIPE_REJECT_REMOTE_CLIENTS, 1, options.bufferBytes, 0, 0, nullptr));
     if (!handle) {
         return LastError();
     }
@@ -122,12 +123,15 @@ PipeConnect ConnectPipe(BytePipe& pipe, Event& stop, std::uint32_t timeoutMs) {
     }
 }
 
-Owned<PipeWrite> MakePipeWrite(BytePipe& pipe) {
+Owned<PipeWrite> MakePipeWrite(BytePipe& pipe, Result* code) {
     Handle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const Result reason = event ? ResultOfSystemError(ERROR_NOT_ENOUGH_MEMORY) : LastError();
     Owned<PipeWrite> write(event ? new (std::nothrow) PipeWrite : nullptr);
     if (write) {
         write->pipe = pipe.handle.Get();
         write->event = std::move(event);
+    } else if (code != nullptr) {
+        *code = reason;
     }
     return write;
 }

@@ -13,9 +13,14 @@ void Closer<Event>::operator()(Event* event) const noexcept {
     delete event;
 }
 
-Owned<Event> MakeEvent() {
+Owned<Event> MakeEvent(Result* code) {
     Handle handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    return Owned<Event>(handle ? new (std::nothrow) Event{std::move(handle)} : nullptr);
+    const Result reason = handle ? ResultOfSystemError(ERROR_NOT_ENOUGH_MEMORY) : LastError();
+    Owned<Event> event(handle ? new (std::nothrow) Event{std::move(handle)} : nullptr);
+    if (event == nullptr && code != nullptr) {
+        *code = reason;
+    }
+    return event;
 }
 
 void Signal(Event& event) { SetEvent(event.handle.Get()); }

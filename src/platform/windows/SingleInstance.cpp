@@ -20,7 +20,8 @@ void Closer<InstanceClaim>::operator()(InstanceClaim* claim) const noexcept {
 }
 
 Owned<InstanceClaim> ClaimSingleInstance(TextView name) {
-    Handle mutex(CreateMutexW(nullptr, FALSE, Native(Text(name))));
+    const Text path(name);  // lives on: its end could change the last error
+    Handle mutex(CreateMutexW(nullptr, FALSE, Native(path)));
     if (!mutex || GetLastError() == ERROR_ALREADY_EXISTS) {
         return nullptr;
     }
