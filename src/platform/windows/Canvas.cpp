@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/windows/Gdi.h"
 #include "platform/windows/Native.h"
 
 namespace zv {
@@ -61,23 +62,6 @@ HBRUSH BrushOf(const Canvas& canvas, Color color) {
     return static_cast<HBRUSH>(GetStockObject(DC_BRUSH));
 }
 
-/// Selected into a context for the length of a scope.
-class Selection {
-public:
-    Selection(HDC context, HGDIOBJ object) : context_(context), before_(SelectObject(context, object)) {}
-    ~Selection() {
-        if (before_ != nullptr) {
-            SelectObject(context_, before_);
-        }
-    }
-    Selection(const Selection&) = delete;
-    Selection& operator=(const Selection&) = delete;
-
-private:
-    HDC context_;
-    HGDIOBJ before_;
-};
-
 BITMAPINFO Layout(std::int32_t width, std::int32_t height) {
     BITMAPINFO info{};
     info.bmiHeader.biSize = sizeof(info.bmiHeader);
@@ -90,27 +74,6 @@ BITMAPINFO Layout(std::int32_t width, std::int32_t height) {
 }
 
 // Smooth lines and shapes.
-
-class GdiPlus {
-public:
-    GdiPlus() {
-        const Gdiplus::GdiplusStartupInput input;
-        started_ = Gdiplus::GdiplusStartup(&token_, &input, nullptr) == Gdiplus::Ok;
-    }
-    ~GdiPlus() {
-        if (started_) {
-            Gdiplus::GdiplusShutdown(token_);
-        }
-    }
-    GdiPlus(const GdiPlus&) = delete;
-    GdiPlus& operator=(const GdiPlus&) = delete;
-
-    bool Started() const { return started_; }
-
-private:
-    ULONG_PTR token_ = 0;
-    bool started_ = false;
-};
 
 struct DeletePen {
     void operator()(Gdiplus::GpPen* pen) const { plus::GdipDeletePen(pen); }

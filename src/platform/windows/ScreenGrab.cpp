@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/windows/Gdi.h"
 #include "platform/windows/Native.h"
 
 namespace zv {
@@ -35,47 +36,6 @@ struct DisposeImage {
 };
 using Image = std::unique_ptr<Gdiplus::GpBitmap, DisposeImage>;
 
-/// GDI+ for as long as a picture is being written.
-class GdiPlus {
-public:
-    GdiPlus() {
-        const Gdiplus::GdiplusStartupInput input;
-        started_ = Gdiplus::GdiplusStartup(&token_, &input, nullptr) == Gdiplus::Ok;
-    }
-    ~GdiPlus() {
-        if (started_) {
-            Gdiplus::GdiplusShutdown(token_);
-        }
-    }
-    GdiPlus(const GdiPlus&) = delete;
-    GdiPlus& operator=(const GdiPlus&) = delete;
-
-    bool Started() const { return started_; }
-
-private:
-    ULONG_PTR token_ = 0;
-    bool started_ = false;
-};
-
-/// Selected into a context for the length of a scope: GDI+ takes only a bitmap that is selected nowhere.
-class Selection {
-public:
-    Selection(HDC context, HGDIOBJ object) : context_(context), before_(SelectObject(context, object)) {}
-    ~Selection() {
-        if (before_ != nullptr) {
-            SelectObject(context_, before_);
-        }
-    }
-    Selection(const Selection&) = delete;
-    Selection& operator=(const Selection&) = delete;
-
-    bool Made() const { return before_ != nullptr; }
-
-private:
-    HDC context_;
-    HGDIOBJ before_;
-};
-
 Result ResultOfStatus(Gdiplus::Status status) {
     if (status == Gdiplus::Ok) {
         return resultOk;
@@ -90,6 +50,7 @@ Result CopyScreen(const ScreenArea& area, BitmapHandle& bitmap) {
     if (!bitmap) {
         return LastError();
     }
+    // Until the copy is made: GDI+ takes only a bitmap that is selected nowhere.
     const Selection selected(memory.get(), bitmap.get());
     const bool copied = selected.Made() && BitBlt(memory.get(), 0, 0, area.width, area.height, screen.get(), area.left,
                                                   area.top, SRCCOPY | CAPTUREBLT);

@@ -1,0 +1,49 @@
+// What drawing and saving pictures both need of GDI and GDI+.
+#pragma once
+
+#include "platform/windows/Sdk.h"
+
+namespace zv {
+
+/// GDI+ is usable while one of these lives. Several may, on any threads.
+class GdiPlus {
+public:
+    GdiPlus() {
+        const Gdiplus::GdiplusStartupInput input;
+        started_ = Gdiplus::GdiplusStartup(&token_, &input, nullptr) == Gdiplus::Ok;
+    }
+    ~GdiPlus() {
+        if (started_) {
+            Gdiplus::GdiplusShutdown(token_);
+        }
+    }
+    GdiPlus(const GdiPlus&) = delete;
+    GdiPlus& operator=(const GdiPlus&) = delete;
+
+    bool Started() const { return started_; }
+
+private:
+    ULONG_PTR token_ = 0;
+    bool started_ = false;
+};
+
+/// Selected into a context for the length of a scope.
+class Selection {
+public:
+    Selection(HDC context, HGDIOBJ object) : context_(context), before_(SelectObject(context, object)) {}
+    ~Selection() {
+        if (before_ != nullptr) {
+            SelectObject(context_, before_);
+        }
+    }
+    Selection(const Selection&) = delete;
+    Selection& operator=(const Selection&) = delete;
+
+    bool Made() const { return before_ != nullptr; }
+
+private:
+    HDC context_;
+    HGDIOBJ before_;
+};
+
+}  // namespace zv
