@@ -133,6 +133,25 @@ TEST_F(DriverCapture, AFailureAtAnyCallLeavesNoHandleAndNoObject) {
     EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
 }
 
+TEST_F(DriverCapture, AReaderThatStopsReadingEndsTheCaptureAfterTenSeconds) {
+    Script("set images always\nset filled 200000");
+    VideoCapture capture;
+    ASSERT_TRUE(capture.Start(monitor, format)) << Narrow(capture.Error());
+    const std::uint64_t start = TickMs();
+    const std::wstring name(capture.PipeName().begin(), capture.PipeName().end());
+    const HANDLE pipe = CreateFileW(name.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(pipe, INVALID_HANDLE_VALUE);
+    EXPECT_TRUE(Eventually([&] { return !capture.running; }));
+    EXPECT_GE(TickMs() - start, 10000U);
+    EXPECT_EQ(capture.Error(), u"Video muxer disconnected (0x80004005)");
+    // A mebibyte lies in the pipe; what was in flight beyond it does not count.
+    EXPECT_GE(capture.encodedFrames, 4U);
+    EXPECT_LE(capture.encodedFrames, 6U);
+    capture.Stop();
+    CloseHandle(pipe);
+    EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
+}
+
 TEST_F(DriverCapture, TheDesktopIsEncodedInTheSizeAndWithTheRatesAskedFor) {
     for (const VideoFormat& asked : {VideoFormat{2560, 1440, 60, 5}, VideoFormat{3840, 2160, 30, 200}}) {
         VideoCapture capture;

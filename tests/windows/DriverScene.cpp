@@ -117,6 +117,18 @@ void DriverScene::Script(const std::string& text) {
     std::ofstream(folder_.Path() / "script", std::ios::app | std::ios::binary) << text << "\n";
 }
 
+void DriverScene::NewScript(const std::string& text) {
+    std::ofstream(folder_.Path() / "script", std::ios::binary) << text << "\nset run " << ++scripts_ << "\n";
+}
+
+std::string DriverScene::SaysUnder(const std::string& script) {
+    const std::size_t before = Activity().size();
+    NewScript(script);
+    SendMessageW(FindWindowW(mainClass, nullptr), WM_DISPLAYCHANGE, 32, MAKELPARAM(1920, 1080));
+    EXPECT_TRUE(Eventually([&] { return Activity().size() > before; }));
+    return Activity().back();
+}
+
 bool DriverScene::StartProgram() {
     const Text program = FromPath(ToPath(ExecutableFolder()).parent_path().parent_path() / "zorvel.exe");
     return SpawnChild({program, u"\"" + program + u"\" --background", FromPath(folder_.Path() / "log")}, program_);
@@ -170,8 +182,7 @@ void DriverScene::Press(const Text& codes) {
     ASSERT_EQ(ExitCode(*presser.process), 0U);
 }
 
-std::filesystem::path DriverScene::SavedClip() {
-    static const std::string words = "Replay saved: ";
+std::filesystem::path DriverScene::Saved(const std::string& words) {
     std::string path;
     EXPECT_TRUE(Eventually([&] {
         for (const std::string& text : Activity()) {

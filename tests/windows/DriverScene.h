@@ -46,18 +46,28 @@ protected:
 
     void Setting(const std::string& line);
     void Script(const std::string& text);
+    /// Puts another script in the place of what there was. Calls are counted afresh.
+    void NewScript(const std::string& text);
 
     bool StartProgram();
     bool EndProgram();
     std::vector<std::string> Activity() const;
     bool EventuallySays(const std::string& text) const;
+    /// What a program that runs says of its capture after a new script and a change of the display.
+    std::string SaysUnder(const std::string& script);
     std::size_t ListedSegments() const;
     void Press(const Text& codes);
-    /// The file that the program says it saved, once it says so.
-    std::filesystem::path SavedClip();
+    /// The file that the program says it saved, or recorded, once it says so.
+    std::filesystem::path SavedClip() { return Saved("Replay saved: "); }
+    std::filesystem::path SavedRecording() { return Saved("Recording saved: "); }
 
     support::TemporaryFolder folder_;
     Child program_;
+
+private:
+    std::filesystem::path Saved(const std::string& words);
+
+    int scripts_ = 0;
 };
 
 }  // namespace zv::windows

@@ -76,19 +76,6 @@ protected:
         EXPECT_TRUE(Eventually([] { return ProcessesNamed(L"ffmpeg.exe").empty(); }));
     }
 
-    /// The file that the program says it recorded, once it says so.
-    std::filesystem::path SavedRecording() {
-        static const std::string words = "Recording saved: ";
-        std::string path;
-        EXPECT_TRUE(Eventually([&] {
-            for (const std::string& text : Activity()) {
-                path = text.starts_with(words) ? text.substr(words.size()) : path;
-            }
-            return !path.empty();
-        })) << testing::PrintToString(Activity());
-        return path;
-    }
-
     std::vector<float> SoundOf(const std::filesystem::path& file) {
         const std::filesystem::path raw = folder_.Path() / "sound.raw";
         std::ofstream(raw).close();
@@ -183,18 +170,6 @@ TEST_F(DriverSound, ARecordingWithACaptureOfItsOwnHasItsSound) {
     ExpectNothingLeft();
 }
 
-TEST_F(DriverSound, WithoutADeviceItSaysWhereItFailed) {
-    Setting("gameAudioEnabled=1");
-    Script("set render absent");
-    ASSERT_TRUE(StartProgram());
-    EXPECT_TRUE(
-        EventuallySays("Cannot open default audio device at default device lookup. Check Windows audio "
-                       "devices and microphone permission (0x80070490)"))
-        << testing::PrintToString(Activity());
-    EXPECT_TRUE(EndProgram());
-    ExpectNothingLeft();
-}
-
 TEST_F(DriverSound, ADeviceThatIsTakenAwayEndsTheReplayAndNotTheProgram) {
     Setting("gameAudioEnabled=1");
     Script("set render gone 300");
@@ -207,6 +182,51 @@ TEST_F(DriverSound, ADeviceThatIsTakenAwayEndsTheReplayAndNotTheProgram) {
     SleepMs(1500);
     EXPECT_TRUE(ProcessesNamed(L"ffmpeg.exe").empty());
     EXPECT_TRUE(IsRunning(*program_.process));
+    EXPECT_TRUE(EndProgram());
+    ExpectNothingLeft();
+}
+
+struct Failure {
+    const char* script;
+    const char* sentence;
+};
+
+constexpr Failure failures[] = {
+    // The first event is that of the video's pipe.
+    {"fail CreateEventW 2 5AA", "Cannot create audio synchronization events (0x800705AA)"},
+    {"fail CreateEventW 3 8", "Cannot create audio synchronization events (0x80070008)"},
+    {"delay Activate.render 1 9000", "Audio initialization timed out (0x80004005)"},
+    {"fail CoInitializeEx 1 80010106", "Cannot initialize Windows audio (0x80010106)"},
+    {"fail CreateInstance 1 0x80040154",
+     "Cannot open default audio device at device enumeration. Check Windows audio devices and microphone permission "
+     "(0x80040154)"},
+    {"set render absent",
+     "Cannot open default audio device at default device lookup. Check Windows audio devices and microphone "
+     "permission (0x80070490)"},
+    {"fail Activate.render 1 0x80070005",
+     "Cannot open default audio device at audio client activation. Check Windows audio devices and microphone "
+     "permission (0x80070005)"},
+    {"fail CreateNamedPipeW:ZVReelsAudio 1 E7", "Cannot create the audio pipe (0x800700E7)"},
+    {"fail CreateEventW 4 5AA", "Cannot create the audio pipe (0x800705AA)"},
+    {"fail CreateEventW 5 8", "Cannot create the audio pipe (0x80070008)"},
+    {"fail ConnectNamedPipe:ZVReelsAudio 1 E8", "Encoder could not connect to the audio stream (0x80004005)"},
+    {"fail Start.render 1 0x88890004", "Audio capture stopped; a device or encoder disconnected (0x88890004)"},
+    {"set render gone 5", "Audio capture stopped; a device or encoder disconnected (0x88890004)"},
+    {"fail ReleaseBuffer.render 7 0x88890007", "Audio capture stopped; a device or encoder disconnected (0x88890007)"},
+};
+
+TEST_F(DriverSound, EveryFailureIsToldInTheHistoryAndLeavesNothingBehind) {
+    Setting("gameAudioEnabled=1");
+    SetEnvironmentValue(u"ZV_TEST_LINGER_MS", u"1500");
+    NewScript("fail D3D11CreateDevice 1 80004001");
+    ASSERT_TRUE(StartProgram());
+    ASSERT_TRUE(EventuallySays("Cannot initialize GPU desktop capture (0x80004001)"));
+    for (const Failure& failure : failures) {
+        EXPECT_EQ(SaysUnder(failure.script), failure.sentence) << failure.script;
+        EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty()) << failure.script;
+        EXPECT_TRUE(Eventually([] { return ProcessesNamed(L"ffmpeg.exe").empty(); })) << failure.script;
+    }
+    EXPECT_EQ(SaysUnder(""), "Replay is buffering video and selected audio. Allow 2 seconds before saving.");
     EXPECT_TRUE(EndProgram());
     ExpectNothingLeft();
 }

@@ -3,6 +3,12 @@
 // Hands its command line on to the program that ZV_TEST_FFMPEG names, without what an old FFmpeg stumbles over: same
 // handles, same job, exit code passed on. Adds the line that it was given, as UTF-8, to the file that ZV_TEST_COMMANDS
 // names. Where ZV_TEST_LINGER_MS has a number, it takes so much longer to end.
+//
+// A line "set reader PLAN" in the file that ZV_TEST_SCRIPT names has it hand on nothing and be a bad reader itself,
+// that lives on until its input says otherwise. PLAN is one of
+//   idle           does not open its first input
+//   leave BYTES    reads so much of it and closes it
+//   leave full     closes it when its writer waits for room
 #include <windows.h>
 
 #include <algorithm>
@@ -54,11 +60,77 @@ void TurnListPath(std::wstring& line) {
     }
 }
 
+std::wstring ReaderPlan() {
+    const HANDLE file = CreateFileW(Variable(L"ZV_TEST_SCRIPT").c_str(), GENERIC_READ,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+    std::string content(65536, '\0');
+    DWORD size = 0;
+    content.resize(ReadFile(file, content.data(), static_cast<DWORD>(content.size()), &size, nullptr) ? size : 0);
+    CloseHandle(file);
+    const std::string words = "set reader ";
+    const std::size_t at = content.find(words);
+    if (at == std::string::npos) {
+        return {};
+    }
+    const std::size_t begin = at + words.size();
+    const std::string plan = content.substr(begin, content.find('\n', begin) - begin);
+    return {plan.begin(), plan.end()};
+}
+
+HANDLE OpenFirstInput(const std::wstring& line) {
+    const std::size_t begin = line.find(L'"', line.find(L" -i ")) + 1;
+    const std::wstring name = line.substr(begin, line.find(L'"', begin) - begin);
+    return CreateFileW(name.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+}
+
+DWORD Waiting(HANDLE pipe) {
+    DWORD bytes = 0;
+    PeekNamedPipe(pipe, nullptr, 0, nullptr, &bytes, nullptr);
+    return bytes;
+}
+
+void WaitUntilFull(HANDLE pipe) {
+    constexpr DWORD steadyMs = 1000;
+    DWORD before = 0;
+    for (DWORD steady = 0; before == 0 || steady < steadyMs; steady += 50) {
+        Sleep(50);
+        const DWORD now = Waiting(pipe);
+        steady = now == before ? steady : 0;
+        before = now;
+    }
+}
+
+void ReadBytes(HANDLE pipe, unsigned long count) {
+    char bytes[4096];
+    DWORD size = 0;
+    for (unsigned long all = 0; all < count && ReadFile(pipe, bytes, sizeof(bytes), &size, nullptr); all += size) {
+    }
+}
+
+int ReadBadly(const std::wstring& plan, const std::wstring& line) {
+    if (plan != L"idle") {
+        const HANDLE pipe = OpenFirstInput(line);
+        if (plan == L"leave full") {
+            WaitUntilFull(pipe);
+        } else {
+            ReadBytes(pipe, wcstoul(plan.c_str() + wcslen(L"leave "), nullptr, 10));
+        }
+        CloseHandle(pipe);
+    }
+    char asked = 0;
+    DWORD size = 0;
+    ReadFile(GetStdHandle(STD_INPUT_HANDLE), &asked, 1, &size, nullptr);
+    return 0;
+}
+
 }  // namespace
 
 extern "C" int wmain() {
     std::wstring line = GetCommandLineW();
     Record(line);
+    if (const std::wstring plan = ReaderPlan(); !plan.empty()) {
+        return ReadBadly(plan, line);
+    }
     Drop(line, L"-avioflags direct ");  // it loses the bytes that it probes
     Drop(line, L"-stats_period 0.5 ");  // it does not know it, and reports twice a second anyway
     TurnListPath(line);

@@ -18,6 +18,7 @@
 
 #include "support/FrameNumber.h"
 #include "windows/drivers/ComObject.h"
+#include "windows/drivers/Imports.h"
 #include "windows/drivers/Pixels.h"
 
 namespace zv::drivers {
@@ -157,6 +158,7 @@ struct Duplication : Object {
     Time::duration period{};
     Time::time_point due{};
     std::uint32_t handedOut = 0;
+    unsigned rounds = 0;
     bool acquired = false;
 };
 
@@ -197,6 +199,7 @@ HRESULT STDMETHODCALLTYPE AcquireNextFrame(IDXGIOutputDuplication* self, UINT ti
     if (ReferencesOf(duplication.image) != 1) {
         Complain("AcquireNextFrame while the last image is held");
     }
+    Round(++duplication.rounds);
     const Verdict verdict = Called("AcquireNextFrame");
     if (verdict.fails) {
         return verdict.code;
@@ -342,6 +345,7 @@ using namespace zv::drivers;
 
 extern "C" HRESULT WINAPI CreateDXGIFactory1(REFIID id, void** result) {
     ReadScript();
+    WatchImports();
     *result = nullptr;
     const Verdict verdict = Called("CreateDXGIFactory1");
     if (verdict.fails) {

@@ -2,12 +2,17 @@
 //
 // What comes in is compared byte by byte with what the interface's tables and the program's own settings make of it,
 // by offsets written down here and not by the program's declarations: a field at the wrong place is a complaint.
-// "set errortext TEXT" is what nvEncGetLastErrorString answers.
+//   set errortext TEXT    what nvEncGetLastErrorString answers
+//   set filled BYTES      every smaller picture is filled up to that size with what means nothing
+// The entry "empty-picture" makes the picture that is locked one without a byte. When the library is freed it notes the
+// last calls that were made of it.
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -106,7 +111,22 @@ struct Session {
 
 std::atomic<int> sessions = 0;
 
+/// The last calls, one word each. The text is never destroyed: it is told when the library goes.
+std::string& Journal() {
+    static auto* calls = new std::string;
+    return *calls;
+}
+
+void Remember(const std::string& call) {
+    std::string& calls = Journal();
+    calls += " " + call;
+    while (std::count(calls.begin(), calls.end(), ' ') > 14) {
+        calls.erase(0, calls.find(' ', 1));
+    }
+}
+
 Session& SessionOf(void* encoder, const char* function) {
+    Remember(function + std::strlen("nvEnc"));
     auto& session = *static_cast<Session*>(encoder);
     if (session.thread != GetCurrentThreadId()) {
         Complain(std::string(function) + " on another thread");
@@ -128,6 +148,7 @@ bool HasVersion(const void* structure, std::uint32_t version, const char* name) 
 }
 
 Status Open(void* parameters, void** encoder) {
+    Remember("OpenEncodeSessionEx");
     const Verdict verdict = Called("nvEncOpenEncodeSessionEx");
     if (verdict.fails) {
         return static_cast<Status>(verdict.code);
@@ -350,6 +371,16 @@ Status Unmap(void* encoder, void* mapped) {
     return success;
 }
 
+/// A unit of filler data, which a decoder throws away.
+void AppendFiller(std::vector<std::uint8_t>& unit) {
+    const std::size_t size = std::strtoul(Value("filled", "0").c_str(), nullptr, 10);
+    if (unit.size() + 8 < size) {
+        unit.insert(unit.end(), {0, 0, 0, 1, 12});
+        unit.resize(size - 1, 0xFF);
+        unit.push_back(0x80);
+    }
+}
+
 Status EndStream(Session& session, const void* picture) {
     Expected(3360).Has(0, 0xF207000CU).Has(16, 8U).Compare("the end-of-stream marker", picture);
     if (!session.initialized || session.ended) {
@@ -365,6 +396,7 @@ Status Encode(void* encoder, void* picture) {
         return invalidVersion;
     }
     if ((Word(picture, 16) & 8U) != 0) {
+        Remember("(end)");
         return EndStream(session, picture);
     }
     const Verdict verdict = Called("nvEncEncodePicture");
@@ -381,6 +413,7 @@ Status Encode(void* encoder, void* picture) {
         return Refuse(invalidCall, "nvEncEncodePicture at the wrong time");
     }
     session.unit = session.writer->Write(session.pixels->nv12);
+    AppendFiller(session.unit);
     session.encoded = true;
     ++session.nextFrame;
     return success;
@@ -403,7 +436,8 @@ Status Lock(void* encoder, void* lock) {
     session.locked = true;
     Set(lock, 24, session.nextFrame - 1);
     Set(lock, 32, 1U);
-    Set(lock, 36, static_cast<std::uint32_t>(session.unit.size()));
+    const bool empty = Called("empty-picture").fails;
+    Set(lock, 36, empty ? 0U : static_cast<std::uint32_t>(session.unit.size()));
     Set(lock, 40, std::uint64_t{session.nextFrame - 1});
     Set(lock, 48, std::uint64_t{1});
     Set(lock, 56, static_cast<void*>(session.unit.data()));
@@ -507,6 +541,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* processEnds) {
         if (processEnds != nullptr) {
             Complain("the library was never freed");
         }
+        Note("calls" + Journal());
         Note("unloaded");
     }
     return TRUE;

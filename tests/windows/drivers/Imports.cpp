@@ -1,0 +1,236 @@
+#include "windows/drivers/Imports.h"
+
+#include <windows.h>
+//
+#include <objbase.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "windows/drivers/Judge.h"
+
+namespace zv::drivers {
+namespace {
+
+std::atomic<DWORD> starvedThread = 0;
+std::atomic<std::size_t> starvedBytes = 0;
+std::atomic<DWORD> countedThread = 0;
+std::atomic<unsigned> requests = 0;
+
+/// Answers for a call that the script lets fail.
+bool Fails(const std::string& entry) {
+    const Verdict verdict = Called(entry.c_str());
+    if (verdict.fails) {
+        SetLastError(static_cast<DWORD>(verdict.code));
+    }
+    return verdict.fails;
+}
+
+// Memory
+
+bool MayHave(std::size_t size) {
+    const DWORD thread = GetCurrentThreadId();
+    if (thread == countedThread) {
+        ++requests;
+    }
+    return thread != starvedThread || size < starvedBytes;
+}
+
+void* Allocate(std::size_t size) { return MayHave(size) ? std::malloc(size) : nullptr; }
+void* AllocateZeroed(std::size_t count, std::size_t size) {
+    return MayHave(count * size) ? std::calloc(count, size) : nullptr;
+}
+void* Reallocate(void* memory, std::size_t size) { return MayHave(size) ? std::realloc(memory, size) : nullptr; }
+
+// Pipes, known by their handles
+
+struct KnownPipe {
+    HANDLE handle = nullptr;
+    std::string stem;
+};
+
+/// Without a lock that would be a handle: the few pipes of a program are made one after the other.
+class KnownPipes {
+public:
+    void Add(HANDLE handle, const std::string& stem) {
+        AcquireSRWLockExclusive(&lock_);
+        pipes_[next_++ % pipes_.size()] = {handle, stem};
+        ReleaseSRWLockExclusive(&lock_);
+    }
+    std::string StemOf(HANDLE handle) {
+        AcquireSRWLockShared(&lock_);
+        const auto* found = std::find_if(pipes_.begin(), pipes_.end(),
+                                         [handle](const KnownPipe& pipe) { return pipe.handle == handle; });
+        std::string stem = found == pipes_.end() ? std::string() : found->stem;
+        ReleaseSRWLockShared(&lock_);
+        return stem;
+    }
+
+private:
+    SRWLOCK lock_ = SRWLOCK_INIT;
+    std::array<KnownPipe, 16> pipes_;
+    std::size_t next_ = 0;
+};
+
+KnownPipes& ThePipes() {
+    static auto* pipes = new KnownPipes;
+    return *pipes;
+}
+
+std::string StemOfName(const wchar_t* name) {
+    std::string stem;
+    for (const wchar_t* unit = name; *unit != 0 && *unit != L'-'; ++unit) {
+        stem = *unit == L'\\' ? std::string() : stem + static_cast<char>(*unit);
+    }
+    return stem;
+}
+
+HANDLE WINAPI MakePipe(const wchar_t* name, DWORD open, DWORD mode, DWORD count, DWORD outBytes, DWORD inBytes,
+                       DWORD timeout, SECURITY_ATTRIBUTES* security) {
+    const std::string stem = StemOfName(name);
+    if (Fails("CreateNamedPipeW:" + stem)) {
+        return INVALID_HANDLE_VALUE;
+    }
+    const HANDLE pipe = CreateNamedPipeW(name, open, mode, count, outBytes, inBytes, timeout, security);
+    const DWORD code = GetLastError();
+    ThePipes().Add(pipe, stem);
+    SetLastError(code);
+    return pipe;
+}
+
+BOOL WINAPI Connect(HANDLE pipe, OVERLAPPED* overlapped) {
+    return Fails("ConnectNamedPipe:" + ThePipes().StemOf(pipe)) ? FALSE : ConnectNamedPipe(pipe, overlapped);
+}
+
+// The rest
+
+HANDLE WINAPI MakeEvent(SECURITY_ATTRIBUTES* security, BOOL manual, BOOL set, const wchar_t* name) {
+    return Fails("CreateEventW") ? nullptr : CreateEventW(security, manual, set, name);
+}
+
+HANDLE WINAPI MakePreciseTimer(SECURITY_ATTRIBUTES* security, const wchar_t* name, DWORD flags, DWORD access) {
+    if (flags != 2 || access != 0x1F0003) {
+        Complain("CreateWaitableTimerExW with other flags");
+    }
+    return Fails("CreateWaitableTimerExW") ? nullptr : CreateWaitableTimerExW(security, name, flags, access);
+}
+
+HANDLE WINAPI MakeTimer(SECURITY_ATTRIBUTES* security, BOOL manual, const wchar_t* name) {
+    if (manual != FALSE) {
+        Complain("CreateWaitableTimerW that has to be reset by hand");
+    }
+    return Fails("CreateWaitableTimerW") ? nullptr : CreateWaitableTimerW(security, manual, name);
+}
+
+HRESULT WINAPI EnterCom(void* reserved, DWORD kind) {
+    const Verdict verdict = Called("CoInitializeEx");
+    return verdict.fails ? static_cast<HRESULT>(verdict.code) : CoInitializeEx(reserved, kind);
+}
+
+// The table of imports
+
+struct Import {
+    const char* name;
+    void* function;
+};
+
+const Import* ImportNamed(const char* name) {
+    static const std::array<Import, 9> imports = {{
+        {"malloc", reinterpret_cast<void*>(Allocate)},
+        {"calloc", reinterpret_cast<void*>(AllocateZeroed)},
+        {"realloc", reinterpret_cast<void*>(Reallocate)},
+        {"CreateNamedPipeW", reinterpret_cast<void*>(MakePipe)},
+        {"ConnectNamedPipe", reinterpret_cast<void*>(Connect)},
+        {"CreateEventW", reinterpret_cast<void*>(MakeEvent)},
+        {"CreateWaitableTimerExW", reinterpret_cast<void*>(MakePreciseTimer)},
+        {"CreateWaitableTimerW", reinterpret_cast<void*>(MakeTimer)},
+        {"CoInitializeEx", reinterpret_cast<void*>(EnterCom)},
+    }};
+    const auto* found = std::find_if(imports.begin(), imports.end(),
+                                     [name](const Import& import) { return std::strcmp(import.name, name) == 0; });
+    return found == imports.end() ? nullptr : found;
+}
+
+void Replace(void** place, void* function) {
+    DWORD before = 0;
+    VirtualProtect(place, sizeof(*place), PAGE_READWRITE, &before);
+    *place = function;
+    VirtualProtect(place, sizeof(*place), before, &before);
+}
+
+/// The program's own file as it lies in memory.
+class Image {
+public:
+    Image() : base_(reinterpret_cast<std::byte*>(GetModuleHandleW(nullptr))) {}
+
+    template <class Record>
+    Record* At(std::size_t offset) const {
+        return reinterpret_cast<Record*>(base_ + offset);
+    }
+    const IMAGE_IMPORT_DESCRIPTOR* Imports() const {
+        const auto* headers = At<IMAGE_NT_HEADERS64>(static_cast<std::size_t>(At<IMAGE_DOS_HEADER>(0)->e_lfanew));
+        return At<IMAGE_IMPORT_DESCRIPTOR>(
+            headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
+    }
+
+private:
+    std::byte* base_;
+};
+
+void ReplaceImportsOf(const Image& image, const IMAGE_IMPORT_DESCRIPTOR& library) {
+    const auto* names = image.At<IMAGE_THUNK_DATA64>(library.OriginalFirstThunk);
+    void** places = image.At<void*>(library.FirstThunk);
+    for (; names->u1.AddressOfData != 0; ++names, ++places) {
+        if (IMAGE_SNAP_BY_ORDINAL64(names->u1.Ordinal)) {
+            continue;
+        }
+        const auto* byName = image.At<IMAGE_IMPORT_BY_NAME>(names->u1.AddressOfData);
+        if (const Import* import = ImportNamed(reinterpret_cast<const char*>(byName->Name))) {
+            Replace(places, import->function);
+        }
+    }
+}
+
+std::pair<unsigned long, unsigned long> TwoNumbers(const std::string& text) {
+    char* rest = nullptr;
+    const unsigned long first = std::strtoul(text.c_str(), &rest, 10);
+    return {first, std::strtoul(rest, nullptr, 10)};
+}
+
+}  // namespace
+
+void WatchImports() {
+    starvedThread = 0;
+    countedThread = 0;
+    static bool replaced = false;
+    if (std::exchange(replaced, true)) {
+        return;
+    }
+    const Image image;
+    for (const IMAGE_IMPORT_DESCRIPTOR* library = image.Imports(); library->Name != 0; ++library) {
+        ReplaceImportsOf(image, *library);
+    }
+}
+
+void Round(unsigned number) {
+    const auto [first, last] = TwoNumbers(Value("count", "0 0"));
+    if (number == first) {
+        requests = 0;
+        countedThread = GetCurrentThreadId();
+    } else if (number == last) {
+        countedThread = 0;
+        Note("asked for memory " + std::to_string(requests) + " times in " + std::to_string(last - first) + " rounds");
+    }
+    const auto [hungry, bytes] = TwoNumbers(Value("starve", "0 0"));
+    if (number == hungry) {
+        starvedBytes = bytes;
+        starvedThread = GetCurrentThreadId();
+    }
+}
+
+}  // namespace zv::drivers

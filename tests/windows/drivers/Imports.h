@@ -1,0 +1,20 @@
+// The calls of the system that the program under test makes itself, so that a script may let them fail.
+//
+// The program's table of imports is changed in memory; its file and all other modules are left alone. Entries:
+//   CreateEventW, CreateWaitableTimerExW, CreateWaitableTimerW, CoInitializeEx
+//   CreateNamedPipeW:STEM, ConnectNamedPipe:STEM     STEM is the pipe's name up to its first "-"
+// CODE is what GetLastError answers then, and the result of CoInitializeEx. Besides
+//   set starve N BYTES    from round N on, the thread that captures gets no memory in pieces of BYTES or more
+//   set count N LAST      notes how often it asks for memory between these rounds
+// A round is a request for a desktop image, counted from 1 for each duplication.
+#pragma once
+
+namespace zv::drivers {
+
+/// Once a process; later calls only end what `Round` has begun.
+void WatchImports();
+
+/// To be called on the thread that captures.
+void Round(unsigned number);
+
+}  // namespace zv::drivers
