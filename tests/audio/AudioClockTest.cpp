@@ -66,6 +66,26 @@ TEST(AudioClock, TheEndIsRoundedAndNotTheLength) {
     EXPECT_EQ(place.end, 109);
 }
 
+TEST(AudioClock, PacketsWhoseStampsFollowOnOneAnotherTileFromWhereverTheFirstOneBegins) {
+    struct Device {
+        std::uint32_t rate, frames;
+        std::int64_t length;  // of a packet in 100 ns, without a remainder
+    };
+    for (const Device& device : {Device{22050, 441, 200000}, {44100, 441, 100000}, {48000, 480, 100000}}) {
+        // 625 units are 3 frames: all places between two frames that there are.
+        for (std::int64_t offset = 0; offset < 625; ++offset) {
+            std::int64_t stamp = start + offset;
+            std::int64_t end = PacketPlace(stamp, start, 0, device.rate).begin;
+            for (int packet = 0; packet < 100; ++packet) {
+                const FrameRange place = PacketPlace(stamp, start, device.frames, device.rate);
+                ASSERT_EQ(place.begin, end) << device.rate << " Hz, offset " << offset << ", packet " << packet;
+                end = place.end;
+                stamp += device.length;
+            }
+        }
+    }
+}
+
 TEST(AudioClock, AnAbsurdStampFromADriverIsPlacedWithoutOverflow) {
     const FrameRange far = PacketPlace(INT64_MIN, INT64_MAX, 480, 48000);
     EXPECT_LE(far.begin, far.end);

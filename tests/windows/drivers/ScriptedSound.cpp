@@ -9,6 +9,7 @@
 #include <iterator>
 #include <limits>
 #include <numbers>
+#include <numeric>
 #include <sstream>
 
 #include "windows/drivers/Judge.h"
@@ -23,6 +24,14 @@ constexpr std::int64_t nonsenseStamp = 0x0123456789ABCDEF;
 template <class Value>
 void Put(Value value, std::byte* to, std::size_t size = sizeof(Value)) {
     std::memcpy(to, &value, size);
+}
+
+/// 10 ms, or longer until the packet takes a whole number of 100 ns. Else the stamps, which are cut to that, would not
+/// follow on one another: now and then a packet ends before the next one's first frame, by less than a hundredth of a
+/// frame, and where the two round differently a frame of silence is between them.
+unsigned PacketFrames(unsigned rate) {
+    const unsigned step = rate / std::gcd(rate, static_cast<unsigned>(unitsPerSecond));
+    return step == 0 ? 0 : (rate / 100 + step - 1) / step * step;
 }
 
 /// The rest of the last such rule, or no words.
@@ -58,7 +67,7 @@ std::int64_t CounterNow() {
 
 ScriptedSound::ScriptedSound(const std::string& device, const SoundFormat& format) : format_(format) {
     ReadFormat(RuleOf(device, "format"));
-    packetFrames_ = format_.rate / 100;
+    packetFrames_ = PacketFrames(format_.rate);
     if (const Words words = RuleOf(device, "align"); !words.empty()) {
         format_.blockAlign = static_cast<unsigned>(Number(words.at(0)));
     }

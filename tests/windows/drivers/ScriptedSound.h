@@ -5,7 +5,7 @@
 //   set DEVICE format RATE CHANNELS BITS TAG    TAG "pcm", "float", a number, each also with "+ext" behind it
 //   set DEVICE align BYTES                      a false block alignment
 //   set DEVICE tone HZ LEVEL                    channel c has LEVEL / (c + 1); a cosine, at its peak at the start
-//   set DEVICE packet FRAMES
+//   set DEVICE packet FRAMES                    unless set, 10 ms or the next longer time of whole 100 ns
 //   set DEVICE arrive MS                        a packet waits from so long after its first frame was captured, less
 //                                               than 0 is ahead of time; unless set, once its last frame is captured
 //   set DEVICE late FIRST COUNT MS              for these packets instead
