@@ -4,6 +4,7 @@
 // stereo, and the packets are of 10 ms at most. A device that goes away ends its stream; the stream is never moved.
 #include "platform/AudioEndpoint.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "platform/Clock.h"
@@ -23,6 +24,8 @@ struct AudioEndpoint {
     std::string source;  ///< the server's name of what is recorded
     PulseStream stream;  ///< let go of before the client
     PacketClock clock;
+    std::uint64_t emptyAtTurn = 0;    ///< the client's turn by which nothing was left here
+    std::int64_t nextPacketFrom = 0;  ///< no packet can come before; 100 ns
 };
 
 template <>
@@ -43,8 +46,10 @@ void Closer<AudioEndpoint>::operator()(AudioEndpoint* endpoint) const noexcept {
 namespace {
 
 constexpr std::uint32_t frameBytes = 8;
-constexpr std::uint32_t packetBytes = 480 * frameBytes;  ///< 10 ms
+constexpr std::uint32_t packetFrames = 480;  ///< 10 ms
+constexpr std::uint32_t packetBytes = packetFrames * frameBytes;
 constexpr pa_sample_spec mixSpec{PA_SAMPLE_FLOAT32LE, 48000, 2};
+constexpr std::int64_t usualWait = 30000;  ///< 3 ms
 
 struct DefaultNames {
     std::string sink;
@@ -101,6 +106,21 @@ std::optional<std::int64_t> AgeOf(pa_stream& stream) {
     return negative != 0 ? -age : age;
 }
 
+/// A look at the connection costs more than all else between two packets. There is none while what it brought is not
+/// taken yet, which is so as well when another endpoint has looked since, nor before another packet can have come.
+Result TakeInNews(AudioEndpoint& endpoint) {
+    PulseClient& client = *endpoint.client;
+    const bool due = endpoint.emptyAtTurn == client.turns && Counter100ns() >= endpoint.nextPacketFrom;
+    const Result result = due ? Turn(client) : resultOk;
+    return Succeeded(result) ? StreamState(*endpoint.stream) : result;
+}
+
+/// The packets of a stream are as long as one another, and the last one had not waited longer than from look to look.
+std::int64_t EarliestNext(std::int64_t now, std::uint32_t frames) {
+    const std::int64_t length = std::min(frames, packetFrames);  // a hole may be longer
+    return now + length * 10000000 / mixSpec.rate - usualWait;
+}
+
 }  // namespace
 
 Result EnterAudioThread(Owned<AudioThread>& thread) {
@@ -121,7 +141,7 @@ Result FindDefaultEndpoint(AudioEnumerator& enumerator, bool loopback, Owned<Aud
     std::string source;
     const Result result = FindSource(*enumerator.client, loopback, source);
     if (Succeeded(result)) {
-        endpoint.reset(new AudioEndpoint{enumerator.client, std::move(source), nullptr, {}});
+        endpoint.reset(new AudioEndpoint{enumerator.client, std::move(source), nullptr, {}, 0, 0});
     }
     return result;
 }
@@ -159,17 +179,17 @@ void StopEndpoint(AudioEndpoint& endpoint) {
 
 Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
     frames = 0;
-    Result result = Turn(*endpoint.client);
-    if (Succeeded(result)) {
-        result = StreamState(*endpoint.stream);
-    }
-    const void* data = nullptr;
-    std::size_t bytes = 0;
+    const Result result = TakeInNews(endpoint);
     if (Failed(result)) {
         return result;
     }
+    const void* data = nullptr;
+    std::size_t bytes = 0;
     if (pa_stream_peek(endpoint.stream.get(), &data, &bytes) < 0) {
         return StreamState(*endpoint.stream);
+    }
+    if (bytes == 0) {
+        endpoint.emptyAtTurn = endpoint.client->turns;
     }
     frames = static_cast<std::uint32_t>(bytes / frameBytes);
     return resultOk;
@@ -185,7 +205,9 @@ Result TakePacket(AudioEndpoint& endpoint, AudioPacket& packet) {
     packet.data = static_cast<const std::byte*>(data);
     packet.frames = static_cast<std::uint32_t>(bytes / frameBytes);
     packet.silent = data == nullptr;  // a hole in the stream
-    packet.position = StampPacket(endpoint.clock, Counter100ns(), AgeOf(*endpoint.stream), packet.frames);
+    const std::int64_t now = Counter100ns();
+    packet.position = StampPacket(endpoint.clock, now, AgeOf(*endpoint.stream), packet.frames);
+    endpoint.nextPacketFrom = EarliestNext(now, packet.frames);
     return resultOk;
 }
 

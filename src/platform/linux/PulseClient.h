@@ -6,6 +6,7 @@
 
 #include <pulse/pulseaudio.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -17,6 +18,7 @@ namespace zv {
 struct PulseClient {
     pa_mainloop* loop = nullptr;
     pa_context* context = nullptr;
+    std::uint64_t turns = 0;  ///< so often Turn has looked for messages
 
     PulseClient() = default;
     ~PulseClient();
