@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <numeric>
+#include <span>
+#include <type_traits>
 
 namespace zv {
 namespace {
@@ -56,33 +59,66 @@ StereoFrame MixChannels(std::uint32_t channels, const Value& value) {
     return frame;
 }
 
-template <float (*Decode)(const std::byte*), std::size_t sampleBytes>
-inline StereoFrame ConvertFrame(const SourceFormat& format, PacketSound sound, std::int64_t i) {
+// The output frames from number `i` of a packet on. `channels` is the format's count, as a constant where it is the
+// usual one, so that the loop over further channels falls away.
+
+/// At the output's own rate every output frame lies on a frame of the packet: there is nothing to interpolate.
+template <float (*Decode)(const std::byte*), std::size_t sampleBytes, class Channels>
+void TakeFrames(const SourceFormat& format, Channels channels, PacketSound sound, std::int64_t i,
+                std::span<StereoFrame> output) {
     const std::int64_t last = std::int64_t{sound.frames} - 1;
-    if (format.sampleRate == outputRate) {
-        // Every output frame lies on a frame of the packet: there is nothing to interpolate.
+    for (StereoFrame& frame : output) {
         const std::byte* at = sound.data + std::min(last, i) * format.blockAlign;
-        return MixChannels(format.channels, [at](std::uint32_t c) { return Decode(at + c * sampleBytes); });
+        frame = MixChannels(channels, [at](std::uint32_t c) { return Decode(at + c * sampleBytes); });
+        ++i;
     }
-    const double pos = static_cast<double>(format.sampleRate) * static_cast<double>(i) / 48000.0;
-    const std::int64_t a = std::min(last, static_cast<std::int64_t>(pos));
-    const std::int64_t b = std::min(last, a + 1);
-    const auto w = static_cast<float>(pos - static_cast<double>(a));
-    const std::byte* frameA = sound.data + a * format.blockAlign;
-    const std::byte* frameB = sound.data + b * format.blockAlign;
-    return MixChannels(format.channels, [=](std::uint32_t c) {
-        return (1.0F - w) * Decode(frameA + c * sampleBytes) + w * Decode(frameB + c * sampleBytes);
-    });
+}
+
+template <float (*Decode)(const std::byte*), std::size_t sampleBytes, class Channels>
+void InterpolateFrames(const SourceFormat& format, Channels channels, PacketSound sound, std::int64_t i,
+                       std::span<StereoFrame> output) {
+    const std::int64_t last = std::int64_t{sound.frames} - 1;
+    for (StereoFrame& frame : output) {
+        const double pos = static_cast<double>(format.sampleRate) * static_cast<double>(i) / 48000.0;
+        const std::int64_t a = std::min(last, static_cast<std::int64_t>(pos));
+        const std::int64_t b = std::min(last, a + 1);
+        const auto w = static_cast<float>(pos - static_cast<double>(a));
+        const std::byte* frameA = sound.data + a * format.blockAlign;
+        const std::byte* frameB = sound.data + b * format.blockAlign;
+        frame = MixChannels(channels, [=](std::uint32_t c) {
+            return (1.0F - w) * Decode(frameA + c * sampleBytes) + w * Decode(frameB + c * sampleBytes);
+        });
+        ++i;
+    }
+}
+
+/// Files run by run of slots, one or, across the ring's end, two, so that nothing is looked at twice for each frame.
+template <float (*Decode)(const std::byte*), std::size_t sampleBytes, class Channels>
+void FileRuns(AudioRing& ring, const SourceFormat& format, Channels channels, PacketSound sound, FrameRange part,
+              std::int64_t first) {
+    for (std::int64_t t = part.begin; t < part.end;) {
+        const std::int64_t slot = t % ringFrames;
+        const std::int64_t count = std::min(part.end - t, ringFrames - slot);
+        const auto stamp = ring.stamps.begin() + slot;
+        std::iota(stamp, stamp + count, t);
+        const std::span<StereoFrame> output(ring.samples.begin() + slot, static_cast<std::size_t>(count));
+        if (format.sampleRate == outputRate) {
+            TakeFrames<Decode, sampleBytes>(format, channels, sound, t - first, output);
+        } else {
+            InterpolateFrames<Decode, sampleBytes>(format, channels, sound, t - first, output);
+        }
+        t += count;
+    }
 }
 
 template <float (*Decode)(const std::byte*), std::size_t sampleBytes>
 void FileConverted(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange part,
                    std::int64_t first) {
-    auto slot = static_cast<std::size_t>(part.begin % ringFrames);
-    for (std::int64_t t = part.begin; t < part.end; ++t) {
-        ring.stamps[slot] = t;
-        ring.samples[slot] = ConvertFrame<Decode, sampleBytes>(format, sound, t - first);
-        slot = slot + 1 == static_cast<std::size_t>(ringFrames) ? 0 : slot + 1;
+    using Two = std::integral_constant<std::uint32_t, 2>;
+    if (format.channels == Two::value) {
+        FileRuns<Decode, sampleBytes>(ring, format, Two(), sound, part, first);
+    } else {
+        FileRuns<Decode, sampleBytes>(ring, format, format.channels, sound, part, first);
     }
 }
 

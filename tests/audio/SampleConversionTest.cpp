@@ -264,6 +264,32 @@ TEST(SampleConversion, OnlyThePartThatTheRingTakesIsFiledAtItsOwnPlace) {
     EXPECT_EQ(ring.samples[3].left, 0.4F);
 }
 
+TEST(SampleConversion, APacketThatCrossesTheEndOfTheRingGoesOnAtItsBeginning) {
+    const auto bytes = BytesOf<float>({0.1F, 0.5F, 0.2F, 0.25F, 0.3F, 0.75F, 0.4F, 1.0F});
+    for (const std::uint32_t channels : {1U, 2U}) {
+        AudioRing ring;
+        ring.readPosition = 95000;
+        FilePacket(ring, Float(48000, channels), {bytes.data(), 4}, {95998, 96002});
+        const float third = channels == 1 ? 0.2F : 0.3F;
+        EXPECT_EQ(ring.samples[95998].left, 0.1F);
+        EXPECT_EQ(ring.samples[95999].right, channels == 1 ? 0.5F : 0.25F);
+        EXPECT_EQ(ring.samples[0].left, third);
+        EXPECT_EQ(ring.samples[1].right, channels == 1 ? 0.25F : 1.0F);
+        EXPECT_EQ(ring.stamps[95999], 95999);
+        EXPECT_EQ(ring.stamps[0], 96000);
+        EXPECT_EQ(ring.stamps[1], 96001);
+        EXPECT_EQ(ring.stamps[2], -1);
+    }
+    // The same with an interpolation that goes on across the end.
+    AudioRing ring;
+    ring.readPosition = 95000;
+    FilePacket(ring, Float(24000, 2), {bytes.data(), 2}, {95999, 96003});
+    EXPECT_EQ(ring.samples[95999].right, 0.5F);
+    EXPECT_EQ(ring.samples[0].right, 0.375F);
+    EXPECT_EQ(ring.samples[1].right, 0.25F);
+    EXPECT_EQ(ring.samples[2].right, 0.25F);
+}
+
 TEST(SampleConversion, SilenceIsFiledAsStampedZeros) {
     AudioRing ring;
     FileFrame(ring, 5, {0.5F, 0.5F});
