@@ -54,28 +54,27 @@ ZV_AVX2 inline Columns LoadColumns(const std::uint8_t* pixels) {
             Split(_mm256_castps_si256(_mm256_shuffle_ps(first, second, _MM_SHUFFLE(3, 1, 3, 1))))};
 }
 
-ZV_AVX2 inline __m256i Weigh(const Channels& channels, __m256i blueRed, __m256i green, std::int32_t bias) {
-    const __m256i sum =
-        _mm256_add_epi32(_mm256_madd_epi16(channels.blueRed, blueRed), _mm256_madd_epi16(channels.green, green));
-    return _mm256_add_epi32(sum, _mm256_set1_epi32(bias));
-}
-
 /// The upper halves of both, in turns.
 ZV_AVX2 inline __m256i Interleave(__m256i first, __m256i second) {
     return _mm256_blend_epi16(_mm256_srli_epi32(first, matrix::shift), second, 0xAA);
 }
 
 ZV_AVX2 inline __m256i Luma8(const Channels& channels) {
-    return Weigh(channels, Pair(matrix::lumaBlue, matrix::lumaRed), Pair(matrix::lumaGreenHalf, matrix::lumaGreenHalf),
-                 matrix::lumaBias);
+    const __m256i blueRed = _mm256_madd_epi16(channels.blueRed, Pair(matrix::lumaBlue, matrix::lumaRed));
+    const __m256i green = _mm256_madd_epi16(channels.green, Pair(matrix::lumaGreenHalf, matrix::lumaGreenHalf));
+    return _mm256_add_epi32(_mm256_add_epi32(blueRed, green), _mm256_set1_epi32(matrix::lumaBias));
 }
 
 ZV_AVX2 inline __m256i Luma16(const Columns& columns) { return Interleave(Luma8(columns.even), Luma8(columns.odd)); }
 
-/// Eight samples, Cb and Cr in turns, from the sums of their four pixels.
+/// Eight samples, Cb and Cr in turns, from the sums of their four pixels. Since the coefficients sum to zero, those of
+/// blue and red alone do for the differences from green.
 ZV_AVX2 inline __m256i Chroma8(const Channels& sums) {
-    return Interleave(Weigh(sums, Pair(matrix::cbBlue, matrix::cbRed), Pair(matrix::cbGreen, 0), matrix::chromaBias),
-                      Weigh(sums, Pair(matrix::crBlue, matrix::crRed), Pair(matrix::crGreen, 0), matrix::chromaBias));
+    const __m256i differences = _mm256_sub_epi16(sums.blueRed, sums.green);
+    const __m256i bias = _mm256_set1_epi32(matrix::chromaBias);
+    const __m256i cb = _mm256_madd_epi16(differences, Pair(matrix::cbBlue, matrix::cbRed));
+    const __m256i cr = _mm256_madd_epi16(differences, Pair(matrix::crBlue, matrix::crRed));
+    return Interleave(_mm256_add_epi32(cb, bias), _mm256_add_epi32(cr, bias));
 }
 
 /// Packs to bytes and undoes the order in which the lanes of LoadColumns and of the packing leave groups of four.

@@ -52,19 +52,15 @@ ZV_AVX512 inline Columns LoadColumns(const std::uint8_t* pixels) {
             Split(_mm512_castps_si512(_mm512_shuffle_ps(first, second, _MM_SHUFFLE(3, 1, 3, 1))))};
 }
 
-ZV_AVX512 inline __m512i Weigh(const Channels& channels, __m512i blueRed, __m512i green, std::int32_t bias) {
-    return _mm512_dpwssd_epi32(_mm512_dpwssd_epi32(_mm512_set1_epi32(bias), channels.blueRed, blueRed), channels.green,
-                               green);
-}
-
 /// The upper halves of both, in turns.
 ZV_AVX512 inline __m512i Interleave(__m512i first, __m512i second) {
     return _mm512_mask_blend_epi16(0xAAAAAAAAU, _mm512_srli_epi32(first, matrix::shift), second);
 }
 
 ZV_AVX512 inline __m512i Luma16(const Channels& channels) {
-    return Weigh(channels, Pair(matrix::lumaBlue, matrix::lumaRed), Pair(matrix::lumaGreenHalf, matrix::lumaGreenHalf),
-                 matrix::lumaBias);
+    const __m512i blueRed = _mm512_dpwssd_epi32(_mm512_set1_epi32(matrix::lumaBias), channels.blueRed,
+                                                Pair(matrix::lumaBlue, matrix::lumaRed));
+    return _mm512_dpwssd_epi32(blueRed, channels.green, Pair(matrix::lumaGreenHalf, matrix::lumaGreenHalf));
 }
 
 ZV_AVX512 inline __m512i Luma32(const Columns& columns) {
@@ -73,8 +69,10 @@ ZV_AVX512 inline __m512i Luma32(const Columns& columns) {
 
 /// Sixteen samples, Cb and Cr in turns, from the sums of their four pixels.
 ZV_AVX512 inline __m512i Chroma16(const Channels& sums) {
-    return Interleave(Weigh(sums, Pair(matrix::cbBlue, matrix::cbRed), Pair(matrix::cbGreen, 0), matrix::chromaBias),
-                      Weigh(sums, Pair(matrix::crBlue, matrix::crRed), Pair(matrix::crGreen, 0), matrix::chromaBias));
+    const __m512i differences = _mm512_sub_epi16(sums.blueRed, sums.green);
+    const __m512i bias = _mm512_set1_epi32(matrix::chromaBias);
+    return Interleave(_mm512_dpwssd_epi32(bias, differences, Pair(matrix::cbBlue, matrix::cbRed)),
+                      _mm512_dpwssd_epi32(bias, differences, Pair(matrix::crBlue, matrix::crRed)));
 }
 
 /// Packs to bytes and undoes the order in which the lanes of LoadColumns and of the packing leave groups of four.

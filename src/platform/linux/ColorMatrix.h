@@ -21,6 +21,7 @@ inline constexpr std::int32_t cbBlue = 7196;
 inline constexpr std::int32_t crRed = 7196;
 inline constexpr std::int32_t crGreen = -6536;
 inline constexpr std::int32_t crBlue = -660;
+static_assert(cbRed + cbGreen + cbBlue == 0 && crRed + crGreen + crBlue == 0);
 inline constexpr std::int32_t chromaBias = (128 << shift) + (1 << (shift - 1));
 
 }  // namespace zv::matrix
