@@ -343,6 +343,33 @@ TEST_F(LinuxWindow, KeysFollowAChangeOfTheKeyboardMapping) {
     ExpectNoMoreHotKeys(1, 1);
 }
 
+// A server tells of a new mapping whenever another keyboard is typed on.
+TEST_F(LinuxWindow, AChangeThatMovesNoKeyLeavesAReservedOneNobodyElse) {
+    Open();
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
+    std::atomic<int> gaps = 0;
+    std::atomic<bool> done = false;
+    std::thread rival([&] {
+        const OtherClient other(display_.Name());
+        const xcb_keycode_t x = other.CodeOf(XK_x);
+        const xcb_keycode_t far = other.CodeOf(XK_F9);
+        for (int i = 0; i < 300; ++i) {
+            const xcb_keysym_t symbol = i % 2 == 0 ? XK_F9 : XK_F8;
+            xcb_change_keyboard_mapping(other.Get(), 1, far, 1, &symbol);
+            for (int tries = 0; tries < 5; ++tries) {
+                gaps += other.GrabKey(x, XCB_MOD_MASK_1) ? 1 : 0;
+                other.UngrabKey(x, XCB_MOD_MASK_1);
+            }
+        }
+        done = true;
+    });
+    EXPECT_TRUE(RunUntil([&] { return done.load(); }));
+    rival.join();
+    EXPECT_EQ(gaps, 0) << "the key was free for another program";
+    other_->TapWith(XK_Alt_L, other_->CodeOf(XK_x));
+    EXPECT_TRUE(RunUntilHotKeys(1, 1));
+}
+
 TEST_F(LinuxWindow, TimersTickAtTheirPeriods) {
     Open();
     const Clock::time_point start = Clock::now();

@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include "platform/linux/WindowSession.h"
 
@@ -333,18 +335,31 @@ bool HandleKeyboardEvent(Session& session, const xcb_generic_event_t& event) {
     return false;
 }
 
+/// Servers tell of a change whenever another keyboard is typed on. A key that stays where it is is not let go for it:
+/// the press that comes at that moment would be lost, or another program could take the key.
 void FollowKeyboardMapping(Session& session) {
-    if (!session.keyboard.mappingChanged) {
+    Keyboard& keyboard = session.keyboard;
+    if (!keyboard.mappingChanged) {
         return;
     }
-    session.keyboard.mappingChanged = false;
-    session.keyboard.symbols.clear();
-    for (GlobalKey& key : session.keyboard.keys) {
-        Ungrab(session, key);
-    }
+    keyboard.mappingChanged = false;
+    keyboard.symbols.clear();
+    const std::pair before{keyboard.altMask, keyboard.numLockMask};
     ReadModifiers(session);
-    for (GlobalKey& key : session.keyboard.keys) {
-        Grab(session, key);
+    const std::pair now{keyboard.altMask, keyboard.numLockMask};
+    std::vector<GlobalKey*> moved;
+    for (GlobalKey& key : keyboard.keys) {
+        if (before != now || CodesOf(session, KeysymOf(key.virtualKey)) != key.codes) {
+            moved.push_back(&key);
+        }
+    }
+    std::tie(keyboard.altMask, keyboard.numLockMask) = before;
+    for (GlobalKey* key : moved) {
+        Ungrab(session, *key);
+    }
+    std::tie(keyboard.altMask, keyboard.numLockMask) = now;
+    for (GlobalKey* key : moved) {
+        Grab(session, *key);
     }
 }
 
