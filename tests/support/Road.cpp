@@ -315,7 +315,11 @@ ProgramRun::ProgramRun(const ProgramOptions& options) : display_(options.display
         variables[name] = value;
     }
     const std::string program = options.program.empty() ? ProgramPath() : options.program;
-    process_ = Spawned({program, "--background"}, variables, home / "program.log");
+    Arguments command{program};
+    if (options.background) {
+        command.emplace_back("--background");
+    }
+    process_ = Spawned(command, variables, home / "program.log");
 }
 
 ProgramRun::~ProgramRun() {

@@ -84,9 +84,10 @@ struct ProgramOptions {
     Variables variables{};                          ///< over the environment of the run
     std::string temporary{};                        ///< another temporary folder than the run's own
     std::string program{};                          ///< another copy than the one that the build made
+    bool background = true;                         ///< without its main window on the screen
 };
 
-/// The real program, started with --background in folders of its own.
+/// The real program, started in folders of its own.
 class ProgramRun {
 public:
     explicit ProgramRun(const ProgramOptions& options);

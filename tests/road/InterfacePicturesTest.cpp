@@ -1,0 +1,180 @@
+// What the real program's windows look like on the screen, at 100, 150 and 200 % and at the smallest size, beside
+// pictures that somebody has looked at. They are kept as means of blocks, so that another version of the typeface is no
+// difference, and a box that is missing, moved or of another colour is one.
+//
+// With ZV_PICTURES=<folder> the test writes what it sees there, whole and as means, and compares nothing.
+#include <png.h>
+
+#include <array>
+#include <cstdio>
+
+#include "support/InterfaceUser.h"
+
+namespace zv {
+namespace {
+
+using namespace support;
+namespace fs = std::filesystem;
+
+constexpr int blockSize = 16;
+
+Picture MeansOf(const Picture& picture) {
+    Picture means{picture.width / blockSize, picture.height / blockSize, {}};
+    for (int y = 0; y < means.height; ++y) {
+        for (int x = 0; x < means.width; ++x) {
+            std::array<std::uint32_t, 3> sums{};
+            for (int at = 0; at < blockSize * blockSize; ++at) {
+                const std::uint32_t pixel = picture.At(x * blockSize + at % blockSize, y * blockSize + at / blockSize);
+                for (unsigned channel = 0; channel < 3; ++channel) {
+                    sums[channel] += pixel >> 8 * channel & 0xFFU;
+                }
+            }
+            constexpr std::uint32_t count = blockSize * blockSize;
+            means.pixels.push_back(sums[0] / count | sums[1] / count << 8U | sums[2] / count << 16U);
+        }
+    }
+    return means;
+}
+
+void WritePicture(const Picture& picture, const fs::path& path) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = static_cast<png_uint_32>(picture.width);
+    image.height = static_cast<png_uint_32>(picture.height);
+    image.format = PNG_FORMAT_RGB;
+    std::vector<std::uint8_t> bytes;
+    for (const std::uint32_t pixel : picture.pixels) {
+        for (const unsigned shift : {16U, 8U, 0U}) {
+            bytes.push_back(static_cast<std::uint8_t>(pixel >> shift));
+        }
+    }
+    EXPECT_NE(png_image_write_to_file(&image, path.c_str(), 0, bytes.data(), 0, nullptr), 0);
+}
+
+Picture ReadPicture(const fs::path& path) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    EXPECT_NE(png_image_begin_read_from_file(&image, path.c_str()), 0) << path;
+    image.format = PNG_FORMAT_RGB;
+    std::vector<std::uint8_t> bytes(PNG_IMAGE_SIZE(image));
+    EXPECT_NE(png_image_finish_read(&image, nullptr, bytes.data(), 0, nullptr), 0) << path;
+    Picture picture{static_cast<int>(image.width), static_cast<int>(image.height), {}};
+    for (std::size_t at = 0; at + 2 < bytes.size(); at += 3) {
+        picture.pixels.push_back(std::uint32_t{bytes[at]} << 16U | std::uint32_t{bytes[at + 1]} << 8U | bytes[at + 2]);
+    }
+    return picture;
+}
+
+int Distance(std::uint32_t a, std::uint32_t b) {
+    int most = 0;
+    for (const unsigned shift : {0U, 8U, 16U}) {
+        most = std::max(most, std::abs(static_cast<int>(a >> shift & 0xFFU) - static_cast<int>(b >> shift & 0xFFU)));
+    }
+    return most;
+}
+
+/// Letters that stand a little elsewhere change a block by some; a box that is gone changes many by much.
+void ExpectLikeReference(const Picture& picture, const std::string& name) {
+    const Picture means = MeansOf(picture);
+    if (const char* folder = std::getenv("ZV_PICTURES")) {
+        fs::create_directories(fs::path(folder) / "whole");
+        WritePicture(means, fs::path(folder) / (name + ".png"));
+        WritePicture(picture, fs::path(folder) / "whole" / (name + ".png"));
+        return;
+    }
+    const Picture wanted = ReadPicture(fs::path(ZV_PICTURES_FOLDER) / (name + ".png"));
+    ASSERT_EQ(means.width, wanted.width) << name;
+    ASSERT_EQ(means.height, wanted.height) << name;
+    double sum = 0;
+    std::size_t different = 0;
+    for (std::size_t i = 0; i < means.pixels.size(); ++i) {
+        const int distance = Distance(means.pixels[i], wanted.pixels[i]);
+        sum += distance;
+        different += distance > 40 ? 1 : 0;
+    }
+    const auto blocks = static_cast<double>(means.pixels.size());
+    EXPECT_LT(sum / blocks, 3) << name << ": mean distance of a block";
+    EXPECT_LE(static_cast<double>(different), blocks / 200) << name << ": blocks of another colour";
+}
+
+struct Size {
+    int percent;
+    const char* screen;
+};
+
+class InterfacePictures : public testing::TestWithParam<Size> {
+protected:
+    InterfacePictures() {
+        user_.dpi = 96 * GetParam().percent / 100;
+        const std::string resources = "Xft.dpi:\t" + std::to_string(user_.dpi) + "\n";
+        xcb_change_property(user_.Get(), XCB_PROP_MODE_REPLACE, user_.Root(), XCB_ATOM_RESOURCE_MANAGER,
+                            XCB_ATOM_STRING, 8, static_cast<std::uint32_t>(resources.size()), resources.data());
+        user_.Sync();
+    }
+    std::string Name(const std::string& page) const { return page + "-" + std::to_string(GetParam().percent); }
+    void Compare(const std::string& window, const std::string& page) const {
+        ExpectLikeReference(user_.Grab(window), Name(page));
+    }
+    void ParkPointer() const { user_.MovePointer(1, 1); }
+    bool WaitPage(int page) const {
+        user_.Click(mainWindowName, 95, 145 + 57 * page);
+        ParkPointer();
+        return user_.WaitColor(mainWindowName, 30, 145 + 57 * page, color::buttonSelected);
+    }
+
+    PrivateDisplay display_{GetParam().screen};
+    InterfaceUser user_{display_.Name()};
+};
+
+TEST_P(InterfacePictures, LookAsTheyDidWhenTheyWereLookedAt) {
+    user_.Cover({0, 0, 4000, 3000}, 0x406080);
+    ProgramRun run({.display = display_.Name(), .settings = {{"instantReplay", "0"}}, .background = false});
+    const Words paused{{68, 8, 314, 68}, u"Instant replay is paused", color::primaryText, color::toast};
+    ASSERT_TRUE(user_.WaitSays(toastName, paused)) << "what a start without replay says";
+    Compare(toastName, "notification");
+    ASSERT_TRUE(user_.WaitShown(mainWindowName));
+    ASSERT_TRUE(user_.WaitHidden(toastName));
+    const std::uint32_t above = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(user_.Get(), user_.WindowOf(mainWindowName), XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    ASSERT_TRUE(WaitPage(0));
+    Compare(mainWindowName, "home");
+
+    ASSERT_TRUE(user_.OpenOverlay());
+    user_.Click(overlayName, 385, 200);
+    ParkPointer();
+    ASSERT_TRUE(user_.WaitColor(overlayName, 330, 300, Rgb(24, 19, 34)));
+    ASSERT_TRUE(user_.WaitColor(overlayName, 322, 150, color::black));
+    Compare(overlayName, "tiles");
+    user_.Click(overlayName, 832, 190);
+    ParkPointer();
+    ASSERT_TRUE(user_.WaitColor(overlayName, 160, 530, color::overlayPanel));
+    Compare(overlayName, "shortcuts");
+    user_.Click(overlayName, 600, 194);
+    ASSERT_TRUE(user_.WaitShown(editorName));
+    ASSERT_TRUE(user_.WaitSays(editorName,
+                               {{20, 99, 550, 135}, u"Escape cancels without changing your shortcut.", color::purple}));
+    Compare(editorName, "editor");
+    user_.TapKey(XK_Escape);
+    ASSERT_TRUE(user_.CloseOverlay());
+    if (GetParam().percent != 100) {
+        EXPECT_EQ(run.End(), 0);
+        return;
+    }
+    // As small as the window gets it is the window, not the display, that says how large things are.
+    const std::uint32_t least[] = {900, 600};
+    xcb_configure_window(user_.Get(), user_.WindowOf(mainWindowName),
+                         XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, least);
+    user_.Sync();
+    ASSERT_TRUE(WaitPage(4));
+    Compare(mainWindowName, "smallest-help");
+    ASSERT_TRUE(WaitPage(0));
+    Compare(mainWindowName, "smallest-home");
+    EXPECT_EQ(run.End(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Scaled, InterfacePictures,
+                         testing::Values(Size{100, "1280x900"}, Size{150, "1920x1080"}, Size{200, "2560x1440"}),
+                         [](const auto& each) { return std::to_string(each.param.percent) + "Percent"; });
+
+}  // namespace
+}  // namespace zv

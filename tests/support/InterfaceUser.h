@@ -1,0 +1,249 @@
+// The user in front of the program's windows: finds them by their classes, points at places of their design, and reads
+// what the screen shows, its words included.
+#pragma once
+
+#include <X11/keysym.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/Canvas.h"
+#include "support/Road.h"
+#include "support/XClient.h"
+#include "ui/Colors.h"
+#include "ui/DrawingFrame.h"
+#include "ui/Fonts.h"
+
+namespace zv::support {
+
+inline constexpr char mainWindowName[] = "ZVReelsMainV3";
+inline constexpr char overlayName[] = "ZVReelsOverlayV3";
+inline constexpr char badgeName[] = "ZVGameStatusBadge";
+inline constexpr char toastName[] = "ZVCaptureNotification315";
+inline constexpr char editorName[] = "ZVShortcutEditor315";
+
+/// 0x00RRGGBB of a colour of the interface.
+constexpr std::uint32_t ScreenColor(Color color) {
+    return (color & 0xFFU) << 16U | (color & 0xFF00U) | (color >> 16U & 0xFFU);
+}
+
+/// Part of the screen, 0x00RRGGBB, row after row.
+struct Picture {
+    int width = 0;
+    int height = 0;
+    std::vector<std::uint32_t> pixels;
+
+    std::uint32_t At(int x, int y) const { return pixels[static_cast<std::size_t>(y * width + x)]; }
+    std::size_t CountOf(std::uint32_t color) const {
+        return static_cast<std::size_t>(std::count(pixels.begin(), pixels.end(), color));
+    }
+};
+
+/// A line of the interface, as a page draws it.
+struct Words {
+    Rectangle box;  ///< in design pixels
+    Text text;
+    Color color = color::primaryText;
+    Color background = color::windowBackground;
+    FontRole font = FontRole::Small;
+    TextLayout layout = TextLayout::Line;
+    Rectangle look = {};  ///< what of the box is looked at; empty: all of it
+};
+
+class InterfaceUser : public OtherClient {
+public:
+    explicit InterfaceUser(const std::string& display) : OtherClient(display) {
+        if (FontOf(FontRole::Small) == nullptr) {
+            CreateFonts();
+        }
+    }
+
+    /// The program's window of that class, under a window manager's frame or not. 0 when there is none.
+    xcb_window_t WindowOf(const std::string& name) const { return FindBelow(Root(), "_ZORVEL_WINDOW_CLASS", name); }
+    bool IsViewable(xcb_window_t window) const {
+        const Reply<xcb_get_window_attributes_reply_t> reply(
+            xcb_get_window_attributes_reply(Get(), xcb_get_window_attributes(Get(), window), nullptr));
+        return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
+    }
+    /// Whether it is on the screen.
+    bool Shows(const std::string& name) const {
+        const xcb_window_t window = WindowOf(name);
+        return window != XCB_WINDOW_NONE && IsViewable(window);
+    }
+    bool WaitShown(const std::string& name) const {
+        return WaitUntil([&] { return Shows(name); });
+    }
+    bool WaitHidden(const std::string& name) const {
+        return WaitUntil([&] { return !Shows(name); });
+    }
+    /// In coordinates of the screen, whatever window holds it.
+    Rectangle OnScreen(xcb_window_t window) const {
+        const Rectangle own = PlaceOf(window);
+        const Reply<xcb_translate_coordinates_reply_t> at(
+            xcb_translate_coordinates_reply(Get(), xcb_translate_coordinates(Get(), window, Root(), 0, 0), nullptr));
+        return at ? Rectangle{at->dst_x, at->dst_y, at->dst_x + own.Width(), at->dst_y + own.Height()} : Rectangle{};
+    }
+    /// The client area, in coordinates of the screen.
+    Rectangle Client(const std::string& name) const { return OnScreen(WindowOf(name)); }
+    /// Device pixels of a design pixel.
+    double Scale(const std::string& name) const {
+        UiState state;
+        const Rectangle client = Client(name);
+        if (name == overlayName) {
+            FitOverlay(state, client.Width(), client.Height());
+        } else if (name == mainWindowName) {
+            FitMainWindow(state, client.Width(), client.Height(), dpi);
+        } else if (name == toastName) {
+            state.scale = client.Width() / 330.0;
+        }
+        return state.scale;
+    }
+    /// Where a place of the design lies on the screen.
+    Point Spot(const std::string& name, int x, int y) const {
+        const Rectangle client = Client(name);
+        const double scale = Scale(name);
+        return {client.left + static_cast<int>(x * scale), client.top + static_cast<int>(y * scale)};
+    }
+    void Click(const std::string& name, int x, int y, std::uint8_t button = 1) const {
+        const Point at = Spot(name, x, y);
+        ClickAt(at.x, at.y, button);
+    }
+    std::uint32_t ColorOf(const std::string& name, int x, int y) const {
+        const Point at = Spot(name, x, y);
+        return PixelAt(at.x, at.y);
+    }
+    bool WaitColor(const std::string& name, int x, int y, Color color) const {
+        return WaitUntil([&] { return ColorOf(name, x, y) == ScreenColor(color); });
+    }
+
+    Picture Grab(const Rectangle& area) const {
+        Picture picture{area.Width(), area.Height(), {}};
+        picture.pixels.resize(static_cast<std::size_t>(picture.width * picture.height));
+        constexpr int rows = 64;  // a reply has a limit
+        for (int top = 0; top < picture.height; top += rows) {
+            const int count = std::min(rows, picture.height - top);
+            const Reply<xcb_get_image_reply_t> image(xcb_get_image_reply(
+                Get(),
+                xcb_get_image(Get(), XCB_IMAGE_FORMAT_Z_PIXMAP, Root(), static_cast<std::int16_t>(area.left),
+                              static_cast<std::int16_t>(area.top + top), static_cast<std::uint16_t>(picture.width),
+                              static_cast<std::uint16_t>(count), ~0U),
+                nullptr));
+            if (!image) {
+                return {};
+            }
+            std::memcpy(picture.pixels.data() + static_cast<std::size_t>(top * picture.width),
+                        xcb_get_image_data(image.get()), static_cast<std::size_t>(picture.width * count) * 4);
+        }
+        for (std::uint32_t& pixel : picture.pixels) {
+            pixel &= 0xFFFFFFU;
+        }
+        return picture;
+    }
+    Picture Grab(const std::string& name) const { return Grab(Client(name)); }
+
+    /// Whether the window says so, letter for letter: the same words are drawn beside it and compared.
+    bool Says(const std::string& name, const Words& words) const { return SaysAt(Client(name), Scale(name), words); }
+    bool SaysAt(const Rectangle& client, double scale, const Words& words) const {
+        const Owned<Canvas> canvas = MakeCanvas(std::max(client.Width(), 1), std::max(client.Height(), 1));
+        FillBox(*canvas, {0, 0, client.Width(), client.Height()}, words.background);
+        PushTransform(*canvas, {}, scale);
+        DrawTextInBox(*canvas, words.box, words.text, words.color, *FontOf(words.font), words.layout);
+        PopTransform(*canvas);
+        const PixelView wanted = PixelsOf(*canvas);
+        const Rectangle& look = words.look == Rectangle{} ? words.box : words.look;
+        const Rectangle box{static_cast<int>(look.left * scale) + 1, static_cast<int>(look.top * scale) + 1,
+                            static_cast<int>(look.right * scale) - 1, static_cast<int>(look.bottom * scale) - 1};
+        const Picture found = Grab(
+            Rectangle{client.left + box.left, client.top + box.top, client.left + box.right, client.top + box.bottom});
+        bool any = false;
+        for (int y = 0; y < found.height; ++y) {
+            for (int x = 0; x < found.width; ++x) {
+                const std::uint32_t pixel = wanted.pixels[(box.top + y) * wanted.width + box.left + x] & 0xFFFFFFU;
+                any = any || pixel != ScreenColor(words.background);
+                if (found.At(x, y) != pixel) {
+                    return false;
+                }
+            }
+        }
+        return any;  // an empty box says nothing
+    }
+    bool WaitSays(const std::string& name, const Words& words) const {
+        return WaitUntil([&] { return Says(name, words); });
+    }
+
+    void TapKey(xcb_keysym_t symbol) const { Tap(CodeOf(symbol)); }
+    /// With the modifiers held.
+    void TapKey(std::vector<xcb_keysym_t> modifiers, xcb_keysym_t symbol) const {
+        for (const xcb_keysym_t modifier : modifiers) {
+            Press(CodeOf(modifier));
+        }
+        TapKey(symbol);
+        for (const xcb_keysym_t modifier : modifiers) {
+            Release(CodeOf(modifier));
+        }
+    }
+    /// The shortcut as it is delivered.
+    void PressOverlayKey() const { TapKey({XK_Alt_L}, XK_x); }
+    bool OpenOverlay() const {
+        if (Shows(overlayName)) {
+            return true;
+        }
+        PressOverlayKey();
+        // The header is there when it has been painted.
+        return WaitShown(overlayName) && WaitColor(overlayName, 500, 45, color::black);
+    }
+    bool CloseOverlay() const {
+        if (Shows(overlayName)) {
+            PressOverlayKey();
+        }
+        return WaitHidden(overlayName);
+    }
+
+    int dpi = 96;  ///< what the display says
+
+    /// The window whose property has that value, a few frames deep. 0 when there is none.
+    xcb_window_t FindBelow(xcb_window_t parent, const std::string& property, const std::string& value,
+                           int depth = 5) const {
+        const std::vector<xcb_window_t> children = ChildrenOf(parent);
+        for (const xcb_window_t child : children) {
+            if (Property(child, property) == value) {
+                return child;
+            }
+        }
+        for (const xcb_window_t child : children) {
+            const xcb_window_t found =
+                depth > 1 ? FindBelow(child, property, value, depth - 1) : xcb_window_t{XCB_WINDOW_NONE};
+            if (found != XCB_WINDOW_NONE) {
+                return found;
+            }
+        }
+        return XCB_WINDOW_NONE;
+    }
+};
+
+/// The value of a key of settings.ini.
+inline std::string SettingOf(const ProgramRun& run, const std::string& key) {
+    const std::string text = "\n" + ReadAll(run.DataFolder() / "settings.ini");
+    const std::size_t at = text.find("\n" + key + "=");
+    if (at == std::string::npos) {
+        return "(none)";
+    }
+    const std::size_t begin = at + key.size() + 2;
+    return text.substr(begin, text.find_first_of("\r\n", begin) - begin);
+}
+
+inline bool WaitSetting(const ProgramRun& run, const std::string& key, const std::string& value) {
+    return WaitUntil([&] { return SettingOf(run, key) == value; });
+}
+
+/// A helper program of the desktop (a window manager, a compositor, a notification area).
+inline Spawned StartOnDisplay(const std::string& display, const Arguments& command,
+                              const std::filesystem::path& folder) {
+    return Spawned(command, {{"DISPLAY", display}, {"HOME", folder.string()}}, folder / "desktop-program.log");
+}
+
+}  // namespace zv::support
