@@ -229,6 +229,15 @@ TEST_F(LinuxWindowSurface, BeforeTheFirstPaintNothingOfAKeyedWindowShows) {
     EXPECT_EQ(other_->PixelAt(200, 160), green);
 }
 
+TEST_F(LinuxWindowSurface, BeforeTheFirstPaintANotificationIsNoEmptyBox) {
+    other_->Cover({0, 0, 800, 600}, green);
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    FlushScreen();
+    EXPECT_EQ(other_->PixelAt(200, 160), green);
+    EXPECT_TRUE(RunUntilPixel(*window, 200, 160, red));
+}
+
 TEST_F(LinuxWindowSurface, ClicksGoThroughANotification) {
     other_->Cover({0, 0, 800, 600}, green);
     WindowOptions options = Overlay();

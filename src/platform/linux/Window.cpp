@@ -193,14 +193,18 @@ xcb_window_t MakeServerWindow(Session& session, const WindowOptions& options) {
         XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_POINTER_MOTION |
         XCB_EVENT_MASK_LEAVE_WINDOW | XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE |
         XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE | XCB_EVENT_MASK_FOCUS_CHANGE;
-    // A window that grows keeps its picture until it is painted anew.
-    const std::array<std::uint32_t, 4> values{deepColour ? background : session.screen->black_pixel,
+    // A window that grows keeps its picture until it is painted anew. One that comes up over a game shows what lies
+    // beneath until then, not an empty box.
+    const std::uint32_t backPixel = deepColour ? background : session.screen->black_pixel;
+    const std::array<std::uint32_t, 4> values{bare ? std::uint32_t{XCB_BACK_PIXMAP_NONE} : backPixel,
                                               XCB_GRAVITY_NORTH_WEST, bare ? 1U : 0U, events};
     const xcb_void_cookie_t made = xcb_create_window_checked(
         connection, XCB_COPY_FROM_PARENT, id, session.screen->root, static_cast<std::int16_t>(options.left),
         static_cast<std::int16_t>(options.top), static_cast<std::uint16_t>(options.width),
         static_cast<std::uint16_t>(options.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-        XCB_CW_BACK_PIXEL | XCB_CW_BIT_GRAVITY | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values.data());
+        (bare ? XCB_CW_BACK_PIXMAP : XCB_CW_BACK_PIXEL) | XCB_CW_BIT_GRAVITY | XCB_CW_OVERRIDE_REDIRECT |
+            XCB_CW_EVENT_MASK,
+        values.data());
     const Reply<xcb_generic_error_t> error(xcb_request_check(connection, made));
     return error || xcb_connection_has_error(connection) != 0 ? xcb_window_t{XCB_WINDOW_NONE} : id;
 }
