@@ -209,7 +209,8 @@ bool HandleMenuEvent(Session& session, const xcb_generic_event_t& event) {
             }
             return input.event == id;
         case XCB_BUTTON_PRESS:
-            if (input.event == id && !IsInside(menu, input.event_x, input.event_y)) {
+            if (input.event == id && !TakeSecondTrayClick(session, input) &&
+                !IsInside(menu, input.event_x, input.event_y)) {
                 End(menu, -1);
             }
             return input.event == id;
@@ -299,6 +300,13 @@ void Run(Session& session, Menu& menu) {
 }
 
 }  // namespace
+
+void EndMenu() {
+    if (open != nullptr) {
+        End(*open, -1);
+    }
+}
+
 }  // namespace x11
 
 int ChooseFromMenu(AppWindow& owner, std::span<const MenuItem> items) {

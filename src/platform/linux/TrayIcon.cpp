@@ -5,6 +5,7 @@
 #include "platform/TrayIcon.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 #include "platform/Files.h"
@@ -19,7 +20,9 @@ struct TrayIcon {
     int size = 0;
     xcb_gcontext_t context = XCB_NONE;
     std::uint32_t lastClickMs = 0;
+    Point lastClick;  ///< on the screen
     bool clicked = false;
+    bool releaseIsDone = false;  ///< of a click that counted when it was pressed
 };
 
 namespace x11 {
@@ -27,6 +30,7 @@ namespace {
 
 constexpr std::uint32_t taskbarCreated = 0xC000;
 constexpr std::uint32_t doubleClickMs = 400;
+constexpr int doubleClickSlack = 4;
 constexpr int firstSize = 22;
 
 /// There is one. Null while it is not in any area.
@@ -73,15 +77,34 @@ void Tell(Session& session, const TrayIcon& icon, std::uint32_t event) {
     session.queue.push_back({icon.options.window, icon.options.message, 0, static_cast<std::intptr_t>(event)});
 }
 
+/// The menu that the first click asked for goes, or does not come up at all.
+void TellDoubleClick(Session& session, const TrayIcon& icon) {
+    std::erase_if(session.queue, [&](const Message& waiting) {
+        return waiting.window == icon.options.window && waiting.code == icon.options.message &&
+               waiting.lParam == static_cast<std::intptr_t>(trayEvent::select);
+    });
+    EndMenu();
+    Tell(session, icon, message::leftButtonDoubleClick);
+}
+
 /// The same events in the same order as Windows' area: the first click selects, the second one opens.
 void HandleButton(Session& session, TrayIcon& icon, const xcb_button_press_event_t& event) {
     if (event.detail == XCB_BUTTON_INDEX_3) {
         Tell(session, icon, message::rightButtonUp);
-    } else if (event.detail == XCB_BUTTON_INDEX_1) {
-        const bool second = icon.clicked && event.time - icon.lastClickMs <= doubleClickMs;
-        icon.clicked = !second;
-        icon.lastClickMs = event.time;
-        Tell(session, icon, second ? message::leftButtonDoubleClick : trayEvent::select);
+        return;
+    }
+    const bool inTime = event.time - icon.lastClickMs <= doubleClickMs;
+    if (event.detail != XCB_BUTTON_INDEX_1 || (std::exchange(icon.releaseIsDone, false) && inTime)) {
+        return;
+    }
+    const bool second = icon.clicked && inTime;
+    icon.clicked = !second;
+    icon.lastClickMs = event.time;
+    icon.lastClick = {event.root_x, event.root_y};
+    if (second) {
+        TellDoubleClick(session, icon);
+    } else {
+        Tell(session, icon, trayEvent::select);
     }
 }
 
@@ -169,6 +192,22 @@ void Dock(Session& session, const TrayIcon& icon, xcb_window_t host) {
 }
 
 }  // namespace
+
+bool TakeSecondTrayClick(Session& session, const xcb_button_press_event_t& press) {
+    TrayIcon* icon = standing;
+    if (icon == nullptr || !icon->clicked || press.detail != XCB_BUTTON_INDEX_1 ||
+        press.time - icon->lastClickMs > doubleClickMs ||
+        std::abs(press.root_x - icon->lastClick.x) > doubleClickSlack ||
+        std::abs(press.root_y - icon->lastClick.y) > doubleClickSlack) {
+        return false;
+    }
+    icon->clicked = false;
+    icon->releaseIsDone = true;
+    icon->lastClickMs = press.time;
+    TellDoubleClick(session, *icon);
+    return true;
+}
+
 }  // namespace x11
 
 template <>

@@ -209,8 +209,16 @@ std::uint32_t ModifiersOf(const Session& session, std::uint16_t state);
 void OpenKeyboard(Session& session);
 /// True when the event was one of the keyboard's.
 bool HandleKeyboardEvent(Session& session, const xcb_generic_event_t& event);
-/// Reserves every key anew after the mapping has changed.
+/// Reserves the keys that a change of the mapping has moved where they are now.
 void FollowKeyboardMapping(Session& session);
+
+// PopupMenu.cpp
+/// Without a choice. Nothing when no menu is open.
+void EndMenu();
+
+// TrayIcon.cpp
+/// Whether the press, which an open menu got, is the second of a double click on the icon. The menu has ended then.
+bool TakeSecondTrayClick(Session& session, const xcb_button_press_event_t& press);
 
 }  // namespace x11
 }  // namespace zv
