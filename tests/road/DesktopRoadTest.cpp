@@ -29,10 +29,10 @@ protected:
             StartOnDisplay(display_.Name(), {"openbox", "--config-file", folder_.Path() / "rc.xml"}, folder_.Path());
         ASSERT_TRUE(WaitUntil([&] { return !user_.Property(user_.Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
     }
-    void StartTray() {
+    void StartTray(const std::string& edge = "bottom") {
         tray_ = StartOnDisplay(display_.Name(),
-                               {"trayer", "--edge", "bottom", "--align", "left", "--widthtype", "request", "--height",
-                                "24", "--SetDockType", "false"},
+                               {"trayer", "--edge", edge, "--align", "left", "--widthtype", "request", "--height", "24",
+                                "--SetDockType", "false"},
                                folder_.Path());
     }
     ProgramOptions Options(bool background) const {
@@ -88,6 +88,15 @@ protected:
         const std::vector<xcb_window_t> before = user_.TopLevels();
         ClickIcon(button);
         return WaitMenu(before);
+    }
+    /// No window of a menu's colour among those that were not there before.
+    bool IsWithoutMenu(const std::vector<xcb_window_t>& before) const {
+        const std::vector<xcb_window_t> tops = user_.TopLevels();
+        return std::none_of(tops.begin(), tops.end(), [&](xcb_window_t top) {
+            const Rectangle place = user_.PlaceOf(top);
+            return std::find(before.begin(), before.end(), top) == before.end() && user_.IsViewable(top) &&
+                   user_.PixelAt(place.right - 3, place.top + 3) == ScreenColor(Rgb(26, 28, 38));
+        });
     }
     bool WaitNoMenu() const {
         return WaitUntil([&] { return !user_.IsViewable(menu_); });
@@ -282,19 +291,37 @@ TEST_F(DesktopRoad, TheIconsMenuIsUsedByMouseAndByKeyboard) {
     EXPECT_FALSE(std::filesystem::exists(run.DataFolder() / "running.lock"));
 }
 
+// A single click opens the menu, which is on the screen or not yet when the second one comes.
 TEST_F(DesktopRoad, AClosedWindowComesBackByADoubleClickOnTheIcon) {
     StartWindowManager();
-    StartTray();
     ProgramRun run(Options(false));
     AwaitStart(run);
     ASSERT_TRUE(user_.WaitShown(mainWindowName));
-    ASSERT_TRUE(WaitIcon());
-    user_.CloseByBox(user_.WindowOf(mainWindowName));
-    ASSERT_TRUE(user_.WaitHidden(mainWindowName));
-    ClickIcon();
-    ClickIcon();
-    EXPECT_TRUE(user_.WaitShown(mainWindowName));
-    EXPECT_TRUE(HasFocus());
+    for (const char* edge : {"bottom", "top"}) {
+        StartTray(edge);
+        ASSERT_TRUE(WaitIcon());
+        for (const int betweenMs : {0, 60, 150}) {
+            user_.CloseByBox(user_.WindowOf(mainWindowName));
+            ASSERT_TRUE(user_.WaitHidden(mainWindowName));
+            const std::vector<xcb_window_t> before = user_.TopLevels();
+            ClickIcon();
+            std::this_thread::sleep_for(std::chrono::milliseconds(betweenMs));
+            user_.PressButton(1);
+            std::this_thread::sleep_for(std::chrono::milliseconds(betweenMs / 2));
+            user_.ReleaseButton(1);
+            EXPECT_TRUE(user_.WaitShown(mainWindowName)) << edge << " " << betweenMs;
+            EXPECT_TRUE(HasFocus());
+            EXPECT_TRUE(WaitUntil([&] { return IsWithoutMenu(before); })) << "the menu has gone";
+            // Another click is a first one again.
+            std::this_thread::sleep_for(std::chrono::milliseconds(450));
+            EXPECT_TRUE(OpenMenu(1)) << edge << " " << betweenMs;
+            user_.TapKey(XK_Escape);
+            EXPECT_TRUE(WaitNoMenu());
+            std::this_thread::sleep_for(std::chrono::milliseconds(450));
+        }
+        tray_ = Spawned();
+        ASSERT_TRUE(WaitUntil([&] { return !Icon(); }));
+    }
 }
 
 TEST_F(DesktopRoad, ANotificationAreaThatIsStartedAnewGetsTheIconAgain) {
