@@ -78,6 +78,38 @@ TEST_F(OverlayRoad, OpensOverAGameThatKeepsItsKeysAndTheClicksBetweenTheTiles) {
     EXPECT_EQ(user_.Focus(), window);
 }
 
+/// A window that the window manager frames and gives the keyboard, which has typed keys told.
+xcb_window_t OpenManagedWindow(const OtherClient& client) {
+    const xcb_window_t window = xcb_generate_id(client.Get());
+    const std::uint32_t values[] = {gameColor, XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_KEY_PRESS};
+    xcb_create_window(client.Get(), XCB_COPY_FROM_PARENT, window, client.Root(), 0, 0, 1500, 900, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK,
+                      values);
+    xcb_map_window(client.Get(), window);
+    client.Sync();
+    return window;
+}
+
+TEST_F(OverlayRoad, UnderAWindowManagerTheOtherProgramStaysTheActiveOne) {
+    const Spawned manager = StartOnDisplay(display_.Name(), {"openbox", "--config-file", "/dev/null"}, folder_.Path());
+    ASSERT_TRUE(WaitUntil([&] { return !user_.Property(user_.Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
+    const xcb_window_t window = OpenManagedWindow(game_);
+    ASSERT_TRUE(WaitUntil([&] { return user_.Focus() == window; }));
+    const std::string active = user_.Property(user_.Root(), "_NET_ACTIVE_WINDOW");
+    const ProgramRun run(Options("0"));
+    AwaitStart(run);
+    ASSERT_TRUE(user_.OpenOverlay());
+    Click(replayTile);
+    ASSERT_TRUE(user_.WaitColor(overlayName, 323, 300, Rgb(24, 19, 34)));
+    EXPECT_EQ(user_.Focus(), window);
+    EXPECT_EQ(user_.Property(user_.Root(), "_NET_ACTIVE_WINDOW"), active);
+    game_.Events(XCB_KEY_PRESS);
+    user_.TapKey(XK_w);
+    EXPECT_TRUE(WaitUntil([&] { return game_.Events(XCB_KEY_PRESS) == 1; }));
+    EXPECT_TRUE(user_.CloseOverlay());
+    EXPECT_EQ(user_.Focus(), window);
+}
+
 TEST_F(OverlayRoad, ClosesByItsKeyItsCrossAndARightClickAndComesBackOnTheSamePage) {
     StartGame();
     const ProgramRun run(Options("0"));
