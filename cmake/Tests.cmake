@@ -26,6 +26,8 @@ endif()
 # What is compiled once for all tests: the entry point, the stand-ins and the headers of GoogleTest. Tests are compiled
 # for speed of compiling; what they exercise is not.
 set(zv_test_flags -O0 -g1)
+# These make or move whole pictures, and would take ten times as long.
+set(zv_busy_stand_ins BytePipe DesktopCapture EncoderLibrary NumberedDesktop)
 
 # zv_shared_object(OUT NAME SOURCE COMPILE FLAGS...): an object library of one file, made when it is first asked for.
 function(zv_shared_object out name source compile)
@@ -55,14 +57,12 @@ function(zv_test_program name compile suffix)
   # Their objects alone: with what they link, GoogleTest would stand ahead of the program's archives, and take what it
   # wants of the standard library from those.
   set(objects $<TARGET_OBJECTS:${main}>)
-  set(stand_in_flags -O1 -g1)
-  if(suffix)
-    set(stand_in_flags ${zv_test_flags})
-  endif()
   foreach(stand_in IN LISTS T_STAND_INS)
-    zv_shared_object(object stand_in_${stand_in} stand_in/${stand_in}.cpp ${compile} ${stand_in_flags})
-    if(suffix)
+    if(suffix AND NOT stand_in IN_LIST zv_busy_stand_ins)
+      zv_shared_object(object stand_in_${stand_in} stand_in/${stand_in}.cpp ${compile} ${zv_test_flags})
       target_precompile_headers(${object} REUSE_FROM ${main})
+    else()
+      zv_shared_object(object stand_in_${stand_in} stand_in/${stand_in}.cpp ${compile} -O1 -g1)
     endif()
     list(APPEND objects $<TARGET_OBJECTS:${object}>)
   endforeach()

@@ -1,7 +1,6 @@
 #include "ui/Overlay.h"
 
 #include <algorithm>
-#include <iterator>
 #include <optional>
 
 #include "core/Settings.h"
@@ -156,13 +155,10 @@ void OpenGallery() {
 
 std::uint32_t OverlaySignature() {
     const Settings& settings = CurrentSettings();
-    const bool bits[] = {Ui().captureJobSlot.IsBusy(), GetRecordingStatus().recording, Engine().replayRunning,
-                         settings.micEnabled,          settings.gameAudioEnabled,      Ui().secondsReady >= 1};
-    std::uint32_t signature = 0;
-    for (std::uint32_t i = 0; i < std::size(bits); ++i) {
-        signature |= (bits[i] ? 1U : 0U) << i;
-    }
-    return signature;
+    const auto bit = [](bool on, std::uint32_t place) { return on ? 1U << place : 0U; };
+    return bit(Ui().captureJobSlot.IsBusy(), 0) | bit(GetRecordingStatus().recording, 1) |
+           bit(Engine().replayRunning, 2) | bit(settings.micEnabled, 3) | bit(settings.gameAudioEnabled, 4) |
+           bit(Ui().secondsReady >= 1, 5);
 }
 
 void RefreshOverlay() {

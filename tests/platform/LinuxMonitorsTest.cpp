@@ -1,9 +1,10 @@
 #include <gtest/gtest.h>
-#include <xcb/randr.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <memory>
+#include <string>
 #include <thread>
 
 #include "platform/Monitors.h"
@@ -17,32 +18,11 @@ namespace {
 
 using support::XServer;
 
-struct Place {
-    std::int16_t x;
-    std::uint16_t width;
-    bool primary;
-};
-
-/// Adds a monitor that is one part of the screen.
-void AddMonitor(const std::string& name, const Place& place, std::uint16_t height) {
-    const std::optional<XDisplay> display = ThreadDisplay();
-    ASSERT_TRUE(display);
-    const auto cookie = xcb_intern_atom(display->connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
-    const auto atom = Held(xcb_intern_atom_reply(display->connection, cookie, nullptr));
-    ASSERT_TRUE(atom);
-    xcb_randr_monitor_info_t info{};
-    info.name = atom->atom;
-    info.primary = place.primary ? 1 : 0;
-    info.automatic = 0;
-    info.x = place.x;
-    info.width = place.width;
-    info.height = height;
-    info.width_in_millimeters = 100;
-    info.height_in_millimeters = 100;
-    xcb_randr_query_version(display->connection, 1, 5);
-    const auto failed = Held(xcb_request_check(
-        display->connection, xcb_randr_set_monitor_checked(display->connection, display->root, &info)));
-    ASSERT_FALSE(failed);
+/// Adds a monitor that is one part of the screen; a star before the name makes it the primary one. By the command,
+/// because the library's request sends memory that it has not written.
+void AddMonitor(const std::string& name, const std::string& place) {
+    const std::string command = "xrandr --setmonitor '" + name + "' " + place + " none";
+    ASSERT_EQ(std::system(command.c_str()), 0);
 }
 
 const MonitorRecord* Find(const std::vector<MonitorRecord>& records, TextView name) {
@@ -68,8 +48,8 @@ TEST(LinuxMonitors, AScreenWithoutAPrimaryMonitorHasItsFirstForPrimary) {
 
 TEST(LinuxMonitors, EveryMonitorIsListedWithItsNameItsPlaceAndWhichIsPrimary) {
     const XServer server("1600x600x24");
-    ASSERT_NO_FATAL_FAILURE(AddMonitor("left side", {0, 1000, false}, 600));
-    ASSERT_NO_FATAL_FAILURE(AddMonitor("right", {1000, 600, true}, 500));
+    ASSERT_NO_FATAL_FAILURE(AddMonitor("left side", "1000/100x600/100+0+0"));
+    ASSERT_NO_FATAL_FAILURE(AddMonitor("*right", "600/100x500/100+1000+0"));
     const std::vector<MonitorRecord> records = ListMonitorRecords();
     const MonitorRecord* left = Find(records, u"left side");
     const MonitorRecord* right = Find(records, u"right");
@@ -88,7 +68,7 @@ TEST(LinuxMonitors, EveryMonitorIsListedWithItsNameItsPlaceAndWhichIsPrimary) {
 
 TEST(LinuxMonitors, TheOutputsOfTheFirstAdapterAreTheMonitorsUpright) {
     const XServer server("1600x600x24");
-    ASSERT_NO_FATAL_FAILURE(AddMonitor("right", {1000, 600, true}, 500));
+    ASSERT_NO_FATAL_FAILURE(AddMonitor("*right", "600/100x500/100+1000+0"));
     const std::vector<MonitorRecord> records = ListMonitorRecords();
     std::vector<OutputRecord> outputs(3);
     ASSERT_TRUE(ListFirstAdapterOutputs(outputs));
