@@ -152,6 +152,7 @@ TEST_F(LinuxWindow, IsShownAndHiddenOnTheServer) {
 TEST_F(LinuxWindow, AFlushEndsWhenTheServerHasCaughtUp) {
     Open();
     const xcb_window_t id = other_->Find("Zorvel test");
+    ASSERT_TRUE(RunUntil([&] { return other_->IsMapped(id); }));
     // While another client holds the server, nobody else's requests are carried out.
     xcb_grab_server(other_->Get());
     other_->Sync();
