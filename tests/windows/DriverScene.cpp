@@ -129,9 +129,9 @@ std::string DriverScene::SaysUnder(const std::string& script) {
     return Activity().back();
 }
 
-bool DriverScene::StartProgram() {
+bool DriverScene::StartProgram(const Text& arguments) {
     const Text program = FromPath(ToPath(ExecutableFolder()).parent_path().parent_path() / "zorvel.exe");
-    return SpawnChild({program, u"\"" + program + u"\" --background", FromPath(folder_.Path() / "log")}, program_);
+    return SpawnChild({program, u"\"" + program + u"\"" + arguments, FromPath(folder_.Path() / "log")}, program_);
 }
 
 /// By closing its window, which the settings of the scene make the end of it.

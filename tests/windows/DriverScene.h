@@ -49,7 +49,7 @@ protected:
     /// Puts another script in the place of what there was. Calls are counted afresh.
     void NewScript(const std::string& text);
 
-    bool StartProgram();
+    bool StartProgram(const Text& arguments = u" --background");
     bool EndProgram();
     std::vector<std::string> Activity() const;
     bool EventuallySays(const std::string& text) const;
