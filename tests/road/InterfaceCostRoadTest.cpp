@@ -170,9 +170,10 @@ TEST(OverlayOpenings, AThousandOfThemLeaveNothingBehind) {
     EXPECT_GT(resources, 4U);
     const Clock::time_point begin = Clock::now();
     open(1000);
-    std::printf("1000 openings in %.1f s: %zu to %zu files, %u to %u resources, %ld to %ld KiB, server %ld to %ld KiB\n",
-                MsSince(begin) / 1000, files, OpenFiles(program), resources, ResourcesOf(user.Get(), overlay), resident,
-                Resident(program), serverResident, Resident(display.Server().Pid()));
+    std::printf(
+        "1000 openings in %.1f s: %zu to %zu files, %u to %u resources, %ld to %ld KiB, server %ld to %ld KiB\n",
+        MsSince(begin) / 1000, files, OpenFiles(program), resources, ResourcesOf(user.Get(), overlay), resident,
+        Resident(program), serverResident, Resident(display.Server().Pid()));
     EXPECT_LE(OpenFiles(program), files);
     EXPECT_LE(ResourcesOf(user.Get(), overlay), resources);
     EXPECT_LT(Resident(program), resident + 4096);
