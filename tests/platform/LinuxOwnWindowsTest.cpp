@@ -211,7 +211,7 @@ TEST_P(LinuxOwnWindows, NeverShowInACaptureWhileTheyComeMoveAndGo) {
     const Owned<AppWindow> overlay = Make(true);
     // The capture has a thread of its own, as in the program, so that everything falls between everything.
     std::atomic<bool> over = false;
-    long images = 0;
+    std::atomic<long> images = 0;
     long seen = 0;
     std::thread capture([&] {
         while (!over) {
@@ -231,7 +231,7 @@ TEST_P(LinuxOwnWindows, NeverShowInACaptureWhileTheyComeMoveAndGo) {
             } else {
                 ShowTopmostAt(*overlay, {at, at, at + 200, at + 150});
             }
-            return ++step >= 200;
+            return ++step >= 200 && images >= 5;
         },
         120);
     over = true;
