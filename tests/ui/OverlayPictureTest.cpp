@@ -65,7 +65,7 @@ protected:
         int holes = 0;    ///< pixels of controls that are
     };
     /// `boxes` are filled to their corners, `rounded` only in between them. Where an edge falls between two pixels, it
-    /// is the system's own on which one it lands; a line round a corner may lie a pixel off where it is not smoothed.
+    /// is the system's own on which one it lands.
     Faults Compare(const std::vector<Rectangle>& boxes, const std::vector<Rectangle>& rounded) {
         const double scale = Ui().overlayState.scale;
         const std::int32_t slack = scale == std::floor(scale) ? 0 : 1;
@@ -76,7 +76,7 @@ protected:
             solid.push_back(Scaled(box, -slack));
         }
         for (const Rectangle& box : rounded) {
-            touched.push_back(Scaled(box, 1));
+            touched.push_back(Scaled(box, slack));
             solid.push_back(Scaled({box.left, box.top + 12, box.right, box.bottom - 12}, -slack));
         }
         Faults faults;

@@ -252,6 +252,9 @@ void FrameRoundBox(Canvas& canvas, const Rectangle& box, std::int32_t corner, Co
     FillBox(canvas, {box.left + r, box.bottom - 1, box.right - r, box.bottom}, color);
     FillBox(canvas, {box.left, box.top + r, box.left + 1, box.bottom - r}, color);
     FillBox(canvas, {box.right - 1, box.top + r, box.right, box.bottom - r}, color);
+    // An arc that is not smoothed may land a pixel outside.
+    const int saved = SaveDC(canvas.context);
+    IntersectClipRect(canvas.context, box.left, box.top, box.right, box.bottom);
     const auto round = [&](std::int32_t x, std::int32_t y, double start) {
         StrokeArc(canvas, {{Real(x), Real(y)}, r - 0.5, start, 90}, {color, 1});
     };
@@ -259,6 +262,7 @@ void FrameRoundBox(Canvas& canvas, const Rectangle& box, std::int32_t corner, Co
     round(box.right - r, box.top + r, 270);
     round(box.right - r, box.bottom - r, 0);
     round(box.left + r, box.bottom - r, 90);
+    RestoreDC(canvas.context, saved);
 }
 
 // Text.
