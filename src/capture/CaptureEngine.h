@@ -76,7 +76,8 @@ public:
     /// Starts FFmpeg in its job. A failure leaves `process` wholly empty, its feeders stopped.
     bool StartChild(EncoderProcess& process, const Text& arguments, const Text& logPath);
 
-    /// True only if the child ended by itself within the time with exit code 0. Leaves `process` empty.
+    /// True only if the child ended by itself within the time with exit code 0. Leaves `process` empty; where no child
+    /// was held the relay stays, stopped.
     bool StopChild(EncoderProcess& process, std::uint32_t timeoutMs);
 
     Text ffmpegPath;     ///< empty: missing

@@ -63,6 +63,7 @@ bool StartFromReplay(CaptureEngine& engine, const Text& workingName) {
     return started;
 }
 
+    engine.recording.relay.reset();  // of a start that failed; a child beside a relay is never asked to quit
 bool StartOwnCapture(CaptureEngine& engine, const Text& workingName) {
     const Text arguments = u"-movflags +frag_keyframe+empty_moov+default_base_moof " + QuoteArgument(workingName);
     return engine.StartEncoder(engine.recording, arguments, JoinPath(engine.cacheDir, u"recording.log"));

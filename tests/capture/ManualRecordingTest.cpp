@@ -195,6 +195,19 @@ TEST_F(ManualRecording, AnotherStartReplacesTheRelayOfAFailedOne) {
     EXPECT_EQ(engine->state, EngineState::Recording);
 }
 
+TEST_F(ManualRecording, AnOwnCaptureAfterARelayThatDidNotStartIsSavedLikeAnyOther) {
+    StartReplayWith(3);
+    stand_in::FailCall("SegmentRelay::Start", 1, 0);
+    ASSERT_FALSE(engine->StartRecording(output));
+    engine->StartReplay(false, 60);
+    ScriptMedia(2000);
+    ASSERT_TRUE(engine->StartRecording(output));
+    EXPECT_FALSE(engine->recording.relay);
+    engine->FinishRecording();
+    EXPECT_EQ(stand_in::LastChild().input, "q\n");
+    EXPECT_EQ(engine->statusText, u"Recording saved: " + output);
+}
+
 TEST_F(ManualRecording, AChildThatDoesNotStartFailsTheStart) {
     StartReplayWith(3);
     stand_in::FailCall("SpawnChild", 2, 0);
