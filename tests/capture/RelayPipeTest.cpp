@@ -6,7 +6,6 @@
 
 #include "SegmentRing.h"
 #include "capture/SegmentRelay.h"
-#include "platform/Clock.h"
 
 namespace zv {
 namespace {
@@ -127,12 +126,10 @@ TEST_F(RelayPipe, AReaderThatStopsReadingEndsTheRelayFiveSecondsAfterTheBlockedW
 
 TEST_F(RelayPipe, AReaderThatNeverComesEndsTheRelayAndThePipeDisappears) {
     ASSERT_TRUE(relay.Start(ring.Folder()));
-    const std::uint64_t begin = TickMs();
+    // Nothing may look for the pipe before its five seconds are over: whoever opens it is the reader.
     std::this_thread::sleep_for(std::chrono::milliseconds(5500));
     EXPECT_TRUE(relay.running);  // the reader's failure is what tells
     EXPECT_TRUE(Eventually([&] { return !std::ifstream(ToPath(relay.PipeName())).is_open(); }));
-    relay.Stop();
-    EXPECT_GE(TickMs() - begin, 5000U);
 }
 
 }  // namespace

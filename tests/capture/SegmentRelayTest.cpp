@@ -3,12 +3,12 @@
 
 #include <gmock/gmock.h>
 
-#include <numeric>
+#include <algorithm>
 
 #include "SegmentRing.h"
-#include "platform/Clock.h"
 #include "stand_in/BytePipe.h"
 #include "stand_in/Calls.h"
+#include "stand_in/Event.h"
 
 namespace zv {
 namespace {
@@ -24,9 +24,11 @@ protected:
     Relay() {
         stand_in::ResetCalls();
         stand_in::ResetPipe();
+        stand_in::ResetEvents();
     }
     ~Relay() override {
         relay.Stop();
+        EXPECT_EQ(stand_in::LiveEvents(), 0);
         stand_in::ResetCalls();
     }
 
@@ -36,8 +38,23 @@ protected:
         }
         ring.Publish(60);
     }
-    /// Waits for that many passes over the playlist after which nothing new was there to send.
-    static void LetItPoll() { std::this_thread::sleep_for(std::chrono::milliseconds(200)); }
+    static auto Looks() {
+        const std::vector<std::uint32_t> asked = stand_in::AskedTimeouts();
+        return std::count(asked.begin(), asked.end(), 25U);
+    }
+    /// Until it has looked at the playlist two more times and sent all that was new there.
+    static void LetItPoll() {
+        const auto end = Looks() + 3;
+        EXPECT_TRUE(Eventually([end] { return Looks() >= end; }));
+    }
+    /// Stops on a thread of its own, and lets the relay go on once it has been asked to end.
+    void StopBefore(std::atomic<bool>& goOn) {
+        const int signals = stand_in::Signals();
+        std::thread stopping([this] { relay.Stop(); });
+        EXPECT_TRUE(Eventually([signals] { return stand_in::Signals() > signals; }));
+        goOn = true;
+        stopping.join();
+    }
     bool ThreadHasEnded() const {
         return Eventually([] { return CountOf("~BytePipe") > 0; });
     }
@@ -51,11 +68,6 @@ protected:
             stream.append(reinterpret_cast<const char*>(block.data()), block.size());
         }
         return stream;
-    }
-    std::uint64_t MsToStop() {
-        const std::uint64_t before = TickMs();
-        relay.Stop();
-        return TickMs() - before;
     }
 
     SegmentRing ring;
@@ -211,8 +223,12 @@ TEST_P(RelayFault, OfAPendingWriteEndsIt) {
     EXPECT_EQ(CountOf("BeginWrite"), 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Outcomes, RelayFault,
-                         testing::Values(WriteEnd::TimedOut, WriteEnd::Failed, WriteEnd::Stopped));
+INSTANTIATE_TEST_SUITE_P(Outcomes, RelayFault, testing::Values(WriteEnd::TimedOut, WriteEnd::Failed, WriteEnd::Stopped),
+                         [](const testing::TestParamInfo<WriteEnd>& outcome) {
+                             return outcome.param == WriteEnd::TimedOut ? "TimedOut"
+                                    : outcome.param == WriteEnd::Failed ? "Failed"
+                                                                        : "Stopped";
+                         });
 
 class RelayWithoutReader : public Relay, public testing::WithParamInterface<PipeConnect> {};
 
@@ -229,13 +245,17 @@ TEST_P(RelayWithoutReader, EndsButStillCountsAsRunning) {
     EXPECT_EQ(ThePipe().liveWrites, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Outcomes, RelayWithoutReader, testing::Values(PipeConnect::TimedOut, PipeConnect::Failed));
+INSTANTIATE_TEST_SUITE_P(Outcomes, RelayWithoutReader, testing::Values(PipeConnect::TimedOut, PipeConnect::Failed),
+                         [](const testing::TestParamInfo<PipeConnect>& outcome) {
+                             return outcome.param == PipeConnect::TimedOut ? "TimedOut" : "Failed";
+                         });
 
-TEST_F(Relay, AStopBetweenTwoLooksReturnsAtOnce) {
+TEST_F(Relay, AStopBetweenTwoLooksEndsItWithoutCuttingItOff) {
     AddSegments(2);
     ASSERT_TRUE(relay.Start(ring.Folder()));
     ASSERT_TRUE(Sent(2));
-    EXPECT_LT(MsToStop(), 3000U);  // far below the six seconds after which it would be cut off
+    relay.Stop();
+    EXPECT_EQ(stand_in::Signals(), 3) << "ready, stop, ended, and none that aborts";
     EXPECT_FALSE(relay.running);
     EXPECT_EQ(ThePipe().livePipes, 0);
 }
@@ -252,10 +272,7 @@ TEST_F(Relay, AStopBeforeTheReaderCameSendsNothing) {
     };
     ASSERT_TRUE(relay.Start(ring.Folder()));
     ASSERT_TRUE(Eventually([&] { return connecting.load(); }));
-    std::thread stopping([this] { relay.Stop(); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // it has signalled by now
-    goOn = true;
-    stopping.join();
+    StopBefore(goOn);
     EXPECT_FALSE(relay.running);
     EXPECT_THAT(ThePipe().received, IsEmpty());
 }
@@ -272,10 +289,7 @@ TEST_F(Relay, AStopLetsTheSegmentInHandGoToItsEnd) {
     };
     ASSERT_TRUE(relay.Start(ring.Folder()));
     ASSERT_TRUE(Eventually([&] { return writing.load(); }));
-    std::thread stopping([this] { relay.Stop(); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // it has signalled by now
-    goOn = true;
-    stopping.join();
+    StopBefore(goOn);
     EXPECT_EQ(Stream().size(), 0x40000U * 3);
     EXPECT_FALSE(relay.running);
 }
@@ -287,8 +301,10 @@ TEST_F(Relay, AWriteThatBlocksIsCutOffSixSecondsAfterTheStop) {
     AddSegments(2);
     ASSERT_TRUE(relay.Start(ring.Folder()));
     ASSERT_TRUE(Eventually([] { return CountOf("FinishWrite") >= 1; }));
-    const std::uint64_t took = MsToStop();
-    EXPECT_GE(took, 5950U);
+    stand_in::ShortenWaits(50);
+    relay.Stop();
+    EXPECT_EQ(stand_in::AskedTimeouts().back(), 6000U);
+    EXPECT_EQ(stand_in::Signals(), 4) << "ready, stop, abort, ended";
     EXPECT_FALSE(relay.running);
     EXPECT_EQ(CountOf("FinishWrite"), 1);
     EXPECT_EQ(ThePipe().livePipes, 0);
