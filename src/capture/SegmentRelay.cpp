@@ -35,7 +35,12 @@ struct RelayWorker {
 
     static void Run(SegmentRelay& relay, Text replayFolder) {
         RelayWorker worker{relay, std::move(replayFolder), nullptr, nullptr, {}};
-        worker.Serve();
+        try {
+            worker.Serve();
+        } catch (...) {  // no memory: a fault like any other
+            relay.running = false;
+            Signal(*relay.readyEvent_);
+        }
         // The reader's end of the stream comes before anybody learns that the thread has ended.
         worker.write.reset();
         worker.pipe.reset();

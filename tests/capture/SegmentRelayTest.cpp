@@ -211,6 +211,25 @@ TEST_F(Relay, EveryPendingWriteHasFiveSeconds) {
     EXPECT_FALSE(ThePipe().pipeClosedBeforeWrites);
 }
 
+TEST_F(Relay, AnExceptionInItsThreadEndsItLikeAnyOtherFault) {
+    stand_in::ThrowInCall("BeginWrite", 2);
+    AddSegments(3);
+    relay.Start(ring.Folder());  // may already have seen the end
+    ASSERT_TRUE(ThreadHasEnded());
+    EXPECT_FALSE(relay.running);
+    relay.Stop();
+    EXPECT_EQ(ThePipe().received.size(), 1U);
+    EXPECT_EQ(ThePipe().liveWrites, 0);
+}
+
+TEST_F(Relay, AnExceptionBeforeThePipeStandsIsAFailedStart) {
+    stand_in::ThrowInCall("MakePipeWrite", 1);
+    EXPECT_FALSE(relay.Start(ring.Folder()));
+    EXPECT_EQ(stand_in::AskedTimeouts(), std::vector<std::uint32_t>{5000});
+    relay.Stop();
+    EXPECT_EQ(ThePipe().livePipes, 0);
+}
+
 class RelayFault : public Relay, public testing::WithParamInterface<WriteEnd> {};
 
 TEST_P(RelayFault, OfAPendingWriteEndsIt) {
