@@ -10,26 +10,29 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 struct QuotedArgument {
+    const char* name;
     const char16_t* text;
     const char16_t* quoted;
 };
+
+void PrintTo(const QuotedArgument& row, std::ostream* out) { *out << row.name; }
 
 class QuotedArguments : public testing::TestWithParam<QuotedArgument> {};
 
 TEST_P(QuotedArguments, SurviveTheCommandLine) { EXPECT_EQ(QuoteArgument(GetParam().text), GetParam().quoted); }
 
-INSTANTIATE_TEST_SUITE_P(Texts, QuotedArguments,
-                         testing::Values(QuotedArgument{u"", u"\"\""},                                        //
-                                         QuotedArgument{u"plain", u"\"plain\""},                              //
-                                         QuotedArgument{u"C:\\My Clips\\a.mp4", u"\"C:\\My Clips\\a.mp4\""},  //
-                                         QuotedArgument{u"C:\\Clips\\", u"\"C:\\Clips\\\\\""},                //
-                                         QuotedArgument{u"C:\\Clips\\\\", u"\"C:\\Clips\\\\\\\\\""},          //
-                                         QuotedArgument{u"say \"hi\"", u"\"say \\\"hi\\\"\""},                //
-                                         QuotedArgument{u"a\\\"b", u"\"a\\\\\\\"b\""},                        //
-                                         QuotedArgument{u"a\\\\\"b", u"\"a\\\\\\\\\\\"b\""},                  //
-                                         QuotedArgument{u"a\\\\b", u"\"a\\\\b\""},                            //
-                                         QuotedArgument{u"\\", u"\"\\\\\""},                                  //
-                                         QuotedArgument{u"\"", u"\"\\\"\""}));
+INSTANTIATE_TEST_SUITE_P(
+    Texts, QuotedArguments,
+    testing::Values(QuotedArgument{"Empty", u"", u"\"\""}, QuotedArgument{"Plain", u"plain", u"\"plain\""},
+                    QuotedArgument{"WithABlank", u"C:\\My Clips\\a.mp4", u"\"C:\\My Clips\\a.mp4\""},
+                    QuotedArgument{"WithATrailingBackslash", u"C:\\Clips\\", u"\"C:\\Clips\\\\\""},
+                    QuotedArgument{"WithTwoTrailingBackslashes", u"C:\\Clips\\\\", u"\"C:\\Clips\\\\\\\\\""},
+                    QuotedArgument{"WithQuotes", u"say \"hi\"", u"\"say \\\"hi\\\"\""},
+                    QuotedArgument{"WithABackslashBeforeAQuote", u"a\\\"b", u"\"a\\\\\\\"b\""},
+                    QuotedArgument{"WithTwoBackslashesBeforeAQuote", u"a\\\\\"b", u"\"a\\\\\\\\\\\"b\""},
+                    QuotedArgument{"WithTwoBackslashes", u"a\\\\b", u"\"a\\\\b\""},
+                    QuotedArgument{"OneBackslash", u"\\", u"\"\\\\\""},
+                    QuotedArgument{"OneQuote", u"\"", u"\"\\\"\""}));
 
 class FindFfmpegTest : public EngineTest {};
 

@@ -60,6 +60,8 @@ struct Length {
     std::int32_t inForce;
 };
 
+void PrintTo(const Length& row, std::ostream* out) { *out << row.asked; }
+
 class ReplayLength : public ReplayBuffer, public testing::WithParamInterface<Length> {};
 
 TEST_P(ReplayLength, IsClampedAndBecomesTheListSize) {

@@ -74,29 +74,31 @@ TEST(ReplayPlaylist, AMissingPlaylistListsNothing) {
 }
 
 struct Durations {
+    const char* name;
     const char* playlist;
     std::int32_t seconds;
 };
+
+void PrintTo(const Durations& row, std::ostream* out) { *out << row.name; }
 
 class BufferedTime : public testing::TestWithParam<Durations> {};
 
 TEST_P(BufferedTime, IsTheSumOfTheDurationsTruncated) { EXPECT_EQ(SecondsIn(GetParam().playlist), GetParam().seconds); }
 
-INSTANTIATE_TEST_SUITE_P(Lines, BufferedTime,
-                         testing::Values(Durations{"#EXTINF:0.9,\nseg1.ts\n#EXTINF:0.9,\nseg2.ts\n", 1},
-                                         Durations{"#EXTINF:1.000000,\r\nseg1.ts\r\n#EXTINF:1.000000,\r\n", 2},
-                                         Durations{"#EXTINF:2.75", 2},                             // no line end
-                                         Durations{"#EXTINF:,\n#EXTINF:1.5,\n", 1},                // no number
-                                         Durations{"#EXTINF:\n#EXTINF:x\n#EXTINF:3\n", 3},         // no number
-                                         Durations{"#EXTINF:1e999,\n#EXTINF:4,\n", 4},             // out of range
-                                         Durations{"#EXTINF: 1.5,\n#EXTINF:+1.5,\n", 3},           //
-                                         Durations{"#EXTINF:-0.5,\n", 0},                          // towards zero
-                                         Durations{"#EXTINF:-1.5,\n", -1},                         // towards zero
-                                         Durations{"#EXTINF:nan,\n#EXTINF:inf,\n#EXTINF:2\n", 2},  //
-                                         Durations{"#EXTINF:1.5e1,\n", 15},                        //
-                                         Durations{" #EXTINF:9,\n#EXTINFO:9\n#extinf:9\n", 0},     // other tags
-                                         Durations{"#EXTINF:9e300,\n", 2147483647},                //
-                                         Durations{"#EXTINF:1.5abc,\n", 1}));
+INSTANTIATE_TEST_SUITE_P(
+    Lines, BufferedTime,
+    testing::Values(
+        Durations{"PartsOfASecond", "#EXTINF:0.9,\nseg1.ts\n#EXTINF:0.9,\nseg2.ts\n", 1},
+        Durations{"CarriageReturns", "#EXTINF:1.000000,\r\nseg1.ts\r\n#EXTINF:1.000000,\r\n", 2},
+        Durations{"NoLineEnd", "#EXTINF:2.75", 2}, Durations{"NoNumberBeforeAComma", "#EXTINF:,\n#EXTINF:1.5,\n", 1},
+        Durations{"NoNumber", "#EXTINF:\n#EXTINF:x\n#EXTINF:3\n", 3},
+        Durations{"OutOfRange", "#EXTINF:1e999,\n#EXTINF:4,\n", 4},
+        Durations{"BlankOrPlusInFront", "#EXTINF: 1.5,\n#EXTINF:+1.5,\n", 3},
+        Durations{"NegativeTowardsZero", "#EXTINF:-0.5,\n", 0}, Durations{"Negative", "#EXTINF:-1.5,\n", -1},
+        Durations{"NotANumberAndInfinity", "#EXTINF:nan,\n#EXTINF:inf,\n#EXTINF:2\n", 2},
+        Durations{"Exponent", "#EXTINF:1.5e1,\n", 15},
+        Durations{"OtherTags", " #EXTINF:9,\n#EXTINFO:9\n#extinf:9\n", 0},
+        Durations{"MoreThanFits", "#EXTINF:9e300,\n", 2147483647}, Durations{"LettersBehind", "#EXTINF:1.5abc,\n", 1}));
 
 TEST(SegmentsToRelay, ANewStreamStartsAtMostTwoSegmentsBack) {
     EXPECT_THAT(SegmentsToRelay({}, ""), IsEmpty());

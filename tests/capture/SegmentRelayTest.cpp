@@ -11,6 +11,14 @@
 #include "stand_in/Event.h"
 
 namespace zv {
+
+static void PrintTo(WriteEnd end, std::ostream* out) {
+    *out << (end == WriteEnd::TimedOut ? "TimedOut" : end == WriteEnd::Failed ? "Failed" : "Stopped");
+}
+static void PrintTo(PipeConnect connect, std::ostream* out) {
+    *out << (connect == PipeConnect::TimedOut ? "TimedOut" : "Failed");
+}
+
 namespace {
 
 using stand_in::CountOf;
@@ -242,12 +250,8 @@ TEST_P(RelayFault, OfAPendingWriteEndsIt) {
     EXPECT_EQ(CountOf("BeginWrite"), 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Outcomes, RelayFault, testing::Values(WriteEnd::TimedOut, WriteEnd::Failed, WriteEnd::Stopped),
-                         [](const testing::TestParamInfo<WriteEnd>& outcome) {
-                             return outcome.param == WriteEnd::TimedOut ? "TimedOut"
-                                    : outcome.param == WriteEnd::Failed ? "Failed"
-                                                                        : "Stopped";
-                         });
+INSTANTIATE_TEST_SUITE_P(Outcomes, RelayFault,
+                         testing::Values(WriteEnd::TimedOut, WriteEnd::Failed, WriteEnd::Stopped));
 
 class RelayWithoutReader : public Relay, public testing::WithParamInterface<PipeConnect> {};
 
@@ -264,10 +268,7 @@ TEST_P(RelayWithoutReader, EndsButStillCountsAsRunning) {
     EXPECT_EQ(ThePipe().liveWrites, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Outcomes, RelayWithoutReader, testing::Values(PipeConnect::TimedOut, PipeConnect::Failed),
-                         [](const testing::TestParamInfo<PipeConnect>& outcome) {
-                             return outcome.param == PipeConnect::TimedOut ? "TimedOut" : "Failed";
-                         });
+INSTANTIATE_TEST_SUITE_P(Outcomes, RelayWithoutReader, testing::Values(PipeConnect::TimedOut, PipeConnect::Failed));
 
 TEST_F(Relay, AStopBetweenTwoLooksEndsItWithoutCuttingItOff) {
     AddSegments(2);
