@@ -8,6 +8,7 @@
 #include <span>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "audio/AudioClock.h"
 #include "audio/AudioMix.h"
@@ -27,9 +28,7 @@ constexpr Result resultOutOfMemory = ResultOf(0x8007000EU);
 
 std::atomic<std::uint32_t> pipeCounter{0};
 
-}  // namespace
-
-namespace {
+Text SentenceOf(TextView message, Result code) { return Text(message) + CodeSuffix(CodeOf(code)); }
 
 /// What the thread holds while it runs. The members are let go of in the order of TearDown.
 struct AudioRun {
@@ -169,13 +168,16 @@ struct AudioCapture::Worker {
     bool gameAudio = false;  ///< as this and the next were at Start, for the thread
     bool microphone = false;
 
+    Text outOfMemory;  ///< made beforehand, since there may be no memory for it when it is needed
+
     mutable std::mutex mutex;
     Text error;  ///< under mutex
 
     void Prepare(bool wantsGameAudio, bool wantsMicrophone);
     bool LaunchThread();
     bool BecomesReady();
-    void Record(TextView message, Result code);
+    void Record(TextView message, Result code) { Record(SentenceOf(message, code)); }
+    void Record(Text sentence);
     void Main() noexcept;
     void Work(AudioRun& run);
     bool Open(AudioRun& run);
@@ -183,10 +185,10 @@ struct AudioCapture::Worker {
 };
 
 /// The first failure's sentence stays: what fails later fails because of it.
-void AudioCapture::Worker::Record(TextView message, Result code) {
+void AudioCapture::Worker::Record(Text sentence) {
     const std::lock_guard lock(mutex);
     if (error.empty()) {
-        error = Text(message) + CodeSuffix(CodeOf(code));
+        error = std::move(sentence);
     }
     running = false;
 }
@@ -239,7 +241,7 @@ void AudioCapture::Worker::Main() noexcept {
     try {
         Work(run);
     } catch (...) {
-        Record(captureStopped, resultOutOfMemory);
+        Record(std::move(outOfMemory));
     }
     TearDown(run);
     running = false;
@@ -252,6 +254,7 @@ void AudioCapture::Worker::Prepare(bool wantsGameAudio, bool wantsMicrophone) {
         const std::lock_guard lock(mutex);
         error.clear();
     }
+    outOfMemory = SentenceOf(captureStopped, resultOutOfMemory);
     gameAudio = wantsGameAudio;
     microphone = wantsMicrophone;
     pipeName = zv::PipeName(u"ZVReelsAudio-", ++pipeCounter);
