@@ -26,7 +26,8 @@ Text JoinPath(TextView folder, TextView name);
 /// fails, gives nothing, or at least `cap` bytes are there. Empty when the file cannot be opened.
 std::string ReadSharedFile(TextView path, std::size_t cap);
 
-/// Renames `from` to `to`, replacing an existing file and copying across volumes.
+/// Renames `from` to `to`, replacing an existing file and copying across volumes. A copy succeeds even where `from`
+/// cannot be removed and stays.
 Result MoveFileReplacing(TextView from, TextView to);
 
 }  // namespace zv

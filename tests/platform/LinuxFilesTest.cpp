@@ -112,6 +112,15 @@ TEST(LinuxFiles, AMoveToAnotherVolumeCopiesReplacesAndKeepsTheTime) {
     std::filesystem::remove_all(target);
 }
 
+TEST(LinuxFiles, AMoveToAnotherVolumeSucceedsWhereItsSourceCannotBeRemoved) {
+    const support::TemporaryFolder folder;
+    const std::filesystem::path target = folder.Path() / "copy";
+    EXPECT_EQ(MoveFileReplacing(u"/proc/version", FromPath(target)), resultOk);
+    EXPECT_TRUE(std::filesystem::is_regular_file(target));
+    EXPECT_TRUE(std::filesystem::exists("/proc/version"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
+}
+
 TEST(LinuxFiles, AMoveToAnotherVolumeThatFailsLeavesBothSides) {
     if (OtherVolume().empty()) {
         GTEST_SKIP() << "only one volume here";

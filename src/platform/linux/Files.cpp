@@ -30,7 +30,8 @@ bool ReadBlock(int descriptor, std::string& content) {
     return true;
 }
 
-/// Copies under a name of its own beside the target, so that the target appears whole or not at all.
+/// Copies under a name of its own beside the target, so that the target appears whole or not at all. A source that then
+/// cannot be removed stays, and no failure of the move: the target has what it should have.
 Result MoveAcrossVolumes(const std::filesystem::path& from, const std::filesystem::path& to) {
     std::filesystem::path copy = to;
     copy += ".moving-" + std::to_string(getpid());
@@ -46,7 +47,7 @@ Result MoveAcrossVolumes(const std::filesystem::path& from, const std::filesyste
     }
     std::error_code ignored;
     std::filesystem::remove(code ? copy : from, ignored);
-    return ResultOfCode(code ? code : ignored);
+    return ResultOfCode(code);
 }
 
 }  // namespace
