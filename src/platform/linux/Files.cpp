@@ -1,7 +1,6 @@
 // Paths are bytes here; see Utf8.cpp for how every name survives being text in between.
 #include "platform/Files.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
@@ -10,25 +9,12 @@
 #include <system_error>
 
 #include "Posix.h"
+#include "platform/SharedFile.h"
 
 namespace zv {
 namespace {
 
 Result ResultOfCode(const std::error_code& code) { return code ? ResultOfSystemError(code.value()) : resultOk; }
-
-/// One block at the end of `content`: false when the read failed or gave nothing.
-bool ReadBlock(int descriptor, std::string& content) {
-    std::array<char, 4096> block;
-    ssize_t count = 0;
-    do {
-        count = read(descriptor, block.data(), block.size());
-    } while (count < 0 && errno == EINTR);
-    if (count <= 0) {
-        return false;
-    }
-    content.append(block.data(), static_cast<std::size_t>(count));
-    return true;
-}
 
 /// Copies under a name of its own beside the target, so that the target appears whole or not at all. A source that then
 /// cannot be removed stays, and no failure of the move: the target has what it should have.
@@ -70,13 +56,15 @@ Text JoinPath(TextView folder, TextView name) {
 }
 
 std::string ReadSharedFile(TextView path, std::size_t cap) {
-    // O_NONBLOCK: the name may be anything, and opening a FIFO would wait for its writer.
-    const Descriptor file(open(ToBytes(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Owned<SharedFile> file = OpenSharedFile(ToPath(path));
+    std::array<std::byte, 4096> block;
     std::string content;
-    if (!file.Held()) {
-        return content;
-    }
-    while (content.size() < cap && ReadBlock(file.Get(), content)) {
+    while (file && content.size() < cap) {
+        const std::size_t count = ReadBlock(*file, block.data(), block.size());
+        if (count == 0) {
+            break;
+        }
+        content.append(reinterpret_cast<const char*>(block.data()), count);
     }
     return content;
 }
