@@ -70,6 +70,11 @@ TEST(LinuxBytePipe, AFailureToMakeItAnswersTheSystemsNumber) {
 TEST(LinuxBytePipe, WhatAKilledProcessLeftIsRemovedByTheNextAndALivingOnesStays) {
     const support::TemporaryFolder folder;
     setenv("XDG_RUNTIME_DIR", folder.Path().c_str(), 1);
+    // Begins like a folder of pipes and is none.
+    const std::filesystem::path own = folder.Path() / ("zorvel-" + std::to_string(getuid()) + "-7-backup");
+    std::filesystem::create_directory(own);
+    std::filesystem::permissions(own, std::filesystem::perms::owner_all);
+    std::ofstream(own / "mine") << "mine";
     const auto start = [&folder](const char* log, Child& child) {
         ASSERT_TRUE(SpawnChild(PlatformChild(u"pipe", folder.Path() / log), child));
         ASSERT_TRUE(Eventually([&] { return ContentOf(folder.Path() / log).ends_with("\n"); }));
@@ -92,6 +97,7 @@ TEST(LinuxBytePipe, WhatAKilledProcessLeftIsRemovedByTheNextAndALivingOnesStays)
     EXPECT_FALSE(std::filesystem::exists(pipeOf("killed.log").parent_path()));
     EXPECT_TRUE(std::filesystem::is_fifo(pipeOf("living.log")));
     EXPECT_TRUE(std::filesystem::is_fifo(pipeOf("next.log")));
+    EXPECT_EQ(ContentOf(own / "mine"), "mine");
 }
 
 TEST(LinuxBytePipe, AReaderThatWaitsForAWriterIsReleasedByTheClose) {

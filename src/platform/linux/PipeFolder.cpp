@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
+#include <string_view>
 #include <system_error>
 
 #include "EnvironmentLock.h"
@@ -43,6 +44,13 @@ std::string BaseFolder() {
 
 std::string UserPrefix() { return "zorvel-" + std::to_string(getuid()) + "-"; }
 
+/// The prefix and the number of a process: what begins alike and goes on differently is somebody's own.
+bool IsPipeFolderName(std::string_view name) {
+    const std::string prefix = UserPrefix();
+    return name.starts_with(prefix) && name.size() > prefix.size() &&
+           name.find_first_not_of("0123456789", prefix.size()) == std::string_view::npos;
+}
+
 /// Locked, or nothing when another process holds it or when it is no folder of this user's alone.
 Descriptor LockFolder(const std::string& path) {
     Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
@@ -65,12 +73,11 @@ void EmptyFolder(const std::string& path) {
 /// Removes the folders of processes that ended without doing so.
 void RemoveLeftovers() {
     const std::filesystem::path own = PipeFolderPath();
-    const std::string prefix = UserPrefix();
     std::error_code code;
     for (std::filesystem::directory_iterator entry(own.parent_path(), code), end; !code && entry != end;
          entry.increment(code)) {
         const std::string path = entry->path().native();
-        if (!entry->path().filename().native().starts_with(prefix) || path == own.native()) {
+        if (!IsPipeFolderName(entry->path().filename().native()) || path == own.native()) {
             continue;
         }
         const Descriptor lock = LockFolder(path);
