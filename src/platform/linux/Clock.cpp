@@ -23,11 +23,7 @@ void Closer<PreciseTimer>::operator()(PreciseTimer* timer) const noexcept {
     delete timer;
 }
 
-std::int64_t SteadyNs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<std::int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
+std::int64_t SteadyNs() { return MonotonicNs(); }
 
 std::uint64_t TickMs() { return static_cast<std::uint64_t>(SteadyNs() / 1000000); }
 

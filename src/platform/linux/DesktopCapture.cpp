@@ -17,7 +17,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <span>
@@ -39,8 +38,6 @@ const Result changedMonitor = ResultOfSystemError(ESTALE);
 const Result goneMonitor = ResultOfSystemError(ENODEV);
 const Result unsuitableScreen = ResultOfSystemError(EOPNOTSUPP);
 const Result heldImage = ResultOf(0x887A0001U);  // DXGI_ERROR_INVALID_CALL
-
-std::int64_t SteadyNs() { return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1); }
 
 /// The connection with what was asked of it once.
 struct Server {
@@ -292,7 +289,7 @@ Result Grab(DesktopDuplication& duplication) {
 /// What lies beneath our own windows changes without damage to the screen: it is drawn anew so often.
 bool BeneathIsDue(const DesktopDuplication& duplication) {
     const bool any = x11::ListExcluded().count > 0 || !duplication.covered.Empty();
-    return any && SteadyNs() - duplication.coveredDrawnNs >= beneathPeriodNs;
+    return any && MonotonicNs() - duplication.coveredDrawnNs >= beneathPeriodNs;
 }
 
 /// Puts what lies beneath into the image, black where the server cannot tell.
@@ -324,7 +321,7 @@ Result GrabWithoutOurs(DesktopDuplication& duplication) {
     for (const Rectangle& part : covered.Rectangles()) {
         DrawBeneath(duplication, part);
     }
-    duplication.coveredDrawnNs = SteadyNs();
+    duplication.coveredDrawnNs = MonotonicNs();
     return result;
 }
 

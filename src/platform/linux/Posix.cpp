@@ -26,15 +26,11 @@ void Descriptor::Reset() noexcept {
     }
 }
 
-namespace {
-
 std::int64_t MonotonicNs() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<std::int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
 }
-
-}  // namespace
 
 Deadline::Deadline(std::uint32_t timeoutMs)
     : forever_(timeoutMs == waitForever), endNs_(MonotonicNs() + static_cast<std::int64_t>(timeoutMs) * 1000000) {}

@@ -30,6 +30,9 @@ private:
     int value_ = -1;
 };
 
+/// Nanoseconds of the clock that all others of this folder are made from.
+std::int64_t MonotonicNs();
+
 /// A point in time up to which something is waited for, in the form that poll wants.
 class Deadline {
 public:

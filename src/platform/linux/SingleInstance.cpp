@@ -28,13 +28,6 @@ void Closer<InstanceClaim>::operator()(InstanceClaim* claim) const noexcept {
 namespace x11 {
 namespace {
 
-/// The owner of a selection, `unknown` when the server does not answer.
-xcb_window_t SelectionOwner(xcb_connection_t* connection, xcb_atom_t selection, xcb_window_t unknown) {
-    const Reply<xcb_get_selection_owner_reply_t> reply(
-        xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, selection), nullptr));
-    return reply ? reply->owner : unknown;
-}
-
 xcb_window_t MakeHolder(Session& session) {
     xcb_connection_t* connection = session.connection.get();
     const xcb_window_t holder = xcb_generate_id(connection);
@@ -77,13 +70,13 @@ Owned<InstanceClaim> ClaimSingleInstance(TextView name) {
     const xcb_window_t holder = x11::MakeHolder(session);
     // Nobody else gets between the look and the claim.
     xcb_grab_server(connection);
-    const bool isFree = x11::SelectionOwner(connection, selection, holder) == XCB_WINDOW_NONE;
+    const bool isFree = x11::SelectionOwner(session, selection) == XCB_WINDOW_NONE;
     if (isFree) {
         xcb_set_selection_owner(connection, holder, selection, XCB_CURRENT_TIME);
     }
     xcb_ungrab_server(connection);
     Owned<InstanceClaim> claim(new InstanceClaim{holder});
-    const bool owned = isFree && x11::SelectionOwner(connection, selection, XCB_WINDOW_NONE) == holder;
+    const bool owned = isFree && x11::SelectionOwner(session, selection) == holder;
     return owned ? std::move(claim) : nullptr;
 }
 

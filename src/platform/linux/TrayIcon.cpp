@@ -36,13 +36,6 @@ constexpr int firstSize = 22;
 /// There is one. Null while it is not in any area.
 TrayIcon* standing = nullptr;
 
-xcb_window_t HostOf(Session& session) {
-    xcb_connection_t* connection = session.connection.get();
-    const Reply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
-        connection, xcb_get_selection_owner(connection, session.atoms.traySelection), nullptr));
-    return reply ? reply->owner : xcb_window_t{XCB_WINDOW_NONE};
-}
-
 /// The picture of a program that has none: a framed box.
 std::uint32_t PlainPixel(int x, int y, int size) {
     const bool frame = x == 0 || y == 0 || x == size - 1 || y == size - 1;
@@ -228,7 +221,7 @@ void Closer<TrayIcon>::operator()(TrayIcon* icon) const noexcept {
 Owned<TrayIcon> AddTrayIcon(const TrayIconOptions& options) {
     x11::Session& session = x11::CurrentSession();
     xcb_connection_t* connection = session.connection.get();
-    const xcb_window_t host = x11::HostOf(session);
+    const xcb_window_t host = x11::SelectionOwner(session, session.atoms.traySelection).value_or(XCB_WINDOW_NONE);
     if (host == XCB_WINDOW_NONE || x11::standing != nullptr) {
         return nullptr;
     }

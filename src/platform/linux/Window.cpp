@@ -19,6 +19,8 @@
 
 #include "platform/Files.h"
 #include "platform/TrayIcon.h"
+#include "platform/linux/Posix.h"
+#include "platform/linux/RandrMonitors.h"
 #include "platform/linux/WindowSession.h"
 
 namespace zv {
@@ -83,14 +85,6 @@ void InternAtoms(Session& session) {
     const std::string number = std::to_string(session.screenNumber);
     session.atoms.traySelection = InternAtom(session.connection.get(), "_NET_SYSTEM_TRAY_S" + number);
     session.atoms.compositorSelection = InternAtom(session.connection.get(), "_NET_WM_CM_S" + number);
-}
-
-xcb_screen_t* ScreenOf(xcb_connection_t* connection, int number) {
-    xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
-    for (; screens.rem > 1 && number > 0; --number) {
-        xcb_screen_next(&screens);
-    }
-    return screens.data;
 }
 
 void WatchDisplay(Session& session) {
@@ -278,7 +272,7 @@ void HandleEvent(Session& session, const xcb_generic_event_t& event) {
         }
     } else if (session.randrEvent != 0 &&
                (type == session.randrEvent || type == session.randrEvent + XCB_RANDR_NOTIFY)) {
-        session.displayChangeDueNs = NowNs() + displaySettleNs;
+        session.displayChangeDueNs = MonotonicNs() + displaySettleNs;
     }
 }
 
@@ -372,7 +366,7 @@ bool LeaveLostServer(Session& session) {
 }
 
 void WaitForWork(Session& session) {
-    const std::int64_t waitNs = NextDueNs(session, NowNs());
+    const std::int64_t waitNs = NextDueNs(session, MonotonicNs());
     const timespec wait{waitNs / 1'000'000'000, waitNs % 1'000'000'000};
     std::array<pollfd, 2> sources{pollfd{xcb_get_file_descriptor(session.connection.get()), POLLIN, 0},
                                   pollfd{EndSignals(), POLLIN, 0}};
@@ -388,12 +382,6 @@ Session& CurrentSession() {
     return session;
 }
 
-std::int64_t NowNs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
-}
-
 AppWindow* WindowOf(Session& session, xcb_window_t id) {
     const auto found = std::find_if(session.windows.begin(), session.windows.end(),
                                     [id](const AppWindow* window) { return window->id == id; });
@@ -404,11 +392,11 @@ std::intptr_t Send(AppWindow& window, std::uint32_t code, std::uintptr_t wParam,
     return window.procedure != nullptr ? window.procedure(window, code, wParam, lParam) : 0;
 }
 
-bool HasOwner(Session& session, xcb_atom_t selection) {
+std::optional<xcb_window_t> SelectionOwner(const Session& session, xcb_atom_t selection) {
     xcb_connection_t* connection = session.connection.get();
     const Reply<xcb_get_selection_owner_reply_t> reply(
         xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, selection), nullptr));
-    return reply && reply->owner != XCB_WINDOW_NONE;
+    return reply ? std::optional(reply->owner) : std::nullopt;
 }
 
 bool RunOneTurn(Session& session) {
@@ -419,7 +407,7 @@ bool RunOneTurn(Session& session) {
         return false;
     }
     ReadEvents(session);
-    const std::int64_t nowNs = NowNs();
+    const std::int64_t nowNs = MonotonicNs();
     QueueSettledDisplayChange(session, nowNs);
     if (session.queue.empty() && !LeaveLostServer(session) && !DispatchTimer(session, nowNs) &&
         !DispatchPaint(session)) {
@@ -468,7 +456,7 @@ void Closer<AppWindow>::operator()(AppWindow* window) const noexcept {
 bool OpenSession() {
     x11::EndSignals();
     int screen = 0;
-    std::unique_ptr<xcb_connection_t, x11::Disconnect> connection(xcb_connect(nullptr, &screen));
+    x11::Connection connection(xcb_connect(nullptr, &screen));
     if (xcb_connection_has_error(connection.get()) != 0) {
         return false;
     }
@@ -542,7 +530,7 @@ std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t code, std::uintp
 void StartTimer(AppWindow& window, std::uintptr_t id, std::uint32_t periodMs) {
     StopTimer(window, id);
     const std::int64_t periodNs = std::max<std::int64_t>(periodMs, 1) * x11::nsPerMs;
-    x11::CurrentSession().timers.push_back({&window, id, periodNs, x11::NowNs() + periodNs});
+    x11::CurrentSession().timers.push_back({&window, id, periodNs, MonotonicNs() + periodNs});
 }
 
 void StopTimer(AppWindow& window, std::uintptr_t id) {

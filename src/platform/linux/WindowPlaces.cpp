@@ -44,7 +44,10 @@ void KeepPictures(Session& session) {
 /// A game that fills the screen is faster without. Where no compositor runs, the change makes every window paint itself
 /// anew, which can be seen, so there it stays for good.
 void LetPicturesGo(Session& session) {
-    if (session.redirected && ListExcluded().count == 0 && HasOwner(session, session.atoms.compositorSelection)) {
+    const auto composited = [&] {
+        return SelectionOwner(session, session.atoms.compositorSelection).value_or(XCB_WINDOW_NONE) != XCB_WINDOW_NONE;
+    };
+    if (session.redirected && ListExcluded().count == 0 && composited()) {
         session.redirected = false;
         xcb_composite_unredirect_subwindows(session.connection.get(), session.screen->root,
                                             XCB_COMPOSITE_REDIRECT_AUTOMATIC);
@@ -146,7 +149,7 @@ void PutBeneath(Session& session, AppWindow& window, xcb_window_t sibling) {
 }
 
 void Raise(Session& session, AppWindow& window) {
-    const std::int64_t nowNs = NowNs();
+    const std::int64_t nowNs = MonotonicNs();
     if (nowNs - window.raisesSinceNs > secondNs) {
         window.raisesSinceNs = nowNs;
         window.raises = 0;

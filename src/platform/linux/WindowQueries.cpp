@@ -93,13 +93,7 @@ Text ClassNameOf(Session& session, xcb_window_t window) {
 }  // namespace
 
 std::optional<std::uint32_t> NumberOf(Session& session, xcb_window_t window, xcb_atom_t property) {
-    xcb_connection_t* connection = session.connection.get();
-    const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-        connection, xcb_get_property(connection, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 1), nullptr));
-    if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4) {
-        return std::nullopt;
-    }
-    return *static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+    return NumberProperty({session.connection.get(), session.screen->root}, window, property);
 }
 
 xcb_window_t TopLevelOf(xcb_connection_t* connection, xcb_window_t root, xcb_window_t window) {

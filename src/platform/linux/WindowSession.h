@@ -123,8 +123,8 @@ struct Keyboard {
 };
 
 struct Session {
-    std::unique_ptr<xcb_connection_t, Disconnect> connection;
-    xcb_screen_t* screen = nullptr;
+    Connection connection;
+    const xcb_screen_t* screen = nullptr;
     int screenNumber = 0;
     Atoms atoms;
     int dpi = 96;
@@ -169,9 +169,8 @@ inline std::intptr_t Words(int low, int high) {
 }
 /// One turn of the message loop, which waits when nothing is to be done. False once the loop has to end.
 bool RunOneTurn(Session& session);
-std::int64_t NowNs();
-/// Whether some client of the screen plays that part now.
-bool HasOwner(Session& session, xcb_atom_t selection);
+/// The window of the client that plays that part now, none when nobody does; nothing when the server does not answer.
+std::optional<xcb_window_t> SelectionOwner(const Session& session, xcb_atom_t selection);
 
 // WindowPixels.cpp
 /// Sends message::paint to one window that needs it. False when none does.

@@ -1,19 +1,16 @@
 #include "XDisplay.h"
 
-#include <cstdint>
+#include <cstdlib>
 #include <string>
 
 #include "EnvironmentLock.h"
+#include "RandrMonitors.h"
 
 namespace zv {
 namespace {
 
-struct Disconnect {
-    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-};
-
 struct Kept {
-    std::unique_ptr<xcb_connection_t, Disconnect> connection;
+    x11::Connection connection;
     std::string name;
     xcb_window_t root = 0;
 };
@@ -24,23 +21,16 @@ std::string DisplayName() {
     return name != nullptr ? name : "";
 }
 
-xcb_window_t RootOf(xcb_connection_t* connection, int screen) {
-    xcb_screen_iterator_t at = xcb_setup_roots_iterator(xcb_get_setup(connection));
-    for (; at.rem > 0 && screen > 0; --screen) {
-        xcb_screen_next(&at);
-    }
-    return at.rem > 0 ? at.data->root : 0;
-}
-
 void Connect(Kept& kept, const std::string& name) {
-    int screen = 0;
+    int number = 0;
     kept.name = name;
-    kept.connection.reset(xcb_connect(name.c_str(), &screen));
-    if (xcb_connection_has_error(kept.connection.get()) != 0) {
+    kept.connection.reset(xcb_connect(name.c_str(), &number));
+    const xcb_screen_t* screen = x11::ScreenOf(kept.connection.get(), number);
+    if (screen == nullptr) {
         kept.connection.reset();
         return;
     }
-    kept.root = RootOf(kept.connection.get(), screen);
+    kept.root = screen->root;
 }
 
 /// Asks for nothing but an answer, and throws away the events that every client gets.
@@ -74,17 +64,18 @@ xcb_atom_t ExistingAtom(const XDisplay& display, std::string_view name) {
     return reply ? reply->atom : 0;
 }
 
-std::optional<std::uint32_t> NumberProperty(const XDisplay& display, xcb_window_t window, std::string_view name) {
-    const xcb_atom_t atom = ExistingAtom(display, name);
-    if (atom == 0) {
-        return std::nullopt;
-    }
-    const auto cookie = xcb_get_property(display.connection, 0, window, atom, XCB_GET_PROPERTY_TYPE_ANY, 0, 1);
+std::optional<std::uint32_t> NumberProperty(const XDisplay& display, xcb_window_t window, xcb_atom_t property) {
+    const auto cookie = xcb_get_property(display.connection, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 1);
     const auto reply = Held(xcb_get_property_reply(display.connection, cookie, nullptr));
     if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4) {
         return std::nullopt;
     }
     return *static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+}
+
+std::optional<std::uint32_t> NumberProperty(const XDisplay& display, xcb_window_t window, std::string_view name) {
+    const xcb_atom_t atom = ExistingAtom(display, name);
+    return atom == 0 ? std::nullopt : NumberProperty(display, window, atom);
 }
 
 }  // namespace zv

@@ -6,12 +6,15 @@
 
 #include <xcb/xcb.h>
 
-#include <cstdlib>
-#include <memory>
+#include <cstdint>
 #include <optional>
 #include <string_view>
 
+#include "platform/linux/Xcb.h"
+
 namespace zv {
+
+using x11::Held;
 
 struct XDisplay {
     xcb_connection_t* connection = nullptr;
@@ -22,23 +25,11 @@ struct XDisplay {
 /// lives. Nothing when there is no display.
 std::optional<XDisplay> ThreadDisplay();
 
-struct FreeReply {
-    void operator()(void* reply) const { std::free(reply); }
-};
-
-/// What XCB allocates for its caller.
-template <class Record>
-using XReply = std::unique_ptr<Record, FreeReply>;
-
-template <class Record>
-XReply<Record> Held(Record* reply) {
-    return XReply<Record>(reply);
-}
-
 /// The number of a name that some client has used already, else 0.
 xcb_atom_t ExistingAtom(const XDisplay& display, std::string_view name);
 
 /// The first 32-bit value of a window's property.
+std::optional<std::uint32_t> NumberProperty(const XDisplay& display, xcb_window_t window, xcb_atom_t property);
 std::optional<std::uint32_t> NumberProperty(const XDisplay& display, xcb_window_t window, std::string_view name);
 
 }  // namespace zv

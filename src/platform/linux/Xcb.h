@@ -15,6 +15,11 @@ struct FreeReply {
 template <class T>
 using Reply = std::unique_ptr<T, FreeReply>;
 
+template <class T>
+Reply<T> Held(T* reply) {
+    return Reply<T>(reply);
+}
+
 struct Disconnect {
     void operator()(xcb_connection_t* connection) const noexcept { xcb_disconnect(connection); }
 };
