@@ -1,9 +1,8 @@
 #include "capture/CaptureEngine.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
 
+#include "capture/CaptureFiles.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
@@ -11,8 +10,6 @@
 
 namespace zv {
 namespace {
-
-constexpr std::uint32_t stopMs = 30000;
 
 bool HasConfiguration(const CaptureEngine& engine, const CaptureConfig& config) {
     CaptureConfig present;
@@ -54,12 +51,6 @@ Text CacheFolderName() {
     return JoinPath(folder, DecimalUnsigned(OwnProcessId()) + u"-" + DecimalUnsigned(TickMs()));
 }
 
-bool MakeFolder(const Text& folder) {
-    std::error_code error;
-    std::filesystem::create_directories(ToPath(folder), error);
-    return !error;
-}
-
 }  // namespace
 
 CaptureEngine::~CaptureEngine() { StopAll(); }
@@ -77,7 +68,7 @@ bool CaptureEngine::Configure(const CaptureConfig& config) {
         return false;
     }
     if (replay.process) {
-        StopChild(replay, stopMs);
+        StopChild(replay, childStopMs);
     }
     replayRunning = false;
     TakeConfiguration(*this, config);

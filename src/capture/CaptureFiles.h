@@ -1,4 +1,5 @@
-// The files that a capture leaves on disk: reading them while they are written, and telling whether one holds media.
+// The files that a capture leaves on disk: their folders, reading them while they are written, and telling whether one
+// holds media.
 #pragma once
 
 #include <string>
@@ -10,6 +11,9 @@ namespace zv {
 /// A file that a child may be writing: its first 0x100000 bytes, to the next full block of 4096. Empty if it cannot be
 /// opened.
 std::string ReadFileCapped(TextView path);
+
+/// Creates the folder with all its parents where it is missing. False when there is none in the end.
+bool MakeFolder(TextView folder);
 
 /// True when the file can be examined and is at least 1025 bytes long. Less than that is no finished MP4.
 bool HasMediaData(TextView path);

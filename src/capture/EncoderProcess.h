@@ -3,6 +3,7 @@
 // FFmpeg is an outside program that the user supplies. It is found here, and driven by the lines that begin here.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "audio/AudioCapture.h"
@@ -23,6 +24,9 @@ struct EncoderProcess {
     std::unique_ptr<VideoCapture> video;
     std::unique_ptr<SegmentRelay> relay;
 };
+
+/// How long the child of a replay or of a recording is given to end by itself.
+inline constexpr std::uint32_t childStopMs = 30000;
 
 /// A set handle alone says nothing: true only while the child has not ended.
 bool IsChildRunning(const EncoderProcess& process);

@@ -16,7 +16,6 @@
 namespace zv {
 namespace {
 
-constexpr std::uint32_t stopMs = 30000;
 constexpr int framePasses = 60;  // of 250 ms: about 15 seconds
 constexpr std::uint32_t framePassMs = 250;
 constexpr std::uint32_t measurePassMs = 100;
@@ -65,7 +64,7 @@ bool WaitForFrames(CaptureEngine& engine, EncoderProcess& process, const Text& p
     for (int pass = 0; pass < framePasses && IsChildRunning(process); ++pass) {
         if (FeederHasStopped(process)) {
             engine.statusText = FeederError(process);
-            engine.StopChild(process, stopMs);
+            engine.StopChild(process, childStopMs);
             return false;
         }
         if (FramesHaveReached(ReadFileCapped(progressPath), threshold)) {
@@ -73,7 +72,7 @@ bool WaitForFrames(CaptureEngine& engine, EncoderProcess& process, const Text& p
         }
         WaitForExit(*process.process, framePassMs);
     }
-    engine.StopChild(process, stopMs);
+    engine.StopChild(process, childStopMs);
     engine.statusText = u"GPU recording could not start. No slow GDI fallback was used. Details: " + logPath;
     return false;
 }
@@ -113,12 +112,12 @@ bool CheckSpeed(CaptureEngine& engine, EncoderProcess& process, const Text& logP
     }
     if (!AllRun(process)) {
         const Text reason = FeederHasStopped(process) ? FeederError(process) : u"Encoder exited. See " + logPath;
-        engine.StopChild(process, stopMs);
+        engine.StopChild(process, childStopMs);
         engine.statusText = u"Capture stopped during speed check: " + reason;
         return false;
     }
     if (!IsFastEnough(measured, engine.fps)) {
-        engine.StopChild(process, stopMs);
+        engine.StopChild(process, childStopMs);
         engine.measuredFps = measured;
         engine.statusText = u"Speed check: " + Decimal(measured) + u" / " + Decimal(engine.fps) +
                             u" FPS. Paused: choose Game friendly (60 FPS) in Settings > Capture.";

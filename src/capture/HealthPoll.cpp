@@ -7,7 +7,6 @@
 namespace zv {
 namespace {
 
-constexpr std::uint32_t stopMs = 30000;
 constexpr std::uint64_t sampleMs = 2000;
 
 void SampleFrameRate(CaptureEngine& engine) {
@@ -32,13 +31,13 @@ void SampleFrameRate(CaptureEngine& engine) {
 }
 
 void EndRecording(CaptureEngine& engine, const Text& reason) {
-    engine.StopChild(engine.recording, stopMs);
+    engine.StopChild(engine.recording, childStopMs);
     engine.state = EngineState::Failed;
     engine.statusText = reason;
 }
 
 void EndReplay(CaptureEngine& engine, const Text& reason) {
-    engine.StopChild(engine.replay, stopMs);
+    engine.StopChild(engine.replay, childStopMs);
     engine.replayRunning = false;
     engine.statusText = reason;
 }

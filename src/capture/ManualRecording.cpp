@@ -13,7 +13,6 @@
 namespace zv {
 namespace {
 
-constexpr std::uint32_t stopMs = 30000;
 constexpr std::uint32_t passMs = 25;
 constexpr int mediaPasses = 160;  // 4 seconds
 constexpr int proofPasses = 480;  // 12 seconds
@@ -63,8 +62,8 @@ bool StartFromReplay(CaptureEngine& engine, const Text& workingName) {
     return started;
 }
 
-    engine.recording.relay.reset();  // of a start that failed; a child beside a relay is never asked to quit
 bool StartOwnCapture(CaptureEngine& engine, const Text& workingName) {
+    engine.recording.relay.reset();  // of a start that failed; a child beside a relay is never asked to quit
     const Text arguments = u"-movflags +frag_keyframe+empty_moov+default_base_moof " + QuoteArgument(workingName);
     return engine.StartEncoder(engine.recording, arguments, JoinPath(engine.cacheDir, u"recording.log"));
 }
@@ -76,7 +75,7 @@ bool CaptureEngine::StartRecording(const Text& outputPath) {
         return false;
     }
     if (recording.process) {
-        StopChild(recording, stopMs);
+        StopChild(recording, childStopMs);
     }
     if (!CanWriteRecording(outputPath)) {
         statusText = u"Cannot create recording file (folder denied or file exists).";
@@ -90,7 +89,7 @@ bool CaptureEngine::StartRecording(const Text& outputPath) {
     }
     const Text workingName = WorkingName(outputPath);
     if (!(fromReplay ? StartFromReplay(*this, workingName) : StartOwnCapture(*this, workingName))) {
-        StopChild(recording, stopMs);
+        StopChild(recording, childStopMs);
         std::error_code ignored;
         std::filesystem::remove(ToPath(workingName), ignored);
         state = EngineState::Failed;
@@ -106,7 +105,7 @@ void CaptureEngine::FinishRecording() {
         return;
     }
     const Text workingName = WorkingName(recordingPath);
-    const bool saved = StopChild(recording, stopMs) && HasMediaData(workingName) &&
+    const bool saved = StopChild(recording, childStopMs) && HasMediaData(workingName) &&
                        Succeeded(MoveFileReplacing(workingName, recordingPath));
     state = saved ? EngineState::Ready : EngineState::Failed;
     statusText = saved ? u"Recording saved: " + recordingPath

@@ -15,19 +15,11 @@
 namespace zv {
 namespace {
 
-constexpr std::uint32_t stopMs = 30000;
-
 void RemoveReplayFolder(const Text& folder) {
     if (!folder.empty()) {
         std::error_code ignored;
         std::filesystem::remove_all(ToPath(folder), ignored);
     }
-}
-
-bool MakeReplayFolder(const Text& folder) {
-    std::error_code error;
-    std::filesystem::create_directories(ToPath(folder), error);
-    return !error;
 }
 
 Text RingArguments(std::int32_t seconds, const Text& folder) {
@@ -49,7 +41,7 @@ bool CaptureEngine::StartReplay(bool enable, std::int32_t seconds) {
         return true;
     }
     if (replay.process) {
-        StopChild(replay, stopMs);
+        StopChild(replay, childStopMs);
     }
     replayRunning = false;
     replaySeconds = clamped;
@@ -59,7 +51,7 @@ bool CaptureEngine::StartReplay(bool enable, std::int32_t seconds) {
         return true;
     }
     replayDir = JoinPath(cacheDir, u"replay-" + DecimalUnsigned(TickMs()));
-    if (!MakeReplayFolder(replayDir)) {
+    if (!MakeFolder(replayDir)) {
         statusText = u"Cannot create replay cache.";
         return false;
     }
@@ -77,7 +69,7 @@ void CaptureEngine::StopAll() {
         FinishRecording();
     }
     if (replay.process) {
-        StopChild(replay, stopMs);
+        StopChild(replay, childStopMs);
     }
     replayRunning = false;
     RemoveReplayFolder(replayDir);

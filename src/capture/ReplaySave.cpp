@@ -54,17 +54,16 @@ bool SaveSegments(CaptureEngine& engine, const SegmentNames& names, const Text& 
     const Text folder = JoinPath(engine.cacheDir, u"save-" + DecimalUnsigned(TickMs()));
     const Text concatPath = JoinPath(folder, u"input.ffconcat");
     const Text workingName = WorkingName(outputPath);
-    std::error_code error;
-    std::filesystem::create_directories(ToPath(folder), error);
-    const bool copied = !error && CopySegments(engine.replayDir, names, folder, concatPath);
+    const bool copied = MakeFolder(folder) && CopySegments(engine.replayDir, names, folder, concatPath);
     bool saved = copied && JoinSegments(engine, concatPath, workingName, logPath);
     if (saved) {
         saved = Succeeded(MoveFileReplacing(workingName, outputPath));
     }
+    std::error_code ignored;
     if (!saved) {
-        std::filesystem::remove(ToPath(workingName), error);
+        std::filesystem::remove(ToPath(workingName), ignored);
     }
-    std::filesystem::remove_all(ToPath(folder), error);
+    std::filesystem::remove_all(ToPath(folder), ignored);
     return saved;
 }
 
