@@ -16,6 +16,7 @@ namespace zv {
 namespace {
 
 using support::ClipFacts;
+using support::OpenFiles;
 using support::Probe;
 using support::TemporaryFolder;
 using support::WaitUntil;
@@ -167,9 +168,6 @@ TEST_F(Road, TheReplayFolderIsGoneAfterTheStop) {
     EXPECT_TRUE(std::filesystem::exists(ToPath(engine.cacheDir))) << "the logs survive";
 }
 
-std::size_t OpenFiles() {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
-}
 std::size_t Threads() {
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }

@@ -2,13 +2,13 @@
 // fails. Each test also looks for what must not be left behind.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 
 #include "capture/CaptureEngine.h"
 #include "capture/ReplayPlaylist.h"
 #include "platform/Files.h"
 #include "support/Road.h"
+#include "support/SmallDisk.h"
 #include "video/Monitors.h"
 
 namespace zv {
@@ -41,9 +41,6 @@ struct FailureRoad : testing::Test {
         // The look-up of monitors keeps one connection for each thread, so the count begins behind it.
         filesBefore = OpenFiles();
         return config;
-    }
-    static std::size_t OpenFiles() {
-        return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), {}));
     }
     std::vector<pid_t> Children() const { return ProcessesWith(folder.Path().string() + "/ZVReelsMax"); }
     void UseFfmpegScript(const std::string& body) {
@@ -162,29 +159,14 @@ TEST_F(FailureRoad, AReplayFolderThatCannotBeMadeIsSaid) {
     EXPECT_FALSE(engine.replayRunning);
 }
 
-/// A small file system of the test's own. The test program runs in a mount namespace of its own.
-struct SmallDisk {
-    explicit SmallDisk(const fs::path& folder) : place(folder) {
-        fs::create_directories(place);
-        mounted = mount("tmpfs", place.c_str(), "tmpfs", 0, "size=256k") == 0;
-    }
-    ~SmallDisk() {
-        if (mounted) {
-            umount2(place.c_str(), MNT_DETACH);
-        }
-    }
-    fs::path place;
-    bool mounted = false;
-};
-
 TEST_F(FailureRoad, AFullDiskDuringASaveLosesNothingOfTheRing) {
-    SmallDisk disk(folder.Path() / "captures");
-    ASSERT_TRUE(disk.mounted);
+    const SmallDisk disk(folder.Path() / "captures", "256k");
+    ASSERT_TRUE(disk.Mounted());
     StartBuffering(3);
-    EXPECT_FALSE(engine.SaveReplayClip(FromPath(disk.place / "clip.mp4")));
+    EXPECT_FALSE(engine.SaveReplayClip(FromPath(disk.Place() / "clip.mp4")));
     EXPECT_EQ(engine.statusText,
               u"Replay save failed. Try again; details: " + JoinPath(engine.cacheDir, u"save-replay.log"));
-    EXPECT_TRUE(fs::is_empty(disk.place));
+    EXPECT_TRUE(fs::is_empty(disk.Place()));
     EXPECT_TRUE(engine.replayRunning);
     // Somewhere else the same seconds are still to be had.
     const fs::path clip = folder.Path() / "elsewhere" / "clip.mp4";
@@ -194,16 +176,17 @@ TEST_F(FailureRoad, AFullDiskDuringASaveLosesNothingOfTheRing) {
 
 TEST_F(FailureRoad, AFullCacheDuringASaveIsSaid) {
     StartBuffering(3);
-    // The copies of the segments have no room: the save's folder cannot be made inside a file.
-    SmallDisk disk(folder.Path() / "small");
-    ASSERT_TRUE(disk.mounted);
+    // The copies of the segments, a megabyte each, have no room.
+    const SmallDisk disk(folder.Path() / "small", "256k");
+    ASSERT_TRUE(disk.Mounted());
     const Text cache = engine.cacheDir;
-    engine.cacheDir = FromPath(disk.place);
+    engine.cacheDir = FromPath(disk.Place());
     EXPECT_FALSE(engine.SaveReplayClip(FromPath(folder.Path() / "captures" / "clip.mp4")));
     EXPECT_EQ(engine.statusText,
               u"Replay save failed. Try again; details: " + JoinPath(engine.cacheDir, u"save-replay.log"));
     engine.cacheDir = cache;
     EXPECT_TRUE(fs::is_empty(folder.Path() / "captures"));
+    EXPECT_TRUE(fs::is_empty(disk.Place())) << "the save's folder is left";
 }
 
 TEST_F(FailureRoad, AnOutputFolderThatIsAFileIsSaid) {

@@ -15,17 +15,6 @@ namespace {
 using namespace support;
 namespace fs = std::filesystem;
 
-std::vector<fs::path> FilesBelow(const fs::path& folder) {
-    std::vector<fs::path> files;
-    std::error_code ignored;
-    for (const auto& entry : fs::recursive_directory_iterator(folder, ignored)) {
-        if (entry.is_regular_file()) {
-            files.push_back(entry.path());
-        }
-    }
-    return files;
-}
-
 struct ProgramRoad : testing::Test {
     Spawned Paint(const Arguments& more = {}) {
         Arguments command{MovingDesktopPath(), "--fps", "30", "--motion", "small"};

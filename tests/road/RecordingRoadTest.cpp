@@ -23,17 +23,6 @@ const std::string savedWords = "Recording saved: ";
 
 enum class Mode { FromReplay, OwnCapture };
 
-std::vector<fs::path> FilesBelow(const fs::path& folder) {
-    std::vector<fs::path> files;
-    std::error_code ignored;
-    for (const auto& entry : fs::recursive_directory_iterator(folder, ignored)) {
-        if (entry.is_regular_file()) {
-            files.push_back(entry.path());
-        }
-    }
-    return files;
-}
-
 bool IsWorkingFile(const fs::path& file) { return file.string().ends_with(".mp4.partial.mp4"); }
 
 std::string NameOf(const testing::TestParamInfo<Mode>& info) {

@@ -1,12 +1,12 @@
 // A screenshot from a real key press to the file: the real program on a real X display with a picture that stands
 // still. The program shows its sentences in its windows alone, so these tests look at the files.
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 
 #include <regex>
 
 #include "support/Road.h"
 #include "support/ScreenPainting.h"
+#include "support/SmallDisk.h"
 
 namespace zv {
 namespace {
@@ -15,17 +15,6 @@ using namespace support;
 namespace fs = std::filesystem;
 
 constexpr char screenshotKey[] = "ctrl+alt+s";
-
-std::vector<fs::path> FilesBelow(const fs::path& folder) {
-    std::vector<fs::path> files;
-    std::error_code ignored;
-    for (const auto& entry : fs::recursive_directory_iterator(folder, ignored)) {
-        if (entry.is_regular_file()) {
-            files.push_back(entry.path());
-        }
-    }
-    return files;
-}
 
 std::vector<fs::path> PicturesBelow(const fs::path& folder) {
     std::vector<fs::path> pictures = FilesBelow(folder);
@@ -174,39 +163,16 @@ TEST_F(ScreenshotRoad, APressRightBeforeTheEndStillGivesAWholePicture) {
     ExpectPainted(FilesBelow(run.CaptureRoot())[0], {0, 0, 1920, 1080});
 }
 
-/// A small file system of the test's own. The test program runs in a mount namespace of its own.
-class SmallDisk {
-public:
-    explicit SmallDisk(const fs::path& folder) : place_(folder) {
-        fs::create_directories(place_);
-        mounted_ = mount("tmpfs", place_.c_str(), "tmpfs", 0, "size=64k") == 0;
-    }
-    ~SmallDisk() {
-        if (mounted_) {
-            umount2(place_.c_str(), MNT_DETACH);
-        }
-    }
-    SmallDisk(const SmallDisk&) = delete;
-    SmallDisk& operator=(const SmallDisk&) = delete;
-
-    bool Mounted() const { return mounted_; }
-    bool Grow() const { return mount("tmpfs", place_.c_str(), "tmpfs", MS_REMOUNT, "size=64m") == 0; }
-
-private:
-    fs::path place_;
-    bool mounted_ = false;
-};
-
 TEST_F(ScreenshotRoad, AFullDiskLeavesNothingBehindAndRoomMakesItWorkAgain) {
     ProgramRun run(Options());
     AwaitStart(run);
-    const SmallDisk disk(run.CaptureRoot());
+    const SmallDisk disk(run.CaptureRoot(), "64k");
     ASSERT_TRUE(disk.Mounted());
     run.Press(screenshotKey);
     ASSERT_TRUE(WaitUntil([&] { return fs::exists(run.CaptureRoot() / "Desktop"); }));
     EXPECT_FALSE(WaitUntil([&] { return !PicturesBelow(run.CaptureRoot()).empty(); }, 1));
     EXPECT_TRUE(WaitUntil([&] { return FilesBelow(run.CaptureRoot()).empty(); }));
-    ASSERT_TRUE(disk.Grow());
+    ASSERT_TRUE(disk.Resize("64m"));
     ASSERT_TRUE(PressUntilPicture(run, run.CaptureRoot()));
     ExpectPainted(PicturesBelow(run.CaptureRoot())[0], {0, 0, 1920, 1080});
     EXPECT_EQ(run.End(), 0);

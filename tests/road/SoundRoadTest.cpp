@@ -29,17 +29,6 @@ constexpr char withoutServer[] =
 constexpr char started[] = "Recording started. Stop Recording to finalize video and selected audio.";
 constexpr char buffering[] = "Replay is buffering video and selected audio. Allow 2 seconds before saving.";
 
-std::vector<fs::path> FilesBelow(const fs::path& folder) {
-    std::vector<fs::path> files;
-    std::error_code ignored;
-    for (const auto& entry : fs::recursive_directory_iterator(folder, ignored)) {
-        if (entry.is_regular_file()) {
-            files.push_back(entry.path());
-        }
-    }
-    return files;
-}
-
 struct SoundRoad : testing::Test {
     std::unique_ptr<ProgramRun> Start(std::map<std::string, std::string> settings) {
         return std::make_unique<ProgramRun>(ProgramOptions{.display = display.Name(), .settings = std::move(settings)});

@@ -41,6 +41,19 @@ std::string ReadAll(const fs::path& path) {
 
 void WriteAll(const fs::path& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
+std::vector<fs::path> FilesBelow(const fs::path& folder) {
+    std::vector<fs::path> files;
+    std::error_code gone;  // what the program removes meanwhile
+    for (fs::recursive_directory_iterator at(folder, gone), end; at != end; at.increment(gone)) {
+        if (at->is_regular_file(gone)) {
+            files.push_back(at->path());
+        }
+    }
+    return files;
+}
+
+std::size_t OpenFiles() { return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), {})); }
+
 namespace {
 
 std::vector<char*> Pointers(std::vector<std::string>& strings) {
@@ -155,7 +168,7 @@ std::optional<int> Spawned::WaitExit(double seconds) {
     WaitUntil(
         [this] {
             int status = 0;
-            if (!status_ && waitpid(pid_, &status, WNOHANG) == pid_) {
+            if (!status_ && pid_ > 0 && waitpid(pid_, &status, WNOHANG) == pid_) {  // -1 would be any child
                 status_ = status;
             }
             return status_.has_value();

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -26,6 +27,12 @@ bool WaitUntil(const std::function<bool()>& condition, double seconds = 60);
 
 std::string ReadAll(const std::filesystem::path& path);
 void WriteAll(const std::filesystem::path& path, const std::string& bytes);
+
+/// Every file below a folder; none when there is no such folder.
+std::vector<std::filesystem::path> FilesBelow(const std::filesystem::path& folder);
+
+/// How many descriptors this process has open.
+std::size_t OpenFiles();
 
 /// Runs a program to its end and answers its standard output; standard error joins it when `both`.
 /// An exit code other than 0 is a failure of the test.
