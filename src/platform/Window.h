@@ -232,8 +232,7 @@ void SetEndRequest(void (*endRequest)());
 /// program carries does that already.
 void SetTaskbarIdentity(TextView id);
 
-/// The one copy of the program in this session. `claimed` says whether it is this one; the claim ends with the
-/// process at the latest.
+/// Held by the one copy of the program in this session. The claim ends with the process at the latest.
 struct InstanceClaim;
 template <>
 void Closer<InstanceClaim>::operator()(InstanceClaim* claim) const noexcept;

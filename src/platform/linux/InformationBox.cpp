@@ -14,7 +14,7 @@
 namespace zv {
 namespace {
 
-/// Runs a program of the search path to its end. False when it could not be started or found no display.
+/// Runs a program of the search path to its end. False when it could not be started.
 bool RunToEnd(std::vector<std::string> arguments) {
     std::vector<char*> pointers;
     for (std::string& argument : arguments) {
