@@ -1,6 +1,7 @@
 // What the sound of a capture costs: the audio worker with the default speakers and the default microphone, read as
 // the encoder reads it. Prints the share of a core that its thread used, with the sum of the samples' squares as a
-// checksum of the work.
+// checksum of the work, and beside it what a thread uses on this machine that only waits as the worker does, for 3 ms
+// at a time.
 //
 //   AudioCost [SECONDS]     (10 unless told; needs a sound server with a microphone)
 #include <fcntl.h>
@@ -16,6 +17,7 @@
 #include <string>
 
 #include "audio/AudioCapture.h"
+#include "platform/Event.h"
 
 namespace {
 
@@ -34,6 +36,19 @@ double SecondsOnCore(const std::string& thread) {
     double nanoseconds = 0;
     std::ifstream(thread + "/schedstat") >> nanoseconds;
     return nanoseconds / 1e9;
+}
+
+/// The share of a core that nothing but the worker's waits takes, in percent.
+double WaitsAlone(double seconds) {
+    const zv::Owned<zv::Event> never = zv::MakeEvent();
+    const double used = SecondsOnCore("/proc/thread-self");
+    const auto begin = std::chrono::steady_clock::now();
+    const auto end = begin + std::chrono::duration<double>(seconds);
+    while (std::chrono::steady_clock::now() < end) {
+        zv::WaitAny({never.get()}, 3);
+    }
+    const double passed = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    return (SecondsOnCore("/proc/thread-self") - used) / passed * 100;
 }
 
 /// Reads for so long; the sum of the squares of what came.
@@ -81,5 +96,6 @@ int main(int argumentCount, char** arguments) {
                 (SecondsOnCore(worker) - used) / passed * 100, passed, sum);
     capture.Stop();
     close(pipe);
+    std::printf("the waits alone: %.2f %%\n", WaitsAlone(seconds));
     return 0;
 }

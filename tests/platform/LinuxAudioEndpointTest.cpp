@@ -115,7 +115,7 @@ TEST(LinuxSystemSound, AToneArrivesWithItsFrequencyItsLevelAndItsSides) {
     EXPECT_LT(LateLevel(tail, 0, 1010), 0.005);
 }
 
-TEST(LinuxSystemSound, ComesInFreshPacketsOfTenMillisecondsAtMostWithStampsThatTile) {
+TEST(LinuxSystemSound, ComesInFreshPacketsOfTwentyMillisecondsAtMostWithStampsThatTile) {
     SoundServer server;
     ASSERT_TRUE(server.Ready()) << server.Log();
     auto player = server.PlayTone("speakers", 1000, 0.5F, 1000, 0.5F);
@@ -125,13 +125,13 @@ TEST(LinuxSystemSound, ComesInFreshPacketsOfTenMillisecondsAtMostWithStampsThatT
     ASSERT_EQ(TakeFor(*sound.endpoint, 3, taken), resultOk);  // the sink settles
     taken = {};
     ASSERT_EQ(TakeFor(*sound.endpoint, 3, taken), resultOk);
-    ASSERT_GE(taken.packets.size(), 250U);
+    ASSERT_GE(taken.packets.size(), 125U);
     std::size_t tiled = 0;
     std::size_t fresh = 0;
     for (std::size_t i = 0; i < taken.packets.size(); ++i) {
         const TakenPacket& packet = taken.packets[i];
         EXPECT_FALSE(packet.timestampError);
-        EXPECT_LE(packet.frames, 480U);
+        EXPECT_LE(packet.frames, 960U);
         const std::int64_t end = packet.position + std::int64_t{packet.frames} * 625 / 3;
         // What the sink has mixed may be about to be played; a loaded machine takes a packet late.
         EXPECT_LE(packet.position, packet.taken + 500000) << i;

@@ -1,10 +1,9 @@
 // Endpoints of the sound server: the monitor of the default sink, and the default source.
 //
 // The server mixes, resamples and delivers what is asked for, so the mix format is always float at 48 kHz in
-// stereo, and the packets are of 10 ms at most. A device that goes away ends its stream; the stream is never moved.
+// stereo, and the packets are of 20 ms at most. A device that goes away ends its stream; the stream is never moved.
 #include "platform/AudioEndpoint.h"
 
-#include <algorithm>
 #include <optional>
 
 #include "platform/Clock.h"
@@ -24,8 +23,7 @@ struct AudioEndpoint {
     std::string source;  ///< the server's name of what is recorded
     PulseStream stream;  ///< let go of before the client
     PacketClock clock;
-    std::uint64_t emptyAtTurn = 0;    ///< the client's turn by which nothing was left here
-    std::int64_t nextPacketFrom = 0;  ///< no packet can come before; 100 ns
+    std::uint64_t emptyAtTurn = 0;  ///< the client's turn by which nothing was left here
 };
 
 template <>
@@ -46,10 +44,11 @@ void Closer<AudioEndpoint>::operator()(AudioEndpoint* endpoint) const noexcept {
 namespace {
 
 constexpr std::uint32_t frameBytes = 8;
-constexpr std::uint32_t packetFrames = 480;  ///< 10 ms
+/// 20 ms. Most of what the audio worker costs it pays by the packet, and the mix waits 100 ms for one.
+constexpr std::uint32_t packetFrames = 960;
 constexpr std::uint32_t packetBytes = packetFrames * frameBytes;
 constexpr pa_sample_spec mixSpec{PA_SAMPLE_FLOAT32LE, 48000, 2};
-constexpr std::int64_t usualWait = 30000;  ///< 3 ms
+constexpr std::int64_t lookPeriod = 90000;  ///< 9 ms
 
 struct DefaultNames {
     std::string sink;
@@ -106,20 +105,11 @@ std::optional<std::int64_t> AgeOf(pa_stream& stream) {
     return negative != 0 ? -age : age;
 }
 
-/// A look at the connection costs more than all else between two packets. There is none while what it brought is not
-/// taken yet, which is so as well when another endpoint has looked since, nor before another packet can have come.
-Result TakeInNews(AudioEndpoint& endpoint) {
-    PulseClient& client = *endpoint.client;
-    const bool due = endpoint.emptyAtTurn == client.turns && Counter100ns() >= endpoint.nextPacketFrom;
-    const Result result = due ? Turn(client) : resultOk;
-    return Succeeded(result) ? StreamState(*endpoint.stream) : result;
-}
+/// Whether all that the connection brought is taken. It is not, when another endpoint has looked at it since.
+bool AllIsTaken(const AudioEndpoint& endpoint) { return endpoint.emptyAtTurn == endpoint.client->turns; }
 
-/// The packets of a stream are as long as one another, and the last one had not waited longer than from look to look.
-std::int64_t EarliestNext(std::int64_t now, std::uint32_t frames) {
-    const std::int64_t length = std::min(frames, packetFrames);  // a hole may be longer
-    return now + length * 10000000 / mixSpec.rate - usualWait;
-}
+/// A look at the connection costs more than all else between two packets, so there is one for every few calls.
+bool LookIsDue(const PulseClient& client) { return Counter100ns() >= client.lastTurn + lookPeriod; }
 
 }  // namespace
 
@@ -141,7 +131,7 @@ Result FindDefaultEndpoint(AudioEnumerator& enumerator, bool loopback, Owned<Aud
     std::string source;
     const Result result = FindSource(*enumerator.client, loopback, source);
     if (Succeeded(result)) {
-        endpoint.reset(new AudioEndpoint{enumerator.client, std::move(source), nullptr, {}, 0, 0});
+        endpoint.reset(new AudioEndpoint{enumerator.client, std::move(source), nullptr, {}, 0});
     }
     return result;
 }
@@ -179,7 +169,16 @@ void StopEndpoint(AudioEndpoint& endpoint) {
 
 Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
     frames = 0;
-    const Result result = TakeInNews(endpoint);
+    Result result = resultOk;
+    if (AllIsTaken(endpoint)) {
+        if (!LookIsDue(*endpoint.client)) {
+            return resultOk;
+        }
+        result = Turn(*endpoint.client);
+    }
+    if (Succeeded(result)) {
+        result = StreamState(*endpoint.stream);
+    }
     if (Failed(result)) {
         return result;
     }
@@ -207,7 +206,6 @@ Result TakePacket(AudioEndpoint& endpoint, AudioPacket& packet) {
     packet.silent = data == nullptr;  // a hole in the stream
     const std::int64_t now = Counter100ns();
     packet.position = StampPacket(endpoint.clock, now, AgeOf(*endpoint.stream), packet.frames);
-    endpoint.nextPacketFrom = EarliestNext(now, packet.frames);
     return resultOk;
 }
 

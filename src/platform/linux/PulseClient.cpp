@@ -72,6 +72,7 @@ Result ConnectPulse(std::shared_ptr<PulseClient>& client) {
 
 Result Turn(PulseClient& client) {
     ++client.turns;
+    client.lastTurn = Counter100ns();
     while (pa_mainloop_iterate(client.loop, 0, nullptr) > 0) {
     }
     return ContextState(client);

@@ -18,7 +18,8 @@ namespace zv {
 struct PulseClient {
     pa_mainloop* loop = nullptr;
     pa_context* context = nullptr;
-    std::uint64_t turns = 0;  ///< so often Turn has looked for messages
+    std::uint64_t turns = 0;    ///< so often Turn has looked for messages
+    std::int64_t lastTurn = 0;  ///< when it last did; 100 ns
 
     PulseClient() = default;
     ~PulseClient();
