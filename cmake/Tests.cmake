@@ -1,10 +1,10 @@
-# zv_test(NAME SOURCES... [STAND_INS Clock ...] [LIBRARIES ...] [LABELS ...] [TIMEOUT seconds] [SERIAL] [WHOLE]
-#         [ONE_THREAD] [LAUNCHER script])
+# zv_test(NAME SOURCES... [STAND_INS Clock ...] [LIBRARIES ...] [LABELS ...] [TIMEOUT seconds] [COST seconds] [SERIAL]
+#         [WHOLE] [ONE_THREAD] [LAUNCHER script])
 #
 # One GoogleTest program. STAND_INS names files of tests/stand_in/ that replace the platform service of the same
 # name (or a portable part that the test wants to steer). On Linux every TEST becomes a ctest entry; WHOLE, and every
 # test on Windows, registers the program as one entry, which suits road tests that share an expensive set-up.
-# LAUNCHER runs a WHOLE program.
+# LAUNCHER runs a WHOLE program. What has a COST begins first, the longest at the head, so that none runs on alone.
 #
 # With ZV_SANITIZERS a portable test is run as NAME_address and, unless ONE_THREAD says that neither it nor what it
 # tests starts a thread, as NAME_thread: one entry each.
@@ -89,12 +89,12 @@ function(zv_sanitized_test name)
     add_dependencies(${program} ${name})  # and the helper programs that it needs
     add_test(NAME ${program} COMMAND ${program})
     set_tests_properties(${program} PROPERTIES LABELS "${T_LABELS};sanitizer" TIMEOUT ${timeout}
-      RUN_SERIAL ${T_SERIAL})
+      RUN_SERIAL ${T_SERIAL} COST ${T_COST})
   endforeach()
 endfunction()
 
 function(zv_test name)
-  cmake_parse_arguments(T "SERIAL;WHOLE;ONE_THREAD" "TIMEOUT;LAUNCHER" "SOURCES;STAND_INS;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(T "SERIAL;WHOLE;ONE_THREAD" "TIMEOUT;COST;LAUNCHER" "SOURCES;STAND_INS;LIBRARIES;LABELS" ${ARGN})
   list(APPEND T_SOURCES ${T_UNPARSED_ARGUMENTS})
   add_executable(${name} ${T_SOURCES})
   zv_test_program(${name} zorvel_compile "")
@@ -104,25 +104,28 @@ function(zv_test name)
   if(NOT T_LABELS)
     set(T_LABELS portable)
   endif()
+  if(NOT T_COST)
+    set(T_COST 0)
+  endif()
   if(WIN32)
     # -municode asks for wmain; tests have a plain main.
     set_property(TARGET ${name} APPEND PROPERTY LINK_OPTIONS -mconsole)
     add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/windows/in_wine ${CMAKE_BINARY_DIR} $<TARGET_FILE:${name}>)
     # The first test of a build folder also makes the template of Wine's prefix.
     math(EXPR whole_timeout "${T_TIMEOUT} + 180")
-    set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${whole_timeout}
+    set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${whole_timeout} COST ${T_COST}
       ENVIRONMENT "ZV_WINE_SECONDS=${T_TIMEOUT}")
     if(T_SERIAL)
       set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
     endif()
   elseif(T_WHOLE)
     add_test(NAME ${name} COMMAND ${T_LAUNCHER} $<TARGET_FILE:${name}>)
-    set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT})
+    set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT} COST ${T_COST})
     if(T_SERIAL)
       set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
     endif()
   else()
-    set(properties LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT})
+    set(properties LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT} COST ${T_COST})
     if(T_SERIAL)
       list(APPEND properties RUN_SERIAL ON)
     endif()

@@ -107,6 +107,27 @@ std::string Deviation(const Heard& heard, Range range, const std::vector<Tone>& 
     return "";
 }
 
+/// The same, of a device that gives no sound ahead of its time: what came too late is missing from the sum, and that
+/// may be less than half of the range.
+std::string DeviationWhereInTime(const Heard& heard, Range range, const std::vector<Tone>& always, const Tone& tone,
+                                 double tolerance = 0.01) {
+    std::vector<Tone> whole = always;
+    whole.push_back(tone);
+    std::size_t late = 0;
+    for (std::size_t frame = range.first; frame < range.second; ++frame) {
+        const Range one{frame, frame + 1};
+        const std::string deviation = Deviation(heard, one, whole, tolerance);
+        if (deviation.empty()) {
+            continue;
+        }
+        if (!Deviation(heard, one, always, tolerance).empty()) {
+            return deviation;
+        }
+        ++late;
+    }
+    return 2 * late < range.second - range.first ? "" : std::to_string(late) + " frames are missing";
+}
+
 bool IsSilent(const Heard& heard, Range range) {
     for (std::size_t frame = range.first; frame < range.second; ++frame) {
         if (frame >= heard.Frames() || !heard.Quiet(frame)) {
@@ -408,7 +429,7 @@ TEST_F(RefusedMicrophone, IsHeardOnBothSidesOverTheCompatibilityDriver) {
         ASSERT_LT(first, 24000U);
         // Counted from its start: whatever the machine was late with is silent, the rest lies at its place.
         const Tone tone{static_cast<double>(first), level, level};
-        EXPECT_EQ(Deviation(heard, {first, first + 10 * packet}, {tone}), "") << code;
+        EXPECT_EQ(DeviationWhereInTime(heard, {first, first + 10 * packet}, {}, tone), "") << code;
         const auto before = static_cast<std::int64_t>(std::llround(static_cast<double>(first) / 0.0048));
         EXPECT_GE(heard.starts.at("wave") - before, heard.opened - 210);
     }
@@ -419,8 +440,8 @@ TEST_F(RefusedMicrophone, KeepsSystemSoundBesideIt) {
     const std::size_t first = heard.FirstSound();
     const double second = static_cast<double>(first) +
                           std::trunc(static_cast<double>(heard.starts.at("wave") - heard.starts.at("render")) * 0.0048);
-    EXPECT_EQ(Deviation(heard, {first + 5 * packet, first + 15 * packet},
-                        {{static_cast<double>(first), 0.5, 0.25, 391}, {second, level, level}}, 0.06),
+    EXPECT_EQ(DeviationWhereInTime(heard, {first + 5 * packet, first + 15 * packet},
+                                   {{static_cast<double>(first), 0.5, 0.25, 391}}, {second, level, level}, 0.06),
               "");
 }
 
@@ -428,10 +449,10 @@ TEST_F(RefusedMicrophone, ShortAndEmptyBuffersAreFollowedStraightOn) {
     const Heard heard = Hear(refused + "set wave short 3 480\nset wave short 5 0\n", 50 * packet, false, true);
     const std::size_t first = heard.FirstSound();
     const auto at = static_cast<double>(first);
-    EXPECT_EQ(Deviation(heard, {first, first + 1200}, {{at, level, level}}), "");
+    EXPECT_EQ(DeviationWhereInTime(heard, {first, first + 1200}, {}, {at, level, level}), "");
     // Half of the third buffer is missing, and the fourth's sound is 240 frames early for it.
-    EXPECT_EQ(Deviation(heard, {first + 1200, first + 1680}, {{at - 240, level, level}}), "");
-    EXPECT_EQ(Deviation(heard, {first + 1680, first + 8 * packet}, {{at - 720, level, level}}), "");
+    EXPECT_EQ(DeviationWhereInTime(heard, {first + 1200, first + 1680}, {}, {at - 240, level, level}), "");
+    EXPECT_EQ(DeviationWhereInTime(heard, {first + 1680, first + 8 * packet}, {}, {at - 720, level, level}), "");
 }
 
 TEST_F(RefusedMicrophone, SaysWhatTheCompatibilityDriverFailsWith) {
