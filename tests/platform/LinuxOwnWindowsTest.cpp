@@ -12,10 +12,12 @@
 #include <thread>
 #include <vector>
 
+#include "platform/Clock.h"
 #include "platform/DesktopCapture.h"
 #include "platform/Files.h"
 #include "platform/ScreenGrab.h"
 #include "platform/Window.h"
+#include "platform/linux/ExcludedWindows.h"
 #include "platform/linux/Surface.h"
 #include "support/Road.h"
 #include "support/ScreenPainting.h"
@@ -56,6 +58,8 @@ std::intptr_t PaintRed(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
 class LinuxOwnWindows : public testing::TestWithParam<bool> {
 protected:
     LinuxOwnWindows() {
+        // What a test before this one has noted is of another screen.
+        EXPECT_TRUE(support::WaitUntil([] { return x11::PlacesSince(SteadyNs(), {0, 0, width, height}).Empty(); }));
         setenv("DISPLAY", display_.Name().c_str(), 1);
         SetEndRequest(nullptr);
         EXPECT_TRUE(OpenSession());
@@ -97,6 +101,55 @@ protected:
     void Show(AppWindow& window, const Rectangle& place) {
         ShowTopmostAt(window, place);
         ASSERT_TRUE(RunUntil(window, [&] { return other_->PixelAt(place.right - 1, place.bottom - 1) == red; }));
+    }
+
+    /// Until the screen shows it no more.
+    void Hide(AppWindow& window, const Rectangle& place) {
+        HideWindow(window);
+        ASSERT_TRUE(RunUntil(window, [&] { return other_->PixelAt(place.right - 1, place.bottom - 1) != red; }));
+    }
+    /// As a compositing manager paints: over all windows, and none of them knows.
+    void PaintOnScreen(const Rectangle& place, std::uint32_t color) const {
+        const xcb_gcontext_t context = xcb_generate_id(other_->Get());
+        const std::uint32_t values[] = {color, XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS};
+        xcb_create_gc(other_->Get(), context, other_->Root(), XCB_GC_FOREGROUND | XCB_GC_SUBWINDOW_MODE, values);
+        const xcb_rectangle_t all{static_cast<std::int16_t>(place.left), static_cast<std::int16_t>(place.top),
+                                  static_cast<std::uint16_t>(place.Width()),
+                                  static_cast<std::uint16_t>(place.Height())};
+        xcb_poly_fill_rectangle(other_->Get(), other_->Root(), context, 1, &all);
+        xcb_free_gc(other_->Get(), context);
+        other_->Sync();
+    }
+    /// Has a compositing manager that is late by some milliseconds show the window where it is no more, and asks then.
+    /// Asks again if the machine took so long for it that no manager would be that late.
+    void ExpectNoneOnALateScreen(AppWindow& window, const Rectangle& place, const std::function<void()>& leave,
+                                 const std::function<long()>& countSeen) {
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            Show(window, place);
+            const std::int64_t leftNs = SteadyNs();
+            leave();
+            PaintOnScreen(place, red);
+            const long seen = countSeen();
+            const bool quick = SteadyNs() - leftNs < x11::lingerNs;
+            PaintOnScreen(place, green);
+            if (quick) {
+                EXPECT_EQ(seen, 0);
+                return;
+            }
+        }
+        FAIL() << "the machine is too slow";
+    }
+    std::vector<std::uint32_t> Screen() const {
+        std::vector<std::uint32_t> pixels(std::size_t{width} * height);
+        const support::Reply<xcb_get_image_reply_t> image(xcb_get_image_reply(
+            other_->Get(),
+            xcb_get_image(other_->Get(), XCB_IMAGE_FORMAT_Z_PIXMAP, other_->Root(), 0, 0, width, height, ~0U),
+            nullptr));
+        std::memcpy(pixels.data(), xcb_get_image_data(image.get()), pixels.size() * 4);
+        for (std::uint32_t& pixel : pixels) {
+            pixel &= 0xFFFFFFU;
+        }
+        return pixels;
     }
 
     /// A screenshot as 0x00RRGGBB, row after row.
@@ -240,6 +293,74 @@ TEST_P(LinuxOwnWindows, NeverShowInACaptureWhileTheyComeMoveAndGo) {
     EXPECT_GE(images, 5);
     EXPECT_EQ(seen, 0);
     HideWindow(*overlay);
+    EXPECT_TRUE(RunUntil(*overlay, [&] {
+        Take();
+        return Captured() == Expected(ColorAt);
+    }));
+}
+
+TEST_P(LinuxOwnWindows, AreNotInACaptureOrAScreenshotThatACompositorIsLateFor) {
+    ScreenPainting game(nullptr, 0, 0, width, height);
+    game.Fill<std::uint32_t>(ColorAt);
+    const Owned<AppWindow> overlay = Make(true);
+    OpenCapture();
+    const Rectangle place{100, 80, 400, 300};
+    const auto hide = [&] { Hide(*overlay, place); };
+    const auto move = [&] {
+        PlaceWindow(*overlay, {300, 20, 600, 240});
+        ASSERT_TRUE(RunUntil(*overlay, [&] { return other_->PixelAt(599, 20) == red; }));
+    };
+    const auto captured = [&] {
+        Take();
+        return CountOf(Captured(), red);
+    };
+    const auto shot = [&] { return CountOf(Screenshot(), red); };
+    ExpectNoneOnALateScreen(*overlay, place, hide, captured);
+    ExpectNoneOnALateScreen(*overlay, place, hide, shot);
+    ExpectNoneOnALateScreen(*overlay, place, move, captured);
+    ExpectNoneOnALateScreen(*overlay, place, move, shot);
+}
+
+TEST_P(LinuxOwnWindows, AreKnownForOursAlsoWhileTheyAreHidden) {
+    Owned<AppWindow> overlay = Make(true);
+    const Rectangle place{100, 80, 400, 300};
+    Show(*overlay, place);
+    HideWindow(*overlay);
+    ASSERT_TRUE(RunUntil(*overlay, [&] { return x11::PlacesSince(SteadyNs(), place).Empty(); }));
+    // Who has listed the windows beneath before it came up again must not take it for another program's.
+    EXPECT_TRUE(x11::ListExcluded().Holds(other_->Find("overlay")));
+    overlay.reset();
+    EXPECT_EQ(x11::ListExcluded().count, 0U);
+}
+
+TEST_P(LinuxOwnWindows, GiveTheCaptureItsScreenBackOnceTheyAreGone) {
+    ScreenPainting game(nullptr, 0, 0, width, height);
+    game.Fill<std::uint32_t>(ColorAt);
+    const Owned<AppWindow> overlay = Make(true);
+    const Rectangle place{100, 80, 400, 300};
+    OpenCapture();
+    Show(*overlay, place);
+    Take();
+    Hide(*overlay, place);
+    // What no picture of a window holds.
+    PaintOnScreen({120, 90, 140, 110}, blue);
+    EXPECT_TRUE(RunUntil(*overlay, [&] {
+        Take();
+        return Captured() == Screen();
+    }));
+}
+
+TEST_P(LinuxOwnWindows, AreNotInACaptureWhereAnotherProgramHasMovedThem) {
+    ScreenPainting game(nullptr, 0, 0, width, height);
+    game.Fill<std::uint32_t>(ColorAt);
+    const Owned<AppWindow> overlay = Make(true);
+    Show(*overlay, {100, 80, 400, 300});
+    const std::uint32_t left = 200;
+    xcb_configure_window(other_->Get(), other_->Find("overlay"), XCB_CONFIG_WINDOW_X, &left);
+    other_->Sync();
+    ASSERT_TRUE(RunUntil(*overlay, [&] { return other_->PixelAt(499, 299) == red; }));
+    OpenCapture();
+    SleepMs(static_cast<std::uint32_t>(x11::lingerNs / 1'000'000));
     EXPECT_TRUE(RunUntil(*overlay, [&] {
         Take();
         return Captured() == Expected(ColorAt);

@@ -8,6 +8,8 @@
 #include <span>
 #include <string_view>
 
+#include "platform/linux/Damage.h"
+#include "platform/linux/ExcludedWindows.h"
 #include "platform/linux/Xcb.h"
 
 namespace zv::x11 {
@@ -36,25 +38,6 @@ BeneathWindows::~BeneathWindows() {
         xcb_shm_detach(connection_, segment_);
         xcb_flush(connection_);
     }
-}
-
-Damage BeneathWindows::Covered(const Rectangle& area) {
-    Damage covered;
-    const ExcludedWindows excluded = ListExcluded();
-    std::array<xcb_get_geometry_cookie_t, mostExcluded> asked{};
-    for (std::size_t i = 0; i < excluded.count; ++i) {
-        asked[i] = xcb_get_geometry(connection_, excluded.each[i]);
-    }
-    for (std::size_t i = 0; i < excluded.count; ++i) {
-        // One that another server's window has the number of may be asked for too: it is drawn as it is.
-        const Reply<xcb_get_geometry_reply_t> place(xcb_get_geometry_reply(connection_, asked[i], nullptr));
-        if (place) {
-            const int border = 2 * place->border_width;
-            covered.Add(Intersection(
-                area, {place->x, place->y, place->x + place->width + border, place->y + place->height + border}));
-        }
-    }
-    return covered;
 }
 
 bool BeneathWindows::Open() {

@@ -11,8 +11,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/linux/Damage.h"
-#include "platform/linux/ExcludedWindows.h"
+#include "platform/Rectangle.h"
 #include "platform/linux/Surface.h"
 
 namespace zv::x11 {
@@ -23,10 +22,6 @@ public:
     ~BeneathWindows();
     BeneathWindows(const BeneathWindows&) = delete;
     BeneathWindows& operator=(const BeneathWindows&) = delete;
-
-    /// Where the screen may show a window of ours, in the root's coordinates and inside `area`. Asks the server only
-    /// when there are any. What is needed for a grab: the answer of before it together with the one of after it.
-    Damage Covered(const Rectangle& area);
 
     /// Draws what lies beneath ours in `part` of the root into memory of this object: rows of as many pixels as the
     /// part is wide, as the root's own. Null when the server cannot. Valid until the next call.

@@ -30,10 +30,8 @@ public:
         if (HoldsNothing(rectangle)) {
             return;
         }
-        for (const Rectangle& known : Rectangles()) {
-            if (Intersection(known, rectangle) == rectangle) {
-                return;
-            }
+        if (Holds(rectangle)) {
+            return;
         }
         if (count_ < most) {
             rectangles_[count_++] = rectangle;
@@ -52,6 +50,11 @@ public:
     }
     void Clear() { count_ = 0; }
     bool Empty() const { return count_ == 0; }
+    /// Whether one of the parts has all of it.
+    bool Holds(const Rectangle& rectangle) const {
+        return std::any_of(rectangles_.begin(), rectangles_.begin() + static_cast<std::ptrdiff_t>(count_),
+                           [&](const Rectangle& known) { return Intersection(known, rectangle) == rectangle; });
+    }
     std::span<const Rectangle> Rectangles() const { return {rectangles_.data(), count_}; }
 
 private:

@@ -22,6 +22,7 @@
 #include <span>
 
 #include "platform/linux/BeneathWindows.h"
+#include "platform/linux/ExcludedWindows.h"
 #include "platform/linux/Posix.h"
 #include "platform/linux/RandrMonitors.h"
 #include "platform/linux/Surface.h"
@@ -78,7 +79,7 @@ struct DesktopDuplication {
     DesktopImage image;
 
     std::unique_ptr<x11::BeneathWindows> beneath;
-    Damage covered;                   ///< by windows of ours, when it was last looked
+    Damage covered;                   ///< parts of the root where the image shows what lies beneath ours
     std::int64_t coveredDrawnNs = 0;  ///< when what lies beneath them was drawn last
 };
 
@@ -288,8 +289,9 @@ Result Grab(DesktopDuplication& duplication) {
 
 /// What lies beneath our own windows changes without damage to the screen: it is drawn anew so often.
 bool BeneathIsDue(const DesktopDuplication& duplication) {
-    const bool any = x11::ListExcluded().count > 0 || !duplication.covered.Empty();
-    return any && MonotonicNs() - duplication.coveredDrawnNs >= beneathPeriodNs;
+    const std::int64_t nowNs = MonotonicNs();
+    return nowNs - duplication.coveredDrawnNs >= beneathPeriodNs &&
+           !(duplication.covered.Empty() && x11::PlacesSince(nowNs, duplication.monitor).Empty());
 }
 
 /// Puts what lies beneath into the image, black where the server cannot tell.
@@ -311,14 +313,26 @@ void DrawBeneath(DesktopDuplication& duplication, const Rectangle& part) {
     duplication.image.changed.Add({left, top, left + part.Width(), top + part.Height()});
 }
 
-/// Takes the windows of ours out of the image: those that were there when it was last looked, before the grab or after.
+/// Where ours are gone for good the screen itself is to be seen again, which may have no damage to tell of.
+void UncoverLeftPlaces(DesktopDuplication& duplication, std::int64_t nowNs) {
+    const Rectangle& monitor = duplication.monitor;
+    const Damage still = x11::PlacesSince(nowNs, monitor);
+    for (const Rectangle& part : duplication.covered.Rectangles()) {
+        if (!still.Holds(part)) {
+            duplication.image.changed.Add({part.left - monitor.left, part.top - monitor.top, part.right - monitor.left,
+                                           part.bottom - monitor.top});
+        }
+    }
+}
+
+/// Takes the windows of ours out of the image. Their places are asked for after the grab, when all are noted that can
+/// be in it.
 Result GrabWithoutOurs(DesktopDuplication& duplication) {
-    Damage covered = duplication.covered;
-    covered.Add(duplication.beneath->Covered(duplication.monitor));
+    const std::int64_t startNs = MonotonicNs();
+    UncoverLeftPlaces(duplication, startNs);
     const Result result = Grab(duplication);
-    duplication.covered = duplication.beneath->Covered(duplication.monitor);
-    covered.Add(duplication.covered);
-    for (const Rectangle& part : covered.Rectangles()) {
+    duplication.covered = x11::PlacesSince(startNs, duplication.monitor);
+    for (const Rectangle& part : duplication.covered.Rectangles()) {
         DrawBeneath(duplication, part);
     }
     duplication.coveredDrawnNs = MonotonicNs();

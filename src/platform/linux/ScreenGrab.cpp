@@ -10,6 +10,7 @@
 #include <span>
 
 #include "platform/linux/BeneathWindows.h"
+#include "platform/linux/ExcludedWindows.h"
 #include "platform/linux/PngFile.h"
 #include "platform/linux/Posix.h"
 #include "platform/linux/XDisplay.h"
@@ -153,8 +154,7 @@ Result ReadScreen(const ScreenArea& area, Pixels& pixels) {
         return ResultOfSystemError(ENOTSUP);
     }
     const Rectangle bounds{area.left, area.top, area.left + area.width, area.top + area.height};
-    x11::BeneathWindows beneath(display->connection, *ScreenOfRoot(*display));
-    Damage covered = beneath.Covered(bounds);
+    const std::int64_t startNs = MonotonicNs();
     const auto width = static_cast<std::uint16_t>(area.width);
     const auto height = static_cast<std::uint16_t>(area.height);
     const auto cookie =
@@ -173,8 +173,8 @@ Result ReadScreen(const ScreenArea& area, Pixels& pixels) {
     if (!Unpack(image, layout, pixels)) {
         return ResultOfSystemError(EPROTO);
     }
-    covered.Add(beneath.Covered(bounds));
-    TakeOursOut(area, covered, beneath, layout, pixels);
+    x11::BeneathWindows beneath(display->connection, *ScreenOfRoot(*display));
+    TakeOursOut(area, x11::PlacesSince(startNs, bounds), beneath, layout, pixels);
     return resultOk;
 }
 

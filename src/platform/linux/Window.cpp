@@ -487,6 +487,7 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options) {
     window->topmost = options.topmost;
     window->width = options.width;
     window->height = options.height;
+    window->place = {options.left, options.top, options.left + options.width, options.top + options.height};
     session.windows.push_back(window.get());
     if (options.clickThrough) {
         x11::LetClicksThrough(session, *window);

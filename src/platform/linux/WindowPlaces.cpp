@@ -41,13 +41,18 @@ void KeepPictures(Session& session) {
     session.redirected = true;
 }
 
+bool AnyExcludedShown(const Session& session) {
+    return std::any_of(session.windows.begin(), session.windows.end(),
+                       [](const AppWindow* window) { return window->excluded && window->shown; });
+}
+
 /// A game that fills the screen is faster without. Where no compositor runs, the change makes every window paint itself
 /// anew, which can be seen, so there it stays for good.
 void LetPicturesGo(Session& session) {
     const auto composited = [&] {
         return SelectionOwner(session, session.atoms.compositorSelection).value_or(XCB_WINDOW_NONE) != XCB_WINDOW_NONE;
     };
-    if (session.redirected && ListExcluded().count == 0 && composited()) {
+    if (session.redirected && !AnyExcludedShown(session) && composited()) {
         session.redirected = false;
         xcb_composite_unredirect_subwindows(session.connection.get(), session.screen->root,
                                             XCB_COMPOSITE_REDIRECT_AUTOMATIC);
@@ -66,7 +71,7 @@ void WatchStack(Session& session) {
 /// Before the server is asked to show it.
 void BeginShowing(Session& session, AppWindow& window) {
     if (window.excluded) {
-        EnterExcluded(window.id);
+        NotePlace(window.id, window.place);
         KeepPictures(session);
     }
     if (window.shown) {
@@ -91,7 +96,7 @@ void EndShowing(Session& session, AppWindow& window) {
         ReleaseMouse(window);
     }
     if (!window.shown) {
-        LeaveExcluded(window.id);
+        NoteGone(window.id);
         LetPicturesGo(session);
         WatchStack(session);
     }
@@ -107,16 +112,26 @@ void TellSize(AppWindow& window, int width, int height) {
     CurrentSession().queue.push_back({&window, message::size, 0, Words(width, height)});
 }
 
+void SetPlace(AppWindow& window, const Rectangle& place) {
+    window.place = place;
+    if (window.excluded && window.shown) {
+        NotePlace(window.id, place);
+    }
+}
+
 void Configure(AppWindow& window, const Rectangle& bounds, bool raise) {
-    const std::array<std::uint32_t, 5> values{
-        static_cast<std::uint32_t>(bounds.left), static_cast<std::uint32_t>(bounds.top),
-        static_cast<std::uint32_t>(std::max(bounds.Width(), 1)),
-        static_cast<std::uint32_t>(std::max(bounds.Height(), 1)), XCB_STACK_MODE_ABOVE};
+    const std::int32_t width = std::max(bounds.Width(), 1);
+    const std::int32_t height = std::max(bounds.Height(), 1);
+    SetPlace(window, {bounds.left, bounds.top, bounds.left + width, bounds.top + height});
+    const std::array<std::uint32_t, 5> values{static_cast<std::uint32_t>(bounds.left),
+                                              static_cast<std::uint32_t>(bounds.top), static_cast<std::uint32_t>(width),
+                                              static_cast<std::uint32_t>(height), XCB_STACK_MODE_ABOVE};
     const unsigned place =
         XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT;
-    xcb_configure_window(CurrentSession().connection.get(), window.id,
-                         static_cast<std::uint16_t>(raise ? place | XCB_CONFIG_WINDOW_STACK_MODE : place),
-                         values.data());
+    const unsigned asked = raise ? place | XCB_CONFIG_WINDOW_STACK_MODE : place;
+    const xcb_void_cookie_t request = xcb_configure_window(CurrentSession().connection.get(), window.id,
+                                                           static_cast<std::uint16_t>(asked), values.data());
+    window.placedBy = request.sequence;
 }
 
 /// Whether the window is one that could hide another, and where it lies.
@@ -188,10 +203,18 @@ void HandleNeighbour(Session& session, xcb_window_t window) {
     session.stackChanged = session.stackChanged || WindowOf(session, window) == nullptr;
 }
 
-void HandleConfigure(Session& session, const xcb_configure_notify_event_t& event) {
+/// The event may be an older one than the last request for a place.
+void FollowPlace(AppWindow& window, const Rectangle& place, std::uint32_t eventNumber) {
+    if (window.bare && window.place != place && static_cast<std::int32_t>(eventNumber - window.placedBy) >= 0) {
+        SetPlace(window, place);
+    }
+}
+
+void HandleConfigure(Session& session, const xcb_configure_notify_event_t& event, std::uint32_t number) {
     if (event.event != event.window) {
         HandleNeighbour(session, event.window);
     } else if (AppWindow* window = WindowOf(session, event.window)) {
+        FollowPlace(*window, {event.x, event.y, event.x + event.width, event.y + event.height}, number);
         TellSize(*window, event.width, event.height);
     }
 }
@@ -274,6 +297,7 @@ void ForgetWindow(Session& session, AppWindow& window) {
         xcb_connection_t* connection = session.connection.get();
         xcb_unmap_window(connection, window.id);
         std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+        NoteGone(window.id);
         LeaveExcluded(window.id);
     }
 }
@@ -286,7 +310,7 @@ bool HandlePlaceEvent(Session& session, const xcb_generic_event_t& event) {
             }
             return true;
         case XCB_CONFIGURE_NOTIFY:
-            HandleConfigure(session, reinterpret_cast<const xcb_configure_notify_event_t&>(event));
+            HandleConfigure(session, reinterpret_cast<const xcb_configure_notify_event_t&>(event), event.full_sequence);
             return true;
         case XCB_MAP_NOTIFY:
             HandleMap(session, reinterpret_cast<const xcb_map_notify_event_t&>(event));
@@ -397,8 +421,9 @@ int DpiOfWindow(AppWindow&) { return x11::CurrentSession().dpi; }
 
 void ExcludeFromCapture(AppWindow& window) {
     window.excluded = true;
+    x11::EnterExcluded(window.id);
     if (window.shown) {
-        x11::EnterExcluded(window.id);
+        x11::NotePlace(window.id, window.place);
         x11::KeepPictures(x11::CurrentSession());
     }
 }

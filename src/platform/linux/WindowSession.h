@@ -47,6 +47,9 @@ struct AppWindow {
     bool tracksLeave = false;
     int width = 0;  ///< of the client area, as the procedure was told last
     int height = 0;
+    /// Of a bare window: where the server was asked to put it last, or where somebody else has moved it since.
+    Rectangle place;
+    unsigned placedBy = 0;                  ///< number of that request
     Rectangle suggested;                    ///< what the last message::dpiChanged pointed to
     std::optional<std::uint32_t> keyPixel;  ///< 0x00RRGGBB: pixels that are not there
     std::vector<xcb_rectangle_t> shape;     ///< what the server was told last
