@@ -137,14 +137,6 @@ TEST_F(ManualRecording, IsRefusedByAnUnusableFolderBeforeAnyRelayIsMade) {
     EXPECT_THAT(stand_in::TheRelays().folders, IsEmpty());
 }
 
-TEST_F(ManualRecording, AFileThatCannotBeExaminedRaisesTheFileSystemsException) {
-    if (pathSeparator != u'/') {
-        GTEST_SKIP() << "There, a name that is too long does not exist.";
-    }
-    StartReplayWith(3);
-    EXPECT_THROW(engine->StartRecording(Here(Text(300, u'n'))), std::filesystem::filesystem_error);
-}
-
 TEST_F(ManualRecording, TheFolderIsMadeWithItsParents) {
     StartReplayWith(3);
     output = JoinPath(JoinPath(Here(u"Zorvel"), u"Game"), u"a.mp4");

@@ -157,14 +157,6 @@ TEST_F(ReplaySave, AParentThatCannotBeMadeIsRefused) {
     EXPECT_EQ(engine->statusText, u"Cannot create replay output file.");
 }
 
-TEST_F(ReplaySave, AnOutputThatCannotBeExaminedRaisesTheFileSystemsException) {
-    if (pathSeparator != u'/') {
-        GTEST_SKIP() << "There, a name that is too long does not exist.";
-    }
-    StartReplayWith(3);
-    EXPECT_THROW(engine->SaveReplayClip(Here(Text(300, u'n'))), std::filesystem::filesystem_error);
-}
-
 TEST_F(ReplaySave, AChildThatDoesNotStartFailsTheSave) {
     StartReplayWith(3);
     stand_in::FailCall("SpawnChild", 2, 0);

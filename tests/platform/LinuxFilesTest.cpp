@@ -5,6 +5,7 @@
 #include <fstream>
 #include <random>
 #include <set>
+#include <stdexcept>
 
 #include "platform/Files.h"
 #include "platform/linux/Posix.h"
@@ -79,37 +80,46 @@ TEST(LinuxFiles, AFifoWithoutAWriterReadsAsNothingAtOnce) {
     EXPECT_EQ(ReadSharedFile(FromPath(fifo), 100), "");
 }
 
-/// A folder on another volume than the temporary one, or nothing.
-std::filesystem::path OtherVolume() {
-    struct stat here {};
-    struct stat there {};
-    if (stat(std::filesystem::temp_directory_path().c_str(), &here) != 0 || stat("/dev/shm", &there) != 0 ||
-        here.st_dev == there.st_dev) {
-        return {};
-    }
-    return "/dev/shm";
+dev_t VolumeOf(const std::filesystem::path& path) {
+    struct stat information {};
+    return stat(path.c_str(), &information) == 0 ? information.st_dev : dev_t{};
 }
 
-TEST(LinuxFiles, AMoveToAnotherVolumeCopiesReplacesAndKeepsTheTime) {
-    if (OtherVolume().empty()) {
-        GTEST_SKIP() << "only one volume here";
+/// A folder for temporary files on another volume than the usual one. Every system has shared memory on one of its own;
+/// should that be the usual place itself, there is the folder of the tests.
+std::filesystem::path OtherVolume() {
+    const dev_t usual = VolumeOf(std::filesystem::temp_directory_path());
+    for (const std::filesystem::path& folder : {std::filesystem::path("/dev/shm"), std::filesystem::current_path()}) {
+        if (std::filesystem::is_directory(folder) && VolumeOf(folder) != usual) {
+            return folder;
+        }
     }
-    const support::TemporaryFolder folder;
-    const std::filesystem::path target = OtherVolume() / folder.Path().filename();
-    std::filesystem::create_directory(target);
-    const std::filesystem::path from = folder.Path() / "clip.mp4";
-    std::ofstream(from) << std::string(100000, 'c');
-    std::ofstream(target / "clip.mp4") << "old";
-    const auto written = std::filesystem::file_time_type::clock::now() - std::chrono::hours(48);
-    std::filesystem::last_write_time(from, written);
+    throw std::runtime_error("this system has one volume only");
+}
 
-    EXPECT_EQ(MoveFileReplacing(FromPath(from), FromPath(target / "clip.mp4")), resultOk);
-    EXPECT_FALSE(std::filesystem::exists(from));
-    EXPECT_EQ(ReadSharedFile(FromPath(target / "clip.mp4"), 1000000), std::string(100000, 'c'));
-    EXPECT_EQ(std::filesystem::last_write_time(target / "clip.mp4"), written);
-    const auto count = std::distance(std::filesystem::directory_iterator(target), {});
-    EXPECT_EQ(count, 1) << "nothing of the copy is left beside it";
-    std::filesystem::remove_all(target);
+class TwoVolumes : public testing::Test {
+protected:
+    static std::ptrdiff_t FilesIn(const support::TemporaryFolder& folder) {
+        return std::distance(std::filesystem::directory_iterator(folder.Path()), {});
+    }
+
+    const support::TemporaryFolder here_;
+    const support::TemporaryFolder there_{"zorvel-test", OtherVolume()};
+    const std::filesystem::path from_ = here_.Path() / "clip.mp4";
+    const std::filesystem::path to_ = there_.Path() / "clip.mp4";
+};
+
+TEST_F(TwoVolumes, AMoveCopiesReplacesAndKeepsTheTime) {
+    std::ofstream(from_) << std::string(100000, 'c');
+    std::ofstream(to_) << "old";
+    const auto written = std::filesystem::file_time_type::clock::now() - std::chrono::hours(48);
+    std::filesystem::last_write_time(from_, written);
+
+    EXPECT_EQ(MoveFileReplacing(FromPath(from_), FromPath(to_)), resultOk);
+    EXPECT_FALSE(std::filesystem::exists(from_));
+    EXPECT_EQ(ReadSharedFile(FromPath(to_), 1000000), std::string(100000, 'c'));
+    EXPECT_EQ(std::filesystem::last_write_time(to_), written);
+    EXPECT_EQ(FilesIn(there_), 1) << "nothing of the copy is left beside it";
 }
 
 TEST(LinuxFiles, AMoveToAnotherVolumeSucceedsWhereItsSourceCannotBeRemoved) {
@@ -121,21 +131,14 @@ TEST(LinuxFiles, AMoveToAnotherVolumeSucceedsWhereItsSourceCannotBeRemoved) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
 }
 
-TEST(LinuxFiles, AMoveToAnotherVolumeThatFailsLeavesBothSides) {
-    if (OtherVolume().empty()) {
-        GTEST_SKIP() << "only one volume here";
-    }
-    const support::TemporaryFolder folder;
-    const std::filesystem::path target = OtherVolume() / folder.Path().filename();
-    std::filesystem::create_directories(target / "clip.mp4");
-    const std::filesystem::path from = folder.Path() / "clip.mp4";
-    std::ofstream(from) << "content";
+TEST_F(TwoVolumes, AMoveThatFailsLeavesBothSides) {
+    std::filesystem::create_directory(to_);
+    std::ofstream(from_) << "content";
 
-    EXPECT_TRUE(Failed(MoveFileReplacing(FromPath(from), FromPath(target / "clip.mp4"))));
-    EXPECT_EQ(ReadSharedFile(FromPath(from), 100), "content");
-    const auto count = std::distance(std::filesystem::directory_iterator(target), {});
-    EXPECT_EQ(count, 1);
-    std::filesystem::remove_all(target);
+    EXPECT_TRUE(Failed(MoveFileReplacing(FromPath(from_), FromPath(to_))));
+    EXPECT_EQ(ReadSharedFile(FromPath(from_), 100), "content");
+    EXPECT_TRUE(std::filesystem::is_directory(to_));
+    EXPECT_EQ(FilesIn(there_), 1);
 }
 
 }  // namespace

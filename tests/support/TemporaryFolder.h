@@ -10,10 +10,11 @@ namespace zv::support {
 
 class TemporaryFolder {
 public:
-    explicit TemporaryFolder(const std::string& name = "zorvel-test") {
+    explicit TemporaryFolder(const std::string& name = "zorvel-test",
+                             const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
         std::random_device random;
         do {
-            path_ = std::filesystem::temp_directory_path() / (name + "-" + std::to_string(random()));
+            path_ = parent / (name + "-" + std::to_string(random()));
         } while (!std::filesystem::create_directory(path_));
     }
     ~TemporaryFolder() {

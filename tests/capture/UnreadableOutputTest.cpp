@@ -1,0 +1,25 @@
+// An output of which the system cannot even tell whether it exists: its name is too long.
+#include "EngineFixture.h"
+
+namespace zv {
+namespace {
+
+class UnreadableOutput : public EngineTest {
+protected:
+    Text output = Here(Text(300, u'n'));
+};
+
+TEST_F(UnreadableOutput, OfAReplayRaisesTheFileSystemsException) {
+    StartReplayWith(3);
+    EXPECT_THROW(engine->SaveReplayClip(output), std::filesystem::filesystem_error);
+    EXPECT_TRUE(engine->replayRunning);
+}
+
+TEST_F(UnreadableOutput, OfARecordingRaisesTheFileSystemsException) {
+    StartReplayWith(3);
+    EXPECT_THROW(engine->StartRecording(output), std::filesystem::filesystem_error);
+    EXPECT_EQ(engine->state, EngineState::Ready);
+}
+
+}  // namespace
+}  // namespace zv

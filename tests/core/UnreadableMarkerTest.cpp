@@ -1,0 +1,26 @@
+// A marker that leads round in a circle, so that the system cannot tell whether it exists.
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "core/SessionMarker.h"
+#include "platform/Files.h"
+#include "support/TemporaryFolder.h"
+
+namespace zv {
+namespace {
+
+TEST(UnreadableMarker, RaisesAnError) {
+    CurrentSessionMarker() = {};
+    const support::TemporaryFolder folder;
+    std::filesystem::create_symlink("running.lock", folder.Path() / "running.lock");
+    try {
+        SessionMarkerBegin(FromPath(folder.Path()));
+        FAIL() << "nothing was raised";
+    } catch (const std::filesystem::filesystem_error& raised) {
+        EXPECT_THAT(raised.what(), testing::HasSubstr("exists"));
+    }
+}
+
+}  // namespace
+}  // namespace zv
