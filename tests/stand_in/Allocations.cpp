@@ -14,6 +14,17 @@ std::atomic<bool> countingAll{false};
 thread_local bool counting = false;
 thread_local bool spared = false;
 thread_local std::size_t refuseFrom = 0;
+// Whether there is an end to what is granted, and how many requests still are.
+thread_local bool limitedHere = false;
+thread_local std::int64_t leftHere = 0;
+std::atomic<bool> limitedElsewhere{false};
+std::atomic<std::int64_t> leftElsewhere{0};
+
+bool Grants() {
+    const bool here = !limitedHere || leftHere-- > 0;
+    const bool elsewhere = spared || !limitedElsewhere || leftElsewhere-- > 0;
+    return here && elsewhere;
+}
 
 }  // namespace
 
@@ -25,13 +36,22 @@ void CountAllocationsElsewhere(bool on) {
     countingAll = on;
 }
 void RefuseAllocationsHere(std::size_t bytes) { refuseFrom = bytes; }
+void RefuseAllocationsHereFrom(std::uint64_t nth) {
+    leftHere = static_cast<std::int64_t>(nth) - 1;
+    limitedHere = nth != 0;
+}
+void RefuseAllocationsElsewhereFrom(std::uint64_t nth) {
+    spared = nth != 0;
+    leftElsewhere = static_cast<std::int64_t>(nth) - 1;
+    limitedElsewhere = nth != 0;
+}
 
 static void* Allocate(std::size_t size) {
     if (callDepth == 0) {
         if (counting || (countingAll && !spared)) {
             counted.fetch_add(1);
         }
-        if (refuseFrom != 0 && size >= refuseFrom) {
+        if (!Grants() || (refuseFrom != 0 && size >= refuseFrom)) {
             throw std::bad_alloc();
         }
     }

@@ -17,4 +17,9 @@ void CountAllocationsElsewhere(bool on);
 /// From now on this thread gets std::bad_alloc for every request of at least `bytes`; 0 ends it. Stand-ins are spared.
 void RefuseAllocationsHere(std::size_t bytes);
 
+/// The same for the n-th request from now, whatever its size, and all that follow; 0 ends it.
+void RefuseAllocationsHereFrom(std::uint64_t nth);
+/// For all threads but the calling one, which count together.
+void RefuseAllocationsElsewhereFrom(std::uint64_t nth);
+
 }  // namespace zv::stand_in
