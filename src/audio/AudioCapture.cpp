@@ -13,6 +13,7 @@
 #include "audio/AudioClock.h"
 #include "audio/AudioMix.h"
 #include "audio/AudioSource.h"
+#include "core/ThreadStart.h"
 #include "platform/BytePipe.h"
 #include "platform/Clock.h"
 #include "platform/Event.h"
@@ -237,6 +238,7 @@ void AudioCapture::Worker::Work(AudioRun& run) {
 }
 
 void AudioCapture::Worker::Main() noexcept {
+    PrepareForExceptions();
     AudioRun run(*stopEvent);
     try {
         Work(run);

@@ -105,7 +105,7 @@ public:
     std::uint64_t fpsSampleFrames = 0;
 };
 
-/// One health poll, for a worker that holds the engine. Never throws.
+/// One health poll, for a worker that holds the engine. Raises nothing but std::bad_alloc before it has begun.
 CapturePollResult PollCapture(CaptureEngine& engine);
 
 }  // namespace zv

@@ -84,6 +84,7 @@ void CaptureEngine::PollHealth() {
 }
 
 CapturePollResult PollCapture(CaptureEngine& engine) {
+    CapturePollResult failed{0, true, u"Capture check failed. Try restarting replay."};
     try {
         const bool replayBefore = engine.replayRunning;
         const EngineState stateBefore = engine.state;
@@ -96,7 +97,7 @@ CapturePollResult PollCapture(CaptureEngine& engine) {
         }
         return result;
     } catch (...) {
-        return {0, true, u"Capture check failed. Try restarting replay."};
+        return failed;
     }
 }
 

@@ -4,6 +4,7 @@
 // itself. A working file that was not renamed stays where it is.
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "capture/CaptureEngine.h"
 #include "capture/CaptureFiles.h"
@@ -87,16 +88,22 @@ bool CaptureEngine::StartRecording(const Text& outputPath) {
         statusText = u"Replay is still warming up. Try Record again in a moment.";
         return false;
     }
-    const Text workingName = WorkingName(outputPath);
-    if (!(fromReplay ? StartFromReplay(*this, workingName) : StartOwnCapture(*this, workingName))) {
+    try {
+        const Text workingName = WorkingName(outputPath);
+        if (!(fromReplay ? StartFromReplay(*this, workingName) : StartOwnCapture(*this, workingName))) {
+            StopChild(recording, childStopMs);
+            std::error_code ignored;
+            std::filesystem::remove(ToPath(workingName), ignored);
+            state = EngineState::Failed;
+            return false;
+        }
+        statusText = u"Recording started. Stop Recording to finalize video and selected audio.";
+    } catch (...) {
         StopChild(recording, childStopMs);
-        std::error_code ignored;
-        std::filesystem::remove(ToPath(workingName), ignored);
         state = EngineState::Failed;
-        return false;
+        throw;
     }
     state = EngineState::Recording;
-    statusText = u"Recording started. Stop Recording to finalize video and selected audio.";
     return true;
 }
 
@@ -104,12 +111,19 @@ void CaptureEngine::FinishRecording() {
     if (!recording.process) {
         return;
     }
+    // Made beforehand: once the file has its name, nothing may go wrong any more.
     const Text workingName = WorkingName(recordingPath);
-    const bool saved = StopChild(recording, childStopMs) && HasMediaData(workingName) &&
-                       Succeeded(MoveFileReplacing(workingName, recordingPath));
-    state = saved ? EngineState::Ready : EngineState::Failed;
-    statusText = saved ? u"Recording saved: " + recordingPath
-                       : u"Recording failed or did not finalize. See " + JoinPath(cacheDir, u"recording.log");
+    Text savedText = u"Recording saved: " + recordingPath;
+    Text failedText = u"Recording failed or did not finalize. See " + JoinPath(cacheDir, u"recording.log");
+    try {
+        const bool saved = StopChild(recording, childStopMs) && HasMediaData(workingName) &&
+                           Succeeded(MoveFileReplacing(workingName, recordingPath));
+        state = saved ? EngineState::Ready : EngineState::Failed;
+        statusText = std::move(saved ? savedText : failedText);
+    } catch (...) {
+        state = EngineState::Failed;
+        throw;
+    }
 }
 
 }  // namespace zv

@@ -55,13 +55,17 @@ bool CaptureEngine::StartReplay(bool enable, std::int32_t seconds) {
         statusText = u"Cannot create replay cache.";
         return false;
     }
-    const bool started =
-        StartEncoder(replay, RingArguments(replaySeconds, replayDir), JoinPath(cacheDir, u"replay.log"));
-    replayRunning = started;
-    if (started) {
+    try {
+        if (!StartEncoder(replay, RingArguments(replaySeconds, replayDir), JoinPath(cacheDir, u"replay.log"))) {
+            return false;
+        }
         statusText = u"Replay is buffering video and selected audio. Allow 2 seconds before saving.";
+    } catch (...) {
+        StopChild(replay, childStopMs);  // nothing runs that replayRunning does not tell of
+        throw;
     }
-    return started;
+    replayRunning = true;
+    return true;
 }
 
 void CaptureEngine::StopAll() {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "capture/ReplayPlaylist.h"
+#include "core/ThreadStart.h"
 #include "platform/BytePipe.h"
 #include "platform/SharedFile.h"
 
@@ -34,6 +35,7 @@ struct RelayWorker {
     std::string lastSent;
 
     static void Run(SegmentRelay& relay, Text replayFolder) {
+        PrepareForExceptions();
         RelayWorker worker{relay, std::move(replayFolder), nullptr, nullptr, {}};
         try {
             worker.Serve();

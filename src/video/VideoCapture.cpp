@@ -9,6 +9,7 @@
 #include <new>
 #include <utility>
 
+#include "core/ThreadStart.h"
 #include "platform/BytePipe.h"
 #include "platform/Clock.h"
 #include "platform/DesktopCapture.h"
@@ -144,6 +145,7 @@ Text VideoCapture::Error() const {
 }
 
 void VideoWorker::Run() {
+    PrepareForExceptions();
     try {
         if (SetUp()) {
             Loop();

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "SegmentRing.h"
+#include "stand_in/Allocations.h"
 #include "stand_in/BytePipe.h"
 #include "stand_in/Calls.h"
 #include "stand_in/Event.h"
@@ -109,6 +110,24 @@ TEST_F(Relay, DoesNotStartWithoutAWrite) {
     EXPECT_FALSE(relay.running);
     relay.Stop();
     EXPECT_EQ(ThePipe().livePipes, 0);
+}
+
+TEST_F(Relay, WhereverMemoryRunsOutItEndsAndSoDoesItsStream) {
+    AddSegments(2);
+    int starved = 0;
+    for (bool runs = false; !runs && starved < 1000; starved += runs ? 0 : 1) {
+        stand_in::ResetCalls();
+        stand_in::RefuseAllocationsElsewhereFrom(static_cast<std::uint64_t>(starved) + 1);
+        relay.Start(ring.Folder());
+        EXPECT_TRUE(Eventually([this] { return !relay.running || CountOf("BeginWrite") >= 2; })) << starved;
+        stand_in::RefuseAllocationsElsewhereFrom(0);
+        runs = relay.running;
+        EXPECT_TRUE(runs || ThreadHasEnded());
+        relay.Stop();
+        EXPECT_EQ(ThePipe().livePipes + ThePipe().liveWrites, 0) << starved;
+    }
+    EXPECT_GT(starved, 3);
+    EXPECT_LT(starved, 1000);
 }
 
 TEST_F(Relay, SendsASingleSegment) {

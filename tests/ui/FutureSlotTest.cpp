@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "stand_in/Allocations.h"
+
 namespace zv {
 namespace {
 
@@ -65,6 +67,43 @@ TEST(FutureSlot, AWorkerThatCannotBeMadeIsTheFailedResult) {
     slot.Start(Unmovable(&moves), "failed");
     EXPECT_LT(moves, 0);
     EXPECT_TRUE(slot.IsFinished());
+    EXPECT_EQ(slot.Take(), "failed");
+}
+
+TEST(FutureSlot, WhereverMemoryRunsOutItsJobEndsWithTheFailedResult) {
+    const std::string failed = "a text that is too long to go without memory of its own";
+    int starved = 0;
+    for (bool ran = false; !ran && starved < 1000; starved += ran ? 0 : 1) {
+        FutureSlot<std::string> slot;
+        std::string prepared = failed;
+        stand_in::RefuseAllocationsHereFrom(static_cast<std::uint64_t>(starved) + 1);
+        slot.Start([] { return std::string("ran"); }, std::move(prepared));
+        EXPECT_TRUE(slot.IsBusy());
+        slot.Wait();
+        EXPECT_TRUE(slot.IsFinished());
+        const std::string result = slot.Take();
+        stand_in::RefuseAllocationsHereFrom(0);
+        ran = result == "ran";
+        EXPECT_TRUE(ran || result == failed) << result;
+        EXPECT_FALSE(slot.IsBusy());
+    }
+    EXPECT_GT(starved, 0);
+    EXPECT_LT(starved, 1000);
+}
+
+TEST(FutureSlot, AWorkerWithoutMemoryStillHasItsFailedResult) {
+    FutureSlot<std::string> slot;
+    std::promise<void> go;
+    slot.Start(
+        [ready = go.get_future()]() mutable {
+            ready.wait();
+            return std::string(1000, 'x');
+        },
+        "failed");
+    stand_in::RefuseAllocationsElsewhereFrom(1);
+    go.set_value();
+    slot.Wait();
+    stand_in::RefuseAllocationsElsewhereFrom(0);
     EXPECT_EQ(slot.Take(), "failed");
 }
 

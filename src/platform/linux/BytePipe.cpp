@@ -13,7 +13,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <limits>
+#include <memory>
 #include <new>
 #include <string>
 
@@ -94,7 +96,7 @@ void Drain(BytePipe& pipe) {
 }
 
 /// Ends every open() that waits on the FIFO for a writer; its reader then sees an empty stream.
-void WakeReaders(const std::string& path) { Descriptor(open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC)); }
+void WakeReaders(const char* path) { Descriptor(open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC)); }
 
 /// A reader may have found the name before it went and be about to wait for a writer only now.
 void ReleaseReaders(const BytePipe& pipe) {
@@ -104,11 +106,12 @@ void ReleaseReaders(const BytePipe& pipe) {
         return;
     }
     unlink(pipe.path.c_str());
-    const std::string byNumber = "/proc/self/fd/" + std::to_string(fifo.Get());
-    WakeReaders(byNumber);
+    std::array<char, 32> byNumber{};  // in no need of memory: this is also how a capture ends that has none
+    std::snprintf(byNumber.data(), byNumber.size(), "/proc/self/fd/%d", fifo.Get());
+    WakeReaders(byNumber.data());
     for (int round = 1; round < rounds && !pipe.end.Held(); ++round) {
         SleepMs(1);
-        WakeReaders(byNumber);
+        WakeReaders(byNumber.data());
     }
 }
 
@@ -167,19 +170,20 @@ const char16_t* const rawPipeInputFlags = u"";
 Result MakeBytePipe(TextView name, const PipeOptions& options, Owned<BytePipe>& pipe) {
     IgnoreBrokenPipes();
     pipe.reset();
+    std::string path = ToBytes(name);
+    auto made = std::make_unique<BytePipe>();
     if (!EnterPipeFolder()) {
         return LastError();
     }
-    std::string path = ToBytes(name);
     // A name that exists is refused whether or not that is asked for: a pipe has one instance.
     if (mkfifo(path.c_str(), 0600) != 0) {
         const Result failure = LastError();
         LeavePipeFolder();
         return failure;
     }
-    pipe.reset(new BytePipe);
-    pipe->path = std::move(path);
-    pipe->bufferBytes = options.bufferBytes;
+    made->path = std::move(path);
+    made->bufferBytes = options.bufferBytes;
+    pipe.reset(made.release());
     return resultOk;
 }
 

@@ -1,5 +1,6 @@
 #include "PipeFolder.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -7,10 +8,9 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <filesystem>
+#include <memory>
 #include <mutex>
 #include <string_view>
-#include <system_error>
 
 #include "EnvironmentLock.h"
 #include "Posix.h"
@@ -63,29 +63,39 @@ Descriptor LockFolder(const std::string& path) {
     return still ? std::move(folder) : Descriptor();
 }
 
-void EmptyFolder(const std::string& path) {
-    std::error_code code;
-    for (std::filesystem::directory_iterator entry(path, code), end; !code && entry != end; entry.increment(code)) {
-        unlink(entry->path().c_str());
+struct CloseFolder {
+    void operator()(DIR* folder) const { closedir(folder); }
+};
+
+/// Calls `each` with every name in a folder. The library's own iterators would end the process where there is no
+/// memory.
+template <class Each>
+void ForEachName(const std::string& path, Each each) {
+    const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
+    while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) {
+        each(std::string_view(entry->d_name));
     }
+}
+
+void EmptyFolder(const std::string& path) {
+    ForEachName(path, [&](std::string_view name) { unlink((path + "/").append(name).c_str()); });
 }
 
 /// Removes the folders of processes that ended without doing so.
 void RemoveLeftovers() {
-    const std::filesystem::path own = PipeFolderPath();
-    std::error_code code;
-    for (std::filesystem::directory_iterator entry(own.parent_path(), code), end; !code && entry != end;
-         entry.increment(code)) {
-        const std::string path = entry->path().native();
-        if (!IsPipeFolderName(entry->path().filename().native()) || path == own.native()) {
-            continue;
+    const std::string& own = PipeFolderPath();
+    const std::string parent = own.substr(0, own.rfind('/') + 1);
+    ForEachName(parent, [&](std::string_view name) {
+        const std::string path = parent + std::string(name);
+        if (!IsPipeFolderName(name) || path == own) {
+            return;
         }
         const Descriptor lock = LockFolder(path);
         if (lock.Held()) {
             EmptyFolder(path);
             rmdir(path.c_str());
         }
-    }
+    });
 }
 
 /// A folder of this name that exists is one that an earlier process of our number has left.
@@ -93,12 +103,15 @@ Descriptor MakeFolder(const std::string& path) {
     constexpr int attempts = 100;  // another process may be removing it as a leftover between the two steps
     constexpr useconds_t pauseUs = 1000;
     for (int attempt = 0; attempt < attempts; ++attempt) {
-        if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) {
+        const bool fresh = mkdir(path.c_str(), 0700) == 0;
+        if (!fresh && errno != EEXIST) {
             return {};
         }
         Descriptor folder = LockFolder(path);
         if (folder.Held()) {
-            EmptyFolder(path);
+            if (!fresh) {
+                EmptyFolder(path);
+            }
             return folder;
         }
         usleep(pauseUs);
