@@ -14,13 +14,29 @@ constexpr double leastOverlayScale = 0.1;
 constexpr std::int32_t stripHeight = 32;
 constexpr std::int32_t buttonCorner = 12;
 
-/// The primitives register into `state` for the length of a scope.
+/// The primitives register into `state` for the length of a scope. Where a painting breaks off, the targets stay those
+/// of the last one, which is what the window goes on showing.
 class Painting {
 public:
-    explicit Painting(UiState& state) { Ui().painting = &state; }
-    ~Painting() { Ui().painting = nullptr; }
+    explicit Painting(UiState& state) : state_(state) {
+        before_.swap(state.targets);
+        Ui().painting = &state;
+    }
+    ~Painting() {
+        if (!whole_) {
+            state_.targets.swap(before_);
+        }
+        Ui().painting = nullptr;
+    }
     Painting(const Painting&) = delete;
     Painting& operator=(const Painting&) = delete;
+
+    void End() { whole_ = true; }
+
+private:
+    UiState& state_;
+    std::vector<HitTarget> before_;
+    bool whole_ = false;
 };
 
 /// The background comes first: the logical size is truncated, and a row or column may be left over by the pages.
@@ -103,7 +119,12 @@ void PaintWindow(AppWindow& window, UiState& state, bool overlay) {
         PaintInStrips(window, state, background, width, height);
         return;
     }
-    RenderScaled(*state.backBuffer, state, background, 0);
+    try {
+        RenderScaled(*state.backBuffer, state, background, 0);
+    } catch (...) {
+        state.backBuffer.reset();  // half painted, and under transforms that nobody takes back
+        throw;
+    }
     PutPixels(window, PixelsOf(*state.backBuffer).pixels, width, height);
 }
 
@@ -119,12 +140,12 @@ bool EnsureBackBuffer(UiState& state, std::int32_t width, std::int32_t height) {
 }
 
 void RenderUi(Canvas& canvas, UiState& state) {
-    const Painting painting(state);
-    state.targets.clear();
+    Painting painting(state);
     FillBox(canvas, {0, 0, state.logicalWidth, state.logicalHeight}, color::windowBackground);
     if (state.pages != nullptr) {
         state.pages(canvas);
     }
+    painting.End();
 }
 
 void AddTarget(std::int32_t id, const Rectangle& box, std::function<void()> action) {

@@ -36,8 +36,17 @@ void OnCreate(AppWindow& window) {
     RegisterHotkeys(window);
 }
 
+/// With the main window the program ends, whatever may go wrong on the way.
+struct EndOfProgram {
+    ~EndOfProgram() {
+        Ui().mainWindow = nullptr;
+        PostQuit(0);
+    }
+};
+
 /// The order matters: nothing that a job touches goes away before the job has ended, and no wait has a time limit.
 void OnDestroy(AppWindow& window) {
+    const EndOfProgram end;
     // The media viewer closes, and the feeds' and its own image's jobs are waited for.
     EndToast();
     CloseShortcutEditor();
@@ -53,8 +62,6 @@ void OnDestroy(AppWindow& window) {
     UnregisterHotkeys(window);
     SaveSettings(CurrentSettings());
     SessionMarkerEnd();
-    Ui().mainWindow = nullptr;
-    PostQuit(0);
 }
 
 std::intptr_t OnClose(AppWindow& window) {

@@ -16,11 +16,15 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/Window.h"
+#include "stand_in/Allocations.h"
 #include "support/Road.h"
 #include "support/XClient.h"
 
@@ -50,6 +54,7 @@ std::function<bool()> condition;
 Clock::time_point limit;
 bool handleClose = false;
 int endRequests = 0;
+std::function<void(AppWindow& window, std::uint32_t code)> beforehand;  ///< may raise something
 
 std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
     if (code == message::timer && wParam == checkTimer) {
@@ -59,6 +64,9 @@ std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wPara
         return 0;
     }
     received.push_back({code, wParam});
+    if (beforehand) {
+        beforehand(window, code);
+    }
     return code == message::close && handleClose ? 0 : DefaultProcedure(window, code, wParam, lParam);
 }
 
@@ -73,6 +81,7 @@ protected:
         received.clear();
         handleClose = false;
         endRequests = 0;
+        beforehand = nullptr;
         SetEndRequest(nullptr);
     }
     void Open() {
@@ -188,6 +197,70 @@ TEST_F(LinuxWindow, HearsOfItsCreationAndOnceOfItsEnd) {
     window_.reset();
     EXPECT_EQ(received, (std::vector<Received>{{message::destroy, 0}}));
     EXPECT_TRUE(support::WaitUntil([&] { return other_->Find("Zorvel test") == XCB_WINDOW_NONE; }));
+}
+
+TEST_F(LinuxWindow, AProcedureThatRaisesSomethingLeavesTheMessageUnhandledAndTheLoopRunning) {
+    beforehand = [](AppWindow&, std::uint32_t) { throw std::bad_alloc(); };
+    Open();
+    const xcb_window_t id = other_->Find("Zorvel test");
+    EXPECT_TRUE(RunUntil([&] { return other_->IsMapped(id) && CountOf(message::paint) > 0; }));
+    other_->CloseByBox(id);
+    EXPECT_TRUE(RunUntil([] { return CountOf(message::close) == 1; }));
+    EXPECT_EQ(CountOf(message::destroy), 0) << "no window closes for want of an answer";
+    EXPECT_NE(other_->Find("Zorvel test"), xcb_window_t{XCB_WINDOW_NONE});
+    window_.reset();
+    EXPECT_EQ(CountOf(message::destroy), 1);
+    EXPECT_TRUE(support::WaitUntil([&] { return other_->Find("Zorvel test") == XCB_WINDOW_NONE; }));
+}
+
+TEST_F(LinuxWindow, AProcedureThatHasEndedItsWindowMayRaiseSomething) {
+    Open();
+    const auto other = MakeWindow([] {
+        WindowOptions options;
+        options.className = u"ZVOther";
+        options.procedure = Record;
+        options.width = 10;
+        options.height = 10;
+        return options;
+    }());
+    beforehand = [this](AppWindow& window, std::uint32_t code) {
+        if (code == message::close && &window == window_.get()) {
+            window_.reset();
+            throw std::runtime_error("of another kind");
+        }
+    };
+    other_->CloseByBox(other_->Find("Zorvel test"));
+    condition = [this] { return window_ == nullptr; };
+    limit = Clock::now() + std::chrono::seconds(30);
+    StartTimer(*other, checkTimer, 5);
+    RunMessageLoop();
+    EXPECT_EQ(window_, nullptr);
+}
+
+TEST_F(LinuxWindow, EventsForWhichThereIsNoMemoryAreLostAndTheLoopGoesOn) {
+    Open();
+    const xcb_window_t id = other_->Find("Zorvel test");
+    ASSERT_TRUE(RunUntil([&] { return other_->IsMapped(id); }));
+    handleClose = true;
+    received.clear();
+    received.reserve(1000);
+    constexpr int sent = 40;  // more than the queue has room for
+    bool refused = false;
+    EXPECT_TRUE(RunUntil([&] {
+        if (std::exchange(refused, true)) {
+            stand_in::RefuseAllocationsHereFrom(0);
+            return true;
+        }
+        for (int i = 0; i < sent; ++i) {
+            other_->CloseByBox(id);
+        }
+        stand_in::RefuseAllocationsHereFrom(1);
+        return false;
+    }));
+    const long heard = CountOf(message::close);
+    EXPECT_LT(heard, sent);
+    other_->CloseByBox(id);
+    EXPECT_TRUE(RunUntil([&] { return CountOf(message::close) > heard; }));
 }
 
 TEST_F(LinuxWindow, TheCloseBoxAsksTheProcedureFirst) {

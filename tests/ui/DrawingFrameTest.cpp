@@ -217,6 +217,29 @@ TEST_F(DrawingFrame, WithoutAnyMemoryThePaintIsAnsweredAllTheSame) {
     EXPECT_FALSE(MainRecord().mustPaint);
 }
 
+TEST_F(DrawingFrame, APaintThatBreaksOffLeavesWhatTheWindowShowsAndCanBeClicked) {
+    SizeClient(*mainWindow_, 1060, 680);
+    Show([](Canvas& canvas) { DrawButton(canvas, {.id = 7, .box = {0, 0, 10, 10}}); });
+    PaintMain();
+    MainRecord().pixels = {4711};
+    Show([](Canvas& canvas) {
+        DrawButton(canvas, {.id = 8, .box = {20, 0, 30, 10}});
+        PushTransform(canvas, {}, 3);
+        throw std::bad_alloc();
+    });
+    EXPECT_THROW(PaintMain(), std::bad_alloc);
+    EXPECT_EQ(MainRecord().pixels, std::vector<std::uint32_t>{4711});
+    ASSERT_EQ(Ui().mainState.targets.size(), 1U);
+    EXPECT_EQ(Ui().mainState.targets[0].id, 7);
+    EXPECT_EQ(Ui().painting, nullptr);
+    EXPECT_EQ(Ui().mainState.backBuffer, nullptr) << "the next paint begins without the transforms of this one";
+    Show([](Canvas& canvas) { DrawButton(canvas, {.id = 9, .box = {0, 0, 10, 10}}); });
+    PaintMain();
+    EXPECT_EQ(MainRecord().pixelWidth, 1060);
+    ASSERT_EQ(Ui().mainState.targets.size(), 1U);
+    EXPECT_EQ(Ui().mainState.targets[0].id, 9);
+}
+
 TEST_F(DrawingFrame, EachPassRegistersItsTargetsAnew) {
     Show([](Canvas& canvas) {
         EXPECT_EQ(Ui().painting, &Ui().mainState);

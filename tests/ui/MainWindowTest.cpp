@@ -314,6 +314,13 @@ TEST_F(MainWindow, TheShutdownGoesInItsOrder) {
     EXPECT_TRUE(TheWindows().timers.empty());
 }
 
+TEST_F(MainWindow, AShutdownThatBreaksOffEndsTheProgramAllTheSame) {
+    stand_in::ThrowInCall("StopAll", 1);
+    EXPECT_THROW(ExitProgram(), std::bad_alloc);
+    EXPECT_TRUE(TheWindows().quitPosted);
+    EXPECT_EQ(Ui().mainWindow, nullptr);
+}
+
 TEST_F(MainWindow, TheShutdownWaitsForAJobBeforeItStopsTheEngine) {
     gate_.Hold("StartReplay");
     StartReplayJob();

@@ -5,6 +5,7 @@
 #include "platform/AudioEndpoint.h"
 
 #include <optional>
+#include <utility>
 
 #include "platform/Clock.h"
 #include "platform/linux/PacketClock.h"
@@ -55,42 +56,49 @@ struct DefaultNames {
     std::string source;
 };
 
+using NamesAnswer = PulseAnswer<DefaultNames>;
+using NameAnswer = PulseAnswer<std::string>;
+
 void TakeDefaultNames(pa_context*, const pa_server_info* info, void* answer) {
     if (info != nullptr) {
-        auto& names = *static_cast<DefaultNames*>(answer);
-        names.sink = info->default_sink_name != nullptr ? info->default_sink_name : "";
-        names.source = info->default_source_name != nullptr ? info->default_source_name : "";
+        static_cast<NamesAnswer*>(answer)->Fill([info](DefaultNames& names) {
+            names.sink = info->default_sink_name != nullptr ? info->default_sink_name : "";
+            names.source = info->default_source_name != nullptr ? info->default_source_name : "";
+        });
     }
 }
 
 void TakeMonitorName(pa_context*, const pa_sink_info* info, int end, void* answer) {
     if (end == 0 && info->monitor_source_name != nullptr) {
-        *static_cast<std::string*>(answer) = info->monitor_source_name;
+        static_cast<NameAnswer*>(answer)->Fill([info](std::string& name) { name = info->monitor_source_name; });
     }
 }
 
 /// Without a microphone the server names a sink's monitor as the default source; that is no microphone.
 void TakeMicrophoneName(pa_context*, const pa_source_info* info, int end, void* answer) {
     if (end == 0 && info->monitor_of_sink == PA_INVALID_INDEX) {
-        *static_cast<std::string*>(answer) = info->name;
+        static_cast<NameAnswer*>(answer)->Fill([info](std::string& name) { name = info->name; });
     }
 }
 
-pa_operation* AskForSource(pa_context* context, const DefaultNames& names, bool loopback, std::string& source) {
+pa_operation* AskForSource(pa_context* context, const DefaultNames& names, bool loopback, NameAnswer& source) {
     return loopback ? pa_context_get_sink_info_by_name(context, names.sink.c_str(), TakeMonitorName, &source)
                     : pa_context_get_source_info_by_name(context, names.source.c_str(), TakeMicrophoneName, &source);
 }
 
 Result FindSource(PulseClient& client, bool loopback, std::string& source) {
-    DefaultNames names;
-    Result result = Finish(client, pa_context_get_server_info(client.context, TakeDefaultNames, &names));
+    NamesAnswer answer;
+    Result result = Finish(client, pa_context_get_server_info(client.context, TakeDefaultNames, &answer));
     if (Failed(result)) {
         return result;
     }
+    const DefaultNames& names = answer.Get();
     if ((loopback ? names.sink : names.source).empty()) {
         return resultNoEndpoint;
     }
-    result = Finish(client, AskForSource(client.context, names, loopback, source));
+    NameAnswer found;
+    result = Finish(client, AskForSource(client.context, names, loopback, found));
+    source = std::move(found.Get());
     return Succeeded(result) && source.empty() ? resultNoEndpoint : result;
 }
 

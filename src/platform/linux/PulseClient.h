@@ -7,6 +7,7 @@
 #include <pulse/pulseaudio.h>
 
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <string>
@@ -38,6 +39,31 @@ Result TurnUntil(PulseClient& client, const std::function<bool()>& done);
 
 /// Waits for an operation that was just begun, and lets go of it.
 Result Finish(PulseClient& client, pa_operation* operation);
+
+/// What a callback of the server's library takes down. No exception may pass through the library's frames: it goes
+/// round them, to whoever asks for the value.
+template <class Value>
+class PulseAnswer {
+public:
+    template <class Take>
+    void Fill(Take take) noexcept {
+        try {
+            take(value_);
+        } catch (...) {
+            failure_ = std::current_exception();
+        }
+    }
+    Value& Get() {
+        if (failure_) {
+            std::rethrow_exception(failure_);
+        }
+        return value_;
+    }
+
+private:
+    Value value_;
+    std::exception_ptr failure_;
+};
 
 /// An error number of the sound server in the terms of the header AudioEndpoint.h.
 Result ResultOfPulse(int error);

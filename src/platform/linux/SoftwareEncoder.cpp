@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <new>
 #include <numeric>
 #include <thread>
 
@@ -27,7 +28,11 @@ void KeepComplaint(void* place, int level, const char* format, std::va_list argu
     char text[256];
     std::vsnprintf(text, sizeof text, format, arguments);
     auto& said = *static_cast<std::string*>(place);
-    said = text;
+    try {
+        said = text;
+    } catch (const std::bad_alloc&) {
+        return;  // it may not pass through the library's frames; what was said is lost
+    }
     while (!said.empty() && said.back() == '\n') {
         said.pop_back();
     }

@@ -81,19 +81,23 @@ Result FillBuffers(WaveInput& input) {
     }
 }
 
-struct NameList {
-    std::vector<AudioDeviceName> names;
-};
+using NameList = PulseAnswer<std::vector<AudioDeviceName>>;
+
+void AddName(void* list, const char* description, bool isInput) {
+    static_cast<NameList*>(list)->Fill([=](std::vector<AudioDeviceName>& names) {
+        names.push_back({FromBytes(description), isInput});
+    });
+}
 
 void AddSource(pa_context*, const pa_source_info* info, int end, void* list) {
     if (end == 0 && info->monitor_of_sink == PA_INVALID_INDEX) {
-        static_cast<NameList*>(list)->names.push_back({FromBytes(info->description), true});
+        AddName(list, info->description, true);
     }
 }
 
 void AddSink(pa_context*, const pa_sink_info* info, int end, void* list) {
     if (end == 0) {
-        static_cast<NameList*>(list)->names.push_back({FromBytes(info->description), false});
+        AddName(list, info->description, false);
     }
 }
 
@@ -153,7 +157,7 @@ std::vector<AudioDeviceName> ListAudioDeviceNames() {
     if (Succeeded(sources)) {
         Finish(*client, pa_context_get_sink_info_list(client->context, AddSink, &list));
     }
-    return list.names;
+    return std::move(list.Get());
 }
 
 }  // namespace zv

@@ -16,6 +16,7 @@
 #include <array>
 #include <climits>
 #include <ctime>
+#include <new>
 
 #include "platform/Files.h"
 #include "platform/TrayIcon.h"
@@ -213,14 +214,11 @@ void EndWindow(AppWindow& window) {
     Send(window, message::destroy);
     std::erase_if(session.timers, [&](const Timer& timer) { return timer.window == &window; });
     std::erase_if(session.queue, [&](const Message& waiting) { return waiting.window == &window; });
-    std::vector<int> keys;
-    for (const GlobalKey& key : session.keyboard.keys) {
-        if (key.window == &window) {
-            keys.push_back(key.id);
-        }
-    }
-    for (const int id : keys) {
-        UnregisterGlobalKey(window, id);
+    const std::vector<GlobalKey>& keys = session.keyboard.keys;
+    const auto isOfWindow = [&](const GlobalKey& key) { return key.window == &window; };
+    const auto first = [&] { return std::find_if(keys.begin(), keys.end(), isOfWindow); };
+    for (auto key = first(); key != keys.end(); key = first()) {
+        UnregisterGlobalKey(window, key->id);
     }
     std::erase(session.windows, &window);
     if (session.connection) {
@@ -358,10 +356,8 @@ bool LeaveLostServer(Session& session) {
         return false;
     }
     session.serverLost = true;
+    PostQuit(1);
     RequestEnd();
-    if (!session.quitting) {
-        PostQuit(1);
-    }
     return true;
 }
 
@@ -389,7 +385,15 @@ AppWindow* WindowOf(Session& session, xcb_window_t id) {
 }
 
 std::intptr_t Send(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
-    return window.procedure != nullptr ? window.procedure(window, code, wParam, lParam) : 0;
+    if (window.procedure == nullptr) {
+        return 0;
+    }
+    try {
+        return window.procedure(window, code, wParam, lParam);
+    } catch (...) {
+        // As if nobody had handled it, except that no window closes for want of an answer. It may be gone by now.
+        return code == message::hitTest ? hitCode::client : 0;
+    }
 }
 
 std::optional<xcb_window_t> SelectionOwner(const Session& session, xcb_atom_t selection) {
@@ -399,7 +403,9 @@ std::optional<xcb_window_t> SelectionOwner(const Session& session, xcb_atom_t se
     return reply ? std::optional(reply->owner) : std::nullopt;
 }
 
-bool RunOneTurn(Session& session) {
+namespace {
+
+bool Turn(Session& session) {
     if (DispatchQueued(session)) {
         return true;
     }
@@ -414,6 +420,19 @@ bool RunOneTurn(Session& session) {
         WaitForWork(session);
     }
     return true;
+}
+
+}  // namespace
+
+bool RunOneTurn(Session& session) {
+    try {
+        return Turn(session);
+    } catch (const std::bad_alloc&) {
+        // An event is lost for want of memory, but not the program.
+        constexpr timespec pause{0, 10 * nsPerMs};
+        clock_nanosleep(CLOCK_MONOTONIC, 0, &pause, nullptr);
+        return true;
+    }
 }
 
 xcb_atom_t InternAtom(xcb_connection_t* connection, const std::string& name) {

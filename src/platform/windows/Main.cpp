@@ -1,9 +1,11 @@
 // The entry of the Windows program.
 #include "platform/Window.h"
+#include "platform/windows/ExceptionReserve.h"
 #include "platform/windows/Native.h"
 #include "ui/Application.h"
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
+    zv::PrepareExceptionReserve();
     zv::OpenSession();
     return zv::RunApplication(zv::TextOf(GetCommandLineW()));
 }

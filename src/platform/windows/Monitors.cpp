@@ -1,6 +1,8 @@
 // Adapters and outputs from DXGI, the monitors of the desktop from the window manager.
 #include "platform/Monitors.h"
 
+#include <exception>
+
 #include "platform/windows/Graphics.h"
 
 namespace zv {
@@ -19,16 +21,31 @@ AdapterRecord RecordOf(IDXGIAdapter1& adapter) {
     return record;
 }
 
-BOOL CALLBACK AddMonitor(HMONITOR monitor, HDC, RECT*, LPARAM list) {
+struct MonitorListing {
+    std::vector<MonitorRecord> monitors;
+    std::exception_ptr failure;
+};
+
+void AddMonitor(HMONITOR monitor, std::vector<MonitorRecord>& monitors) {
     MONITORINFOEXW information{};
     information.cbSize = sizeof(information);
     if (GetMonitorInfoW(monitor, &information)) {
         const RECT& bounds = information.rcMonitor;
-        reinterpret_cast<std::vector<MonitorRecord>*>(list)->push_back(
-            {TextOf(information.szDevice), bounds.left, bounds.top, bounds.right, bounds.bottom,
-             (information.dwFlags & MONITORINFOF_PRIMARY) != 0});
+        monitors.push_back({TextOf(information.szDevice), bounds.left, bounds.top, bounds.right, bounds.bottom,
+                            (information.dwFlags & MONITORINFOF_PRIMARY) != 0});
     }
-    return TRUE;
+}
+
+/// No exception may pass through the system's frames: it goes round them.
+BOOL CALLBACK ListMonitor(HMONITOR monitor, HDC, RECT*, LPARAM place) {
+    auto& listing = *reinterpret_cast<MonitorListing*>(place);
+    try {
+        AddMonitor(monitor, listing.monitors);
+        return TRUE;
+    } catch (...) {
+        listing.failure = std::current_exception();
+        return FALSE;
+    }
 }
 
 }  // namespace
@@ -47,9 +64,12 @@ bool ListAdapterRecords(std::vector<AdapterRecord>& adapters) {
 }
 
 std::vector<MonitorRecord> ListMonitorRecords() {
-    std::vector<MonitorRecord> monitors;
-    EnumDisplayMonitors(nullptr, nullptr, AddMonitor, reinterpret_cast<LPARAM>(&monitors));
-    return monitors;
+    MonitorListing listing;
+    EnumDisplayMonitors(nullptr, nullptr, ListMonitor, reinterpret_cast<LPARAM>(&listing));
+    if (listing.failure) {
+        std::rethrow_exception(listing.failure);
+    }
+    return std::move(listing.monitors);
 }
 
 bool ListFirstAdapterOutputs(std::vector<OutputRecord>& outputs) {

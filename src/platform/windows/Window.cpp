@@ -50,14 +50,33 @@ void Detach(HWND handle) {
     }
 }
 
+/// The answer to a message. The system's own frames know nothing of exceptions, so what a procedure raises, which as a
+/// rule is that there is no memory, ends here: the message counts as one that nobody has handled. By then the window
+/// may be gone. To be closed is what no window falls into for want of an answer.
+LRESULT Answer(AppWindow& window, HWND handle, UINT code, WPARAM wParam, LPARAM lParam) {
+    try {
+        return window.procedure(window, code, wParam, lParam);
+    } catch (...) {
+        return code == WM_CLOSE ? 0 : DefWindowProcW(handle, code, wParam, lParam);
+    }
+}
+
+/// The system ends the process when the message has been answered: whatever has to be saved is saved inside. Every
+/// window is told, the program asked once.
+void EndSession() {
+    try {
+        std::exchange(sessionEnd, nullptr)();
+    } catch (...) {
+        return;  // nobody is left to be told
+    }
+}
+
 LRESULT CALLBACK PassOn(HWND handle, UINT code, WPARAM wParam, LPARAM lParam) {
     if (code == WM_NCCREATE) {
         Attach(handle, lParam);
     }
     if (code == WM_ENDSESSION && wParam != FALSE && sessionEnd != nullptr) {
-        // The system ends the process when this returns: whatever has to be saved is saved inside. Every window is
-        // told, the program asked once.
-        std::exchange(sessionEnd, nullptr)();
+        EndSession();
         return 0;
     }
     if (code == WM_NCDESTROY) {
@@ -66,7 +85,7 @@ LRESULT CALLBACK PassOn(HWND handle, UINT code, WPARAM wParam, LPARAM lParam) {
         return answer;
     }
     AppWindow* window = WindowOf(handle);
-    return window != nullptr ? window->procedure(*window, code, wParam, lParam)
+    return window != nullptr ? Answer(*window, handle, code, wParam, lParam)
                              : DefWindowProcW(handle, code, wParam, lParam);
 }
 
