@@ -20,6 +20,7 @@ namespace zv::windows {
 namespace {
 
 using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -378,33 +379,52 @@ constexpr Failure failures[] = {
      " OpenEncodeSessionEx"},
     {"OpenSessionNegative", "fail nvEncOpenEncodeSessionEx 1 FFFFFFFE",
      "Open NVIDIA encoding session failed (NVENC -2). (0x80004005)"},
-    {"PresetConfig", "fail nvEncGetEncodePresetConfigEx 1 8", "Read low latency preset failed (NVENC 8). (0x80004005)",
+    {"PresetConfig", "fail nvEncGetEncodePresetConfigEx 1 F",
+     "Read low latency preset failed (NVENC 15). Update the NVIDIA graphics driver. (0x80004005)",
      " OpenEncodeSessionEx GetEncodePresetConfigEx GetLastErrorString DestroyEncoder"},
     {"Initialize", "fail nvEncInitializeEncoder 1 8", "Initialize NVIDIA encoder failed (NVENC 8). (0x80004005)",
      " OpenEncodeSessionEx GetEncodePresetConfigEx InitializeEncoder GetLastErrorString DestroyEncoder"},
-    {"InitializeWithDetail", "fail nvEncInitializeEncoder 1 8\nset errortext too many sessions",
-     "Initialize NVIDIA encoder failed (NVENC 8).too many sessions (0x80004005)"},
-    {"Register", "fail nvEncRegisterResource 1 17", "Register GPU capture texture failed (NVENC 23). (0x80004005)",
+    {"InitializeWithDetail", "fail nvEncInitializeEncoder 1 F\nset errortext too many sessions",
+     "Initialize NVIDIA encoder failed (NVENC 15). Update the NVIDIA graphics driver.too many sessions (0x80004005)"},
+    {"Register", "fail nvEncRegisterResource 1 F",
+     "Register GPU capture texture failed (NVENC 15). Update the NVIDIA graphics driver. (0x80004005)",
      "InitializeEncoder RegisterResource GetLastErrorString EncodePicture (end) DestroyEncoder"},
-    {"Buffer", "fail nvEncCreateBitstreamBuffer 1 A", "Create compressed video buffer failed (NVENC 10). (0x80004005)",
+    {"Buffer", "fail nvEncCreateBitstreamBuffer 1 F",
+     "Create compressed video buffer failed (NVENC 15). Update the NVIDIA graphics driver. (0x80004005)",
      "CreateBitstreamBuffer GetLastErrorString EncodePicture (end) UnregisterResource DestroyEncoder"},
     {"Acquire", "fail AcquireNextFrame 3 887A0026",
      "Desktop capture was interrupted. Unlock the desktop, then restart replay (0x887A0026)"},
     {"FrameTexture", "fail QueryInterface:desktop-image 3 80004002", "Cannot read desktop texture (0x80004002)"},
     {"Conversion", "fail VideoProcessorBlt 3 887A0005", "GPU video conversion failed (0x887A0005)"},
-    {"Map", "fail nvEncMapInputResource 3 18", "Map GPU frame for encoding failed (NVENC 24). (0x80004005)",
+    {"Map", "fail nvEncMapInputResource 3 F",
+     "Map GPU frame for encoding failed (NVENC 15). Update the NVIDIA graphics driver. (0x80004005)",
      "MapInputResource GetLastErrorString EncodePicture (end) UnregisterResource DestroyBitstreamBuffer "
      "DestroyEncoder"},
+    {"EncodeTooOld", "fail nvEncEncodePicture 3 F",
+     "Encode GPU frame failed (NVENC 15). Update the NVIDIA graphics driver. (0x80004005)",
+     "EncodePicture GetLastErrorString EncodePicture (end) UnmapInputResource UnregisterResource "
+     "DestroyBitstreamBuffer DestroyEncoder"},
     {"Encode", "fail nvEncEncodePicture 3 11", "Encode GPU frame failed (NVENC 17). (0x80004005)",
      "EncodePicture GetLastErrorString EncodePicture (end) UnmapInputResource UnregisterResource "
      "DestroyBitstreamBuffer DestroyEncoder"},
-    {"Lock", "fail nvEncLockBitstream 3 D", "Read compressed GPU frame failed (NVENC 13). (0x80004005)",
+    {"LockNegative", "fail nvEncLockBitstream 3 FFFFFFF3", "Read compressed GPU frame failed (NVENC -13). (0x80004005)",
      "LockBitstream GetLastErrorString EncodePicture (end) UnmapInputResource UnregisterResource "
      "DestroyBitstreamBuffer DestroyEncoder"},
-    {"Unlock", "fail nvEncUnlockBitstream 3 14", "Unlock compressed frame failed (NVENC 20). (0x80004005)",
+    {"Lock", "fail nvEncLockBitstream 3 F",
+     "Read compressed GPU frame failed (NVENC 15). Update the NVIDIA graphics driver. (0x80004005)",
+     "LockBitstream GetLastErrorString EncodePicture (end) UnmapInputResource UnregisterResource "
+     "DestroyBitstreamBuffer DestroyEncoder"},
+    {"Unlock", "fail nvEncUnlockBitstream 3 F",
+     "Unlock compressed frame failed (NVENC 15). Update the NVIDIA graphics driver. (0x80004005)",
      "UnlockBitstream UnmapInputResource GetLastErrorString EncodePicture (end) UnregisterResource "
      "DestroyBitstreamBuffer DestroyEncoder"},
-    {"Unmap", "fail nvEncUnmapInputResource 3 19", "Release encoded GPU frame failed (NVENC 25). (0x80004005)",
+    // The texture stays mapped, and is unmapped at the end.
+    {"UnlockAndUnmap", "fail nvEncUnlockBitstream 3 14\nfail nvEncUnmapInputResource 3 19",
+     "Unlock compressed frame failed (NVENC 20). (0x80004005)",
+     "UnlockBitstream UnmapInputResource GetLastErrorString EncodePicture (end) UnmapInputResource UnregisterResource "
+     "DestroyBitstreamBuffer DestroyEncoder"},
+    {"Unmap", "fail nvEncUnmapInputResource 3 F",
+     "Release encoded GPU frame failed (NVENC 15). Update the NVIDIA graphics driver. (0x80004005)",
      "UnlockBitstream UnmapInputResource GetLastErrorString EncodePicture (end) UnmapInputResource UnregisterResource "
      "DestroyBitstreamBuffer DestroyEncoder"},
     {"EmptyPicture", "fail empty-picture 3 0", " (0x80004005)",
@@ -416,10 +436,53 @@ constexpr Failure failures[] = {
      "Video encoder stopped accepting frames (0x80004005)"},
     {"ReaderLeavesAWriteInFlight", "set reader leave full\nset filled 100000", "Video muxer disconnected (0x80004005)"},
     {"WriteHasNoEvent", "fail CreateEventW 2 8", "Desktop capture could not allocate resources (0x80004005)"},
+    {"NothingHasMemory", "set starve 1 1", "Desktop capture could not allocate resources (0x80004005)"},
     {"PictureHasNoMemory", "set starve 1 4096\nset filled 20000",
      "Desktop capture could not allocate resources (0x80004005)",
      "LockBitstream UnlockBitstream EncodePicture (end) UnmapInputResource UnregisterResource DestroyBitstreamBuffer "
      "DestroyEncoder"},
+};
+
+/// A structure of the encoder's interface, which a library of another time takes only with another version, and how
+/// the library was let go of then.
+struct Version {
+    const char* structure;
+    const char* ours;
+    const char* theirs;
+    const char* stage;
+    const char* calls;
+};
+
+constexpr Version versions[] = {
+    {"NV_ENCODE_API_FUNCTION_LIST", "0x7202000C", "7202000B", "Load NVIDIA encoder API", ""},
+    {"NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS", "0x7201000C", "7201010B", "Open NVIDIA encoding session",
+     " OpenEncodeSessionEx"},
+    {"NV_ENC_PRESET_CONFIG", "0xF205000C", "F204000B", "Read low latency preset",
+     " OpenEncodeSessionEx GetEncodePresetConfigEx GetLastErrorString DestroyEncoder"},
+    {"presetCfg", "0xF209000C", "F208000B", "Read low latency preset",
+     " OpenEncodeSessionEx GetEncodePresetConfigEx GetLastErrorString DestroyEncoder"},
+    {"NV_ENC_INITIALIZE_PARAMS", "0xF207000C", "F206000B", "Initialize NVIDIA encoder",
+     " OpenEncodeSessionEx GetEncodePresetConfigEx InitializeEncoder GetLastErrorString DestroyEncoder"},
+    {"NV_ENC_CONFIG", "0xF209000C", "F208000B", "Initialize NVIDIA encoder",
+     " OpenEncodeSessionEx GetEncodePresetConfigEx InitializeEncoder GetLastErrorString DestroyEncoder"},
+    {"NV_ENC_REGISTER_RESOURCE", "0x7205000C", "7204000B", "Register GPU capture texture",
+     " OpenEncodeSessionEx GetEncodePresetConfigEx InitializeEncoder RegisterResource GetLastErrorString "
+     "EncodePicture (end) DestroyEncoder"},
+    {"NV_ENC_CREATE_BITSTREAM_BUFFER", "0x7201000C", "7201000B", "Create compressed video buffer",
+     " OpenEncodeSessionEx GetEncodePresetConfigEx InitializeEncoder RegisterResource CreateBitstreamBuffer "
+     "GetLastErrorString EncodePicture (end) UnregisterResource DestroyEncoder"},
+    {"NV_ENC_MAP_INPUT_RESOURCE", "0x7204000C", "7204000B", "Map GPU frame for encoding",
+     " OpenEncodeSessionEx GetEncodePresetConfigEx InitializeEncoder RegisterResource CreateBitstreamBuffer "
+     "MapInputResource GetLastErrorString EncodePicture (end) UnregisterResource DestroyBitstreamBuffer "
+     "DestroyEncoder"},
+    {"NV_ENC_PIC_PARAMS", "0xF207000C", "F206000B", "Encode GPU frame",
+     " OpenEncodeSessionEx GetEncodePresetConfigEx InitializeEncoder RegisterResource CreateBitstreamBuffer "
+     "MapInputResource EncodePicture GetLastErrorString EncodePicture (end) UnmapInputResource UnregisterResource "
+     "DestroyBitstreamBuffer DestroyEncoder"},
+    {"NV_ENC_LOCK_BITSTREAM", "0xF202000C", "F201000B", "Read compressed GPU frame",
+     " GetEncodePresetConfigEx InitializeEncoder RegisterResource CreateBitstreamBuffer MapInputResource "
+     "EncodePicture LockBitstream GetLastErrorString EncodePicture (end) UnmapInputResource UnregisterResource "
+     "DestroyBitstreamBuffer DestroyEncoder"},
 };
 
 /// What the encoder's library was last asked before it was freed.
@@ -429,6 +492,27 @@ std::string LastCalls(const std::filesystem::path& report) {
         last = note;
     }
     return last;
+}
+
+TEST_F(DriverProgram, AnEncoderThatTakesAStructureOnlyWithAnotherVersionIsLetGoOfWithAdvice) {
+    SetEnvironmentValue(u"ZV_TEST_LINGER_MS", u"1500");
+    NewScript("fail D3D11CreateDevice 1 80004001");
+    ASSERT_TRUE(StartProgram());
+    ASSERT_TRUE(EventuallySays("Cannot initialize GPU desktop capture (0x80004001)"));
+    for (const Version& version : versions) {
+        const std::string structure = version.structure;
+        EXPECT_EQ(SaysUnder("set images always\nset version " + structure + " " + version.theirs),
+                  std::string(version.stage) + " failed (NVENC 15). Update the NVIDIA graphics driver. (0x80004005)");
+        EXPECT_EQ(LastCalls(Report()), version.calls) << structure;
+        const std::vector<std::string> complaints = ReportLines(Report(), "complaint: ");
+        EXPECT_THAT(complaints, Not(IsEmpty())) << structure;
+        EXPECT_THAT(complaints, Each("nvenc: " + structure + " has version " + version.ours));
+        std::filesystem::remove(Report());
+        EXPECT_TRUE(Eventually([] { return ProcessesNamed(L"ffmpeg.exe").empty(); })) << structure;
+    }
+    EXPECT_EQ(SaysUnder("set images always"), buffering);
+    EXPECT_TRUE(EndProgram());
+    ExpectNothingLeft();
 }
 
 TEST_F(DriverProgram, EveryFailureIsToldInTheHistoryAndLeavesNothingBehind) {

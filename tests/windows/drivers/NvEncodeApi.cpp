@@ -4,6 +4,7 @@
 // by offsets written down here and not by the program's declarations: a field at the wrong place is a complaint.
 //   set errortext TEXT    what nvEncGetLastErrorString answers
 //   set filled BYTES      every smaller picture is filled up to that size with what means nothing
+//   set version NAME WORD a library of another time: it takes the structure NAME with that version alone (hexadecimal)
 // The entry "empty-picture" makes the picture that is locked one without a byte. When the library is freed it notes the
 // last calls that were made of it.
 #include <windows.h>
@@ -139,8 +140,18 @@ Status Refuse(Status status, const std::string& text) {
     return status;
 }
 
+/// The version of a structure that this library takes.
+std::uint32_t VersionOf(const std::string& name, std::uint32_t usual) {
+    for (const std::string& value : Values("version")) {
+        if (value.starts_with(name + " ")) {
+            return static_cast<std::uint32_t>(std::strtoul(value.c_str() + name.size(), nullptr, 16));
+        }
+    }
+    return usual;
+}
+
 bool HasVersion(const void* structure, std::uint32_t version, const char* name) {
-    if (Word(structure, 0) == version) {
+    if (Word(structure, 0) == VersionOf(name, version)) {
         return true;
     }
     Complain(std::string(name) + " has version " + Hex(Word(structure, 0)));
@@ -392,11 +403,15 @@ Status EndStream(Session& session, const void* picture) {
 
 Status Encode(void* encoder, void* picture) {
     Session& session = SessionOf(encoder, "nvEncEncodePicture");
+    const bool ends = (Word(picture, 16) & 8U) != 0;
+    if (ends) {
+        Remember("(end)");
+    }
     if (!HasVersion(picture, 0xF207000C, "NV_ENC_PIC_PARAMS")) {
+        session.ended = session.ended || ends;
         return invalidVersion;
     }
-    if ((Word(picture, 16) & 8U) != 0) {
-        Remember("(end)");
+    if (ends) {
         return EndStream(session, picture);
     }
     const Verdict verdict = Called("nvEncEncodePicture");
