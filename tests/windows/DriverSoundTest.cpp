@@ -3,17 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <fstream>
-#include <iterator>
-#include <numbers>
-#include <sstream>
-
 #include "platform/Environment.h"
 #include "platform/Files.h"
 #include "windows/DriverScene.h"
+#include "windows/FileSound.h"
 #include "windows/Processes.h"
 #include "windows/SoundDriver.h"
 
@@ -31,27 +24,6 @@ constexpr char16_t saveKeys[] = u"18 121";      // Alt + F10
 constexpr char16_t recordKeys[] = u"17 18 82";  // Ctrl + Alt + R
 constexpr double speakersHz = 1000;
 constexpr double microphoneHz = 640;
-
-/// The median of the levels of a frequency in windows of 100 ms of one side of stereo at 48 kHz.
-double MedianLevel(const std::vector<float>& stereo, std::size_t side, double hz) {
-    constexpr std::size_t window = 4800;
-    std::vector<double> levels;
-    for (std::size_t begin = 0; 2 * (begin + window) <= stereo.size(); begin += window) {
-        double real = 0;
-        double imaginary = 0;
-        for (std::size_t i = 0; i < window; ++i) {
-            const double angle = 2 * std::numbers::pi * hz * static_cast<double>(i) / 48000;
-            real += stereo[2 * (begin + i) + side] * std::cos(angle);
-            imaginary += stereo[2 * (begin + i) + side] * std::sin(angle);
-        }
-        levels.push_back(2 * std::hypot(real, imaginary) / window);
-    }
-    if (levels.empty()) {
-        return 0;
-    }
-    std::nth_element(levels.begin(), levels.begin() + static_cast<std::ptrdiff_t>(levels.size() / 2), levels.end());
-    return levels[levels.size() / 2];
-}
 
 class DriverSound : public DriverScene {
 protected:
@@ -76,15 +48,8 @@ protected:
         EXPECT_TRUE(Eventually([] { return ProcessesNamed(L"ffmpeg.exe").empty(); }));
     }
 
-    std::vector<float> SoundOf(const std::filesystem::path& file) {
-        const std::filesystem::path raw = folder_.Path() / "sound.raw";
-        std::ofstream(raw).close();
-        RunShell(folder_.Path(), "ffmpeg -v error -y -i \"$1\" -vn -ac 2 -ar 48000 -f f32le \"$2\"", {file, raw});
-        std::ifstream stream(raw, std::ios::binary);
-        const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-        std::vector<float> samples(bytes.size() / sizeof(float));
-        std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(float));
-        return samples;
+    std::vector<float> SoundOf(const std::filesystem::path& file) const {
+        return windows::SoundOf(folder_.Path(), file);
     }
 
     double SecondsOf(const std::filesystem::path& file, const std::string& stream) {
@@ -212,6 +177,7 @@ constexpr Failure failures[] = {
     {"fail ConnectNamedPipe:ZVReelsAudio 1 E8", "Encoder could not connect to the audio stream (0x80004005)"},
     {"fail Start.render 1 0x88890004", "Audio capture stopped; a device or encoder disconnected (0x88890004)"},
     {"set render gone 5", "Audio capture stopped; a device or encoder disconnected (0x88890004)"},
+    {"set starve-sound 1", "Audio capture stopped; a device or encoder disconnected (0x8007000E)"},
     {"fail ReleaseBuffer.render 7 0x88890007", "Audio capture stopped; a device or encoder disconnected (0x88890007)"},
 };
 

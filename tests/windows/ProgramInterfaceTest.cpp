@@ -1,265 +1,10 @@
 // The interface of the program as it ships: its windows as the system knows them, used by mouse and keyboard from
-// another program. The screen is 1920 by 1080 pixels at 96 dpi and has no taskbar.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <atomic>
-#include <mutex>
-#include <thread>
-
-#include "platform/Files.h"
-#include "platform/Rectangle.h"
-#include "windows/DriverScene.h"
-#include "windows/Processes.h"
+// another program.
+#include "windows/ProgramInterface.h"
 #include "windows/ScreenPattern.h"
 
 namespace zv::windows {
 namespace {
-
-constexpr wchar_t mainClass[] = L"ZVReelsMainV3";
-constexpr wchar_t overlayClass[] = L"ZVReelsOverlayV3";
-constexpr wchar_t badgeClass[] = L"ZVGameStatusBadge";
-constexpr wchar_t toastClass[] = L"ZVCaptureNotification315";
-constexpr wchar_t editorClass[] = L"ZVShortcutEditor315";
-constexpr wchar_t menuClass[] = L"#32768";
-constexpr UINT trayMessage = 0x8016;
-constexpr std::uint32_t betweenTriesMs = 700;
-
-HWND Find(const wchar_t* className) { return FindWindowW(className, nullptr); }
-
-bool IsShown(const wchar_t* className) {
-    const HWND window = Find(className);
-    return window != nullptr && IsWindowVisible(window) != FALSE;
-}
-
-Rectangle BoundsOf(HWND window) {
-    RECT bounds{};
-    GetWindowRect(window, &bounds);
-    return {bounds.left, bounds.top, bounds.right, bounds.bottom};
-}
-
-// Input as it comes from mouse and keyboard.
-
-void SendAll(std::vector<INPUT> inputs) {
-    ASSERT_EQ(SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT)), inputs.size());
-}
-
-INPUT KeyInput(WORD key, DWORD flags) {
-    INPUT input{};
-    input.type = INPUT_KEYBOARD;
-    input.ki.wVk = key;
-    input.ki.dwFlags = flags;
-    return input;
-}
-
-/// All are pressed in order and released in reverse.
-void PressKeys(const std::vector<WORD>& keys) {
-    std::vector<INPUT> inputs;
-    for (const WORD key : keys) {
-        inputs.push_back(KeyInput(key, 0));
-    }
-    for (auto key = keys.rbegin(); key != keys.rend(); ++key) {
-        inputs.push_back(KeyInput(*key, KEYEVENTF_KEYUP));
-    }
-    SendAll(inputs);
-}
-
-/// Presses until something holds: Wine lets go of held keys when the focus changes meanwhile.
-template <class Condition>
-bool PressUntil(const std::vector<WORD>& keys, Condition condition) {
-    return Eventually([&] {
-        if (condition()) {
-            return true;
-        }
-        PressKeys(keys);
-        return Eventually(condition, betweenTriesMs);
-    });
-}
-
-/// At a place of its own: Wine moves the pointer back for a moment when windows come and go.
-INPUT ButtonInput(POINT at, DWORD flags) {
-    constexpr LONG whole = 65536;
-    INPUT input{};
-    input.type = INPUT_MOUSE;
-    input.mi.dx = (at.x * whole + 1919) / 1920;
-    input.mi.dy = (at.y * whole + 1079) / 1080;
-    input.mi.dwFlags = MOUSEEVENTF_ABSOLUTE | MOUSEEVENTF_MOVE | flags;
-    return input;
-}
-
-void Click(POINT at, DWORD down = MOUSEEVENTF_LEFTDOWN, DWORD up = MOUSEEVENTF_LEFTUP) {
-    SendAll({ButtonInput(at, down), ButtonInput(at, up)});
-}
-
-void RightClick(POINT at) { Click(at, MOUSEEVENTF_RIGHTDOWN, MOUSEEVENTF_RIGHTUP); }
-
-/// What the screen shows there.
-COLORREF PixelAt(POINT at) {
-    const HDC screen = GetDC(nullptr);
-    const COLORREF color = GetPixel(screen, at.x, at.y);
-    ReleaseDC(nullptr, screen);
-    return color;
-}
-
-constexpr COLORREF black = RGB(0, 0, 0);
-
-/// A window over the whole screen that has the keyboard, as a game's has, for the length of a scope. It lives in a
-/// thread of its own, once for all tests: Wine ends a process whose threads end with such windows.
-class Game {
-public:
-    static constexpr COLORREF color = RGB(30, 140, 70);
-
-    /// Before any program is started: the X server gives its numbers again, and Wine confuses what had them before.
-    static void Make() {
-        static std::once_flag made;
-        std::call_once(made, [] { std::thread(Live).detach(); });
-        ASSERT_TRUE(Eventually([] { return State().window != nullptr; }));
-    }
-
-    Game() {
-        State().lastKey = 0;
-        State().clicks = 0;
-        SendMessageW(Window(), showMessage, TRUE, 0);
-        EXPECT_EQ(GetForegroundWindow(), Window());
-        // It has been waiting for another message: its window is where it belongs also in the X server's eyes.
-        SendMessageW(Window(), WM_NULL, 0, 0);
-    }
-    ~Game() { SendMessageW(Window(), showMessage, FALSE, 0); }
-    Game(const Game&) = delete;
-    Game& operator=(const Game&) = delete;
-
-    static HWND Window() { return State().window; }
-    /// The key that it heard last.
-    static WPARAM LastKey() { return State().lastKey; }
-    static int Clicks() { return State().clicks; }
-
-private:
-    static constexpr UINT showMessage = WM_APP;
-
-    struct Heard {
-        std::atomic<HWND> window = nullptr;
-        std::atomic<WPARAM> lastKey = 0;
-        std::atomic<int> clicks = 0;
-    };
-    static Heard& State() {
-        static Heard state;
-        return state;
-    }
-
-    static void Live() {
-        WNDCLASSW windowClass{};
-        windowClass.lpfnWndProc = Answer;
-        windowClass.hInstance = GetModuleHandleW(nullptr);
-        windowClass.lpszClassName = L"ZVTestGame";
-        windowClass.hbrBackground = CreateSolidBrush(color);
-        RegisterClassW(&windowClass);
-        State().window = CreateWindowExW(0, windowClass.lpszClassName, L"Game", WS_POPUP, 0, 0, 1920, 1080, nullptr,
-                                         nullptr, windowClass.hInstance, nullptr);
-        MSG message;
-        while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-            DispatchMessageW(&message);
-        }
-    }
-
-    static LRESULT CALLBACK Answer(HWND window, UINT code, WPARAM wParam, LPARAM lParam) {
-        switch (code) {
-            case showMessage:
-                ShowWindow(window, wParam != FALSE ? SW_SHOW : SW_HIDE);
-                if (wParam != FALSE) {
-                    SetForegroundWindow(window);
-                }
-                return 0;
-            case WM_KEYDOWN:
-                State().lastKey = wParam;
-                return 0;
-            case WM_LBUTTONDOWN:
-                ++State().clicks;
-                return 0;
-            default:
-                return DefWindowProcW(window, code, wParam, lParam);
-        }
-    }
-};
-
-class ProgramInterface : public DriverScene {
-protected:
-    void SetUp() override {
-        Game::Make();
-        DriverScene::SetUp();
-    }
-
-    /// Waits until the program has come up and its first job has ended.
-    bool Start(const Text& arguments = u" --background") {
-        return StartProgram(arguments) && Eventually([this] { return !Activity().empty(); });
-    }
-
-    /// By the last item of the notification icon's menu.
-    bool Exit() {
-        const Rectangle menu = OpenTrayMenu();
-        Click({menu.left + 40, menu.bottom - 12});
-        return WaitForExit(*program_.process, generousMs) && ExitCode(*program_.process) == 0;
-    }
-
-    static void PostTrayEvent(UINT event) { PostMessageW(Find(mainClass), trayMessage, 0, event); }
-
-    /// Answers where it is.
-    static Rectangle OpenTrayMenu() {
-        PostTrayEvent(WM_CONTEXTMENU);
-        EXPECT_TRUE(Eventually([] { return IsShown(menuClass); }));
-        return BoundsOf(Find(menuClass));
-    }
-
-    /// Until it can be seen: where windows of two programs are raised at once, Wine may leave the wrong one in front.
-    static void OpenOverlay() {
-        constexpr std::uint32_t paintedMs = 3000;
-        ASSERT_TRUE(Eventually([] {
-            const bool shown = PressUntil({VK_MENU, 'X'}, [] { return IsShown(overlayClass); });
-            if (shown && Eventually([] { return PixelAt(OnOverlay(200, 23)) == black; }, paintedMs)) {
-                return true;
-            }
-            PressUntil({VK_MENU, 'X'}, [] { return !IsShown(overlayClass); });
-            return false;
-        }));
-    }
-
-    /// A spot of the overlay, from where it is in a design of 1010 by 568.
-    static POINT OnOverlay(int x, int y) {
-        const Rectangle bounds = BoundsOf(Find(overlayClass));
-        const double scale = std::min(bounds.Width() / 1010.0, bounds.Height() / 568.0);
-        return {bounds.left + static_cast<LONG>(x * scale), bounds.top + static_cast<LONG>(y * scale)};
-    }
-
-    static POINT OnMainWindow(int x, int y) {
-        POINT at{x, y};
-        ClientToScreen(Find(mainClass), &at);
-        return at;
-    }
-
-    /// Whether the settings file does.
-    bool Has(const std::string& setting) const {
-        const std::string file = ReadSharedFile(FromPath(Data() / "settings.ini"), 0x10000);
-        return file.find("\n" + setting + "\r\n") != std::string::npos;
-    }
-
-    /// Clicks until something holds: what can't be done yet can't be clicked.
-    template <class Condition>
-    static bool ClickUntil(POINT at, Condition condition) {
-        return Eventually([&] {
-            if (condition()) {
-                return true;
-            }
-            Click(at);
-            return Eventually(condition, betweenTriesMs);
-        });
-    }
-
-    bool ClickUntilItSays(POINT at, const std::string& beginning) const {
-        return ClickUntil(at, [&] {
-            const std::vector<std::string> texts = Activity();
-            return !texts.empty() && texts.back().starts_with(beginning);
-        });
-    }
-};
 
 // The windows.
 
@@ -325,7 +70,11 @@ TEST_F(ProgramInterface, ItsWindowsHaveTheirNamesStylesAndPlaces) {
     const Layering badge = LayeringOf(badgeClass);
     EXPECT_EQ(badge.flags, DWORD{LWA_ALPHA});
     EXPECT_EQ(badge.alpha, 225);
+    // And the taskbar was told whose they are before the first of them.
+    const std::vector<std::string> notes = ReportLines(Report(), "note: ");
+    EXPECT_NE(std::find(notes.begin(), notes.end(), "dxgi: taskbar identity Zorvel.Capture.3.23"), notes.end());
     EXPECT_TRUE(EndProgram());
+    EXPECT_TRUE(ReportLines(Report(), "complaint: ").empty());
 }
 
 // The overlay over a game.
@@ -449,6 +198,24 @@ TEST_F(ProgramInterface, TheMainWindowIsUsedByMouseAndKeyboard) {
     EXPECT_FALSE(IsShown(overlayClass));
     EXPECT_TRUE(IsRunning(*program_.process));
     EXPECT_TRUE(Exit());
+}
+
+TEST_F(ProgramInterface, APaintingWithoutMemoryLeavesTheOldPictureAndTheProgramRunning) {
+    constexpr COLORREF hero = RGB(39, 31, 60);
+    Setting("instantReplay=0");
+    Script("set starve-paints 3 6");
+    ASSERT_TRUE(Start(u""));
+    SetForegroundWindow(Find(mainClass));
+    const auto brokenOff = [this] { return ReportLines(Report(), "note: dxgi: a painting broke off").size(); };
+    ASSERT_TRUE(Eventually([&] { return brokenOff() >= 1; }));
+    EXPECT_EQ(PixelAt(OnMainWindow(230, 200)), hero);
+    ASSERT_TRUE(Eventually([&] { return brokenOff() == 4; }));
+    EXPECT_EQ(PixelAt(OnMainWindow(230, 200)), hero);
+    // Its buttons are where they were, and the next picture is painted.
+    Click(OnMainWindow(370, 304));
+    EXPECT_TRUE(Eventually([] { return IsShown(overlayClass); }));
+    EXPECT_TRUE(Eventually([] { return PixelAt(OnOverlay(200, 23)) == black; }));
+    EXPECT_TRUE(EndProgram());
 }
 
 TEST_F(ProgramInterface, AnotherStartBringsItsWindowForward) {
@@ -579,6 +346,22 @@ public:
         return count;
     }
 
+    /// Windows, menus, icons, cursors and the like of all processes: Wine gives each a number out of one table, and the
+    /// numbers that were free once more before it takes the next one. Ours fill the gaps, and tell how far it goes.
+    static int UserObjects() {
+        constexpr int enough = 3000;
+        std::vector<HMENU> ours;
+        std::uintptr_t last = 0;
+        for (int i = 0; i < enough; ++i) {
+            ours.push_back(CreateMenu());
+            last = std::max(last, (reinterpret_cast<std::uintptr_t>(ours.back()) & 0xFFFFU) / 2);
+        }
+        for (const HMENU menu : ours) {
+            EXPECT_NE(DestroyMenu(menu), FALSE);
+        }
+        return static_cast<int>(last) - enough;
+    }
+
     /// From the table that the system shares with each process.
     int GraphicsObjects() const {
         constexpr std::size_t entries = 0x4000;
@@ -639,11 +422,13 @@ TEST_F(ProgramInterface, AThousandOpeningsOfTheOverlayLeaveNothingBehind) {
     open(20);
     const int handles = holdings.Handles();
     const int objects = holdings.GraphicsObjects();
-    EXPECT_TRUE(handles > 0 && objects > 0);
+    const int userObjects = Holdings::UserObjects();
+    EXPECT_TRUE(handles > 0 && objects > 0 && userObjects > 0);
     open(1000);
     // A few are made late, or for a moment.
     EXPECT_LT(holdings.Handles(), handles + 20);
     EXPECT_LT(holdings.GraphicsObjects(), objects + 20);
+    EXPECT_LT(Holdings::UserObjects(), userObjects + 20);
     EXPECT_TRUE(EndProgram());
 }
 

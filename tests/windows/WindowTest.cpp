@@ -16,8 +16,6 @@
 #include "support/TemporaryFolder.h"
 // After the program's own headers, whose names its macros would change.
 #include <windows.h>
-// After it, since it needs it.
-#include <shobjidl.h>
 
 namespace zv {
 namespace {
@@ -415,18 +413,6 @@ TEST_F(OverlayWindow, KnowsMonitorsKeysAndDpi) {
     EXPECT_EQ(KeyName(VK_F10), u"F10");
     EXPECT_EQ(KeyName(0), u"");
     EXPECT_EQ(HeldModifiers(), 0U);
-}
-
-TEST(TaskbarIdentity, IsTheOneThatTheProgramGivesItself) {
-    SetTaskbarIdentity(u"Zorvel.Test.1");
-    PWSTR id = nullptr;
-    const HRESULT result = GetCurrentProcessExplicitAppUserModelID(&id);
-    if (result == E_NOTIMPL) {
-        GTEST_SKIP() << "this system does not tell an identity";
-    }
-    ASSERT_EQ(result, S_OK);
-    EXPECT_EQ(std::wstring(id), L"Zorvel.Test.1");
-    CoTaskMemFree(id);
 }
 
 TEST_F(OverlayWindow, ShowsItsIcons) {

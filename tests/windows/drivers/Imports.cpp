@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <string>
 #include <utility>
 
@@ -21,6 +22,13 @@ std::atomic<DWORD> starvedThread = 0;
 std::atomic<std::size_t> starvedBytes = 0;
 std::atomic<DWORD> countedThread = 0;
 std::atomic<unsigned> requests = 0;
+std::atomic<DWORD> starvedPaint = 0;  ///< the thread that paints the main window without memory
+
+std::pair<unsigned long, unsigned long> TwoNumbers(const std::string& text) {
+    char* rest = nullptr;
+    const unsigned long first = std::strtoul(text.c_str(), &rest, 10);
+    return {first, std::strtoul(rest, nullptr, 10)};
+}
 
 /// Answers for a call that the script lets fail.
 bool Fails(const std::string& entry) {
@@ -38,7 +46,7 @@ bool MayHave(std::size_t size) {
     if (thread == countedThread) {
         ++requests;
     }
-    return thread != starvedThread || size < starvedBytes;
+    return thread != starvedPaint && (thread != starvedThread || size < starvedBytes);
 }
 
 void* Allocate(std::size_t size) { return MayHave(size) ? std::malloc(size) : nullptr; }
@@ -129,7 +137,50 @@ HANDLE WINAPI MakeTimer(SECURITY_ATTRIBUTES* security, BOOL manual, const wchar_
 
 HRESULT WINAPI EnterCom(void* reserved, DWORD kind) {
     const Verdict verdict = Called("CoInitializeEx");
+    const unsigned long hungry = std::strtoul(Value("starve-sound", "0").c_str(), nullptr, 10);
+    if (hungry != 0 && kind == COINIT_MULTITHREADED) {
+        starvedBytes = hungry;
+        starvedThread = GetCurrentThreadId();
+    }
     return verdict.fails ? static_cast<HRESULT>(verdict.code) : CoInitializeEx(reserved, kind);
+}
+
+HRESULT WINAPI TakeIdentity(const wchar_t* identity) {
+    const std::wstring text = identity;
+    Note("taskbar identity " + std::string(text.begin(), text.end()));
+    // The taskbar goes by what was said before the first window.
+    EnumThreadWindows(
+        GetCurrentThreadId(),
+        [](HWND window, LPARAM) -> BOOL {
+            wchar_t name[16] = {};
+            GetClassNameW(window, name, 16);
+            if (std::wcsncmp(name, L"ZV", 2) == 0) {
+                Complain("a taskbar identity after a window");
+            }
+            return TRUE;
+        },
+        0);
+    return S_OK;
+}
+
+// A painting of the main window begins by asking for its size, and ends with the system where it broke off.
+
+BOOL WINAPI TakeSize(HWND window, RECT* size) {
+    static unsigned paintings = 0;
+    wchar_t name[16] = {};
+    GetClassNameW(window, name, 16);
+    const auto [first, last] = TwoNumbers(Value("starve-paints", "0 0"));
+    if (first != 0 && std::wcscmp(name, L"ZVReelsMainV3") == 0 && ++paintings >= first && paintings <= last) {
+        starvedPaint = GetCurrentThreadId();
+    }
+    return GetClientRect(window, size);
+}
+
+LRESULT WINAPI AnswerBySystem(HWND window, UINT code, WPARAM wParam, LPARAM lParam) {
+    if (code == WM_PAINT && starvedPaint.exchange(0) != 0) {
+        Note("a painting broke off");
+    }
+    return DefWindowProcW(window, code, wParam, lParam);
 }
 
 // The table of imports
@@ -140,7 +191,7 @@ struct Import {
 };
 
 const Import* ImportNamed(const char* name) {
-    static const std::array<Import, 9> imports = {{
+    static const std::array<Import, 12> imports = {{
         {"malloc", reinterpret_cast<void*>(Allocate)},
         {"calloc", reinterpret_cast<void*>(AllocateZeroed)},
         {"realloc", reinterpret_cast<void*>(Reallocate)},
@@ -150,6 +201,9 @@ const Import* ImportNamed(const char* name) {
         {"CreateWaitableTimerExW", reinterpret_cast<void*>(MakePreciseTimer)},
         {"CreateWaitableTimerW", reinterpret_cast<void*>(MakeTimer)},
         {"CoInitializeEx", reinterpret_cast<void*>(EnterCom)},
+        {"SetCurrentProcessExplicitAppUserModelID", reinterpret_cast<void*>(TakeIdentity)},
+        {"GetClientRect", reinterpret_cast<void*>(TakeSize)},
+        {"DefWindowProcW", reinterpret_cast<void*>(AnswerBySystem)},
     }};
     const auto* found = std::find_if(imports.begin(), imports.end(),
                                      [name](const Import& import) { return std::strcmp(import.name, name) == 0; });
@@ -194,12 +248,6 @@ void ReplaceImportsOf(const Image& image, const IMAGE_IMPORT_DESCRIPTOR& library
             Replace(places, import->function);
         }
     }
-}
-
-std::pair<unsigned long, unsigned long> TwoNumbers(const std::string& text) {
-    char* rest = nullptr;
-    const unsigned long first = std::strtoul(text.c_str(), &rest, 10);
-    return {first, std::strtoul(rest, nullptr, 10)};
 }
 
 }  // namespace

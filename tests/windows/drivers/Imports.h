@@ -4,9 +4,12 @@
 //   CreateEventW, CreateWaitableTimerExW, CreateWaitableTimerW, CoInitializeEx
 //   CreateNamedPipeW:STEM, ConnectNamedPipe:STEM     STEM is the pipe's name up to its first "-"
 // CODE is what GetLastError answers then, and the result of CoInitializeEx. Besides
-//   set starve N BYTES    from round N on, the thread that captures gets no memory in pieces of BYTES or more
-//   set count N LAST      notes how often it asks for memory between these rounds
-// A round is a request for a desktop image, counted from 1 for each duplication.
+//   set starve N BYTES            from round N on, the thread that captures gets no memory in pieces of BYTES or more
+//   set starve-sound BYTES        the thread of the sound gets none from its start
+//   set starve-paints N LAST      the interface gets none at all in these paintings of the main window, and notes it
+//   set count N LAST              notes how often the thread that captures asks for memory between these rounds
+// A round is a request for a desktop image, counted from 1 for each duplication. The taskbar identity that the program
+// gives itself is noted.
 #pragma once
 
 namespace zv::drivers {
