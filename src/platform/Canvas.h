@@ -83,7 +83,8 @@ enum class TextLayout {
 };
 
 /// Nothing is painted outside the box. A line that is too long for it, and the last that fits where there are too
-/// many, end in an ellipsis. "&" is a letter as any other.
+/// many, end in an ellipsis; where another typeface stands in for the interface's own, its letters may be made as much
+/// narrower first as they are wider than that. "&" is a letter as any other.
 void DrawTextInBox(Canvas& canvas, const Rectangle& box, TextView text, Color color, const Font& font,
                    TextLayout layout);
 

@@ -1,4 +1,5 @@
-// What cairo is asked for beyond the common promises: pictures that get smaller are averaged.
+// What cairo and pango are asked for beyond the common promises: pictures that get smaller are averaged, and letters of
+// a typeface wider than the design's are narrowed before a text is cut.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -18,6 +19,63 @@ TEST(LinuxCanvas, AveragesAPictureThatGetsSmaller) {
     const PixelView view = PixelsOf(*canvas);
     for (const int at : {35 * 70 + 35, 20 * 70 + 50, 58 * 70 + 11}) {
         EXPECT_NEAR(view.pixels[at] & 0xFFU, 128, 20);
+    }
+}
+
+std::vector<std::uint32_t> Drawn(TextView text, const Rectangle& box, int height, TextLayout layout, double scale) {
+    const auto canvas = MakeCanvas(1000, 200);
+    const auto font = MakeFont(height, 400);
+    PushTransform(*canvas, {}, scale);
+    DrawTextInBox(*canvas, box, text, Rgb(255, 255, 255), *font, layout);
+    PopTransform(*canvas);
+    const PixelView view = PixelsOf(*canvas);
+    return {view.pixels, view.pixels + view.width * view.height};
+}
+
+/// Whether the last letter, which is no wider than an "u", is seen: with an ellipsis in its place it makes no difference
+/// which one it is.
+bool EndsInItsLastLetter(Text text, const Rectangle& box, int height, TextLayout layout, double scale = 1) {
+    const auto before = Drawn(text, box, height, layout, scale);
+    text.back() = u'u';
+    return Drawn(text, box, height, layout, scale) != before;
+}
+
+constexpr TextLayout allLayouts[] = {TextLayout::Line, TextLayout::CentredLine, TextLayout::Wrapped};
+
+TEST(LinuxCanvas, ShowsTheLongestNotificationWholeAtEverySize) {
+    for (const double scale : {1.0, 1.25, 1.5, 1.75, 2.0, 3.0}) {
+        EXPECT_TRUE(EndsInItsLastLetter(u"Stop recording before changing capture settings", {68, 8, 314, 68}, 15,
+                                        TextLayout::Line, scale))
+            << scale;
+    }
+}
+
+TEST(LinuxCanvas, NarrowsATextThatIsALittleTooLongAndCutsALongerOne) {
+    const Text text(30, u'n');  // one word: it cannot be wrapped
+    int width = 1;
+    while (!EndsInItsLastLetter(text, {0, 0, width, 17}, 17, TextLayout::CentredLine)) {
+        ++width;
+    }
+    int natural = width;
+    const auto whole = Drawn(text, {0, 0, 900, 17}, 17, TextLayout::Line, 1);
+    while (Drawn(text, {0, 0, natural, 17}, 17, TextLayout::Line, 1) != whole) {
+        ++natural;
+    }
+    EXPECT_GT(natural, 100);
+    EXPECT_NEAR(width, natural * 0.92, 1);
+    for (const TextLayout layout : allLayouts) {
+        EXPECT_TRUE(EndsInItsLastLetter(text, {0, 0, width, 17}, 17, layout));
+    }
+}
+
+TEST(LinuxCanvas, LeavesTheLettersOfATextThatFitsOrThatIsCutAsTheyAre) {
+    const Text text(30, u'n');
+    const auto whole = Drawn(text, {0, 0, 900, 17}, 17, TextLayout::Line, 1);
+    const auto cut = Drawn(text, {0, 0, 100, 17}, 17, TextLayout::Line, 1);
+    for (int at = 0; at < 17 * 1000; ++at) {
+        if (at % 1000 < 75) {
+            ASSERT_EQ(cut[static_cast<std::size_t>(at)], whole[static_cast<std::size_t>(at)]) << at % 1000;
+        }
     }
 }
 

@@ -4,16 +4,13 @@
 // it, or the end of the loop.
 #include "platform/PopupMenu.h"
 
-#include <cairo/cairo.h>
-#include <pango/pangocairo.h>
-
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <ctime>
-#include <string>
 
 #include "platform/Canvas.h"
-#include "platform/Files.h"
+#include "platform/linux/LineWidth.h"
 #include "platform/linux/RandrMonitors.h"
 #include "platform/linux/WindowSession.h"
 
@@ -55,32 +52,16 @@ struct Menu {
 
 Menu* open = nullptr;
 
-/// The width of the widest label, in the font that it will be drawn in.
-int WidestLabel(std::span<const MenuItem> items) {
-    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_A8, 1, 1);
-    cairo_t* context = cairo_create(surface);
-    PangoLayout* layout = pango_cairo_create_layout(context);
-    PangoFontDescription* font = pango_font_description_from_string("Open Sans");
-    pango_font_description_set_absolute_size(font, fontHeight * PANGO_SCALE);
-    pango_layout_set_font_description(layout, font);
-    int widest = 0;
-    for (const MenuItem& item : items) {
-        int width = 0;
-        int height = 0;
-        const std::string label = ToPath(item.label).string();
-        pango_layout_set_text(layout, label.data(), static_cast<int>(label.size()));
-        pango_layout_get_pixel_size(layout, &width, &height);
-        widest = std::max(widest, width);
+int WidestLabel(const Menu& menu) {
+    double widest = 0;
+    for (const MenuItem& item : menu.items) {
+        widest = std::max(widest, WidthOfLine(*menu.font, item.label));
     }
-    pango_font_description_free(font);
-    g_object_unref(layout);
-    cairo_destroy(context);
-    cairo_surface_destroy(surface);
-    return widest;
+    return static_cast<int>(std::ceil(widest));
 }
 
 void LayOut(Menu& menu) {
-    menu.width = WidestLabel(menu.items) + 2 * textLeft;
+    menu.width = WidestLabel(menu) + 2 * textLeft;
     int y = margin;
     for (const MenuItem& item : menu.items) {
         const int height = item.id == 0 ? separatorHeight : rowHeight;
@@ -317,11 +298,14 @@ int ChooseFromMenu(AppWindow& owner, std::span<const MenuItem> items) {
     x11::Menu menu;
     menu.items = items;
     menu.scale = session.dpi / 96.0;
+    menu.font = MakeFont(x11::fontHeight, 400);
+    if (!menu.font) {
+        return 0;
+    }
     x11::LayOut(menu);
     const Rectangle place = x11::PlaceAt(menu, CursorPosition());
-    menu.font = MakeFont(x11::fontHeight, 400);
     menu.canvas = MakeCanvas(place.Width(), place.Height());
-    if (!menu.font || !menu.canvas) {
+    if (!menu.canvas) {
         return 0;
     }
     menu.surface.id = x11::MakeMenuWindow(session, place);
