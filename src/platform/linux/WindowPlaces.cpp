@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <span>
+#include <utility>
 
 #include "platform/linux/ExcludedWindows.h"
 #include "platform/linux/IconPixels.h"
@@ -228,6 +229,28 @@ void HandleMap(Session& session, const xcb_map_notify_event_t& event) {
     }
 }
 
+xcb_window_t FocusNow(Session& session) {
+    xcb_connection_t* connection = session.connection.get();
+    const Reply<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+    return reply ? reply->focus : xcb_window_t{XCB_WINDOW_NONE};
+}
+
+/// Without a window manager nobody else gives the window the keyboard.
+void TakeFocus(Session& session, AppWindow& window) {
+    const xcb_window_t before = FocusNow(session);
+    window.focusBefore = before == window.id ? window.focusBefore : before;
+    xcb_set_input_focus(session.connection.get(), XCB_INPUT_FOCUS_POINTER_ROOT, window.id, XCB_CURRENT_TIME);
+}
+
+/// Nor would anybody give it back, to the game for one.
+void ReturnFocus(Session& session, AppWindow& window) {
+    const xcb_window_t before = std::exchange(window.focusBefore, XCB_WINDOW_NONE);
+    if (before != XCB_WINDOW_NONE && FocusNow(session) == window.id) {
+        xcb_set_input_focus(session.connection.get(), XCB_INPUT_FOCUS_POINTER_ROOT, before, XCB_CURRENT_TIME);
+    }
+}
+
 }  // namespace
 
 void FollowStack(Session& session) {
@@ -293,6 +316,7 @@ void ForgetWindow(Session& session, AppWindow& window) {
         session.mouseOwner = nullptr;
     }
     window.shown = false;
+    ReturnFocus(session, window);
     if (window.excluded) {
         xcb_connection_t* connection = session.connection.get();
         xcb_unmap_window(connection, window.id);
@@ -351,8 +375,7 @@ void ShowInFront(AppWindow& window) {
         x11::SendClientMessage(session.screen->root, window.id, session.atoms.netActiveWindow,
                                XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY, sourceUser);
     } else {
-        // Nobody else would give it the keyboard.
-        xcb_set_input_focus(session.connection.get(), XCB_INPUT_FOCUS_POINTER_ROOT, window.id, XCB_CURRENT_TIME);
+        x11::TakeFocus(session, window);
     }
     xcb_flush(session.connection.get());
 }
@@ -363,6 +386,7 @@ void HideWindow(AppWindow& window) {
         x11::Send(window, message::showWindow, 0);
     }
     window.shown = false;
+    x11::ReturnFocus(session, window);
     xcb_unmap_window(session.connection.get(), window.id);
     // A window manager takes the window back only when it is told so, even while the window is an icon.
     xcb_unmap_notify_event_t withdrawn{};

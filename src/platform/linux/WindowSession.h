@@ -45,7 +45,8 @@ struct AppWindow {
     bool viewable = false;   ///< the server has it on the screen
     bool mustPaint = false;  ///< message::paint is due
     bool tracksLeave = false;
-    int width = 0;  ///< of the client area, as the procedure was told last
+    xcb_window_t focusBefore = XCB_WINDOW_NONE;  ///< who had the keyboard before this one took it
+    int width = 0;                               ///< of the client area, as the procedure was told last
     int height = 0;
     /// Of a bare window: where the server was asked to put it last, or where somebody else has moved it since.
     Rectangle place;
