@@ -194,7 +194,9 @@ std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
             }
             return 0;
         case message::hotKey:
-            RunHotkey(wParam);
+            if (!GiveHotkeyToShortcutEditor(wParam)) {
+                RunHotkey(wParam);
+            }
             return 0;
         case trayMessage:
             HandleTrayMessage(window, lParam);

@@ -1,5 +1,6 @@
 #include "ui/ShortcutEditor.h"
 
+#include "core/Settings.h"
 #include "ui/Colors.h"
 #include "ui/DrawingFrame.h"
 #include "ui/HitTargets.h"
@@ -22,19 +23,20 @@ bool IsShortcutKey(std::uintptr_t key) {
     return IsWithin(key, '0', '9') || IsWithin(key, 'A', 'Z') || IsWithin(key, 112, 135);
 }
 
-void OnKey(AppWindow& window, std::uintptr_t key) {
-    if (key == escapeKey) {
-        CloseShortcutEditor();
-        return;
-    }
-    if (!IsShortcutKey(key)) {
-        return;
-    }
-    if (TryRebindHotkey(Ui().shortcutEditorIndex, HeldModifiers(), static_cast<std::uint32_t>(key))) {
+void Bind(AppWindow& window, std::uint32_t modifiers, std::uint32_t key) {
+    if (TryRebindHotkey(Ui().shortcutEditorIndex, modifiers, key)) {
         CloseShortcutEditor();
         InvalidatePages();
     } else {
         InvalidateWindow(window);
+    }
+}
+
+void OnKey(AppWindow& window, std::uintptr_t key) {
+    if (key == escapeKey) {
+        CloseShortcutEditor();
+    } else if (IsShortcutKey(key)) {
+        Bind(window, HeldModifiers(), static_cast<std::uint32_t>(key));
     }
 }
 
@@ -79,7 +81,18 @@ void OpenShortcutEditor(int index) {
 
 void CloseShortcutEditor() {
     Ui().shortcutEditorWindow.reset();
+    Ui().shortcutEditorHasKeyboard = false;
     Ui().shortcutEditorIndex = noShortcut;
+}
+
+bool GiveHotkeyToShortcutEditor(std::uintptr_t id) {
+    const UiGlobals& ui = Ui();
+    if (!ui.shortcutEditorHasKeyboard || id < 1 || id > shortcutAction::count) {
+        return false;
+    }
+    const Settings& settings = CurrentSettings();
+    Bind(*ui.shortcutEditorWindow, settings.bindMods[id - 1], settings.bindKeys[id - 1]);
+    return true;
 }
 
 std::intptr_t ShortcutEditorProc(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
@@ -88,6 +101,10 @@ std::intptr_t ShortcutEditorProc(AppWindow& window, std::uint32_t code, std::uin
         case message::systemKeyDown:
             OnKey(window, wParam);
             return 0;
+        case message::setFocus:
+        case message::killFocus:
+            Ui().shortcutEditorHasKeyboard = code == message::setFocus;
+            return DefaultProcedure(window, code, wParam, lParam);
         case message::close:
             CloseShortcutEditor();
             return 0;

@@ -14,6 +14,10 @@ void OpenShortcutEditor(int index);
 /// Also when none is open.
 void CloseShortcutEditor();
 
+/// Our own shortcuts never come to a window as keys. While the editor has the keyboard their hot keys are what was
+/// pressed in it, reserved as they stay. False when it has not: the hot key is a command then.
+bool GiveHotkeyToShortcutEditor(std::uintptr_t id);
+
 std::intptr_t ShortcutEditorProc(AppWindow& window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
 
 }  // namespace zv

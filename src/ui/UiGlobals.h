@@ -55,6 +55,7 @@ struct UiGlobals {
     Color accentColor = Rgb(151, 119, 255);  ///< from the theme
     std::array<bool, 4> hotkeyRegistered{};
     int shortcutEditorIndex = noShortcut;  ///< the action of the editor that is open
+    bool shortcutEditorHasKeyboard = false;
     Text shortcutError;                    ///< why the last rebinding was refused
     FutureSlot<Text> captureJobSlot;       ///< the text to show
     FutureSlot<CapturePollResult> capturePollSlot;

@@ -5,14 +5,13 @@ namespace zv {
 namespace {
 
 using namespace support;
-namespace fs = std::filesystem;
 
 constexpr int screenshot = 3;  ///< row and index of the action
 
 class ShortcutRoad : public testing::Test {
 protected:
     ShortcutRoad() {
-        game_.SetFocus(game_.Cover({0, 0, 1280, 720}, 0x205080));
+        game_.SetFocus(gameWindow_);
         EXPECT_TRUE(run_.WaitForActivity("Replay stopped.").has_value());
         EXPECT_TRUE(user_.OpenOverlay());
         user_.Click(overlayName, 832, 190);
@@ -41,14 +40,7 @@ protected:
     bool EditorSays(const Text& text) const {
         return user_.WaitSays(editorName, {{20, 99, 550, 135}, text, color::purple});
     }
-    std::size_t Pictures() const {
-        std::size_t count = 0;
-        std::error_code ignored;
-        for (const auto& entry : fs::recursive_directory_iterator(run_.CaptureRoot(), ignored)) {
-            count += entry.path().extension() == ".png" ? 1 : 0;
-        }
-        return count;
-    }
+    std::size_t Pictures() const { return CapturesOf(run_, ".png").size(); }
     bool WaitPictures(std::size_t count) const {
         return WaitUntil([&] { return Pictures() == count; });
     }
@@ -56,6 +48,7 @@ protected:
     PrivateDisplay display_{"1280x720"};
     InterfaceUser user_{display_.Name()};
     OtherClient game_{display_.Name()};
+    xcb_window_t gameWindow_ = game_.Cover({0, 0, 1280, 720}, 0x205080);
     ProgramRun run_{{.display = display_.Name(), .settings = {{"instantReplay", "0"}}}};
 };
 
@@ -80,6 +73,7 @@ TEST_F(ShortcutRoad, IsChangedByRealKeysAndTheOldOneIsGivenBack) {
     EXPECT_TRUE(WaitSetting(run_, "bindMods3", "6"));
     EXPECT_EQ(SettingOf(run_, "bindKeys3"), "74");
     EXPECT_TRUE(WaitRow(u"Ctrl + Shift + J"));
+    EXPECT_EQ(user_.Focus(), gameWindow_) << "the game has the keyboard again";
     EXPECT_TRUE(user_.CloseOverlay());
 
     user_.TapKey({XK_Control_L, XK_Shift_L}, XK_j);
@@ -90,6 +84,28 @@ TEST_F(ShortcutRoad, IsChangedByRealKeysAndTheOldOneIsGivenBack) {
     user_.TapKey({XK_Control_L, XK_Alt_L}, XK_s);
     EXPECT_TRUE(WaitUntil([&] { return game_.Events(XCB_KEY_PRESS) > 0; }));
     EXPECT_EQ(Pictures(), 1U);
+}
+
+TEST_F(ShortcutRoad, TheKeysOfAnotherActionAreRefusedAndTheCurrentOnesCloseTheEditor) {
+    ASSERT_TRUE(OpenEditor());
+    user_.TapKey({XK_Alt_L}, XK_x);
+    EXPECT_TRUE(EditorSays(u"That shortcut already belongs to another ZV action."));
+    EXPECT_TRUE(user_.Shows(overlayName)) << "the key has not toggled it";
+    user_.TapKey({XK_Control_L, XK_Alt_L}, XK_s);
+    EXPECT_TRUE(user_.WaitHidden(editorName));
+    EXPECT_EQ(SettingOf(run_, "bindMods3"), "3");
+    EXPECT_EQ(SettingOf(run_, "bindKeys3"), "83");
+    EXPECT_TRUE(WaitRow(u"Ctrl + Alt + S"));
+
+    // Both are commands again as soon as something else has the keyboard, the editor open or not.
+    ASSERT_TRUE(OpenEditor());
+    game_.SetFocus(gameWindow_);
+    user_.TapKey({XK_Alt_L}, XK_x);
+    EXPECT_TRUE(user_.WaitHidden(overlayName));
+    EXPECT_TRUE(user_.Shows(editorName));
+    EXPECT_EQ(Pictures(), 0U);
+    user_.TapKey({XK_Control_L, XK_Alt_L}, XK_s);
+    EXPECT_TRUE(WaitPictures(1));
 }
 
 TEST_F(ShortcutRoad, IsChangedAndUsedWithCapsLockAndNumLockOn) {

@@ -240,6 +240,49 @@ inline bool WaitSetting(const ProgramRun& run, const std::string& key, const std
     return WaitUntil([&] { return SettingOf(run, key) == value; });
 }
 
+/// What a run has captured so far, working files included.
+inline std::vector<std::filesystem::path> CapturesOf(const ProgramRun& run, const std::string& extension) {
+    std::vector<std::filesystem::path> files;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(run.CaptureRoot(), ignored)) {
+        if (entry.path().extension() == extension) {
+            files.push_back(entry.path());
+        }
+    }
+    return files;
+}
+
+/// Waits until the recording that runs holds some seconds, at a test's 8 Mbit/s.
+inline bool WaitRecorded(const ProgramRun& run) {
+    constexpr std::uintmax_t bytes = 2'500'000;
+    return WaitUntil([&] {
+        const std::vector<std::filesystem::path> files = CapturesOf(run, ".mp4");
+        return std::any_of(files.begin(), files.end(), [](const std::filesystem::path& file) {
+            std::error_code ignored;
+            return file.string().ends_with(".partial.mp4") && std::filesystem::file_size(file, ignored) > bytes &&
+                   !ignored;
+        });
+    });
+}
+
+/// How many pixels of a saved picture are of another colour, or nothing when it is not of that size.
+inline std::optional<std::size_t> PixelsUnlike(const std::filesystem::path& picture, const Point& size,
+                                               std::uint32_t color) {
+    const std::string rgb =
+        OutputOf({"ffmpeg", "-v", "error", "-i", picture.string(), "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
+    if (rgb.size() != static_cast<std::size_t>(size.x) * static_cast<std::size_t>(size.y) * 3) {
+        return std::nullopt;
+    }
+    std::size_t different = 0;
+    for (std::size_t at = 0; at < rgb.size(); at += 3) {
+        const std::uint32_t found = std::uint32_t{static_cast<std::uint8_t>(rgb[at])} << 16U |
+                                    std::uint32_t{static_cast<std::uint8_t>(rgb[at + 1])} << 8U |
+                                    static_cast<std::uint8_t>(rgb[at + 2]);
+        different += found == color ? 0 : 1;
+    }
+    return different;
+}
+
 /// A helper program of the desktop (a window manager, a compositor, a notification area).
 inline Spawned StartOnDisplay(const std::string& display, const Arguments& command,
                               const std::filesystem::path& folder) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 #include <xcb/randr.h>
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
@@ -182,6 +183,15 @@ public:
                           XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK,
                           values);
         xcb_map_window(connection_, window);
+        Sync();
+        return window;
+    }
+    /// The same as a game's window: it says whose it is.
+    xcb_window_t CoverAsGame(const Rectangle& place, std::uint32_t color) const {
+        const xcb_window_t window = Cover(place, color);
+        const auto process = static_cast<std::uint32_t>(getpid());
+        xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, Atom("_NET_WM_PID"), XCB_ATOM_CARDINAL, 32, 1,
+                            &process);
         Sync();
         return window;
     }

@@ -24,6 +24,11 @@ protected:
         TheWindows().heldModifiers = modifiers;
         ShortcutEditorProc(*Editor(), code, key, 0);
     }
+    /// With the keyboard, as the system gives it.
+    static void OpenFocused(int index) {
+        OpenShortcutEditor(index);
+        ShortcutEditorProc(*Editor(), message::setFocus, 0, 0);
+    }
     static void ExpectClosed() {
         EXPECT_EQ(Editor(), nullptr);
         EXPECT_EQ(Ui().shortcutEditorWindow, nullptr);
@@ -205,6 +210,45 @@ TEST_F(ShortcutEditor, TheCurrentKeysCloseItAndNothingChanges) {
     ExpectUnchanged();
     EXPECT_EQ(CountOf("RegisterGlobalKey"), reservations);
     EXPECT_EQ(SettingsBytes(), "");
+}
+
+// The system turns a reserved key into a hot-key message before any window sees it as a key.
+TEST_F(ShortcutEditor, TheHotKeyOfAnotherActionIsRefusedInWordsAndDoesNothingElse) {
+    OpenFocused(saveReplayIndex);
+    const int reservations = CountOf("RegisterGlobalKey");
+    const int releases = CountOf("UnregisterGlobalKey");
+    Send(message::hotKey, 1);
+    ASSERT_NE(Editor(), nullptr);
+    EXPECT_THAT(Paint(*Editor()), Contains("text 20,99,550,135 15/400 151,119,255 "
+                                           "\"That shortcut already belongs to another ZV action.\""));
+    EXPECT_FALSE(Of(overlay_).shown);
+    ExpectUnchanged();
+    EXPECT_EQ(CountOf("RegisterGlobalKey"), reservations);
+    EXPECT_EQ(CountOf("UnregisterGlobalKey"), releases);
+}
+
+TEST_F(ShortcutEditor, TheHotKeyOfItsOwnActionClosesItAndNothingChanges) {
+    OpenFocused(saveReplayIndex);
+    const int reservations = CountOf("RegisterGlobalKey");
+    Send(message::hotKey, saveReplayIndex + 1);
+    ExpectClosed();
+    ExpectUnchanged();
+    EXPECT_EQ(CountOf("RegisterGlobalKey"), reservations);
+    EXPECT_EQ(SettingsBytes(), "");
+    EXPECT_EQ(Ui().statusText, u"Ready") << "no replay was to be saved";
+}
+
+TEST_F(ShortcutEditor, HotKeysAreCommandsWhileAnotherWindowHasTheKeyboardAndAfterItsEnd) {
+    OpenFocused(saveReplayIndex);
+    ShortcutEditorProc(*Editor(), message::killFocus, 0, 0);
+    Send(message::hotKey, 1);
+    EXPECT_TRUE(Of(overlay_).shown);
+    EXPECT_EQ(Ui().shortcutError, u"");
+    ShortcutEditorProc(*Editor(), message::setFocus, 0, 0);
+    CloseShortcutEditor();
+    Send(message::hotKey, 1);
+    EXPECT_FALSE(Of(overlay_).shown);
+    EXPECT_EQ(Ui().shortcutError, u"");
 }
 
 TEST_F(ShortcutEditor, ItsCloseBoxClosesIt) {

@@ -1,0 +1,93 @@
+// The user at the notification area: a real one, the program's icon in it, and the icon's menu.
+#pragma once
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "support/InterfaceUser.h"
+
+namespace zv::support {
+
+class TrayUser {
+public:
+    TrayUser(const std::string& display, const InterfaceUser& user) : display_(display), user_(user) {}
+
+    void StartTray(const std::string& edge = "bottom") {
+        tray_ = StartOnDisplay(display_,
+                               {"trayer", "--edge", edge, "--align", "left", "--widthtype", "request", "--height", "24",
+                                "--SetDockType", "false"},
+                               folder_.Path());
+    }
+    /// As a crash would end it, without waiting for what comes of it.
+    void KillTray() {
+        tray_.Send(SIGKILL);
+        tray_.WaitExit();
+    }
+
+    /// The icon in the notification area, by its tip.
+    std::optional<Rectangle> Icon() const {
+        const xcb_window_t icon = user_.FindBelow(user_.Root(), "_NET_WM_NAME", "ZV Reels Max");
+        return icon != XCB_WINDOW_NONE && user_.IsViewable(icon) ? std::optional(user_.OnScreen(icon)) : std::nullopt;
+    }
+    /// Until the area has given it a size.
+    bool WaitIcon() {
+        return WaitUntil([&] { return (icon_ = Icon()).has_value() && icon_->Width() > 8; });
+    }
+    bool WaitNoIcon() const {
+        return WaitUntil([&] { return !Icon(); });
+    }
+    void ClickIcon(std::uint8_t button = 1) const {
+        user_.ClickAt((icon_->left + icon_->right) / 2, (icon_->top + icon_->bottom) / 2, button);
+    }
+
+    bool OpenMenu(std::uint8_t button) {
+        const std::vector<xcb_window_t> before = user_.TopLevels();
+        ClickIcon(button);
+        return WaitUntil([&] { return (menu_ = MenuBeside(before)) != XCB_WINDOW_NONE; });
+    }
+    /// The menu on the screen, which is none of the windows that were there before. 0 when there is none.
+    xcb_window_t MenuBeside(const std::vector<xcb_window_t>& before) const {
+        for (const xcb_window_t top : user_.TopLevels()) {
+            const bool fresh = std::find(before.begin(), before.end(), top) == before.end();
+            const Rectangle place = user_.PlaceOf(top);
+            if (fresh && user_.IsViewable(top) &&
+                user_.PixelAt(place.right - 3, place.top + 3) == ScreenColor(menuColor)) {
+                return top;
+            }
+        }
+        return XCB_WINDOW_NONE;
+    }
+    bool WaitNoMenu() const {
+        return WaitUntil([&] { return !user_.IsViewable(menu_); });
+    }
+    Rectangle Menu() const { return user_.PlaceOf(menu_); }
+    void ClickMenuRow(int row) const {
+        const Rectangle place = Menu();
+        user_.ClickAt(place.left + 30, place.top + 4 + 28 * row + 14 - (row > 5 ? 19 : 0));
+    }
+    bool MenuSays(int row, const Text& text, Color background = menuColor) const {
+        const Rectangle place = Menu();
+        const int top = 4 + 28 * row;
+        return user_.SaysAt(place, 1,
+                            {.box = {16, top, place.Width() - 4, top + 28},
+                             .text = text,
+                             .background = background,
+                             .font = FontRole::Body,
+                             .look = {16, top + 4, place.Width() - 12, top + 24}});
+    }
+
+    static constexpr Color menuColor = Rgb(26, 28, 38);
+    static constexpr Color chosenColor = Rgb(57, 47, 84);
+
+private:
+    std::string display_;
+    const InterfaceUser& user_;
+    TemporaryFolder folder_{"zorvel-tray"};
+    Spawned tray_;
+    std::optional<Rectangle> icon_;
+    xcb_window_t menu_ = XCB_WINDOW_NONE;
+};
+
+}  // namespace zv::support
