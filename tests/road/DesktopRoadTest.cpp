@@ -2,7 +2,7 @@
 // real window manager and a real notification area.
 #include <cmath>
 
-#include "support/InterfaceUser.h"
+#include "support/TrayUser.h"
 
 namespace zv {
 namespace {
@@ -21,6 +21,9 @@ constexpr int PageY(int page) { return 145 + 57 * page; }
 const Text headings[] = {u"Welcome to Zorvel.", u"Recommended for you.", u"Make it yours.", u"Keep Zorvel current.",
                          u"Here to help."};
 
+constexpr char alreadyRunning[] =
+    "Zorvel is already running. Open it from the notification area or exit the older copy first.";
+
 class DesktopRoad : public testing::Test {
 protected:
     void StartWindowManager() {
@@ -29,15 +32,19 @@ protected:
             StartOnDisplay(display_.Name(), {"openbox", "--config-file", folder_.Path() / "rc.xml"}, folder_.Path());
         ASSERT_TRUE(WaitUntil([&] { return !user_.Property(user_.Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
     }
-    void StartTray(const std::string& edge = "bottom") {
-        tray_ = StartOnDisplay(display_.Name(),
-                               {"trayer", "--edge", edge, "--align", "left", "--widthtype", "request", "--height", "24",
-                                "--SetDockType", "false"},
-                               folder_.Path());
-    }
     ProgramOptions Options(bool background) const {
         return {.display = display_.Name(), .settings = {{"instantReplay", "0"}}, .background = background};
     }
+    /// In the background, with a program of the test's own for the desktop's message boxes.
+    ProgramOptions BoxedOptions() const {
+        const std::filesystem::path box = folder_.Path() / "zenity";
+        WriteAll(box, "#!/bin/sh\nprintf '%s\\n' \"$@\" >\"$0.said\"\n");
+        std::filesystem::permissions(box, std::filesystem::perms::owner_all);
+        ProgramOptions options = Options(true);
+        options.variables["PATH"] = folder_.Path().string();
+        return options;
+    }
+    std::string BoxText() const { return ReadAll(folder_.Path() / "zenity.said"); }
     static void AwaitStart(const ProgramRun& run) { ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value()); }
     bool HasFocus() const {
         return WaitUntil([&] { return user_.Focus() == user_.WindowOf(mainWindowName); });
@@ -60,21 +67,10 @@ protected:
         return user_.WaitColor(mainWindowName, at.x, at.y, color::purple);
     }
 
-    /// The icon in the notification area, by its tip.
-    std::optional<Rectangle> Icon() const {
-        const xcb_window_t icon = user_.FindBelow(user_.Root(), "_NET_WM_NAME", "ZV Reels Max");
-        return icon != XCB_WINDOW_NONE && user_.IsViewable(icon) ? std::optional(user_.OnScreen(icon)) : std::nullopt;
-    }
-    bool WaitIcon() {
-        return WaitUntil([&] { return (icon_ = Icon()).has_value() && icon_->Width() > 8; });
-    }
-    void ClickIcon(std::uint8_t button = 1) const {
-        user_.ClickAt((icon_->left + icon_->right) / 2, (icon_->top + icon_->bottom) / 2, button);
-    }
     /// On a machine that stands still for a moment two clicks may be no double click, so there are more tries.
     bool ShowByDoubleClick(int betweenMs) const {
         for (int tries = 0; tries < 10; ++tries) {
-            ClickIcon();
+            tray_.ClickIcon();
             std::this_thread::sleep_for(std::chrono::milliseconds(betweenMs));
             user_.PressButton(1);
             std::this_thread::sleep_for(std::chrono::milliseconds(betweenMs / 2));
@@ -87,57 +83,11 @@ protected:
         }
         return false;
     }
-    /// The open menu: a window that was not there before.
-    bool WaitMenu(const std::vector<xcb_window_t>& before) {
-        return WaitUntil([&] {
-            for (const xcb_window_t top : user_.TopLevels()) {
-                if (std::find(before.begin(), before.end(), top) == before.end() && user_.IsViewable(top)) {
-                    menu_ = top;
-                    const Rectangle place = user_.PlaceOf(menu_);
-                    return user_.PixelAt(place.right - 3, place.top + 3) == ScreenColor(Rgb(26, 28, 38));
-                }
-            }
-            return false;
-        });
-    }
-    bool OpenMenu(std::uint8_t button) {
-        const std::vector<xcb_window_t> before = user_.TopLevels();
-        ClickIcon(button);
-        return WaitMenu(before);
-    }
-    /// No window of a menu's colour among those that were not there before.
-    bool IsWithoutMenu(const std::vector<xcb_window_t>& before) const {
-        const std::vector<xcb_window_t> tops = user_.TopLevels();
-        return std::none_of(tops.begin(), tops.end(), [&](xcb_window_t top) {
-            const Rectangle place = user_.PlaceOf(top);
-            return std::find(before.begin(), before.end(), top) == before.end() && user_.IsViewable(top) &&
-                   user_.PixelAt(place.right - 3, place.top + 3) == ScreenColor(Rgb(26, 28, 38));
-        });
-    }
-    bool WaitNoMenu() const {
-        return WaitUntil([&] { return !user_.IsViewable(menu_); });
-    }
-    void ClickMenuRow(int row) const {
-        const Rectangle place = user_.PlaceOf(menu_);
-        user_.ClickAt(place.left + 30, place.top + 4 + 28 * row + 14 - (row > 5 ? 19 : 0));
-    }
-    bool MenuSays(int row, const Text& text, Color background = Rgb(26, 28, 38)) const {
-        const Rectangle place = user_.PlaceOf(menu_);
-        return user_.SaysAt(place, 1,
-                            {{16, 4 + 28 * row, place.Width() - 4, 32 + 28 * row},
-                             text,
-                             color::primaryText,
-                             background,
-                             FontRole::Body});
-    }
-
     TemporaryFolder folder_{"zorvel-desktop"};
     PrivateDisplay display_{"1400x1000"};
     InterfaceUser user_{display_.Name()};
+    TrayUser tray_{display_.Name(), user_};
     Spawned manager_;
-    Spawned tray_;
-    std::optional<Rectangle> icon_;
-    xcb_window_t menu_ = XCB_WINDOW_NONE;
 };
 
 TEST_F(DesktopRoad, TheMainWindowIsWalkedThroughByMouseAndByKeyboard) {
@@ -201,7 +151,8 @@ TEST_F(DesktopRoad, TheHomePageOpensOverlayGalleryAndRecommendations) {
     EXPECT_TRUE(user_.WaitColor(overlayName, 450, 95, color::black)) << "the tiles";
     EXPECT_TRUE(user_.CloseOverlay());
     ClickMain(middle + 100, 487);
-    ASSERT_TRUE(user_.WaitShown(overlayName));
+    const Words galleryTitle{{126, 75, 233, 108}, u"Gallery", color::primaryText, Rgb(24, 23, 28), FontRole::Bold};
+    EXPECT_TRUE(user_.WaitSays(overlayName, galleryTitle));
     EXPECT_TRUE(user_.CloseOverlay());
     ClickMain(left + 100, 626);
     EXPECT_TRUE(ShowsPage(1));
@@ -215,7 +166,7 @@ TEST_F(DesktopRoad, TheHomePageOpensOverlayGalleryAndRecommendations) {
     EXPECT_TRUE(user_.WaitSays(overlayName, record));
 }
 
-TEST_F(DesktopRoad, TheMainWindowGetsNoSmallerThanItsContentsAndGrowsWithTheScreen) {
+TEST_F(DesktopRoad, TheMainWindowGetsNoSmallerThanItsContentsAndMakesRoomWhenItGrows) {
     StartWindowManager();
     const ProgramRun run(Options(false));
     AwaitStart(run);
@@ -238,6 +189,18 @@ TEST_F(DesktopRoad, TheMainWindowGetsNoSmallerThanItsContentsAndGrowsWithTheScre
     EXPECT_TRUE(ShowsPage(0));
     ClickMain(sidebarX, PageY(4));
     EXPECT_TRUE(ShowsPage(4));
+    // Larger than its contents it has more room, and nothing in it gets larger.
+    const std::uint32_t large[] = {1380, 940};
+    xcb_configure_window(user_.Get(), user_.WindowOf(mainWindowName),
+                         XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, large);
+    EXPECT_TRUE(WaitUntil([&] { return user_.Client(mainWindowName).Width() == 1380; }));
+    EXPECT_EQ(user_.Scale(mainWindowName), 1);
+    EXPECT_TRUE(ShowsPage(4));
+    const Words quickOverlay{
+        {1380 - 189, 31, 1380 - 30, 74}, u"Quick overlay",    color::primaryText, color::button, FontRole::Bold,
+        TextLayout::CentredLine,         {1200, 40, 1340, 65}};
+    user_.MovePointer(1, 999);
+    EXPECT_TRUE(user_.WaitSays(mainWindowName, quickOverlay));
 }
 
 TEST_F(DesktopRoad, TheCloseBoxHidesOrEndsAsTheSettingSays) {
@@ -265,45 +228,44 @@ TEST_F(DesktopRoad, TheCloseBoxHidesOrEndsAsTheSettingSays) {
 }
 
 TEST_F(DesktopRoad, TheIconsMenuIsUsedByMouseAndByKeyboard) {
-    StartTray();
+    tray_.StartTray();
     ProgramRun run(Options(true));
     AwaitStart(run);
-    ASSERT_TRUE(WaitIcon());
-    const std::vector<xcb_window_t> tops = user_.TopLevels();
-    ASSERT_TRUE(OpenMenu(3));
+    ASSERT_TRUE(tray_.WaitIcon());
+    ASSERT_TRUE(tray_.OpenMenu(3));
     const Text rows[] = {u"Open Zorvel", u"Save Clip (Alt + F10)", u"Start recording", u"Screenshot selected monitor",
                          u"Quick capture (Alt + X)"};
     for (int row = 0; row < 5; ++row) {
-        EXPECT_TRUE(WaitUntil([&] { return MenuSays(row, rows[row]); })) << row;
+        EXPECT_TRUE(WaitUntil([&] { return tray_.MenuSays(row, rows[row]); })) << row;
     }
-    ClickMenuRow(4);
+    tray_.ClickMenuRow(4);
     EXPECT_TRUE(user_.WaitShown(overlayName));
-    EXPECT_TRUE(WaitNoMenu());
+    EXPECT_TRUE(tray_.WaitNoMenu());
     ASSERT_TRUE(user_.CloseOverlay());
     // The keyboard chooses the same, and Escape nothing.
-    ASSERT_TRUE(OpenMenu(1));
+    ASSERT_TRUE(tray_.OpenMenu(1));
     user_.TapKey(XK_Escape);
-    EXPECT_TRUE(WaitNoMenu());
+    EXPECT_TRUE(tray_.WaitNoMenu());
     EXPECT_FALSE(user_.Shows(mainWindowName));
-    ASSERT_TRUE(OpenMenu(3));
+    ASSERT_TRUE(tray_.OpenMenu(3));
     for (int i = 0; i < 3; ++i) {
         user_.TapKey(XK_Down);
     }
     user_.TapKey(XK_Return);
     ASSERT_TRUE(run.WaitForActivity("Recording started").has_value());
-    ASSERT_TRUE(OpenMenu(3));
-    EXPECT_TRUE(WaitUntil([&] { return MenuSays(2, u"Stop and save recording"); }));
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-    ClickMenuRow(2);
+    ASSERT_TRUE(tray_.OpenMenu(3));
+    EXPECT_TRUE(WaitUntil([&] { return tray_.MenuSays(2, u"Stop and save recording"); }));
+    EXPECT_TRUE(WaitRecorded(run));
+    tray_.ClickMenuRow(2);
     ASSERT_TRUE(run.WaitForActivity("Recording saved: ").has_value());
-    ASSERT_TRUE(OpenMenu(3));
+    ASSERT_TRUE(tray_.OpenMenu(3));
     for (int i = 0; i < 6; ++i) {
         user_.TapKey(XK_Down);
     }
     user_.TapKey(XK_Return);
     EXPECT_EQ(run.Process().WaitExit(), 0);
     EXPECT_TRUE(WaitUntil([&] { return run.Children().empty(); }, 10));
-    EXPECT_TRUE(WaitUntil([&] { return !Icon(); }, 10));
+    EXPECT_TRUE(tray_.WaitNoIcon());
     EXPECT_FALSE(std::filesystem::exists(run.DataFolder() / "running.lock"));
 }
 
@@ -314,53 +276,57 @@ TEST_F(DesktopRoad, AClosedWindowComesBackByADoubleClickOnTheIcon) {
     AwaitStart(run);
     ASSERT_TRUE(user_.WaitShown(mainWindowName));
     for (const char* edge : {"bottom", "top"}) {
-        StartTray(edge);
-        ASSERT_TRUE(WaitIcon());
+        tray_.StartTray(edge);
+        ASSERT_TRUE(tray_.WaitIcon());
         for (const int betweenMs : {0, 150}) {
             user_.CloseByBox(user_.WindowOf(mainWindowName));
             ASSERT_TRUE(user_.WaitHidden(mainWindowName));
             const std::vector<xcb_window_t> before = user_.TopLevels();
             EXPECT_TRUE(ShowByDoubleClick(betweenMs)) << edge << " " << betweenMs;
             EXPECT_TRUE(HasFocus());
-            EXPECT_TRUE(WaitUntil([&] { return IsWithoutMenu(before); })) << "the menu has gone";
+            EXPECT_TRUE(WaitUntil([&] { return tray_.MenuBeside(before) == XCB_WINDOW_NONE; })) << "the menu has gone";
             // Another click is a first one again.
             std::this_thread::sleep_for(std::chrono::milliseconds(450));
-            EXPECT_TRUE(OpenMenu(1)) << edge << " " << betweenMs;
+            EXPECT_TRUE(tray_.OpenMenu(1)) << edge << " " << betweenMs;
             user_.TapKey(XK_Escape);
-            EXPECT_TRUE(WaitNoMenu());
+            EXPECT_TRUE(tray_.WaitNoMenu());
             std::this_thread::sleep_for(std::chrono::milliseconds(450));
         }
-        tray_ = Spawned();
-        ASSERT_TRUE(WaitUntil([&] { return !Icon(); }));
+        tray_.KillTray();
+        ASSERT_TRUE(tray_.WaitNoIcon());
     }
 }
 
 TEST_F(DesktopRoad, ANotificationAreaThatIsStartedAnewGetsTheIconAgain) {
-    StartTray();
+    tray_.StartTray();
     const ProgramRun run(Options(true));
     AwaitStart(run);
-    ASSERT_TRUE(WaitIcon());
+    ASSERT_TRUE(tray_.WaitIcon());
     for (int round = 0; round < 2; ++round) {
-        tray_.Send(SIGKILL);
-        tray_.WaitExit();
-        EXPECT_TRUE(WaitUntil([&] { return !Icon(); }));
+        tray_.KillTray();
+        EXPECT_TRUE(tray_.WaitNoIcon());
         EXPECT_TRUE(WaitUntil([&] { return user_.Find("ZV Reels Max") == XCB_WINDOW_NONE; }))
             << "it is no window of the desktop";
-        StartTray();
-        ASSERT_TRUE(WaitIcon());
+        tray_.StartTray();
+        ASSERT_TRUE(tray_.WaitIcon());
     }
-    EXPECT_TRUE(OpenMenu(3)) << "the new icon is alive";
+    EXPECT_TRUE(tray_.OpenMenu(3)) << "the new icon is alive";
     user_.TapKey(XK_Escape);
+}
+
+TEST_F(DesktopRoad, ACopyThatComesBeforeTheFirstOneHasItsWindowSaysSo) {
+    const xcb_window_t holder = user_.Cover({0, 0, 10, 10}, 0);
+    xcb_set_selection_owner(user_.Get(), holder, user_.Atom("Local\\ZVReelsMax_SingleInstance"), XCB_CURRENT_TIME);
+    user_.Sync();
+    ProgramRun copy(BoxedOptions());
+    EXPECT_EQ(copy.Process().WaitExit(), 0);
+    EXPECT_NE(BoxText().find(alreadyRunning), std::string::npos) << BoxText();
+    EXPECT_FALSE(std::filesystem::exists(copy.DataFolder() / "Logs"));
 }
 
 TEST_F(DesktopRoad, ASecondCopyBringsTheFirstForwardAndOfTwoStartedAtOnceOneStays) {
     StartWindowManager();
-    // A copy that comes before the first one has its window says so in a box of the desktop.
-    const std::filesystem::path box = folder_.Path() / "zenity";
-    WriteAll(box, "#!/bin/sh\nprintf '%s\\n' \"$@\" >\"$0.said\"\n");
-    std::filesystem::permissions(box, std::filesystem::perms::owner_all);
-    ProgramOptions options = Options(true);
-    options.variables["PATH"] = folder_.Path().string();
+    const ProgramOptions options = BoxedOptions();
     ProgramRun first(options);
     ProgramRun rival(options);
     ASSERT_TRUE(WaitUntil([&] { return !first.Process().Alive() || !rival.Process().Alive(); }));
@@ -369,13 +335,12 @@ TEST_F(DesktopRoad, ASecondCopyBringsTheFirstForwardAndOfTwoStartedAtOnceOneStay
     EXPECT_EQ(loser.Process().WaitExit(), 0);
     AwaitStart(winner);
     EXPECT_FALSE(std::filesystem::exists(loser.DataFolder() / "Logs"));
-    const std::string said = ReadAll(folder_.Path() / "zenity.said");
-    EXPECT_TRUE(said.empty() || said.find("Zorvel is already running. Open it from the notification area or exit the "
-                                          "older copy first.") != std::string::npos)
-        << said;
-    if (user_.Shows(mainWindowName)) {
+    if (BoxText().empty()) {
+        ASSERT_TRUE(user_.WaitShown(mainWindowName)) << "it had its window already and came forward";
         user_.CloseByBox(user_.WindowOf(mainWindowName));
         ASSERT_TRUE(user_.WaitHidden(mainWindowName));
+    } else {
+        EXPECT_NE(BoxText().find(alreadyRunning), std::string::npos) << BoxText();
     }
     ProgramRun second(Options(false));
     EXPECT_EQ(second.Process().WaitExit(), 0);

@@ -8,7 +8,7 @@
 #include <array>
 #include <cstdio>
 
-#include "support/InterfaceUser.h"
+#include "support/TrayUser.h"
 
 namespace zv {
 namespace {
@@ -16,9 +16,11 @@ namespace {
 using namespace support;
 namespace fs = std::filesystem;
 
-constexpr int blockSize = 16;
+/// Of what is as small as a word or two, a word is many blocks too.
+int BlockSizeOf(const Picture& picture) { return picture.width < 300 ? 8 : 16; }
 
 Picture MeansOf(const Picture& picture) {
+    const int blockSize = BlockSizeOf(picture);
     Picture means{picture.width / blockSize, picture.height / blockSize, {}};
     for (int y = 0; y < means.height; ++y) {
         for (int x = 0; x < means.width; ++x) {
@@ -29,7 +31,7 @@ Picture MeansOf(const Picture& picture) {
                     sums[channel] += pixel >> 8 * channel & 0xFFU;
                 }
             }
-            constexpr std::uint32_t count = blockSize * blockSize;
+            const auto count = static_cast<std::uint32_t>(blockSize * blockSize);
             means.pixels.push_back(sums[0] / count | sums[1] / count << 8U | sums[2] / count << 16U);
         }
     }
@@ -160,6 +162,14 @@ TEST_P(InterfacePictures, LookAsTheyDidWhenTheyWereLookedAt) {
         EXPECT_EQ(run.End(), 0);
         return;
     }
+    // Opened from Home, since the overlay comes back where it was left.
+    user_.Click(mainWindowName, 1000, 487);
+    ASSERT_TRUE(user_.WaitShown(overlayName));
+    ParkPointer();
+    ASSERT_TRUE(user_.WaitColor(overlayName, 25, 540, Rgb(24, 23, 28)));
+    ASSERT_TRUE(user_.WaitColor(overlayName, 32, 105, color::black));
+    Compare(overlayName, "gallery");
+    ASSERT_TRUE(user_.CloseOverlay());
     // As small as the window gets it is the window, not the display, that says how large things are.
     const std::uint32_t least[] = {900, 600};
     xcb_configure_window(user_.Get(), user_.WindowOf(mainWindowName),
@@ -175,6 +185,69 @@ TEST_P(InterfacePictures, LookAsTheyDidWhenTheyWereLookedAt) {
 INSTANTIATE_TEST_SUITE_P(Scaled, InterfacePictures,
                          testing::Values(Size{100, "1280x900"}, Size{150, "1920x1080"}, Size{200, "2560x1440"}),
                          [](const auto& each) { return std::to_string(each.param.percent) + "Percent"; });
+
+// What lies over a game all the time, and the menu of the icon, at 100 %.
+
+class SmallPictures : public testing::Test {
+protected:
+    /// FFmpeg, which joins no clip before `gate_` is there.
+    std::string SlowToJoin() const {
+        const fs::path script = folder_.Path() / "slow-to-join";
+        WriteAll(script, "#!/bin/sh\ncase \"$*\" in *input.ffconcat*) while [ ! -e '" + gate_.string() +
+                             "' ]; do sleep 0.1; done ;; esac\nexec ffmpeg \"$@\"\n");
+        fs::permissions(script, fs::perms::owner_all);
+        return script.string();
+    }
+    bool WaitBadge(const Text& state, Color color) const {
+        return user_.WaitSays(badgeName, {.box = {45, 0, 87, 32},
+                                          .text = state,
+                                          .color = color,
+                                          .background = color::badge,
+                                          .layout = TextLayout::CentredLine});
+    }
+    void Compare(const std::string& name) const { ExpectLikeReference(user_.Grab(badgeName), name); }
+
+    TemporaryFolder folder_{"zorvel-pictures"};
+    fs::path gate_ = folder_.Path() / "gate";
+    PrivateDisplay display_{"1280x900"};
+    InterfaceUser user_{display_.Name()};
+};
+
+TEST_F(SmallPictures, TheBadgeLooksAsItDidInEachOfItsStates) {
+    user_.SetFocus(user_.CoverAsGame({0, 0, 1280, 900}, 0x406080));
+    ProgramRun run({.display = display_.Name(), .variables = {{"ZV_FFMPEG", SlowToJoin()}}});
+    ASSERT_TRUE(run.WaitForBuffer(3));
+    ASSERT_TRUE(user_.WaitShown(badgeName));
+    EXPECT_TRUE(WaitBadge(u"ON", color::purple));
+    Compare("badge-on-100");
+    user_.TapKey({XK_Alt_L}, XK_F10);
+    EXPECT_TRUE(WaitBadge(u"...", color::purple));
+    Compare("badge-busy-100");
+    WriteAll(gate_, "");
+    ASSERT_TRUE(run.WaitForActivity("Replay saved: ").has_value());
+    user_.TapKey({XK_Control_L, XK_Alt_L}, XK_r);
+    EXPECT_TRUE(WaitBadge(u"REC", color::badgeRecording));
+    ASSERT_TRUE(user_.WaitHidden(toastName)) << "it may lie over the badge";
+    Compare("badge-recording-100");
+    EXPECT_EQ(run.End(), 0);
+}
+
+TEST_F(SmallPictures, TheMenuOfTheIconLooksAsItDid) {
+    user_.Cover({0, 0, 1280, 900}, 0x406080);
+    TrayUser tray(display_.Name(), user_);
+    tray.StartTray();
+    ProgramRun run({.display = display_.Name(), .settings = {{"instantReplay", "0"}}});
+    ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
+    ASSERT_TRUE(tray.WaitIcon());
+    ASSERT_TRUE(tray.OpenMenu(3));
+    user_.TapKey(XK_Down);
+    user_.TapKey(XK_Down);
+    ASSERT_TRUE(WaitUntil([&] { return tray.MenuSays(1, u"Save Clip (Alt + F10)", TrayUser::chosenColor); }));
+    ExpectLikeReference(user_.Grab(tray.Menu()), "menu-100");
+    user_.TapKey(XK_Escape);
+    EXPECT_TRUE(tray.WaitNoMenu());
+    EXPECT_EQ(run.End(), 0);
+}
 
 }  // namespace
 }  // namespace zv

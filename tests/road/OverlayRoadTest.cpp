@@ -6,7 +6,6 @@ namespace zv {
 namespace {
 
 using namespace support;
-namespace fs = std::filesystem;
 
 constexpr std::uint32_t gameColor = 0x205080;
 
@@ -161,7 +160,7 @@ TEST_F(OverlayRoad, TheRecordTileStartsARecordingAndStopSavesIt) {
     EXPECT_TRUE(WaitFrame(recordFrame, color::purple));
     EXPECT_TRUE(WaitFrame(replayFrame, color::purple)) << "a disabled tile is framed";
     EXPECT_TRUE(WaitUntil([&] { return !run.Children().empty(); }));
-    std::this_thread::sleep_for(std::chrono::seconds(2));
+    EXPECT_TRUE(WaitRecorded(run));
     Click(recordTile);
     const auto row = run.WaitForActivity("Recording saved: ");
     ASSERT_TRUE(row.has_value());
@@ -205,10 +204,10 @@ TEST_F(OverlayRoad, ThePopoverSavesTheReplay) {
     Click(replayTile);
     ASSERT_TRUE(user_.WaitColor(overlayName, 340, 291, color::purple)) << "saving is possible";
     Click(saveReplay);
+    EXPECT_TRUE(user_.WaitSays(toastName, {{68, 8, 314, 68}, u"Clip saved", color::primaryText, color::toast}));
     const auto row = run.WaitForActivity("Replay saved: ");
     ASSERT_TRUE(row.has_value());
     EXPECT_GE(Probe(row->substr(std::string("Replay saved: ").size())).duration, 2);
-    EXPECT_TRUE(user_.Says(toastName, {{68, 8, 314, 68}, u"Clip saved", color::primaryText, color::toast}));
     EXPECT_TRUE(user_.Shows(overlayName));
 }
 
@@ -221,11 +220,8 @@ TEST_F(OverlayRoad, ItsScreenshotShowsTheGameAloneAndTheOverlayReturns) {
     const Words saved{{68, 8, 314, 68}, u"Screenshot saved", color::primaryText, color::toast};
     EXPECT_TRUE(user_.WaitSays(toastName, saved));
     EXPECT_TRUE(user_.WaitShown(overlayName));
-    std::size_t pictures = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(run.CaptureRoot())) {
-        pictures += entry.path().extension() == ".png" ? 1 : 0;
-    }
-    EXPECT_EQ(pictures, 1U);
+    ASSERT_EQ(CapturesOf(run, ".png").size(), 1U);
+    EXPECT_EQ(PixelsUnlike(CapturesOf(run, ".png")[0], {1920, 1080}, gameColor), 0U);
 }
 
 /// Two monitors of a graphics card.
