@@ -56,8 +56,8 @@ struct UiGlobals {
     std::array<bool, 4> hotkeyRegistered{};
     int shortcutEditorIndex = noShortcut;  ///< the action of the editor that is open
     bool shortcutEditorHasKeyboard = false;
-    Text shortcutError;                    ///< why the last rebinding was refused
-    FutureSlot<Text> captureJobSlot;       ///< the text to show
+    Text shortcutError;               ///< why the last rebinding was refused
+    FutureSlot<Text> captureJobSlot;  ///< the text to show
     FutureSlot<CapturePollResult> capturePollSlot;
     FutureSlot<Text> screenshotSlot;  ///< the text to show
 };

@@ -32,8 +32,8 @@ std::vector<std::uint32_t> Drawn(TextView text, const Rectangle& box, int height
     return {view.pixels, view.pixels + view.width * view.height};
 }
 
-/// Whether the last letter, which is no wider than an "u", is seen: with an ellipsis in its place it makes no difference
-/// which one it is.
+/// Whether the last letter, which is no wider than an "u", is seen: with an ellipsis in its place it makes no
+/// difference which one it is.
 bool EndsInItsLastLetter(Text text, const Rectangle& box, int height, TextLayout layout, double scale = 1) {
     const auto before = Drawn(text, box, height, layout, scale);
     text.back() = u'u';

@@ -144,6 +144,7 @@ TEST(NoticesOffRoad, NothingAppearsWhereNotificationsAreOff) {
     ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
     const std::uint32_t comings = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(user.Get(), user.WindowOf(toastName), XCB_CW_EVENT_MASK, &comings);
+    EXPECT_FALSE(user.Shows(toastName)) << "the start has asked for one too";
     user.TapKey({XK_Alt_L}, XK_F10);  // "Replay is paused" asks for one
     user.TapKey({XK_Control_L, XK_Alt_L}, XK_r);
     ASSERT_TRUE(run.WaitForActivity("Recording started").has_value());

@@ -242,13 +242,8 @@ inline bool WaitSetting(const ProgramRun& run, const std::string& key, const std
 
 /// What a run has captured so far, working files included.
 inline std::vector<std::filesystem::path> CapturesOf(const ProgramRun& run, const std::string& extension) {
-    std::vector<std::filesystem::path> files;
-    std::error_code ignored;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(run.CaptureRoot(), ignored)) {
-        if (entry.path().extension() == extension) {
-            files.push_back(entry.path());
-        }
-    }
+    std::vector<std::filesystem::path> files = FilesBelow(run.CaptureRoot());
+    std::erase_if(files, [&](const std::filesystem::path& file) { return file.extension() != extension; });
     return files;
 }
 
