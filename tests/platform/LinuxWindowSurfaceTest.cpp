@@ -15,6 +15,7 @@
 #include "platform/TrayIcon.h"
 #include "platform/Window.h"
 #include "support/Road.h"
+#include "support/ServerWatch.h"
 #include "support/XClient.h"
 
 namespace zv {
@@ -657,10 +658,10 @@ TEST_F(LinuxTrayIcon, ReturnsWhenTheAreaHasBeenRestarted) {
     EXPECT_TRUE(RunUntilIconShows());
 }
 
-TEST_F(LinuxTrayIcon, ThatAnAreaPutsBackOnTheDesktopGoesAway) {
+TEST_F(LinuxTrayIcon, ThatAnAreaPutsBackOnTheDesktopGoesAwayWithAllThatItHad) {
     StartHost();
     ASSERT_TRUE(RunUntilReceived(*window_, TaskbarCreatedMessage()));
-    const Owned<TrayIcon> icon = Add();
+    Owned<TrayIcon> icon = Add();
     ASSERT_TRUE(RunUntilIconShows());
     xcb_window_t inArea = XCB_WINDOW_NONE;
     for (const xcb_window_t top : other_->TopLevels()) {
@@ -671,9 +672,13 @@ TEST_F(LinuxTrayIcon, ThatAnAreaPutsBackOnTheDesktopGoesAway) {
         }
     }
     ASSERT_NE(inArea, xcb_window_t{XCB_WINDOW_NONE});
+    const std::uint32_t resources = support::ResourcesOf(other_->Get(), inArea);
     xcb_reparent_window(other_->Get(), inArea, other_->Root(), 300, 300);
     other_->Sync();
     EXPECT_TRUE(RunUntil(*window_, [&] { return other_->Find("ZV Reels Max") == XCB_WINDOW_NONE; }));
+    icon.reset();
+    // Its window and what it was painted with.
+    EXPECT_TRUE(RunUntil(*window_, [&] { return support::ResourcesOf(other_->Get(), inArea) == resources - 2; }));
 }
 
 class LinuxPopupMenu : public LinuxWindowSurface {

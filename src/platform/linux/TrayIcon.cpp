@@ -210,9 +210,11 @@ void Closer<TrayIcon>::operator()(TrayIcon* icon) const noexcept {
     if (x11::standing == icon) {
         x11::standing = nullptr;
     }
-    if (connection != nullptr && icon->id != XCB_WINDOW_NONE) {
+    if (connection != nullptr) {
         xcb_free_gc(connection, icon->context);
-        xcb_destroy_window(connection, icon->id);
+        if (icon->id != XCB_WINDOW_NONE) {  // else its host took it along
+            xcb_destroy_window(connection, icon->id);
+        }
         xcb_flush(connection);
     }
     delete icon;
