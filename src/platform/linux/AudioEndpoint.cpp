@@ -49,7 +49,7 @@ constexpr std::uint32_t frameBytes = 8;
 constexpr std::uint32_t packetFrames = 960;
 constexpr std::uint32_t packetBytes = packetFrames * frameBytes;
 constexpr pa_sample_spec mixSpec{PA_SAMPLE_FLOAT32LE, 48000, 2};
-constexpr std::int64_t lookPeriod = 90000;  ///< 9 ms
+constexpr std::int64_t lookPeriod = 120000;  ///< 12 ms
 
 struct DefaultNames {
     std::string sink;
