@@ -7,7 +7,6 @@
 #include "platform/Environment.h"
 #include "windows/FileSound.h"
 #include "windows/ProgramInterface.h"
-#include "windows/SoundDriver.h"
 
 namespace zv::windows {
 namespace {
@@ -17,9 +16,6 @@ using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-
-constexpr double speakersHz = 1000;
-constexpr double microphoneHz = 640;
 
 // Spots of the overlay.
 constexpr Point microphoneButton{747, 200};
@@ -32,14 +28,9 @@ class CaptureSettings : public ProgramInterface {
 protected:
     void SetUp() override {
         ProgramInterface::SetUp();
-        LendSoundDriver(JoinPath(ExecutableFolder(), u"sound\\ZvMMDevices.dll"));
         SetEnvironmentValue(u"ZV_TEST_COMMANDS", FromPath(folder_.Path() / "commands"));
         Script("set images 30");
-        Script("set render tone 1000 0.5");
-        Script("set capture format 44100 1 16 pcm");
-        Script("set capture tone 640 0.25");
-        Script("set render arrive -600");
-        Script("set capture arrive -600");
+        LendSound();
     }
 
     /// The command lines of the captures that were started so far.

@@ -8,6 +8,7 @@
 #include "platform/Files.h"
 #include "platform/Folders.h"
 #include "windows/Processes.h"
+#include "windows/SoundDriver.h"
 
 namespace zv::windows {
 namespace {
@@ -119,6 +120,16 @@ void DriverScene::Script(const std::string& text) {
 
 void DriverScene::NewScript(const std::string& text) {
     std::ofstream(folder_.Path() / "script", std::ios::binary) << text << "\nset run " << ++scripts_ << "\n";
+}
+
+void DriverScene::LendSound() {
+    LendSoundDriver(JoinPath(ExecutableFolder(), u"sound\\ZvMMDevices.dll"));
+    Script("set render tone 1000 0.5");
+    Script("set capture format 44100 1 16 pcm");
+    Script("set capture tone 640 0.25");
+    // Ahead of their time: a machine that stands still for a moment loses none of them.
+    Script("set render arrive -600");
+    Script("set capture arrive -600");
 }
 
 std::string DriverScene::SaysUnder(const std::string& script) {

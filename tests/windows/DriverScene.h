@@ -16,6 +16,10 @@ namespace zv::windows {
 
 inline constexpr std::uint32_t generousMs = 60000;
 
+// The tones of the sound devices that a scene lends.
+inline constexpr double speakersHz = 1000;
+inline constexpr double microphoneHz = 640;
+
 template <class Condition>
 bool Eventually(Condition condition, std::uint32_t limitMs = generousMs) {
     const std::uint64_t limit = TickMs() + limitMs;
@@ -48,6 +52,9 @@ protected:
     void Script(const std::string& text);
     /// Puts another script in the place of what there was. Calls are counted afresh.
     void NewScript(const std::string& text);
+    /// Speakers with a tone of half the level on the left and a quarter on the right, a microphone with one of a
+    /// quarter.
+    void LendSound();
 
     bool StartProgram(const Text& arguments = u" --background");
     bool EndProgram();

@@ -8,7 +8,6 @@
 #include "windows/DriverScene.h"
 #include "windows/FileSound.h"
 #include "windows/Processes.h"
-#include "windows/SoundDriver.h"
 
 namespace zv::windows {
 namespace {
@@ -22,21 +21,12 @@ using testing::StartsWith;
 
 constexpr char16_t saveKeys[] = u"18 121";      // Alt + F10
 constexpr char16_t recordKeys[] = u"17 18 82";  // Ctrl + Alt + R
-constexpr double speakersHz = 1000;
-constexpr double microphoneHz = 640;
-
 class DriverSound : public DriverScene {
 protected:
     void SetUp() override {
         DriverScene::SetUp();
-        LendSoundDriver(JoinPath(ExecutableFolder(), u"sound\\ZvMMDevices.dll"));
         Script("set images 30");
-        Script("set render tone 1000 0.5");
-        Script("set capture format 44100 1 16 pcm");
-        Script("set capture tone 640 0.25");
-        // Ahead of their time: a machine that stands still for a moment loses none of them.
-        Script("set render arrive -600");
-        Script("set capture arrive -600");
+        LendSound();
     }
 
     bool Buffers(std::size_t segments) {
