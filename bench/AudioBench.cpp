@@ -41,7 +41,7 @@ void ConvertAndFile(benchmark::State& state, zv::SourceFormat format) {
     zv::AudioRing ring;
     std::int64_t position = 0;
     for (auto _ : state) {
-        zv::FilePacket(ring, format, {bytes.data(), frames}, zv::PacketPlace(position, 0, frames, format.sampleRate));
+        zv::StorePacket(ring, format, {bytes.data(), frames}, zv::PacketPlace(position, 0, frames, format.sampleRate));
         position += 100000;
         ring.readPosition += 480;
     }
@@ -86,8 +86,8 @@ void MixBlock(benchmark::State& state) {
     zv::AudioRing microphone;
     zv::AudioMix mix{.system = &system, .microphone = &microphone, .nextBlockFrame = 0, .block = {}};
     for (std::int64_t t = 0; t < zv::ringFrames; ++t) {
-        zv::FileFrame(system, t, {0.25F, 0.5F});
-        zv::FileFrame(microphone, t, {0.5F, 0.75F});
+        zv::StoreFrame(system, t, {0.25F, 0.5F});
+        zv::StoreFrame(microphone, t, {0.5F, 0.75F});
     }
     double checksum = 0;
     for (auto _ : state) {

@@ -10,7 +10,7 @@ extern "C" {
 #include <memory>
 #include <random>
 
-#include "platform/linux/VideoScaler.h"
+#include "platform/software/VideoScaler.h"
 
 namespace zv {
 namespace {

@@ -1,7 +1,7 @@
-# zv_test(NAME SOURCES... [STAND_INS Clock ...] [LIBRARIES ...] [LABELS ...] [TIMEOUT seconds] [COST seconds] [SERIAL]
+# zv_test(NAME SOURCES... [FAKES Clock ...] [LIBRARIES ...] [LABELS ...] [TIMEOUT seconds] [COST seconds] [SERIAL]
 #         [WHOLE] [ONE_THREAD] [LAUNCHER script])
 #
-# One GoogleTest program. STAND_INS names files of tests/stand_in/ that replace the platform service of the same
+# One GoogleTest program. FAKES names files of tests/fake/ that replace the platform service of the same
 # name (or a portable part that the test wants to steer). On Linux every TEST becomes a ctest entry; WHOLE, and every
 # test on Windows, registers the program as one entry, which suits road tests that share an expensive set-up.
 # LAUNCHER runs a WHOLE program. What has a COST begins first, the longest at the head, so that none runs on alone.
@@ -23,11 +23,11 @@ else()
   target_link_libraries(zorvel_gtest INTERFACE GTest::gmock)
 endif()
 
-# What is compiled once for all tests: the entry point, the stand-ins and the headers of GoogleTest. Tests are compiled
+# What is compiled once for all tests: the entry point, the fakes and the headers of GoogleTest. Tests are compiled
 # for speed of compiling; what they exercise is not.
 set(zv_test_flags -O0 -g1)
 # These make or move whole pictures, and would take ten times as long.
-set(zv_busy_stand_ins BytePipe DesktopCapture EncoderLibrary NumberedDesktop)
+set(zv_busy_fakes BytePipe DesktopCapture EncoderLibrary NumberedDesktop)
 
 # zv_shared_object(OUT NAME SOURCE COMPILE FLAGS...): an object library of one file, made when it is first asked for.
 function(zv_shared_object out name source compile)
@@ -57,12 +57,12 @@ function(zv_test_program name compile suffix)
   # Their objects alone: with what they link, GoogleTest would stand ahead of the program's archives, and take what it
   # wants of the standard library from those.
   set(objects $<TARGET_OBJECTS:${main}>)
-  foreach(stand_in IN LISTS T_STAND_INS)
-    if(suffix AND NOT stand_in IN_LIST zv_busy_stand_ins)
-      zv_shared_object(object stand_in_${stand_in} stand_in/${stand_in}.cpp ${compile} ${zv_test_flags})
+  foreach(fake IN LISTS T_FAKES)
+    if(suffix AND NOT fake IN_LIST zv_busy_fakes)
+      zv_shared_object(object fake_${fake} fake/${fake}.cpp ${compile} ${zv_test_flags})
       target_precompile_headers(${object} REUSE_FROM ${main})
     else()
-      zv_shared_object(object stand_in_${stand_in} stand_in/${stand_in}.cpp ${compile} -O1 -g1)
+      zv_shared_object(object fake_${fake} fake/${fake}.cpp ${compile} -O1 -g1)
     endif()
     list(APPEND objects $<TARGET_OBJECTS:${object}>)
   endforeach()
@@ -94,7 +94,7 @@ function(zv_sanitized_test name)
 endfunction()
 
 function(zv_test name)
-  cmake_parse_arguments(T "SERIAL;WHOLE;ONE_THREAD" "TIMEOUT;COST;LAUNCHER" "SOURCES;STAND_INS;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(T "SERIAL;WHOLE;ONE_THREAD" "TIMEOUT;COST;LAUNCHER" "SOURCES;FAKES;LIBRARIES;LABELS" ${ARGN})
   list(APPEND T_SOURCES ${T_UNPARSED_ARGUMENTS})
   add_executable(${name} ${T_SOURCES})
   zv_test_program(${name} zorvel_compile "")
@@ -110,7 +110,7 @@ function(zv_test name)
   if(WIN32)
     # -municode asks for wmain; tests have a plain main.
     set_property(TARGET ${name} APPEND PROPERTY LINK_OPTIONS -mconsole)
-    add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/windows/in_wine ${CMAKE_BINARY_DIR} $<TARGET_FILE:${name}>)
+    add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/windows/run_under_wine ${CMAKE_BINARY_DIR} $<TARGET_FILE:${name}>)
     # The first test of a build folder also makes the template of Wine's prefix.
     math(EXPR whole_timeout "${T_TIMEOUT} + 180")
     set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${whole_timeout} COST ${T_COST}
@@ -131,7 +131,7 @@ function(zv_test name)
     endif()
     gtest_discover_tests(${name} TEST_PREFIX "${name}/" PROPERTIES ${properties} DISCOVERY_TIMEOUT 60)
   endif()
-  if(ZV_SANITIZERS AND NOT T_LABELS MATCHES "road|packaging|windows")
+  if(ZV_SANITIZERS AND NOT T_LABELS MATCHES "end-to-end|packaging|windows")
     zv_sanitized_test(${name})
   endif()
 endfunction()

@@ -36,7 +36,7 @@ struct FrameRange {
 FrameRange Acceptable(const AudioRing& ring, FrameRange range);
 
 /// Files one frame. `t` lies in what Acceptable answered.
-inline void FileFrame(AudioRing& ring, std::int64_t t, StereoFrame frame) {
+inline void StoreFrame(AudioRing& ring, std::int64_t t, StereoFrame frame) {
     const auto slot = static_cast<std::size_t>(t % ringFrames);
     ring.stamps[slot] = t;
     ring.samples[slot] = frame;

@@ -44,7 +44,7 @@ void FileEndpointPacket(AudioSource& source, const AudioPacket& packet, std::int
     const std::int64_t position =
         packet.timestampError ? PositionEndingNow(Counter100ns(), packet.frames, rate) : packet.position;
     const FrameRange place = PacketPlace(position, captureStartTime, packet.frames, rate);
-    FilePacket(source.ring, source.format, {packet.silent ? nullptr : packet.data, packet.frames}, place);
+    StorePacket(source.ring, source.format, {packet.silent ? nullptr : packet.data, packet.frames}, place);
 }
 
 Result DrainEndpoint(AudioSource& source, std::int64_t captureStartTime) {

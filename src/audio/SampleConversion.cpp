@@ -160,11 +160,11 @@ bool AcceptFormat(const MixFormat& mix, SourceFormat& format) {
            mix.blockAlign == mix.bitsPerSample / 8 * mix.channels && HasDecoder(tag, mix.bitsPerSample);
 }
 
-void FilePacket(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange place) {
+void StorePacket(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange place) {
     const FrameRange part = Acceptable(ring, place);
     if (sound.data == nullptr || sound.frames == 0) {
         for (std::int64_t t = part.begin; t < part.end; ++t) {
-            FileFrame(ring, t, {});
+            StoreFrame(ring, t, {});
         }
         return;
     }

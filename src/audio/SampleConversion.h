@@ -34,6 +34,6 @@ struct PacketSound {
 
 /// Converts and files the output frames of one packet, which together lie at `place`. What the ring does not take
 /// is not converted. Frames of silence are filed as zeros.
-void FilePacket(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange place);
+void StorePacket(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange place);
 
 }  // namespace zv

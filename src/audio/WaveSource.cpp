@@ -15,12 +15,12 @@ StereoFrame DecodeSample(const std::byte* at) {
     return {value, value};
 }
 
-void FileBuffer(AudioSource& source, const WaveBuffer& buffer, std::int64_t captureStartTime) {
+void StoreBuffer(AudioSource& source, const WaveBuffer& buffer, std::int64_t captureStartTime) {
     const std::int64_t count = buffer.bytesRecorded / 2;
     const std::int64_t first = CountedPlace(source.waveInStartTime, captureStartTime, source.waveInFrames);
     const FrameRange part = Acceptable(source.ring, {first, first + count});
     for (std::int64_t t = part.begin; t < part.end; ++t) {
-        FileFrame(source.ring, t, DecodeSample(buffer.data + 2 * (t - first)));
+        StoreFrame(source.ring, t, DecodeSample(buffer.data + 2 * (t - first)));
     }
     source.waveInFrames += count;
 }
@@ -53,7 +53,7 @@ Result DrainWaveSource(AudioSource& source, std::int64_t captureStartTime) {
         if (!buffer.done) {
             break;
         }
-        FileBuffer(source, buffer, captureStartTime);
+        StoreBuffer(source, buffer, captureStartTime);
         const int code = QueueWaveBuffer(*source.waveIn, source.currentBuffer);
         if (code != 0) {
             return ResultOfSystemError(code);

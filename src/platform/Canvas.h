@@ -21,7 +21,7 @@ constexpr Color Rgb(std::uint32_t red, std::uint32_t green, std::uint32_t blue) 
     return red | green << 8U | blue << 16U;
 }
 
-struct Spot {
+struct PointF {
     double x = 0;
     double y = 0;
 };
@@ -58,7 +58,7 @@ PixelView PixelsOf(Canvas& canvas);
 
 /// From here on a point (x, y) lies where (dx + scale * x, dy + scale * y) lay before. Each one is taken back by a
 /// PopTransform. Lengths, pens and letters are scaled with the points.
-void PushTransform(Canvas& canvas, Spot origin, double scale);
+void PushTransform(Canvas& canvas, PointF origin, double scale);
 void PopTransform(Canvas& canvas);
 
 // Boxes. Their edges land on whole pixels.
@@ -96,18 +96,18 @@ struct Pen {
 };
 
 /// Joins the points in their order, and the last one with the first when `closed`.
-void StrokeLines(Canvas& canvas, std::span<const Spot> points, bool closed, Pen pen);
-void FillPolygon(Canvas& canvas, std::span<const Spot> points, Color color);
+void StrokeLines(Canvas& canvas, std::span<const PointF> points, bool closed, Pen pen);
+void FillPolygon(Canvas& canvas, std::span<const PointF> points, Color color);
 
 /// Part of a circle's line. 0 degrees is to the right, and degrees grow clockwise; 360 are the whole circle.
 struct Arc {
-    Spot centre;
+    PointF centre;
     double radius = 0;
     double startDegrees = 0;
     double sweepDegrees = 360;
 };
 void StrokeArc(Canvas& canvas, const Arc& arc, Pen pen);
-void FillDisc(Canvas& canvas, Spot centre, double radius, Color color);
+void FillDisc(Canvas& canvas, PointF centre, double radius, Color color);
 
 // Pictures.
 

@@ -7,23 +7,23 @@
 #include <span>
 #include <thread>
 
+#include "fake/Allocations.h"
+#include "fake/AudioEndpoint.h"
+#include "fake/BytePipe.h"
+#include "fake/Calls.h"
+#include "fake/Clock.h"
+#include "fake/Event.h"
+#include "fake/WaveInput.h"
 #include "platform/Clock.h"
-#include "stand_in/Allocations.h"
-#include "stand_in/AudioEndpoint.h"
-#include "stand_in/BytePipe.h"
-#include "stand_in/Calls.h"
-#include "stand_in/Clock.h"
-#include "stand_in/Event.h"
-#include "stand_in/WaveInput.h"
 
 namespace zv {
 namespace {
 
-using stand_in::CallNames;
-using stand_in::CountOf;
-using stand_in::FailCall;
-using stand_in::TheEndpoint;
-using stand_in::ThePipe;
+using fake::CallNames;
+using fake::CountOf;
+using fake::FailCall;
+using fake::TheEndpoint;
+using fake::ThePipe;
 using testing::ElementsAre;
 
 constexpr std::int64_t millisecond = 10000;
@@ -48,19 +48,19 @@ struct ConstantSound {
     std::int64_t stepMs = 10;
     std::int64_t until = 0;
 
-    bool Deliver(stand_in::ScriptedPacket& packet) {
+    bool Deliver(fake::ScriptedPacket& packet) {
         const std::int64_t now = Counter100ns();
         if (value != 0 && next + 10 * millisecond <= now) {
             Make(packet);
             return true;
         }
         if (movesClock && now < until) {
-            stand_in::AdvanceClockMs(stepMs);
+            fake::AdvanceClockMs(stepMs);
         }
         return false;
     }
 
-    void Make(stand_in::ScriptedPacket& packet) {
+    void Make(fake::ScriptedPacket& packet) {
         packet.data.resize(3840);
         for (std::size_t i = 0; i < 960; ++i) {
             std::memcpy(packet.data.data() + i * sizeof(float), &value, sizeof value);
@@ -74,26 +74,26 @@ struct ConstantSound {
 class AudioCaptureTest : public testing::Test {
 protected:
     AudioCaptureTest() {
-        stand_in::ResetCalls();
-        stand_in::ResetClock();
-        stand_in::ResetEvents();
-        stand_in::ResetEndpoints();
-        stand_in::ResetWaveInput();
-        stand_in::ResetPipe();
+        fake::ResetCalls();
+        fake::ResetClock();
+        fake::ResetEvents();
+        fake::ResetEndpoints();
+        fake::ResetWaveInput();
+        fake::ResetPipe();
         start = Counter100ns();
         for (ConstantSound* sound : {&system, &microphone}) {
             sound->next = start;
         }
-        TheEndpoint(true).source = [this](stand_in::ScriptedPacket& packet) { return system.Deliver(packet); };
-        TheEndpoint(false).source = [this](stand_in::ScriptedPacket& packet) { return microphone.Deliver(packet); };
+        TheEndpoint(true).source = [this](fake::ScriptedPacket& packet) { return system.Deliver(packet); };
+        TheEndpoint(false).source = [this](fake::ScriptedPacket& packet) { return microphone.Deliver(packet); };
     }
     ~AudioCaptureTest() override {
         capture.Stop();
-        EXPECT_EQ(stand_in::LiveEvents(), 0);
-        EXPECT_EQ(stand_in::LiveAudioThreads(), 0);
-        EXPECT_EQ(stand_in::LiveAudioEnumerators(), 0);
+        EXPECT_EQ(fake::LiveEvents(), 0);
+        EXPECT_EQ(fake::LiveAudioThreads(), 0);
+        EXPECT_EQ(fake::LiveAudioEnumerators(), 0);
         EXPECT_EQ(TheEndpoint(true).live + TheEndpoint(false).live, 0);
-        EXPECT_EQ(stand_in::TheWaveInput().live, 0);
+        EXPECT_EQ(fake::TheWaveInput().live, 0);
         EXPECT_EQ(ThePipe().livePipes, 0);
         EXPECT_EQ(ThePipe().liveWrites, 0);
         EXPECT_FALSE(ThePipe().touchedInFlight);
@@ -139,7 +139,7 @@ protected:
     /// Starts a capture whose failure comes only after Start has answered, and waits for its end.
     void RunIntoFailure(bool gameAudio, bool mic) {
         std::atomic<bool> started{false};
-        stand_in::TheCalls().hook = [&](const char* name, int) {
+        fake::TheCalls().hook = [&](const char* name, int) {
             if (std::string(name) == "ConnectPipe") {
                 EXPECT_TRUE(Eventually([&] { return started.load(); }));
             }
@@ -150,7 +150,7 @@ protected:
         const Text error = capture.Error();
         capture.Stop();
         EXPECT_EQ(capture.Error(), error);
-        stand_in::TheCalls().hook = nullptr;
+        fake::TheCalls().hook = nullptr;
     }
 
     std::int64_t start = 0;
@@ -171,7 +171,7 @@ TEST_F(AudioCaptureTest, StartAnswersOnceThePipeExistsAndBeforeTheReaderConnects
     ThePipe().connect = PipeConnect::Stopped;
     ASSERT_TRUE(capture.Start(true, true));
     EXPECT_TRUE(capture.running);
-    EXPECT_EQ(stand_in::AskedTimeouts(), std::vector<std::uint32_t>{8000});
+    EXPECT_EQ(fake::AskedTimeouts(), std::vector<std::uint32_t>{8000});
     EXPECT_TRUE(Eventually([] { return CountOf("ConnectPipe") == 1; }));
     capture.Stop();
     EXPECT_EQ(ThePipe().connectTimeouts, std::vector<std::uint32_t>{waitForever});
@@ -270,13 +270,13 @@ TEST_F(AudioCaptureTest, EveryFailureOfTheOpeningHasItsSentence) {
         {"MakeBytePipe", 1, 0x800700E7U, true, true, u"Cannot create the audio pipe (0x800700E7)"},
     };
     for (const OpeningRow& row : rows) {
-        stand_in::ResetCalls();
+        fake::ResetCalls();
         FailCall(row.call, row.nth, ResultOf(row.code));
         EXPECT_FALSE(capture.Start(row.gameAudio, row.microphone)) << row.call;
         EXPECT_FALSE(capture.running) << row.call;
         EXPECT_EQ(capture.Error(), row.sentence) << row.call << ": " << Narrow(capture.Error());
         EXPECT_EQ(CountOf("ConnectPipe"), 0) << row.call;
-        EXPECT_EQ(stand_in::LiveAudioThreads(), 0) << row.call;
+        EXPECT_EQ(fake::LiveAudioThreads(), 0) << row.call;
         EXPECT_EQ(ThePipe().livePipes, 0) << row.call;
     }
 }
@@ -301,15 +301,15 @@ TEST_F(AudioCaptureTest, WithoutAWriteRecordThePipeCannotBeCreated) {
 }
 
 TEST_F(AudioCaptureTest, WithoutEventsThereIsNoThread) {
-    stand_in::RefuseEvents(true);
+    fake::RefuseEvents(true);
     EXPECT_FALSE(capture.Start(true, false));
     EXPECT_EQ(capture.Error(), u"Cannot create audio synchronization events (0x800705AA)");
     EXPECT_EQ(CountOf("EnterAudioThread"), 0);
 }
 
 TEST_F(AudioCaptureTest, AnOpeningThatTakesTooLongIsGivenUp) {
-    stand_in::ShortenWaits(50);
-    stand_in::TheCalls().hook = [this](const char* name, int) {
+    fake::ShortenWaits(50);
+    fake::TheCalls().hook = [this](const char* name, int) {
         if (std::string(name) == "MakeAudioEnumerator") {
             EXPECT_TRUE(Eventually([this] { return !capture.Error().empty(); }));
         }
@@ -317,12 +317,12 @@ TEST_F(AudioCaptureTest, AnOpeningThatTakesTooLongIsGivenUp) {
     EXPECT_FALSE(capture.Start(true, false));
     EXPECT_EQ(capture.Error(), u"Audio initialization timed out (0x80004005)");
     EXPECT_FALSE(capture.running);
-    EXPECT_EQ(stand_in::AskedTimeouts().front(), 8000U);
+    EXPECT_EQ(fake::AskedTimeouts().front(), 8000U);
 }
 
 TEST_F(AudioCaptureTest, AFailureAfterTheTimeOutDoesNotReplaceItsSentence) {
-    stand_in::ShortenWaits(50);
-    stand_in::TheCalls().hook = [this](const char* name, int) {
+    fake::ShortenWaits(50);
+    fake::TheCalls().hook = [this](const char* name, int) {
         if (std::string(name) == "FindDefaultEndpoint.render") {
             EXPECT_TRUE(Eventually([this] { return !capture.Error().empty(); }));
         }
@@ -342,7 +342,7 @@ TEST_F(AudioCaptureTest, AReaderThatCannotConnectHasItsSentence) {
 TEST_F(AudioCaptureTest, EveryFailureOfTheRunHasTheSameSentenceAndItsOwnCode) {
     for (const char* call :
          {"StartEndpoint.render", "StartEndpoint.capture", "NextPacketFrames.render", "NextPacketFrames.capture"}) {
-        stand_in::ResetCalls();
+        fake::ResetCalls();
         FailCall(call, 1, ResultOf(0x88890004U));
         RunIntoFailure(true, true);
         EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x88890004)") << call;
@@ -378,15 +378,15 @@ TEST_F(AudioCaptureTest, APendingWriteThatFailsEndsTheCapture) {
 }
 
 TEST_F(AudioCaptureTest, AnExceptionInTheThreadIsAFailureLikeAnother) {
-    stand_in::ThrowInCall("MakeAudioEnumerator", 1);
+    fake::ThrowInCall("MakeAudioEnumerator", 1);
     EXPECT_FALSE(capture.Start(true, false));
     EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x8007000E)");
 }
 
 TEST_F(AudioCaptureTest, WithoutAnyMemoryLeftTheSentenceIsStillRecorded) {
-    stand_in::TheCalls().hook = [](const char* name, int) {
+    fake::TheCalls().hook = [](const char* name, int) {
         if (std::string(name) == "MakeAudioEnumerator") {
-            stand_in::RefuseAllocationsHere(1);
+            fake::RefuseAllocationsHere(1);
         }
     };
     EXPECT_FALSE(capture.Start(true, false));
@@ -399,13 +399,13 @@ TEST_F(AudioCaptureTest, WhereverMemoryRunsOutTheCaptureEndsWithASentenceAndRele
     system.movesClock = true;
     int starved = 0;
     for (bool runs = false; !runs && starved < 1000; starved += runs ? 0 : 1) {
-        stand_in::ResetCalls();
+        fake::ResetCalls();
         system.next = microphone.next = Counter100ns();
         system.until = Counter100ns() + 300 * millisecond;
-        stand_in::RefuseAllocationsElsewhereFrom(static_cast<std::uint64_t>(starved) + 1);
+        fake::RefuseAllocationsElsewhereFrom(static_cast<std::uint64_t>(starved) + 1);
         capture.Start(true, true);
         EXPECT_TRUE(Eventually([&] { return !capture.running || CountOf("BeginWrite") >= 15; })) << starved;
-        stand_in::RefuseAllocationsElsewhereFrom(0);
+        fake::RefuseAllocationsElsewhereFrom(0);
         runs = capture.running;
         const Text error = runs ? u"" : u"Audio capture stopped; a device or encoder disconnected (0x8007000E)";
         EXPECT_EQ(capture.Error(), error) << starved;
@@ -449,7 +449,7 @@ TEST_F(AudioCaptureTest, AStopWhilePumpingLeavesNoMessage) {
     capture.Stop();
     EXPECT_EQ(capture.Error(), u"");
     EXPECT_FALSE(capture.running);
-    const auto asked = stand_in::AskedTimeouts();
+    const auto asked = fake::AskedTimeouts();
     ASSERT_GE(asked.size(), 2U);
     EXPECT_EQ(asked.back(), 3U);
 }
@@ -459,9 +459,9 @@ TEST_F(AudioCaptureTest, AStopCutsABacklogShort) {
     std::atomic<bool> underWay{false};
     ThePipe().begin = [&](int nth) {
         if (nth == 3) {
-            const int signals = stand_in::Signals();
+            const int signals = fake::Signals();
             underWay = true;
-            EXPECT_TRUE(Eventually([signals] { return stand_in::Signals() > signals; }));
+            EXPECT_TRUE(Eventually([signals] { return fake::Signals() > signals; }));
         }
         return WriteBegin::Done;
     };
@@ -542,7 +542,7 @@ protected:
         system.value = 0.5F;
         ThePipe().begin = [](int nth) { return nth == 20 ? WriteBegin::Pending : WriteBegin::Done; };
         ThePipe().finish = [stallMs](int) {
-            stand_in::AdvanceClockMs(stallMs);
+            fake::AdvanceClockMs(stallMs);
             return WriteEnd::Done;
         };
         RunUntil(stallMs + 1100);
@@ -583,19 +583,19 @@ TEST_F(StalledReader, OfFiveSecondsGetsEveryBlockAndTheSoundThatTheRingHeld) {
 TEST_F(AudioCaptureTest, TheSteadyLoopAllocatesNothing) {
     system.value = 0.25F;
     microphone.value = 0.5F;
-    stand_in::TheCalls().hook = [](const char* name, int nth) {
+    fake::TheCalls().hook = [](const char* name, int nth) {
         if (nth == 50 && std::string(name) == "BeginWrite") {
-            stand_in::ResetCountedAllocations();
-            stand_in::CountAllocationsHere(true);
+            fake::ResetCountedAllocations();
+            fake::CountAllocationsHere(true);
         }
         if (nth == 250 && std::string(name) == "BeginWrite") {
-            stand_in::CountAllocationsHere(false);
+            fake::CountAllocationsHere(false);
         }
     };
     RunUntil(3100, true, true);
-    stand_in::TheCalls().hook = nullptr;
+    fake::TheCalls().hook = nullptr;
     EXPECT_EQ(ThePipe().received.size(), 300U);
-    EXPECT_EQ(stand_in::CountedAllocations(), 0U);
+    EXPECT_EQ(fake::CountedAllocations(), 0U);
 }
 
 }  // namespace

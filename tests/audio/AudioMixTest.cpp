@@ -11,7 +11,7 @@ namespace {
 
 void Fill(AudioRing& ring, std::int64_t first, std::int64_t count, StereoFrame frame) {
     for (std::int64_t t = first; t < first + count; ++t) {
-        FileFrame(ring, t, frame);
+        StoreFrame(ring, t, frame);
     }
 }
 
@@ -64,7 +64,7 @@ TEST(AudioMix, ABlockThatWrapsAroundTheEndOfTheRingIsWhole) {
     AudioRing ring;
     ring.readPosition = 95760;
     for (std::int64_t t = 95760; t < 96240; ++t) {
-        FileFrame(ring, t, {static_cast<float>(t - 95760) / 1024, 0.5F});
+        StoreFrame(ring, t, {static_cast<float>(t - 95760) / 1024, 0.5F});
     }
     AudioMix mix{.system = &ring, .microphone = nullptr, .nextBlockFrame = 95760, .block = {}};
     FillBlock(mix);

@@ -8,19 +8,19 @@
 
 #include "audio/AudioClock.h"
 #include "audio/AudioMix.h"
-#include "stand_in/AudioEndpoint.h"
-#include "stand_in/Calls.h"
-#include "stand_in/Clock.h"
-#include "stand_in/WaveInput.h"
+#include "fake/AudioEndpoint.h"
+#include "fake/Calls.h"
+#include "fake/Clock.h"
+#include "fake/WaveInput.h"
 
 namespace zv {
 namespace {
 
-using stand_in::CallNames;
-using stand_in::FailCall;
-using stand_in::FloatPacket;
-using stand_in::PlainFormat;
-using stand_in::TheEndpoint;
+using fake::CallNames;
+using fake::FailCall;
+using fake::FloatPacket;
+using fake::PlainFormat;
+using fake::TheEndpoint;
 using testing::ElementsAre;
 
 constexpr std::int64_t millisecond = 10000;
@@ -29,14 +29,14 @@ constexpr Result anyFailure = ResultOf(0x88890004U);
 class AudioSourceTest : public testing::Test {
 protected:
     AudioSourceTest() {
-        stand_in::ResetCalls();
-        stand_in::ResetClock();
+        fake::ResetCalls();
+        fake::ResetClock();
         start = Counter100ns();
-        stand_in::ResetEndpoints();
-        stand_in::ResetWaveInput();
+        fake::ResetEndpoints();
+        fake::ResetWaveInput();
         EnterAudioThread(thread);
         MakeAudioEnumerator(*thread, enumerator);
-        stand_in::ResetCalls();
+        fake::ResetCalls();
     }
 
     Result Open(bool loopback) { return OpenEndpoint(source, *enumerator, loopback); }
@@ -46,7 +46,7 @@ protected:
         ASSERT_EQ(StartSource(source), resultOk);
     }
 
-    void Push(stand_in::ScriptedPacket packet) { TheEndpoint(true).packets.push_back(std::move(packet)); }
+    void Push(fake::ScriptedPacket packet) { TheEndpoint(true).packets.push_back(std::move(packet)); }
 
     /// The left side of an output frame, or nothing when no packet has covered it.
     float Heard(std::int64_t t) const {
@@ -93,7 +93,7 @@ TEST_F(AudioSourceTest, EveryStepThatFailsLeavesItsWordsAndItsCode) {
     };
     for (const StageRow& row : rows) {
         for (const bool loopback : {true, false}) {
-            stand_in::ResetCalls();
+            fake::ResetCalls();
             FailCall(std::string(row.call) + (loopback ? ".render" : ".capture"), 1, ResultOf(0x80070490U));
             AudioSource opened;
             EXPECT_EQ(OpenEndpoint(opened, *enumerator, loopback), ResultOf(0x80070490U)) << row.call;
@@ -122,35 +122,35 @@ TEST_F(AudioSourceTest, AMixFormatThatCannotBeConvertedFailsWithItsOwnCode) {
         EXPECT_EQ(opened.stage, u"native mix format");
         EXPECT_FALSE(opened.waveIn);
     }
-    EXPECT_EQ(stand_in::CountOf("OpenWaveInput"), 0);
+    EXPECT_EQ(fake::CountOf("OpenWaveInput"), 0);
 }
 
 TEST_F(AudioSourceTest, ARefusedSharedStreamSendsTheMicrophoneToTheCompatibilityDriver) {
     for (const std::uint32_t code : {0x80070057U, 0x88890008U}) {
-        stand_in::ResetCalls();
+        fake::ResetCalls();
         FailCall("InitializeEndpoint.capture", 1, ResultOf(code));
         AudioSource opened;
         EXPECT_EQ(OpenEndpoint(opened, *enumerator, false), resultOk);
         EXPECT_TRUE(opened.waveIn);
         EXPECT_FALSE(opened.endpoint);
         EXPECT_EQ(opened.stage, u"microphone compatibility driver");
-        EXPECT_EQ(stand_in::CountOf("OpenCaptureService.capture"), 0);
+        EXPECT_EQ(fake::CountOf("OpenCaptureService.capture"), 0);
     }
 }
 
 TEST_F(AudioSourceTest, AnyOtherRefusalOfTheStreamIsFinalForTheMicrophone) {
     FailCall("InitializeEndpoint.capture", 1, ResultOf(0x8889000AU));
     EXPECT_EQ(CodeOf(Open(false)), 0x8889000AU);
-    EXPECT_EQ(stand_in::CountOf("OpenWaveInput"), 0);
+    EXPECT_EQ(fake::CountOf("OpenWaveInput"), 0);
 }
 
 TEST_F(AudioSourceTest, SystemSoundNeverGoesToTheCompatibilityDriver) {
     for (const std::uint32_t code : {0x80070057U, 0x88890008U}) {
-        stand_in::ResetCalls();
+        fake::ResetCalls();
         FailCall("InitializeEndpoint.render", 1, ResultOf(code));
         AudioSource opened;
         EXPECT_EQ(CodeOf(OpenEndpoint(opened, *enumerator, true)), code);
-        EXPECT_EQ(stand_in::CountOf("OpenWaveInput"), 0);
+        EXPECT_EQ(fake::CountOf("OpenWaveInput"), 0);
     }
 }
 
@@ -160,14 +160,14 @@ TEST_F(AudioSourceTest, ASourceThatDoesNotStartIsNotStopped) {
     EXPECT_EQ(StartSource(source), anyFailure);
     EXPECT_FALSE(source.started);
     DestroySource(source);
-    EXPECT_EQ(stand_in::CountOf("StopEndpoint.render"), 0);
+    EXPECT_EQ(fake::CountOf("StopEndpoint.render"), 0);
     EXPECT_EQ(TheEndpoint(true).live, 0);
 }
 
 TEST_F(AudioSourceTest, ARunningSourceIsStoppedBeforeItIsLetGo) {
     OpenAndStart();
     EXPECT_TRUE(source.started);
-    stand_in::ResetCalls();
+    fake::ResetCalls();
     DestroySource(source);
     EXPECT_THAT(CallNames(), ElementsAre("StopEndpoint.render", "~AudioEndpoint.render"));
 }
@@ -206,7 +206,7 @@ TEST_F(AudioSourceTest, ASilentPacketWritesStampedZerosWhateverItHolds) {
 
 TEST_F(AudioSourceTest, APacketWithoutDataIsSilence) {
     OpenAndStart();
-    stand_in::ScriptedPacket packet;
+    fake::ScriptedPacket packet;
     packet.frames = 480;
     packet.position = start;
     Push(packet);
@@ -239,7 +239,7 @@ TEST_F(AudioSourceTest, APacketMoreThanTwoSecondsAheadIsDropped) {
 
 TEST_F(AudioSourceTest, APacketWithATimestampErrorIsPlacedSoThatItEndsNow) {
     OpenAndStart();
-    stand_in::AdvanceClockMs(250);
+    fake::AdvanceClockMs(250);
     auto packet = FloatPacket(std::vector<float>(960, 0.5F), 2, start + 7777777);
     packet.timestampError = true;
     Push(packet);
@@ -252,8 +252,8 @@ TEST_F(AudioSourceTest, APacketWithATimestampErrorIsPlacedSoThatItEndsNow) {
 
 TEST_F(AudioSourceTest, EveryFailingCallOfADrainIsHandedUp) {
     for (const char* name : {"NextPacketFrames.render", "TakePacket.render", "ReleasePacket.render"}) {
-        stand_in::ResetCalls();
-        stand_in::ResetEndpoints();
+        fake::ResetCalls();
+        fake::ResetEndpoints();
         AudioSource opened;
         ASSERT_EQ(OpenEndpoint(opened, *enumerator, true), resultOk);
         Push(FloatPacket(std::vector<float>(960, 0.5F), 2, start));
@@ -277,7 +277,7 @@ TEST_F(AudioSourceTest, TenMinutesOfJitteredPacketsAt44100HzTileWithoutAGapOrAnO
     std::int64_t wrong = 0;
     std::int64_t blocks = 0;
     for (std::int64_t now = 0; now < tenMinutes; now += 3 * millisecond) {
-        stand_in::TheClock().nowNs = (start + now) * 100;
+        fake::TheClock().nowNs = (start + now) * 100;
         while (nextArrival <= now) {
             Push(FloatPacket(std::vector<float>(static_cast<std::size_t>(441 * length), 0.5F), 1,
                              start + captured * 10 * millisecond));
@@ -339,7 +339,7 @@ TEST_P(LatePacket, KeepsThePartThatIsNotYetSent) {
     packet.arrives = start + (1000 + lateMs) * millisecond + 1;
     Push(packet);
     for (std::int64_t now = 0; now < 3000 * millisecond; now += millisecond) {
-        stand_in::TheClock().nowNs = (start + now) * 100;
+        fake::TheClock().nowNs = (start + now) * 100;
         ASSERT_EQ(DrainSource(source, start), resultOk);
         while (BlockIsDue(mix, TargetFrame(Counter100ns(), start))) {
             FillBlock(mix);
@@ -359,7 +359,7 @@ TEST_F(AudioSourceTest, ASourceThatStallsIsSilentAndReturnsAtItsPlace) {
     AudioMix mix{.system = &source.ring, .microphone = nullptr, .nextBlockFrame = 0, .block = {}};
     std::vector<float> output;
     for (std::int64_t now = 0; now < 6000 * millisecond; now += 10 * millisecond) {
-        stand_in::TheClock().nowNs = (start + now) * 100;
+        fake::TheClock().nowNs = (start + now) * 100;
         const bool stalled = now >= 1000 * millisecond && now < 4000 * millisecond;
         if (!stalled) {
             Push(FloatPacket(std::vector<float>(960, 0.5F), 2, start + now));
@@ -387,8 +387,8 @@ protected:
     void OpenAndStartWave() {
         OpenWave();
         ASSERT_EQ(StartSource(source), resultOk);
-        stand_in::ResetCalls();
-        stand_in::TheWaveInput().queueOrder.clear();
+        fake::ResetCalls();
+        fake::TheWaveInput().queueOrder.clear();
     }
     static std::vector<std::int16_t> Samples(std::size_t count, std::int16_t value) {
         return std::vector<std::int16_t>(count, value);
@@ -397,13 +397,13 @@ protected:
 
 TEST_F(WaveSourceTest, AllFourBuffersAreQueuedInOrderBeforeTheStart) {
     OpenWave();
-    EXPECT_THAT(stand_in::TheWaveInput().queueOrder, ElementsAre(0, 1, 2, 3));
+    EXPECT_THAT(fake::TheWaveInput().queueOrder, ElementsAre(0, 1, 2, 3));
     const auto names = CallNames();
     const std::vector<std::string> tail(names.end() - 10, names.end());
     EXPECT_THAT(tail, ElementsAre("~AudioEndpoint.capture", "OpenWaveInput", "PrepareWaveBuffer", "QueueWaveBuffer",
                                   "PrepareWaveBuffer", "QueueWaveBuffer", "PrepareWaveBuffer", "QueueWaveBuffer",
                                   "PrepareWaveBuffer", "QueueWaveBuffer"));
-    EXPECT_FALSE(stand_in::TheWaveInput().running);
+    EXPECT_FALSE(fake::TheWaveInput().running);
 }
 
 TEST_F(WaveSourceTest, AFailureOfAnyOpeningCallIsFinalAndBecomesAResult) {
@@ -413,14 +413,14 @@ TEST_F(WaveSourceTest, AFailureOfAnyOpeningCallIsFinalAndBecomesAResult) {
     };
     for (const Row row : {Row{"OpenWaveInput", 1}, Row{"PrepareWaveBuffer", 1}, Row{"PrepareWaveBuffer", 4},
                           Row{"QueueWaveBuffer", 1}, Row{"QueueWaveBuffer", 4}}) {
-        stand_in::ResetCalls();
+        fake::ResetCalls();
         FailCall("InitializeEndpoint.capture", 1, resultInvalidArgument);
         FailCall(row.call, row.nth, 32);
         AudioSource opened;
         EXPECT_EQ(CodeOf(OpenEndpoint(opened, *enumerator, false)), 0x80070020U) << row.call << row.nth;
         EXPECT_EQ(opened.stage, u"microphone compatibility driver");
         DestroySource(opened);
-        EXPECT_EQ(stand_in::TheWaveInput().live, 0);
+        EXPECT_EQ(fake::TheWaveInput().live, 0);
     }
 }
 
@@ -432,10 +432,10 @@ TEST_F(WaveSourceTest, AFailingStartIsHandedUp) {
 }
 
 TEST_F(WaveSourceTest, SamplesAreHeardOnBothSidesFromTheMomentOfTheStart) {
-    stand_in::AdvanceClockMs(5);
+    fake::AdvanceClockMs(5);
     OpenAndStartWave();
-    stand_in::CompleteWaveBuffer(0, Samples(480, 16384));
-    stand_in::CompleteWaveBuffer(1, Samples(480, -32768));
+    fake::CompleteWaveBuffer(0, Samples(480, 16384));
+    fake::CompleteWaveBuffer(1, Samples(480, -32768));
     EXPECT_EQ(DrainSource(source, start), resultOk);
     EXPECT_FALSE(Stamped(239));
     EXPECT_EQ(Heard(240), 0.5F);
@@ -445,13 +445,13 @@ TEST_F(WaveSourceTest, SamplesAreHeardOnBothSidesFromTheMomentOfTheStart) {
     EXPECT_TRUE(Stamped(1199));
     EXPECT_FALSE(Stamped(1200));
     EXPECT_EQ(source.waveInFrames, 960);
-    EXPECT_THAT(stand_in::TheWaveInput().queueOrder, ElementsAre(0, 1));
+    EXPECT_THAT(fake::TheWaveInput().queueOrder, ElementsAre(0, 1));
 }
 
 TEST_F(WaveSourceTest, APartialBufferCountsOnlyWhatItHolds) {
     OpenAndStartWave();
-    stand_in::CompleteWaveBuffer(0, Samples(100, 8192));
-    stand_in::CompleteWaveBuffer(1, Samples(480, 16384));
+    fake::CompleteWaveBuffer(0, Samples(100, 8192));
+    fake::CompleteWaveBuffer(1, Samples(480, 16384));
     EXPECT_EQ(DrainSource(source, start), resultOk);
     EXPECT_EQ(Heard(99), 0.25F);
     EXPECT_EQ(Heard(100), 0.5F);
@@ -461,21 +461,21 @@ TEST_F(WaveSourceTest, APartialBufferCountsOnlyWhatItHolds) {
 
 TEST_F(WaveSourceTest, AnEmptyBufferIsSentBackAndCountsNothing) {
     OpenAndStartWave();
-    stand_in::CompleteWaveBuffer(0, {});
+    fake::CompleteWaveBuffer(0, {});
     EXPECT_EQ(DrainSource(source, start), resultOk);
     EXPECT_EQ(source.waveInFrames, 0);
     EXPECT_EQ(source.currentBuffer, 1);
-    EXPECT_THAT(stand_in::TheWaveInput().queueOrder, ElementsAre(0));
+    EXPECT_THAT(fake::TheWaveInput().queueOrder, ElementsAre(0));
     EXPECT_FALSE(Stamped(0));
 }
 
 TEST_F(WaveSourceTest, ABufferThatIsNotDoneStopsTheDrainEvenIfALaterOneIs) {
     OpenAndStartWave();
-    stand_in::CompleteWaveBuffer(1, Samples(480, 16384));
+    fake::CompleteWaveBuffer(1, Samples(480, 16384));
     EXPECT_EQ(DrainSource(source, start), resultOk);
     EXPECT_EQ(source.waveInFrames, 0);
-    EXPECT_THAT(stand_in::TheWaveInput().queueOrder, ElementsAre());
-    stand_in::CompleteWaveBuffer(0, Samples(480, 8192));
+    EXPECT_THAT(fake::TheWaveInput().queueOrder, ElementsAre());
+    fake::CompleteWaveBuffer(0, Samples(480, 8192));
     EXPECT_EQ(DrainSource(source, start), resultOk);
     EXPECT_EQ(Heard(0), 0.25F);
     EXPECT_EQ(Heard(480), 0.5F);
@@ -484,17 +484,17 @@ TEST_F(WaveSourceTest, ABufferThatIsNotDoneStopsTheDrainEvenIfALaterOneIs) {
 
 TEST_F(WaveSourceTest, ADrainTakesFourBuffersAtMost) {
     OpenAndStartWave();
-    stand_in::TheCalls().hook = [](const char* name, int) {
+    fake::TheCalls().hook = [](const char* name, int) {
         // A device that fills each buffer again at once.
         if (std::string(name) == "LookAtWaveBuffer") {
             for (int index = 0; index < waveBufferCount; ++index) {
-                stand_in::CompleteWaveBuffer(index, Samples(480, 1));
+                fake::CompleteWaveBuffer(index, Samples(480, 1));
             }
         }
     };
     EXPECT_EQ(DrainSource(source, start), resultOk);
-    stand_in::TheCalls().hook = nullptr;
-    EXPECT_THAT(stand_in::TheWaveInput().queueOrder, ElementsAre(0, 1, 2, 3));
+    fake::TheCalls().hook = nullptr;
+    EXPECT_THAT(fake::TheWaveInput().queueOrder, ElementsAre(0, 1, 2, 3));
     EXPECT_EQ(source.waveInFrames, 1920);
     EXPECT_EQ(source.currentBuffer, 0);
 }
@@ -507,12 +507,12 @@ TEST_F(WaveSourceTest, ThePositionIsAskedForAfterEveryDrain) {
 
 TEST_F(WaveSourceTest, AFailingQueueOrPositionEndsTheDrainWithItsCode) {
     OpenAndStartWave();
-    stand_in::CompleteWaveBuffer(0, Samples(480, 1));
+    fake::CompleteWaveBuffer(0, Samples(480, 1));
     FailCall("QueueWaveBuffer", 1, 6);
     EXPECT_EQ(CodeOf(DrainSource(source, start)), 0x80070006U);
-    EXPECT_EQ(stand_in::CountOf("CheckWavePosition"), 0);
-    stand_in::ResetCalls();
-    stand_in::TheWaveInput().buffers[0].done = false;
+    EXPECT_EQ(fake::CountOf("CheckWavePosition"), 0);
+    fake::ResetCalls();
+    fake::TheWaveInput().buffers[0].done = false;
     FailCall("CheckWavePosition", 1, 6);
     EXPECT_EQ(CodeOf(DrainSource(source, start)), 0x80070006U);
 }
@@ -520,14 +520,14 @@ TEST_F(WaveSourceTest, AFailingQueueOrPositionEndsTheDrainWithItsCode) {
 TEST_F(WaveSourceTest, FramesOutsideTheRingAreDroppedButCounted) {
     OpenAndStartWave();
     source.ring.readPosition = 200;
-    stand_in::CompleteWaveBuffer(0, Samples(480, 16384));
+    fake::CompleteWaveBuffer(0, Samples(480, 16384));
     EXPECT_EQ(DrainSource(source, start), resultOk);
     EXPECT_FALSE(Stamped(199));
     EXPECT_TRUE(Stamped(200));
     EXPECT_EQ(source.waveInFrames, 480);
     // A clock that has run two seconds ahead.
     source.waveInFrames = 200 + ringFrames;
-    stand_in::CompleteWaveBuffer(1, Samples(480, 16384));
+    fake::CompleteWaveBuffer(1, Samples(480, 16384));
     EXPECT_EQ(DrainSource(source, start), resultOk);
     EXPECT_FALSE(Stamped(200 + ringFrames));
     EXPECT_EQ(source.waveInFrames, 680 + ringFrames);
@@ -536,7 +536,7 @@ TEST_F(WaveSourceTest, FramesOutsideTheRingAreDroppedButCounted) {
 TEST_F(WaveSourceTest, TheDeviceIsClosedWithTheSource) {
     OpenAndStartWave();
     DestroySource(source);
-    EXPECT_EQ(stand_in::TheWaveInput().live, 0);
+    EXPECT_EQ(fake::TheWaveInput().live, 0);
     EXPECT_THAT(CallNames(), ElementsAre("~WaveInput"));
 }
 

@@ -48,7 +48,7 @@ SourceFormat Float(std::uint32_t rate, std::uint32_t channels, std::uint32_t bit
 std::vector<StereoFrame> Convert(const SourceFormat& format, const std::vector<std::byte>& bytes, std::size_t count) {
     AudioRing ring;
     const auto frames = static_cast<std::uint32_t>(bytes.size() / format.blockAlign);
-    FilePacket(ring, format, {bytes.data(), frames}, {0, static_cast<std::int64_t>(count)});
+    StorePacket(ring, format, {bytes.data(), frames}, {0, static_cast<std::int64_t>(count)});
     for (std::size_t t = 0; t < count; ++t) {
         EXPECT_EQ(ring.stamps[t], static_cast<std::int64_t>(t));
     }
@@ -257,7 +257,7 @@ TEST(SampleConversion, OnlyThePartThatTheRingTakesIsFiledAtItsOwnPlace) {
     AudioRing ring;
     ring.readPosition = 2;
     const auto bytes = BytesOf<float>({0.1F, 0.2F, 0.3F, 0.4F});
-    FilePacket(ring, Float(48000, 1), {bytes.data(), 4}, {0, 4});
+    StorePacket(ring, Float(48000, 1), {bytes.data(), 4}, {0, 4});
     EXPECT_EQ(ring.stamps[1], -1);
     EXPECT_EQ(ring.stamps[2], 2);
     EXPECT_EQ(ring.samples[2].left, 0.3F);
@@ -269,7 +269,7 @@ TEST(SampleConversion, APacketThatCrossesTheEndOfTheRingGoesOnAtItsBeginning) {
     for (const std::uint32_t channels : {1U, 2U}) {
         AudioRing ring;
         ring.readPosition = 95000;
-        FilePacket(ring, Float(48000, channels), {bytes.data(), 4}, {95998, 96002});
+        StorePacket(ring, Float(48000, channels), {bytes.data(), 4}, {95998, 96002});
         const float third = channels == 1 ? 0.2F : 0.3F;
         EXPECT_EQ(ring.samples[95998].left, 0.1F);
         EXPECT_EQ(ring.samples[95999].right, channels == 1 ? 0.5F : 0.25F);
@@ -283,7 +283,7 @@ TEST(SampleConversion, APacketThatCrossesTheEndOfTheRingGoesOnAtItsBeginning) {
     // The same with an interpolation that goes on across the end.
     AudioRing ring;
     ring.readPosition = 95000;
-    FilePacket(ring, Float(24000, 2), {bytes.data(), 2}, {95999, 96003});
+    StorePacket(ring, Float(24000, 2), {bytes.data(), 2}, {95999, 96003});
     EXPECT_EQ(ring.samples[95999].right, 0.5F);
     EXPECT_EQ(ring.samples[0].right, 0.375F);
     EXPECT_EQ(ring.samples[1].right, 0.25F);
@@ -292,8 +292,8 @@ TEST(SampleConversion, APacketThatCrossesTheEndOfTheRingGoesOnAtItsBeginning) {
 
 TEST(SampleConversion, SilenceIsFiledAsStampedZeros) {
     AudioRing ring;
-    FileFrame(ring, 5, {0.5F, 0.5F});
-    FilePacket(ring, Float(48000, 2), {nullptr, 480}, {0, 480});
+    StoreFrame(ring, 5, {0.5F, 0.5F});
+    StorePacket(ring, Float(48000, 2), {nullptr, 480}, {0, 480});
     EXPECT_EQ(ring.stamps[5], 5);
     EXPECT_EQ(ring.samples[5].left, 0.0F);
     EXPECT_EQ(ring.stamps[479], 479);

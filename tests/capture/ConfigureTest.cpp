@@ -29,7 +29,7 @@ TEST_F(Configure, MakesTheEngineReadyAndTakesEveryValue) {
 }
 
 TEST_F(Configure, TheCacheIsNamedByProcessAndTickUnderTheTemporaryFolder) {
-    stand_in::TheClock().nowNs = 123'456'789'000'000;
+    fake::TheClock().nowNs = 123'456'789'000'000;
     ASSERT_TRUE(engine->Configure(PlainConfig()));
     EXPECT_EQ(engine->cacheDir, JoinPath(JoinPath(Here(u"temporary"), u"ZVReelsMax"), u"4711-123456789"));
     EXPECT_TRUE(std::filesystem::is_directory(ToPath(engine->cacheDir)));
@@ -38,7 +38,7 @@ TEST_F(Configure, TheCacheIsNamedByProcessAndTickUnderTheTemporaryFolder) {
 TEST_F(Configure, ASecondTimeKeepsTheSameCache) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
     const Text first = engine->cacheDir;
-    stand_in::AdvanceClockMs(5000);
+    fake::AdvanceClockMs(5000);
     CaptureConfig other = PlainConfig();
     other.fps = 30;
     ASSERT_TRUE(engine->Configure(other));
@@ -84,14 +84,14 @@ TEST_F(Configure, EveryChangedFieldStopsTheReplayAndAppliesAnew) {
         EXPECT_EQ(engine->statusText, u"Ready: H.264 desktop capture with selected resolution, FPS and audio.");
         ASSERT_TRUE(engine->Configure(PlainConfig()));
     }
-    EXPECT_EQ(stand_in::LastChild().waits, std::vector<std::uint32_t>());  // ended at the quit command
-    EXPECT_EQ(stand_in::LastChild().input, "q\n");
+    EXPECT_EQ(fake::LastChild().waits, std::vector<std::uint32_t>());  // ended at the quit command
+    EXPECT_EQ(fake::LastChild().input, "q\n");
 }
 
 TEST_F(Configure, AnFfmpegThatHasMovedStopsAndAppliesAnew) {
     StartReplayWith(1);
     WriteFile(Here(u"another"), "");
-    stand_in::TheEnvironment().variables[u"ZV_FFMPEG"] = Here(u"another");
+    fake::TheEnvironment().variables[u"ZV_FFMPEG"] = Here(u"another");
     EXPECT_TRUE(engine->Configure(PlainConfig()));
     EXPECT_EQ(engine->ffmpegPath, Here(u"another"));
     EXPECT_FALSE(engine->replayRunning);
@@ -109,9 +109,9 @@ TEST_F(Configure, AnFfmpegThatWasRemovedStopsTheReplayAndFails) {
 }
 
 TEST_F(Configure, WithoutFfmpegUnchangedValuesAreTriedAgain) {
-    stand_in::TheEnvironment().variables.clear();
+    fake::TheEnvironment().variables.clear();
     EXPECT_FALSE(engine->Configure(PlainConfig()));
-    stand_in::TheEnvironment().variables[u"ZV_FFMPEG"] = Here(u"the ffmpeg");
+    fake::TheEnvironment().variables[u"ZV_FFMPEG"] = Here(u"the ffmpeg");
     EXPECT_TRUE(engine->Configure(PlainConfig()));
     EXPECT_EQ(engine->state, EngineState::Ready);
 }
@@ -130,7 +130,7 @@ TEST_F(Configure, IsRefusedWhileARecordingRuns) {
 TEST_F(Configure, IsNotRefusedByTheRemainsOfARecordingThatDied) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
     ASSERT_TRUE(engine->StartRecording(Here(u"a.mp4")));
-    stand_in::EndChild(stand_in::LastChild(), 1);
+    fake::EndChild(fake::LastChild(), 1);
     CaptureConfig config = PlainConfig();
     config.fps = 30;
     EXPECT_TRUE(engine->Configure(config));
@@ -188,7 +188,7 @@ TEST_F(Configure, ABitRateOutsideOfTheRangeIsClampedAndAppliedAnewEveryTime) {
 
 TEST_F(Configure, ACacheThatCannotBeMadeFailsEvenWithFfmpeg) {
     WriteFile(Here(u"a file"), "");
-    stand_in::TheFolders().temporary = Here(u"a file");
+    fake::TheFolders().temporary = Here(u"a file");
     EXPECT_FALSE(engine->Configure(PlainConfig()));
     EXPECT_EQ(engine->statusText, u"Cannot create capture cache.");
     EXPECT_EQ(engine->state, EngineState::Failed);

@@ -38,30 +38,30 @@ class FindFfmpegTest : public EngineTest {};
 
 TEST_F(FindFfmpegTest, TheVariableComesFirst) {
     WriteFile(JoinPath(Here(u"program"), ffmpegFileName), "");
-    stand_in::TheEnvironment().programs[ffmpegFileName] = Here(u"on the path");
+    fake::TheEnvironment().programs[ffmpegFileName] = Here(u"on the path");
     EXPECT_EQ(FindFfmpeg(), Here(u"the ffmpeg"));
 }
 
 TEST_F(FindFfmpegTest, AVariableThatNamesAFolderOrAMissingFileFallsThroughToTheFolderOfTheProgram) {
     const Text beside = JoinPath(Here(u"program"), ffmpegFileName);
     WriteFile(beside, "");
-    stand_in::TheEnvironment().programs[ffmpegFileName] = Here(u"on the path");
+    fake::TheEnvironment().programs[ffmpegFileName] = Here(u"on the path");
     for (const Text& value : {Here(u"program"), Here(u"missing"), Text(), Text(40000, u'x')}) {
-        stand_in::TheEnvironment().variables[u"ZV_FFMPEG"] = value;
+        fake::TheEnvironment().variables[u"ZV_FFMPEG"] = value;
         EXPECT_EQ(FindFfmpeg(), beside);
     }
 }
 
 TEST_F(FindFfmpegTest, TheSearchPathComesLastAndIsNotTested) {
-    stand_in::TheEnvironment().variables.clear();
-    stand_in::TheEnvironment().programs[ffmpegFileName] = Here(u"not there");
+    fake::TheEnvironment().variables.clear();
+    fake::TheEnvironment().programs[ffmpegFileName] = Here(u"not there");
     EXPECT_EQ(FindFfmpeg(), Here(u"not there"));
     std::filesystem::create_directory(ToPath(JoinPath(Here(u"program"), ffmpegFileName)));  // no file
     EXPECT_EQ(FindFfmpeg(), Here(u"not there"));
 }
 
 TEST_F(FindFfmpegTest, NothingFoundIsEmpty) {
-    stand_in::TheEnvironment().variables.clear();
+    fake::TheEnvironment().variables.clear();
     EXPECT_EQ(FindFfmpeg(), u"");
 }
 
@@ -96,7 +96,7 @@ TEST_F(EncoderInputs, WithoutSoundHaveOne) {
 }
 
 TEST_F(EncoderInputs, QuoteTheNamesOfTheirPipes) {
-    stand_in::TheVideo().pipeName = u"\\\\.\\pipe\\ZVVideo-4711-1";
+    fake::TheVideo().pipeName = u"\\\\.\\pipe\\ZVVideo-4711-1";
     AddVideo();
     EXPECT_THAT(Narrow(BuildEncoderInputs(process)), testing::HasSubstr("-i \"\\\\.\\pipe\\ZVVideo-4711-1\" "));
 }
@@ -143,7 +143,7 @@ protected:
         return !process.process && !process.stdinWrite && !process.job && !process.audio && !process.video &&
                !process.relay;
     }
-    static bool HoldsNothing(const stand_in::ScriptedChild& child) {
+    static bool HoldsNothing(const fake::ScriptedChild& child) {
         return !child.processHeld && !child.inputHeld && !child.jobHeld;
     }
     EncoderProcess process;
@@ -151,7 +151,7 @@ protected:
 
 TEST_F(ChildControl, EveryCommandLineBeginsWithTheCommonPart) {
     ASSERT_TRUE(Start());
-    const ChildOptions& options = stand_in::LastChild().options;
+    const ChildOptions& options = fake::LastChild().options;
     EXPECT_EQ(options.executable, u"C:\\Program Files\\ffmpeg.exe");
     EXPECT_EQ(options.commandLine,
               u"\"C:\\Program Files\\ffmpeg.exe\" -hide_banner -loglevel warning -y -i \"x\" \"y\"");
@@ -171,14 +171,14 @@ TEST_F(ChildControl, WithoutFfmpegNothingStarts) {
 }
 
 TEST_F(ChildControl, AFailedStartLeavesNoHandleAndNoFeederAndNoText) {
-    stand_in::FailCall("SpawnChild", 1, 0);
+    fake::FailCall("SpawnChild", 1, 0);
     AddFeeders();
     AddRelay();
     EXPECT_FALSE(Start());
     EXPECT_TRUE(IsEmpty());
-    EXPECT_THAT(stand_in::TheVideo().alive, testing::IsEmpty());
-    EXPECT_THAT(stand_in::TheAudio().alive, testing::IsEmpty());
-    EXPECT_THAT(stand_in::TheRelays().alive, testing::IsEmpty());
+    EXPECT_THAT(fake::TheVideo().alive, testing::IsEmpty());
+    EXPECT_THAT(fake::TheAudio().alive, testing::IsEmpty());
+    EXPECT_THAT(fake::TheRelays().alive, testing::IsEmpty());
     EXPECT_EQ(engine->statusText, u"");
 }
 
@@ -186,9 +186,9 @@ TEST_F(ChildControl, AStopQuitsTheChildAndReleasesEverything) {
     AddFeeders();
     ASSERT_TRUE(Start());
     EXPECT_TRUE(engine->StopChild(process, 30000));
-    EXPECT_EQ(stand_in::LastChild().input, "q\n");
-    EXPECT_FALSE(stand_in::LastChild().terminated);
-    EXPECT_TRUE(HoldsNothing(stand_in::LastChild()));
+    EXPECT_EQ(fake::LastChild().input, "q\n");
+    EXPECT_FALSE(fake::LastChild().terminated);
+    EXPECT_TRUE(HoldsNothing(fake::LastChild()));
     EXPECT_TRUE(IsEmpty());
 }
 
@@ -205,7 +205,7 @@ TEST_F(ChildControl, TheFeedersStopOnlyAfterTheChildHasEndedSoundFirst) {
 TEST_F(ChildControl, ARelayIsStoppedBeforeAnythingElse) {
     AddRelay();
     ASSERT_TRUE(Start());
-    stand_in::TheRelays().onStop = [] { stand_in::EndChild(stand_in::LastChild(), 0); };
+    fake::TheRelays().onStop = [] { fake::EndChild(fake::LastChild(), 0); };
     EXPECT_TRUE(engine->StopChild(process, 30000));
     EXPECT_THAT(CallsAmong({"SegmentRelay::Stop", "WaitForExit", "~Process", "~SegmentRelay"}),
                 ElementsAre("SegmentRelay::Stop", "WaitForExit", "~Process", "~SegmentRelay"));
@@ -215,55 +215,53 @@ TEST_F(ChildControl, AChildWithARelayGetsNoQuitCommand) {
     AddRelay();
     ASSERT_TRUE(Start());
     EXPECT_FALSE(engine->StopChild(process, 700));
-    EXPECT_EQ(stand_in::LastChild().input, "");
-    EXPECT_THAT(stand_in::LastChild().waits, ElementsAre(700U));
-    EXPECT_TRUE(stand_in::LastChild().terminated);
+    EXPECT_EQ(fake::LastChild().input, "");
+    EXPECT_THAT(fake::LastChild().waits, ElementsAre(700U));
+    EXPECT_TRUE(fake::LastChild().terminated);
 }
 
 TEST_F(ChildControl, AChildThatIgnoresTheQuitCommandIsKilled) {
     ASSERT_TRUE(Start());
-    stand_in::LastChild().obeysQuit = false;
+    fake::LastChild().obeysQuit = false;
     EXPECT_FALSE(engine->StopChild(process, 30000));
-    EXPECT_EQ(stand_in::LastChild().input, "q\n");
-    EXPECT_THAT(stand_in::LastChild().waits, ElementsAre(30000U));
-    EXPECT_TRUE(stand_in::LastChild().terminated);
+    EXPECT_EQ(fake::LastChild().input, "q\n");
+    EXPECT_THAT(fake::LastChild().waits, ElementsAre(30000U));
+    EXPECT_TRUE(fake::LastChild().terminated);
     EXPECT_TRUE(IsEmpty());
 }
 
 TEST_F(ChildControl, AKilledChildCountsAsFailedWhateverItsExitCode) {
     ASSERT_TRUE(Start());
-    stand_in::LastChild().obeysQuit = false;
-    stand_in::LastChild().diesOfTerminate = false;
-    stand_in::TheChildren().onWait = [](stand_in::ScriptedChild& child, std::uint32_t timeoutMs) {
+    fake::LastChild().obeysQuit = false;
+    fake::LastChild().diesOfTerminate = false;
+    fake::TheChildren().onWait = [](fake::ScriptedChild& child, std::uint32_t timeoutMs) {
         if (timeoutMs == 5000) {
-            stand_in::EndChild(child, 0);
+            fake::EndChild(child, 0);
         }
     };
     EXPECT_FALSE(engine->StopChild(process, 30000));
-    EXPECT_THAT(stand_in::LastChild().waits, ElementsAre(30000U, 5000U));
+    EXPECT_THAT(fake::LastChild().waits, ElementsAre(30000U, 5000U));
 }
 
 TEST_F(ChildControl, AChildThatFailedByItselfGetsNoQuitCommandAndIsNotTrusted) {
     ASSERT_TRUE(Start());
-    stand_in::EndChild(stand_in::LastChild(), 1);
+    fake::EndChild(fake::LastChild(), 1);
     EXPECT_FALSE(engine->StopChild(process, 30000));
-    EXPECT_EQ(stand_in::LastChild().input, "");
-    EXPECT_FALSE(stand_in::LastChild().terminated);
+    EXPECT_EQ(fake::LastChild().input, "");
+    EXPECT_FALSE(fake::LastChild().terminated);
     EXPECT_TRUE(IsEmpty());
 }
 
 TEST_F(ChildControl, AnExitCodeOtherThanZeroAfterTheQuitCommandIsNotTrusted) {
     ASSERT_TRUE(Start());
-    stand_in::LastChild().quitCode = 255;
+    fake::LastChild().quitCode = 255;
     EXPECT_FALSE(engine->StopChild(process, 30000));
 }
 
 TEST_F(ChildControl, AChildThatTakesItsTimeWithinTheLimitIsTrusted) {
     ASSERT_TRUE(Start());
-    stand_in::LastChild().obeysQuit = false;
-    stand_in::TheChildren().onWait = [](stand_in::ScriptedChild& child, std::uint32_t) {
-        stand_in::EndChild(child, 0);
-    };
+    fake::LastChild().obeysQuit = false;
+    fake::TheChildren().onWait = [](fake::ScriptedChild& child, std::uint32_t) { fake::EndChild(child, 0); };
     EXPECT_TRUE(engine->StopChild(process, 30000));
 }
 

@@ -20,16 +20,16 @@ protected:
     bool Start() { return engine->StartEncoder(engine->replay, u"-f null \"out\"", Log()); }
     Text Log() const { return InCache(u"some.log"); }
     bool NothingRuns() const {
-        return !engine->replay.process && stand_in::TheVideo().alive.empty() && stand_in::TheAudio().alive.empty();
+        return !engine->replay.process && fake::TheVideo().alive.empty() && fake::TheAudio().alive.empty();
     }
-    static VideoCapture& Video() { return *stand_in::TheVideo().alive.at(0); }
-    static AudioCapture& Audio() { return *stand_in::TheAudio().alive.at(0); }
+    static VideoCapture& Video() { return *fake::TheVideo().alive.at(0); }
+    static AudioCapture& Audio() { return *fake::TheAudio().alive.at(0); }
 
     /// The progress file has `text` only from the given wait on.
     void ProgressAfter(int waits, const std::string& text) {
-        stand_in::TheChildren().onSpawn = nullptr;
-        stand_in::TheChildren().onWait = [waits, text](stand_in::ScriptedChild& child, std::uint32_t timeoutMs) {
-            stand_in::AdvanceClockMs(timeoutMs);
+        fake::TheChildren().onSpawn = nullptr;
+        fake::TheChildren().onWait = [waits, text](fake::ScriptedChild& child, std::uint32_t timeoutMs) {
+            fake::AdvanceClockMs(timeoutMs);
             if (child.waits.size() == static_cast<std::size_t>(waits)) {
                 WriteProgress(child, text);
             }
@@ -37,8 +37,8 @@ protected:
     }
     /// Frames flow at `first` a second in the first measurement and at `second` in the next one.
     void FramesFlowAt(std::uint64_t first, std::uint64_t second) {
-        stand_in::TheChildren().onWait = [first, second](stand_in::ScriptedChild& child, std::uint32_t timeoutMs) {
-            stand_in::AdvanceClockMs(timeoutMs);
+        fake::TheChildren().onWait = [first, second](fake::ScriptedChild& child, std::uint32_t timeoutMs) {
+            fake::AdvanceClockMs(timeoutMs);
             const std::uint64_t rate = child.waits.size() <= 20 ? first : second;
             // A tenth of a second each time; the rates of these tests need tenths of a frame.
             tenths += rate;
@@ -55,29 +55,29 @@ TEST_F(EncoderStart, StartsVideoThenSoundThenFfmpeg) {
     EXPECT_TRUE(Start());
     EXPECT_THAT(CallsAmong({"VideoCapture::Start", "AudioCapture::Start", "SpawnChild"}),
                 ElementsAre("VideoCapture::Start", "AudioCapture::Start", "SpawnChild"));
-    ASSERT_THAT(stand_in::TheVideo().starts, SizeIs(1));
-    const stand_in::VideoStart& video = stand_in::TheVideo().starts[0];
+    ASSERT_THAT(fake::TheVideo().starts, SizeIs(1));
+    const fake::VideoStart& video = fake::TheVideo().starts[0];
     EXPECT_EQ(video.monitorDevice, u"\\\\.\\DISPLAY2");
     EXPECT_EQ(video.format.width, 2560U);
     EXPECT_EQ(video.format.height, 1440U);
     EXPECT_EQ(video.format.fps, 60U);
     EXPECT_EQ(video.format.bitrateMbps, 20U);
-    ASSERT_THAT(stand_in::TheAudio().starts, SizeIs(1));
-    EXPECT_TRUE(stand_in::TheAudio().starts[0].gameAudio);
-    EXPECT_FALSE(stand_in::TheAudio().starts[0].microphone);
+    ASSERT_THAT(fake::TheAudio().starts, SizeIs(1));
+    EXPECT_TRUE(fake::TheAudio().starts[0].gameAudio);
+    EXPECT_FALSE(fake::TheAudio().starts[0].microphone);
 }
 
 TEST_F(EncoderStart, TheArgumentsAreProgressInputsCopyAndOutput) {
     Configure(1920, 1080, 60);
     ASSERT_TRUE(Start());
-    EXPECT_EQ(stand_in::LastChild().options.commandLine,
+    EXPECT_EQ(fake::LastChild().options.commandLine,
               Quoted(Here(u"the ffmpeg")) + u" -hide_banner -loglevel warning -y -progress " +
                   Quoted(Log() + u".progress") +
                   u" -stats_period 0.5 -thread_queue_size 64 -f mpegts -probesize 65536 -analyzeduration 0 "
                   u"-i \"video pipe\" -avioflags direct -blocksize 3840 -thread_queue_size 32 -f f32le -ar 48000 "
                   u"-ac 2 -probesize 32 -analyzeduration 0 -i \"audio pipe\" -map 0:v:0 -map 1:a:0 "
                   u"-af aresample=async=1000:first_pts=0 -c:a aac -b:a 192k -ar 48000 -c:v copy -f null \"out\"");
-    EXPECT_EQ(stand_in::LastChild().options.logPath, Log());
+    EXPECT_EQ(fake::LastChild().options.logPath, Log());
 }
 
 TEST_F(EncoderStart, EitherSourceOfSoundMakesAnAudioWorker) {
@@ -92,12 +92,12 @@ TEST_F(EncoderStart, EitherSourceOfSoundMakesAnAudioWorker) {
         config.gameAudioEnabled = flags.gameAudio;
         config.micEnabled = flags.microphone;
         ASSERT_TRUE(engine->Configure(config));
-        stand_in::TheAudio().starts.clear();
+        fake::TheAudio().starts.clear();
         ASSERT_TRUE(Start());
-        ASSERT_THAT(stand_in::TheAudio().starts, SizeIs(flags.workers));
+        ASSERT_THAT(fake::TheAudio().starts, SizeIs(flags.workers));
         if (flags.workers == 1) {
-            EXPECT_EQ(stand_in::TheAudio().starts[0].gameAudio, flags.gameAudio);
-            EXPECT_EQ(stand_in::TheAudio().starts[0].microphone, flags.microphone);
+            EXPECT_EQ(fake::TheAudio().starts[0].gameAudio, flags.gameAudio);
+            EXPECT_EQ(fake::TheAudio().starts[0].microphone, flags.microphone);
         }
         engine->StopChild(engine->replay, 1);
     }
@@ -108,8 +108,8 @@ TEST_F(EncoderStart, AnEarlierWorkerIsReplaced) {
     engine->replay.video = std::make_unique<VideoCapture>();
     engine->replay.audio = std::make_unique<AudioCapture>();
     ASSERT_TRUE(Start());
-    EXPECT_THAT(stand_in::TheVideo().alive, SizeIs(1));
-    EXPECT_THAT(stand_in::TheAudio().alive, SizeIs(1));
+    EXPECT_THAT(fake::TheVideo().alive, SizeIs(1));
+    EXPECT_THAT(fake::TheAudio().alive, SizeIs(1));
 }
 
 TEST_F(EncoderStart, WithoutFfmpegItSaysSo) {
@@ -117,22 +117,22 @@ TEST_F(EncoderStart, WithoutFfmpegItSaysSo) {
     engine->ffmpegPath.clear();
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"FFmpeg is missing. Run the launcher.");
-    EXPECT_THAT(stand_in::TheVideo().starts, IsEmpty());
+    EXPECT_THAT(fake::TheVideo().starts, IsEmpty());
 }
 
 TEST_F(EncoderStart, AVideoThatCannotStartGivesItsOwnSentence) {
     Configure(1920, 1080, 60);
-    stand_in::FailCall("VideoCapture::Start", 1, 0);
+    fake::FailCall("VideoCapture::Start", 1, 0);
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Video could not start.");
     EXPECT_TRUE(NothingRuns());
-    EXPECT_THAT(stand_in::TheAudio().starts, IsEmpty());
+    EXPECT_THAT(fake::TheAudio().starts, IsEmpty());
     EXPECT_EQ(ChildCount(), 0U);
 }
 
 TEST_F(EncoderStart, SoundThatCannotStartGivesItsOwnSentenceAndEndsTheVideo) {
     Configure(1920, 1080, 60);
-    stand_in::FailCall("AudioCapture::Start", 1, 0);
+    fake::FailCall("AudioCapture::Start", 1, 0);
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Audio could not start.");
     EXPECT_TRUE(NothingRuns());
@@ -141,7 +141,7 @@ TEST_F(EncoderStart, SoundThatCannotStartGivesItsOwnSentenceAndEndsTheVideo) {
 
 TEST_F(EncoderStart, AnFfmpegThatCannotBeStartedNamesTheLog) {
     Configure(1920, 1080, 60);
-    stand_in::FailCall("SpawnChild", 1, 0);
+    fake::FailCall("SpawnChild", 1, 0);
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Cannot start NVENC encoder. See " + Log());
     EXPECT_TRUE(NothingRuns());
@@ -151,7 +151,7 @@ TEST_F(EncoderStart, StaleProgressIsDeletedBeforeTheChildStarts) {
     Configure(1920, 1080, 60);
     WriteFile(Log() + u".progress", "frame=5000\n");
     bool stale = true;
-    stand_in::TheChildren().onSpawn = [&stale](stand_in::ScriptedChild& child) {
+    fake::TheChildren().onSpawn = [&stale](fake::ScriptedChild& child) {
         stale = Exists(child.options.logPath + u".progress");
     };
     EXPECT_FALSE(Start());
@@ -161,26 +161,26 @@ TEST_F(EncoderStart, StaleProgressIsDeletedBeforeTheChildStarts) {
 TEST_F(EncoderStart, FramesEndTheWaitAtOnce) {
     Configure(1920, 1080, 60);
     ASSERT_TRUE(Start());
-    EXPECT_THAT(stand_in::LastChild().waits, IsEmpty());
+    EXPECT_THAT(fake::LastChild().waits, IsEmpty());
 }
 
 TEST_F(EncoderStart, TheWaitGoesOnInStepsUntilTheThresholdIsReached) {
     Configure(1920, 1080, 60);
-    stand_in::TheChildren().onSpawn = [](stand_in::ScriptedChild& child) { WriteProgress(child, "frame=14\n"); };
-    stand_in::TheChildren().onWait = [](stand_in::ScriptedChild& child, std::uint32_t) {
+    fake::TheChildren().onSpawn = [](fake::ScriptedChild& child) { WriteProgress(child, "frame=14\n"); };
+    fake::TheChildren().onWait = [](fake::ScriptedChild& child, std::uint32_t) {
         if (child.waits.size() == 3) {
             WriteProgress(child, "frame=14\nprogress=continue\nframe=15\nprogress=continue\n");
         }
     };
     EXPECT_TRUE(Start());
-    EXPECT_THAT(stand_in::LastChild().waits, ElementsAre(250U, 250U, 250U));
+    EXPECT_THAT(fake::LastChild().waits, ElementsAre(250U, 250U, 250U));
 }
 
 TEST_F(EncoderStart, AMissingProgressFileJustGoesOnWaiting) {
     Configure(1920, 1080, 60);
     ProgressAfter(5, "frame=15\n");
     EXPECT_TRUE(Start());
-    EXPECT_THAT(stand_in::LastChild().waits, SizeIs(5));
+    EXPECT_THAT(fake::LastChild().waits, SizeIs(5));
 }
 
 TEST_F(EncoderStart, TheLastOfSixtyPassesStillCounts) {
@@ -194,29 +194,27 @@ TEST_F(EncoderStart, NoFramesInFifteenSecondsIsAFailure) {
     ProgressAfter(60, "frame=15\n");  // one pass too late
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"GPU recording could not start. No slow GDI fallback was used. Details: " + Log());
-    EXPECT_THAT(stand_in::LastChild().waits, testing::AllOf(SizeIs(60), Each(250U)));
-    EXPECT_EQ(stand_in::LastChild().input, "q\n");
+    EXPECT_THAT(fake::LastChild().waits, testing::AllOf(SizeIs(60), Each(250U)));
+    EXPECT_EQ(fake::LastChild().input, "q\n");
     EXPECT_TRUE(NothingRuns());
 }
 
 TEST_F(EncoderStart, AnFfmpegThatExitsBeforeFramesIsTheSameFailureAtOnce) {
     Configure(1920, 1080, 60);
-    stand_in::TheChildren().onSpawn = nullptr;
-    stand_in::TheChildren().onWait = [](stand_in::ScriptedChild& child, std::uint32_t) {
-        stand_in::EndChild(child, 1);
-    };
+    fake::TheChildren().onSpawn = nullptr;
+    fake::TheChildren().onWait = [](fake::ScriptedChild& child, std::uint32_t) { fake::EndChild(child, 1); };
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"GPU recording could not start. No slow GDI fallback was used. Details: " + Log());
-    EXPECT_THAT(stand_in::LastChild().waits, SizeIs(1));
+    EXPECT_THAT(fake::LastChild().waits, SizeIs(1));
     EXPECT_TRUE(NothingRuns());
 }
 
 TEST_F(EncoderStart, VideoThatDiesDuringTheWaitGivesItsSentence) {
     Configure(1920, 1080, 60);
-    stand_in::TheChildren().onSpawn = nullptr;
-    stand_in::TheChildren().onWait = [](stand_in::ScriptedChild&, std::uint32_t) {
-        stand_in::FailVideo(Video(), u"Desktop capture lost (0x887A0026)");
-        stand_in::FailAudio(Audio(), u"Sound lost");
+    fake::TheChildren().onSpawn = nullptr;
+    fake::TheChildren().onWait = [](fake::ScriptedChild&, std::uint32_t) {
+        fake::FailVideo(Video(), u"Desktop capture lost (0x887A0026)");
+        fake::FailAudio(Audio(), u"Sound lost");
     };
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Desktop capture lost (0x887A0026)");
@@ -226,10 +224,8 @@ TEST_F(EncoderStart, VideoThatDiesDuringTheWaitGivesItsSentence) {
 
 TEST_F(EncoderStart, SoundThatDiesDuringTheWaitGivesItsSentence) {
     Configure(1920, 1080, 60);
-    stand_in::TheChildren().onSpawn = nullptr;
-    stand_in::TheChildren().onWait = [](stand_in::ScriptedChild&, std::uint32_t) {
-        stand_in::FailAudio(Audio(), u"Sound lost");
-    };
+    fake::TheChildren().onSpawn = nullptr;
+    fake::TheChildren().onWait = [](fake::ScriptedChild&, std::uint32_t) { fake::FailAudio(Audio(), u"Sound lost"); };
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Sound lost");
     EXPECT_TRUE(NothingRuns());
@@ -249,7 +245,7 @@ TEST_F(EncoderStart, AFastModeIsMeasuredForTwoSeconds) {
     Configure(1920, 1080, 120);
     FramesFlowAt(120, 0);
     EXPECT_TRUE(Start());
-    EXPECT_THAT(stand_in::LastChild().waits, testing::AllOf(SizeIs(20), Each(100U)));
+    EXPECT_THAT(fake::LastChild().waits, testing::AllOf(SizeIs(20), Each(100U)));
     EXPECT_EQ(ReadWhole(InCache(u"performance.log")),
               "1920x1080 target=120 measured=120 GPU encode/transport us=0 pipe wait us=0\n");
     EXPECT_EQ(engine->measuredFps, 0);
@@ -267,14 +263,14 @@ TEST_F(EncoderStart, ExactlyNinetyPercentPassesAtOnce) {
     Configure(1920, 1080, 120);
     FramesFlowAt(108, 0);
     EXPECT_TRUE(Start());
-    EXPECT_THAT(stand_in::LastChild().waits, SizeIs(20));
+    EXPECT_THAT(fake::LastChild().waits, SizeIs(20));
 }
 
 TEST_F(EncoderStart, ASecondMeasurementOfFiveSecondsCanStillPass) {
     Configure(1920, 1080, 120);
     FramesFlowAt(107, 119);
     EXPECT_TRUE(Start());
-    EXPECT_THAT(stand_in::LastChild().waits, SizeIs(20 + 50));
+    EXPECT_THAT(fake::LastChild().waits, SizeIs(20 + 50));
     EXPECT_EQ(ReadWhole(InCache(u"performance.log")),
               "1920x1080 target=120 measured=107 GPU encode/transport us=0 pipe wait us=0\n"
               "1920x1080 target=120 measured=119 GPU encode/transport us=0 pipe wait us=0\n");
@@ -288,7 +284,7 @@ TEST_F(EncoderStart, TwoSlowMeasurementsStopEverything) {
     EXPECT_EQ(engine->statusText, u"Speed check: 107 / 120" + Text(tooSlow));
     EXPECT_EQ(engine->measuredFps, 107);
     EXPECT_TRUE(NothingRuns());
-    EXPECT_EQ(stand_in::LastChild().input, "q\n");
+    EXPECT_EQ(fake::LastChild().input, "q\n");
 }
 
 TEST_F(EncoderStart, MeasurementsAreAppendedToTheLog) {
@@ -303,10 +299,10 @@ TEST_F(EncoderStart, MeasurementsAreAppendedToTheLog) {
 class SpeedCheckDeath : public EncoderStart {
 protected:
     /// Runs `die` in the 15th wait of the measurement.
-    void DieDuringMeasurement(const std::function<void(stand_in::ScriptedChild&)>& die) {
+    void DieDuringMeasurement(const std::function<void(fake::ScriptedChild&)>& die) {
         Configure(1920, 1080, 120);
-        stand_in::TheChildren().onWait = [die](stand_in::ScriptedChild& child, std::uint32_t timeoutMs) {
-            stand_in::AdvanceClockMs(timeoutMs);
+        fake::TheChildren().onWait = [die](fake::ScriptedChild& child, std::uint32_t timeoutMs) {
+            fake::AdvanceClockMs(timeoutMs);
             Video().encodedFrames += 12;
             if (child.waits.size() == 15) {
                 die(child);
@@ -316,9 +312,9 @@ protected:
 };
 
 TEST_F(SpeedCheckDeath, OfVideoGivesItsSentence) {
-    DieDuringMeasurement([](stand_in::ScriptedChild&) {
-        stand_in::FailVideo(Video(), u"Video lost");
-        stand_in::FailAudio(Audio(), u"Sound lost");
+    DieDuringMeasurement([](fake::ScriptedChild&) {
+        fake::FailVideo(Video(), u"Video lost");
+        fake::FailAudio(Audio(), u"Sound lost");
     });
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Capture stopped during speed check: Video lost");
@@ -329,14 +325,14 @@ TEST_F(SpeedCheckDeath, OfVideoGivesItsSentence) {
 }
 
 TEST_F(SpeedCheckDeath, OfSoundGivesItsSentence) {
-    DieDuringMeasurement([](stand_in::ScriptedChild&) { stand_in::FailAudio(Audio(), u"Sound lost"); });
+    DieDuringMeasurement([](fake::ScriptedChild&) { fake::FailAudio(Audio(), u"Sound lost"); });
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Capture stopped during speed check: Sound lost");
     EXPECT_TRUE(NothingRuns());
 }
 
 TEST_F(SpeedCheckDeath, OfTheChildNamesTheLog) {
-    DieDuringMeasurement([](stand_in::ScriptedChild& child) { stand_in::EndChild(child, 1); });
+    DieDuringMeasurement([](fake::ScriptedChild& child) { fake::EndChild(child, 1); });
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Capture stopped during speed check: Encoder exited. See " + Log());
     EXPECT_TRUE(NothingRuns());
@@ -344,9 +340,9 @@ TEST_F(SpeedCheckDeath, OfTheChildNamesTheLog) {
 }
 
 TEST_F(SpeedCheckDeath, WithASlowRateIsNotMeasuredAgain) {
-    DieDuringMeasurement([](stand_in::ScriptedChild& child) {
+    DieDuringMeasurement([](fake::ScriptedChild& child) {
         Video().encodedFrames = 1;
-        stand_in::EndChild(child, 1);
+        fake::EndChild(child, 1);
     });
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Capture stopped during speed check: Encoder exited. See " + Log());

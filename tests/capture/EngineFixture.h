@@ -1,4 +1,4 @@
-// A capture engine over stand-ins for children, workers, clock, environment and folders, in a folder of its own.
+// A capture engine over fakes for children, workers, clock, environment and folders, in a folder of its own.
 //
 // A child that is waited for lets the clock pass. Every child writes a progress file that says that frames flow, unless
 // a test scripts it otherwise.
@@ -15,15 +15,15 @@
 
 #include "capture/CaptureEngine.h"
 #include "capture/ReplayPlaylist.h"
+#include "fake/AudioCapture.h"
+#include "fake/Calls.h"
+#include "fake/ChildProcess.h"
+#include "fake/Clock.h"
+#include "fake/Environment.h"
+#include "fake/Folders.h"
+#include "fake/SegmentRelay.h"
+#include "fake/VideoCapture.h"
 #include "platform/Files.h"
-#include "stand_in/AudioCapture.h"
-#include "stand_in/Calls.h"
-#include "stand_in/ChildProcess.h"
-#include "stand_in/Clock.h"
-#include "stand_in/Environment.h"
-#include "stand_in/Folders.h"
-#include "stand_in/SegmentRelay.h"
-#include "stand_in/VideoCapture.h"
 #include "support/TemporaryFolder.h"
 
 namespace zv {
@@ -65,28 +65,28 @@ inline CaptureConfig PlainConfig() {
 class EngineTest : public testing::Test {
 protected:
     EngineTest() {
-        stand_in::ResetCalls();
-        stand_in::ResetClock();
-        stand_in::ResetChildren();
-        stand_in::ResetVideo();
-        stand_in::ResetAudio();
-        stand_in::ResetRelays();
-        stand_in::TheFolders().temporary = Here(u"temporary");
-        stand_in::TheEnvironment() = {};
-        stand_in::TheEnvironment().executableFolder = Here(u"program");
+        fake::ResetCalls();
+        fake::ResetClock();
+        fake::ResetChildren();
+        fake::ResetVideo();
+        fake::ResetAudio();
+        fake::ResetRelays();
+        fake::TheFolders().temporary = Here(u"temporary");
+        fake::TheEnvironment() = {};
+        fake::TheEnvironment().executableFolder = Here(u"program");
         std::filesystem::create_directory(ToPath(Here(u"temporary")));
         std::filesystem::create_directory(ToPath(Here(u"program")));
         WriteFile(Here(u"the ffmpeg"), "not run by these tests");
-        stand_in::TheEnvironment().variables[u"ZV_FFMPEG"] = Here(u"the ffmpeg");
-        stand_in::TheChildren().onSpawn = [](stand_in::ScriptedChild& child) { WriteProgress(child, "frame=1000\n"); };
-        stand_in::TheChildren().onWait = [](stand_in::ScriptedChild&, std::uint32_t timeoutMs) {
-            stand_in::AdvanceClockMs(timeoutMs);
+        fake::TheEnvironment().variables[u"ZV_FFMPEG"] = Here(u"the ffmpeg");
+        fake::TheChildren().onSpawn = [](fake::ScriptedChild& child) { WriteProgress(child, "frame=1000\n"); };
+        fake::TheChildren().onWait = [](fake::ScriptedChild&, std::uint32_t timeoutMs) {
+            fake::AdvanceClockMs(timeoutMs);
         };
         engine = std::make_unique<CaptureEngine>();
     }
     ~EngineTest() override { engine.reset(); }
 
-    static void WriteProgress(const stand_in::ScriptedChild& child, const std::string& text) {
+    static void WriteProgress(const fake::ScriptedChild& child, const std::string& text) {
         WriteFile(child.options.logPath + u".progress", text);
     }
 
@@ -126,10 +126,8 @@ protected:
         return names;
     }
 
-    static stand_in::ScriptedChild& ChildNumber(std::size_t index) {
-        return *stand_in::TheChildren().children.at(index);
-    }
-    static std::size_t ChildCount() { return stand_in::TheChildren().children.size(); }
+    static fake::ScriptedChild& ChildNumber(std::size_t index) { return *fake::TheChildren().children.at(index); }
+    static std::size_t ChildCount() { return fake::TheChildren().children.size(); }
 
 private:
     support::TemporaryFolder folder_;
@@ -141,7 +139,7 @@ protected:
 /// The calls of `names` among all that were made, in order.
 inline std::vector<std::string> CallsAmong(const std::vector<std::string>& names) {
     std::vector<std::string> found;
-    for (const std::string& call : stand_in::CallNames()) {
+    for (const std::string& call : fake::CallNames()) {
         if (std::find(names.begin(), names.end(), call) != names.end()) {
             found.push_back(call);
         }

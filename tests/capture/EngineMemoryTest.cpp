@@ -1,7 +1,7 @@
 // The engine on a machine that runs out of memory, at every request for some in turn: what it says about itself has to
 // be what it does.
 #include "EngineFixture.h"
-#include "stand_in/Allocations.h"
+#include "fake/Allocations.h"
 
 namespace zv {
 namespace {
@@ -9,14 +9,14 @@ namespace {
 class EngineMemory : public EngineTest {
 protected:
     EngineMemory() {
-        stand_in::TheChildren().onSpawn = [](stand_in::ScriptedChild& child) {
+        fake::TheChildren().onSpawn = [](fake::ScriptedChild& child) {
             WriteProgress(child, "frame=1000\n");
             const Text output = LastArgument(child.options.commandLine);
             if (output.ends_with(u".partial.mp4")) {
                 WriteFile(output, std::string(5000, 'x'));
             }
         };
-        stand_in::TheRelays().onStop = [] { stand_in::EndChild(stand_in::LastChild(), 0); };
+        fake::TheRelays().onStop = [] { fake::EndChild(fake::LastChild(), 0); };
     }
 
     /// Takes the step with memory for one request more each time until it gets through; `check` follows each of them.
@@ -26,11 +26,11 @@ protected:
         for (bool through = false; !through && nth < 2000; ++nth) {
             SCOPED_TRACE("request " + std::to_string(nth));
             try {
-                stand_in::RefuseAllocationsHereFrom(nth);
+                fake::RefuseAllocationsHereFrom(nth);
                 through = step();
-                stand_in::RefuseAllocationsHereFrom(0);
+                fake::RefuseAllocationsHereFrom(0);
             } catch (const std::bad_alloc&) {
-                stand_in::RefuseAllocationsHereFrom(0);
+                fake::RefuseAllocationsHereFrom(0);
             }
             check(through);
         }
@@ -49,7 +49,7 @@ TEST_F(EngineMemory, AReplayThatDoesNotComeUpLeavesNothingRunning) {
            [this](bool through) {
                EXPECT_EQ(engine->replayRunning, through);
                EXPECT_EQ(RunsAny(engine->replay), through);
-               EXPECT_EQ(stand_in::TheVideo().alive.size(), through ? 1U : 0U);
+               EXPECT_EQ(fake::TheVideo().alive.size(), through ? 1U : 0U);
            });
 }
 
@@ -108,10 +108,10 @@ TEST_F(EngineMemory, APollAlwaysHasAnAnswerForAReplayThatHasDied) {
         if (!engine->replayRunning) {
             ASSERT_TRUE(engine->StartReplay(true, 60));
         }
-        stand_in::FailVideo(*engine->replay.video, reason);
-        stand_in::RefuseAllocationsHereFrom(++nth);
+        fake::FailVideo(*engine->replay.video, reason);
+        fake::RefuseAllocationsHereFrom(++nth);
         result = PollCapture(*engine);
-        stand_in::RefuseAllocationsHereFrom(0);
+        fake::RefuseAllocationsHereFrom(0);
         EXPECT_TRUE(result.changed) << nth;
         EXPECT_TRUE(result.status == reason || result.status == u"Capture check failed. Try restarting replay.") << nth;
         EXPECT_EQ(engine->replayRunning, RunsAny(engine->replay)) << nth;

@@ -1,4 +1,4 @@
-// The engine with a real FFmpeg, real children, pipes and files. Only the desktop and the sound are stand-ins: a script
+// The engine with a real FFmpeg, real children, pipes and files. Only the desktop and the sound are fakes: a script
 // in place of the replay's FFmpeg says that frames flow, and the segments are made by hand.
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -11,11 +11,11 @@
 #include "capture/CaptureEngine.h"
 #include "capture/CaptureFiles.h"
 #include "capture/ReplayPlaylist.h"
+#include "fake/AudioCapture.h"
+#include "fake/VideoCapture.h"
 #include "platform/BytePipe.h"
 #include "platform/Files.h"
-#include "stand_in/AudioCapture.h"
-#include "stand_in/VideoCapture.h"
-#include "support/Road.h"
+#include "support/EndToEnd.h"
 
 namespace zv {
 namespace {
@@ -26,8 +26,8 @@ namespace fs = std::filesystem;
 class EngineWithFfmpeg : public testing::Test {
 protected:
     EngineWithFfmpeg() {
-        stand_in::ResetVideo();
-        stand_in::ResetAudio();
+        fake::ResetVideo();
+        fake::ResetAudio();
     }
     ~EngineWithFfmpeg() override {
         engine.StopAll();

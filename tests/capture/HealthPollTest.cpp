@@ -15,11 +15,9 @@ protected:
     }
     void StartRecordingFromReplay() {
         StartReplayWith(3);
-        stand_in::TheChildren().onSpawn = [this](stand_in::ScriptedChild&) {
-            WriteFile(working, std::string(2000, 'x'));
-        };
+        fake::TheChildren().onSpawn = [this](fake::ScriptedChild&) { WriteFile(working, std::string(2000, 'x')); };
         ASSERT_TRUE(engine->StartRecording(output));
-        stand_in::TheRelays().onStop = [] { stand_in::EndChild(ChildNumber(1), 0); };
+        fake::TheRelays().onStop = [] { fake::EndChild(ChildNumber(1), 0); };
         engine->statusText = u"before";
     }
     void ExpectRecordingFailed(const Text& status) {
@@ -50,21 +48,21 @@ TEST_F(HealthPoll, FindsNothingWrongWithWhatRuns) {
 
 TEST_F(HealthPoll, VideoOfARecordingThatDiedFailsTheRecording) {
     StartOwnRecording();
-    stand_in::FailVideo(*engine->recording.video, u"Video lost (0x887A0026)");
+    fake::FailVideo(*engine->recording.video, u"Video lost (0x887A0026)");
     engine->PollHealth();
     ExpectRecordingFailed(u"Video lost (0x887A0026)");
 }
 
 TEST_F(HealthPoll, VideoThatDiedWithoutASentenceLeavesNone) {
     StartOwnRecording();
-    stand_in::FailVideo(*engine->recording.video, u"");
+    fake::FailVideo(*engine->recording.video, u"");
     engine->PollHealth();
     ExpectRecordingFailed(u"");
 }
 
 TEST_F(HealthPoll, VideoOfTheReplayThatDiedStopsTheReplay) {
     StartReplayWith(3);
-    stand_in::FailVideo(*engine->replay.video, u"Video lost");
+    fake::FailVideo(*engine->replay.video, u"Video lost");
     engine->PollHealth();
     ExpectReplayStopped(u"Video lost");
     EXPECT_EQ(engine->state, EngineState::Ready);
@@ -72,7 +70,7 @@ TEST_F(HealthPoll, VideoOfTheReplayThatDiedStopsTheReplay) {
 
 TEST_F(HealthPoll, VideoOfTheReplayThatDiedSavesTheRecordingThatReadsFromItFirst) {
     StartRecordingFromReplay();
-    stand_in::FailVideo(*engine->replay.video, u"Video lost");
+    fake::FailVideo(*engine->replay.video, u"Video lost");
     engine->PollHealth();
     ExpectReplayStopped(u"Video lost");
     EXPECT_EQ(engine->state, EngineState::Ready);
@@ -83,35 +81,35 @@ TEST_F(HealthPoll, VideoOfTheReplayThatDiedSavesTheRecordingThatReadsFromItFirst
 
 TEST_F(HealthPoll, SoundOfARecordingThatDiedFailsTheRecording) {
     StartOwnRecording();
-    stand_in::FailAudio(*engine->recording.audio, u"Sound lost");
+    fake::FailAudio(*engine->recording.audio, u"Sound lost");
     engine->PollHealth();
     ExpectRecordingFailed(u"Sound lost");
 }
 
 TEST_F(HealthPoll, SoundOfARecordingThatDiedWithoutASentenceGetsOne) {
     StartOwnRecording();
-    stand_in::FailAudio(*engine->recording.audio, u"");
+    fake::FailAudio(*engine->recording.audio, u"");
     engine->PollHealth();
     ExpectRecordingFailed(u"Recording audio stopped unexpectedly.");
 }
 
 TEST_F(HealthPoll, SoundOfTheReplayThatDiedStopsTheReplay) {
     StartReplayWith(3);
-    stand_in::FailAudio(*engine->replay.audio, u"Sound lost");
+    fake::FailAudio(*engine->replay.audio, u"Sound lost");
     engine->PollHealth();
     ExpectReplayStopped(u"Sound lost");
 }
 
 TEST_F(HealthPoll, SoundOfTheReplayThatDiedWithoutASentenceGetsOne) {
     StartReplayWith(3);
-    stand_in::FailAudio(*engine->replay.audio, u"");
+    fake::FailAudio(*engine->replay.audio, u"");
     engine->PollHealth();
     ExpectReplayStopped(u"Replay audio stopped unexpectedly.");
 }
 
 TEST_F(HealthPoll, SoundOfTheReplayThatDiedDoesNotFinishTheRecording) {
     StartRecordingFromReplay();
-    stand_in::FailAudio(*engine->replay.audio, u"Sound lost");
+    fake::FailAudio(*engine->replay.audio, u"Sound lost");
     engine->PollHealth();
     ExpectReplayStopped(u"Sound lost");
     EXPECT_EQ(engine->state, EngineState::Recording);
@@ -120,22 +118,22 @@ TEST_F(HealthPoll, SoundOfTheReplayThatDiedDoesNotFinishTheRecording) {
 
 TEST_F(HealthPoll, AChildOfARecordingThatDiedFailsTheRecording) {
     StartOwnRecording();
-    stand_in::EndChild(stand_in::LastChild(), 0);
+    fake::EndChild(fake::LastChild(), 0);
     engine->PollHealth();
     ExpectRecordingFailed(u"Recording encoder stopped unexpectedly. Logs: " + engine->cacheDir);
-    EXPECT_EQ(stand_in::LastChild().input, "");
+    EXPECT_EQ(fake::LastChild().input, "");
 }
 
 TEST_F(HealthPoll, AChildOfTheReplayThatDiedStopsTheReplay) {
     StartReplayWith(3);
-    stand_in::EndChild(ChildNumber(0), 1);
+    fake::EndChild(ChildNumber(0), 1);
     engine->PollHealth();
     ExpectReplayStopped(u"Replay encoder stopped unexpectedly. Logs: " + engine->cacheDir);
 }
 
 TEST_F(HealthPoll, AChildOfTheReplayThatDiedDoesNotFinishTheRecording) {
     StartRecordingFromReplay();
-    stand_in::EndChild(ChildNumber(0), 1);
+    fake::EndChild(ChildNumber(0), 1);
     engine->PollHealth();
     ExpectReplayStopped(u"Replay encoder stopped unexpectedly. Logs: " + engine->cacheDir);
     EXPECT_EQ(engine->state, EngineState::Recording);
@@ -145,17 +143,17 @@ TEST_F(HealthPoll, AChildOfTheReplayThatDiedDoesNotFinishTheRecording) {
 
 TEST_F(HealthPoll, AChildThatDiedOfItsVideoIsReportedByTheVideo) {
     StartReplayWith(3);
-    stand_in::FailVideo(*engine->replay.video, u"Video lost");
-    stand_in::FailAudio(*engine->replay.audio, u"Sound lost");
-    stand_in::EndChild(ChildNumber(0), 1);
+    fake::FailVideo(*engine->replay.video, u"Video lost");
+    fake::FailAudio(*engine->replay.audio, u"Sound lost");
+    fake::EndChild(ChildNumber(0), 1);
     engine->PollHealth();
     ExpectReplayStopped(u"Video lost");
 }
 
 TEST_F(HealthPoll, ALaterCheckStillRunsAfterAnEarlierOneFired) {
     StartRecordingFromReplay();
-    stand_in::EndChild(ChildNumber(0), 1);
-    stand_in::EndChild(ChildNumber(1), 1);
+    fake::EndChild(ChildNumber(0), 1);
+    fake::EndChild(ChildNumber(1), 1);
     engine->PollHealth();
     EXPECT_EQ(engine->state, EngineState::Failed);
     EXPECT_FALSE(engine->replayRunning);
@@ -164,19 +162,19 @@ TEST_F(HealthPoll, ALaterCheckStillRunsAfterAnEarlierOneFired) {
 
 TEST_F(HealthPoll, NothingIsEverStartedAgain) {
     StartReplayWith(3);
-    stand_in::EndChild(ChildNumber(0), 1);
+    fake::EndChild(ChildNumber(0), 1);
     for (int poll = 0; poll < 5; ++poll) {
         engine->PollHealth();
     }
     EXPECT_EQ(ChildCount(), 1U);
-    EXPECT_THAT(stand_in::TheVideo().alive, IsEmpty());
+    EXPECT_THAT(fake::TheVideo().alive, IsEmpty());
 }
 
 class FrameRateSample : public HealthPoll {};
 
 TEST_F(FrameRateSample, TheFirstPollAfterAStartJustTakesASample) {
     StartReplayWith(1);
-    stand_in::TheClock().nowNs = 50'000'000'000;
+    fake::TheClock().nowNs = 50'000'000'000;
     engine->replay.video->encodedFrames = 300;
     engine->PollHealth();
     EXPECT_EQ(engine->fpsSampleTick, 50000U);
@@ -186,14 +184,14 @@ TEST_F(FrameRateSample, TheFirstPollAfterAStartJustTakesASample) {
 
 TEST_F(FrameRateSample, IsKeptForTwoSecondsAndThenMeasured) {
     StartReplayWith(1);
-    stand_in::TheClock().nowNs = 50'000'000'000;
+    fake::TheClock().nowNs = 50'000'000'000;
     engine->PollHealth();
-    stand_in::AdvanceClockMs(1999);
+    fake::AdvanceClockMs(1999);
     engine->replay.video->encodedFrames = 100;
     engine->PollHealth();
     EXPECT_EQ(engine->fpsSampleTick, 50000U);
     EXPECT_EQ(engine->measuredFps, 0);
-    stand_in::AdvanceClockMs(1);
+    fake::AdvanceClockMs(1);
     engine->replay.video->encodedFrames = 119;
     engine->PollHealth();
     EXPECT_EQ(engine->measuredFps, 59);
@@ -205,7 +203,7 @@ TEST_F(FrameRateSample, ACountThatWentBackwardsStartsANewSample) {
     StartReplayWith(1);
     engine->replay.video->encodedFrames = 500;
     engine->PollHealth();
-    stand_in::AdvanceClockMs(100);
+    fake::AdvanceClockMs(100);
     engine->replay.video->encodedFrames = 20;
     engine->PollHealth();
     EXPECT_EQ(engine->fpsSampleFrames, 20U);
@@ -242,7 +240,7 @@ TEST_F(PollCaptureTest, TellsTheSecondsAndNoTextWhileNothingChanged) {
 
 TEST_F(PollCaptureTest, TellsOnceThatTheReplayDied) {
     StartReplayWith(4);
-    stand_in::EndChild(ChildNumber(0), 1);
+    fake::EndChild(ChildNumber(0), 1);
     CapturePollResult result = PollCapture(*engine);
     EXPECT_EQ(result.bufferedSeconds, 0);
     EXPECT_TRUE(result.changed);
@@ -254,7 +252,7 @@ TEST_F(PollCaptureTest, TellsOnceThatTheReplayDied) {
 
 TEST_F(PollCaptureTest, TellsThatTheStateChanged) {
     StartOwnRecording();
-    stand_in::EndChild(stand_in::LastChild(), 1);
+    fake::EndChild(fake::LastChild(), 1);
     const CapturePollResult result = PollCapture(*engine);
     EXPECT_TRUE(result.changed);
     EXPECT_EQ(result.status, u"Recording encoder stopped unexpectedly. Logs: " + engine->cacheDir);
@@ -262,7 +260,7 @@ TEST_F(PollCaptureTest, TellsThatTheStateChanged) {
 
 TEST_F(PollCaptureTest, AnythingThrownBecomesOneSentence) {
     StartReplayWith(4);
-    stand_in::ThrowInCall("IsRunning", stand_in::CountOf("IsRunning") + 1);
+    fake::ThrowInCall("IsRunning", fake::CountOf("IsRunning") + 1);
     const CapturePollResult result = PollCapture(*engine);
     EXPECT_EQ(result.bufferedSeconds, 0);
     EXPECT_TRUE(result.changed);

@@ -12,7 +12,7 @@ class ManualRecording : public EngineTest {
 protected:
     /// Every recording child writes `bytes` bytes at once.
     void ScriptMedia(std::size_t bytes) {
-        stand_in::TheChildren().onSpawn = [this, bytes](stand_in::ScriptedChild& child) {
+        fake::TheChildren().onSpawn = [this, bytes](fake::ScriptedChild& child) {
             WriteProgress(child, "frame=1000\n");
             if (LastArgument(child.options.commandLine) == working) {
                 WriteFile(working, std::string(bytes, 'x'));
@@ -23,7 +23,7 @@ protected:
         StartReplayWith(3);
         ScriptMedia(2000);
         ASSERT_TRUE(engine->StartRecording(output));
-        stand_in::TheRelays().onStop = [] { stand_in::EndChild(stand_in::LastChild(), 0); };
+        fake::TheRelays().onStop = [] { fake::EndChild(fake::LastChild(), 0); };
     }
     void StartOwn() {
         ASSERT_TRUE(engine->Configure(PlainConfig()));
@@ -33,7 +33,7 @@ protected:
     bool RecordingIsEmpty() const {
         return !engine->recording.process && !engine->recording.video && !engine->recording.audio;
     }
-    static std::uint64_t Now() { return static_cast<std::uint64_t>(stand_in::TheClock().nowNs / 1'000'000); }
+    static std::uint64_t Now() { return static_cast<std::uint64_t>(fake::TheClock().nowNs / 1'000'000); }
 
     Text output = Here(u"a.mp4");
     Text working = Here(u"a.mp4.partial.mp4");
@@ -47,22 +47,22 @@ TEST_F(ManualRecording, FromTheReplayReadsItsSegmentsThroughARelay) {
     EXPECT_EQ(engine->state, EngineState::Recording);
     EXPECT_EQ(engine->statusText, u"Recording started. Stop Recording to finalize video and selected audio.");
     EXPECT_EQ(engine->recordingPath, output);
-    EXPECT_THAT(stand_in::TheRelays().folders, ElementsAre(engine->replayDir));
-    EXPECT_EQ(stand_in::LastChild().options.commandLine,
+    EXPECT_THAT(fake::TheRelays().folders, ElementsAre(engine->replayDir));
+    EXPECT_EQ(fake::LastChild().options.commandLine,
               Quoted(Here(u"the ffmpeg")) +
                   u" -hide_banner -loglevel warning -y -probesize 67108864 -analyzeduration 3000000 -f mpegts "
                   u"-i \"segment pipe\" -map 0:v:0 -map 0:a? -c copy -bsf:a aac_adtstoasc -frag_duration 1000000 "
                   u"-movflags +frag_keyframe+empty_moov+default_base_moof " +
                   Quoted(working));
-    EXPECT_EQ(stand_in::LastChild().options.logPath, InCache(u"recording-remux.log"));
-    EXPECT_THAT(stand_in::TheVideo().starts, SizeIs(1));  // no second capture
+    EXPECT_EQ(fake::LastChild().options.logPath, InCache(u"recording-remux.log"));
+    EXPECT_THAT(fake::TheVideo().starts, SizeIs(1));  // no second capture
 }
 
 TEST_F(ManualRecording, WithoutAReplayCapturesByItself) {
     StartOwn();
     EXPECT_EQ(engine->state, EngineState::Recording);
     EXPECT_EQ(engine->statusText, u"Recording started. Stop Recording to finalize video and selected audio.");
-    EXPECT_EQ(stand_in::LastChild().options.commandLine,
+    EXPECT_EQ(fake::LastChild().options.commandLine,
               Quoted(Here(u"the ffmpeg")) + u" -hide_banner -loglevel warning -y -progress " +
                   Quoted(InCache(u"recording.log.progress")) +
                   u" -stats_period 0.5 -thread_queue_size 64 -f mpegts -probesize 65536 -analyzeduration 0 "
@@ -71,7 +71,7 @@ TEST_F(ManualRecording, WithoutAReplayCapturesByItself) {
                   u"-af aresample=async=1000:first_pts=0 -c:a aac -b:a 192k -ar 48000 -c:v copy "
                   u"-movflags +frag_keyframe+empty_moov+default_base_moof " +
                   Quoted(working));
-    EXPECT_EQ(stand_in::LastChild().options.logPath, InCache(u"recording.log"));
+    EXPECT_EQ(fake::LastChild().options.logPath, InCache(u"recording.log"));
     EXPECT_FALSE(engine->recording.relay);
 }
 
@@ -81,12 +81,12 @@ TEST_F(ManualRecording, WithoutSoundWaitsForNone) {
     ASSERT_TRUE(engine->Configure(config));
     EXPECT_TRUE(engine->StartRecording(output));
     EXPECT_FALSE(engine->recording.audio);
-    EXPECT_THAT(Narrow(stand_in::LastChild().options.commandLine), testing::HasSubstr(" -map 0:v:0 -an -c:v copy "));
+    EXPECT_THAT(Narrow(fake::LastChild().options.commandLine), testing::HasSubstr(" -map 0:v:0 -an -c:v copy "));
 }
 
 TEST_F(ManualRecording, ADeadReplayIsNoReplay) {
     StartReplayWith(3);
-    stand_in::EndChild(ChildNumber(0), 1);
+    fake::EndChild(ChildNumber(0), 1);
     ScriptMedia(2000);
     EXPECT_TRUE(engine->StartRecording(output));
     EXPECT_FALSE(engine->recording.relay);
@@ -104,12 +104,12 @@ TEST_F(ManualRecording, ASecondStartWhileOneRunsChangesNothing) {
 
 TEST_F(ManualRecording, TheRemainsOfADeadOneAreClearedFirst) {
     StartOwn();
-    stand_in::EndChild(stand_in::LastChild(), 1);
+    fake::EndChild(fake::LastChild(), 1);
     output = Here(u"b.mp4");
     working = Here(u"b.mp4.partial.mp4");
     EXPECT_TRUE(engine->StartRecording(output));
     EXPECT_FALSE(ChildNumber(0).processHeld);
-    EXPECT_THAT(stand_in::TheVideo().alive, SizeIs(1));
+    EXPECT_THAT(fake::TheVideo().alive, SizeIs(1));
 }
 
 TEST_F(ManualRecording, IsRefusedWhenAFileOfThatNameExists) {
@@ -134,7 +134,7 @@ TEST_F(ManualRecording, IsRefusedByAnUnusableFolderBeforeAnyRelayIsMade) {
     EXPECT_FALSE(engine->StartRecording(JoinPath(Here(u"a file"), u"a.mp4")));
     EXPECT_EQ(engine->statusText, u"Cannot create recording file (folder denied or file exists).");
     EXPECT_EQ(engine->state, EngineState::Ready);
-    EXPECT_THAT(stand_in::TheRelays().folders, IsEmpty());
+    EXPECT_THAT(fake::TheRelays().folders, IsEmpty());
 }
 
 TEST_F(ManualRecording, TheFolderIsMadeWithItsParents) {
@@ -153,7 +153,7 @@ TEST_F(ManualRecording, WaitsFourSecondsForMediaAndWorksAtALaterPress) {
     EXPECT_EQ(Now() - before, 4000U);
     EXPECT_EQ(engine->statusText, u"Replay is still warming up. Try Record again in a moment.");
     EXPECT_EQ(engine->state, EngineState::Ready);
-    EXPECT_THAT(stand_in::TheRelays().folders, IsEmpty());
+    EXPECT_THAT(fake::TheRelays().folders, IsEmpty());
     WriteSegments(0, 1);
     EXPECT_TRUE(engine->StartRecording(output));
     EXPECT_EQ(engine->state, EngineState::Recording);
@@ -169,7 +169,7 @@ TEST_F(ManualRecording, DoesNotWaitWhenMediaIsThere) {
 
 TEST_F(ManualRecording, ARelayThatDoesNotStartFailsTheStart) {
     StartReplayWith(3);
-    stand_in::FailCall("SegmentRelay::Start", 1, 0);
+    fake::FailCall("SegmentRelay::Start", 1, 0);
     EXPECT_FALSE(engine->StartRecording(output));
     EXPECT_EQ(engine->statusText, remuxFailed);
     EXPECT_EQ(engine->state, EngineState::Failed);
@@ -179,35 +179,35 @@ TEST_F(ManualRecording, ARelayThatDoesNotStartFailsTheStart) {
 
 TEST_F(ManualRecording, AnotherStartReplacesTheRelayOfAFailedOne) {
     StartReplayWith(3);
-    stand_in::FailCall("SegmentRelay::Start", 1, 0);
+    fake::FailCall("SegmentRelay::Start", 1, 0);
     ASSERT_FALSE(engine->StartRecording(output));
     ScriptMedia(2000);
     EXPECT_TRUE(engine->StartRecording(output));
-    EXPECT_THAT(stand_in::TheRelays().alive, SizeIs(1));
+    EXPECT_THAT(fake::TheRelays().alive, SizeIs(1));
     EXPECT_EQ(engine->state, EngineState::Recording);
 }
 
 TEST_F(ManualRecording, AnOwnCaptureAfterARelayThatDidNotStartIsSavedLikeAnyOther) {
     StartReplayWith(3);
-    stand_in::FailCall("SegmentRelay::Start", 1, 0);
+    fake::FailCall("SegmentRelay::Start", 1, 0);
     ASSERT_FALSE(engine->StartRecording(output));
     engine->StartReplay(false, 60);
     ScriptMedia(2000);
     ASSERT_TRUE(engine->StartRecording(output));
     EXPECT_FALSE(engine->recording.relay);
     engine->FinishRecording();
-    EXPECT_EQ(stand_in::LastChild().input, "q\n");
+    EXPECT_EQ(fake::LastChild().input, "q\n");
     EXPECT_EQ(engine->statusText, u"Recording saved: " + output);
 }
 
 TEST_F(ManualRecording, AChildThatDoesNotStartFailsTheStart) {
     StartReplayWith(3);
-    stand_in::FailCall("SpawnChild", 2, 0);
+    fake::FailCall("SpawnChild", 2, 0);
     EXPECT_FALSE(engine->StartRecording(output));
     EXPECT_EQ(engine->statusText, remuxFailed);
     EXPECT_EQ(engine->state, EngineState::Failed);
     EXPECT_TRUE(RecordingIsEmpty());
-    EXPECT_THAT(stand_in::TheRelays().alive, IsEmpty());
+    EXPECT_THAT(fake::TheRelays().alive, IsEmpty());
 }
 
 TEST_F(ManualRecording, NoMediaInTwelveSecondsFailsTheStart) {
@@ -226,9 +226,9 @@ TEST_F(ManualRecording, NoMediaInTwelveSecondsFailsTheStart) {
 
 TEST_F(ManualRecording, AChildThatDiesAtTheStartFailsItAtOnce) {
     StartReplayWith(3);
-    stand_in::TheChildren().onSpawn = [this](stand_in::ScriptedChild& child) {
+    fake::TheChildren().onSpawn = [this](fake::ScriptedChild& child) {
         WriteFile(working, std::string(5000, 'x'));
-        stand_in::EndChild(child, 1);
+        fake::EndChild(child, 1);
     };
     const std::uint64_t before = Now();
     EXPECT_FALSE(engine->StartRecording(output));
@@ -239,7 +239,7 @@ TEST_F(ManualRecording, AChildThatDiesAtTheStartFailsItAtOnce) {
 
 TEST_F(ManualRecording, AnOwnCaptureThatFailsKeepsItsOwnSentence) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
-    stand_in::FailCall("VideoCapture::Start", 1, 0);
+    fake::FailCall("VideoCapture::Start", 1, 0);
     EXPECT_FALSE(engine->StartRecording(output));
     EXPECT_EQ(engine->statusText, u"Video could not start.");
     EXPECT_EQ(engine->state, EngineState::Failed);
@@ -248,9 +248,9 @@ TEST_F(ManualRecording, AnOwnCaptureThatFailsKeepsItsOwnSentence) {
 
 TEST_F(ManualRecording, AnOwnCaptureThatFailsLeavesNoWorkingFile) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
-    stand_in::TheChildren().onSpawn = [this](stand_in::ScriptedChild& child) {
+    fake::TheChildren().onSpawn = [this](fake::ScriptedChild& child) {
         WriteFile(working, "a beginning");
-        stand_in::EndChild(child, 1);
+        fake::EndChild(child, 1);
     };
     EXPECT_FALSE(engine->StartRecording(output));
     EXPECT_EQ(engine->statusText,
@@ -262,13 +262,13 @@ TEST_F(ManualRecording, AnOwnCaptureThatFailsLeavesNoWorkingFile) {
 TEST_F(ManualRecording, FromTheReplayIsSavedAtTheEndOfItsInput) {
     StartFromReplay();
     engine->FinishRecording();
-    EXPECT_EQ(stand_in::LastChild().input, "");  // no quit command
+    EXPECT_EQ(fake::LastChild().input, "");  // no quit command
     EXPECT_EQ(engine->state, EngineState::Ready);
     EXPECT_EQ(engine->statusText, u"Recording saved: " + output);
     EXPECT_TRUE(Exists(output));
     EXPECT_FALSE(Exists(working));
     EXPECT_TRUE(RecordingIsEmpty());
-    EXPECT_THAT(stand_in::TheRelays().alive, IsEmpty());
+    EXPECT_THAT(fake::TheRelays().alive, IsEmpty());
     EXPECT_TRUE(engine->replayRunning);
     EXPECT_TRUE(ChildNumber(0).running);
 }
@@ -276,11 +276,11 @@ TEST_F(ManualRecording, FromTheReplayIsSavedAtTheEndOfItsInput) {
 TEST_F(ManualRecording, AnOwnCaptureIsSavedAfterTheQuitCommand) {
     StartOwn();
     engine->FinishRecording();
-    EXPECT_EQ(stand_in::LastChild().input, "q\n");
+    EXPECT_EQ(fake::LastChild().input, "q\n");
     EXPECT_EQ(engine->state, EngineState::Ready);
     EXPECT_EQ(engine->statusText, u"Recording saved: " + output);
     EXPECT_TRUE(Exists(output));
-    EXPECT_THAT(stand_in::TheVideo().alive, IsEmpty());
+    EXPECT_THAT(fake::TheVideo().alive, IsEmpty());
 }
 
 TEST_F(ManualRecording, FinishingNothingChangesNothing) {
@@ -303,17 +303,17 @@ protected:
 
 TEST_F(UnfinishedRecording, AChildThatDoesNotEndIsKilledAfterThirtySecondsAndItsFileStays) {
     StartFromReplay();
-    stand_in::TheRelays().onStop = nullptr;
+    fake::TheRelays().onStop = nullptr;
     engine->FinishRecording();
-    EXPECT_THAT(stand_in::LastChild().waits, ElementsAre(30000U));
-    EXPECT_TRUE(stand_in::LastChild().terminated);
+    EXPECT_THAT(fake::LastChild().waits, ElementsAre(30000U));
+    EXPECT_TRUE(fake::LastChild().terminated);
     ExpectUnfinished();
     EXPECT_FALSE(Exists(output));
 }
 
 TEST_F(UnfinishedRecording, AnotherExitCodeIsNotTrusted) {
     StartOwn();
-    stand_in::LastChild().quitCode = 1;
+    fake::LastChild().quitCode = 1;
     engine->FinishRecording();
     ExpectUnfinished();
     EXPECT_FALSE(Exists(output));
@@ -336,7 +336,7 @@ TEST_F(UnfinishedRecording, ARenameThatFailsLeavesTheWorkingFile) {
 
 TEST_F(UnfinishedRecording, ANextRecordingCanBeStarted) {
     StartOwn();
-    stand_in::LastChild().quitCode = 1;
+    fake::LastChild().quitCode = 1;
     engine->FinishRecording();
     output = Here(u"b.mp4");
     working = Here(u"b.mp4.partial.mp4");
@@ -348,7 +348,7 @@ TEST_F(ManualRecording, AnOutputOf1025BytesIsARecording) {
     StartReplayWith(3);
     ScriptMedia(1025);
     ASSERT_TRUE(engine->StartRecording(output));
-    stand_in::TheRelays().onStop = [] { stand_in::EndChild(stand_in::LastChild(), 0); };
+    fake::TheRelays().onStop = [] { fake::EndChild(fake::LastChild(), 0); };
     engine->FinishRecording();
     EXPECT_EQ(engine->state, EngineState::Ready);
     EXPECT_TRUE(Exists(output));

@@ -23,13 +23,13 @@ protected:
 TEST_F(ReplayBuffer, StartsFfmpegWithItsExactCommandLine) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
     EXPECT_TRUE(engine->StartReplay(true, 60));
-    EXPECT_EQ(stand_in::LastChild().options.commandLine,
+    EXPECT_EQ(fake::LastChild().options.commandLine,
               ReplayLine(u"-thread_queue_size 64 -f mpegts -probesize 65536 -analyzeduration 0 -i \"video pipe\" "
                          u"-avioflags direct -blocksize 3840 -thread_queue_size 32 -f f32le -ar 48000 -ac 2 "
                          u"-probesize 32 -analyzeduration 0 -i \"audio pipe\" -map 0:v:0 -map 1:a:0 "
                          u"-af aresample=async=1000:first_pts=0 -c:a aac -b:a 192k -ar 48000 ",
                          u"60"));
-    EXPECT_EQ(stand_in::LastChild().options.logPath, InCache(u"replay.log"));
+    EXPECT_EQ(fake::LastChild().options.logPath, InCache(u"replay.log"));
     EXPECT_TRUE(engine->replayRunning);
     EXPECT_EQ(engine->state, EngineState::Ready);
     EXPECT_EQ(engine->statusText, u"Replay is buffering video and selected audio. Allow 2 seconds before saving.");
@@ -40,7 +40,7 @@ TEST_F(ReplayBuffer, WithoutSoundHasASingleInput) {
     config.gameAudioEnabled = false;
     ASSERT_TRUE(engine->Configure(config));
     EXPECT_TRUE(engine->StartReplay(true, 60));
-    EXPECT_EQ(stand_in::LastChild().options.commandLine,
+    EXPECT_EQ(fake::LastChild().options.commandLine,
               ReplayLine(u"-thread_queue_size 64 -f mpegts -probesize 65536 -analyzeduration 0 -i \"video pipe\" "
                          u"-map 0:v:0 -an ",
                          u"60"));
@@ -49,7 +49,7 @@ TEST_F(ReplayBuffer, WithoutSoundHasASingleInput) {
 
 TEST_F(ReplayBuffer, TheFolderIsNamedByTheTick) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
-    stand_in::TheClock().nowNs = 77'000'000'000;
+    fake::TheClock().nowNs = 77'000'000'000;
     ASSERT_TRUE(engine->StartReplay(true, 60));
     EXPECT_EQ(engine->replayDir, InCache(u"replay-77000"));
     EXPECT_TRUE(std::filesystem::is_directory(ToPath(engine->replayDir)));
@@ -68,7 +68,7 @@ TEST_P(ReplayLength, IsClampedAndBecomesTheListSize) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
     ASSERT_TRUE(engine->StartReplay(true, GetParam().asked));
     EXPECT_EQ(engine->replaySeconds, GetParam().inForce);
-    EXPECT_THAT(Narrow(stand_in::LastChild().options.commandLine),
+    EXPECT_THAT(Narrow(fake::LastChild().options.commandLine),
                 testing::HasSubstr(" -hls_list_size " + std::to_string(GetParam().inForce) + " -hls_delete"));
 }
 
@@ -96,7 +96,7 @@ TEST_F(ReplayBuffer, TheSameLengthIsComparedAfterClamping) {
 TEST_F(ReplayBuffer, AnotherLengthStartsAgainFromAnEmptyFolder) {
     StartReplayWith(3);
     const Text before = engine->replayDir;
-    stand_in::AdvanceClockMs(10);
+    fake::AdvanceClockMs(10);
     EXPECT_TRUE(engine->StartReplay(true, 90));
     EXPECT_EQ(ChildCount(), 2U);
     EXPECT_FALSE(ChildNumber(0).running);
@@ -110,8 +110,8 @@ TEST_F(ReplayBuffer, AnotherLengthStartsAgainFromAnEmptyFolder) {
 
 TEST_F(ReplayBuffer, ADeadChildIsReplacedEvenWithTheSameLength) {
     StartReplayWith(3);
-    stand_in::EndChild(ChildNumber(0), 1);
-    stand_in::AdvanceClockMs(10);
+    fake::EndChild(ChildNumber(0), 1);
+    fake::AdvanceClockMs(10);
     EXPECT_TRUE(engine->StartReplay(true, 60));
     EXPECT_EQ(ChildCount(), 2U);
 }
@@ -146,7 +146,7 @@ TEST_F(ReplayBuffer, IsRefusedWhileARecordingCapturesByItself) {
 
 TEST_F(ReplayBuffer, ARecordingThatReadsFromTheReplayDoesNotRefuseAnotherLength) {
     StartReplayWith(3);
-    stand_in::TheChildren().onSpawn = [](stand_in::ScriptedChild& child) {
+    fake::TheChildren().onSpawn = [](fake::ScriptedChild& child) {
         WriteProgress(child, "frame=1000\n");
         if (child.options.logPath.ends_with(u"recording-remux.log")) {
             WriteFile(LastArgument(child.options.commandLine), std::string(2000, 'x'));
@@ -154,17 +154,17 @@ TEST_F(ReplayBuffer, ARecordingThatReadsFromTheReplayDoesNotRefuseAnotherLength)
     };
     ASSERT_TRUE(engine->StartRecording(Here(u"a.mp4")));
     const Text before = engine->replayDir;
-    stand_in::AdvanceClockMs(10);
+    fake::AdvanceClockMs(10);
     EXPECT_TRUE(engine->StartReplay(true, 90));
     EXPECT_FALSE(Exists(before));
-    EXPECT_THAT(stand_in::TheRelays().folders, ElementsAre(before));  // the relay goes on watching what is gone
+    EXPECT_THAT(fake::TheRelays().folders, ElementsAre(before));  // the relay goes on watching what is gone
     EXPECT_TRUE(engine->recording.relay);
     EXPECT_EQ(engine->state, EngineState::Recording);
 }
 
 TEST_F(ReplayBuffer, AFolderThatCannotBeMadeIsReported) {
     StartReplayWith(3);
-    stand_in::AdvanceClockMs(10);
+    fake::AdvanceClockMs(10);
     WriteFile(Here(u"a file"), "");
     engine->cacheDir = Here(u"a file");
     EXPECT_FALSE(engine->StartReplay(true, 90));
@@ -176,15 +176,15 @@ TEST_F(ReplayBuffer, AFolderThatCannotBeMadeIsReported) {
 
 TEST_F(ReplayBuffer, AFailedStartLeavesNothingButTheEmptyFolder) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
-    stand_in::FailCall("SpawnChild", 1, 0);
+    fake::FailCall("SpawnChild", 1, 0);
     EXPECT_FALSE(engine->StartReplay(true, 60));
     EXPECT_EQ(engine->statusText, u"Cannot start NVENC encoder. See " + InCache(u"replay.log"));
     EXPECT_FALSE(engine->replayRunning);
     EXPECT_FALSE(engine->replay.process);
-    EXPECT_THAT(stand_in::TheVideo().alive, IsEmpty());
+    EXPECT_THAT(fake::TheVideo().alive, IsEmpty());
     EXPECT_TRUE(Exists(engine->replayDir));
     const Text left = engine->replayDir;
-    stand_in::AdvanceClockMs(10);
+    fake::AdvanceClockMs(10);
     EXPECT_TRUE(engine->StartReplay(true, 60));
     EXPECT_FALSE(Exists(left));
 }
@@ -202,11 +202,11 @@ TEST_F(ReplayBuffer, WarmingUpItHasNoSecondsAndThenThoseOfThePlaylist) {
 
 TEST_F(ReplayBuffer, StopAllEndsRecordingAndReplayAndRemovesTheFolder) {
     StartReplayWith(3);
-    stand_in::TheChildren().onSpawn = [](stand_in::ScriptedChild& child) {
+    fake::TheChildren().onSpawn = [](fake::ScriptedChild& child) {
         WriteFile(LastArgument(child.options.commandLine), std::string(2000, 'x'));
     };
     ASSERT_TRUE(engine->StartRecording(Here(u"a.mp4")));
-    stand_in::TheRelays().onStop = [] { stand_in::EndChild(stand_in::LastChild(), 0); };
+    fake::TheRelays().onStop = [] { fake::EndChild(fake::LastChild(), 0); };
     engine->StopAll();
     EXPECT_TRUE(Exists(Here(u"a.mp4")));
     EXPECT_EQ(engine->statusText, u"Recording saved: " + Here(u"a.mp4"));

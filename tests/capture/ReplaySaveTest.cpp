@@ -10,13 +10,13 @@ class ReplaySave : public EngineTest {
 protected:
     /// What the joining child does: writes `bytes` bytes of output and ends with `exitCode`.
     void ScriptJoin(std::size_t bytes, std::uint32_t exitCode) {
-        stand_in::TheChildren().onSpawn = [this, bytes, exitCode](stand_in::ScriptedChild& child) {
+        fake::TheChildren().onSpawn = [this, bytes, exitCode](fake::ScriptedChild& child) {
             saveFolder = FromPath(ToPath(FirstInput(child.options.commandLine)).parent_path());
             concat = ReadWhole(FirstInput(child.options.commandLine));
             concatAsText = ReadWhole(FirstInput(child.options.commandLine), std::ios::in);
             entries = EntriesOf(saveFolder);
             WriteFile(LastArgument(child.options.commandLine), std::string(bytes, 'x'));
-            stand_in::EndChild(child, exitCode);
+            fake::EndChild(child, exitCode);
         };
     }
     static Text FirstInput(const Text& commandLine) {
@@ -61,15 +61,15 @@ TEST_F(ReplaySave, TheLineEndsOfTheListFollowThePlatform) {
 TEST_F(ReplaySave, RunsFfmpegWithItsExactCommandLine) {
     StartReplayWith(1);
     ScriptJoin(1025, 0);
-    stand_in::TheClock().nowNs = 88'000'000'000;
+    fake::TheClock().nowNs = 88'000'000'000;
     ASSERT_TRUE(engine->SaveReplayClip(output));
     EXPECT_EQ(saveFolder, InCache(u"save-88000"));
-    EXPECT_EQ(stand_in::LastChild().options.commandLine,
+    EXPECT_EQ(fake::LastChild().options.commandLine,
               Quoted(Here(u"the ffmpeg")) + u" -hide_banner -loglevel warning -y -f concat -safe 1 -i " +
                   Quoted(JoinPath(saveFolder, u"input.ffconcat")) +
                   u" -map 0:v:0 -map 0:a? -c copy -bsf:a aac_adtstoasc -movflags +faststart " +
                   Quoted(output + u".partial.mp4"));
-    EXPECT_EQ(stand_in::LastChild().options.logPath, InCache(u"save-replay.log"));
+    EXPECT_EQ(fake::LastChild().options.logPath, InCache(u"save-replay.log"));
 }
 
 TEST_F(ReplaySave, TheReplayGoesOnUntouched) {
@@ -95,7 +95,7 @@ TEST_F(ReplaySave, CopiesAreByteForByte) {
     WriteFile(JoinPath(engine->replayDir, u"seg00000000.ts"), content);
     WriteFile(PlaylistPath(engine->replayDir), "#EXTINF:1,\nseg00000000.ts\n");
     std::string copied;
-    stand_in::TheChildren().onSpawn = [&copied](stand_in::ScriptedChild& child) {
+    fake::TheChildren().onSpawn = [&copied](fake::ScriptedChild& child) {
         const auto folder = ToPath(FirstInput(child.options.commandLine)).parent_path();
         copied = ReadWhole(FromPath(folder / "seg00000000.ts"));
     };
@@ -119,7 +119,7 @@ TEST_F(ReplaySave, IsRefusedWithoutARunningChild) {
 
 TEST_F(ReplaySave, ADeadChildIsNoticed) {
     StartReplayWith(3);
-    stand_in::EndChild(ChildNumber(0), 1);
+    fake::EndChild(ChildNumber(0), 1);
     EXPECT_FALSE(engine->SaveReplayClip(output));
     EXPECT_EQ(engine->statusText, u"Replay is not running. Enable Instant Replay first.");
     EXPECT_FALSE(engine->replayRunning);
@@ -159,7 +159,7 @@ TEST_F(ReplaySave, AParentThatCannotBeMadeIsRefused) {
 
 TEST_F(ReplaySave, AChildThatDoesNotStartFailsTheSave) {
     StartReplayWith(3);
-    stand_in::FailCall("SpawnChild", 2, 0);
+    fake::FailCall("SpawnChild", 2, 0);
     EXPECT_FALSE(engine->SaveReplayClip(output));
     EXPECT_EQ(engine->statusText, FailureText());
     ExpectNothingLeft();
@@ -184,22 +184,22 @@ TEST_F(ReplaySave, AnOutputOf1024BytesFailsTheSave) {
 
 TEST_F(ReplaySave, AChildThatTakesMoreThanSixtySecondsIsStoppedAndFails) {
     StartReplayWith(3);
-    stand_in::TheChildren().onSpawn = [](stand_in::ScriptedChild& child) {
+    fake::TheChildren().onSpawn = [](fake::ScriptedChild& child) {
         WriteFile(LastArgument(child.options.commandLine), std::string(5000, 'x'));
         child.obeysQuit = false;
     };
     EXPECT_FALSE(engine->SaveReplayClip(output));
-    EXPECT_THAT(stand_in::LastChild().waits, ElementsAre(60000U, 1000U));
-    EXPECT_EQ(stand_in::LastChild().input, "q\n");
-    EXPECT_TRUE(stand_in::LastChild().terminated);
-    EXPECT_FALSE(stand_in::LastChild().processHeld);
+    EXPECT_THAT(fake::LastChild().waits, ElementsAre(60000U, 1000U));
+    EXPECT_EQ(fake::LastChild().input, "q\n");
+    EXPECT_TRUE(fake::LastChild().terminated);
+    EXPECT_FALSE(fake::LastChild().processHeld);
     EXPECT_EQ(engine->statusText, FailureText());
     ExpectNothingLeft();
 }
 
 TEST_F(ReplaySave, AChildThatQuitsOnlyWhenAskedHasFailedAllTheSame) {
     StartReplayWith(3);
-    stand_in::TheChildren().onSpawn = [](stand_in::ScriptedChild& child) {
+    fake::TheChildren().onSpawn = [](fake::ScriptedChild& child) {
         WriteFile(LastArgument(child.options.commandLine), std::string(5000, 'x'));
     };
     EXPECT_FALSE(engine->SaveReplayClip(output));
@@ -226,7 +226,7 @@ TEST_F(ReplaySave, ASegmentThatIsListedTwiceFailsTheSave) {
 
 TEST_F(ReplaySave, ASaveFolderThatCannotBeMadeFailsTheSave) {
     StartReplayWith(3);
-    stand_in::TheClock().nowNs = 99'000'000'000;
+    fake::TheClock().nowNs = 99'000'000'000;
     WriteFile(InCache(u"save-99000"), "in the way");
     ScriptJoin(5000, 0);
     EXPECT_FALSE(engine->SaveReplayClip(output));
@@ -236,10 +236,10 @@ TEST_F(ReplaySave, ASaveFolderThatCannotBeMadeFailsTheSave) {
 
 TEST_F(ReplaySave, ARenameThatFailsFailsTheSave) {
     StartReplayWith(3);
-    stand_in::TheChildren().onSpawn = [this](stand_in::ScriptedChild& child) {
+    fake::TheChildren().onSpawn = [this](fake::ScriptedChild& child) {
         WriteFile(LastArgument(child.options.commandLine), std::string(5000, 'x'));
         std::filesystem::create_directories(ToPath(JoinPath(output, u"in the way")));
-        stand_in::EndChild(child, 0);
+        fake::EndChild(child, 0);
     };
     EXPECT_FALSE(engine->SaveReplayClip(output));
     EXPECT_EQ(engine->statusText, FailureText());

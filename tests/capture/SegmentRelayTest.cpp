@@ -6,10 +6,10 @@
 #include <algorithm>
 
 #include "SegmentRing.h"
-#include "stand_in/Allocations.h"
-#include "stand_in/BytePipe.h"
-#include "stand_in/Calls.h"
-#include "stand_in/Event.h"
+#include "fake/Allocations.h"
+#include "fake/BytePipe.h"
+#include "fake/Calls.h"
+#include "fake/Event.h"
 
 namespace zv {
 
@@ -22,8 +22,8 @@ static void PrintTo(PipeConnect connect, std::ostream* out) {
 
 namespace {
 
-using stand_in::CountOf;
-using stand_in::ThePipe;
+using fake::CountOf;
+using fake::ThePipe;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -31,14 +31,14 @@ using testing::IsEmpty;
 class Relay : public testing::Test {
 protected:
     Relay() {
-        stand_in::ResetCalls();
-        stand_in::ResetPipe();
-        stand_in::ResetEvents();
+        fake::ResetCalls();
+        fake::ResetPipe();
+        fake::ResetEvents();
     }
     ~Relay() override {
         relay.Stop();
-        EXPECT_EQ(stand_in::LiveEvents(), 0);
-        stand_in::ResetCalls();
+        EXPECT_EQ(fake::LiveEvents(), 0);
+        fake::ResetCalls();
     }
 
     void AddSegments(int count) {
@@ -48,7 +48,7 @@ protected:
         ring.Publish(60);
     }
     static auto Looks() {
-        const std::vector<std::uint32_t> asked = stand_in::AskedTimeouts();
+        const std::vector<std::uint32_t> asked = fake::AskedTimeouts();
         return std::count(asked.begin(), asked.end(), 25U);
     }
     /// Until it has looked at the playlist two more times and sent all that was new there.
@@ -58,9 +58,9 @@ protected:
     }
     /// Stops on a thread of its own, and lets the relay go on once it has been asked to end.
     void StopBefore(std::atomic<bool>& goOn) {
-        const int signals = stand_in::Signals();
+        const int signals = fake::Signals();
         std::thread stopping([this] { relay.Stop(); });
-        EXPECT_TRUE(Eventually([signals] { return stand_in::Signals() > signals; }));
+        EXPECT_TRUE(Eventually([signals] { return fake::Signals() > signals; }));
         goOn = true;
         stopping.join();
     }
@@ -99,7 +99,7 @@ TEST_F(Relay, MakesItsPipeWithTheBufferAndANameOfItsOwn) {
 }
 
 TEST_F(Relay, DoesNotStartWithoutAPipe) {
-    stand_in::FailCall("MakeBytePipe", 1, resultGenericFailure);
+    fake::FailCall("MakeBytePipe", 1, resultGenericFailure);
     EXPECT_FALSE(relay.Start(ring.Folder()));
     EXPECT_FALSE(relay.running);
 }
@@ -116,11 +116,11 @@ TEST_F(Relay, WhereverMemoryRunsOutItEndsAndSoDoesItsStream) {
     AddSegments(2);
     int starved = 0;
     for (bool runs = false; !runs && starved < 1000; starved += runs ? 0 : 1) {
-        stand_in::ResetCalls();
-        stand_in::RefuseAllocationsElsewhereFrom(static_cast<std::uint64_t>(starved) + 1);
+        fake::ResetCalls();
+        fake::RefuseAllocationsElsewhereFrom(static_cast<std::uint64_t>(starved) + 1);
         relay.Start(ring.Folder());
         EXPECT_TRUE(Eventually([this] { return !relay.running || CountOf("BeginWrite") >= 2; })) << starved;
-        stand_in::RefuseAllocationsElsewhereFrom(0);
+        fake::RefuseAllocationsElsewhereFrom(0);
         runs = relay.running;
         EXPECT_TRUE(runs || ThreadHasEnded());
         relay.Stop();
@@ -239,7 +239,7 @@ TEST_F(Relay, EveryPendingWriteHasFiveSeconds) {
 }
 
 TEST_F(Relay, AnExceptionInItsThreadEndsItLikeAnyOtherFault) {
-    stand_in::ThrowInCall("BeginWrite", 2);
+    fake::ThrowInCall("BeginWrite", 2);
     AddSegments(3);
     relay.Start(ring.Folder());  // may already have seen the end
     ASSERT_TRUE(ThreadHasEnded());
@@ -250,9 +250,9 @@ TEST_F(Relay, AnExceptionInItsThreadEndsItLikeAnyOtherFault) {
 }
 
 TEST_F(Relay, AnExceptionBeforeThePipeStandsIsAFailedStart) {
-    stand_in::ThrowInCall("MakePipeWrite", 1);
+    fake::ThrowInCall("MakePipeWrite", 1);
     EXPECT_FALSE(relay.Start(ring.Folder()));
-    EXPECT_EQ(stand_in::AskedTimeouts(), std::vector<std::uint32_t>{5000});
+    EXPECT_EQ(fake::AskedTimeouts(), std::vector<std::uint32_t>{5000});
     relay.Stop();
     EXPECT_EQ(ThePipe().livePipes, 0);
 }
@@ -294,7 +294,7 @@ TEST_F(Relay, AStopBetweenTwoLooksEndsItWithoutCuttingItOff) {
     ASSERT_TRUE(relay.Start(ring.Folder()));
     ASSERT_TRUE(Sent(2));
     relay.Stop();
-    EXPECT_EQ(stand_in::Signals(), 3) << "ready, stop, ended, and none that aborts";
+    EXPECT_EQ(fake::Signals(), 3) << "ready, stop, ended, and none that aborts";
     EXPECT_FALSE(relay.running);
     EXPECT_EQ(ThePipe().livePipes, 0);
 }
@@ -303,7 +303,7 @@ TEST_F(Relay, AStopBeforeTheReaderCameSendsNothing) {
     AddSegments(2);
     std::atomic<bool> connecting{false};
     std::atomic<bool> goOn{false};
-    stand_in::TheCalls().hook = [&](const char* name, int) {
+    fake::TheCalls().hook = [&](const char* name, int) {
         if (std::string(name) == "ConnectPipe") {
             connecting = true;
             Eventually([&] { return goOn.load(); });
@@ -340,10 +340,10 @@ TEST_F(Relay, AWriteThatBlocksIsCutOffSixSecondsAfterTheStop) {
     AddSegments(2);
     ASSERT_TRUE(relay.Start(ring.Folder()));
     ASSERT_TRUE(Eventually([] { return CountOf("FinishWrite") >= 1; }));
-    stand_in::ShortenWaits(50);
+    fake::ShortenWaits(50);
     relay.Stop();
-    EXPECT_EQ(stand_in::AskedTimeouts().back(), 6000U);
-    EXPECT_EQ(stand_in::Signals(), 4) << "ready, stop, abort, ended";
+    EXPECT_EQ(fake::AskedTimeouts().back(), 6000U);
+    EXPECT_EQ(fake::Signals(), 4) << "ready, stop, abort, ended";
     EXPECT_FALSE(relay.running);
     EXPECT_EQ(CountOf("FinishWrite"), 1);
     EXPECT_EQ(ThePipe().livePipes, 0);

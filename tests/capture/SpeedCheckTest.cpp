@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "stand_in/VideoCapture.h"
+#include "fake/VideoCapture.h"
 
 namespace zv {
 namespace {

@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <thread>
 
+#include "fake/Clock.h"
 #include "platform/Files.h"
-#include "stand_in/Clock.h"
 #include "support/FileBytes.h"
 #include "support/TemporaryFolder.h"
 
@@ -22,8 +22,8 @@ using testing::SizeIs;
 class AppCoreFiles : public testing::Test {
 protected:
     AppCoreFiles() {
-        stand_in::ResetClock();
-        stand_in::TheClock().localNow = {2026, 1, 5, 5, 9, 8, 42};
+        fake::ResetClock();
+        fake::TheClock().localNow = {2026, 1, 5, 5, 9, 8, 42};
         EndSession();
     }
     ~AppCoreFiles() override { EndSession(); }
@@ -58,7 +58,7 @@ TEST_F(AppLog, ALineHasTimeLevelCategoryAndMessageAndIsOnDiskAtOnce) {
     AppLogStart(Data());
     AppLogInfo(u"App", u"Zorvel starting");
     EXPECT_EQ(Log(), "[05:09:08] [INFO] [App] Zorvel starting\r\n");
-    stand_in::TheClock().localNow = {2026, 11, 15, 23, 59, 58, 0};
+    fake::TheClock().localNow = {2026, 11, 15, 23, 59, 58, 0};
     AppLogWrite(u"LEVEL", u"Category", u"\u00FCber");
     EXPECT_EQ(Log(),
               "[05:09:08] [INFO] [App] Zorvel starting\r\n[23:59:58] [LEVEL] [Category] \xFC"

@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
+#include "fake/Environment.h"
 #include "platform/Files.h"
-#include "stand_in/Environment.h"
 #include "support/FileBytes.h"
 #include "support/TemporaryFolder.h"
 
@@ -14,7 +14,7 @@ namespace {
 
 class DataFolders : public testing::Test {
 protected:
-    DataFolders() { stand_in::TheEnvironment() = {}; }
+    DataFolders() { fake::TheEnvironment() = {}; }
 
     static void SetLocalData(TextView value) { SetEnvironmentValue(u"LOCALAPPDATA", value); }
     static Text Slashed(TextView names) {

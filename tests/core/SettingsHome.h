@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "core/Settings.h"
+#include "fake/Folders.h"
 #include "platform/Files.h"
-#include "stand_in/Folders.h"
 #include "support/FileBytes.h"
 #include "support/TemporaryFolder.h"
 
@@ -26,8 +26,8 @@ inline Text Slashed(TextView names) {
 class SettingsHome : public testing::Test {
 protected:
     SettingsHome() {
-        stand_in::TheFolders() = {Home() + Slashed(u"/Videos"), Home() + Slashed(u"/Pictures"),
-                                  Home() + Slashed(u"/Local"), Home() + Slashed(u"/Temp")};
+        fake::TheFolders() = {Home() + Slashed(u"/Videos"), Home() + Slashed(u"/Pictures"), Home() + Slashed(u"/Local"),
+                              Home() + Slashed(u"/Temp")};
     }
 
     Text Home() const { return FromPath(folder_.Path()); }

@@ -148,7 +148,7 @@ TEST_F(SettingsFile, LiesInTheProgramsFolderWhichIsCreated) {
 
 TEST_F(SettingsFile, IsLookedForAnewAtEverySave) {
     SaveSettings(Defaults());
-    stand_in::TheFolders().localData = Home() + Slashed(u"/Other");
+    fake::TheFolders().localData = Home() + Slashed(u"/Other");
     SaveSettings(Defaults());
     EXPECT_TRUE(std::filesystem::exists(HomePath() / "Other" / "ZVReelsMax" / "settings.ini"));
 }

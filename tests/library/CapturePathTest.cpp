@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
+#include "fake/Clock.h"
 #include "platform/Files.h"
-#include "stand_in/Clock.h"
 #include "support/FileBytes.h"
 #include "support/TemporaryFolder.h"
 
@@ -15,8 +15,8 @@ namespace {
 class CapturePath : public testing::Test {
 protected:
     CapturePath() {
-        stand_in::ResetClock();
-        stand_in::TheClock().localNow = {2026, 11, 15, 5, 9, 18, 42};
+        fake::ResetClock();
+        fake::TheClock().localNow = {2026, 11, 15, 5, 9, 18, 42};
     }
 
     support::TemporaryFolder folder_;
@@ -37,7 +37,7 @@ TEST_F(CapturePath, IsNamedForEachKindOfCapture) {
 }
 
 TEST_F(CapturePath, EveryPartOfTheTimeIsPadded) {
-    stand_in::TheClock().localNow = {2027, 1, 2, 3, 4, 5, 6};
+    fake::TheClock().localNow = {2027, 1, 2, 3, 4, 5, 6};
     EXPECT_TRUE(EndsWith(BuildCapturePath(FromPath(folder_.Path()), replayStem, videoExtension),
                          u"ZV_Replay_2027-01-02_03-04-05-006.mp4"));
 }

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "stand_in/Foreground.h"
+#include "fake/Foreground.h"
 
 namespace zv {
 namespace {
@@ -171,7 +171,7 @@ TEST(FolderName, StaysAsItIsWhenItIsMadeSafeAgain) {
 class ForegroundGame : public testing::Test {
 protected:
     static Text NameOf(ForegroundKind kind, const char16_t* path = u"") {
-        stand_in::TheForeground().process = {kind, 12, path};
+        fake::TheForeground().process = {kind, 12, path};
         return ForegroundGameName();
     }
 };
@@ -190,9 +190,9 @@ TEST_F(ForegroundGame, IsNamedByItsImage) {
 }
 
 TEST_F(ForegroundGame, IsLookedUpOnceForEachQuestion) {
-    const int before = stand_in::TheForeground().lookUps;
+    const int before = fake::TheForeground().lookUps;
     NameOf(ForegroundKind::Known, u"C:\\r5apex.exe");
-    EXPECT_EQ(stand_in::TheForeground().lookUps, before + 1);
+    EXPECT_EQ(fake::TheForeground().lookUps, before + 1);
 }
 
 TEST(KnownGame, EveryKeywordCountsAnywhereInTheFileName) {

@@ -4,11 +4,11 @@
 
 #include <filesystem>
 
+#include "fake/Calls.h"
+#include "fake/Clock.h"
+#include "fake/Monitors.h"
+#include "fake/ScreenGrab.h"
 #include "platform/Files.h"
-#include "stand_in/Calls.h"
-#include "stand_in/Clock.h"
-#include "stand_in/Monitors.h"
-#include "stand_in/ScreenGrab.h"
 #include "support/FileBytes.h"
 #include "support/TemporaryFolder.h"
 
@@ -24,16 +24,16 @@ constexpr std::int32_t diskFull = -2147024784;  // 0x80070070
 class Screenshot : public testing::Test {
 protected:
     void SetUp() override {
-        stand_in::ResetCalls();
-        stand_in::ResetScreenGrab();
-        stand_in::ResetClock();
-        stand_in::TheClock().localNow = {2026, 11, 15, 5, 9, 18, 42};
-        stand_in::TheMonitors() = {};
-        stand_in::TheMonitors().monitors = {{u"LEFT", -1280, 56, 0, 1080, false},
-                                            {u"MAIN", 0, 0, 1920, 1080, true},
-                                            {u"FLAT", 1920, 0, 2920, 0, false},
-                                            {u"THIN", 1920, 0, 1920, 700, false},
-                                            {u"TURNED", 5, 5, 1, 1, false}};
+        fake::ResetCalls();
+        fake::ResetScreenGrab();
+        fake::ResetClock();
+        fake::TheClock().localNow = {2026, 11, 15, 5, 9, 18, 42};
+        fake::TheMonitors() = {};
+        fake::TheMonitors().monitors = {{u"LEFT", -1280, 56, 0, 1080, false},
+                                        {u"MAIN", 0, 0, 1920, 1080, true},
+                                        {u"FLAT", 1920, 0, 2920, 0, false},
+                                        {u"THIN", 1920, 0, 1920, 700, false},
+                                        {u"TURNED", 5, 5, 1, 1, false}};
     }
 
     Text FolderText() const { return FromPath(folder_.Path()); }
@@ -51,39 +51,39 @@ protected:
 
 TEST_F(Screenshot, IsSavedUnderItsStemAndTheLocalTimeAndSaysWhere) {
     EXPECT_EQ(SaveScreenshot(FolderText(), u"MAIN"), u"Screenshot saved: " + FromPath(Picture()));
-    EXPECT_EQ(support::ReadBytes(Picture()), stand_in::screenBytes);
+    EXPECT_EQ(support::ReadBytes(Picture()), fake::screenBytes);
     EXPECT_EQ(FilesLeft(), 1U);
 }
 
 TEST_F(Screenshot, WithoutAFolderAsksForOneAndTakesNothing) {
     EXPECT_EQ(SaveScreenshot(u"", u"MAIN"), u"Choose a screenshot folder in Gallery > Folders.");
-    EXPECT_TRUE(stand_in::Grabs().empty());
+    EXPECT_TRUE(fake::Grabs().empty());
 }
 
 TEST_F(Screenshot, ShowsTheChosenMonitorFromItsCornerAtItsOwnSize) {
     SaveScreenshot(FolderText(), u"LEFT");
-    ASSERT_EQ(stand_in::Grabs().size(), 1U);
-    EXPECT_EQ(stand_in::Grabs()[0].area, (ScreenArea{-1280, 56, 1280, 1024}));
+    ASSERT_EQ(fake::Grabs().size(), 1U);
+    EXPECT_EQ(fake::Grabs()[0].area, (ScreenArea{-1280, 56, 1280, 1024}));
 }
 
 TEST_F(Screenshot, WithoutAChosenMonitorShowsThePrimaryOne) {
     SaveScreenshot(FolderText(), u"");
-    ASSERT_EQ(stand_in::Grabs().size(), 1U);
-    EXPECT_EQ(stand_in::Grabs()[0].area, (ScreenArea{0, 0, 1920, 1080}));
+    ASSERT_EQ(fake::Grabs().size(), 1U);
+    EXPECT_EQ(fake::Grabs()[0].area, (ScreenArea{0, 0, 1920, 1080}));
 }
 
 TEST_F(Screenshot, CarriesAWorkingNameThatIsNoImageUntilItIsWhole) {
     bool wholeNameTaken = true;
-    stand_in::TheCalls().hook = [&](const char*, int) { wholeNameTaken = fs::exists(Picture()); };
+    fake::TheCalls().hook = [&](const char*, int) { wholeNameTaken = fs::exists(Picture()); };
     SaveScreenshot(FolderText(), u"MAIN");
     EXPECT_FALSE(wholeNameTaken);
-    ASSERT_EQ(stand_in::Grabs().size(), 1U);
-    EXPECT_EQ(stand_in::Grabs()[0].path, FromPath(Picture()) + u".partial");
+    ASSERT_EQ(fake::Grabs().size(), 1U);
+    EXPECT_EQ(fake::Grabs()[0].path, FromPath(Picture()) + u".partial");
 }
 
 TEST_F(Screenshot, OfAMonitorThatIsGoneFails) {
     EXPECT_EQ(SaveScreenshot(FolderText(), u"GONE"), failed);
-    EXPECT_TRUE(stand_in::Grabs().empty());
+    EXPECT_TRUE(fake::Grabs().empty());
     EXPECT_EQ(FilesLeft(), 0U);
 }
 
@@ -91,25 +91,25 @@ TEST_F(Screenshot, OfAMonitorWithoutASizeFails) {
     for (const TextView name : {u"FLAT", u"THIN", u"TURNED"}) {
         EXPECT_EQ(SaveScreenshot(FolderText(), Text(name)), failed);
     }
-    EXPECT_TRUE(stand_in::Grabs().empty());
+    EXPECT_TRUE(fake::Grabs().empty());
 }
 
 TEST_F(Screenshot, WithoutAnyMonitorFails) {
-    stand_in::TheMonitors().monitors.clear();
+    fake::TheMonitors().monitors.clear();
     EXPECT_EQ(SaveScreenshot(FolderText(), u""), failed);
 }
 
 TEST_F(Screenshot, OnAFullDiskFailsAndLeavesNothingBehind) {
-    stand_in::FailCall("SaveScreenAsPng", 1, diskFull);
+    fake::FailCall("SaveScreenAsPng", 1, diskFull);
     EXPECT_EQ(SaveScreenshot(FolderText(), u"MAIN"), failed);
-    EXPECT_EQ(stand_in::Grabs().size(), 1U);
+    EXPECT_EQ(fake::Grabs().size(), 1U);
     EXPECT_EQ(FilesLeft(), 0U);
 }
 
 TEST_F(Screenshot, ThatIsBrokenOffLeavesNothingBehind) {
-    stand_in::ThrowInCall("SaveScreenAsPng", 1);
+    fake::ThrowInCall("SaveScreenAsPng", 1);
     EXPECT_THROW(SaveScreenshot(FolderText(), u"MAIN"), std::bad_alloc);
-    EXPECT_EQ(stand_in::Grabs().size(), 1U);
+    EXPECT_EQ(fake::Grabs().size(), 1U);
     EXPECT_EQ(FilesLeft(), 0U);
 }
 
@@ -117,7 +117,7 @@ TEST_F(Screenshot, ThatCannotGetItsNameFailsAndLeavesNothingBehind) {
     // A folder that is not empty stands where the picture should be.
     fs::create_directories(Picture() / "inside");
     EXPECT_EQ(SaveScreenshot(FolderText(), u"MAIN"), failed);
-    EXPECT_EQ(stand_in::Grabs().size(), 1U);
+    EXPECT_EQ(fake::Grabs().size(), 1U);
     EXPECT_EQ(FilesLeft(), 0U);
 }
 
@@ -131,20 +131,20 @@ TEST_F(Screenshot, IntoAFileInPlaceOfTheFolderFailsBeforeTheScreenIsRead) {
     support::WriteBytes(folder_.Path() / "file", "x");
     EXPECT_EQ(SaveScreenshot(FromPath(folder_.Path() / "file"), u"MAIN"), failed);
     EXPECT_EQ(SaveScreenshot(FromPath(folder_.Path() / "file" / "deeper"), u"MAIN"), failed);
-    EXPECT_TRUE(stand_in::Grabs().empty());
+    EXPECT_TRUE(fake::Grabs().empty());
     EXPECT_EQ(support::ReadBytes(folder_.Path() / "file"), "x");
 }
 
 TEST_F(Screenshot, NeedsAPathWithAFolder) {
     EXPECT_FALSE(GrabMonitor(u"MAIN", u""));
     EXPECT_FALSE(GrabMonitor(u"MAIN", u"picture.png"));
-    EXPECT_TRUE(stand_in::Grabs().empty());
+    EXPECT_TRUE(fake::Grabs().empty());
 }
 
 TEST_F(Screenshot, ReplacesAPictureOfTheSameMillisecond) {
     support::WriteBytes(Picture(), "older");
     EXPECT_EQ(SaveScreenshot(FolderText(), u"MAIN"), u"Screenshot saved: " + FromPath(Picture()));
-    EXPECT_EQ(support::ReadBytes(Picture()), stand_in::screenBytes);
+    EXPECT_EQ(support::ReadBytes(Picture()), fake::screenBytes);
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "support/Road.h"
+#include "support/EndToEnd.h"
 
 namespace zv {
 namespace {

@@ -319,7 +319,7 @@ TEST_F(CanvasPixels, AFontWithoutAHeightIsNotMade) {
 // Smooth lines and shapes.
 
 TEST_F(CanvasPixels, ALineIsAsWideAsItsPenAndHasRoundEnds) {
-    const Spot points[] = {{40, 60}, {140, 60}};
+    const PointF points[] = {{40, 60}, {140, 60}};
     StrokeLines(*canvas_, points, false, {white, 10});
     const Ink ink = InkOf();
     EXPECT_NEAR(ink.left, 35, 1);
@@ -330,7 +330,7 @@ TEST_F(CanvasPixels, ALineIsAsWideAsItsPenAndHasRoundEnds) {
 }
 
 TEST_F(CanvasPixels, ALineIsClosedOnlyWhenItIsAskedFor) {
-    const Spot points[] = {{20, 20}, {120, 20}, {120, 100}};
+    const PointF points[] = {{20, 20}, {120, 20}, {120, 100}};
     StrokeLines(*canvas_, points, false, {white, 4});
     EXPECT_EQ(At(70, 60), 0U);
     StrokeLines(*canvas_, points, true, {white, 4});

@@ -12,11 +12,11 @@
 #include <vector>
 
 #include "platform/Canvas.h"
-#include "support/Road.h"
+#include "support/EndToEnd.h"
 #include "support/XClient.h"
-#include "ui/Colors.h"
-#include "ui/DrawingFrame.h"
-#include "ui/Fonts.h"
+#include "ui/kit/Colors.h"
+#include "ui/kit/DrawingFrame.h"
+#include "ui/kit/Fonts.h"
 
 namespace zv::support {
 
@@ -103,17 +103,17 @@ public:
         return state.scale;
     }
     /// Where a place of the design lies on the screen.
-    Point Spot(const std::string& name, int x, int y) const {
+    Point PointF(const std::string& name, int x, int y) const {
         const Rectangle client = Client(name);
         const double scale = Scale(name);
         return {client.left + static_cast<int>(x * scale), client.top + static_cast<int>(y * scale)};
     }
     void Click(const std::string& name, int x, int y, std::uint8_t button = 1) const {
-        const Point at = Spot(name, x, y);
+        const Point at = PointF(name, x, y);
         ClickAt(at.x, at.y, button);
     }
     std::uint32_t ColorOf(const std::string& name, int x, int y) const {
-        const Point at = Spot(name, x, y);
+        const Point at = PointF(name, x, y);
         return PixelAt(at.x, at.y);
     }
     bool WaitColor(const std::string& name, int x, int y, Color color) const {

@@ -1,5 +1,5 @@
 // A small file system of a test's own, to be filled. The test program has to run in a mount namespace of its own
-// (tests/road/in_mount_namespace). Linux only.
+// (tests/end_to_end/run_in_mount_namespace). Linux only.
 #pragma once
 
 #include <sys/mount.h>

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "support/Road.h"
+#include "support/EndToEnd.h"
 
 namespace zv::support {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <sstream>
 
-#include "support/Road.h"
+#include "support/EndToEnd.h"
 
 namespace zv::support {
 

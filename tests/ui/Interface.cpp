@@ -5,9 +5,9 @@
 #include <iterator>
 #include <thread>
 
-#include "ui/CaptureJobs.h"
-#include "ui/CaptureSettings.h"
-#include "ui/MainWindow.h"
+#include "ui/commands/CaptureJobs.h"
+#include "ui/state/CaptureSettings.h"
+#include "ui/windows/MainWindow.h"
 
 namespace zv {
 namespace {
@@ -26,25 +26,25 @@ void Await(const FutureSlot<T>& slot) {
 
 Interface::Interface() {
     Ui() = {};
-    stand_in::ResetCalls();
-    stand_in::ResetWindows();
-    stand_in::ResetEngine(Engine());
-    stand_in::ResetClock();
-    stand_in::TheEnvironment() = {};
-    stand_in::TheForeground() = {};
-    stand_in::TheMonitors() = {};
-    stand_in::ResetScreenGrab();
-    stand_in::ResetTray();
-    stand_in::ResetMenus();
-    stand_in::ResetIcons();
-    stand_in::TheFolders().videos = Folder(u"videos");
-    stand_in::TheFolders().pictures = Folder(u"pictures");
-    stand_in::TheFolders().localData = Folder(u"data");
-    stand_in::TheEnvironment().variables[u"LOCALAPPDATA"] = Folder(u"data");
+    fake::ResetCalls();
+    fake::ResetWindows();
+    fake::ResetEngine(Engine());
+    fake::ResetClock();
+    fake::TheEnvironment() = {};
+    fake::TheForeground() = {};
+    fake::TheMonitors() = {};
+    fake::ResetScreenGrab();
+    fake::ResetTray();
+    fake::ResetMenus();
+    fake::ResetIcons();
+    fake::TheFolders().videos = Folder(u"videos");
+    fake::TheFolders().pictures = Folder(u"pictures");
+    fake::TheFolders().localData = Folder(u"data");
+    fake::TheEnvironment().variables[u"LOCALAPPDATA"] = Folder(u"data");
     CurrentAppCore().history = {};
     CurrentSessionMarker() = {};
     ResetSettings(CurrentSettings());
-    stand_in::TheCalls().hook = [this](const char* name, int nth) {
+    fake::TheCalls().hook = [this](const char* name, int nth) {
         gate_.Pass(name);
         if (onCall_) {
             onCall_(name, nth);
@@ -58,12 +58,12 @@ Interface::~Interface() {
     Ui().captureJobSlot.Wait();
     Ui().capturePollSlot.Wait();
     Ui().screenshotSlot.Wait();
-    EXPECT_FALSE(stand_in::TheEngine().overlapped) << "two threads were inside the engine at once";
-    stand_in::ResetCalls();
+    EXPECT_FALSE(fake::TheEngine().overlapped) << "two threads were inside the engine at once";
+    fake::ResetCalls();
 }
 
 Text Interface::SettingsFile() const {
-    return JoinPath(JoinPath(stand_in::TheFolders().localData, u"ZVReelsMax"), u"settings.ini");
+    return JoinPath(JoinPath(fake::TheFolders().localData, u"ZVReelsMax"), u"settings.ini");
 }
 
 std::string Interface::SettingsBytes() const {

@@ -1,4 +1,4 @@
-// What the tests of the interface share: folders of their own, stand-ins for engine and windows, and a gate that holds
+// What the tests of the interface share: folders of their own, fakes for engine and windows, and a gate that holds
 // an operation of the engine until the test lets it go.
 #pragma once
 
@@ -13,20 +13,20 @@
 #include "core/AppCore.h"
 #include "core/SessionMarker.h"
 #include "core/Settings.h"
+#include "fake/AppIcon.h"
+#include "fake/CaptureEngine.h"
+#include "fake/Clock.h"
+#include "fake/Environment.h"
+#include "fake/Folders.h"
+#include "fake/Foreground.h"
+#include "fake/Monitors.h"
+#include "fake/PopupMenu.h"
+#include "fake/ScreenGrab.h"
+#include "fake/TrayIcon.h"
+#include "fake/Window.h"
 #include "platform/Files.h"
-#include "stand_in/AppIcon.h"
-#include "stand_in/CaptureEngine.h"
-#include "stand_in/Clock.h"
-#include "stand_in/Environment.h"
-#include "stand_in/Folders.h"
-#include "stand_in/Foreground.h"
-#include "stand_in/Monitors.h"
-#include "stand_in/PopupMenu.h"
-#include "stand_in/ScreenGrab.h"
-#include "stand_in/TrayIcon.h"
-#include "stand_in/Window.h"
 #include "support/TemporaryFolder.h"
-#include "ui/UiGlobals.h"
+#include "ui/state/UiGlobals.h"
 
 namespace zv {
 
@@ -47,7 +47,7 @@ public:
         held_.clear();
         changed_.notify_all();
     }
-    /// For the stand-ins' hook.
+    /// For the fakes' hook.
     void Pass(const std::string& name) {
         std::unique_lock lock(mutex_);
         reached_.insert(name);
@@ -91,7 +91,7 @@ protected:
 
     support::TemporaryFolder folder_;
     Gate gate_;
-    /// Called inside every call of a stand-in that has passed the gate. Set while no worker runs, or holds one there.
+    /// Called inside every call of a fake that has passed the gate. Set while no worker runs, or holds one there.
     std::function<void(const std::string& name, int nth)> onCall_;
     Owned<AppWindow> window_;
 };

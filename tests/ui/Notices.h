@@ -5,28 +5,28 @@
 #include <string>
 #include <vector>
 
-#include "stand_in/Canvas.h"
-#include "ui/Badge.h"
+#include "fake/Canvas.h"
 #include "ui/Interface.h"
-#include "ui/Notifications.h"
-#include "ui/ShortcutEditor.h"
+#include "ui/windows/Badge.h"
+#include "ui/windows/Notifications.h"
+#include "ui/windows/ShortcutEditor.h"
 
 namespace zv {
 
 class Notices : public Interface {
 protected:
     Notices() {
-        stand_in::ResetCanvas();
+        fake::ResetCanvas();
         CreateFonts();
         OpenMainWindow();
         overlay_ = Make(u"overlay", IgnoreMessages);
         badge_ = Make(u"badge", BadgeProc);
         toast_ = Make(u"toast", ToastProc);
         Ui().overlayWindow = overlay_.get();
-        stand_in::RecordOf(*overlay_).bounds = {100, 50, 1110, 618};
-        stand_in::TheMonitors().monitors = {{u"Main", 0, 0, 1920, 1080, true}, {u"Side", 1920, 0, 4480, 1440, false}};
-        stand_in::TheWindows().monitors = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}, u"Main"},
-                                           {{1920, 0, 4480, 1440}, {1920, 0, 4480, 1400}, u"Side"}};
+        fake::RecordOf(*overlay_).bounds = {100, 50, 1110, 618};
+        fake::TheMonitors().monitors = {{u"Main", 0, 0, 1920, 1080, true}, {u"Side", 1920, 0, 4480, 1440, false}};
+        fake::TheWindows().monitors = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}, u"Main"},
+                                       {{1920, 0, 4480, 1440}, {1920, 0, 4480, 1400}, u"Side"}};
         CurrentSettings().monitorDevice = u"Main";
     }
     ~Notices() override {
@@ -34,17 +34,17 @@ protected:
         Ui().overlayWindow = nullptr;
         badge_.reset();
         toast_.reset();
-        EXPECT_EQ(stand_in::LivingCanvases(), 0);
+        EXPECT_EQ(fake::LivingCanvases(), 0);
     }
 
-    static stand_in::WindowRecord& Of(const Owned<AppWindow>& window) { return stand_in::RecordOf(*window); }
+    static fake::WindowRecord& Of(const Owned<AppWindow>& window) { return fake::RecordOf(*window); }
 
     /// What the window draws when it is painted now.
     static std::vector<std::string> Paint(AppWindow& window) {
-        stand_in::ResetCanvas();
+        fake::ResetCanvas();
         InvalidateWindow(window);
-        stand_in::PaintIfNeeded(window);
-        return stand_in::Drawings();
+        fake::PaintIfNeeded(window);
+        return fake::Drawings();
     }
 
     Owned<AppWindow> overlay_;

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "stand_in/Canvas.h"
-#include "stand_in/Window.h"
-#include "ui/DrawingFrame.h"
-#include "ui/HitTargets.h"
-#include "ui/Icons.h"
-#include "ui/UiGlobals.h"
+#include "fake/Canvas.h"
+#include "fake/Window.h"
+#include "ui/kit/DrawingFrame.h"
+#include "ui/kit/HitTargets.h"
+#include "ui/kit/Icons.h"
+#include "ui/state/UiGlobals.h"
 
 namespace zv {
 
@@ -21,9 +21,9 @@ protected:
     Pages() {
         Ui() = {};
         ForgetCachedIcons();
-        stand_in::ResetCalls();
-        stand_in::ResetWindows();
-        stand_in::ResetCanvas();
+        fake::ResetCalls();
+        fake::ResetWindows();
+        fake::ResetCanvas();
         CreateFonts();
         ThePage() = {};
         Ui().mainState.pages = PaintThePage;
@@ -39,10 +39,10 @@ protected:
         ThePage() = {};
         Ui() = {};
         ForgetCachedIcons();
-        EXPECT_EQ(stand_in::LivingCanvases(), 0);
-        EXPECT_EQ(stand_in::LivingFonts(), 0);
-        stand_in::ResetCalls();
-        stand_in::ResetWindows();
+        EXPECT_EQ(fake::LivingCanvases(), 0);
+        EXPECT_EQ(fake::LivingFonts(), 0);
+        fake::ResetCalls();
+        fake::ResetWindows();
     }
 
     static std::function<void(Canvas&)>& ThePage() {
@@ -53,18 +53,18 @@ protected:
     void Show(std::function<void(Canvas&)> page) { ThePage() = std::move(page); }
 
     void SizeClient(AppWindow& window, std::int32_t width, std::int32_t height) {
-        stand_in::RecordOf(window).bounds = {100, 50, 100 + width, 50 + height};
+        fake::RecordOf(window).bounds = {100, 50, 100 + width, 50 + height};
     }
-    stand_in::WindowRecord& MainRecord() { return stand_in::RecordOf(*mainWindow_); }
-    stand_in::WindowRecord& OverlayRecord() { return stand_in::RecordOf(*overlayWindow_); }
+    fake::WindowRecord& MainRecord() { return fake::RecordOf(*mainWindow_); }
+    fake::WindowRecord& OverlayRecord() { return fake::RecordOf(*overlayWindow_); }
     void PaintMain() { PaintWindow(*mainWindow_, Ui().mainState, false); }
 
     /// What a page draws in one pass into the main window's state, without the background of the pass itself.
     std::vector<std::string> Render() {
-        stand_in::ResetCanvas();
+        fake::ResetCanvas();
         const Owned<Canvas> canvas = MakeCanvas(10, 10);
         RenderUi(*canvas, Ui().mainState);
-        std::vector<std::string> lines = stand_in::Drawn(*canvas);
+        std::vector<std::string> lines = fake::Drawn(*canvas);
         EXPECT_FALSE(lines.empty());
         lines.erase(lines.begin());
         return lines;

@@ -6,14 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "stand_in/Canvas.h"
-#include "ui/CaptureSettings.h"
-#include "ui/Commands.h"
-#include "ui/DrawingFrame.h"
-#include "ui/HitTargets.h"
-#include "ui/Icons.h"
+#include "fake/Canvas.h"
 #include "ui/Interface.h"
-#include "ui/Overlay.h"
+#include "ui/commands/Commands.h"
+#include "ui/kit/DrawingFrame.h"
+#include "ui/kit/HitTargets.h"
+#include "ui/kit/Icons.h"
+#include "ui/state/CaptureSettings.h"
+#include "ui/windows/Overlay.h"
 
 namespace zv {
 
@@ -21,7 +21,7 @@ class QuickOverlay : public Interface {
 protected:
     QuickOverlay() {
         ForgetCachedIcons();
-        stand_in::ResetCanvas();
+        fake::ResetCanvas();
         CreateFonts();
         CurrentSettings().captureRoot = Folder(u"captures");
         OpenMainWindow();
@@ -41,12 +41,12 @@ protected:
         Ui().overlayState = {};
         DeleteFonts();
         ForgetCachedIcons();
-        EXPECT_EQ(stand_in::LivingCanvases(), 0);
-        EXPECT_EQ(stand_in::LivingFonts(), 0);
+        EXPECT_EQ(fake::LivingCanvases(), 0);
+        EXPECT_EQ(fake::LivingFonts(), 0);
     }
 
     static UiState& State() { return Ui().overlayState; }
-    stand_in::WindowRecord& Record() { return stand_in::RecordOf(*overlay_); }
+    fake::WindowRecord& Record() { return fake::RecordOf(*overlay_); }
     std::intptr_t SendToOverlay(std::uint32_t code, std::uintptr_t wParam = 0, std::intptr_t lParam = 0) {
         return OverlayProc(*overlay_, code, wParam, lParam);
     }
@@ -59,7 +59,7 @@ protected:
     std::vector<std::string> Render() {
         const Owned<Canvas> canvas = MakeCanvas(10, 10);
         RenderUi(*canvas, State());
-        std::vector<std::string> lines = stand_in::Drawn(*canvas);
+        std::vector<std::string> lines = fake::Drawn(*canvas);
         EXPECT_EQ(lines.front(), "fill 0,0,1010,568 17,18,25");
         lines.erase(lines.begin());
         return lines;

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "stand_in/Monitors.h"
+#include "fake/Monitors.h"
 
 namespace zv {
 namespace {
@@ -12,10 +12,10 @@ using testing::IsEmpty;
 
 class Capabilities : public testing::Test {
 protected:
-    Capabilities() { stand_in::TheMonitors() = {}; }
+    Capabilities() { fake::TheMonitors() = {}; }
 
     static CapabilityReport Detected(std::vector<AdapterRecord> adapters) {
-        stand_in::TheMonitors().adapters = std::move(adapters);
+        fake::TheMonitors().adapters = std::move(adapters);
         CapabilityReport report;
         DetectCapabilities(report);
         return report;
@@ -37,7 +37,7 @@ TEST_F(Capabilities, WithoutAnAdapterOnlyTheSoftwareFallbackIsThere) {
 }
 
 TEST_F(Capabilities, AdaptersThatCannotBeListedCountAsNone) {
-    stand_in::TheMonitors().adaptersFail = true;
+    fake::TheMonitors().adaptersFail = true;
     const CapabilityReport report = Detected({Adapter(0x10DE)});
     EXPECT_THAT(report.adapters, IsEmpty());
     EXPECT_EQ(report.encoders, Table(false, false, false));
@@ -79,7 +79,7 @@ TEST_F(Capabilities, AnAdapterWithoutADescriptionIsLeftOutAndTheNextOneStays) {
 
 TEST_F(Capabilities, ASecondSurveyReplacesTheFirst) {
     CapabilityReport report = Detected({Adapter(0x10DE)});
-    stand_in::TheMonitors().adapters = {Adapter(0x8086)};
+    fake::TheMonitors().adapters = {Adapter(0x8086)};
     DetectCapabilities(report);
     EXPECT_EQ(report.adapters.size(), 1U);
     EXPECT_EQ(report.encoders, Table(false, false, true));

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "stand_in/Monitors.h"
+#include "fake/Monitors.h"
 
 namespace zv {
 namespace {
@@ -13,10 +13,10 @@ using testing::IsEmpty;
 class MonitorList : public testing::Test {
 protected:
     MonitorList() {
-        stand_in::TheMonitors() = {};
-        stand_in::TheMonitors().monitors = {{u"\\\\.\\DISPLAY2", -1080, 10, 0, 1930, false},
-                                            {u"\\\\.\\DISPLAY1", 0, 0, 2560, 1440, true}};
-        stand_in::TheMonitors().outputs = {Output(u"\\\\.\\DISPLAY1"), Output(u"\\\\.\\DISPLAY2")};
+        fake::TheMonitors() = {};
+        fake::TheMonitors().monitors = {{u"\\\\.\\DISPLAY2", -1080, 10, 0, 1930, false},
+                                        {u"\\\\.\\DISPLAY1", 0, 0, 2560, 1440, true}};
+        fake::TheMonitors().outputs = {Output(u"\\\\.\\DISPLAY1"), Output(u"\\\\.\\DISPLAY2")};
     }
 
     static OutputRecord Output(const char16_t* name) {
@@ -42,36 +42,36 @@ TEST_F(MonitorList, HasTheSystemsOrderTheRectanglesAndTheOutputsOfTheFirstAdapte
 }
 
 TEST_F(MonitorList, WithoutAdaptersNoMonitorHasAnOutput) {
-    stand_in::TheMonitors().outputsFail = true;
+    fake::TheMonitors().outputsFail = true;
     EXPECT_THAT(Indices(), ElementsAre(-1, -1));
 }
 
 TEST_F(MonitorList, AMonitorOfTheSecondAdapterIsListedWithoutAnOutput) {
-    stand_in::TheMonitors().outputs = {Output(u"\\\\.\\DISPLAY2")};
+    fake::TheMonitors().outputs = {Output(u"\\\\.\\DISPLAY2")};
     EXPECT_THAT(Indices(), ElementsAre(0, -1));
 }
 
 TEST_F(MonitorList, ARotatedMonitorIsListedWithoutAnOutput) {
     for (const std::uint32_t rotation : {0U, 2U, 3U, 4U}) {
-        stand_in::TheMonitors().outputs[0].rotation = rotation;
+        fake::TheMonitors().outputs[0].rotation = rotation;
         EXPECT_THAT(Indices(), ElementsAre(1, -1)) << rotation;
     }
 }
 
 TEST_F(MonitorList, AnOutputThatIsNotDescribedOrNotAttachedIsPassedOver) {
-    stand_in::TheMonitors().outputs[0].described = false;
-    stand_in::TheMonitors().outputs[1].attached = false;
+    fake::TheMonitors().outputs[0].described = false;
+    fake::TheMonitors().outputs[1].attached = false;
     EXPECT_THAT(Indices(), ElementsAre(-1, -1));
 }
 
 TEST_F(MonitorList, MirroredEntriesOfOneNameShareTheOutput) {
-    stand_in::TheMonitors().monitors = {{u"a", 0, 0, 1, 1, true}, {u"a", 0, 0, 1, 1, false}};
-    stand_in::TheMonitors().outputs = {Output(u"b"), Output(u"a")};
+    fake::TheMonitors().monitors = {{u"a", 0, 0, 1, 1, true}, {u"a", 0, 0, 1, 1, false}};
+    fake::TheMonitors().outputs = {Output(u"b"), Output(u"a")};
     EXPECT_THAT(Indices(), ElementsAre(1, 1));
 }
 
 TEST_F(MonitorList, IsEmptyOnASystemWithoutMonitors) {
-    stand_in::TheMonitors() = {};
+    fake::TheMonitors() = {};
     EXPECT_THAT(ListMonitors(), IsEmpty());
     EXPECT_EQ(ResolveMonitor(u""), std::nullopt);
 }
@@ -79,7 +79,7 @@ TEST_F(MonitorList, IsEmptyOnASystemWithoutMonitors) {
 TEST_F(MonitorList, AnEmptyNameStandsForThePrimaryMonitor) {
     ASSERT_TRUE(ResolveMonitor(u""));
     EXPECT_EQ(ResolveMonitor(u"")->deviceName, u"\\\\.\\DISPLAY1");
-    stand_in::TheMonitors().monitors[1].primary = false;
+    fake::TheMonitors().monitors[1].primary = false;
     EXPECT_EQ(ResolveMonitor(u""), std::nullopt);
 }
 
@@ -93,7 +93,7 @@ TEST_F(MonitorList, ANameStandsForTheMonitorOfExactlyThatName) {
 
 TEST_F(MonitorList, IsMadeAnewAtEveryCall) {
     EXPECT_TRUE(ResolveMonitor(u"\\\\.\\DISPLAY2"));
-    stand_in::TheMonitors().monitors.erase(stand_in::TheMonitors().monitors.begin());
+    fake::TheMonitors().monitors.erase(fake::TheMonitors().monitors.begin());
     EXPECT_FALSE(ResolveMonitor(u"\\\\.\\DISPLAY2"));
 }
 

@@ -5,14 +5,14 @@
 #include <cstring>
 #include <new>
 
-#include "stand_in/Allocations.h"
-#include "stand_in/Calls.h"
-#include "stand_in/EncoderLibrary.h"
+#include "fake/Allocations.h"
+#include "fake/Calls.h"
+#include "fake/EncoderLibrary.h"
 
 namespace zv {
 namespace {
 
-using namespace stand_in;
+using namespace fake;
 using Names = std::vector<std::string>;
 
 // Everything that the preset left other than zero has to survive, unless a row of the table names it.

@@ -7,19 +7,19 @@
 #include <functional>
 #include <thread>
 
-#include "stand_in/Allocations.h"
-#include "stand_in/BytePipe.h"
-#include "stand_in/Calls.h"
-#include "stand_in/Clock.h"
-#include "stand_in/DesktopCapture.h"
-#include "stand_in/EncoderLibrary.h"
-#include "stand_in/Event.h"
+#include "fake/Allocations.h"
+#include "fake/BytePipe.h"
+#include "fake/Calls.h"
+#include "fake/Clock.h"
+#include "fake/DesktopCapture.h"
+#include "fake/EncoderLibrary.h"
+#include "fake/Event.h"
 #include "video/TransportStream.h"
 
 namespace zv {
 namespace {
 
-using namespace stand_in;
+using namespace fake;
 using Names = std::vector<std::string>;
 
 constexpr std::int64_t ms = 1'000'000;

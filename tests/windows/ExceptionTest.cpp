@@ -7,9 +7,9 @@
 #include <stdexcept>
 #include <vector>
 
+#include "fake/Allocations.h"
 #include "platform/Monitors.h"
 #include "platform/Window.h"
-#include "stand_in/Allocations.h"
 // The system's header comes last: its macros rename much.
 #include <windows.h>
 
@@ -192,13 +192,13 @@ TEST_F(Exceptions, AListOfMonitorsForWhichThereIsNoMemoryFailsWhereItWasAskedFor
     ASSERT_GE(count, 1U);
     std::uint64_t nth = 1;
     for (bool listed = false; !listed && nth < 100; nth += listed ? 0 : 1) {
-        stand_in::RefuseAllocationsHereFrom(nth);
+        fake::RefuseAllocationsHereFrom(nth);
         try {
             listed = ListMonitorRecords().size() == count;
-            stand_in::RefuseAllocationsHereFrom(0);
+            fake::RefuseAllocationsHereFrom(0);
             EXPECT_TRUE(listed);
         } catch (const std::bad_alloc&) {
-            stand_in::RefuseAllocationsHereFrom(0);
+            fake::RefuseAllocationsHereFrom(0);
         }
     }
     EXPECT_GT(nth, 1U);

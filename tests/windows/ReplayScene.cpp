@@ -4,12 +4,12 @@
 #include <cstring>
 #include <numbers>
 
+#include "fake/AudioEndpoint.h"
+#include "fake/Calls.h"
+#include "fake/DesktopCapture.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
-#include "stand_in/AudioEndpoint.h"
-#include "stand_in/Calls.h"
-#include "stand_in/DesktopCapture.h"
 
 namespace zv::windows {
 namespace {
@@ -22,7 +22,7 @@ constexpr double amplitude = 0.25;
 /// The next 10 ms of the tone, once they have passed.
 class Tone {
 public:
-    bool operator()(stand_in::ScriptedPacket& packet) {
+    bool operator()(fake::ScriptedPacket& packet) {
         if (next_ == 0) {
             next_ = Counter100ns();
         }
@@ -50,10 +50,10 @@ private:
 }  // namespace
 
 void SetReplayScene(const Text& commandsPath) {
-    stand_in::ResetCalls();
-    stand_in::ResetDesktop();
-    stand_in::ResetEndpoints();
-    stand_in::TheEndpoint(true).source = Tone();
+    fake::ResetCalls();
+    fake::ResetDesktop();
+    fake::ResetEndpoints();
+    fake::TheEndpoint(true).source = Tone();
     SetEnvironmentValue(u"ZV_FFMPEG", JoinPath(ExecutableFolder(), u"forwarding\\ffmpeg.exe"));
     SetEnvironmentValue(u"ZV_TEST_COMMANDS", commandsPath);
 }

@@ -7,7 +7,7 @@
 
 namespace zv::windows {
 
-/// Sets the stand-ins and the environment up. Every command line that FFmpeg gets is added to `commandsPath`.
+/// Sets the fakes and the environment up. Every command line that FFmpeg gets is added to `commandsPath`.
 void SetReplayScene(const Text& commandsPath);
 
 /// 1080p at 30 frames a second, with system sound.

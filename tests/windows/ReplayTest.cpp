@@ -11,10 +11,10 @@
 
 #include "capture/CaptureFiles.h"
 #include "capture/ReplayPlaylist.h"
+#include "fake/EncodedUnits.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
-#include "stand_in/EncodedUnits.h"
 #include "support/TemporaryFolder.h"
 #include "windows/Processes.h"
 #include "windows/ReplayScene.h"
@@ -53,7 +53,7 @@ class Replay : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_FALSE(EnvironmentValue(u"ZV_TEST_FFMPEG").empty()) << "tests/windows/fetch_ffmpeg gets it";
-        ASSERT_EQ(stand_in::EncodedUnitCount(), 60U);
+        ASSERT_EQ(fake::EncodedUnitCount(), 60U);
         windows::SetReplayScene(Place(L"commands"));
         ASSERT_TRUE(engine_.Configure(windows::SceneConfig())) << Narrow(engine_.statusText);
     }

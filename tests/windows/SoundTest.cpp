@@ -12,10 +12,10 @@
 #include <numbers>
 
 #include "audio/AudioCapture.h"
+#include "fake/Allocations.h"
 #include "platform/AudioEndpoint.h"
 #include "platform/BytePipe.h"
 #include "platform/WaveInput.h"
-#include "stand_in/Allocations.h"
 #include "windows/PipeReader.h"
 #include "windows/Processes.h"
 #include "windows/SoundDriver.h"
@@ -671,12 +671,12 @@ TEST_F(Sound, TwoHundredStartsAndStopsLeaveNoHandleThreadOrReferenceBehind) {
 /// Runs `action` on a thread of its own that gets no memory, and `then` after it.
 void WithoutMemory(const std::function<void()>& action, const std::function<void()>& then) {
     std::thread([&] {
-        stand_in::RefuseAllocationsHere(1);
+        fake::RefuseAllocationsHere(1);
         try {
             action();
         } catch (const std::bad_alloc&) {
         }
-        stand_in::RefuseAllocationsHere(0);
+        fake::RefuseAllocationsHere(0);
         then();
     }).join();
 }
@@ -708,20 +708,20 @@ std::atomic<bool> countsRounds{false};
 extern "C" __declspec(dllexport) void ZvSoundRound(int round);
 extern "C" __declspec(dllexport) void ZvSoundRound(int round) {
     if (countsRounds && round == 200) {
-        stand_in::CountAllocationsHere(true);
+        fake::CountAllocationsHere(true);
     }
 }
 
 namespace {
 
 TEST_F(Sound, TheSteadyLoopAllocatesNothing) {
-    stand_in::ResetCountedAllocations();
+    fake::ResetCountedAllocations();
     countsRounds = true;
     driver_.Write("set capture format 44100 2 16 pcm\n");
     ASSERT_TRUE(capture_.Start(true, true));
     PipeReader reader(capture_.PipeName());
     EXPECT_TRUE(Eventually([&] { return reader.Bytes() >= 3 * 384000; }));
-    EXPECT_EQ(stand_in::CountedAllocations(), 0U);
+    EXPECT_EQ(fake::CountedAllocations(), 0U);
     countsRounds = false;
 }
 

@@ -4,7 +4,7 @@
 
 #include "platform/Files.h"
 #include "platform/Window.h"
-#include "ui/Application.h"
+#include "ui/startup/Application.h"
 
 int main(int argumentCount, char** arguments) {
     if (!zv::OpenSession()) {

@@ -137,9 +137,9 @@ SmoothBrush MakeSmoothBrush(Color color) {
     return SmoothBrush(plus::GdipCreateSolidFill(Opaque(color), &made) == Gdiplus::Ok ? made : nullptr);
 }
 
-std::vector<Gdiplus::PointF> SmoothPoints(std::span<const Spot> points) {
+std::vector<Gdiplus::PointF> SmoothPoints(std::span<const PointF> points) {
     std::vector<Gdiplus::PointF> made;
-    for (const Spot& point : points) {
+    for (const PointF& point : points) {
         made.emplace_back(Real(point.x), Real(point.y));
     }
     return made;
@@ -208,7 +208,7 @@ PixelView PixelsOf(Canvas& canvas) {
     return {canvas.pixels, canvas.width, canvas.height};
 }
 
-void PushTransform(Canvas& canvas, Spot origin, double scale) {
+void PushTransform(Canvas& canvas, PointF origin, double scale) {
     const Placement now = canvas.placements.back();
     canvas.placements.push_back({now.dx + now.scale * origin.x, now.dy + now.scale * origin.y, now.scale * scale});
     ApplyTransform(canvas);
@@ -281,7 +281,7 @@ void DrawTextInBox(Canvas& canvas, const Rectangle& box, TextView text, Color co
 
 // Smooth lines and shapes.
 
-void StrokeLines(Canvas& canvas, std::span<const Spot> points, bool closed, Pen pen) {
+void StrokeLines(Canvas& canvas, std::span<const PointF> points, bool closed, Pen pen) {
     const Smooth smooth(canvas);
     const SmoothPen made = smooth ? MakeSmoothPen(pen) : nullptr;
     if (!made) {
@@ -292,7 +292,7 @@ void StrokeLines(Canvas& canvas, std::span<const Spot> points, bool closed, Pen 
     draw(smooth.Get(), made.get(), all.data(), static_cast<INT>(all.size()));
 }
 
-void FillPolygon(Canvas& canvas, std::span<const Spot> points, Color color) {
+void FillPolygon(Canvas& canvas, std::span<const PointF> points, Color color) {
     const Smooth smooth(canvas);
     const SmoothBrush made = smooth ? MakeSmoothBrush(color) : nullptr;
     if (!made) {
@@ -313,7 +313,7 @@ void StrokeArc(Canvas& canvas, const Arc& arc, Pen pen) {
                       size, Real(arc.startDegrees), Real(arc.sweepDegrees));
 }
 
-void FillDisc(Canvas& canvas, Spot centre, double radius, Color color) {
+void FillDisc(Canvas& canvas, PointF centre, double radius, Color color) {
     const Smooth smooth(canvas);
     const SmoothBrush made = smooth ? MakeSmoothBrush(color) : nullptr;
     if (!made) {

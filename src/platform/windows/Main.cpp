@@ -2,7 +2,7 @@
 #include "platform/Window.h"
 #include "platform/windows/ExceptionReserve.h"
 #include "platform/windows/Native.h"
-#include "ui/Application.h"
+#include "ui/startup/Application.h"
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
     zv::PrepareExceptionReserve();

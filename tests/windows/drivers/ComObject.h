@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-#include "windows/drivers/Judge.h"
+#include "windows/drivers/CallChecker.h"
 #include "windows/drivers/Pixels.h"
 
 namespace zv::drivers {

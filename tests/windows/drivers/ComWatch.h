@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "windows/drivers/Judge.h"
+#include "windows/drivers/CallChecker.h"
 // After the program's own headers.
 #include <windows.h>
 //

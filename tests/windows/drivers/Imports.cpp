@@ -13,7 +13,7 @@
 #include <string>
 #include <utility>
 
-#include "windows/drivers/Judge.h"
+#include "windows/drivers/CallChecker.h"
 
 namespace zv::drivers {
 namespace {

@@ -20,8 +20,8 @@
 #include <utility>
 #include <vector>
 
+#include "windows/drivers/CallChecker.h"
 #include "windows/drivers/H264Writer.h"
-#include "windows/drivers/Judge.h"
 #include "windows/drivers/Pixels.h"
 
 namespace zv::drivers {
@@ -201,7 +201,7 @@ Status GetPreset(void* encoder, GUID codec, GUID preset, std::uint32_t tuning, v
 }
 
 /// The preset with the program's settings over it, for the rate and bit rate that the configuration itself tells.
-bool JudgeConfig(const void* config, std::uint32_t fps) {
+bool CheckConfig(const void* config, std::uint32_t fps) {
     const std::uint32_t bitrate = Word(config, 40 + 20);
     if (bitrate % 1000000 != 0 || bitrate < 5000000 || bitrate > 200000000) {
         Complain("a bit rate of " + std::to_string(bitrate));
@@ -260,7 +260,7 @@ Status Initialize(void* encoder, void* parameters) {
     Expected expected(1800);
     expected.Has(0, 0xF207000CU).Has(4, h264Codec).Has(20, presetP1).Has(36, width).Has(40, height);
     expected.Has(44, width).Has(48, height).Has(52, fps).Has(56, 1U).Has(64, 1U).Has(88, config).Has(136, 3U);
-    if (!expected.Compare("NV_ENC_INITIALIZE_PARAMS", parameters) || !JudgeConfig(config, fps)) {
+    if (!expected.Compare("NV_ENC_INITIALIZE_PARAMS", parameters) || !CheckConfig(config, fps)) {
         return invalidParameter;
     }
     session.format = FormatOf(parameters, config);

@@ -12,7 +12,7 @@
 #include <numeric>
 #include <sstream>
 
-#include "windows/drivers/Judge.h"
+#include "windows/drivers/CallChecker.h"
 
 namespace zv::drivers {
 namespace {

@@ -1,7 +1,7 @@
 // The sound of one device as the script wants it: a format, and packets of a tone with stamps and flags.
 //
 // Rules of the script, where DEVICE is "render" (what the speakers play), "capture" (the microphone) or "wave" (the
-// older way to it); Judge.h tells of the others:
+// older way to it); CallChecker.h tells of the others:
 //   set DEVICE format RATE CHANNELS BITS TAG    TAG "pcm", "float", a number, each also with "+ext" behind it
 //   set DEVICE align BYTES                      a false block alignment
 //   set DEVICE tone HZ LEVEL                    channel c has LEVEL / (c + 1); a cosine, at its peak at the start

@@ -18,7 +18,7 @@
 #include <set>
 #include <thread>
 
-#include "windows/drivers/Judge.h"
+#include "windows/drivers/CallChecker.h"
 #include "windows/drivers/ScriptedSound.h"
 
 namespace zv::drivers {

@@ -1,0 +1,77 @@
+#include "core/CommandLine.h"
+
+#include <algorithm>
+
+namespace zv {
+namespace {
+
+constexpr bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t'; }
+
+void SkipBlanks(TextView& rest) {
+    while (!rest.empty() && IsBlank(rest.front())) {
+        rest.remove_prefix(1);
+    }
+}
+
+Text TakeProgram(TextView& rest) {
+    Text program;
+    bool quoted = false;
+    while (!rest.empty() && (quoted || !IsBlank(rest.front()))) {
+        if (rest.front() == u'"') {
+            quoted = !quoted;
+        } else {
+            program += rest.front();
+        }
+        rest.remove_prefix(1);
+    }
+    return program;
+}
+
+std::size_t TakeBackslashes(TextView& rest) {
+    const std::size_t count = std::min(rest.find_first_not_of(u'\\'), rest.size());
+    rest.remove_prefix(count);
+    return count;
+}
+
+/// A quote at the front of `rest`, with the backslashes before it already taken.
+void TakeQuote(TextView& rest, std::size_t backslashes, bool& quoted, Text& argument) {
+    rest.remove_prefix(1);
+    argument.append(backslashes / 2, u'\\');
+    if (backslashes % 2 != 0) {
+        argument += u'"';
+    } else if (quoted && rest.starts_with(u'"')) {
+        argument += u'"';
+        rest.remove_prefix(1);
+    } else {
+        quoted = !quoted;
+    }
+}
+
+Text TakeArgument(TextView& rest) {
+    Text argument;
+    bool quoted = false;
+    while (!rest.empty() && (quoted || !IsBlank(rest.front()))) {
+        const std::size_t backslashes = TakeBackslashes(rest);
+        if (rest.starts_with(u'"')) {
+            TakeQuote(rest, backslashes, quoted, argument);
+        } else if (backslashes > 0) {
+            argument.append(backslashes, u'\\');
+        } else {
+            argument += rest.front();
+            rest.remove_prefix(1);
+        }
+    }
+    return argument;
+}
+
+}  // namespace
+
+std::vector<Text> SplitCommandLine(TextView line) {
+    std::vector<Text> arguments = {TakeProgram(line)};
+    for (SkipBlanks(line); !line.empty(); SkipBlanks(line)) {
+        arguments.push_back(TakeArgument(line));
+    }
+    return arguments;
+}
+
+}  // namespace zv

@@ -1,0 +1,139 @@
+// Text and the bytes of the system: UTF-8, made total in both directions.
+//
+// A byte that is no UTF-8 becomes the unit 0xDC00 + byte and comes back as that byte. A lone surrogate becomes its
+// three-byte form. A decoded high surrogate never stands in front of a low one, since the two would come back as
+// one character: its three bytes are then escaped one by one.
+#include <array>
+#include <cstddef>
+
+#include "platform/linux/posix/Posix.h"
+
+namespace zv {
+namespace {
+
+constexpr bool IsHigh(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+constexpr bool IsLow(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+constexpr bool IsEscapedByte(char32_t unit) { return unit >= 0xDC80 && unit <= 0xDCFF; }
+
+void AppendUtf8(std::string& bytes, char32_t point) {
+    if (point < 0x80) {
+        bytes += static_cast<char>(point);
+        return;
+    }
+    if (point < 0x800) {
+        bytes += static_cast<char>(0xC0U | (point >> 6));
+    } else {
+        if (point < 0x10000) {
+            bytes += static_cast<char>(0xE0U | (point >> 12));
+        } else {
+            bytes += static_cast<char>(0xF0U | (point >> 18));
+            bytes += static_cast<char>(0x80U | ((point >> 12) & 0x3FU));
+        }
+        bytes += static_cast<char>(0x80U | ((point >> 6) & 0x3FU));
+    }
+    bytes += static_cast<char>(0x80U | (point & 0x3FU));
+}
+
+struct Decoded {
+    char32_t point = 0;
+    std::size_t length = 0;  ///< 0: the first byte begins no character
+};
+
+std::size_t LengthFromLead(unsigned char lead) {
+    if (lead < 0x80) {
+        return 1;
+    }
+    if (lead < 0xC2) {
+        return 0;
+    }
+    return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
+}
+
+/// One character at the front of `bytes`, the three-byte forms of surrogates included.
+Decoded DecodeFront(std::string_view bytes) {
+    constexpr std::array<char32_t, 5> least = {0, 0, 0x80, 0x800, 0x10000};
+    constexpr std::array<unsigned char, 5> leadBits = {0, 0x7F, 0x1F, 0x0F, 0x07};
+    const auto lead = static_cast<unsigned char>(bytes.front());
+    const std::size_t length = LengthFromLead(lead);
+    if (length == 0 || length > bytes.size()) {
+        return {};
+    }
+    char32_t point = static_cast<char32_t>(lead & leadBits[length]);
+    for (std::size_t i = 1; i < length; ++i) {
+        const auto byte = static_cast<unsigned char>(bytes[i]);
+        if ((byte & 0xC0U) != 0x80U) {
+            return {};
+        }
+        point = (point << 6) | (byte & 0x3FU);
+    }
+    if (point < least[length] || point > 0x10FFFF || IsEscapedByte(point)) {
+        return {};
+    }
+    return {point, length};
+}
+
+void AppendEscaped(Text& text, std::string_view bytes) {
+    for (const char byte : bytes) {
+        text += static_cast<char16_t>(0xDC00U + static_cast<unsigned char>(byte));
+    }
+}
+
+/// Makes sure that a low unit, which is about to follow, forms no pair. The escapes are low units themselves, so
+/// the whole row of high ones at the end goes.
+void BreakPair(Text& text) {
+    std::size_t begin = text.size();
+    while (begin > 0 && IsHigh(text[begin - 1])) {
+        --begin;
+    }
+    std::string bytes;
+    for (const char16_t unit : TextView(text).substr(begin)) {
+        AppendUtf8(bytes, unit);
+    }
+    text.resize(begin);
+    AppendEscaped(text, bytes);
+}
+
+}  // namespace
+
+std::string ToBytes(TextView text) {
+    std::string bytes;
+    bytes.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char32_t unit = text[i];
+        if (IsHigh(unit) && i + 1 < text.size() && IsLow(text[i + 1])) {
+            AppendUtf8(bytes, 0x10000U + ((unit - 0xD800U) << 10) + (text[++i] - 0xDC00U));
+        } else if (IsEscapedByte(unit)) {
+            bytes += static_cast<char>(unit - 0xDC00U);
+        } else {
+            AppendUtf8(bytes, unit);
+        }
+    }
+    return bytes;
+}
+
+Text FromBytes(std::string_view bytes) {
+    Text text;
+    text.reserve(bytes.size());
+    while (!bytes.empty()) {
+        const Decoded decoded = DecodeFront(bytes);
+        if (decoded.length == 0) {
+            BreakPair(text);
+            AppendEscaped(text, bytes.substr(0, 1));
+            bytes.remove_prefix(1);
+            continue;
+        }
+        if (decoded.point >= 0x10000) {
+            text += static_cast<char16_t>(0xD7C0U + (decoded.point >> 10));
+            text += static_cast<char16_t>(0xDC00U + (decoded.point & 0x3FFU));
+        } else {
+            if (IsLow(decoded.point)) {
+                BreakPair(text);
+            }
+            text += static_cast<char16_t>(decoded.point);
+        }
+        bytes.remove_prefix(decoded.length);
+    }
+    return text;
+}
+
+}  // namespace zv

@@ -1,0 +1,189 @@
+// Children over vfork and pidfd. The job is the child's process group.
+//
+// A child that has ended stays uncollected until its process handle and its job are closed: as long as it does, its
+// number and its group's number are given to nobody else, so that a kill can only ever meet what is ours.
+#include "platform/ChildProcess.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/CommandLine.h"
+#include "platform/linux/posix/Posix.h"
+#include "platform/linux/posix/Spawner.h"
+
+namespace zv {
+namespace {
+
+struct Started {
+    pid_t pid = -1;
+    Descriptor descriptor;  ///< a pidfd, readable once the child has ended
+
+    Started(pid_t child, Descriptor handle) : pid(child), descriptor(std::move(handle)) {}
+    Started(const Started&) = delete;
+    Started& operator=(const Started&) = delete;
+    ~Started() {
+        if (waitpid(pid, nullptr, WNOHANG) == 0) {
+            CollectLater(pid);
+        }
+    }
+};
+
+bool EndsWithin(const Started& child, std::uint32_t timeoutMs) {
+    const Deadline deadline(timeoutMs);
+    pollfd entry{child.descriptor.Get(), POLLIN, 0};
+    int ready = 0;
+    do {
+        ready = poll(&entry, 1, deadline.RemainingMs());
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0;
+}
+
+/// The child itself, should it have left its group, and all that it started and that stayed there.
+void KillGroup(const Started& child) {
+    kill(-child.pid, SIGKILL);
+    syscall(SYS_pidfd_send_signal, child.descriptor.Get(), SIGKILL, nullptr, 0U);
+}
+
+/// The same file under a number that is none of the standard ones, so that placing one of them harms no other.
+Descriptor AboveStandard(Descriptor descriptor) {
+    if (descriptor.Get() > 2 || !descriptor.Held()) {
+        return descriptor;
+    }
+    return Descriptor(fcntl(descriptor.Get(), F_DUPFD_CLOEXEC, 3));
+}
+
+struct InputPipe {
+    Descriptor readEnd;
+    Descriptor writeEnd;
+};
+
+bool MakeInputPipe(InputPipe& input) {
+    int ends[2] = {-1, -1};
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        return false;
+    }
+    input.readEnd = AboveStandard(Descriptor(ends[0]));
+    input.writeEnd = AboveStandard(Descriptor(ends[1]));
+    // A child that never reads must not hold up the one who asks it to quit.
+    return input.readEnd.Held() && input.writeEnd.Held() && fcntl(input.writeEnd.Get(), F_SETFL, O_NONBLOCK) == 0;
+}
+
+Descriptor MakeLog(TextView path) {
+    constexpr mode_t readableByAll = 0644;
+    return AboveStandard(
+        Descriptor(open(ToBytes(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, readableByAll)));
+}
+
+pid_t Start(const ChildOptions& options, int input, int log) {
+    std::vector<std::string> arguments;
+    for (const Text& argument : SplitCommandLine(options.commandLine)) {
+        arguments.push_back(ToBytes(argument));
+    }
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    const std::string path = ToBytes(options.executable);
+    return SpawnFromPermanentThread({path.c_str(), pointers.data(), input, log});
+}
+
+/// Null when the system has no handle left for it; the child is killed then.
+std::shared_ptr<Started> Hold(pid_t pid) {
+    Descriptor descriptor(static_cast<int>(syscall(SYS_pidfd_open, pid, 0U)));
+    if (!descriptor.Held()) {
+        kill(-pid, SIGKILL);
+        CollectLater(pid);
+        return nullptr;
+    }
+    return std::make_shared<Started>(pid, std::move(descriptor));
+}
+
+}  // namespace
+
+struct Process {
+    std::shared_ptr<Started> child;
+};
+
+struct Job {
+    std::shared_ptr<Started> child;
+};
+
+struct ProcessInput {
+    Descriptor writeEnd;
+};
+
+template <>
+void Closer<Process>::operator()(Process* process) const noexcept {
+    delete process;
+}
+
+template <>
+void Closer<ProcessInput>::operator()(ProcessInput* input) const noexcept {
+    delete input;
+}
+
+template <>
+void Closer<Job>::operator()(Job* job) const noexcept {
+    KillGroup(*job->child);
+    delete job;
+}
+
+bool SpawnChild(const ChildOptions& options, Child& child) {
+    child = Child{};
+    IgnoreBrokenPipes();
+    InputPipe input;
+    if (!MakeInputPipe(input)) {
+        return false;
+    }
+    const Descriptor log = MakeLog(options.logPath);
+    if (!log.Held()) {
+        return false;
+    }
+    const pid_t pid = Start(options, input.readEnd.Get(), log.Get());
+    const std::shared_ptr<Started> started = pid > 0 ? Hold(pid) : nullptr;
+    if (!started) {
+        return false;
+    }
+    child.process.reset(new Process{started});
+    child.input.reset(new ProcessInput{std::move(input.writeEnd)});
+    child.job.reset(new Job{started});
+    return true;
+}
+
+bool IsRunning(Process& process) { return !EndsWithin(*process.child, 0); }
+
+bool WaitForExit(Process& process, std::uint32_t timeoutMs) { return EndsWithin(*process.child, timeoutMs); }
+
+std::uint32_t ExitCode(Process& process) {
+    siginfo_t information{};
+    const auto descriptor = static_cast<id_t>(process.child->descriptor.Get());
+    const bool read = waitid(P_PIDFD, descriptor, &information, WEXITED | WNOHANG | WNOWAIT) == 0;
+    return read && information.si_code == CLD_EXITED ? static_cast<std::uint32_t>(information.si_status) : 1;
+}
+
+void WriteInput(ProcessInput& input, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = write(input.writeEnd.Get(), bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            return;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+}
+
+void TerminateJob(Job& job) { KillGroup(*job.child); }
+
+}  // namespace zv

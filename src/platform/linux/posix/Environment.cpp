@@ -1,0 +1,90 @@
+// The environment of the process, its place, and the search path of the shell.
+#include "platform/Environment.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include "platform/linux/posix/EnvironmentLock.h"
+#include "platform/linux/posix/Posix.h"
+
+namespace zv {
+namespace {
+
+std::string RawValue(const char* name) {
+    const std::lock_guard guard(EnvironmentLock());
+    const char* value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+/// Where other programs of this system keep what belongs to one machine and one user.
+std::string LocalDataFolder() {
+    if (std::string folder = RawValue("XDG_DATA_HOME"); !folder.empty()) {
+        return folder;
+    }
+    const std::string home = RawValue("HOME");
+    return home.empty() ? std::string() : home + "/.local/share";
+}
+
+bool IsProgram(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && access(path.c_str(), X_OK) == 0;
+}
+
+/// `name` in one folder of the search path, which names the current folder by nothing at all.
+std::string ProgramIn(std::string_view folder, const std::string& name) {
+    std::error_code code;
+    const std::filesystem::path place = std::filesystem::absolute(folder.empty() ? "." : folder, code);
+    return code ? std::string() : (place / name).lexically_normal().native();
+}
+
+}  // namespace
+
+const char16_t* const ffmpegFileName = u"ffmpeg";
+
+Text EnvironmentValue(TextView name) {
+    std::string value = RawValue(ToBytes(name).c_str());
+    if (value.empty() && name == u"LOCALAPPDATA") {
+        value = LocalDataFolder();
+    }
+    return FromBytes(value);
+}
+
+void SetEnvironmentValue(TextView name, TextView value) {
+    const std::lock_guard guard(EnvironmentLock());
+    setenv(ToBytes(name).c_str(), ToBytes(value).c_str(), 1);
+}
+
+std::uint32_t OwnProcessId() { return static_cast<std::uint32_t>(getpid()); }
+
+Text ExecutableFolder() {
+    std::error_code code;
+    const std::filesystem::path executable = std::filesystem::read_symlink("/proc/self/exe", code);
+    return FromBytes(executable.parent_path().native());
+}
+
+Text FindOnSearchPath(TextView fileName) {
+    const std::string name = ToBytes(fileName);
+    if (name.empty()) {
+        return {};
+    }
+    const std::string searchPath = RawValue("PATH");
+    std::string_view rest = searchPath;
+    for (bool more = !searchPath.empty(); more;) {
+        const std::size_t colon = rest.find(':');
+        more = colon != std::string_view::npos;
+        const std::string program = ProgramIn(rest.substr(0, colon), name);
+        if (IsProgram(program)) {
+            return FromBytes(program);
+        }
+        rest.remove_prefix(more ? colon + 1 : rest.size());
+    }
+    return {};
+}
+
+}  // namespace zv

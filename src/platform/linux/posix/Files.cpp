@@ -1,0 +1,81 @@
+// Paths are bytes here; see Utf8.cpp for how every name survives being text in between.
+#include "platform/Files.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+#include "platform/SharedFile.h"
+#include "platform/linux/posix/Posix.h"
+
+namespace zv {
+namespace {
+
+Result ResultOfCode(const std::error_code& code) { return code ? ResultOfSystemError(code.value()) : resultOk; }
+
+/// Copies under a name of its own beside the target, so that the target appears whole or not at all. A source that then
+/// cannot be removed stays, and no failure of the move: the target has what it should have.
+Result MoveAcrossVolumes(const std::filesystem::path& from, const std::filesystem::path& to) {
+    std::filesystem::path copy = to;
+    copy += ".moving-" + std::to_string(getpid());
+    std::error_code code;
+    std::filesystem::copy_file(from, copy, std::filesystem::copy_options::overwrite_existing, code);
+    if (!code) {
+        std::error_code ignored;
+        const auto written = std::filesystem::last_write_time(from, ignored);
+        if (!ignored) {
+            std::filesystem::last_write_time(copy, written, ignored);
+        }
+        std::filesystem::rename(copy, to, code);
+    }
+    std::error_code ignored;
+    std::filesystem::remove(code ? copy : from, ignored);
+    return ResultOfCode(code);
+}
+
+}  // namespace
+
+const char16_t pathSeparator = u'/';
+
+std::filesystem::path ToPath(TextView text) { return std::filesystem::path(ToBytes(text)); }
+
+Text FromPath(const std::filesystem::path& path) { return FromBytes(path.native()); }
+
+Text JoinPath(TextView folder, TextView name) {
+    if (folder.empty() || name.starts_with(pathSeparator)) {
+        return Text(name);
+    }
+    Text joined(folder);
+    if (!joined.ends_with(pathSeparator)) {
+        joined += pathSeparator;
+    }
+    return joined.append(name);
+}
+
+std::string ReadSharedFile(TextView path, std::size_t cap) {
+    const Owned<SharedFile> file = OpenSharedFile(ToPath(path));
+    std::array<std::byte, 4096> block;
+    std::string content;
+    while (file && content.size() < cap) {
+        const std::size_t count = ReadBlock(*file, block.data(), block.size());
+        if (count == 0) {
+            break;
+        }
+        content.append(reinterpret_cast<const char*>(block.data()), count);
+    }
+    return content;
+}
+
+Result MoveFileReplacing(TextView from, TextView to) {
+    const std::filesystem::path source = ToPath(from);
+    const std::filesystem::path target = ToPath(to);
+    if (std::rename(source.c_str(), target.c_str()) == 0) {
+        return resultOk;
+    }
+    return errno == EXDEV ? MoveAcrossVolumes(source, target) : LastError();
+}
+
+}  // namespace zv

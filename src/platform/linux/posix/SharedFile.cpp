@@ -1,0 +1,39 @@
+// Every open file can be replaced and deleted here; nothing has to be asked for.
+#include "platform/SharedFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/linux/posix/Posix.h"
+
+namespace zv {
+
+struct SharedFile {
+    Descriptor descriptor;
+};
+
+template <>
+void Closer<SharedFile>::operator()(SharedFile* file) const noexcept {
+    delete file;
+}
+
+Owned<SharedFile> OpenSharedFile(const std::filesystem::path& path) {
+    // O_NONBLOCK: the name may be anything, and opening a FIFO would wait for its writer.
+    Descriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!descriptor.Held()) {
+        return nullptr;
+    }
+    return Owned<SharedFile>(new SharedFile{std::move(descriptor)});
+}
+
+std::size_t ReadBlock(SharedFile& file, std::byte* bytes, std::size_t size) {
+    ssize_t count = 0;
+    do {
+        count = read(file.descriptor.Get(), bytes, size);
+    } while (count < 0 && errno == EINTR);
+    return count > 0 ? static_cast<std::size_t>(count) : 0;
+}
+
+}  // namespace zv

@@ -1,0 +1,183 @@
+// Steps of a start: block signals, vfork, and in the child undo what it must not inherit, ask to die with this
+// thread, place the descriptors, close all others, exec. A pipe that closes on exec tells whether exec came about.
+#include "platform/linux/posix/Spawner.h"
+
+#include <fcntl.h>
+#include <linux/close_range.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <csignal>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "platform/linux/posix/EnvironmentLock.h"
+
+namespace zv {
+namespace {
+
+struct Request {
+    const SpawnPlan* plan = nullptr;
+    pid_t child = -1;
+    bool done = false;
+};
+
+struct Spawner {
+    std::mutex lock;
+    std::condition_variable called;
+    std::condition_variable answered;
+    bool started = false;
+    std::vector<Request*> requests;
+    std::vector<pid_t> orphans;
+};
+
+/// Never destroyed: its thread runs until the process is gone.
+Spawner& TheSpawner() {
+    static Spawner* const spawner = new Spawner;
+    return *spawner;
+}
+
+void ResetSignals() {
+    struct sigaction usual {};
+    usual.sa_handler = SIG_DFL;
+    for (int signal = 1; signal < NSIG; ++signal) {
+        sigaction(signal, &usual, nullptr);
+    }
+    sigset_t nothing;
+    sigemptyset(&nothing);
+    sigprocmask(SIG_SETMASK, &nothing, nullptr);
+}
+
+/// Runs in the memory of the parent, which stands still until exec: nothing here may change what the parent reads.
+[[noreturn]] void RunChild(const SpawnPlan& plan, pid_t parent, int report) {
+    ResetSignals();
+    setpgid(0, 0);
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // A parent that died before the line above is never reported.
+    if (getppid() == parent && dup2(plan.input, 0) == 0 && dup2(plan.log, 1) == 1 && dup2(plan.log, 2) == 2) {
+        syscall(SYS_close_range, 3U, ~0U, CLOSE_RANGE_CLOEXEC);
+        execve(plan.path, plan.arguments, environ);
+    }
+    const char failed = 1;
+    static_cast<void>(!write(report, &failed, 1));
+    _exit(127);
+}
+
+/// True when the child runs its program: the pipe was closed by exec and nothing came through it.
+bool ProgramRuns(int report) {
+    char failed = 0;
+    ssize_t count = 0;
+    do {
+        count = read(report, &failed, 1);
+    } while (count < 0 && errno == EINTR);
+    return count == 0;
+}
+
+[[gnu::noinline]] pid_t Fork(const SpawnPlan& plan, int report) {
+    const pid_t parent = getpid();
+    const pid_t child = vfork();
+    if (child == 0) {
+        RunChild(plan, parent, report);
+    }
+    return child;
+}
+
+pid_t Spawn(const SpawnPlan& plan) {
+    int ends[2] = {-1, -1};
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        return -1;
+    }
+    const Descriptor outcome(ends[0]);
+    Descriptor lowReport(ends[1]);
+    // Above the standard descriptors, which the child replaces.
+    Descriptor report(fcntl(lowReport.Get(), F_DUPFD_CLOEXEC, 3));
+    lowReport.Reset();
+    if (!report.Held()) {
+        return -1;
+    }
+    const std::lock_guard environment(EnvironmentLock());
+    const pid_t child = Fork(plan, report.Get());
+    report.Reset();
+    if (child > 0 && !ProgramRuns(outcome.Get())) {
+        waitpid(child, nullptr, 0);
+        return -1;
+    }
+    return child;
+}
+
+void Collect(std::vector<pid_t>& orphans) {
+    std::erase_if(orphans, [](pid_t child) {
+        const pid_t collected = waitpid(child, nullptr, WNOHANG);
+        return collected == child || (collected < 0 && errno == ECHILD);
+    });
+}
+
+[[noreturn]] void ServeForEver(Spawner& spawner) {
+    // No handler of ours may run here: between vfork and exec it would run in the child.
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, nullptr);
+
+    constexpr auto collectPeriod = std::chrono::milliseconds(20);
+    std::unique_lock guard(spawner.lock);
+    for (;;) {
+        if (spawner.requests.empty() && spawner.orphans.empty()) {
+            spawner.called.wait(guard);
+        } else if (spawner.requests.empty()) {
+            spawner.called.wait_for(guard, collectPeriod);
+        }
+        Collect(spawner.orphans);
+        const std::vector<Request*> requests = std::move(spawner.requests);
+        spawner.requests.clear();
+        for (Request* request : requests) {
+            request->child = Spawn(*request->plan);
+            request->done = true;
+        }
+        spawner.answered.notify_all();
+    }
+}
+
+/// With the lock held.
+bool EnsureStarted(Spawner& spawner) {
+    if (spawner.started) {
+        return true;
+    }
+    try {
+        std::thread([&spawner] { ServeForEver(spawner); }).detach();
+        spawner.started = true;
+    } catch (const std::system_error&) {
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+pid_t SpawnFromPermanentThread(const SpawnPlan& plan) {
+    Spawner& spawner = TheSpawner();
+    std::unique_lock guard(spawner.lock);
+    if (!EnsureStarted(spawner)) {
+        return -1;
+    }
+    Request request{&plan};
+    spawner.requests.push_back(&request);
+    spawner.called.notify_one();
+    spawner.answered.wait(guard, [&request] { return request.done; });
+    return request.child;
+}
+
+void CollectLater(pid_t child) {
+    Spawner& spawner = TheSpawner();
+    const std::lock_guard guard(spawner.lock);
+    spawner.orphans.push_back(child);
+    spawner.called.notify_one();
+}
+
+}  // namespace zv

@@ -1,0 +1,228 @@
+// Endpoints of the sound server: the monitor of the default sink, and the default source.
+//
+// The server mixes, resamples and delivers what is asked for, so the mix format is always float at 48 kHz in
+// stereo, and the packets are of 20 ms at most. A device that goes away ends its stream; the stream is never moved.
+#include "platform/AudioEndpoint.h"
+
+#include <optional>
+#include <utility>
+
+#include "platform/Clock.h"
+#include "platform/linux/pulse/PulseClient.h"
+#include "platform/software/PacketClock.h"
+
+namespace zv {
+
+struct AudioThread {};
+
+struct AudioEnumerator {
+    std::shared_ptr<PulseClient> client;
+};
+
+struct AudioEndpoint {
+    std::shared_ptr<PulseClient> client;
+    std::string source;  ///< the server's name of what is recorded
+    PulseStream stream;  ///< let go of before the client
+    PacketClock clock;
+    std::uint64_t emptyAtTurn = 0;  ///< the client's turn by which nothing was left here
+};
+
+template <>
+void Closer<AudioThread>::operator()(AudioThread* thread) const noexcept {
+    delete thread;
+}
+
+template <>
+void Closer<AudioEnumerator>::operator()(AudioEnumerator* enumerator) const noexcept {
+    delete enumerator;
+}
+
+template <>
+void Closer<AudioEndpoint>::operator()(AudioEndpoint* endpoint) const noexcept {
+    delete endpoint;
+}
+
+namespace {
+
+constexpr std::uint32_t frameBytes = 8;
+/// 20 ms. Most of what the audio worker costs it pays by the packet, and the mix waits 100 ms for one.
+constexpr std::uint32_t packetFrames = 960;
+constexpr std::uint32_t packetBytes = packetFrames * frameBytes;
+constexpr pa_sample_spec mixSpec{PA_SAMPLE_FLOAT32LE, 48000, 2};
+constexpr std::int64_t lookPeriod = 120000;  ///< 12 ms
+
+struct DefaultNames {
+    std::string sink;
+    std::string source;
+};
+
+using NamesAnswer = PulseAnswer<DefaultNames>;
+using NameAnswer = PulseAnswer<std::string>;
+
+void TakeDefaultNames(pa_context*, const pa_server_info* info, void* answer) {
+    if (info != nullptr) {
+        static_cast<NamesAnswer*>(answer)->Fill([info](DefaultNames& names) {
+            names.sink = info->default_sink_name != nullptr ? info->default_sink_name : "";
+            names.source = info->default_source_name != nullptr ? info->default_source_name : "";
+        });
+    }
+}
+
+void TakeMonitorName(pa_context*, const pa_sink_info* info, int end, void* answer) {
+    if (end == 0 && info->monitor_source_name != nullptr) {
+        static_cast<NameAnswer*>(answer)->Fill([info](std::string& name) { name = info->monitor_source_name; });
+    }
+}
+
+/// Without a microphone the server names a sink's monitor as the default source; that is no microphone.
+void TakeMicrophoneName(pa_context*, const pa_source_info* info, int end, void* answer) {
+    if (end == 0 && info->monitor_of_sink == PA_INVALID_INDEX) {
+        static_cast<NameAnswer*>(answer)->Fill([info](std::string& name) { name = info->name; });
+    }
+}
+
+pa_operation* AskForSource(pa_context* context, const DefaultNames& names, bool loopback, NameAnswer& source) {
+    return loopback ? pa_context_get_sink_info_by_name(context, names.sink.c_str(), TakeMonitorName, &source)
+                    : pa_context_get_source_info_by_name(context, names.source.c_str(), TakeMicrophoneName, &source);
+}
+
+Result FindSource(PulseClient& client, bool loopback, std::string& source) {
+    NamesAnswer answer;
+    Result result = AwaitOperation(client, pa_context_get_server_info(client.context, TakeDefaultNames, &answer));
+    if (Failed(result)) {
+        return result;
+    }
+    const DefaultNames& names = answer.Get();
+    if ((loopback ? names.sink : names.source).empty()) {
+        return resultNoEndpoint;
+    }
+    NameAnswer found;
+    result = AwaitOperation(client, AskForSource(client.context, names, loopback, found));
+    source = std::move(found.Get());
+    return Succeeded(result) && source.empty() ? resultNoEndpoint : result;
+}
+
+/// How old the frame at the stream's read position is, in 100 ns; nothing while the server has not told yet.
+std::optional<std::int64_t> AgeOf(pa_stream& stream) {
+    pa_usec_t latency = 0;
+    int negative = 0;
+    if (pa_stream_get_latency(&stream, &latency, &negative) < 0) {
+        return std::nullopt;
+    }
+    const auto age = static_cast<std::int64_t>(latency) * 10;
+    return negative != 0 ? -age : age;
+}
+
+/// Whether all that the connection brought is taken. It is not, when another endpoint has looked at it since.
+bool AllIsTaken(const AudioEndpoint& endpoint) { return endpoint.emptyAtTurn == endpoint.client->turns; }
+
+/// A look at the connection costs more than all else between two packets, so there is one for every few calls.
+bool LookIsDue(const PulseClient& client) { return Counter100ns() >= client.lastTurn + lookPeriod; }
+
+}  // namespace
+
+Result EnterAudioThread(Owned<AudioThread>& thread) {
+    thread.reset(new AudioThread);
+    return resultOk;
+}
+
+Result MakeAudioEnumerator(AudioThread&, Owned<AudioEnumerator>& enumerator) {
+    std::shared_ptr<PulseClient> client;
+    const Result result = ConnectPulse(client);
+    if (Succeeded(result)) {
+        enumerator.reset(new AudioEnumerator{std::move(client)});
+    }
+    return result;
+}
+
+Result FindDefaultEndpoint(AudioEnumerator& enumerator, bool loopback, Owned<AudioEndpoint>& endpoint) {
+    std::string source;
+    const Result result = FindSource(*enumerator.client, loopback, source);
+    if (Succeeded(result)) {
+        endpoint.reset(new AudioEndpoint{enumerator.client, std::move(source), nullptr, {}, 0});
+    }
+    return result;
+}
+
+Result ActivateEndpoint(AudioEndpoint& endpoint) {
+    endpoint.stream.reset(pa_stream_new(endpoint.client->context, "Capture", &mixSpec, nullptr));
+    return endpoint.stream ? resultOk : ResultOfPulse(pa_context_errno(endpoint.client->context));
+}
+
+Result ReadMixFormat(AudioEndpoint&, MixFormat& format) {
+    format = MixFormat();
+    format.formatTag = formatTagFloat;
+    format.channels = mixSpec.channels;
+    format.sampleRate = mixSpec.rate;
+    format.blockAlign = frameBytes;
+    format.bitsPerSample = 32;
+    return resultOk;
+}
+
+Result InitializeEndpoint(AudioEndpoint& endpoint, bool) {
+    return ConnectRecord(*endpoint.client, *endpoint.stream, endpoint.source, packetBytes);
+}
+
+Result OpenCaptureService(AudioEndpoint& endpoint) { return StreamState(*endpoint.stream); }
+
+Result StartEndpoint(AudioEndpoint& endpoint) { return Cork(*endpoint.client, *endpoint.stream, false); }
+
+void StopEndpoint(AudioEndpoint& endpoint) {
+    // Closing follows at once, so nobody waits for the answer.
+    pa_operation* corking = pa_stream_cork(endpoint.stream.get(), 1, nullptr, nullptr);
+    if (corking != nullptr) {
+        pa_operation_unref(corking);
+    }
+}
+
+Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
+    frames = 0;
+    Result result = resultOk;
+    if (AllIsTaken(endpoint)) {
+        if (!LookIsDue(*endpoint.client)) {
+            return resultOk;
+        }
+        result = DispatchPending(*endpoint.client);
+    }
+    if (Succeeded(result)) {
+        result = StreamState(*endpoint.stream);
+    }
+    if (Failed(result)) {
+        return result;
+    }
+    const void* data = nullptr;
+    std::size_t bytes = 0;
+    if (pa_stream_peek(endpoint.stream.get(), &data, &bytes) < 0) {
+        return StreamState(*endpoint.stream);
+    }
+    if (bytes == 0) {
+        endpoint.emptyAtTurn = endpoint.client->turns;
+    }
+    frames = static_cast<std::uint32_t>(bytes / frameBytes);
+    return resultOk;
+}
+
+Result TakePacket(AudioEndpoint& endpoint, AudioPacket& packet) {
+    const void* data = nullptr;
+    std::size_t bytes = 0;
+    if (pa_stream_peek(endpoint.stream.get(), &data, &bytes) < 0) {
+        return ResultOfPulse(pa_context_errno(endpoint.client->context));
+    }
+    packet = AudioPacket();
+    packet.data = static_cast<const std::byte*>(data);
+    packet.frames = static_cast<std::uint32_t>(bytes / frameBytes);
+    packet.silent = data == nullptr;  // a hole in the stream
+    const std::int64_t now = Counter100ns();
+    packet.position = StampPacket(endpoint.clock, now, AgeOf(*endpoint.stream), packet.frames);
+    return resultOk;
+}
+
+Result ReleasePacket(AudioEndpoint& endpoint, std::uint32_t frames) {
+    if (frames == 0) {
+        return resultOk;
+    }
+    return pa_stream_drop(endpoint.stream.get()) < 0 ? ResultOfPulse(pa_context_errno(endpoint.client->context))
+                                                     : resultOk;
+}
+
+}  // namespace zv

@@ -1,0 +1,49 @@
+// Monitors are those of the X screen. They all count as outputs of the first adapter, since one X screen is one desktop
+// image whatever drives its monitors.
+#include "platform/Monitors.h"
+
+#include "platform/linux/posix/Adapters.h"
+#include "platform/linux/x11/RandrMonitors.h"
+#include "platform/linux/x11/XDisplay.h"
+
+namespace zv {
+namespace {
+
+std::vector<x11::ScreenMonitor> MonitorsOf(const XDisplay& display) {
+    return x11::QueryMonitors(display.connection, display.root);
+}
+
+MonitorRecord RecordOf(const x11::ScreenMonitor& monitor) {
+    const OutputRecord& output = monitor.output;
+    return {output.deviceName, output.left, output.top, output.right, output.bottom, monitor.primary};
+}
+
+}  // namespace
+
+bool ListAdapterRecords(std::vector<AdapterRecord>& adapters) { return ReadAdapters("/sys/class/drm", adapters); }
+
+std::vector<MonitorRecord> ListMonitorRecords() {
+    std::vector<MonitorRecord> records;
+    if (const std::optional<XDisplay> display = ThreadDisplay()) {
+        for (const x11::ScreenMonitor& monitor : MonitorsOf(*display)) {
+            if (monitor.output.described) {
+                records.push_back(RecordOf(monitor));
+            }
+        }
+    }
+    return records;
+}
+
+bool ListFirstAdapterOutputs(std::vector<OutputRecord>& outputs) {
+    outputs.clear();
+    const std::optional<XDisplay> display = ThreadDisplay();
+    if (!display) {
+        return false;
+    }
+    for (x11::ScreenMonitor& monitor : MonitorsOf(*display)) {
+        outputs.push_back(std::move(monitor.output));
+    }
+    return true;
+}
+
+}  // namespace zv

@@ -1,0 +1,97 @@
+// One copy of the program on a display, and the way from a second copy to the first one's window.
+//
+// The claim is a selection that a small hidden window owns: the server lets go of it when its connection ends, however
+// the process ended. The first copy's window is found by the class name that every window of ours carries.
+#include <string>
+#include <vector>
+
+#include "platform/Files.h"
+#include "platform/Window.h"
+#include "platform/linux/x11/window/WindowSession.h"
+
+namespace zv {
+
+struct InstanceClaim {
+    xcb_window_t holder = XCB_WINDOW_NONE;
+};
+
+template <>
+void Closer<InstanceClaim>::operator()(InstanceClaim* claim) const noexcept {
+    xcb_connection_t* connection = x11::CurrentSession().connection.get();
+    if (connection != nullptr) {
+        xcb_destroy_window(connection, claim->holder);
+        xcb_flush(connection);
+    }
+    delete claim;
+}
+
+namespace x11 {
+namespace {
+
+xcb_window_t MakeHolder(Session& session) {
+    xcb_connection_t* connection = session.connection.get();
+    const xcb_window_t holder = xcb_generate_id(connection);
+    xcb_create_window(connection, 0, holder, session.screen->root, -1, -1, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                      XCB_COPY_FROM_PARENT, 0, nullptr);
+    return holder;
+}
+
+/// Looks through the windows below `parent`: the root's children, or theirs where a window manager frames them.
+xcb_window_t FindByClass(Session& session, xcb_window_t parent, const std::string& className, int depth) {
+    xcb_connection_t* connection = session.connection.get();
+    const Reply<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(connection, xcb_query_tree(connection, parent), nullptr));
+    if (!tree) {
+        return XCB_WINDOW_NONE;
+    }
+    const xcb_window_t* children = xcb_query_tree_children(tree.get());
+    const int count = xcb_query_tree_children_length(tree.get());
+    for (int i = 0; i < count; ++i) {
+        if (ReadTextProperty(connection, children[i], session.atoms.windowClass) == className) {
+            return children[i];
+        }
+    }
+    for (int i = 0; i < count && depth > 1; ++i) {
+        const xcb_window_t found = FindByClass(session, children[i], className, depth - 1);
+        if (found != XCB_WINDOW_NONE) {
+            return found;
+        }
+    }
+    return XCB_WINDOW_NONE;
+}
+
+}  // namespace
+}  // namespace x11
+
+Owned<InstanceClaim> ClaimSingleInstance(TextView name) {
+    x11::Session& session = x11::CurrentSession();
+    xcb_connection_t* connection = session.connection.get();
+    const xcb_atom_t selection = x11::InternAtom(connection, ToPath(name).string());
+    const xcb_window_t holder = x11::MakeHolder(session);
+    // Nobody else gets between the look and the claim.
+    xcb_grab_server(connection);
+    const bool isFree = x11::SelectionOwner(session, selection) == XCB_WINDOW_NONE;
+    if (isFree) {
+        xcb_set_selection_owner(connection, holder, selection, XCB_CURRENT_TIME);
+    }
+    xcb_ungrab_server(connection);
+    Owned<InstanceClaim> claim(new InstanceClaim{holder});
+    const bool owned = isFree && x11::SelectionOwner(session, selection) == holder;
+    return owned ? std::move(claim) : nullptr;
+}
+
+bool BringOtherCopyForward(TextView className) {
+    x11::Session& session = x11::CurrentSession();
+    constexpr int framesDeep = 4;
+    const xcb_window_t window = x11::FindByClass(session, session.screen->root, ToPath(className).string(), framesDeep);
+    if (window == XCB_WINDOW_NONE) {
+        return false;
+    }
+    x11::SendClientMessage(window, window, session.atoms.comeForward, 0, 0);
+    // The server must have the message before this process ends.
+    std::free(
+        xcb_get_input_focus_reply(session.connection.get(), xcb_get_input_focus(session.connection.get()), nullptr));
+    return true;
+}
+
+}  // namespace zv

@@ -1,0 +1,249 @@
+// The icon in the desktop's notification area, by the freedesktop system tray protocol.
+//
+// The area's host owns a selection of the screen; the icon is a window of ours that the host takes into its own, and
+// that ends with it. A new host says so to the root, and every window gets TaskbarCreatedMessage.
+#include "platform/TrayIcon.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include "platform/Files.h"
+#include "platform/linux/cairo/IconPixels.h"
+#include "platform/linux/x11/window/WindowSession.h"
+
+namespace zv {
+
+struct TrayIcon {
+    xcb_window_t id = XCB_WINDOW_NONE;
+    TrayIconOptions options;
+    int size = 0;
+    xcb_gcontext_t context = XCB_NONE;
+    std::uint32_t lastClickMs = 0;
+    Point lastClick;  ///< on the screen
+    bool clicked = false;
+    bool releaseIsDone = false;  ///< of a click that counted when it was pressed
+};
+
+namespace x11 {
+namespace {
+
+constexpr std::uint32_t taskbarCreated = 0xC000;
+constexpr std::uint32_t doubleClickMs = 400;
+constexpr int doubleClickSlack = 4;
+constexpr int firstSize = 22;
+
+/// There is one. Null while it is not in any area.
+TrayIcon* standing = nullptr;
+
+/// The picture of a program that has none: a framed box.
+std::uint32_t PlainPixel(int x, int y, int size) {
+    const bool frame = x == 0 || y == 0 || x == size - 1 || y == size - 1;
+    return frame ? 0xFF808080U : 0xFFE0E0E0U;
+}
+
+/// The icon, stretched over the window with the nearest pixel for each.
+std::vector<std::uint32_t> PixelsAt(const TrayIcon& icon) {
+    const AppIcon* picture = icon.options.icon;
+    std::vector<std::uint32_t> pixels;
+    pixels.reserve(static_cast<std::size_t>(icon.size) * static_cast<std::size_t>(icon.size));
+    for (int y = 0; y < icon.size; ++y) {
+        for (int x = 0; x < icon.size; ++x) {
+            const auto at = [&](int place) { return static_cast<std::size_t>(place * picture->size / icon.size); };
+            pixels.push_back(picture != nullptr
+                                 ? picture->pixels[at(y) * static_cast<std::size_t>(picture->size) + at(x)]
+                                 : PlainPixel(x, y, icon.size));
+        }
+    }
+    return pixels;
+}
+
+void Paint(Session& session, const TrayIcon& icon) {
+    const std::vector<std::uint32_t> pixels = PixelsAt(icon);
+    const auto size = static_cast<std::uint16_t>(icon.size);
+    xcb_put_image(session.connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, icon.id, icon.context, size, size, 0, 0, 0,
+                  session.screen->root_depth, static_cast<std::uint32_t>(pixels.size() * sizeof pixels[0]),
+                  reinterpret_cast<const std::uint8_t*>(pixels.data()));
+}
+
+void Tell(Session& session, const TrayIcon& icon, std::uint32_t event) {
+    session.queue.push_back({icon.options.window, icon.options.message, 0, static_cast<std::intptr_t>(event)});
+}
+
+/// The menu that the first click asked for goes, or does not come up at all.
+void TellDoubleClick(Session& session, const TrayIcon& icon) {
+    std::erase_if(session.queue, [&](const Message& waiting) {
+        return waiting.window == icon.options.window && waiting.code == icon.options.message &&
+               waiting.lParam == static_cast<std::intptr_t>(trayEvent::select);
+    });
+    EndMenu();
+    Tell(session, icon, message::leftButtonDoubleClick);
+}
+
+/// The same events in the same order as Windows' area: the first click selects, the second one opens.
+void HandleButton(Session& session, TrayIcon& icon, const xcb_button_press_event_t& event) {
+    if (event.detail == XCB_BUTTON_INDEX_3) {
+        Tell(session, icon, message::rightButtonUp);
+        return;
+    }
+    const bool inTime = event.time - icon.lastClickMs <= doubleClickMs;
+    if (event.detail != XCB_BUTTON_INDEX_1 || (std::exchange(icon.releaseIsDone, false) && inTime)) {
+        return;
+    }
+    const bool second = icon.clicked && inTime;
+    icon.clicked = !second;
+    icon.lastClickMs = event.time;
+    icon.lastClick = {event.root_x, event.root_y};
+    if (second) {
+        TellDoubleClick(session, icon);
+    } else {
+        Tell(session, icon, trayEvent::select);
+    }
+}
+
+bool HandleTrayEvent(Session& session, const xcb_generic_event_t& event) {
+    if (standing == nullptr) {
+        return false;
+    }
+    TrayIcon& icon = *standing;
+    const std::uint8_t type = event.response_type & 0x7FU;
+    if (type == XCB_EXPOSE && reinterpret_cast<const xcb_expose_event_t&>(event).window == icon.id) {
+        Paint(session, icon);
+        return true;
+    }
+    if (type == XCB_CONFIGURE_NOTIFY && reinterpret_cast<const xcb_configure_notify_event_t&>(event).event == icon.id) {
+        const auto& size = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
+        icon.size = std::max<int>(std::min(size.width, size.height), 1);
+        Paint(session, icon);
+        return true;
+    }
+    if (type == XCB_BUTTON_RELEASE && reinterpret_cast<const xcb_button_press_event_t&>(event).event == icon.id) {
+        HandleButton(session, icon, reinterpret_cast<const xcb_button_press_event_t&>(event));
+        return true;
+    }
+    if (type == XCB_REPARENT_NOTIFY) {
+        // A host that ends leaves its icons on the screen's own window, where they have no business.
+        const auto& moved = reinterpret_cast<const xcb_reparent_notify_event_t&>(event);
+        if (moved.window == icon.id && moved.parent == session.screen->root) {
+            xcb_destroy_window(session.connection.get(), icon.id);
+        }
+        return moved.window == icon.id;
+    }
+    if (type == XCB_DESTROY_NOTIFY && reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window == icon.id) {
+        icon.id = XCB_WINDOW_NONE;
+        return true;
+    }
+    return false;
+}
+
+xcb_window_t MakeIconWindow(Session& session) {
+    xcb_connection_t* connection = session.connection.get();
+    const xcb_window_t id = xcb_generate_id(connection);
+    const std::array<std::uint32_t, 2> values{session.screen->black_pixel,
+                                              XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_STRUCTURE_NOTIFY |
+                                                  XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE};
+    xcb_create_window(connection, XCB_COPY_FROM_PARENT, id, session.screen->root, -firstSize, -firstSize, firstSize,
+                      firstSize, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                      XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, values.data());
+    return id;
+}
+
+void Describe(Session& session, const TrayIcon& icon) {
+    xcb_connection_t* connection = session.connection.get();
+    constexpr std::size_t mostUnits = 127;
+    const std::string tip = ToPath(icon.options.tip.substr(0, mostUnits)).string();
+    for (const xcb_atom_t name : {session.atoms.netWmName, xcb_atom_t{XCB_ATOM_WM_NAME}}) {
+        xcb_change_property(connection, XCB_PROP_MODE_REPLACE, icon.id, name, session.atoms.utf8String, 8,
+                            static_cast<std::uint32_t>(tip.size()), tip.data());
+    }
+    constexpr std::string_view className("zorvel\0Zorvel\0", 14);
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, icon.id, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
+                        static_cast<std::uint32_t>(className.size()), className.data());
+    // Hosts make a window as small as it allows.
+    constexpr std::uint32_t minimumSize = 16;
+    std::array<std::uint32_t, 18> hints{minimumSize};
+    hints[5] = hints[6] = firstSize;
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, icon.id, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS,
+                        32, static_cast<std::uint32_t>(hints.size()), hints.data());
+    constexpr std::array<std::uint32_t, 2> embedding{0, 1};  // version 0, to be shown
+    const xcb_atom_t info = InternAtom(connection, "_XEMBED_INFO");
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, icon.id, info, info, 32, 2, embedding.data());
+}
+
+/// Asks the host to take the window in.
+void Dock(Session& session, const TrayIcon& icon, xcb_window_t host) {
+    xcb_client_message_event_t event{};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = host;
+    event.type = InternAtom(session.connection.get(), "_NET_SYSTEM_TRAY_OPCODE");
+    constexpr std::uint32_t requestDock = 0;
+    event.data.data32[0] = XCB_CURRENT_TIME;
+    event.data.data32[1] = requestDock;
+    event.data.data32[2] = icon.id;
+    xcb_send_event(session.connection.get(), 0, host, 0, reinterpret_cast<const char*>(&event));
+}
+
+}  // namespace
+
+bool TakeSecondTrayClick(Session& session, const xcb_button_press_event_t& press) {
+    TrayIcon* icon = standing;
+    if (icon == nullptr || !icon->clicked || press.detail != XCB_BUTTON_INDEX_1 ||
+        press.time - icon->lastClickMs > doubleClickMs ||
+        std::abs(press.root_x - icon->lastClick.x) > doubleClickSlack ||
+        std::abs(press.root_y - icon->lastClick.y) > doubleClickSlack) {
+        return false;
+    }
+    icon->clicked = false;
+    icon->releaseIsDone = true;
+    icon->lastClickMs = press.time;
+    TellDoubleClick(session, *icon);
+    return true;
+}
+
+}  // namespace x11
+
+template <>
+void Closer<TrayIcon>::operator()(TrayIcon* icon) const noexcept {
+    x11::Session& session = x11::CurrentSession();
+    xcb_connection_t* connection = session.connection.get();
+    if (x11::standing == icon) {
+        x11::standing = nullptr;
+    }
+    if (connection != nullptr) {
+        xcb_free_gc(connection, icon->context);
+        if (icon->id != XCB_WINDOW_NONE) {  // else its host took it along
+            xcb_destroy_window(connection, icon->id);
+        }
+        xcb_flush(connection);
+    }
+    delete icon;
+}
+
+Owned<TrayIcon> AddTrayIcon(const TrayIconOptions& options) {
+    x11::Session& session = x11::CurrentSession();
+    xcb_connection_t* connection = session.connection.get();
+    const xcb_window_t host = x11::SelectionOwner(session, session.atoms.traySelection).value_or(XCB_WINDOW_NONE);
+    if (host == XCB_WINDOW_NONE || x11::standing != nullptr) {
+        return nullptr;
+    }
+    Owned<TrayIcon> icon(new TrayIcon);
+    icon->id = x11::MakeIconWindow(session);
+    icon->options = options;
+    icon->size = x11::firstSize;
+    icon->context = xcb_generate_id(connection);
+    xcb_create_gc(connection, icon->context, icon->id, 0, nullptr);
+    x11::Describe(session, *icon);
+    x11::Dock(session, *icon, host);
+    xcb_flush(connection);
+    x11::standing = icon.get();
+    if (std::find(session.listeners.begin(), session.listeners.end(), x11::HandleTrayEvent) ==
+        session.listeners.end()) {
+        session.listeners.push_back(x11::HandleTrayEvent);
+    }
+    return icon;
+}
+
+std::uint32_t TaskbarCreatedMessage() { return x11::taskbarCreated; }
+
+}  // namespace zv

@@ -1,0 +1,261 @@
+// Painting: what a procedure has drawn goes to the server through shared memory, and where a window has a colour key,
+// the painted picture is its shape.
+#include <xcb/shape.h>
+#include <xcb/shm.h>
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+#include "platform/linux/x11/window/WindowSession.h"
+
+namespace zv {
+namespace x11 {
+namespace {
+
+struct Picture {
+    const std::uint32_t* pixels = nullptr;
+    int width = 0;
+    int height = 0;
+    int top = 0;  ///< where its first row goes
+
+    std::span<const std::uint32_t> Row(int y) const {
+        return {pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(width),
+                static_cast<std::size_t>(width)};
+    }
+};
+
+/// Whether pixels of 32 bits in the order of 0x00RRGGBB are what the screen takes.
+bool TakesPixels(const Session& session) {
+    const xcb_setup_t* setup = xcb_get_setup(session.connection.get());
+    for (auto at = xcb_setup_pixmap_formats_iterator(setup); at.rem > 0; xcb_format_next(&at)) {
+        if (at.data->depth == session.screen->root_depth) {
+            return at.data->bits_per_pixel == 32 && at.data->depth >= 24 &&
+                   setup->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
+        }
+    }
+    return false;
+}
+
+/// The runs of a row that are painted, as rectangles of one pixel's height.
+void AddRuns(std::span<const std::uint32_t> row, std::uint32_t key, int y, std::vector<xcb_rectangle_t>& runs) {
+    constexpr std::uint32_t colorBits = 0xFFFFFF;
+    const auto isKey = [key](std::uint32_t pixel) { return (pixel & colorBits) == key; };
+    auto at = row.begin();
+    while (true) {
+        const auto first = std::find_if_not(at, row.end(), isKey);
+        if (first == row.end()) {
+            return;
+        }
+        at = std::find_if(first, row.end(), isKey);
+        runs.push_back({static_cast<std::int16_t>(first - row.begin()), static_cast<std::int16_t>(y),
+                        static_cast<std::uint16_t>(at - first), 1});
+    }
+}
+
+bool SameRuns(std::span<const xcb_rectangle_t> a, std::span<const xcb_rectangle_t> b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const xcb_rectangle_t& one, const xcb_rectangle_t& two) {
+                          return one.x == two.x && one.width == two.width;
+                      });
+}
+
+/// Bands of rows that are painted in the same places, from the top.
+std::vector<xcb_rectangle_t> PaintedParts(const Picture& picture, std::uint32_t key) {
+    std::vector<xcb_rectangle_t> parts;
+    std::size_t bandStart = 0;
+    for (int y = 0; y < picture.height; ++y) {
+        const std::size_t rowStart = parts.size();
+        AddRuns(picture.Row(y), key, y, parts);
+        const std::span<xcb_rectangle_t> all(parts);
+        const auto band = all.subspan(bandStart, rowStart - bandStart);
+        if (!band.empty() && band[0].y + band[0].height == y && SameRuns(band, all.subspan(rowStart))) {
+            for (xcb_rectangle_t& run : band) {
+                ++run.height;
+            }
+            parts.resize(rowStart);
+        } else {
+            bandStart = rowStart;
+        }
+    }
+    return parts;
+}
+
+bool SameParts(const std::vector<xcb_rectangle_t>& a, const std::vector<xcb_rectangle_t>& b) {
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(a[0])) == 0);
+}
+
+void SetShape(Session& session, const AppWindow& window, xcb_shape_kind_t kind,
+              const std::vector<xcb_rectangle_t>& parts) {
+    xcb_shape_rectangles(session.connection.get(), XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_YX_BANDED, window.id, 0, 0,
+                         static_cast<std::uint32_t>(parts.size()), parts.data());
+}
+
+void FollowPicture(Session& session, AppWindow& window, const Picture& picture) {
+    std::vector<xcb_rectangle_t> parts = PaintedParts(picture, *window.keyPixel);
+    if (SameParts(parts, window.shape)) {
+        return;
+    }
+    SetShape(session, window, XCB_SHAPE_SK_BOUNDING, parts);
+    SetShape(session, window, XCB_SHAPE_SK_INPUT, parts);
+    window.shape = std::move(parts);
+}
+
+void ReleaseSegment(Session& session, PaintSegment& segment) {
+    if (segment.id != XCB_NONE) {
+        xcb_shm_detach(session.connection.get(), segment.id);
+    }
+    if (segment.inUse) {
+        xcb_discard_reply(session.connection.get(), segment.lastUse.sequence);
+    }
+    segment = {};
+}
+
+/// A segment of at least so many bytes that the server reads no more. False where memory cannot be shared.
+bool PrepareSegment(Session& session, PaintSegment& segment, std::size_t bytes) {
+    xcb_connection_t* connection = session.connection.get();
+    if (segment.inUse) {
+        segment.inUse = false;
+        std::free(xcb_request_check(connection, segment.lastUse));
+    }
+    if (segment.store && segment.store->size >= bytes) {
+        return true;
+    }
+    ReleaseSegment(session, segment);
+    const xcb_query_extension_reply_t* extension = xcb_get_extension_data(connection, &xcb_shm_id);
+    if (extension == nullptr || extension->present == 0) {
+        return false;
+    }
+    segment.store = MakePixelStore(bytes);
+    const int descriptor = segment.store ? dup(segment.store->descriptor.Get()) : -1;
+    if (descriptor < 0) {
+        segment = {};
+        return false;
+    }
+    segment.id = xcb_generate_id(connection);
+    const Reply<xcb_generic_error_t> error(
+        xcb_request_check(connection, xcb_shm_attach_fd_checked(connection, segment.id, descriptor, 1)));
+    if (error) {
+        segment = {};
+    }
+    return !error;
+}
+
+void PutShared(Session& session, AppWindow& window, const Picture& picture, std::size_t bytes) {
+    std::memcpy(window.segment.store->bytes, picture.pixels, bytes);
+    const auto width = static_cast<std::uint16_t>(picture.width);
+    const auto height = static_cast<std::uint16_t>(picture.height);
+    window.segment.lastUse =
+        xcb_shm_put_image_checked(session.connection.get(), window.id, window.context, width, height, 0, 0, width,
+                                  height, 0, static_cast<std::int16_t>(picture.top), session.screen->root_depth,
+                                  XCB_IMAGE_FORMAT_Z_PIXMAP, 0, window.segment.id, 0);
+    window.segment.inUse = true;
+}
+
+/// In as many rows a request as the server takes.
+void PutCopied(Session& session, AppWindow& window, const Picture& picture) {
+    xcb_connection_t* connection = session.connection.get();
+    const std::size_t rowBytes = static_cast<std::size_t>(picture.width) * 4;
+    const std::size_t most = std::size_t{xcb_get_maximum_request_length(connection)} * 4 - 64;
+    const int rows = static_cast<int>(std::max<std::size_t>(most / std::max<std::size_t>(rowBytes, 1), 1));
+    for (int y = 0; y < picture.height; y += rows) {
+        const int count = std::min(rows, picture.height - y);
+        xcb_put_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window.id, window.context,
+                      static_cast<std::uint16_t>(picture.width), static_cast<std::uint16_t>(count), 0,
+                      static_cast<std::int16_t>(picture.top + y), 0, session.screen->root_depth,
+                      static_cast<std::uint32_t>(rowBytes * static_cast<std::size_t>(count)),
+                      reinterpret_cast<const std::uint8_t*>(picture.Row(y).data()));
+    }
+}
+
+}  // namespace
+
+bool DispatchPaint(Session& session) {
+    const auto found = std::find_if(session.windows.begin(), session.windows.end(),
+                                    [](const AppWindow* window) { return window->mustPaint && window->viewable; });
+    if (found == session.windows.end()) {
+        return false;
+    }
+    (*found)->mustPaint = false;
+    Send(**found, message::paint);
+    return true;
+}
+
+void ReleasePixels(Session& session, AppWindow& window) {
+    ReleaseSegment(session, window.segment);
+    if (window.context != XCB_NONE) {
+        xcb_free_gc(session.connection.get(), window.context);
+    }
+}
+
+void LetClicksThrough(Session& session, AppWindow& window) { SetShape(session, window, XCB_SHAPE_SK_INPUT, {}); }
+
+}  // namespace x11
+
+void InvalidateWindow(AppWindow& window) { window.mustPaint = true; }
+
+void PaintNow(AppWindow& window) {
+    if (window.mustPaint && window.shown && !window.ended) {
+        window.mustPaint = false;
+        x11::Send(window, message::paint);
+    }
+}
+
+namespace x11 {
+namespace {
+
+void Put(AppWindow& window, const Picture& picture, bool whole) {
+    Session& session = CurrentSession();
+    xcb_connection_t* connection = session.connection.get();
+    window.mustPaint = false;
+    if (picture.width <= 0 || picture.height <= 0 || window.ended || xcb_connection_has_error(connection) != 0 ||
+        !TakesPixels(session)) {
+        return;
+    }
+    if (window.context == XCB_NONE) {
+        const std::uint32_t noExposures = 0;
+        window.context = xcb_generate_id(connection);
+        xcb_create_gc(connection, window.context, window.id, XCB_GC_GRAPHICS_EXPOSURES, &noExposures);
+    }
+    if (window.keyPixel && whole) {
+        FollowPicture(session, window, picture);
+    }
+    const std::size_t bytes = static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height) * 4;
+    if (PrepareSegment(session, window.segment, bytes)) {
+        PutShared(session, window, picture, bytes);
+    } else {
+        PutCopied(session, window, picture);
+    }
+    xcb_flush(connection);
+}
+
+}  // namespace
+}  // namespace x11
+
+void PutPixels(AppWindow& window, const std::uint32_t* pixels, int width, int height) {
+    x11::Put(window, {pixels, width, height}, true);
+}
+
+void PutPixelRows(AppWindow& window, const std::uint32_t* pixels, int width, int rows, int top) {
+    x11::Put(window, {pixels, width, rows, top}, false);
+}
+
+void SetColorKey(AppWindow& window, std::uint32_t color) {
+    window.keyPixel = (color & 0xFFU) << 16U | (color & 0xFF00U) | (color >> 16U & 0xFFU);
+    // Nothing of it is there before it has been painted.
+    x11::Session& session = x11::CurrentSession();
+    x11::SetShape(session, window, XCB_SHAPE_SK_BOUNDING, {});
+    x11::SetShape(session, window, XCB_SHAPE_SK_INPUT, {});
+    window.shape.clear();
+    InvalidateWindow(window);
+}
+
+void SetConstantAlpha(AppWindow& window, std::uint8_t alpha) {
+    x11::Session& session = x11::CurrentSession();
+    const std::uint32_t opacity = alpha * 0x01010101U;
+    xcb_change_property(session.connection.get(), XCB_PROP_MODE_REPLACE, window.id, session.atoms.netWmWindowOpacity,
+                        XCB_ATOM_CARDINAL, 32, 1, &opacity);
+    xcb_flush(session.connection.get());
+}
+
+}  // namespace zv

@@ -1,0 +1,42 @@
+// The scaler's records, and its one operation on plain surfaces for those who bring their own kernels.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "platform/DesktopCapture.h"
+#include "platform/software/ColorConversion.h"
+#include "platform/software/Surface.h"
+
+namespace zv {
+
+struct VideoProcessing {};
+
+/// Where a row of the destination comes from: the row at `index`, blended with the one below.
+struct RowTap {
+    std::uint32_t index = 0;
+    std::int16_t weight = 0;  ///< of the one below, 32768ths
+};
+
+struct VideoScaler {
+    ScalerFormat format;
+    ScalerState state;
+    const ConversionKernels* kernels = nullptr;
+    bool usable = false;  ///< the state is one that the scaler can carry out
+    bool whole = true;    ///< nothing of the target is right yet
+    bool direct = false;  ///< source and destination have one size and lie on the chroma grid
+
+    // For the resampling only; columns and rows count from the destination's corner.
+    ColumnTaps columns;
+    std::vector<RowTap> rows;
+    std::vector<std::int16_t> blended;   ///< one row of the source
+    std::vector<std::uint8_t> lines[2];  ///< two rows of the frame, black outside the destination
+    std::vector<std::uint8_t> black;
+};
+
+struct ScalerViews {
+    Surface* source = nullptr;
+    Surface* target = nullptr;
+};
+
+}  // namespace zv

@@ -1,0 +1,117 @@
+#include "ui/commands/Hotkeys.h"
+
+#include "core/Settings.h"
+#include "ui/commands/Commands.h"
+#include "ui/state/UiGlobals.h"
+#include "ui/windows/Overlay.h"
+
+namespace zv {
+namespace {
+
+struct Shortcut {
+    TextView label;
+    void (*command)();
+};
+
+constexpr Shortcut shortcuts[shortcutAction::count] = {
+    {u"Open / close overlay", ToggleQuickOverlay},
+    {u"Save instant replay", SaveReplay},
+    {u"Start / stop recording", ToggleRecording},
+    {u"Screenshot", TakeScreenshot},
+};
+
+struct ModifierName {
+    std::uint32_t bit;
+    TextView name;
+};
+constexpr ModifierName modifierNames[] = {
+    {keyModifier::control, u"Ctrl + "},
+    {keyModifier::alt, u"Alt + "},
+    {keyModifier::shift, u"Shift + "},
+};
+
+std::uint32_t ModsOf(int index) { return CurrentSettings().bindMods[static_cast<std::size_t>(index)]; }
+std::uint32_t KeyOf(int index) { return CurrentSettings().bindKeys[static_cast<std::size_t>(index)]; }
+bool& RegisteredFlag(int index) { return Ui().hotkeyRegistered[static_cast<std::size_t>(index)]; }
+
+bool Reserve(AppWindow& window, int id, std::uint32_t modifiers, std::uint32_t key) {
+    return RegisterGlobalKey(window, id, modifiers | keyModifier::noRepeat, key);
+}
+
+bool Refuse(TextView reason) {
+    Ui().shortcutError = reason;
+    return false;
+}
+
+bool BelongsToAnother(int index, std::uint32_t modifiers, std::uint32_t key) {
+    for (int other = 0; other < shortcutAction::count; ++other) {
+        if (other != index && ModsOf(other) == modifiers && KeyOf(other) == key) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+TextView ShortcutLabel(int index) { return shortcuts[index].label; }
+
+void RegisterHotkeys(AppWindow& window) {
+    for (int i = 0; i < shortcutAction::count; ++i) {
+        RegisteredFlag(i) = Reserve(window, i + 1, ModsOf(i), KeyOf(i));
+    }
+}
+
+void UnregisterHotkeys(AppWindow& window) {
+    for (int i = 0; i < shortcutAction::count; ++i) {
+        UnregisterGlobalKey(window, i + 1);
+    }
+}
+
+bool TryRebindHotkey(int index, std::uint32_t modifiers, std::uint32_t key) {
+    AppWindow& window = *Ui().mainWindow;
+    if (modifiers == 0) {
+        return Refuse(u"Include Ctrl, Alt or Shift with your key.");
+    }
+    if (BelongsToAnother(index, modifiers, key)) {
+        return Refuse(u"That shortcut already belongs to another ZV action.");
+    }
+    if (modifiers == ModsOf(index) && key == KeyOf(index) && RegisteredFlag(index)) {
+        return true;
+    }
+    // The probe tells whether the combination is free without giving up the one in use.
+    if (!Reserve(window, probeHotkeyId, modifiers, key)) {
+        return Refuse(u"Shortcut is used by another app. Choose a different one.");
+    }
+    UnregisterGlobalKey(window, probeHotkeyId);
+    UnregisterGlobalKey(window, index + 1);
+    if (!Reserve(window, index + 1, modifiers, key)) {
+        RegisteredFlag(index) = Reserve(window, index + 1, ModsOf(index), KeyOf(index));
+        return Refuse(u"Could not reserve shortcut. Try again.");
+    }
+    CurrentSettings().bindMods[static_cast<std::size_t>(index)] = modifiers;
+    CurrentSettings().bindKeys[static_cast<std::size_t>(index)] = key;
+    RegisteredFlag(index) = true;
+    SaveSettings(CurrentSettings());
+    return true;
+}
+
+Text HotkeyText(int index) {
+    const std::uint32_t modifiers = ModsOf(index);
+    Text text;
+    for (const ModifierName& row : modifierNames) {
+        if ((modifiers & row.bit) != 0) {
+            text += row.name;
+        }
+    }
+    const Text name = KeyName(KeyOf(index));
+    return text + (name.empty() ? u"Key " + DecimalUnsigned(KeyOf(index)) : name);
+}
+
+void RunHotkey(std::uintptr_t id) {
+    if (id >= 1 && id <= shortcutAction::count) {
+        shortcuts[id - 1].command();
+    }
+}
+
+}  // namespace zv

@@ -1,0 +1,60 @@
+#include "ui/pages/OverlaySettings.h"
+
+#include "ui/commands/Hotkeys.h"
+#include "ui/kit/Colors.h"
+#include "ui/kit/DrawingFrame.h"
+#include "ui/kit/OverlayControls.h"
+#include "ui/state/UiGlobals.h"
+#include "ui/windows/Overlay.h"
+#include "ui/windows/ShortcutEditor.h"
+
+namespace zv {
+namespace {
+
+namespace targetId {
+constexpr std::int32_t back = 970;
+constexpr std::int32_t firstShortcut = 1000;
+}  // namespace targetId
+
+void DrawFrameOfPage(Canvas& canvas) {
+    FillBox(canvas, {150, 70, 870, 540}, color::overlayPanel);
+    DrawOverlayButton(canvas, {.id = targetId::back, .box = {163, 80, 250, 113}, .label = u"< Back", .action = [] {
+                                   Ui().overlayPage = overlayPage::tiles;
+                               }});
+    DrawCentredText(canvas, {300, 79, 700, 115}, u"Settings", color::primaryText, FontRole::Bold);
+}
+
+void DrawSectionTitle(Canvas& canvas, TextView title) {
+    DrawCentredText(canvas, {320, 126, 700, 159}, title, Ui().accentColor, FontRole::Bold);
+}
+
+void DrawShortcutRow(Canvas& canvas, int index) {
+    const std::int32_t top = 177 + 67 * index;
+    DrawTextLine(canvas, {173, top, 400, top + 31}, ShortcutLabel(index), color::primaryText, FontRole::Small);
+    DrawButton(canvas, {.id = targetId::firstShortcut + index,
+                        .box = {429, top, 835, top + 34},
+                        .label = HotkeyText(index),
+                        .action = [index] { OpenShortcutEditor(index); }});
+    if (!Ui().hotkeyRegistered[static_cast<std::size_t>(index)]) {
+        DrawTextLine(canvas, {429, top + 35, 835, top + 57}, u"Shortcut busy - choose a different combination",
+                     Ui().accentColor, FontRole::Small);
+    }
+}
+
+void DrawShortcuts(Canvas& canvas) {
+    for (int index = 0; index < shortcutAction::count; ++index) {
+        DrawShortcutRow(canvas, index);
+    }
+    DrawTextLine(canvas, {173, 461, 835, 497}, u"Click a shortcut to change it. Other apps keep their shortcuts.",
+                 color::mutedText, FontRole::Small);
+}
+
+}  // namespace
+
+void DrawOverlaySettings(Canvas& canvas) {
+    DrawFrameOfPage(canvas);
+    DrawSectionTitle(canvas, u"Shortcuts");
+    DrawShortcuts(canvas);
+}
+
+}  // namespace zv

@@ -1,0 +1,114 @@
+// The order below is fixed: settings exist before the folders that they name are checked, the engine is configured from
+// repaired settings, logging starts after that, and the windows come last. Whatever can block runs later as a job.
+#include "ui/startup/Application.h"
+
+#include <optional>
+
+#include "core/AppCore.h"
+#include "core/AppFolders.h"
+#include "core/SessionMarker.h"
+#include "core/Settings.h"
+#include "core/SettingsValidation.h"
+#include "core/Theme.h"
+#include "library/ClipList.h"
+#include "platform/Environment.h"
+#include "platform/Window.h"
+#include "ui/commands/Commands.h"
+#include "ui/kit/Fonts.h"
+#include "ui/kit/Icons.h"
+#include "ui/startup/ProgramWindows.h"
+#include "ui/state/CaptureSettings.h"
+#include "ui/state/UiGlobals.h"
+#include "ui/windows/MainWindow.h"
+#include "ui/windows/TrayMenu.h"
+#include "video/Capabilities.h"
+#include "video/Monitors.h"
+
+namespace zv {
+namespace {
+
+constexpr char16_t instanceName[] = u"Local\\ZVReelsMax_SingleInstance";
+constexpr char16_t taskbarIdentity[] = u"Zorvel.Capture.3.23";
+
+/// The first copy's window comes forward. Settings and logs stay untouched.
+void HandOverToFirstCopy() {
+    if (!BringOtherCopyForward(mainWindowClass)) {
+        ShowInformation(u"Zorvel is already running. Open it from the notification area or exit the older copy first.",
+                        u"Zorvel");
+    }
+}
+
+void ChooseFirstMonitor(Settings& settings) {
+    if (!settings.monitorDevice.empty()) {
+        return;
+    }
+    if (const std::optional<MonitorEntry> primary = ResolveMonitor(u"")) {
+        settings.monitorDevice = primary->deviceName;
+    }
+}
+
+/// A start with repairs writes the file twice. The theme decides on the colour before the validation resets its name.
+void PrepareSettings() {
+    Settings& settings = CurrentSettings();
+    LoadSettings(settings);
+    Ui().accentColor = ApplyTheme(settings);
+    if (!settings.ffmpegPath.empty()) {
+        SetEnvironmentValue(u"ZV_FFMPEG", settings.ffmpegPath);
+    }
+    if (!ValidateSettings(settings).empty()) {
+        SaveSettings(settings);
+    }
+    ChooseFirstMonitor(settings);
+    SaveSettings(settings);
+}
+
+void ConfigureEngine() {
+    const CaptureConfig config = MakeCaptureConfig();
+    CaptureEngine& engine = Engine();
+    engine.Configure(config);
+    const Settings& settings = CurrentSettings();
+    engine.replaySeconds = static_cast<std::int32_t>(settings.replaySeconds);
+    engine.micEnabled = settings.micEnabled;
+    engine.gameAudioEnabled = settings.gameAudioEnabled;
+}
+
+void StartRecords() {
+    const Text data = DataFolder();
+    AppLogStart(data);
+    SessionMarkerBegin(data);
+    AppLogInfo(u"App", u"Zorvel starting");
+}
+
+}  // namespace
+
+int RunApplication(const Text& commandLine) {
+    const Owned<InstanceClaim> claim = ClaimSingleInstance(instanceName);
+    if (!claim) {
+        HandOverToFirstCopy();
+        return 0;
+    }
+    CurrentAppFolders() = MakeAppFolders();
+    CreateAppFolders(CurrentAppFolders());
+    PrepareSettings();
+    DetectCapabilities(CurrentCapabilities());
+    ConfigureEngine();
+    StartRecords();
+    SetEndRequest(ExitProgram);
+    CreateFonts();
+    MakeProgramIcons();
+    SetTaskbarIdentity(taskbarIdentity);
+    MakeProgramWindows(commandLine);
+    StartReplayJob();
+    RefreshClipList(CurrentSettings().clipsFolder, CurrentSettings().recordingsFolder);
+    if (AppWindow* mainWindow = Ui().mainWindow) {
+        ShowTrayIcon(*mainWindow);
+    }
+    DarkenWindowFrames();
+    RunMessageLoop();
+    DeleteFonts();
+    ReleaseProgramWindows();
+    ForgetCachedIcons();
+    return 0;
+}
+
+}  // namespace zv

@@ -1,0 +1,108 @@
+#include "ui/windows/Badge.h"
+
+#include <optional>
+
+#include "core/Settings.h"
+#include "library/GameName.h"
+#include "platform/Foreground.h"
+#include "ui/kit/Colors.h"
+#include "ui/kit/DrawingFrame.h"
+#include "ui/kit/SmallWindow.h"
+#include "ui/state/CaptureSettings.h"
+#include "ui/state/UiGlobals.h"
+#include "ui/windows/BadgeRules.h"
+#include "ui/windows/Overlay.h"
+
+namespace zv {
+namespace {
+
+/// Asks for the image only when another process has come to the front. Should yet another one have come there since,
+/// the next tick asks again.
+void FollowFrontProcess(std::uint32_t processId) {
+    UiGlobals& ui = Ui();
+    if (processId == ui.badgeProcessId) {
+        return;
+    }
+    const ForegroundProcess process = LookUpForeground();
+    const bool same = process.processId == processId;
+    ui.badgeProcessId = same ? processId : 0;
+    ui.badgeProcessIsGame = same && IsKnownGame(process.imagePath);
+}
+
+BadgeMoment Now(const std::optional<FrontWindow>& front) {
+    UiGlobals& ui = Ui();
+    BadgeMoment moment;
+    moment.overlayShown = IsOverlayShown();
+    moment.screenshotRuns = ui.screenshotSlot.IsBusy();
+    moment.recording = GetRecordingStatus().recording;
+    moment.replaying = Engine().replayRunning;
+    moment.captureJobRuns = ui.captureJobSlot.IsBusy();
+    moment.monitorDevice = CurrentSettings().monitorDevice;
+    moment.frontIsGame = ui.badgeProcessIsGame;
+    moment.front = front ? &*front : nullptr;
+    return moment;
+}
+
+void DrawBadge(Canvas& canvas, const Rectangle& client) {
+    const BadgeState state = BadgeStateOf(Now(std::nullopt));
+    const Color accent = Ui().accentColor;
+    const std::int32_t middle = client.right / 2;
+    const Rectangle right{middle, 0, client.right - 3, client.bottom};
+    FillBox(canvas, client, color::badge);
+    DrawCentredText(canvas, {2, 0, middle, client.bottom}, u"ZV", accent, FontRole::Bold);
+    if (state == BadgeState::Recording) {
+        DrawCentredText(canvas, right, u"REC", color::badgeRecording, FontRole::Small);
+    } else {
+        DrawCentredText(canvas, right, state == BadgeState::Busy ? u"..." : u"ON", accent, FontRole::Small);
+    }
+}
+
+}  // namespace
+
+void UpdateBadge() {
+    UiGlobals& ui = Ui();
+    if (ui.badgeWindow == nullptr) {
+        return;
+    }
+    const std::optional<FrontWindow> front = LookUpFrontWindow();
+    FollowFrontProcess(front ? front->processId : 0);
+    const BadgeMoment moment = Now(front);
+    if (!ShowsBadge(moment)) {
+        HideBadge();
+        return;
+    }
+    ShowTopmostAt(*ui.badgeWindow, BadgePlace(front->monitor.bounds, front->dpi));
+    const auto state = static_cast<std::uint32_t>(BadgeStateOf(moment));
+    if (state != ui.badgeState) {
+        ui.badgeState = state;
+        InvalidateWindow(*ui.badgeWindow);
+    }
+}
+
+void HideBadge() {
+    AppWindow* window = Ui().badgeWindow;
+    if (window != nullptr && IsWindowShown(*window)) {
+        HideWindow(*window);
+    }
+}
+
+std::intptr_t BadgeProc(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
+    if (const std::optional<std::intptr_t> answer = ClickThroughAnswer(code)) {
+        return *answer;
+    }
+    switch (code) {
+        case message::create:
+            Ui().badgeWindow = &window;
+            return 0;
+        case message::destroy:
+            Ui().badgeWindow = nullptr;
+            return 0;
+        case message::paint:
+            PaintSmallWindow(window, DrawBadge);
+            return 0;
+        default:
+            return DefaultProcedure(window, code, wParam, lParam);
+    }
+}
+
+}  // namespace zv

@@ -1,0 +1,227 @@
+#include "ui/windows/MainWindow.h"
+
+#include "core/SessionMarker.h"
+#include "core/Settings.h"
+#include "platform/TrayIcon.h"
+#include "ui/commands/CaptureJobs.h"
+#include "ui/commands/Commands.h"
+#include "ui/commands/Hotkeys.h"
+#include "ui/kit/DrawingFrame.h"
+#include "ui/kit/HitTargets.h"
+#include "ui/pages/DesktopPages.h"
+#include "ui/startup/ProgramWindows.h"
+#include "ui/state/CaptureSettings.h"
+#include "ui/state/UiGlobals.h"
+#include "ui/windows/Badge.h"
+#include "ui/windows/Overlay.h"
+#include "ui/windows/ShortcutEditor.h"
+#include "ui/windows/TrayMenu.h"
+
+namespace zv {
+namespace {
+
+constexpr Point leastSize{900, 600};
+
+namespace virtualKey {
+constexpr std::uintptr_t tab = 9;
+constexpr std::uintptr_t enter = 13;
+constexpr std::uintptr_t escape = 27;
+constexpr std::uintptr_t space = 32;
+}  // namespace virtualKey
+
+void OnCreate(AppWindow& window) {
+    Ui().mainWindow = &window;
+    Ui().mainState.pages = DrawMainFrame;
+    StartTimer(window, housekeepingTimer, housekeepingPeriodMs);
+    RegisterHotkeys(window);
+}
+
+/// With the main window the program ends, whatever may go wrong on the way.
+struct EndOfProgram {
+    ~EndOfProgram() {
+        Ui().mainWindow = nullptr;
+        PostQuit(0);
+    }
+};
+
+/// The order matters: nothing that a job touches goes away before the job has ended, and no wait has a time limit.
+void OnDestroy(AppWindow& window) {
+    const EndOfProgram end;
+    // The media viewer closes, and the feeds' and its own image's jobs are waited for.
+    EndToast();
+    CloseShortcutEditor();
+    StopTimer(window, housekeepingTimer);
+    StopTimer(window, collectionTimer);
+    EndBadge();
+    Ui().screenshotSlot.Wait();
+    // The library scan and the thumbnails are waited for, and the thumbnail cache is emptied.
+    RemoveTrayIcon();
+    Ui().captureJobSlot.Wait();
+    Ui().capturePollSlot.Wait();
+    Engine().StopAll();
+    UnregisterHotkeys(window);
+    SaveSettings(CurrentSettings());
+    SessionMarkerEnd();
+}
+
+std::intptr_t OnClose(AppWindow& window) {
+    HideOverlay();
+    if (CurrentSettings().minimizeToTray) {
+        HideWindow(window);
+        return 0;
+    }
+    return DefaultProcedure(window, message::close, 0, 0);
+}
+
+/// What can be clicked has moved: nothing can until the next paint.
+void OnSize(AppWindow& window) {
+    Ui().mainState.pressedId = noTarget;
+    Ui().mainState.targets.clear();
+    InvalidateWindow(window);
+}
+
+/// False when the key means nothing here.
+bool OnKeyDown(AppWindow& window, std::uintptr_t key) {
+    UiState& state = Ui().mainState;
+    switch (key) {
+        case virtualKey::escape:
+            HideOverlay();
+            state.pressedId = noTarget;
+            return true;
+        case virtualKey::tab:
+            if (!MoveFocus(state, (HeldModifiers() & keyModifier::shift) != 0)) {
+                return false;
+            }
+            InvalidateWindow(window);
+            return true;
+        case virtualKey::enter:
+        case virtualKey::space:
+            ActivateTarget(state, state.focusId);
+            return true;
+        default:
+            return false;
+    }
+}
+
+/// Capture is configured anew on a later tick, so that it can wait for a job that runs.
+void OnDisplayChange() {
+    Ui().displayChangePending = true;
+    Ui().monitorLabel.clear();
+    Ui().secondsReady = 0;
+    ShowStatus(u"Display layout changed. Updating the selected monitor...");
+}
+
+/// The results that the user waits for. The timer runs only as long as there are any.
+void OnCollectionTimer(AppWindow& window) {
+    const bool jobEnded = CollectCaptureJob();
+    const bool screenshotEnded = CollectScreenshot();
+    // The library scan and the thumbnails are collected in this order.
+    if (jobEnded || screenshotEnded) {
+        InvalidatePages();
+        UpdateBadge();
+    }
+    if (!Ui().captureJobSlot.IsBusy() && !Ui().screenshotSlot.IsBusy()) {
+        StopTimer(window, collectionTimer);
+    }
+}
+
+void OnHousekeepingTimer() {
+    // The feeds' results and the viewer's image come first.
+    RefreshGameName();
+    UpdateBadge();
+    if (Ui().displayChangePending && !Ui().captureJobSlot.IsBusy()) {
+        Ui().displayChangePending = false;
+        RestartCaptureJob();
+    }
+    if (Ui().captureJobSlot.IsBusy()) {
+        CollectCaptureJob();
+    } else {
+        TickHealthPoll();
+    }
+    AppWindow* window = Ui().mainWindow;
+    if (window != nullptr && IsWindowShown(*window) && !IsWindowIcon(*window)) {
+        InvalidateWindow(*window);
+    }
+    RefreshOverlay();
+}
+
+}  // namespace
+
+std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
+    if (code == TaskbarCreatedMessage()) {
+        ShowTrayIcon(window);
+        return 0;
+    }
+    if (HandleMouseMessage(window, Ui().mainState, code, lParam)) {
+        return code == message::setCursor ? 1 : 0;
+    }
+    switch (code) {
+        case message::getMinMaxInfo:
+            reinterpret_cast<MinMaxInfo*>(lParam)->minTrackSize = leastSize;
+            return 0;
+        case message::create:
+            OnCreate(window);
+            return 0;
+        case message::destroy:
+            OnDestroy(window);
+            return 0;
+        case message::size:
+            OnSize(window);
+            return 0;
+        case message::killFocus:
+            Ui().mainState.pressedId = noTarget;
+            return DefaultProcedure(window, code, wParam, lParam);
+        case message::paint:
+            PaintWindow(window, Ui().mainState, false);
+            return 0;
+        case message::close:
+            return OnClose(window);
+        case message::eraseBackground:
+            return 1;
+        case message::dpiChanged:
+            PlaceWindow(window, *reinterpret_cast<const Rectangle*>(lParam));
+            return 0;
+        case message::displayChange:
+            OnDisplayChange();
+            return 0;
+        case message::keyDown:
+            return OnKeyDown(window, wParam) ? 0 : DefaultProcedure(window, code, wParam, lParam);
+        case message::timer:
+            if (wParam == collectionTimer) {
+                OnCollectionTimer(window);
+            } else {
+                OnHousekeepingTimer();
+            }
+            return 0;
+        case message::hotKey:
+            if (!GiveHotkeyToShortcutEditor(wParam)) {
+                RunHotkey(wParam);
+            }
+            return 0;
+        case trayMessage:
+            HandleTrayMessage(window, lParam);
+            return 0;
+        default:
+            return DefaultProcedure(window, code, wParam, lParam);
+    }
+}
+
+void ShowMainWindow() {
+    if (AppWindow* window = Ui().mainWindow) {
+        ShowInFront(*window);
+    }
+}
+
+void ExitProgram() {
+    AppWindow* window = Ui().mainWindow;
+    if (window == nullptr) {
+        PostQuit(0);
+        return;
+    }
+    HideWindow(*window);
+    HideOverlay();
+    // What nobody handles destroys the window.
+    DefaultProcedure(*window, message::close, 0, 0);
+}
+
+}  // namespace zv

@@ -1,0 +1,354 @@
+// The main window, the notification icon and a second copy of the real program, driven by real keys and clicks under a
+// real window manager and a real notification area.
+#include <cmath>
+
+#include "support/TrayUser.h"
+
+namespace zv {
+namespace {
+
+using namespace support;
+
+constexpr char windowManagerSettings[] = R"(<?xml version="1.0"?>
+<openbox_config xmlns="http://openbox.org/3.4/rc"><mouse><context name="Frame">
+<mousebind button="A-Right" action="Drag"><action name="Resize"/></mousebind>
+</context></mouse></openbox_config>)";
+
+// Places of the main window, in design pixels.
+constexpr int sidebarX = 95;
+constexpr int PageY(int page) { return 145 + 57 * page; }
+
+const Text headings[] = {u"Welcome to Zorvel.", u"Recommended for you.", u"Make it yours.", u"Keep Zorvel current.",
+                         u"Here to help."};
+
+constexpr char alreadyRunning[] =
+    "Zorvel is already running. Open it from the notification area or exit the older copy first.";
+
+class DesktopEndToEnd : public testing::Test {
+protected:
+    void StartWindowManager() {
+        WriteAll(folder_.Path() / "rc.xml", windowManagerSettings);
+        manager_ =
+            StartOnDisplay(display_.Name(), {"openbox", "--config-file", folder_.Path() / "rc.xml"}, folder_.Path());
+        ASSERT_TRUE(WaitUntil([&] { return !user_.Property(user_.Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
+    }
+    ProgramOptions Options(bool background) const {
+        return {.display = display_.Name(), .settings = {{"instantReplay", "0"}}, .background = background};
+    }
+    /// In the background, with a program of the test's own for the desktop's message boxes.
+    ProgramOptions BoxedOptions() const {
+        const std::filesystem::path box = folder_.Path() / "zenity";
+        WriteAll(box, "#!/bin/sh\nprintf '%s\\n' \"$@\" >\"$0.said\"\n");
+        std::filesystem::permissions(box, std::filesystem::perms::owner_all);
+        ProgramOptions options = Options(true);
+        options.variables["PATH"] = folder_.Path().string();
+        return options;
+    }
+    std::string BoxText() const { return ReadAll(folder_.Path() / "zenity.said"); }
+    static void AwaitStart(const ProgramRun& run) { ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value()); }
+    bool HasFocus() const {
+        return WaitUntil([&] { return user_.Focus() == user_.WindowOf(mainWindowName); });
+    }
+    int LogicalWidth() const {
+        return static_cast<int>(user_.Client(mainWindowName).Width() / user_.Scale(mainWindowName));
+    }
+    bool ShowsPage(int page) const {
+        return user_.WaitSays(mainWindowName, {{222, 24, LogicalWidth() - 215, 66},
+                                               headings[page],
+                                               color::primaryText,
+                                               color::windowBackground,
+                                               FontRole::Heading});
+    }
+    void ClickMain(int x, int y) const { user_.Click(mainWindowName, x, y); }
+    /// The mark of the keyboard's focus on a button of the sidebar.
+    bool WaitMarked(int page) const {
+        const double y = 122 + 57 * page + 3.5;
+        const Point at{95, static_cast<int>(y)};
+        return user_.WaitColor(mainWindowName, at.x, at.y, color::purple);
+    }
+
+    /// On a machine that stands still for a moment two clicks may be no double click, so there are more tries.
+    bool ShowByDoubleClick(int betweenMs) const {
+        for (int tries = 0; tries < 10; ++tries) {
+            tray_.ClickIcon();
+            std::this_thread::sleep_for(std::chrono::milliseconds(betweenMs));
+            user_.PressButton(1);
+            std::this_thread::sleep_for(std::chrono::milliseconds(betweenMs / 2));
+            user_.ReleaseButton(1);
+            if (WaitUntil([&] { return user_.Shows(mainWindowName); }, 3)) {
+                return true;
+            }
+            user_.TapKey(XK_Escape);
+            std::this_thread::sleep_for(std::chrono::milliseconds(450));
+        }
+        return false;
+    }
+    TemporaryFolder folder_{"zorvel-desktop"};
+    PrivateDisplay display_{"1400x1000"};
+    InterfaceUser user_{display_.Name()};
+    TrayUser tray_{display_.Name(), user_};
+    Spawned manager_;
+};
+
+TEST_F(DesktopEndToEnd, TheMainWindowIsWalkedThroughByMouseAndByKeyboard) {
+    StartWindowManager();
+    const ProgramRun run(Options(false));
+    AwaitStart(run);
+    ASSERT_TRUE(user_.WaitShown(mainWindowName));
+    ASSERT_TRUE(HasFocus());
+    EXPECT_EQ(user_.Client(mainWindowName).Width(), 1220);
+    EXPECT_EQ(user_.Client(mainWindowName).Height(), 800);
+    EXPECT_TRUE(ShowsPage(0));
+    for (const int page : {1, 2, 3, 4, 0}) {
+        ClickMain(sidebarX, PageY(page));
+        EXPECT_TRUE(ShowsPage(page)) << page;
+    }
+    // A press that is let go elsewhere is none.
+    const Point home = user_.PointF(mainWindowName, sidebarX, PageY(0));
+    const Point help = user_.PointF(mainWindowName, sidebarX, PageY(4));
+    user_.MovePointer(help.x, help.y);
+    user_.PressButton(1);
+    user_.MovePointer(home.x, home.y);
+    user_.ReleaseButton(1);
+    EXPECT_TRUE(ShowsPage(0));
+    // The button that shares its number with "Help" opens that page.
+    ClickMain(LogicalWidth() - 100, 50);
+    EXPECT_TRUE(ShowsPage(4));
+    EXPECT_FALSE(user_.Shows(overlayName));
+
+    ClickMain(210, 780);  // nothing there: the focus is nowhere
+    user_.MovePointer(1390, 990);
+    user_.TapKey(XK_Tab);
+    EXPECT_TRUE(WaitMarked(0));
+    user_.TapKey(XK_Tab);
+    EXPECT_TRUE(WaitMarked(1));
+    user_.TapKey(XK_Return);
+    EXPECT_TRUE(ShowsPage(1));
+    user_.TapKey(XK_Tab);
+    EXPECT_TRUE(WaitMarked(2));
+    user_.TapKey(XK_space);
+    EXPECT_TRUE(ShowsPage(2));
+    user_.TapKey({XK_Shift_L}, XK_Tab);
+    EXPECT_TRUE(WaitMarked(1));
+    ASSERT_TRUE(user_.OpenOverlay());
+    user_.TapKey(XK_Escape);
+    EXPECT_TRUE(user_.WaitHidden(overlayName));
+    EXPECT_TRUE(user_.Shows(mainWindowName));
+}
+
+TEST_F(DesktopEndToEnd, TheHomePageOpensOverlayGalleryAndRecommendations) {
+    StartWindowManager();
+    const ProgramRun run(Options(false));
+    AwaitStart(run);
+    ASSERT_TRUE(user_.WaitShown(mainWindowName));
+    ASSERT_TRUE(ShowsPage(0));
+    const int left = 222;
+    const int right = LogicalWidth() - 30;
+    const int middle = (left + right) / 2;
+    // The overlay lies over the button, so what closes it again is its own key.
+    ClickMain(left + 40, 304);
+    ASSERT_TRUE(user_.WaitShown(overlayName));
+    EXPECT_TRUE(user_.WaitColor(overlayName, 450, 95, color::black)) << "the tiles";
+    EXPECT_TRUE(user_.CloseOverlay());
+    ClickMain(middle + 100, 487);
+    const Words galleryTitle{{126, 75, 233, 108}, u"Gallery", color::primaryText, Rgb(24, 23, 28), FontRole::Bold};
+    EXPECT_TRUE(user_.WaitSays(overlayName, galleryTitle));
+    EXPECT_TRUE(user_.CloseOverlay());
+    ClickMain(left + 100, 626);
+    EXPECT_TRUE(ShowsPage(1));
+    // Home's button brings the tiles back, whatever page the overlay had.
+    ClickMain(sidebarX, PageY(0));
+    ASSERT_TRUE(ShowsPage(0));
+    ClickMain(left + 40, 304);
+    ASSERT_TRUE(user_.WaitShown(overlayName));
+    const Words record{{453, 97, 573, 117}, u"Record",       color::primaryText,
+                       color::black,        FontRole::Small, TextLayout::CentredLine};
+    EXPECT_TRUE(user_.WaitSays(overlayName, record));
+}
+
+TEST_F(DesktopEndToEnd, TheMainWindowGetsNoSmallerThanItsContentsAndMakesRoomWhenItGrows) {
+    StartWindowManager();
+    const ProgramRun run(Options(false));
+    AwaitStart(run);
+    ASSERT_TRUE(user_.WaitShown(mainWindowName));
+    const Rectangle before = user_.Client(mainWindowName);
+    user_.Press(user_.CodeOf(XK_Alt_L));
+    user_.MovePointer(before.right - 20, before.bottom - 20);
+    user_.PressButton(3);
+    int pull = 0;
+    EXPECT_TRUE(WaitUntil([&] {
+        pull = std::min(pull + 50, 1000);
+        user_.MovePointer(before.right - 20 - pull, before.bottom - 20 - pull * 7 / 10);
+        const Rectangle now = user_.Client(mainWindowName);
+        return pull == 1000 && now.Width() == 900 && now.Height() == 600;
+    })) << user_.Client(mainWindowName).Width()
+        << " x " << user_.Client(mainWindowName).Height();
+    user_.ReleaseButton(3);
+    user_.Release(user_.CodeOf(XK_Alt_L));
+    EXPECT_NEAR(user_.Scale(mainWindowName), 0.849, 0.001);
+    EXPECT_TRUE(ShowsPage(0));
+    ClickMain(sidebarX, PageY(4));
+    EXPECT_TRUE(ShowsPage(4));
+    // Larger than its contents it has more room, and nothing in it gets larger.
+    const std::uint32_t large[] = {1380, 940};
+    xcb_configure_window(user_.Get(), user_.WindowOf(mainWindowName),
+                         XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, large);
+    EXPECT_TRUE(WaitUntil([&] { return user_.Client(mainWindowName).Width() == 1380; }));
+    EXPECT_EQ(user_.Scale(mainWindowName), 1);
+    EXPECT_TRUE(ShowsPage(4));
+    const Words quickOverlay{
+        {1380 - 189, 31, 1380 - 30, 74}, u"Quick overlay",    color::primaryText, color::button, FontRole::Bold,
+        TextLayout::CentredLine,         {1200, 40, 1340, 65}};
+    user_.MovePointer(1, 999);
+    EXPECT_TRUE(user_.WaitSays(mainWindowName, quickOverlay));
+}
+
+TEST_F(DesktopEndToEnd, TheCloseBoxHidesOrEndsAsTheSettingSays) {
+    StartWindowManager();
+    {
+        ProgramRun run(Options(false));
+        AwaitStart(run);
+        ASSERT_TRUE(user_.WaitShown(mainWindowName));
+        ASSERT_TRUE(user_.OpenOverlay());
+        user_.CloseByBox(user_.WindowOf(mainWindowName));
+        EXPECT_TRUE(user_.WaitHidden(mainWindowName));
+        EXPECT_TRUE(user_.WaitHidden(overlayName));
+        EXPECT_TRUE(run.Process().Alive());
+        EXPECT_EQ(run.End(), 0);
+    }
+    ProgramOptions options = Options(false);
+    options.settings["minimizeToTray"] = "0";
+    ProgramRun run(options);
+    AwaitStart(run);
+    ASSERT_TRUE(user_.WaitShown(mainWindowName));
+    user_.CloseByBox(user_.WindowOf(mainWindowName));
+    EXPECT_EQ(run.Process().WaitExit(), 0);
+    EXPECT_TRUE(run.Children().empty());
+    EXPECT_FALSE(std::filesystem::exists(run.DataFolder() / "running.lock"));
+}
+
+TEST_F(DesktopEndToEnd, TheIconsMenuIsUsedByMouseAndByKeyboard) {
+    tray_.StartTray();
+    ProgramRun run(Options(true));
+    AwaitStart(run);
+    ASSERT_TRUE(tray_.WaitIcon());
+    ASSERT_TRUE(tray_.OpenMenu(3));
+    const Text rows[] = {u"Open Zorvel", u"Save Clip (Alt + F10)", u"Start recording", u"Screenshot selected monitor",
+                         u"Quick capture (Alt + X)"};
+    for (int row = 0; row < 5; ++row) {
+        EXPECT_TRUE(WaitUntil([&] { return tray_.MenuSays(row, rows[row]); })) << row;
+    }
+    tray_.ClickMenuRow(4);
+    EXPECT_TRUE(user_.WaitShown(overlayName));
+    EXPECT_TRUE(tray_.WaitNoMenu());
+    ASSERT_TRUE(user_.CloseOverlay());
+    // The keyboard chooses the same, and Escape nothing.
+    ASSERT_TRUE(tray_.OpenMenu(1));
+    user_.TapKey(XK_Escape);
+    EXPECT_TRUE(tray_.WaitNoMenu());
+    EXPECT_FALSE(user_.Shows(mainWindowName));
+    ASSERT_TRUE(tray_.OpenMenu(3));
+    for (int i = 0; i < 3; ++i) {
+        user_.TapKey(XK_Down);
+    }
+    user_.TapKey(XK_Return);
+    ASSERT_TRUE(run.WaitForActivity("Recording started").has_value());
+    ASSERT_TRUE(tray_.OpenMenu(3));
+    EXPECT_TRUE(WaitUntil([&] { return tray_.MenuSays(2, u"Stop and save recording"); }));
+    EXPECT_TRUE(WaitRecorded(run));
+    tray_.ClickMenuRow(2);
+    ASSERT_TRUE(run.WaitForActivity("Recording saved: ").has_value());
+    ASSERT_TRUE(tray_.OpenMenu(3));
+    for (int i = 0; i < 6; ++i) {
+        user_.TapKey(XK_Down);
+    }
+    user_.TapKey(XK_Return);
+    EXPECT_EQ(run.Process().WaitExit(), 0);
+    EXPECT_TRUE(WaitUntil([&] { return run.Children().empty(); }, 10));
+    EXPECT_TRUE(tray_.WaitNoIcon());
+    EXPECT_FALSE(std::filesystem::exists(run.DataFolder() / "running.lock"));
+}
+
+// A single click opens the menu, which is on the screen or not yet when the second one comes.
+TEST_F(DesktopEndToEnd, AClosedWindowComesBackByADoubleClickOnTheIcon) {
+    StartWindowManager();
+    ProgramRun run(Options(false));
+    AwaitStart(run);
+    ASSERT_TRUE(user_.WaitShown(mainWindowName));
+    for (const char* edge : {"bottom", "top"}) {
+        tray_.StartTray(edge);
+        ASSERT_TRUE(tray_.WaitIcon());
+        for (const int betweenMs : {0, 150}) {
+            user_.CloseByBox(user_.WindowOf(mainWindowName));
+            ASSERT_TRUE(user_.WaitHidden(mainWindowName));
+            const std::vector<xcb_window_t> before = user_.TopLevels();
+            EXPECT_TRUE(ShowByDoubleClick(betweenMs)) << edge << " " << betweenMs;
+            EXPECT_TRUE(HasFocus());
+            EXPECT_TRUE(WaitUntil([&] { return tray_.MenuBeside(before) == XCB_WINDOW_NONE; })) << "the menu has gone";
+            // Another click is a first one again.
+            std::this_thread::sleep_for(std::chrono::milliseconds(450));
+            EXPECT_TRUE(tray_.OpenMenu(1)) << edge << " " << betweenMs;
+            user_.TapKey(XK_Escape);
+            EXPECT_TRUE(tray_.WaitNoMenu());
+            std::this_thread::sleep_for(std::chrono::milliseconds(450));
+        }
+        tray_.KillTray();
+        ASSERT_TRUE(tray_.WaitNoIcon());
+    }
+}
+
+TEST_F(DesktopEndToEnd, ANotificationAreaThatIsStartedAnewGetsTheIconAgain) {
+    tray_.StartTray();
+    const ProgramRun run(Options(true));
+    AwaitStart(run);
+    ASSERT_TRUE(tray_.WaitIcon());
+    for (int round = 0; round < 2; ++round) {
+        tray_.KillTray();
+        EXPECT_TRUE(tray_.WaitNoIcon());
+        EXPECT_TRUE(WaitUntil([&] { return user_.Find("ZV Reels Max") == XCB_WINDOW_NONE; }))
+            << "it is no window of the desktop";
+        tray_.StartTray();
+        ASSERT_TRUE(tray_.WaitIcon());
+    }
+    EXPECT_TRUE(tray_.OpenMenu(3)) << "the new icon is alive";
+    user_.TapKey(XK_Escape);
+}
+
+TEST_F(DesktopEndToEnd, ACopyThatComesBeforeTheFirstOneHasItsWindowSaysSo) {
+    const xcb_window_t holder = user_.Cover({0, 0, 10, 10}, 0);
+    xcb_set_selection_owner(user_.Get(), holder, user_.Atom("Local\\ZVReelsMax_SingleInstance"), XCB_CURRENT_TIME);
+    user_.Sync();
+    ProgramRun copy(BoxedOptions());
+    EXPECT_EQ(copy.Process().WaitExit(), 0);
+    EXPECT_NE(BoxText().find(alreadyRunning), std::string::npos) << BoxText();
+    EXPECT_FALSE(std::filesystem::exists(copy.DataFolder() / "Logs"));
+}
+
+TEST_F(DesktopEndToEnd, ASecondCopyBringsTheFirstForwardAndOfTwoStartedAtOnceOneStays) {
+    StartWindowManager();
+    const ProgramOptions options = BoxedOptions();
+    ProgramRun first(options);
+    ProgramRun rival(options);
+    ASSERT_TRUE(WaitUntil([&] { return !first.Process().Alive() || !rival.Process().Alive(); }));
+    ProgramRun& winner = first.Process().Alive() ? first : rival;
+    ProgramRun& loser = first.Process().Alive() ? rival : first;
+    EXPECT_EQ(loser.Process().WaitExit(), 0);
+    AwaitStart(winner);
+    EXPECT_FALSE(std::filesystem::exists(loser.DataFolder() / "Logs"));
+    if (BoxText().empty()) {
+        ASSERT_TRUE(user_.WaitShown(mainWindowName)) << "it had its window already and came forward";
+        user_.CloseByBox(user_.WindowOf(mainWindowName));
+        ASSERT_TRUE(user_.WaitHidden(mainWindowName));
+    } else {
+        EXPECT_NE(BoxText().find(alreadyRunning), std::string::npos) << BoxText();
+    }
+    ProgramRun second(Options(false));
+    EXPECT_EQ(second.Process().WaitExit(), 0);
+    EXPECT_TRUE(user_.WaitShown(mainWindowName));
+    EXPECT_TRUE(HasFocus());
+    EXPECT_TRUE(winner.Process().Alive());
+    EXPECT_EQ(winner.End(), 0);
+}
+
+}  // namespace
+}  // namespace zv

@@ -1,0 +1,323 @@
+// The road of a recording of open length, in both modes: by its key through the real program, broken in every way that
+// must leave something to watch, and with numbered images through the engine, so that every frame can be accounted for.
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <chrono>
+
+#include "capture/CaptureEngine.h"
+#include "fake/NumberedDesktop.h"
+#include "platform/Files.h"
+#include "support/EndToEnd.h"
+#include "support/FrameNumber.h"
+
+namespace zv {
+namespace {
+
+using namespace support;
+namespace fs = std::filesystem;
+
+constexpr int fps = 30;
+constexpr char started[] = "Recording started. Stop Recording to finalize video and selected audio.";
+const std::string savedWords = "Recording saved: ";
+
+enum class Mode { FromReplay, OwnCapture };
+
+bool IsWorkingFile(const fs::path& file) { return file.string().ends_with(".mp4.partial.mp4"); }
+
+std::string NameOf(const testing::TestParamInfo<Mode>& info) {
+    return info.param == Mode::FromReplay ? "FromTheReplay" : "WithItsOwnCapture";
+}
+
+// Through the program
+
+struct RecordingKey : testing::TestWithParam<Mode> {
+    void SetUp() override {
+        const bool replay = GetParam() == Mode::FromReplay;
+        run = std::make_unique<ProgramRun>(
+            ProgramOptions{.display = display.Name(), .settings = {{"instantReplay", replay ? "1" : "0"}}});
+        ASSERT_TRUE(replay ? run->WaitForBuffer(2) : run->WaitForActivity("Replay stopped.").has_value());
+    }
+    void StartRecording() {
+        run->Press("ctrl+alt+r");
+        ASSERT_TRUE(run->WaitForActivity(started).has_value());
+    }
+    /// Waits until the working file holds so many seconds at 8 Mbit/s.
+    bool WaitForRecorded(double seconds) {
+        return WaitUntil([&] {
+            const auto files = FilesBelow(run->CaptureRoot());
+            return files.size() == 1 && static_cast<double>(fs::file_size(files[0])) > seconds * 1'000'000;
+        });
+    }
+    /// The child that writes the recording.
+    std::vector<pid_t> Recorders() const { return ProcessesWith(run->CaptureRoot().string()); }
+    /// The one file that is there: a working file that plays up to its last whole second.
+    void ExpectPlayableWorkingFile(double seconds) {
+        const auto files = FilesBelow(run->CaptureRoot());
+        ASSERT_EQ(files.size(), 1U);
+        EXPECT_TRUE(IsWorkingFile(files[0])) << files[0];
+        const ClipFacts facts = Probe(files[0]);
+        EXPECT_GE(facts.duration, seconds);
+        std::size_t pictures = 0;
+        DecodeLuma(files[0], 1920, 1080, [&](std::span<const std::uint8_t>) { ++pictures; });
+        // FFmpeg's own buffer may have held the end of the last picture.
+        EXPECT_GE(pictures + 1, facts.stamps.size());
+        EXPECT_GE(pictures, static_cast<std::size_t>(seconds) * fps);
+    }
+    PrivateDisplay display;
+    std::unique_ptr<ProgramRun> run;
+};
+
+TEST_P(RecordingKey, TwoPressesMakeAFileThatHasItsNameOnlyOnceItIsWhole) {
+    StartRecording();
+    EXPECT_EQ(run->Children().size(), GetParam() == Mode::FromReplay ? 2U : 1U);
+    ASSERT_TRUE(WaitForRecorded(3));
+    const auto during = FilesBelow(run->CaptureRoot());
+    ASSERT_EQ(during.size(), 1U);
+    EXPECT_TRUE(IsWorkingFile(during[0])) << during[0];
+    run->Press("ctrl+alt+r");
+    const auto row = run->WaitForActivity(savedWords);
+    ASSERT_TRUE(row.has_value());
+    const fs::path file = row->substr(savedWords.size());
+    EXPECT_EQ(file.string() + ".partial.mp4", during[0].string());
+    EXPECT_EQ(FilesBelow(run->CaptureRoot()), std::vector<fs::path>{file});
+    EXPECT_TRUE(file.filename().string().starts_with("ZV_Recording_"));
+    EXPECT_EQ(file.parent_path().parent_path(), run->CaptureRoot());
+
+    const ClipFacts facts = Probe(file, true);
+    EXPECT_GE(facts.duration, 3);
+    EXPECT_EQ(facts.averageRate, "30/1");
+    EXPECT_EQ(facts.profile, "High");
+    EXPECT_EQ(facts.pictureTypes.find('B'), std::string::npos);
+    EXPECT_FALSE(facts.hasAudio);
+    EXPECT_EQ(run->Children().size(), GetParam() == Mode::FromReplay ? 1U : 0U) << "the replay goes on";
+    EXPECT_EQ(run->End(), 0);
+    EXPECT_TRUE(run->Children().empty());
+}
+
+TEST_P(RecordingKey, EndingTheProgramFinishesTheRecording) {
+    StartRecording();
+    ASSERT_TRUE(WaitForRecorded(3));
+    EXPECT_EQ(run->End(), 0);
+    const auto files = FilesBelow(run->CaptureRoot());
+    ASSERT_EQ(files.size(), 1U);
+    EXPECT_FALSE(IsWorkingFile(files[0])) << files[0];
+    EXPECT_GE(Probe(files[0]).duration, 3);
+    EXPECT_TRUE(run->Children().empty());
+}
+
+TEST_P(RecordingKey, AKilledFfmpegLeavesAWorkingFileThatPlaysAndTheKeyStartsAnother) {
+    StartRecording();
+    ASSERT_TRUE(WaitForRecorded(4.2));
+    ASSERT_EQ(Recorders().size(), 1U);
+    kill(Recorders()[0], SIGKILL);
+    ASSERT_TRUE(WaitUntil([&] { return Recorders().empty(); }));
+    ExpectPlayableWorkingFile(4);
+    // Once the poll has seen it the key starts a recording again; before, it ends the dead one and says so.
+    const std::size_t rows = run->Activity().size();
+    run->Press("ctrl+alt+r");
+    ASSERT_TRUE(WaitUntil([&] { return run->Activity().size() > rows; }));
+    if (run->Activity()[rows] != started) {
+        EXPECT_TRUE(run->Activity()[rows].starts_with("Recording failed or did not finalize. See "));
+        run->Press("ctrl+alt+r");
+    }
+    ASSERT_TRUE(run->WaitForActivity(started, rows).has_value());
+    run->Press("ctrl+alt+r");
+    ASSERT_TRUE(run->WaitForActivity(savedWords, rows).has_value());
+    EXPECT_EQ(FilesBelow(run->CaptureRoot()).size(), 2U);
+    EXPECT_EQ(run->Children().size(), GetParam() == Mode::FromReplay ? 1U : 0U) << "the replay goes on";
+    EXPECT_EQ(run->End(), 0);
+    EXPECT_TRUE(run->Children().empty());
+}
+
+TEST_P(RecordingKey, AKilledProgramLeavesAWorkingFileThatPlaysAndNoChild) {
+    StartRecording();
+    ASSERT_TRUE(WaitForRecorded(4.2));
+    run->Process().Send(SIGKILL);
+    run->Process().WaitExit();
+    EXPECT_TRUE(WaitUntil([&] { return run->Children().empty() && Recorders().empty(); }, 10));
+    ExpectPlayableWorkingFile(4);
+}
+
+INSTANTIATE_TEST_SUITE_P(Recording, RecordingKey, testing::Values(Mode::FromReplay, Mode::OwnCapture), NameOf);
+
+// With numbered images
+
+struct NumberedRecording : testing::TestWithParam<Mode> {
+    void SetUp() override {
+        fake::ResetNumberedDesktop();
+        CaptureConfig config;
+        config.width = 1920;
+        config.height = 1080;
+        config.fps = fps;
+        config.bitrateMbps = 8;
+        config.gameAudioEnabled = false;
+        config.monitorDevice = fake::NumberedDesktopName();
+        ASSERT_TRUE(engine.Configure(config)) << ToUtf8(engine.statusText);
+        if (GetParam() == Mode::FromReplay) {
+            ASSERT_TRUE(engine.StartReplay(true, 15)) << ToUtf8(engine.statusText);
+            ASSERT_TRUE(WaitUntil([&] { return engine.BufferedSeconds() >= 3; }));
+        }
+    }
+    void TearDown() override {
+        engine.StopAll();
+        EXPECT_TRUE(WaitUntil([&] { return ProcessesWith(folder.Path().string()).empty(); }, 10));
+    }
+    Text Output(const std::string& name = "recording.mp4") const { return FromPath(folder.Path() / "captures" / name); }
+    static std::uint32_t Images() { return fake::TheNumberedDesktop().images; }
+    /// Until so many more seconds of images have been captured.
+    static bool CaptureFor(std::uint32_t seconds) {
+        const std::uint32_t end = Images() + seconds * fps;
+        return WaitUntil([&] { return Images() >= end; }, 4.0 * seconds + 60);
+    }
+    static std::vector<std::uint32_t> Numbers(const Text& file) {
+        std::vector<std::uint32_t> numbers;
+        DecodeLuma(ToPath(file), 1920, 1080, [&](std::span<const std::uint8_t> luma) {
+            const auto number = ReadFrameNumber(luma, 1920, 1080);
+            ASSERT_TRUE(number.has_value()) << "picture " << numbers.size() << " carries no number";
+            numbers.push_back(*number);
+        });
+        return numbers;
+    }
+    /// Every number once, and every stamp a frame after the one before.
+    static void ExpectEveryFrameOnce(const Text& file, const std::vector<std::uint32_t>& numbers) {
+        ASSERT_FALSE(numbers.empty());
+        for (std::size_t i = 1; i < numbers.size(); ++i) {
+            ASSERT_EQ(numbers[i], numbers[i - 1] + 1) << "at picture " << i;
+        }
+        const ClipFacts facts = Probe(ToPath(file));
+        ASSERT_EQ(facts.stamps.size(), numbers.size());
+        for (std::size_t i = 1; i < facts.seconds.size(); ++i) {
+            ASSERT_NEAR(facts.seconds[i] - facts.seconds[i - 1], 1.0 / fps, 1e-5) << "at picture " << i;
+        }
+        EXPECT_NEAR(facts.duration, static_cast<double>(numbers.size()) / fps, 0.04);
+    }
+    void Record(std::uint32_t seconds) {
+        const std::uint32_t before = Images();
+        ASSERT_TRUE(engine.StartRecording(Output())) << ToUtf8(engine.statusText);
+        EXPECT_EQ(engine.state, EngineState::Recording);
+        ASSERT_TRUE(CaptureFor(seconds));
+        const std::uint32_t asked = Images();
+        engine.FinishRecording();
+        ASSERT_EQ(engine.statusText, u"Recording saved: " + Output());
+        EXPECT_EQ(engine.state, EngineState::Ready);
+        const auto numbers = Numbers(Output());
+        ExpectEveryFrameOnce(Output(), numbers);
+        EXPECT_GE(numbers.size(), static_cast<std::size_t>(seconds - 1) * fps);
+        ExpectEnds(before, asked, numbers);
+    }
+    void ExpectEnds(std::uint32_t before, std::uint32_t asked, const std::vector<std::uint32_t>& numbers) {
+        if (GetParam() == Mode::OwnCapture) {
+            EXPECT_EQ(numbers.front(), 0U) << "it begins with its capture";
+            // What was on its way to the child may go with it; nothing older may.
+            EXPECT_GE(numbers.back() + fps, asked);
+            return;
+        }
+        // Whole segments: the last two that were listed at the start, and all that was finished at the end.
+        EXPECT_EQ(numbers.front() % fps, 0U);
+        EXPECT_EQ(numbers.size() % fps, 0U);
+        EXPECT_LT(numbers.front(), before);
+        EXPECT_GE(numbers.front() + 4 * fps, before) << "two segments back, and the one being written";
+        EXPECT_GE(numbers.back() + 3 * fps, asked);
+    }
+
+    TemporaryFolder folder{"zorvel-recording"};
+    // The folder of the pipes is chosen once a process and has to outlive the first test.
+    ScopedVariable runtime{"XDG_RUNTIME_DIR", fs::temp_directory_path().string()};
+    ScopedVariable temporary{"TMPDIR", folder.Path().string()};
+    ScopedVariable ffmpeg{"ZV_FFMPEG", ""};
+    CaptureEngine engine;
+};
+
+TEST_P(NumberedRecording, HoldsEveryFrameOfTwentySecondsOnce) { Record(20); }
+
+TEST_P(NumberedRecording, HoldsEveryFrameOfAMinuteOnce) { Record(60); }
+
+TEST_P(NumberedRecording, OneThatLosesItsFfmpegHoldsAllButTheLastSeconds) {
+    ASSERT_TRUE(engine.StartRecording(Output())) << ToUtf8(engine.statusText);
+    ASSERT_TRUE(CaptureFor(5));
+    const auto recorders = ProcessesWith(folder.Path().string() + "/captures/recording.mp4.partial.mp4");
+    ASSERT_EQ(recorders.size(), 1U);
+    const std::uint32_t images = Images();
+    kill(recorders[0], SIGKILL);
+    CapturePollResult poll;
+    ASSERT_TRUE(WaitUntil([&] {
+        poll = PollCapture(engine);
+        return poll.changed;
+    }));
+    const Text encoder = u"Recording encoder stopped unexpectedly. Logs: " + engine.cacheDir;
+    if (GetParam() == Mode::FromReplay) {
+        EXPECT_EQ(poll.status, encoder);
+        EXPECT_TRUE(IsChildRunning(engine.replay)) << "the replay goes on";
+        EXPECT_TRUE(engine.replayRunning);
+    } else {
+        // Whichever part notices first: the writer of the pipe or the look at the child.
+        EXPECT_TRUE(poll.status == encoder || poll.status == u"Video encoder stopped accepting frames (0x80004005)" ||
+                    poll.status == u"Video muxer disconnected (0x80004005)")
+            << ToUtf8(poll.status);
+    }
+    EXPECT_EQ(engine.state, EngineState::Failed);
+    EXPECT_EQ(engine.recording.process, nullptr);
+    EXPECT_FALSE(fs::exists(ToPath(Output())));
+    const Text working = Output("recording.mp4.partial.mp4");
+    const auto numbers = Numbers(working);
+    ASSERT_FALSE(numbers.empty());
+    for (std::size_t i = 1; i < numbers.size(); ++i) {
+        ASSERT_EQ(numbers[i], numbers[i - 1] + 1);
+    }
+    // A fragment a second, from key frame to key frame. A recording from the replay is a segment behind besides.
+    const std::uint32_t behind = GetParam() == Mode::OwnCapture ? 2 * fps : 4 * fps;
+    EXPECT_GE(numbers.back() + behind, images) << "the last whole second is missing";
+    std::printf("killed at image %u, plays to image %u\n", images, numbers.back());
+}
+
+struct RecordingFromReplay : NumberedRecording {};
+
+TEST_P(RecordingFromReplay, OutlivesTheReplaysEncoderAndIsSavedWithEveryFrameOnce) {
+    ASSERT_TRUE(engine.StartRecording(Output())) << ToUtf8(engine.statusText);
+    ASSERT_TRUE(CaptureFor(2));
+    const auto replay = ProcessesWith(ToUtf8(engine.replayDir) + "/live.m3u8");
+    ASSERT_EQ(replay.size(), 1U);
+    kill(replay[0], SIGKILL);
+    CapturePollResult poll;
+    ASSERT_TRUE(WaitUntil([&] {
+        poll = PollCapture(engine);
+        return poll.changed;
+    }));
+    EXPECT_FALSE(engine.replayRunning);
+    // With the picture's sentence the recording is finished first; with the encoder's it waits for its key.
+    const bool pictureFirst = poll.status.starts_with(u"Video ");
+    EXPECT_EQ(engine.recording.process == nullptr, pictureFirst) << ToUtf8(poll.status);
+    if (!pictureFirst) {
+        EXPECT_EQ(poll.status, u"Replay encoder stopped unexpectedly. Logs: " + engine.cacheDir);
+        EXPECT_EQ(engine.state, EngineState::Recording);
+        EXPECT_TRUE(IsChildRunning(engine.recording));
+        engine.FinishRecording();
+        EXPECT_EQ(engine.statusText, u"Recording saved: " + Output());
+    }
+    EXPECT_EQ(engine.state, EngineState::Ready);
+    ExpectEveryFrameOnce(Output(), Numbers(Output()));
+}
+
+/// Not a promise but a figure: how long the user waits for the name.
+TEST_P(NumberedRecording, TheStopTakesAMoment) {
+    std::vector<double> took;
+    for (int round = 0; round < 5; ++round) {
+        const Text output = Output("stop-" + std::to_string(round) + ".mp4");
+        ASSERT_TRUE(engine.StartRecording(output)) << ToUtf8(engine.statusText);
+        ASSERT_TRUE(CaptureFor(2));
+        const auto begin = std::chrono::steady_clock::now();
+        engine.FinishRecording();
+        took.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count());
+        ASSERT_TRUE(fs::exists(ToPath(output))) << ToUtf8(engine.statusText);
+    }
+    std::sort(took.begin(), took.end());
+    std::printf("from the stop of a recording %s to its name: %.0f ms, from %.0f to %.0f\n",
+                GetParam() == Mode::FromReplay ? "from the replay" : "with its own capture", took[2], took[0], took[4]);
+}
+
+INSTANTIATE_TEST_SUITE_P(Recording, RecordingFromReplay, testing::Values(Mode::FromReplay), NameOf);
+INSTANTIATE_TEST_SUITE_P(Recording, NumberedRecording, testing::Values(Mode::FromReplay, Mode::OwnCapture), NameOf);
+
+}  // namespace
+}  // namespace zv

@@ -1,0 +1,150 @@
+// A shortcut is changed by real keys: through the gear of the overlay, its row and the small window that takes the key.
+#include "support/InterfaceUser.h"
+
+namespace zv {
+namespace {
+
+using namespace support;
+
+constexpr int screenshot = 3;  ///< row and index of the action
+
+class ShortcutEndToEnd : public testing::Test {
+protected:
+    ShortcutEndToEnd() {
+        game_.SetFocus(gameWindow_);
+        EXPECT_TRUE(run_.WaitForActivity("Replay stopped.").has_value());
+        EXPECT_TRUE(user_.OpenOverlay());
+        user_.Click(overlayName, 832, 190);
+        EXPECT_TRUE(WaitRow(u"Ctrl + Alt + S"));
+    }
+    bool WaitRow(const Text& text) const {
+        constexpr int top = 177 + 67 * screenshot;
+        user_.MovePointer(2, 700);
+        return user_.WaitSays(overlayName, {.box = {429, top, 835, top + 34},
+                                            .text = text,
+                                            .background = color::button,
+                                            .font = FontRole::Bold,
+                                            .layout = TextLayout::CentredLine,
+                                            .look = {435, top + 6, 829, top + 28}});
+    }
+    bool OpenEditor() const {
+        user_.Click(overlayName, 600, 177 + 67 * screenshot + 17);
+        return user_.WaitShown(editorName) &&
+               user_.WaitSays(editorName, {{20, 18, 550, 55},
+                                           u"Press your new shortcut",
+                                           color::primaryText,
+                                           color::windowBackground,
+                                           FontRole::Bold}) &&
+               WaitUntil([&] { return user_.Focus() == user_.WindowOf(editorName); });
+    }
+    bool EditorSays(const Text& text) const {
+        return user_.WaitSays(editorName, {{20, 99, 550, 135}, text, color::purple});
+    }
+    std::size_t Pictures() const { return CapturesOf(run_, ".png").size(); }
+    bool WaitPictures(std::size_t count) const {
+        return WaitUntil([&] { return Pictures() == count; });
+    }
+
+    PrivateDisplay display_{"1280x720"};
+    InterfaceUser user_{display_.Name()};
+    OtherClient game_{display_.Name()};
+    xcb_window_t gameWindow_ = game_.Cover({0, 0, 1280, 720}, 0x205080);
+    ProgramRun run_{{.display = display_.Name(), .settings = {{"instantReplay", "0"}}}};
+};
+
+TEST_F(ShortcutEndToEnd, IsChangedByRealKeysAndTheOldOneIsGivenBack) {
+    ASSERT_TRUE(OpenEditor());
+    EXPECT_TRUE(EditorSays(u"Escape cancels without changing your shortcut."));
+    user_.TapKey(XK_k);
+    EXPECT_TRUE(EditorSays(u"Include Ctrl, Alt or Shift with your key."));
+    user_.TapKey({XK_Control_L}, XK_comma);  // not one of the keys that it takes
+    EXPECT_TRUE(EditorSays(u"Include Ctrl, Alt or Shift with your key."));
+    // Another program holds the key, but only while Caps Lock is on.
+    ASSERT_TRUE(game_.GrabKey(game_.CodeOf(XK_k), XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_LOCK));
+    user_.TapKey({XK_Control_L}, XK_k);
+    EXPECT_TRUE(EditorSays(u"Shortcut is used by another app. Choose a different one."));
+    user_.TapKey(XK_Escape);
+    EXPECT_TRUE(user_.WaitHidden(editorName));
+    EXPECT_EQ(SettingOf(run_, "bindKeys3"), "83");
+
+    ASSERT_TRUE(OpenEditor());
+    user_.TapKey({XK_Control_L, XK_Shift_L}, XK_j);
+    EXPECT_TRUE(user_.WaitHidden(editorName));
+    EXPECT_TRUE(WaitSetting(run_, "bindMods3", "6"));
+    EXPECT_EQ(SettingOf(run_, "bindKeys3"), "74");
+    EXPECT_TRUE(WaitRow(u"Ctrl + Shift + J"));
+    EXPECT_EQ(user_.Focus(), gameWindow_) << "the game has the keyboard again";
+    EXPECT_TRUE(user_.CloseOverlay());
+
+    user_.TapKey({XK_Control_L, XK_Shift_L}, XK_j);
+    EXPECT_TRUE(WaitPictures(1));
+    EXPECT_TRUE(WaitUntil([&] { return game_.GrabKey(game_.CodeOf(XK_s), XCB_MOD_MASK_1 | XCB_MOD_MASK_CONTROL); }))
+        << "the old key is free again";
+    game_.Events(XCB_KEY_PRESS);
+    user_.TapKey({XK_Control_L, XK_Alt_L}, XK_s);
+    EXPECT_TRUE(WaitUntil([&] { return game_.Events(XCB_KEY_PRESS) > 0; }));
+    EXPECT_EQ(Pictures(), 1U);
+}
+
+TEST_F(ShortcutEndToEnd, TheKeysOfAnotherActionAreRefusedAndTheCurrentOnesCloseTheEditor) {
+    ASSERT_TRUE(OpenEditor());
+    user_.TapKey({XK_Alt_L}, XK_x);
+    EXPECT_TRUE(EditorSays(u"That shortcut already belongs to another ZV action."));
+    EXPECT_TRUE(user_.Shows(overlayName)) << "the key has not toggled it";
+    user_.TapKey({XK_Control_L, XK_Alt_L}, XK_s);
+    EXPECT_TRUE(user_.WaitHidden(editorName));
+    EXPECT_EQ(SettingOf(run_, "bindMods3"), "3");
+    EXPECT_EQ(SettingOf(run_, "bindKeys3"), "83");
+    EXPECT_TRUE(WaitRow(u"Ctrl + Alt + S"));
+
+    // Both are commands again as soon as something else has the keyboard, the editor open or not.
+    ASSERT_TRUE(OpenEditor());
+    game_.SetFocus(gameWindow_);
+    user_.TapKey({XK_Alt_L}, XK_x);
+    EXPECT_TRUE(user_.WaitHidden(overlayName));
+    EXPECT_TRUE(user_.Shows(editorName));
+    EXPECT_EQ(Pictures(), 0U);
+    user_.TapKey({XK_Control_L, XK_Alt_L}, XK_s);
+    EXPECT_TRUE(WaitPictures(1));
+}
+
+TEST_F(ShortcutEndToEnd, IsChangedAndUsedWithCapsLockAndNumLockOn) {
+    user_.TapKey(XK_Caps_Lock);
+    user_.TapKey(XK_Num_Lock);
+    ASSERT_TRUE(OpenEditor());
+    user_.TapKey({XK_Control_L, XK_Alt_L}, XK_p);
+    EXPECT_TRUE(user_.WaitHidden(editorName));
+    EXPECT_TRUE(WaitSetting(run_, "bindMods3", "3"));
+    EXPECT_EQ(SettingOf(run_, "bindKeys3"), "80");
+    EXPECT_TRUE(WaitRow(u"Ctrl + Alt + P"));
+    EXPECT_TRUE(user_.CloseOverlay());
+    std::size_t pictures = 0;
+    for (const xcb_keysym_t lock :
+         {xcb_keysym_t{XK_VoidSymbol}, xcb_keysym_t{XK_Caps_Lock}, xcb_keysym_t{XK_Num_Lock}}) {
+        if (lock != XK_VoidSymbol) {
+            user_.TapKey(lock);
+        }
+        user_.TapKey({XK_Control_L, XK_Alt_L}, XK_p);
+        EXPECT_TRUE(WaitPictures(++pictures));
+        // The next press is refused until this one's notification has come.
+        EXPECT_TRUE(
+            user_.WaitSays(toastName, {{68, 8, 314, 68}, u"Screenshot saved", color::primaryText, color::toast}));
+    }
+}
+
+TEST_F(ShortcutEndToEnd, TheRowOfAKeyThatWasTakenAtTheStartSaysSo) {
+    EXPECT_EQ(run_.End(), 0);
+    ASSERT_TRUE(game_.GrabKey(game_.CodeOf(XK_s), XCB_MOD_MASK_1 | XCB_MOD_MASK_CONTROL));
+    ProgramRun run({.display = display_.Name(), .settings = {{"instantReplay", "0"}}});
+    ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
+    ASSERT_TRUE(user_.OpenOverlay());
+    user_.Click(overlayName, 832, 190);
+    constexpr int top = 177 + 67 * screenshot;
+    EXPECT_TRUE(user_.WaitSays(overlayName, {{429, top + 35, 835, top + 57},
+                                             u"Shortcut busy - choose a different combination",
+                                             color::purple,
+                                             color::overlayPanel}));
+}
+
+}  // namespace
+}  // namespace zv

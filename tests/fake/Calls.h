@@ -1,0 +1,122 @@
+// One record of every call that the fakes receive, in order, and the plan of which of them fail.
+//
+// A fake opens each of its functions with `Call call("Name");`, which notes the call, runs the test's hook and
+// answers whether this one has to fail. What a fake allocates is not counted by Allocations.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <new>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace zv::fake {
+
+/// Above 0 while this thread is inside a fake.
+inline thread_local int callDepth = 0;
+
+struct Fault {
+    std::string name;
+    int nth = 1;  ///< 1 is the first call of that name
+    std::int32_t code = 0;
+    bool throws = false;  ///< std::bad_alloc instead of a code
+};
+
+struct Calls {
+    std::mutex mutex;
+    std::vector<const char*> names;
+    std::vector<std::thread::id> threads;  ///< of each call
+    std::map<std::string, int> counts;
+    std::vector<Fault> faults;
+    std::function<void(const char* name, int nth)> hook;  ///< set while nothing runs; called without the mutex
+};
+
+inline Calls& TheCalls() {
+    static Calls calls;
+    return calls;
+}
+
+inline void ResetCalls() {
+    Calls& calls = TheCalls();
+    const std::lock_guard lock(calls.mutex);
+    calls.names.clear();
+    calls.threads.clear();
+    calls.counts.clear();
+    calls.faults.clear();
+    calls.hook = nullptr;
+}
+
+/// The n-th call of `name` answers `code`, whatever a failure is in that service.
+inline void FailCall(const std::string& name, int nth, std::int32_t code) {
+    const std::lock_guard lock(TheCalls().mutex);
+    TheCalls().faults.push_back({name, nth, code, false});
+}
+
+/// The n-th call of `name` raises std::bad_alloc.
+inline void ThrowInCall(const std::string& name, int nth) {
+    const std::lock_guard lock(TheCalls().mutex);
+    TheCalls().faults.push_back({name, nth, 0, true});
+}
+
+inline std::vector<std::string> CallNames() {
+    const std::lock_guard lock(TheCalls().mutex);
+    return {TheCalls().names.begin(), TheCalls().names.end()};
+}
+
+inline int CountOf(const std::string& name) {
+    const std::lock_guard lock(TheCalls().mutex);
+    return TheCalls().counts[name];
+}
+
+class Call {
+public:
+    explicit Call(const char* name) {
+        ++callDepth;
+        try {
+            const int nth = Note(name);
+            if (TheCalls().hook) {
+                TheCalls().hook(name, nth);
+            }
+            Plan(name, nth);
+        } catch (...) {
+            --callDepth;
+            throw;
+        }
+    }
+    ~Call() { --callDepth; }
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+    bool Fails() const { return code_.has_value(); }
+    std::int32_t Code() const { return code_.value_or(0); }
+
+private:
+    static int Note(const char* name) {
+        Calls& calls = TheCalls();
+        const std::lock_guard lock(calls.mutex);
+        calls.names.push_back(name);
+        calls.threads.push_back(std::this_thread::get_id());
+        return ++calls.counts[name];
+    }
+    void Plan(const char* name, int nth) {
+        Calls& calls = TheCalls();
+        const std::lock_guard lock(calls.mutex);
+        for (const Fault& fault : calls.faults) {
+            if (fault.name != name || fault.nth != nth) {
+                continue;
+            }
+            if (fault.throws) {
+                throw std::bad_alloc();
+            }
+            code_ = fault.code;
+        }
+    }
+
+    std::optional<std::int32_t> code_;
+};
+
+}  // namespace zv::fake

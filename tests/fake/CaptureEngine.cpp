@@ -1,0 +1,109 @@
+#include "fake/CaptureEngine.h"
+
+namespace zv {
+namespace {
+
+using fake::Call;
+using fake::TheEngine;
+
+/// The stay of one thread inside the engine.
+class Stay {
+public:
+    Stay() {
+        if (++TheEngine().inside > 1) {
+            TheEngine().overlapped = true;
+        }
+    }
+    ~Stay() { --TheEngine().inside; }
+    Stay(const Stay&) = delete;
+    Stay& operator=(const Stay&) = delete;
+};
+
+}  // namespace
+
+CaptureEngine::~CaptureEngine() = default;
+
+bool CaptureEngine::Configure(const CaptureConfig& config) {
+    const Stay stay;
+    const Call call("Configure");
+    TheEngine().configs.push_back(config);
+    statusText = call.Fails() ? u"Not configured" : u"Configured";
+    state = call.Fails() ? EngineState::Failed : EngineState::Ready;
+    return !call.Fails();
+}
+
+bool CaptureEngine::StartReplay(bool enable, std::int32_t seconds) {
+    const Stay stay;
+    const Call call("StartReplay");
+    TheEngine().replayStarts.push_back({enable, seconds});
+    replayRunning = enable && !call.Fails();
+    statusText = call.Fails() ? u"Replay not started" : enable ? u"Replay on" : u"Replay off";
+    return !call.Fails();
+}
+
+bool CaptureEngine::SaveReplayClip(const Text& outputPath) {
+    const Stay stay;
+    const Call call("SaveReplayClip");
+    TheEngine().clips.push_back(outputPath);
+    statusText = call.Fails() ? Text(u"Replay not saved") : u"Replay saved: " + outputPath;
+    return !call.Fails();
+}
+
+bool CaptureEngine::StartRecording(const Text& outputPath) {
+    const Stay stay;
+    const Call call("StartRecording");
+    TheEngine().recordings.push_back(outputPath);
+    state = call.Fails() ? EngineState::Failed : EngineState::Recording;
+    statusText = call.Fails() ? u"Recording not started" : u"Recording started";
+    return !call.Fails();
+}
+
+void CaptureEngine::FinishRecording() {
+    const Stay stay;
+    const Call call("FinishRecording");
+    state = call.Fails() ? EngineState::Failed : EngineState::Ready;
+    statusText = call.Fails() ? u"Recording not saved" : u"Recording saved";
+}
+
+void CaptureEngine::StopAll() {
+    const Stay stay;
+    const Call call("StopAll");
+    replayRunning = false;
+    state = state == EngineState::Recording ? EngineState::Ready : state.load();
+    statusText = u"Stopped";
+}
+
+void CaptureEngine::PollHealth() {}
+std::int32_t CaptureEngine::BufferedSeconds() { return TheEngine().pollResult.bufferedSeconds; }
+bool CaptureEngine::StartEncoder(EncoderProcess&, const Text&, const Text&) { return false; }
+bool CaptureEngine::StartChild(EncoderProcess&, const Text&, const Text&) { return false; }
+bool CaptureEngine::StopChild(EncoderProcess&, std::uint32_t) { return false; }
+
+CapturePollResult PollCapture(CaptureEngine&) {
+    const Stay stay;
+    const Call call("PollCapture");
+    return TheEngine().pollResult;
+}
+
+namespace fake {
+
+EngineControls& TheEngine() {
+    static EngineControls controls;
+    return controls;
+}
+
+void ResetEngine(CaptureEngine& engine) {
+    EngineControls& controls = TheEngine();
+    controls.configs.clear();
+    controls.replayStarts.clear();
+    controls.clips.clear();
+    controls.recordings.clear();
+    controls.pollResult = {};
+    controls.overlapped = false;
+    engine.state = EngineState::Idle;
+    engine.replayRunning = false;
+    engine.statusText.clear();
+}
+
+}  // namespace fake
+}  // namespace zv

@@ -1,0 +1,34 @@
+// An engine that captures nothing: each operation notes its arguments, changes the atomics as a success or a planned
+// failure would, and leaves a short status text. It also watches that only one thread at a time is inside it.
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+#include "capture/CaptureEngine.h"
+#include "fake/Calls.h"
+
+namespace zv::fake {
+
+struct ReplayStart {
+    bool enable = false;
+    std::int32_t seconds = 0;
+    bool operator==(const ReplayStart&) const = default;
+};
+
+/// The lists are read while no operation runs.
+struct EngineControls {
+    std::vector<CaptureConfig> configs;
+    std::vector<ReplayStart> replayStarts;
+    std::vector<Text> clips;
+    std::vector<Text> recordings;
+    CapturePollResult pollResult;
+    std::atomic<int> inside{0};
+    std::atomic<bool> overlapped{false};
+};
+
+EngineControls& TheEngine();
+void ResetEngine(CaptureEngine& engine);
+
+}  // namespace zv::fake

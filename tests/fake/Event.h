@@ -1,0 +1,26 @@
+// Events whose finite waits a test can shorten, and which keep the time-outs that were asked for.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace zv::fake {
+
+void ResetEvents();
+
+/// A finite wait lasts at most this long in real time, whatever was asked. 0 ends it.
+void ShortenWaits(std::uint32_t milliseconds);
+
+/// The finite time-outs other than 0 that WaitAny was given, in order.
+std::vector<std::uint32_t> AskedTimeouts();
+
+/// Calls of Signal since the reset.
+int Signals();
+
+/// Events that exist.
+int LiveEvents();
+
+/// Whether MakeEvent answers null.
+void RefuseEvents(bool on);
+
+}  // namespace zv::fake

@@ -1,0 +1,21 @@
+// A notification area that keeps what was put there.
+#pragma once
+
+#include <optional>
+
+#include "fake/Calls.h"
+#include "platform/TrayIcon.h"
+
+namespace zv::fake {
+
+inline constexpr std::uint32_t taskbarCreated = 0xC123;
+
+struct TrayControls {
+    std::optional<TrayIconOptions> icon;  ///< what stands in the area now
+    int additions = 0;
+};
+
+TrayControls& TheTray();
+void ResetTray();
+
+}  // namespace zv::fake

@@ -1,0 +1,30 @@
+// A video worker without a thread: it runs from a successful start until it is stopped or a test lets it fail.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "video/VideoCapture.h"
+
+namespace zv::fake {
+
+struct VideoStart {
+    Text monitorDevice;
+    VideoFormat format;
+};
+
+struct VideoCaptureControls {
+    std::vector<VideoStart> starts;
+    std::vector<VideoCapture*> alive;  ///< every worker that has not been destroyed
+    Text startError = u"Video could not start.";
+    Text pipeName = u"video pipe";
+};
+
+/// Faults by name through FailCall: "VideoCapture::Start" answers false with `startError`.
+VideoCaptureControls& TheVideo();
+void ResetVideo();
+
+/// What a worker whose thread has failed looks like.
+void FailVideo(VideoCapture& video, const Text& error);
+
+}  // namespace zv::fake

@@ -1,0 +1,82 @@
+// Windows, timers and keys that exist only as records. The test plays the system: it calls the procedures itself.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "fake/Calls.h"
+#include "platform/Window.h"
+
+namespace zv::fake {
+
+struct Combination {
+    std::uint32_t modifiers = 0;
+    std::uint32_t virtualKey = 0;
+    auto operator<=>(const Combination&) const = default;
+};
+
+/// What one window was told.
+struct WindowRecord {
+    WindowOptions options;
+    bool shown = false;
+    bool icon = false;  ///< set by a test
+    bool topmost = false;
+    Rectangle bounds;
+    int dpi = 96;  ///< set by a test
+    int invalidations = 0;
+    bool mustPaint = false;
+    std::vector<std::uint32_t> pixels;  ///< of the last PutPixels
+    int pixelWidth = 0;
+    int pixelHeight = 0;
+    int pixelTop = 0;
+    std::optional<std::uint32_t> colorKey;
+    std::optional<std::uint8_t> alpha;
+    bool excluded = false;
+    bool darkFrame = false;
+    bool hasMouse = false;
+    int leaveTracks = 0;
+    std::optional<CursorShape> cursor;
+    const AppIcon* bigIcon = nullptr;
+    const AppIcon* littleIcon = nullptr;
+    std::map<std::uintptr_t, std::uint32_t> timers;  ///< id to period
+};
+
+struct WindowControls {
+    std::vector<WindowOptions> made;
+    std::map<std::uintptr_t, std::uint32_t> timers;  ///< id to period, of whatever window
+    std::map<int, Combination> keys;                 ///< reserved now
+    std::set<Combination> takenByOthers;             ///< modifiers without noRepeat
+    int shownWindows = 0;
+    bool quitPosted = false;
+    int quitCode = 0;
+    void (*endRequest)() = nullptr;
+    std::function<void()> loop;  ///< what happens while RunMessageLoop runs
+    Text taskbarIdentity;
+    Text claimedName;
+    Text broughtForward;
+    bool otherCopyHasWindow = true;
+    Text informationText;
+    Text informationCaption;
+    AppWindow* inFront = nullptr;  ///< the last that ShowInFront was called for
+    Point cursor;
+    std::uint32_t heldModifiers = 0;
+    std::map<std::uint32_t, Text> keyNames;
+    /// The first one is the primary.
+    std::vector<MonitorArea> monitors = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}, u"Main"}};
+    std::optional<FrontWindow> front;
+};
+
+WindowControls& TheWindows();
+void ResetWindows();
+
+WindowRecord& RecordOf(AppWindow& window);
+/// The window of that class that was made last and still stands, null when there is none.
+AppWindow* FindWindowOf(TextView className);
+/// Sends message::paint when the window is shown and has to be painted, as the system would.
+void PaintIfNeeded(AppWindow& window);
+
+}  // namespace zv::fake

@@ -1,0 +1,145 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <set>
+#include <stdexcept>
+
+#include "platform/Files.h"
+#include "platform/linux/posix/Posix.h"
+#include "support/TemporaryFolder.h"
+
+namespace zv {
+namespace {
+
+TEST(LinuxText, CharactersBecomeUtf8) {
+    EXPECT_EQ(ToBytes(u"a\u00E9\u6771\U0001F3AE"), "a\xC3\xA9\xE6\x9D\xB1\xF0\x9F\x8E\xAE");
+    EXPECT_EQ(FromBytes("a\xC3\xA9\xE6\x9D\xB1\xF0\x9F\x8E\xAE"), u"a\u00E9\u6771\U0001F3AE");
+}
+
+TEST(LinuxText, AByteThatIsNoUtf8BecomesAUnitOfItsOwnAndComesBack) {
+    EXPECT_EQ(FromBytes("a\xFF"), Text(u"a") + u'\xDCFF');
+    EXPECT_EQ(FromBytes("\xC3("
+                        "\x80"),
+              (Text{u'\xDCC3', u'(', u'\xDC80'}));
+    EXPECT_EQ(ToBytes(Text{u'\xDCFF', u'\xDC80'}), "\xFF\x80");
+}
+
+TEST(LinuxText, ALoneSurrogateBecomesItsThreeByteForm) {
+    EXPECT_EQ(ToBytes(Text(1, u'\xD800')), "\xED\xA0\x80");
+    EXPECT_EQ(ToBytes(Text(1, u'\xDFFF')), "\xED\xBF\xBF");
+    EXPECT_EQ(FromBytes("\xED\xA0\x80"), Text(1, u'\xD800'));
+}
+
+TEST(LinuxText, OverlongAndTooLargeFormsAreEscapedByteByByte) {
+    EXPECT_EQ(FromBytes("\xC0\xAF"), (Text{u'\xDCC0', u'\xDCAF'}));
+    EXPECT_EQ(FromBytes("\xE0\x80\xAF"), (Text{u'\xDCE0', u'\xDC80', u'\xDCAF'}));
+    EXPECT_EQ(FromBytes("\xF4\x90\x80\x80"), (Text{u'\xDCF4', u'\xDC90', u'\xDC80', u'\xDC80'}));
+}
+
+TEST(LinuxText, ATwoPartFormOfOnePairComesBackAsItWas) {
+    EXPECT_EQ(ToBytes(FromBytes("\xED\xA0\x80\xED\xB0\x80")), "\xED\xA0\x80\xED\xB0\x80");
+    EXPECT_EQ(ToBytes(FromBytes("\xED\xA0\x80\xFF")), "\xED\xA0\x80\xFF");
+    EXPECT_EQ(ToBytes(FromBytes("\xED\xB2\x80")), "\xED\xB2\x80");
+}
+
+TEST(LinuxText, EveryStringOfBytesComesBackAsItWas) {
+    // Bytes from which the interesting sequences are made, put together at random with a fixed seed.
+    const std::string alphabet = "a\x80\xA0\xB0\xB2\xBF\xC3\xE0\xED\xED\xED\xF0\xF4\xFF\x90";
+    std::minstd_rand random(4711);
+    for (int round = 0; round < 200000; ++round) {
+        std::string bytes;
+        for (std::size_t length = random() % 9; length > 0; --length) {
+            bytes += alphabet[random() % alphabet.size()];
+        }
+        ASSERT_EQ(ToBytes(FromBytes(bytes)), bytes);
+    }
+}
+
+TEST(LinuxFiles, EveryNameOfAFolderSurvivesBeingText) {
+    const support::TemporaryFolder folder;
+    const std::set<std::string> names = {"plain.mp4", "Z\xFCrich.mp4", "\xED\xA0\x80.mp4", "\xC3.mp4"};
+    for (const std::string& name : names) {
+        std::ofstream(folder.Path() / name) << name;
+    }
+    std::set<std::string> seen;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+        const Text text = FromPath(entry.path());
+        EXPECT_EQ(ReadSharedFile(text, 100), entry.path().filename().native());
+        seen.insert(ToPath(text).filename().native());
+    }
+    EXPECT_EQ(seen, names);
+}
+
+TEST(LinuxFiles, AFifoWithoutAWriterReadsAsNothingAtOnce) {
+    const support::TemporaryFolder folder;
+    const std::filesystem::path fifo = folder.Path() / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_EQ(ReadSharedFile(FromPath(fifo), 100), "");
+}
+
+dev_t VolumeOf(const std::filesystem::path& path) {
+    struct stat information {};
+    return stat(path.c_str(), &information) == 0 ? information.st_dev : dev_t{};
+}
+
+/// A folder for temporary files on another volume than the usual one. Every system has shared memory on one of its own;
+/// should that be the usual place itself, there is the folder of the tests.
+std::filesystem::path OtherVolume() {
+    const dev_t usual = VolumeOf(std::filesystem::temp_directory_path());
+    for (const std::filesystem::path& folder : {std::filesystem::path("/dev/shm"), std::filesystem::current_path()}) {
+        if (std::filesystem::is_directory(folder) && VolumeOf(folder) != usual) {
+            return folder;
+        }
+    }
+    throw std::runtime_error("this system has one volume only");
+}
+
+class TwoVolumes : public testing::Test {
+protected:
+    static std::ptrdiff_t FilesIn(const support::TemporaryFolder& folder) {
+        return std::distance(std::filesystem::directory_iterator(folder.Path()), {});
+    }
+
+    const support::TemporaryFolder here_;
+    const support::TemporaryFolder there_{"zorvel-test", OtherVolume()};
+    const std::filesystem::path from_ = here_.Path() / "clip.mp4";
+    const std::filesystem::path to_ = there_.Path() / "clip.mp4";
+};
+
+TEST_F(TwoVolumes, AMoveCopiesReplacesAndKeepsTheTime) {
+    std::ofstream(from_) << std::string(100000, 'c');
+    std::ofstream(to_) << "old";
+    const auto written = std::filesystem::file_time_type::clock::now() - std::chrono::hours(48);
+    std::filesystem::last_write_time(from_, written);
+
+    EXPECT_EQ(MoveFileReplacing(FromPath(from_), FromPath(to_)), resultOk);
+    EXPECT_FALSE(std::filesystem::exists(from_));
+    EXPECT_EQ(ReadSharedFile(FromPath(to_), 1000000), std::string(100000, 'c'));
+    EXPECT_EQ(std::filesystem::last_write_time(to_), written);
+    EXPECT_EQ(FilesIn(there_), 1) << "nothing of the copy is left beside it";
+}
+
+TEST(LinuxFiles, AMoveToAnotherVolumeSucceedsWhereItsSourceCannotBeRemoved) {
+    const support::TemporaryFolder folder;
+    const std::filesystem::path target = folder.Path() / "copy";
+    EXPECT_EQ(MoveFileReplacing(u"/proc/version", FromPath(target)), resultOk);
+    EXPECT_TRUE(std::filesystem::is_regular_file(target));
+    EXPECT_TRUE(std::filesystem::exists("/proc/version"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
+}
+
+TEST_F(TwoVolumes, AMoveThatFailsLeavesBothSides) {
+    std::filesystem::create_directory(to_);
+    std::ofstream(from_) << "content";
+
+    EXPECT_TRUE(Failed(MoveFileReplacing(FromPath(from_), FromPath(to_))));
+    EXPECT_EQ(ReadSharedFile(FromPath(from_), 100), "content");
+    EXPECT_TRUE(std::filesystem::is_directory(to_));
+    EXPECT_EQ(FilesIn(there_), 1);
+}
+
+}  // namespace
+}  // namespace zv

@@ -1,0 +1,166 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "platform/Environment.h"
+#include "platform/Files.h"
+#include "platform/Folders.h"
+#include "platform/linux/posix/UserFolders.h"
+#include "support/TemporaryFolder.h"
+
+namespace zv {
+namespace {
+
+/// Puts variables back as they were.
+class SavedVariables {
+public:
+    SavedVariables() {
+        for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "LOCALAPPDATA", "TMPDIR", "PATH"}) {
+            const char* value = std::getenv(name);
+            saved_[name] = value != nullptr ? std::optional<std::string>(value) : std::nullopt;
+        }
+    }
+    ~SavedVariables() {
+        for (const auto& [name, value] : saved_) {
+            value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+        }
+    }
+    SavedVariables(const SavedVariables&) = delete;
+    SavedVariables& operator=(const SavedVariables&) = delete;
+
+private:
+    std::map<std::string, std::optional<std::string>> saved_;
+};
+
+class LinuxFolders : public testing::Test {
+protected:
+    LinuxFolders() {
+        for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "LOCALAPPDATA", "TMPDIR"}) {
+            unsetenv(name);
+        }
+        setenv("HOME", "/home/zoe", 1);
+    }
+
+    SavedVariables saved_;
+};
+
+TEST_F(LinuxFolders, WithoutAChoiceTheMediaFoldersLieInTheHomeFolder) {
+    EXPECT_EQ(FolderOf(KnownFolder::Videos), u"/home/zoe/Videos");
+    EXPECT_EQ(FolderOf(KnownFolder::Pictures), u"/home/zoe/Pictures");
+}
+
+TEST_F(LinuxFolders, WithoutAHomeFolderEveryFolderIsTheCurrentOne) {
+    unsetenv("HOME");
+    EXPECT_EQ(FolderOf(KnownFolder::Videos), u".");
+    EXPECT_EQ(FolderOf(KnownFolder::Pictures), u".");
+    EXPECT_EQ(FolderOf(KnownFolder::LocalData), u".");
+    EXPECT_EQ(EnvironmentValue(u"LOCALAPPDATA"), u"");
+}
+
+TEST_F(LinuxFolders, TheUsersChoiceIsReadFromTheConfigurationFolder) {
+    const support::TemporaryFolder home;
+    std::filesystem::create_directory(home.Path() / ".config");
+    std::ofstream(home.Path() / ".config" / "user-dirs.dirs")
+        << "# a comment\nXDG_VIDEOS_DIR=\"$HOME/Filme\"\nXDG_PICTURES_DIR=\"/mnt/Bilder/\"\n";
+    setenv("HOME", home.Path().c_str(), 1);
+    EXPECT_EQ(FolderOf(KnownFolder::Videos), FromPath(home.Path() / "Filme"));
+    EXPECT_EQ(FolderOf(KnownFolder::Pictures), u"/mnt/Bilder");
+
+    const support::TemporaryFolder configuration;
+    std::ofstream(configuration.Path() / "user-dirs.dirs") << "XDG_VIDEOS_DIR=\"/elsewhere\"\n";
+    setenv("XDG_CONFIG_HOME", configuration.Path().c_str(), 1);
+    EXPECT_EQ(FolderOf(KnownFolder::Videos), u"/elsewhere");
+    EXPECT_EQ(FolderOf(KnownFolder::Pictures), FromPath(home.Path() / "Pictures"));
+}
+
+TEST_F(LinuxFolders, LocalDataIsTheVariableElseTheDataHomeElseTheFolderUnderHome) {
+    EXPECT_EQ(FolderOf(KnownFolder::LocalData), u"/home/zoe/.local/share");
+    EXPECT_EQ(EnvironmentValue(u"LOCALAPPDATA"), u"/home/zoe/.local/share");
+    setenv("XDG_DATA_HOME", "/data", 1);
+    EXPECT_EQ(FolderOf(KnownFolder::LocalData), u"/data");
+    EXPECT_EQ(EnvironmentValue(u"LOCALAPPDATA"), u"/data");
+    setenv("LOCALAPPDATA", "/local/", 1);
+    EXPECT_EQ(FolderOf(KnownFolder::LocalData), u"/local");
+    EXPECT_EQ(EnvironmentValue(u"LOCALAPPDATA"), u"/local/");
+    setenv("LOCALAPPDATA", "", 1);
+    EXPECT_EQ(FolderOf(KnownFolder::LocalData), u"/data");
+}
+
+TEST_F(LinuxFolders, TheTemporaryFolderIsTheVariableElseTmp) {
+    EXPECT_EQ(TemporaryFolder(), u"/tmp");
+    setenv("TMPDIR", "/var/tmp//", 1);
+    EXPECT_EQ(TemporaryFolder(), u"/var/tmp");
+    setenv("TMPDIR", "/", 1);
+    EXPECT_EQ(TemporaryFolder(), u"/");
+}
+
+TEST_F(LinuxFolders, TheSearchPathIsWalkedInOrderAndSkipsWhatIsNoProgram) {
+    const support::TemporaryFolder folder;
+    for (const char* name : {"a", "b", "c", "d"}) {
+        std::filesystem::create_directory(folder.Path() / name);
+    }
+    std::filesystem::create_directory(folder.Path() / "a" / "ffmpeg");
+    std::ofstream(folder.Path() / "b" / "ffmpeg") << "not executable";
+    for (const char* name : {"c", "d"}) {
+        std::ofstream(folder.Path() / name / "ffmpeg") << "x";
+        std::filesystem::permissions(folder.Path() / name / "ffmpeg", std::filesystem::perms::owner_all);
+    }
+    const std::string path = folder.Path().native();
+    setenv("PATH", (path + "/a:" + path + "/b:" + path + "/c:" + path + "/d").c_str(), 1);
+    EXPECT_EQ(FindOnSearchPath(u"ffmpeg"), FromPath(folder.Path() / "c" / "ffmpeg"));
+    setenv("PATH", (path + "/d").c_str(), 1);
+    EXPECT_EQ(FindOnSearchPath(u"ffmpeg"), FromPath(folder.Path() / "d" / "ffmpeg"));
+    setenv("PATH", (path + "/b").c_str(), 1);
+    EXPECT_EQ(FindOnSearchPath(u"ffmpeg"), u"");
+    setenv("PATH", "", 1);
+    EXPECT_EQ(FindOnSearchPath(u"ffmpeg"), u"");
+}
+
+TEST_F(LinuxFolders, AnEmptyPartOfTheSearchPathIsTheCurrentFolderAndTheAnswerIsAFullPath) {
+    const support::TemporaryFolder folder;
+    std::ofstream(folder.Path() / "zv-here") << "x";
+    std::filesystem::permissions(folder.Path() / "zv-here", std::filesystem::perms::owner_all);
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.Path());
+    setenv("PATH", "/nowhere:", 1);
+    EXPECT_EQ(FindOnSearchPath(u"zv-here"), FromPath(std::filesystem::current_path() / "zv-here"));
+    std::filesystem::current_path(before);
+}
+
+struct Line {
+    const char* content;
+    const char* folder;
+};
+
+TEST(UserFolders, EveryFormOfALineIsReadAsTheDesktopWritesIt) {
+    const Line lines[] = {
+        {"XDG_VIDEOS_DIR=\"$HOME/Videos\"", "/home/zoe/Videos"},
+        {"XDG_VIDEOS_DIR=\"$HOME/\"", "/home/zoe"},
+        {"XDG_VIDEOS_DIR=\"$HOME\"", "/home/zoe"},
+        {"XDG_VIDEOS_DIR=\"/v\"", "/v"},
+        {"XDG_VIDEOS_DIR=\"/\"", "/"},
+        {"  XDG_VIDEOS_DIR = \"/v\"  # more", "/v"},
+        {"XDG_VIDEOS_DIR=\"/with \\\"quotes\\\" and \\\\\"", "/with \"quotes\" and \\"},
+        {"XDG_VIDEOS_DIR=\"/a\"\nXDG_VIDEOS_DIR=\"/b\"\n", "/b"},
+        {"XDG_VIDEOS_DIR=\"/a\"\nXDG_VIDEOS_DIR=\"relative\"\n", "/a"},
+        {"XDG_VIDEOS_DIR=\"relative\"", ""},
+        {"XDG_VIDEOS_DIR=\"$HOMEWARD/v\"", ""},
+        {"XDG_VIDEOS_DIR=/v", ""},
+        {"XDG_VIDEOS_DIR=\"/v", ""},
+        {"#XDG_VIDEOS_DIR=\"/v\"", ""},
+        {"XDG_VIDEOS_DIRECTORY=\"/v\"", ""},
+        {"XDG_MUSIC_DIR=\"/v\"", ""},
+        {"", ""},
+    };
+    for (const Line& line : lines) {
+        EXPECT_EQ(UserFolderFrom(line.content, "XDG_VIDEOS_DIR", "/home/zoe"), line.folder) << line.content;
+    }
+}
+
+}  // namespace
+}  // namespace zv

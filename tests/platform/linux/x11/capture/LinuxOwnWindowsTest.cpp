@@ -1,0 +1,415 @@
+// The program's own windows in its own captures: not there, and what lies beneath them is, moving or still, whether a
+// compositor runs or not.
+#include <gtest/gtest.h>
+#include <png.h>
+#include <xcb/shape.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "platform/Clock.h"
+#include "platform/DesktopCapture.h"
+#include "platform/Files.h"
+#include "platform/ScreenGrab.h"
+#include "platform/Window.h"
+#include "platform/linux/x11/capture/ExcludedWindows.h"
+#include "platform/software/Surface.h"
+#include "support/EndToEnd.h"
+#include "support/ScreenPainting.h"
+#include "support/XClient.h"
+
+namespace zv {
+namespace {
+
+using support::ColorAt;
+using support::OtherClient;
+using support::ScreenPainting;
+
+constexpr std::uintptr_t checkTimer = 1000;
+constexpr std::uint32_t red = 0xC03020;
+constexpr std::uint32_t green = 0x20A040;
+constexpr std::uint32_t blue = 0x2040C0;
+constexpr int width = 640;
+constexpr int height = 480;
+
+std::function<bool()> condition;
+std::chrono::steady_clock::time_point limit;
+
+std::intptr_t PaintRed(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
+    if (code == message::timer && wParam == checkTimer) {
+        if (condition() || std::chrono::steady_clock::now() > limit) {
+            PostQuit(0);
+        }
+        return 0;
+    }
+    if (code == message::paint) {
+        const Rectangle client = ClientBounds(window);
+        const std::vector<std::uint32_t> pixels(static_cast<std::size_t>(client.Width() * client.Height()), red);
+        PutPixels(window, pixels.data(), client.Width(), client.Height());
+    }
+    return DefaultProcedure(window, code, wParam, lParam);
+}
+
+class LinuxOwnWindows : public testing::TestWithParam<bool> {
+protected:
+    LinuxOwnWindows() {
+        // What a test before this one has noted is of another screen.
+        EXPECT_TRUE(support::WaitUntil([] { return x11::PlacesSince(SteadyNs(), {0, 0, width, height}).Empty(); }));
+        setenv("DISPLAY", display_.Name().c_str(), 1);
+        SetEndRequest(nullptr);
+        EXPECT_TRUE(OpenSession());
+        other_ = std::make_unique<OtherClient>(display_.Name());
+        if (GetParam()) {
+            compositor_ =
+                support::Spawned({"xcompmgr", "-n"}, {{"DISPLAY", display_.Name()}}, folder_.Path() / "compositor.log");
+            EXPECT_TRUE(support::WaitUntil([&] { return HasCompositor(); }));
+        }
+    }
+    bool HasCompositor() const {
+        const support::Reply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
+            other_->Get(), xcb_get_selection_owner(other_->Get(), other_->Atom("_NET_WM_CM_S0")), nullptr));
+        return reply && reply->owner != XCB_WINDOW_NONE;
+    }
+    static Owned<AppWindow> Make(bool excluded) {
+        WindowOptions options;
+        options.className = u"ZVTestOverlay";
+        options.title = u"overlay";
+        options.procedure = PaintRed;
+        options.width = options.height = 50;
+        options.frame = WindowFrame::Bare;
+        options.topmost = options.toolWindow = options.noActivate = true;
+        Owned<AppWindow> window = MakeWindow(options);
+        if (excluded) {
+            ExcludeFromCapture(*window);
+        }
+        return window;
+    }
+    bool RunUntil(AppWindow& window, std::function<bool()> wanted, double seconds = 30) {
+        condition = std::move(wanted);
+        limit = std::chrono::steady_clock::now() +
+                std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds));
+        StartTimer(window, checkTimer, 5);
+        RunMessageLoop();
+        StopTimer(window, checkTimer);
+        return condition();
+    }
+    void Show(AppWindow& window, const Rectangle& place) {
+        ShowTopmostAt(window, place);
+        ASSERT_TRUE(RunUntil(window, [&] { return other_->PixelAt(place.right - 1, place.bottom - 1) == red; }));
+    }
+
+    /// Until the screen shows it no more.
+    void Hide(AppWindow& window, const Rectangle& place) {
+        HideWindow(window);
+        ASSERT_TRUE(RunUntil(window, [&] { return other_->PixelAt(place.right - 1, place.bottom - 1) != red; }));
+    }
+    /// As a compositing manager paints: over all windows, and none of them knows.
+    void PaintOnScreen(const Rectangle& place, std::uint32_t color) const {
+        const xcb_gcontext_t context = xcb_generate_id(other_->Get());
+        const std::uint32_t values[] = {color, XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS};
+        xcb_create_gc(other_->Get(), context, other_->Root(), XCB_GC_FOREGROUND | XCB_GC_SUBWINDOW_MODE, values);
+        const xcb_rectangle_t all{static_cast<std::int16_t>(place.left), static_cast<std::int16_t>(place.top),
+                                  static_cast<std::uint16_t>(place.Width()),
+                                  static_cast<std::uint16_t>(place.Height())};
+        xcb_poly_fill_rectangle(other_->Get(), other_->Root(), context, 1, &all);
+        xcb_free_gc(other_->Get(), context);
+        other_->Sync();
+    }
+    /// Has a compositing manager that is late by some milliseconds show the window where it is no more, and asks then.
+    /// Asks again if the machine took so long for it that no manager would be that late.
+    void ExpectNoneOnALateScreen(AppWindow& window, const Rectangle& place, const std::function<void()>& leave,
+                                 const std::function<long()>& countSeen) {
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            Show(window, place);
+            const std::int64_t leftNs = SteadyNs();
+            leave();
+            PaintOnScreen(place, red);
+            const long seen = countSeen();
+            const bool quick = SteadyNs() - leftNs < x11::lingerNs;
+            PaintOnScreen(place, green);
+            if (quick) {
+                EXPECT_EQ(seen, 0);
+                return;
+            }
+        }
+        FAIL() << "the machine is too slow";
+    }
+    std::vector<std::uint32_t> Screen() const {
+        std::vector<std::uint32_t> pixels(std::size_t{width} * height);
+        const support::Reply<xcb_get_image_reply_t> image(xcb_get_image_reply(
+            other_->Get(),
+            xcb_get_image(other_->Get(), XCB_IMAGE_FORMAT_Z_PIXMAP, other_->Root(), 0, 0, width, height, ~0U),
+            nullptr));
+        std::memcpy(pixels.data(), xcb_get_image_data(image.get()), pixels.size() * 4);
+        for (std::uint32_t& pixel : pixels) {
+            pixel &= 0xFFFFFFU;
+        }
+        return pixels;
+    }
+
+    /// A screenshot as 0x00RRGGBB, row after row.
+    std::vector<std::uint32_t> Screenshot(const ScreenArea& area = {0, 0, width, height}) {
+        const std::filesystem::path path = folder_.Path() / "picture.png";
+        EXPECT_EQ(SaveScreenAsPng(area, FromPath(path)), resultOk);
+        png_image image{};
+        image.version = PNG_IMAGE_VERSION;
+        EXPECT_NE(png_image_begin_read_from_file(&image, path.c_str()), 0);
+        image.format = PNG_FORMAT_BGRA;
+        std::vector<std::uint32_t> pixels(std::size_t{image.width} * image.height);
+        EXPECT_NE(png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr), 0);
+        for (std::uint32_t& pixel : pixels) {
+            pixel &= 0xFFFFFFU;
+        }
+        return pixels;
+    }
+
+    void OpenCapture() {
+        ASSERT_EQ(OpenGraphicsFactory(factory_), resultOk);
+        OutputRecord record;
+        ASSERT_EQ(LookUpOutput(*factory_, 0, 0, record, output_), OutputLookup::Found);
+        ASSERT_EQ(MakeGraphicsDevice(*output_, device_), resultOk);
+        ASSERT_EQ(OpenDuplication(*device_, *output_, duplication_), resultOk);
+        ASSERT_EQ(MakeCaptureSurface(*device_, width, height, surface_), resultOk);
+    }
+    bool Take(std::uint32_t timeoutMs = 20) {
+        Owned<DesktopImage> image;
+        Result code = resultOk;
+        const Acquire outcome = AcquireImage(*duplication_, timeoutMs, image, code);
+        EXPECT_NE(outcome, Acquire::Failed);
+        if (outcome != Acquire::Acquired) {
+            return false;
+        }
+        EXPECT_EQ(CopyImage(*device_, *image, *surface_), resultOk);
+        ReleaseImage(*duplication_);
+        return true;
+    }
+    std::vector<std::uint32_t> Captured() const {
+        std::vector<std::uint32_t> pixels;
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) {
+                std::uint32_t pixel = 0;
+                std::memcpy(&pixel, surface_->pixels + static_cast<std::size_t>(y) * surface_->stride + 4 * x, 4);
+                pixels.push_back(pixel & 0xFFFFFFU);
+            }
+        }
+        return pixels;
+    }
+    static std::vector<std::uint32_t> Expected(const std::function<std::uint32_t(int, int)>& colorAt) {
+        std::vector<std::uint32_t> pixels;
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) {
+                pixels.push_back(colorAt(x, y));
+            }
+        }
+        return pixels;
+    }
+    static long CountOf(const std::vector<std::uint32_t>& pixels, std::uint32_t color) {
+        return std::count(pixels.begin(), pixels.end(), color);
+    }
+
+    support::TemporaryFolder folder_;
+    support::PrivateDisplay display_{"640x480"};
+    support::Spawned compositor_;
+    std::unique_ptr<OtherClient> other_;
+    Owned<GraphicsFactory> factory_;
+    Owned<GraphicsOutput> output_;
+    Owned<GraphicsDevice> device_;
+    Owned<DesktopDuplication> duplication_;
+    Owned<Surface> surface_;
+};
+
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutCompositor, LinuxOwnWindows, testing::Bool(),
+                         [](const auto& row) { return row.param ? "Composited" : "Plain"; });
+
+TEST_P(LinuxOwnWindows, AreNotInAScreenshotButWhatLiesBeneathIs) {
+    ScreenPainting game(nullptr, 0, 0, width, height);
+    game.Fill<std::uint32_t>(ColorAt);
+    const Owned<AppWindow> overlay = Make(true);
+    const Owned<AppWindow> notification = Make(true);
+    Show(*overlay, {100, 80, 400, 300});
+    Show(*notification, {380, 20, 620, 110});
+    EXPECT_TRUE(Screenshot() == Expected(ColorAt));
+    // Also where only a part of them is asked for.
+    const std::vector<std::uint32_t> part = Screenshot({90, 70, 30, 20});
+    EXPECT_EQ(part[0], ColorAt(90, 70));
+    EXPECT_EQ(part[19 * 30 + 29], ColorAt(119, 89));
+}
+
+TEST_P(LinuxOwnWindows, ThatAreNotExcludedAreInAScreenshot) {
+    const Owned<AppWindow> window = Make(false);
+    Show(*window, {100, 80, 400, 300});
+    EXPECT_EQ(CountOf(Screenshot(), red), 300 * 220);
+}
+
+TEST_P(LinuxOwnWindows, AreNotInACaptureFromTheFirstImageOn) {
+    ScreenPainting game(nullptr, 0, 0, width, height);
+    game.Fill<std::uint32_t>(ColorAt);
+    const Owned<AppWindow> overlay = Make(true);
+    Show(*overlay, {100, 80, 400, 300});
+    OpenCapture();
+    ASSERT_TRUE(Take());
+    EXPECT_TRUE(Captured() == Expected(ColorAt));
+}
+
+TEST_P(LinuxOwnWindows, NeverShowInACaptureWhileTheyComeMoveAndGo) {
+    ScreenPainting game(nullptr, 0, 0, width, height);
+    game.Fill<std::uint32_t>(ColorAt);
+    OpenCapture();
+    ASSERT_TRUE(Take());
+    const Owned<AppWindow> overlay = Make(true);
+    // The capture has a thread of its own, as in the program, so that everything falls between everything.
+    std::atomic<bool> over = false;
+    std::atomic<long> images = 0;
+    long seen = 0;
+    std::thread capture([&] {
+        while (!over) {
+            if (Take(2)) {
+                ++images;
+                seen += CountOf(Captured(), red);
+            }
+        }
+    });
+    int step = 0;
+    RunUntil(
+        *overlay,
+        [&] {
+            const int at = 10 * (step % 20);
+            if (step % 5 == 4) {
+                HideWindow(*overlay);
+            } else {
+                ShowTopmostAt(*overlay, {at, at, at + 200, at + 150});
+            }
+            return ++step >= 200 && images >= 5;
+        },
+        120);
+    over = true;
+    capture.join();
+    EXPECT_GE(step, 200);
+    EXPECT_GE(images, 5);
+    EXPECT_EQ(seen, 0);
+    HideWindow(*overlay);
+    EXPECT_TRUE(RunUntil(*overlay, [&] {
+        Take();
+        return Captured() == Expected(ColorAt);
+    }));
+}
+
+TEST_P(LinuxOwnWindows, AreNotInACaptureOrAScreenshotThatACompositorIsLateFor) {
+    ScreenPainting game(nullptr, 0, 0, width, height);
+    game.Fill<std::uint32_t>(ColorAt);
+    const Owned<AppWindow> overlay = Make(true);
+    OpenCapture();
+    const Rectangle place{100, 80, 400, 300};
+    const auto hide = [&] { Hide(*overlay, place); };
+    const auto move = [&] {
+        PlaceWindow(*overlay, {300, 20, 600, 240});
+        ASSERT_TRUE(RunUntil(*overlay, [&] { return other_->PixelAt(599, 20) == red; }));
+    };
+    const auto captured = [&] {
+        Take();
+        return CountOf(Captured(), red);
+    };
+    const auto shot = [&] { return CountOf(Screenshot(), red); };
+    ExpectNoneOnALateScreen(*overlay, place, hide, captured);
+    ExpectNoneOnALateScreen(*overlay, place, hide, shot);
+    ExpectNoneOnALateScreen(*overlay, place, move, captured);
+    ExpectNoneOnALateScreen(*overlay, place, move, shot);
+}
+
+TEST_P(LinuxOwnWindows, AreKnownForOursAlsoWhileTheyAreHidden) {
+    Owned<AppWindow> overlay = Make(true);
+    const Rectangle place{100, 80, 400, 300};
+    Show(*overlay, place);
+    HideWindow(*overlay);
+    ASSERT_TRUE(RunUntil(*overlay, [&] { return x11::PlacesSince(SteadyNs(), place).Empty(); }));
+    // Who has listed the windows beneath before it came up again must not take it for another program's.
+    EXPECT_TRUE(x11::ListExcluded().Holds(other_->Find("overlay")));
+    overlay.reset();
+    EXPECT_EQ(x11::ListExcluded().count, 0U);
+}
+
+TEST_P(LinuxOwnWindows, GiveTheCaptureItsScreenBackOnceTheyAreGone) {
+    ScreenPainting game(nullptr, 0, 0, width, height);
+    game.Fill<std::uint32_t>(ColorAt);
+    const Owned<AppWindow> overlay = Make(true);
+    const Rectangle place{100, 80, 400, 300};
+    OpenCapture();
+    Show(*overlay, place);
+    Take();
+    Hide(*overlay, place);
+    // What no picture of a window holds.
+    PaintOnScreen({120, 90, 140, 110}, blue);
+    EXPECT_TRUE(RunUntil(*overlay, [&] {
+        Take();
+        return Captured() == Screen();
+    }));
+}
+
+TEST_P(LinuxOwnWindows, AreNotInACaptureWhereAnotherProgramHasMovedThem) {
+    ScreenPainting game(nullptr, 0, 0, width, height);
+    game.Fill<std::uint32_t>(ColorAt);
+    const Owned<AppWindow> overlay = Make(true);
+    Show(*overlay, {100, 80, 400, 300});
+    const std::uint32_t left = 200;
+    xcb_configure_window(other_->Get(), other_->Find("overlay"), XCB_CONFIG_WINDOW_X, &left);
+    other_->Sync();
+    ASSERT_TRUE(RunUntil(*overlay, [&] { return other_->PixelAt(499, 299) == red; }));
+    OpenCapture();
+    SleepMs(static_cast<std::uint32_t>(x11::lingerNs / 1'000'000));
+    EXPECT_TRUE(RunUntil(*overlay, [&] {
+        Take();
+        return Captured() == Expected(ColorAt);
+    }));
+}
+
+TEST_P(LinuxOwnWindows, WhatMovesBeneathThemMovesInTheCapture) {
+    const xcb_window_t game = other_->Cover({0, 0, width, height}, green);
+    const Owned<AppWindow> overlay = Make(true);
+    Show(*overlay, {100, 80, 400, 300});
+    OpenCapture();
+    ASSERT_TRUE(Take());
+    EXPECT_EQ(CountOf(Captured(), green), width * height);
+    // A change wholly beneath our window.
+    const xcb_gcontext_t context = xcb_generate_id(other_->Get());
+    xcb_create_gc(other_->Get(), context, game, XCB_GC_FOREGROUND, &blue);
+    const xcb_rectangle_t ball{200, 150, 20, 20};
+    xcb_poly_fill_rectangle(other_->Get(), game, context, 1, &ball);
+    other_->Sync();
+    EXPECT_TRUE(support::WaitUntil([&] { return Take() && CountOf(Captured(), blue) == 400; }));
+    EXPECT_EQ(CountOf(Captured(), red), 0);
+}
+
+TEST_P(LinuxOwnWindows, OtherWindowsKeepTheirOrderAndTheirShapeBeneath) {
+    other_->Cover({0, 0, width, height}, green);
+    const xcb_window_t upper = other_->Cover({150, 100, 250, 200}, blue);
+    const xcb_rectangle_t left{0, 0, 50, 100};
+    xcb_shape_rectangles(other_->Get(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_UNSORTED, upper, 0,
+                         0, 1, &left);
+    const xcb_window_t hidden = other_->Cover({0, 0, 300, 300}, 0xFFFF00);
+    xcb_unmap_window(other_->Get(), hidden);
+    other_->Sync();
+    const Owned<AppWindow> overlay = Make(true);
+    Show(*overlay, {100, 80, 400, 300});
+    const std::vector<std::uint32_t> pixels = Screenshot();
+    EXPECT_EQ(CountOf(pixels, blue), 50 * 100);
+    EXPECT_EQ(CountOf(pixels, green), width * height - 50 * 100);
+}
+
+TEST_P(LinuxOwnWindows, AStandingDesktopWithoutThemCostsNoImage) {
+    other_->Cover({0, 0, width, height}, green);
+    const Owned<AppWindow> overlay = Make(true);
+    Show(*overlay, {100, 80, 400, 300});
+    OpenCapture();
+    ASSERT_TRUE(Take());
+    HideWindow(*overlay);
+    bool still = false;
+    EXPECT_TRUE(RunUntil(*overlay, [&] { return still = still || (!Take(40) && !Take(40)); }));
+}
+
+}  // namespace
+}  // namespace zv

@@ -1,0 +1,756 @@
+// The windows that lie over a game: what they show, what they let through, whom they leave the keyboard, and what mouse
+// and keys become. On a private X server, with a window manager and a notification area where these matter.
+#include <X11/keysym.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/AppIcon.h"
+#include "platform/PopupMenu.h"
+#include "platform/TrayIcon.h"
+#include "platform/Window.h"
+#include "support/EndToEnd.h"
+#include "support/ServerWatch.h"
+#include "support/XClient.h"
+
+namespace zv {
+namespace {
+
+using support::OtherClient;
+using support::WaitUntil;
+
+constexpr std::uintptr_t checkTimer = 1000;
+constexpr std::uint32_t trayMessage = 0x8016;
+constexpr std::uint32_t red = 0xC03020;
+constexpr std::uint32_t green = 0x20A040;
+constexpr std::uint32_t key = 0x010203;
+constexpr std::uint32_t keyColor = 0x030201;  // the same as 0x00BBGGRR
+
+struct Received {
+    AppWindow* window;
+    std::uint32_t code;
+    std::uintptr_t wParam;
+    std::intptr_t lParam;
+};
+std::vector<Received> received;
+std::map<std::uintptr_t, std::uint32_t> keyModifiers;  ///< held at the last press of each key
+std::function<bool()> condition;
+std::chrono::steady_clock::time_point limit;
+std::function<std::uint32_t(int, int)> picture;
+
+void Paint(AppWindow& window) {
+    const Rectangle client = ClientBounds(window);
+    std::vector<std::uint32_t> pixels;
+    for (int y = 0; y < client.Height(); ++y) {
+        for (int x = 0; x < client.Width(); ++x) {
+            pixels.push_back(picture(x, y));
+        }
+    }
+    PutPixels(window, pixels.data(), client.Width(), client.Height());
+}
+
+std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
+    if (code == message::timer && wParam == checkTimer) {
+        if (condition() || std::chrono::steady_clock::now() > limit) {
+            PostQuit(0);
+        }
+        return 0;
+    }
+    received.push_back({&window, code, wParam, lParam});
+    if (code == message::keyDown) {
+        keyModifiers[wParam] = HeldModifiers();
+    }
+    if (code == message::paint && picture) {
+        Paint(window);
+    } else if (code == message::getMinMaxInfo) {
+        reinterpret_cast<MinMaxInfo*>(lParam)->minTrackSize = {300, 200};
+    }
+    return DefaultProcedure(window, code, wParam, lParam);
+}
+
+const Received* Last(std::uint32_t code) {
+    for (auto at = received.rbegin(); at != received.rend(); ++at) {
+        if (at->code == code) {
+            return &*at;
+        }
+    }
+    return nullptr;
+}
+
+long CountOf(std::uint32_t code) {
+    return std::count_if(received.begin(), received.end(), [&](const Received& one) { return one.code == code; });
+}
+
+int LowWord(std::intptr_t value) { return static_cast<std::int16_t>(value & 0xFFFF); }
+int HighWord(std::intptr_t value) { return static_cast<std::int16_t>(value >> 16 & 0xFFFF); }
+
+class LinuxWindowSurface : public testing::Test {
+protected:
+    LinuxWindowSurface() {
+        setenv("DISPLAY", display_.Name().c_str(), 1);
+        received.clear();
+        keyModifiers.clear();
+        picture = [](int, int) { return red; };
+        SetEndRequest(nullptr);
+        EXPECT_TRUE(OpenSession());
+        other_ = std::make_unique<OtherClient>(display_.Name());
+    }
+    static WindowOptions Overlay() {
+        WindowOptions options;
+        options.className = u"ZVTestOverlay";
+        options.title = u"overlay";
+        options.procedure = Record;
+        options.left = options.top = 100;
+        options.width = 200;
+        options.height = 120;
+        options.frame = WindowFrame::Bare;
+        options.topmost = options.toolWindow = options.noActivate = true;
+        return options;
+    }
+    static WindowOptions Plain() {
+        WindowOptions options;
+        options.className = u"ZVTestMain";
+        options.title = u"main";
+        options.procedure = Record;
+        options.width = 400;
+        options.height = 300;
+        return options;
+    }
+    bool RunUntil(AppWindow& window, std::function<bool()> wanted, double seconds = 30) {
+        condition = std::move(wanted);
+        limit = std::chrono::steady_clock::now() +
+                std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds));
+        StartTimer(window, checkTimer, 5);
+        RunMessageLoop();
+        StopTimer(window, checkTimer);
+        return condition();
+    }
+    bool RunUntilPixel(AppWindow& window, int x, int y, std::uint32_t color) {
+        return RunUntil(window, [=, this] { return other_->PixelAt(x, y) == color; });
+    }
+    bool RunUntilReceived(AppWindow& window, std::uint32_t code) {
+        return RunUntil(window, [=] { return CountOf(code) > 0; });
+    }
+    void StartWindowManager() {
+        manager_ = support::Spawned({"openbox", "--config-file", "/dev/null"}, {{"DISPLAY", display_.Name()}},
+                                    folder_.Path() / "manager.log");
+        ASSERT_TRUE(WaitUntil([&] { return !other_->Property(other_->Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
+    }
+
+    support::TemporaryFolder folder_;
+    support::PrivateDisplay display_{"800x600"};
+    support::Spawned manager_;
+    std::unique_ptr<OtherClient> other_;
+};
+
+TEST_F(LinuxWindowSurface, ShowsThePixelsThatItsProcedurePaints) {
+    picture = [](int x, int y) { return static_cast<std::uint32_t>(x << 8 | y); };
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    ShowTopmostAt(*window, {40, 30, 340, 230});
+    ASSERT_TRUE(RunUntilPixel(*window, 40 + 299, 30 + 199, 299 << 8 | 199));
+    EXPECT_EQ(other_->PixelAt(40, 30), 0U);
+    EXPECT_EQ(other_->PixelAt(40 + 17, 30 + 5), 17U << 8U | 5U);
+    EXPECT_EQ(other_->PixelAt(39, 30), 0U);
+    // Painted anew only when asked, in one message for many requests.
+    received.clear();
+    picture = [](int, int) { return green; };
+    InvalidateWindow(*window);
+    InvalidateWindow(*window);
+    ASSERT_TRUE(RunUntilPixel(*window, 45, 35, green));
+    EXPECT_EQ(CountOf(message::paint), 1);
+}
+
+TEST_F(LinuxWindowSurface, AWindowOfEverySizeShowsItsWholePicture) {
+    picture = [](int x, int y) { return static_cast<std::uint32_t>(x << 12 | y); };
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    for (const Point size : {Point{10, 10}, Point{800, 600}, Point{333, 7}}) {
+        ShowTopmostAt(*window, {0, 0, size.x, size.y});
+        const auto last = static_cast<std::uint32_t>((size.x - 1) << 12 | (size.y - 1));
+        EXPECT_TRUE(RunUntilPixel(*window, size.x - 1, size.y - 1, last)) << size.x;
+        EXPECT_EQ(LowWord(Last(message::size)->lParam), size.x);
+        EXPECT_EQ(HighWord(Last(message::size)->lParam), size.y);
+    }
+}
+
+TEST_F(LinuxWindowSurface, APaintThatIsWantedNowHappensBeforeTheCallReturns) {
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    InvalidateWindow(*window);
+    PaintNow(*window);
+    EXPECT_EQ(CountOf(message::paint), 0) << "a hidden window is not painted";
+    ShowWithoutActivating(*window);
+    PaintNow(*window);
+    EXPECT_EQ(CountOf(message::paint), 1);
+    PaintNow(*window);
+    EXPECT_EQ(CountOf(message::paint), 1);
+}
+
+TEST_F(LinuxWindowSurface, ThroughTheKeyColourTheGameShowsAndIsClicked) {
+    // A frame of 20 pixels around a hole that has an island.
+    picture = [](int x, int y) {
+        const bool hole = x >= 20 && x < 180 && y >= 20 && y < 100;
+        const bool island = x >= 90 && x < 110 && y >= 50 && y < 70;
+        return hole && !island ? key : red;
+    };
+    other_->Cover({0, 0, 800, 600}, green);
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    SetColorKey(*window, keyColor);
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    ASSERT_TRUE(RunUntilPixel(*window, 200, 160, red));
+    EXPECT_EQ(other_->PixelAt(119, 119), red);
+    EXPECT_EQ(other_->PixelAt(120, 120), green);
+    EXPECT_EQ(other_->PixelAt(279, 199), green);
+    EXPECT_EQ(other_->PixelAt(280, 200), red);
+    EXPECT_EQ(other_->PixelAt(189, 160), green);
+    EXPECT_EQ(other_->Events(XCB_BUTTON_PRESS), 0);
+    other_->ClickAt(150, 150);
+    EXPECT_EQ(other_->Events(XCB_BUTTON_PRESS), 1);
+    EXPECT_EQ(CountOf(message::leftButtonDown), 0);
+    other_->ClickAt(200, 160);
+    other_->ClickAt(105, 105);
+    EXPECT_TRUE(RunUntil(*window, [] { return CountOf(message::leftButtonUp) == 2; }));
+    EXPECT_EQ(other_->Events(XCB_BUTTON_PRESS), 0);
+    // What is painted later is there, and what is no longer painted is gone.
+    picture = [](int x, int) { return x < 100 ? key : red; };
+    InvalidateWindow(*window);
+    ASSERT_TRUE(RunUntilPixel(*window, 270, 150, red));
+    EXPECT_EQ(other_->PixelAt(105, 105), green);
+}
+
+TEST_F(LinuxWindowSurface, BeforeTheFirstPaintNothingOfAKeyedWindowShows) {
+    other_->Cover({0, 0, 800, 600}, green);
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    SetColorKey(*window, keyColor);
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    FlushScreen();
+    EXPECT_EQ(other_->PixelAt(200, 160), green);
+}
+
+TEST_F(LinuxWindowSurface, BeforeTheFirstPaintANotificationIsNoEmptyBox) {
+    other_->Cover({0, 0, 800, 600}, green);
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    FlushScreen();
+    EXPECT_EQ(other_->PixelAt(200, 160), green);
+    EXPECT_TRUE(RunUntilPixel(*window, 200, 160, red));
+}
+
+TEST_F(LinuxWindowSurface, ClicksGoThroughANotification) {
+    other_->Cover({0, 0, 800, 600}, green);
+    WindowOptions options = Overlay();
+    options.clickThrough = true;
+    const Owned<AppWindow> window = MakeWindow(options);
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
+    EXPECT_EQ(other_->Events(XCB_BUTTON_PRESS), 0);
+    other_->ClickAt(150, 150);
+    EXPECT_EQ(other_->Events(XCB_BUTTON_PRESS), 1);
+}
+
+TEST_F(LinuxWindowSurface, TheGameKeepsTheKeyboardWithAndWithoutAWindowManager) {
+    for (const bool managed : {false, true}) {
+        if (managed) {
+            StartWindowManager();
+        }
+        const xcb_window_t game = other_->Cover({0, 0, 800, 600}, green);
+        other_->SetFocus(game);
+        const Owned<AppWindow> window = MakeWindow(Overlay());
+        ShowTopmostAt(*window, {100, 100, 300, 220});
+        ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
+        other_->ClickAt(150, 150);
+        ASSERT_TRUE(RunUntilReceived(*window, message::leftButtonUp));
+        EXPECT_EQ(other_->Focus(), game);
+        other_->Events(XCB_KEY_PRESS);
+        other_->Tap(other_->CodeOf(XK_w));
+        EXPECT_EQ(other_->Events(XCB_KEY_PRESS), 1);
+        EXPECT_EQ(CountOf(message::keyDown) + CountOf(message::setFocus), 0);
+        received.clear();
+    }
+}
+
+TEST_F(LinuxWindowSurface, StaysOnTopOfWhatComesUpLater) {
+    for (const bool managed : {false, true}) {
+        if (managed) {
+            StartWindowManager();
+        }
+        const Owned<AppWindow> window = MakeWindow(Overlay());
+        ShowTopmostAt(*window, {100, 100, 300, 220});
+        ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
+        const xcb_window_t cover = other_->Cover({0, 0, 800, 600}, green);
+        EXPECT_TRUE(RunUntilPixel(*window, 150, 150, red)) << managed;
+        const std::uint32_t above = XCB_STACK_MODE_ABOVE;
+        xcb_configure_window(other_->Get(), cover, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+        other_->Sync();
+        EXPECT_TRUE(RunUntilPixel(*window, 150, 150, red)) << managed;
+        EXPECT_EQ(other_->PixelAt(50, 50), green);
+    }
+}
+
+TEST_F(LinuxWindowSurface, TwoWindowsOnTopLeaveEachOtherInPeace) {
+    const Owned<AppWindow> first = MakeWindow(Overlay());
+    const Owned<AppWindow> second = MakeWindow(Overlay());
+    ShowTopmostAt(*first, {100, 100, 300, 220});
+    ShowTopmostAt(*second, {120, 120, 320, 240});
+    const std::vector<xcb_window_t> stack = other_->TopLevels();
+    bool changed = false;
+    RunUntil(
+        *first, [&] { return changed = changed || other_->TopLevels() != stack; }, 0.3);
+    EXPECT_FALSE(changed);
+}
+
+TEST_F(LinuxWindowSurface, AFramedWindowOnTopStaysInFrontOfTheOverlayAndHasTheKeyboard) {
+    StartWindowManager();
+    const Owned<AppWindow> overlay = MakeWindow(Overlay());
+    ShowTopmostAt(*overlay, {0, 0, 700, 500});
+    ASSERT_TRUE(RunUntilPixel(*overlay, 300, 300, red));
+    WindowOptions options = Plain();
+    options.title = u"editor";
+    options.frame = WindowFrame::Caption;
+    options.left = options.top = 220;
+    options.topmost = options.toolWindow = true;
+    const Owned<AppWindow> editor = MakeWindow(options);
+    picture = [](int, int) { return green; };
+    ShowInFront(*editor);
+    ASSERT_TRUE(RunUntilPixel(*editor, 400, 400, green));
+    ASSERT_TRUE(RunUntilReceived(*editor, message::setFocus));
+    EXPECT_EQ(Last(message::setFocus)->window, editor.get());
+    bool covered = false;
+    RunUntil(
+        *editor, [&] { return covered = covered || other_->PixelAt(400, 400) != green; }, 0.5);
+    EXPECT_FALSE(covered);
+    other_->Tap(other_->CodeOf(XK_k));
+    ASSERT_TRUE(RunUntilReceived(*editor, message::keyDown));
+    EXPECT_EQ(Last(message::keyDown)->window, editor.get());
+}
+
+TEST_F(LinuxWindowSurface, ShowingAWindowThatIsShownPaintsNothingAnew) {
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
+    ClientBounds(*window);  // whose answer comes after all events of the first showing
+    int turns = 0;
+    RunUntil(*window, [&] { return ++turns > 3; });
+    const long paints = CountOf(message::paint);
+    ShowTopmostAt(*window, {120, 100, 320, 220});
+    ASSERT_TRUE(RunUntilPixel(*window, 310, 150, red));
+    EXPECT_EQ(CountOf(message::paint), paints);
+    HideWindow(*window);
+    ShowTopmostAt(*window, {120, 100, 320, 220});
+    EXPECT_TRUE(RunUntil(*window, [&] { return CountOf(message::paint) > paints; }));
+}
+
+TEST_F(LinuxWindowSurface, AWindowThatInsistsIsLeftInFront) {
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    const xcb_window_t cover = other_->Cover({0, 0, 800, 600}, green);
+    int raises = 0;
+    RunUntil(
+        *window,
+        [&] {
+            if (other_->TopLevels().back() != cover) {
+                ++raises;
+                const std::uint32_t above = XCB_STACK_MODE_ABOVE;
+                xcb_configure_window(other_->Get(), cover, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+                other_->Sync();
+            }
+            return false;
+        },
+        0.7);
+    EXPECT_GE(raises, 1);
+    EXPECT_LE(raises, 30) << "some eight a second; a hundred without a bound";
+}
+
+TEST_F(LinuxWindowSurface, IsPlacedWhereItWasAskedTo) {
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    EXPECT_EQ(WindowBounds(*window), (Rectangle{100, 100, 300, 220}));
+    const Rectangle place{17, 23, 427, 323};
+    ShowTopmostAt(*window, place);
+    EXPECT_EQ(WindowBounds(*window), place);
+    EXPECT_EQ(other_->PlaceOf(other_->Find("overlay")), place);
+    EXPECT_EQ(HighWord(Last(message::showWindow)->lParam), 0);
+    EXPECT_EQ(Last(message::showWindow)->wParam, 1U);
+    const Rectangle moved{40, 23, 140, 123};
+    PlaceWindow(*window, moved);
+    EXPECT_EQ(ClientBounds(*window), moved);
+    HideWindow(*window);
+    EXPECT_EQ(Last(message::showWindow)->wParam, 0U);
+    const long told = CountOf(message::showWindow);
+    HideWindow(*window);
+    EXPECT_EQ(CountOf(message::showWindow), told);
+    EXPECT_EQ(WindowBounds(*window), moved);
+}
+
+TEST_F(LinuxWindowSurface, MouseMessagesCarryThePlaceInTheWindow) {
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
+    other_->MovePointer(50, 50);
+    received.clear();
+    other_->MovePointer(130, 145);
+    ASSERT_TRUE(RunUntilReceived(*window, message::mouseMove));
+    EXPECT_EQ(LowWord(Last(message::mouseMove)->lParam), 30);
+    EXPECT_EQ(HighWord(Last(message::mouseMove)->lParam), 45);
+    ASSERT_NE(Last(message::setCursor), nullptr);
+    EXPECT_EQ(LowWord(Last(message::setCursor)->lParam), hitCode::client);
+    EXPECT_LT(Last(message::setCursor), Last(message::mouseMove)) << "the cursor is asked for first";
+    other_->PressButton(1);
+    ASSERT_TRUE(RunUntilReceived(*window, message::leftButtonDown));
+    EXPECT_EQ(LowWord(Last(message::leftButtonDown)->lParam), 30);
+    // A held button keeps the messages coming from outside the window, with places left of it below 0.
+    CaptureMouse(*window);
+    EXPECT_TRUE(HasMouse(*window));
+    other_->MovePointer(90, 60);
+    other_->ReleaseButton(1);
+    ASSERT_TRUE(RunUntilReceived(*window, message::leftButtonUp));
+    EXPECT_EQ(LowWord(Last(message::leftButtonUp)->lParam), -10);
+    EXPECT_EQ(HighWord(Last(message::leftButtonUp)->lParam), -40);
+    EXPECT_EQ(CountOf(message::captureChanged), 0);
+    ReleaseMouse(*window);
+    EXPECT_EQ(CountOf(message::captureChanged), 1);
+    EXPECT_FALSE(HasMouse(*window));
+    ReleaseMouse(*window);
+    EXPECT_EQ(CountOf(message::captureChanged), 1);
+    other_->ClickAt(130, 145, 3);
+    ASSERT_TRUE(RunUntilReceived(*window, message::rightButtonUp));
+    other_->PressButton(4);
+    ASSERT_TRUE(RunUntilReceived(*window, message::mouseWheel));
+    EXPECT_EQ(HighWord(static_cast<std::intptr_t>(Last(message::mouseWheel)->wParam)), 120);
+    EXPECT_EQ(LowWord(Last(message::mouseWheel)->lParam), 130);
+}
+
+TEST_F(LinuxWindowSurface, AHiddenWindowLosesTheMouse) {
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
+    CaptureMouse(*window);
+    HideWindow(*window);
+    EXPECT_TRUE(RunUntilReceived(*window, message::captureChanged));
+    EXPECT_FALSE(HasMouse(*window));
+}
+
+TEST_F(LinuxWindowSurface, LeavingIsToldOnceForEachTimeItIsAskedFor) {
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
+    other_->MovePointer(150, 150);
+    ASSERT_TRUE(RunUntilReceived(*window, message::mouseMove));
+    TrackMouseLeave(*window);
+    other_->MovePointer(50, 50);
+    ASSERT_TRUE(RunUntilReceived(*window, message::mouseLeave));
+    other_->MovePointer(151, 150);
+    other_->MovePointer(50, 50);
+    other_->MovePointer(152, 150);
+    ASSERT_TRUE(RunUntil(*window, [] { return LowWord(Last(message::mouseMove)->lParam) == 52; }));
+    EXPECT_EQ(CountOf(message::mouseLeave), 1);
+}
+
+TEST_F(LinuxWindowSurface, TheWindowInFrontHearsKeysWithTheirModifiers) {
+    const Owned<AppWindow> window = MakeWindow(Plain());
+    ShowInFront(*window);
+    ASSERT_TRUE(RunUntilReceived(*window, message::setFocus));
+    const struct {
+        xcb_keysym_t symbol;
+        std::uintptr_t virtualKey;
+    } rows[] = {{XK_Escape, 27}, {XK_Tab, 9}, {XK_Return, 13}, {XK_space, 32}, {XK_a, 65},    {XK_z, 90},
+                {XK_0, 48},      {XK_9, 57},  {XK_F1, 112},    {XK_F12, 123},  {XK_Left, 37}, {XK_Right, 39}};
+    for (const auto& row : rows) {
+        received.clear();
+        other_->Tap(other_->CodeOf(row.symbol));
+        ASSERT_TRUE(RunUntilReceived(*window, message::keyUp)) << row.virtualKey;
+        EXPECT_EQ(Last(message::keyDown)->wParam, row.virtualKey);
+        EXPECT_EQ(HeldModifiers(), 0U);
+    }
+    received.clear();
+    std::uint32_t held = 0;
+    other_->TapWith(XK_Shift_L, other_->CodeOf(XK_Tab));
+    ASSERT_TRUE(RunUntil(*window, [&] {
+        const Received* down = Last(message::keyDown);
+        held = down != nullptr && down->wParam == 9 ? HeldModifiers() : held;
+        return CountOf(message::keyUp) == 2;
+    }));
+    received.clear();
+    other_->TapWith(XK_Alt_L, other_->CodeOf(XK_x));
+    ASSERT_TRUE(RunUntil(*window, [] { return CountOf(message::systemKeyDown) == 2; }));
+    EXPECT_EQ(Last(message::systemKeyDown)->wParam, 88U);
+    received.clear();
+    other_->Tap(other_->CodeOf(XK_F10));
+    ASSERT_TRUE(RunUntilReceived(*window, message::systemKeyDown));
+    EXPECT_EQ(Last(message::systemKeyDown)->wParam, 121U);
+    const xcb_window_t elsewhere = other_->Cover({0, 0, 50, 50}, green);
+    other_->SetFocus(elsewhere);
+    EXPECT_TRUE(RunUntilReceived(*window, message::killFocus));
+}
+
+TEST_F(LinuxWindowSurface, EachMessageHasTheModifiersOfItsOwnMoment) {
+    const Owned<AppWindow> window = MakeWindow(Plain());
+    ShowInFront(*window);
+    ASSERT_TRUE(RunUntilReceived(*window, message::setFocus));
+    // All of it waits in one reading of events, as after a busy moment of the program.
+    other_->Press(other_->CodeOf(XK_Control_L));
+    other_->Press(other_->CodeOf(XK_Shift_L));
+    other_->Tap(other_->CodeOf(XK_k));
+    other_->Release(other_->CodeOf(XK_Shift_L));
+    other_->Release(other_->CodeOf(XK_Control_L));
+    other_->Tap(other_->CodeOf(XK_j));
+    ASSERT_TRUE(RunUntil(*window, [] { return keyModifiers.contains('J'); }));
+    EXPECT_EQ(keyModifiers['K'], keyModifier::control | keyModifier::shift);
+    EXPECT_EQ(keyModifiers['J'], 0U);
+}
+
+TEST_F(LinuxWindowSurface, KeysAreCalledByTheirNames) {
+    const struct {
+        std::uint32_t virtualKey;
+        const char16_t* name;
+    } rows[] = {{88, u"X"},   {121, u"F10"}, {112, u"F1"},   {135, u"F24"}, {48, u"0"},
+                {27, u"Esc"}, {9, u"Tab"},   {32, u"Space"}, {7, u""},      {136, u""}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(KeyName(row.virtualKey), row.name) << row.virtualKey;
+    }
+}
+
+TEST_F(LinuxWindowSurface, TheDesktopsDpiCountsAndAChangeSuggestsASize) {
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    EXPECT_EQ(DpiOfWindow(*window), 96);
+    const std::string resources = "*customization: -color\nXft.dpi:\t144\nXft.hinting: 1\n";
+    xcb_change_property(other_->Get(), XCB_PROP_MODE_REPLACE, other_->Root(), XCB_ATOM_RESOURCE_MANAGER,
+                        XCB_ATOM_STRING, 8, static_cast<std::uint32_t>(resources.size()), resources.data());
+    other_->Sync();
+    ASSERT_TRUE(RunUntilReceived(*window, message::dpiChanged));
+    EXPECT_EQ(DpiOfWindow(*window), 144);
+    EXPECT_EQ(LowWord(static_cast<std::intptr_t>(Last(message::dpiChanged)->wParam)), 144);
+    const auto* suggested = reinterpret_cast<const Rectangle*>(Last(message::dpiChanged)->lParam);
+    EXPECT_EQ(*suggested, (Rectangle{100, 100, 400, 280}));
+}
+
+TEST_F(LinuxWindowSurface, AWindowManagerLearnsTheLeastSizeAndBringsTheWindowForward) {
+    StartWindowManager();
+    const Owned<AppWindow> window = MakeWindow(Plain());
+    const std::string hints = other_->Property(other_->Find("main"), "WM_NORMAL_HINTS");
+    ASSERT_EQ(hints.size(), 72U);
+    std::uint32_t numbers[18];
+    std::memcpy(numbers, hints.data(), sizeof numbers);
+    EXPECT_EQ(numbers[0], 16U);
+    EXPECT_EQ(numbers[5], 300U);
+    EXPECT_EQ(numbers[6], 200U);
+    ShowInFront(*window);
+    EXPECT_TRUE(RunUntilReceived(*window, message::setFocus));
+    ASSERT_TRUE(RunUntil(*window, [] {
+        const auto front = LookUpFrontWindow();
+        return front && front->ours;
+    }));
+    const std::optional<FrontWindow> front = LookUpFrontWindow();
+    EXPECT_EQ(front->className, u"Zorvel");
+    EXPECT_GT(front->bounds.Height(), 300) << "with its frame";
+    EXPECT_EQ(front->monitor.bounds, (Rectangle{0, 0, 800, 600}));
+    EXPECT_FALSE(IsWindowIcon(*window));
+}
+
+TEST_F(LinuxWindowSurface, EveryPointBelongsToAMonitorOrToThePrimaryOne) {
+    for (const Point point : {Point{0, 0}, Point{799, 599}, Point{-50, 20}, Point{5000, 5000}}) {
+        const MonitorArea area = MonitorAt(point);
+        EXPECT_EQ(area.bounds, (Rectangle{0, 0, 800, 600}));
+        EXPECT_EQ(area.work, area.bounds);
+        EXPECT_EQ(area.deviceName, u"screen");
+    }
+    const std::int32_t work[] = {0, 24, 800, 540};
+    xcb_change_property(other_->Get(), XCB_PROP_MODE_REPLACE, other_->Root(), other_->Atom("_NET_WORKAREA"),
+                        XCB_ATOM_CARDINAL, 32, 4, work);
+    other_->Sync();
+    EXPECT_EQ(MonitorAt({1, 1}).work, (Rectangle{0, 24, 800, 564}));
+}
+
+TEST_F(LinuxWindowSurface, ThePointerIsWhereTheUserPutIt) {
+    other_->MovePointer(123, 456);
+    EXPECT_EQ(CursorPosition(), (Point{123, 456}));
+}
+
+TEST_F(LinuxWindowSurface, OpacityAndIconsAreTheServersProperties) {
+    const std::vector<std::uint32_t> pixels(4, 0x102030);
+    const Owned<AppIcon> icon = MakeIcon(2, pixels.data());
+    EXPECT_EQ(LoadProgramIcon(32), nullptr);
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    SetConstantAlpha(*window, 225);
+    SetWindowIcons(*window, icon.get(), nullptr);
+    other_->Sync();
+    FlushScreen();
+    const xcb_window_t id = other_->Find("overlay");
+    EXPECT_EQ(other_->Property(id, "_NET_WM_WINDOW_OPACITY"), "\xE1\xE1\xE1\xE1");
+    EXPECT_EQ(other_->Property(id, "_NET_WM_ICON"),
+              std::string("\2\0\0\0\2\0\0\0", 8) + "\x30\x20\x10\xFF\x30\x20\x10\xFF\x30\x20\x10\xFF\x30\x20\x10\xFF");
+}
+
+class LinuxTrayIcon : public LinuxWindowSurface {
+protected:
+    void StartHost() {
+        host_ = support::Spawned({"trayer", "--edge", "top", "--align", "left", "--widthtype", "request", "--height",
+                                  "24", "--SetDockType", "false"},
+                                 {{"DISPLAY", display_.Name()}}, folder_.Path() / "tray.log");
+    }
+    Owned<TrayIcon> Add() {
+        TrayIconOptions options;
+        options.window = window_.get();
+        options.message = trayMessage;
+        options.icon = icon_.get();
+        options.tip = u"ZV Reels Max";
+        return AddTrayIcon(options);
+    }
+    /// Where the icon's colour shows first on the screen's upper edge.
+    std::optional<Point> FindIcon() const {
+        for (int y = 2; y < 24; y += 4) {
+            for (int x = 0; x < 800; x += 4) {
+                if (other_->PixelAt(x, y) == red) {
+                    return Point{x, y};
+                }
+            }
+        }
+        return std::nullopt;
+    }
+    bool RunUntilIconShows() {
+        return RunUntil(*window_, [&] { return (place_ = FindIcon()).has_value(); });
+    }
+
+    support::Spawned host_;
+    std::vector<std::uint32_t> pixels_ = std::vector<std::uint32_t>(16 * 16, red);
+    Owned<AppIcon> icon_ = MakeIcon(16, pixels_.data());
+    Owned<AppWindow> window_ = MakeWindow(Plain());
+    std::optional<Point> place_;
+};
+
+TEST_F(LinuxTrayIcon, IsRefusedWhereThereIsNoNotificationArea) { EXPECT_EQ(Add(), nullptr); }
+
+TEST_F(LinuxTrayIcon, ShowsInTheAreaAndTellsOfClicks) {
+    StartHost();
+    ASSERT_TRUE(RunUntilReceived(*window_, TaskbarCreatedMessage()));
+    Owned<TrayIcon> icon = Add();
+    ASSERT_NE(icon, nullptr);
+    ASSERT_TRUE(RunUntilIconShows());
+    received.clear();
+    other_->ClickAt(place_->x + 4, place_->y + 4);
+    ASSERT_TRUE(RunUntilReceived(*window_, trayMessage));
+    EXPECT_EQ(LowWord(Last(trayMessage)->lParam), static_cast<int>(trayEvent::select));
+    other_->ClickAt(place_->x + 4, place_->y + 4);
+    ASSERT_TRUE(RunUntil(*window_, [] { return CountOf(trayMessage) == 2; }));
+    EXPECT_EQ(LowWord(Last(trayMessage)->lParam), static_cast<int>(message::leftButtonDoubleClick));
+    other_->ClickAt(place_->x + 4, place_->y + 4, 3);
+    ASSERT_TRUE(RunUntil(*window_, [] { return CountOf(trayMessage) == 3; }));
+    EXPECT_EQ(LowWord(Last(trayMessage)->lParam), static_cast<int>(message::rightButtonUp));
+    icon.reset();
+    EXPECT_TRUE(RunUntil(*window_, [&] { return !FindIcon(); }));
+}
+
+TEST_F(LinuxTrayIcon, ReturnsWhenTheAreaHasBeenRestarted) {
+    StartHost();
+    ASSERT_TRUE(RunUntilReceived(*window_, TaskbarCreatedMessage()));
+    Owned<TrayIcon> icon = Add();
+    ASSERT_TRUE(RunUntilIconShows());
+    host_.Send(SIGKILL);
+    host_.WaitExit();
+    received.clear();
+    EXPECT_TRUE(RunUntil(*window_, [&] { return !FindIcon(); })) << "nothing stays on the desktop";
+    StartHost();
+    ASSERT_TRUE(RunUntilReceived(*window_, TaskbarCreatedMessage()));
+    icon.reset();
+    icon = Add();
+    EXPECT_TRUE(RunUntilIconShows());
+}
+
+TEST_F(LinuxTrayIcon, ThatAnAreaPutsBackOnTheDesktopGoesAwayWithAllThatItHad) {
+    StartHost();
+    ASSERT_TRUE(RunUntilReceived(*window_, TaskbarCreatedMessage()));
+    Owned<TrayIcon> icon = Add();
+    ASSERT_TRUE(RunUntilIconShows());
+    xcb_window_t inArea = XCB_WINDOW_NONE;
+    for (const xcb_window_t top : other_->TopLevels()) {
+        for (const xcb_window_t socket : other_->ChildrenOf(top)) {
+            for (const xcb_window_t child : other_->ChildrenOf(socket)) {
+                inArea = other_->Property(child, "_NET_WM_NAME") == "ZV Reels Max" ? child : inArea;
+            }
+        }
+    }
+    ASSERT_NE(inArea, xcb_window_t{XCB_WINDOW_NONE});
+    const std::uint32_t resources = support::ResourcesOf(other_->Get(), inArea);
+    xcb_reparent_window(other_->Get(), inArea, other_->Root(), 300, 300);
+    other_->Sync();
+    EXPECT_TRUE(RunUntil(*window_, [&] { return other_->Find("ZV Reels Max") == XCB_WINDOW_NONE; }));
+    icon.reset();
+    // Its window and what it was painted with.
+    EXPECT_TRUE(RunUntil(*window_, [&] { return support::ResourcesOf(other_->Get(), inArea) == resources - 2; }));
+}
+
+class LinuxPopupMenu : public LinuxWindowSurface {
+protected:
+    /// Opens the menu at (100, 100) and plays the user once it is there.
+    int Choose(std::function<void()> user) {
+        other_->MovePointer(100, 100);
+        int turn = 0;
+        condition = [&] {
+            // The first turn that finds the menu open.
+            if (turn++ == 10) {
+                user();
+            }
+            return false;
+        };
+        limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        StartTimer(*window_, checkTimer, 20);
+        const int chosen = ChooseFromMenu(*window_, items_);
+        StopTimer(*window_, checkTimer);
+        return chosen;
+    }
+
+    std::vector<MenuItem> items_ = {{1, u"Open Zorvel"}, {2, u"Save Clip (Alt + F10)"}, {0, u""}, {3, u"Exit Zorvel"}};
+    Owned<AppWindow> window_ = MakeWindow(Plain());
+};
+
+// Rows are 28 pixels high and begin 4 pixels below the upper edge; the separator takes 9.
+TEST_F(LinuxPopupMenu, AnswersTheItemThatIsClicked) {
+    EXPECT_EQ(Choose([&] { other_->ClickAt(120, 100 + 4 + 14); }), 1);
+    EXPECT_EQ(Choose([&] { other_->ClickAt(120, 100 + 4 + 28 + 14); }), 2);
+    EXPECT_EQ(Choose([&] { other_->ClickAt(120, 100 + 4 + 56 + 9 + 14); }), 3);
+    EXPECT_EQ(Choose([&] { other_->ClickAt(120, 100 + 4 + 14, 3); }), 1);
+}
+
+TEST_F(LinuxPopupMenu, EndsWithoutAChoiceByEscapeAndByAClickElsewhere) {
+    EXPECT_EQ(Choose([&] { other_->Tap(other_->CodeOf(XK_Escape)); }), 0);
+    EXPECT_EQ(Choose([&] { other_->ClickAt(700, 500); }), 0);
+    received.clear();
+    EXPECT_TRUE(RunUntilReceived(*window_, message::null));
+}
+
+TEST_F(LinuxPopupMenu, IsGoneAndGivesTheKeyboardBackAfterTheChoice) {
+    const std::size_t before = other_->TopLevels().size();
+    EXPECT_EQ(Choose([&] { other_->Tap(other_->CodeOf(XK_Escape)); }), 0);
+    EXPECT_EQ(other_->TopLevels().size(), before);
+    const xcb_window_t game = other_->Cover({0, 0, 800, 600}, green);
+    other_->SetFocus(game);
+    other_->Events(XCB_KEY_PRESS);
+    other_->Tap(other_->CodeOf(XK_w));
+    EXPECT_EQ(other_->Events(XCB_KEY_PRESS), 1);
+}
+
+TEST_F(LinuxPopupMenu, KeysGoRoundTheItemsAndLeaveTheSeparatorOut) {
+    const xcb_keycode_t down = other_->CodeOf(XK_Down);
+    const xcb_keycode_t up = other_->CodeOf(XK_Up);
+    const xcb_keycode_t enter = other_->CodeOf(XK_Return);
+    const auto keys = [&](std::vector<xcb_keycode_t> codes) {
+        return Choose([&, codes] {
+            for (const xcb_keycode_t code : codes) {
+                other_->Tap(code);
+            }
+        });
+    };
+    other_->MovePointer(0, 0);
+    EXPECT_EQ(keys({down, down, down, enter}), 3 - 0);
+    EXPECT_EQ(keys({up, enter}), 3);
+}
+
+TEST_F(LinuxPopupMenu, TheEndOfTheProgramEndsTheMenu) {
+    EXPECT_EQ(Choose([] { PostQuit(4); }), 0);
+    EXPECT_EQ(RunMessageLoop(), 4);
+}
+
+}  // namespace
+}  // namespace zv

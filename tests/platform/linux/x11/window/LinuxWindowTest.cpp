@@ -1,0 +1,684 @@
+// The window service on a private X server: what it tells the server, and what it makes of real key presses, signals,
+// a second copy and the server's death. A second connection plays the user and the other programs.
+#include <X11/keysym.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <xcb/randr.h>
+#include <xcb/xcb.h>
+#include <xcb/xtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "fake/Allocations.h"
+#include "platform/Window.h"
+#include "support/EndToEnd.h"
+#include "support/XClient.h"
+
+namespace zv {
+namespace {
+
+using support::noKey;
+using support::OtherClient;
+using support::Reply;
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::uint32_t virtualX = 88;
+constexpr std::uint32_t virtualF10 = 121;
+constexpr std::uint32_t alt = keyModifier::alt;
+constexpr std::uint32_t once = keyModifier::noRepeat;
+constexpr std::uintptr_t checkTimer = 1000;
+
+struct Received {
+    std::uint32_t code;
+    std::uintptr_t wParam;
+    bool operator==(const Received&) const = default;
+};
+
+std::vector<Received> received;
+std::function<bool()> condition;
+Clock::time_point limit;
+bool handleClose = false;
+int endRequests = 0;
+std::function<void(AppWindow& window, std::uint32_t code)> beforehand;  ///< may raise something
+
+std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
+    if (code == message::timer && wParam == checkTimer) {
+        if (condition() || Clock::now() > limit) {
+            PostQuit(0);
+        }
+        return 0;
+    }
+    received.push_back({code, wParam});
+    if (beforehand) {
+        beforehand(window, code);
+    }
+    return code == message::close && handleClose ? 0 : DefaultProcedure(window, code, wParam, lParam);
+}
+
+long CountOf(std::uint32_t code, std::uintptr_t wParam = 0) {
+    return std::count(received.begin(), received.end(), Received{code, wParam});
+}
+
+class LinuxWindow : public testing::Test {
+protected:
+    LinuxWindow() {
+        setenv("DISPLAY", display_.Name().c_str(), 1);
+        received.clear();
+        handleClose = false;
+        endRequests = 0;
+        beforehand = nullptr;
+        SetEndRequest(nullptr);
+    }
+    void Open() {
+        ASSERT_TRUE(OpenSession());
+        other_ = std::make_unique<OtherClient>(display_.Name());
+        WindowOptions options;
+        options.className = u"ZVTestWindow";
+        options.title = u"Zorvel test";
+        options.procedure = Record;
+        options.width = 320;
+        options.height = 200;
+        options.visible = true;
+        window_ = MakeWindow(options);
+        ASSERT_NE(window_, nullptr);
+    }
+    /// Runs the loop until the condition holds. False when it does not within a long time.
+    bool RunUntil(std::function<bool()> wanted, double seconds = 30) {
+        condition = std::move(wanted);
+        limit = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+        StartTimer(*window_, checkTimer, 5);
+        RunMessageLoop();
+        StopTimer(*window_, checkTimer);
+        return condition();
+    }
+    bool RunUntilHotKeys(long count, std::uintptr_t id) {
+        return RunUntil([=] { return CountOf(message::hotKey, id) >= count; });
+    }
+    /// A key of its own whose message comes after all that were caused before it.
+    void ExpectNoMoreHotKeys(std::uintptr_t id, long count) {
+        ASSERT_TRUE(RegisterGlobalKey(*window_, 77, alt | once, virtualF10));
+        other_->TapWith(XK_Alt_L, other_->CodeOf(XK_F10));
+        EXPECT_TRUE(RunUntilHotKeys(1, 77));
+        EXPECT_EQ(CountOf(message::hotKey, id), count);
+        UnregisterGlobalKey(*window_, 77);
+    }
+
+    support::PrivateDisplay display_{"800x600"};
+    std::unique_ptr<OtherClient> other_;
+    Owned<AppWindow> window_;
+};
+
+TEST(LinuxSession, WithoutADisplayThereIsNoSession) {
+    setenv("DISPLAY", ":4242", 1);
+    EXPECT_FALSE(OpenSession());
+    unsetenv("DISPLAY");
+    EXPECT_FALSE(OpenSession());
+}
+
+TEST_F(LinuxWindow, TheServerKnowsTitleClassAndProcess) {
+    Open();
+    const xcb_window_t id = other_->Find("Zorvel test");
+    ASSERT_NE(id, xcb_window_t{XCB_WINDOW_NONE});
+    EXPECT_EQ(other_->Property(id, "WM_NAME"), "Zorvel test");
+    EXPECT_EQ(other_->Property(id, "WM_CLASS"), std::string("zorvel\0Zorvel\0", 14));
+    std::uint32_t processId = 0;
+    ASSERT_EQ(other_->Property(id, "_NET_WM_PID").copy(reinterpret_cast<char*>(&processId), 4), 4U);
+    EXPECT_EQ(processId, static_cast<std::uint32_t>(getpid()));
+    const Reply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(other_->Get(), xcb_get_geometry(other_->Get(), id), nullptr));
+    EXPECT_EQ(geometry->width, 320);
+    EXPECT_EQ(geometry->height, 200);
+}
+
+TEST_F(LinuxWindow, IsShownAndHiddenOnTheServer) {
+    Open();
+    const xcb_window_t id = other_->Find("Zorvel test");
+    EXPECT_TRUE(other_->IsMapped(id));
+    EXPECT_TRUE(IsWindowShown(*window_));
+    HideWindow(*window_);
+    EXPECT_FALSE(IsWindowShown(*window_));
+    EXPECT_TRUE(RunUntil([&] { return !other_->IsMapped(id); }));
+    ShowWindowPlain(*window_);
+    EXPECT_TRUE(IsWindowShown(*window_));
+    EXPECT_TRUE(RunUntil([&] { return other_->IsMapped(id); }));
+}
+
+TEST_F(LinuxWindow, AFlushEndsWhenTheServerHasCaughtUp) {
+    Open();
+    const xcb_window_t id = other_->Find("Zorvel test");
+    ASSERT_TRUE(RunUntil([&] { return other_->IsMapped(id); }));
+    // While another client holds the server, nobody else's requests are carried out.
+    xcb_grab_server(other_->Get());
+    other_->Sync();
+    HideWindow(*window_);
+    std::atomic<bool> released = false;
+    std::thread holder([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        EXPECT_TRUE(other_->IsMapped(id));
+        released = true;
+        xcb_ungrab_server(other_->Get());
+        other_->Sync();
+    });
+    FlushScreen();
+    EXPECT_TRUE(released);
+    holder.join();
+    EXPECT_FALSE(other_->IsMapped(id));
+}
+
+TEST_F(LinuxWindow, AFlushOfADeadServerReturns) {
+    Open();
+    display_.Server().Send(SIGKILL);
+    display_.Server().WaitExit();
+    FlushScreen();
+}
+
+TEST_F(LinuxWindow, HearsOfItsCreationAndOnceOfItsEnd) {
+    Open();
+    const std::vector<Received> made = {{message::getMinMaxInfo, 0}, {message::create, 0}, {message::showWindow, 1}};
+    EXPECT_EQ(received, made);
+    received.clear();
+    DefaultProcedure(*window_, message::close, 0, 0);
+    DefaultProcedure(*window_, message::close, 0, 0);
+    window_.reset();
+    EXPECT_EQ(received, (std::vector<Received>{{message::destroy, 0}}));
+    EXPECT_TRUE(support::WaitUntil([&] { return other_->Find("Zorvel test") == XCB_WINDOW_NONE; }));
+}
+
+TEST_F(LinuxWindow, AProcedureThatRaisesSomethingLeavesTheMessageUnhandledAndTheLoopRunning) {
+    beforehand = [](AppWindow&, std::uint32_t) { throw std::bad_alloc(); };
+    Open();
+    const xcb_window_t id = other_->Find("Zorvel test");
+    EXPECT_TRUE(RunUntil([&] { return other_->IsMapped(id) && CountOf(message::paint) > 0; }));
+    other_->CloseByBox(id);
+    EXPECT_TRUE(RunUntil([] { return CountOf(message::close) == 1; }));
+    EXPECT_EQ(CountOf(message::destroy), 0) << "no window closes for want of an answer";
+    EXPECT_NE(other_->Find("Zorvel test"), xcb_window_t{XCB_WINDOW_NONE});
+    window_.reset();
+    EXPECT_EQ(CountOf(message::destroy), 1);
+    EXPECT_TRUE(support::WaitUntil([&] { return other_->Find("Zorvel test") == XCB_WINDOW_NONE; }));
+}
+
+TEST_F(LinuxWindow, AProcedureThatHasEndedItsWindowMayRaiseSomething) {
+    Open();
+    const auto other = MakeWindow([] {
+        WindowOptions options;
+        options.className = u"ZVOther";
+        options.procedure = Record;
+        options.width = 10;
+        options.height = 10;
+        return options;
+    }());
+    beforehand = [this](AppWindow& window, std::uint32_t code) {
+        if (code == message::close && &window == window_.get()) {
+            window_.reset();
+            throw std::runtime_error("of another kind");
+        }
+    };
+    other_->CloseByBox(other_->Find("Zorvel test"));
+    condition = [this] { return window_ == nullptr; };
+    limit = Clock::now() + std::chrono::seconds(30);
+    StartTimer(*other, checkTimer, 5);
+    RunMessageLoop();
+    EXPECT_EQ(window_, nullptr);
+}
+
+TEST_F(LinuxWindow, EventsForWhichThereIsNoMemoryAreLostAndTheLoopGoesOn) {
+    Open();
+    const xcb_window_t id = other_->Find("Zorvel test");
+    ASSERT_TRUE(RunUntil([&] { return other_->IsMapped(id); }));
+    handleClose = true;
+    received.clear();
+    received.reserve(1000);
+    constexpr int sent = 40;  // more than the queue has room for
+    bool refused = false;
+    EXPECT_TRUE(RunUntil([&] {
+        if (std::exchange(refused, true)) {
+            fake::RefuseAllocationsHereFrom(0);
+            return true;
+        }
+        for (int i = 0; i < sent; ++i) {
+            other_->CloseByBox(id);
+        }
+        fake::RefuseAllocationsHereFrom(1);
+        return false;
+    }));
+    const long heard = CountOf(message::close);
+    EXPECT_LT(heard, sent);
+    other_->CloseByBox(id);
+    EXPECT_TRUE(RunUntil([&] { return CountOf(message::close) > heard; }));
+}
+
+TEST_F(LinuxWindow, TheCloseBoxAsksTheProcedureFirst) {
+    Open();
+    handleClose = true;
+    other_->CloseByBox(other_->Find("Zorvel test"));
+    EXPECT_TRUE(RunUntil([] { return CountOf(message::close) == 1; }));
+    EXPECT_EQ(CountOf(message::destroy), 0);
+    EXPECT_NE(other_->Find("Zorvel test"), xcb_window_t{XCB_WINDOW_NONE});
+}
+
+TEST_F(LinuxWindow, AWindowThatAnotherClientDestroysHearsOfIt) {
+    Open();
+    const xcb_window_t id = other_->Find("Zorvel test");
+    WindowOptions options;
+    options.title = u"second";
+    options.procedure = Record;
+    options.width = options.height = 10;
+    const Owned<AppWindow> second = MakeWindow(options);
+    xcb_destroy_window(other_->Get(), other_->Find("second"));
+    other_->Sync();
+    EXPECT_TRUE(RunUntil([] { return CountOf(message::destroy) == 1; }));
+    EXPECT_NE(id, xcb_window_t{XCB_WINDOW_NONE});
+}
+
+TEST_F(LinuxWindow, APressedKeyArrivesWhicheverLocksAreOn) {
+    Open();
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
+    long presses = 0;
+    const xcb_keycode_t lockKeys[] = {noKey, other_->CodeOf(XK_Caps_Lock), other_->CodeOf(XK_Num_Lock),
+                                      other_->CodeOf(XK_Caps_Lock)};  // none, Caps, both, Num
+    for (const xcb_keycode_t lock : lockKeys) {
+        if (lock != noKey) {
+            other_->Tap(lock);
+        }
+        other_->TapWith(XK_Alt_L, other_->CodeOf(XK_x));
+        EXPECT_TRUE(RunUntilHotKeys(++presses, 1)) << "after toggling key " << int{lock};
+        EXPECT_EQ(CountOf(message::hotKey, 1), presses);
+    }
+}
+
+TEST_F(LinuxWindow, OtherModifiersAreAnotherKey) {
+    Open();
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 2, keyModifier::control | alt | once, virtualX));
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 3, keyModifier::shift | once, virtualX));
+    const xcb_keycode_t x = other_->CodeOf(XK_x);
+    other_->Tap(x);
+    other_->TapWith(XK_Control_L, x);
+    other_->TapWith(XK_Shift_L, x);
+    other_->Press(other_->CodeOf(XK_Control_L));
+    other_->TapWith(XK_Alt_L, x);
+    other_->Release(other_->CodeOf(XK_Control_L));
+    EXPECT_TRUE(RunUntilHotKeys(1, 2));
+    EXPECT_EQ(CountOf(message::hotKey, 1), 0);
+    EXPECT_EQ(CountOf(message::hotKey, 2), 1);
+    EXPECT_EQ(CountOf(message::hotKey, 3), 1);
+}
+
+TEST_F(LinuxWindow, EveryLetterDigitAndFunctionKeyCanBeReserved) {
+    Open();
+    std::vector<std::uint32_t> keys;
+    for (std::uint32_t key = 48; key <= 57; ++key) {
+        keys.push_back(key);
+    }
+    for (std::uint32_t key = 65; key <= 90; ++key) {
+        keys.push_back(key);
+    }
+    for (std::uint32_t key = 112; key <= 123; ++key) {  // a keyboard of this layout has F1 to F12 plain
+        keys.push_back(key);
+    }
+    int id = 100;
+    for (const std::uint32_t key : keys) {
+        EXPECT_TRUE(RegisterGlobalKey(*window_, id++, alt | once, key)) << key;
+    }
+    const struct {
+        xcb_keysym_t symbol;
+        std::uintptr_t id;
+    } rows[] = {{XK_0, 100}, {XK_9, 109}, {XK_a, 110}, {XK_z, 135}, {XK_F1, 136}, {XK_F12, 147}};
+    for (const auto& row : rows) {
+        other_->TapWith(XK_Alt_L, other_->CodeOf(row.symbol));
+        EXPECT_TRUE(RunUntilHotKeys(1, row.id)) << row.id;
+    }
+    EXPECT_FALSE(RegisterGlobalKey(*window_, 999, alt | once, 47));  // no such key
+}
+
+TEST_F(LinuxWindow, AKeyThatAnotherProgramHoldsIsRefused) {
+    Open();
+    const xcb_keycode_t x = other_->CodeOf(XK_x);
+    const std::uint16_t masks[] = {XCB_MOD_MASK_1, XCB_MOD_MASK_1 | XCB_MOD_MASK_LOCK, XCB_MOD_MASK_1 | XCB_MOD_MASK_2,
+                                   XCB_MOD_MASK_1 | XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2};
+    for (const std::uint16_t mask : masks) {
+        ASSERT_TRUE(other_->GrabKey(x, mask));
+        EXPECT_FALSE(RegisterGlobalKey(*window_, 1, alt | once, virtualX)) << mask;
+        other_->UngrabKey(x, mask);
+        // Nothing stays behind of the attempt.
+        for (const std::uint16_t each : masks) {
+            EXPECT_TRUE(support::WaitUntil([&] { return other_->GrabKey(x, each); })) << mask << " " << each;
+            other_->UngrabKey(x, each);
+        }
+    }
+    EXPECT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
+}
+
+TEST_F(LinuxWindow, AReservedKeyIsRefusedToOthersUntilItIsGivenUp) {
+    Open();
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
+    EXPECT_FALSE(RegisterGlobalKey(*window_, 2, alt | once, virtualX));
+    EXPECT_FALSE(other_->GrabKey(other_->CodeOf(XK_x), XCB_MOD_MASK_1));
+    UnregisterGlobalKey(*window_, 1);
+    EXPECT_TRUE(RunUntil([&] { return other_->GrabKey(other_->CodeOf(XK_x), XCB_MOD_MASK_1); }));
+}
+
+TEST_F(LinuxWindow, AHeldKeyCountsOnceAndAgainWhenPressedAgain) {
+    Open();
+    const xcb_keycode_t f10 = other_->CodeOf(XK_F10);
+    const xcb_keycode_t x = other_->CodeOf(XK_x);
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 2, alt, virtualF10));
+    other_->Press(other_->CodeOf(XK_Alt_L));
+    other_->Press(f10);  // shows that the server repeats keys
+    EXPECT_TRUE(RunUntilHotKeys(4, 2));
+    other_->Release(f10);
+    other_->Press(x);
+    const Clock::time_point held = Clock::now() + std::chrono::milliseconds(1500);
+    EXPECT_TRUE(RunUntil([&] { return Clock::now() > held; }));
+    EXPECT_EQ(CountOf(message::hotKey, 1), 1);
+    other_->Release(x);
+    other_->Tap(x);
+    EXPECT_TRUE(RunUntilHotKeys(2, 1));
+    other_->Release(other_->CodeOf(XK_Alt_L));
+    ASSERT_EQ(CountOf(message::hotKey, 1), 2);
+}
+
+TEST_F(LinuxWindow, KeysFollowAChangeOfTheKeyboardMapping) {
+    Open();
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
+    const xcb_keycode_t oldCode = other_->CodeOf(XK_x);
+    const xcb_keycode_t newCode = other_->CodeOf(XK_q);
+    const xcb_keysym_t x[] = {XK_x, XK_X};
+    const xcb_keysym_t q[] = {XK_q, XK_Q};
+    xcb_change_keyboard_mapping(other_->Get(), 1, newCode, 2, x);
+    xcb_change_keyboard_mapping(other_->Get(), 1, oldCode, 2, q);
+    other_->Sync();
+    // The old key is free as soon as the change has been followed.
+    EXPECT_TRUE(RunUntil([&] {
+        const bool isFree = other_->GrabKey(oldCode, XCB_MOD_MASK_1);
+        other_->UngrabKey(oldCode, XCB_MOD_MASK_1);
+        return isFree;
+    }));
+    other_->TapWith(XK_Alt_L, oldCode);
+    other_->TapWith(XK_Alt_L, newCode);
+    EXPECT_TRUE(RunUntilHotKeys(1, 1));
+    ExpectNoMoreHotKeys(1, 1);
+}
+
+// A server tells of a new mapping whenever another keyboard is typed on.
+TEST_F(LinuxWindow, AChangeThatMovesNoKeyLeavesAReservedOneNobodyElse) {
+    Open();
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
+    std::atomic<int> gaps = 0;
+    std::atomic<bool> done = false;
+    std::thread rival([&] {
+        const OtherClient other(display_.Name());
+        const xcb_keycode_t x = other.CodeOf(XK_x);
+        const xcb_keycode_t far = other.CodeOf(XK_F9);
+        for (int i = 0; i < 300; ++i) {
+            const xcb_keysym_t symbol = i % 2 == 0 ? XK_F9 : XK_F8;
+            xcb_change_keyboard_mapping(other.Get(), 1, far, 1, &symbol);
+            for (int tries = 0; tries < 5; ++tries) {
+                gaps += other.GrabKey(x, XCB_MOD_MASK_1) ? 1 : 0;
+                other.UngrabKey(x, XCB_MOD_MASK_1);
+            }
+        }
+        done = true;
+    });
+    EXPECT_TRUE(RunUntil([&] { return done.load(); }));
+    rival.join();
+    EXPECT_EQ(gaps, 0) << "the key was free for another program";
+    other_->TapWith(XK_Alt_L, other_->CodeOf(XK_x));
+    EXPECT_TRUE(RunUntilHotKeys(1, 1));
+}
+
+TEST_F(LinuxWindow, TimersTickAtTheirPeriods) {
+    Open();
+    const Clock::time_point start = Clock::now();
+    StartTimer(*window_, 43, 16);
+    StartTimer(*window_, 42, 500);
+    EXPECT_TRUE(RunUntil([] { return CountOf(message::timer, 42) == 2; }));
+    const double elapsedMs = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    EXPECT_GE(elapsedMs, 1000);
+    const long fast = CountOf(message::timer, 43);
+    EXPECT_GE(fast, 5);  // 62 on a machine with time to spare
+    EXPECT_LE(static_cast<double>(fast), elapsedMs / 16 + 1);
+}
+
+TEST_F(LinuxWindow, AStoppedTimerIsSilentAndARestartedOneBeginsAnew) {
+    Open();
+    StartTimer(*window_, 1, 10);
+    StartTimer(*window_, 2, 10);
+    EXPECT_TRUE(RunUntil([] { return CountOf(message::timer, 1) >= 3; }));
+    StopTimer(*window_, 1);
+    StartTimer(*window_, 2, 60'000);
+    received.clear();
+    StartTimer(*window_, 3, 50);
+    EXPECT_TRUE(RunUntil([] { return CountOf(message::timer, 3) == 4; }));
+    EXPECT_EQ(CountOf(message::timer, 1), 0);
+    EXPECT_EQ(CountOf(message::timer, 2), 0);
+}
+
+std::intptr_t QuitOnTimer(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
+    if (code == message::timer) {
+        PostQuit(5);
+        return 0;
+    }
+    return DefaultProcedure(window, code, wParam, lParam);
+}
+
+TEST_F(LinuxWindow, NothingWakesTheLoopWhileNothingIsDue) {
+    ASSERT_TRUE(OpenSession());
+    WindowOptions options;
+    options.procedure = QuitOnTimer;
+    options.width = options.height = 10;
+    const Owned<AppWindow> window = MakeWindow(options);
+    StartTimer(*window, 1, 1000);
+    rusage before{};
+    rusage after{};
+    getrusage(RUSAGE_THREAD, &before);
+    EXPECT_EQ(RunMessageLoop(), 5);
+    getrusage(RUSAGE_THREAD, &after);
+    EXPECT_LE(after.ru_nvcsw - before.ru_nvcsw, 10);
+    const auto busyUs = [](const rusage& usage) { return usage.ru_utime.tv_sec * 1'000'000 + usage.ru_utime.tv_usec; };
+    EXPECT_LE(busyUs(after) - busyUs(before), 200'000);
+}
+
+void RequestEnd() {
+    ++endRequests;
+    PostQuit(3);
+}
+
+TEST_F(LinuxWindow, EverySignalThatEndsASessionRequestsTheEnd) {
+    Open();
+    SetEndRequest(RequestEnd);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        kill(getpid(), signal);
+        EXPECT_EQ(RunMessageLoop(), 3);
+    }
+    EXPECT_EQ(endRequests, 3);
+    SetEndRequest(nullptr);
+    kill(getpid(), SIGTERM);
+    EXPECT_EQ(RunMessageLoop(), 0);
+}
+
+TEST_F(LinuxWindow, TheDeathOfTheServerRequestsTheEndOnce) {
+    Open();
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
+    SetEndRequest(RequestEnd);
+    StartTimer(*window_, 42, 60'000);
+    display_.Server().Send(SIGKILL);
+    EXPECT_EQ(RunMessageLoop(), 3);
+    EXPECT_EQ(endRequests, 1);
+    // Everything stays callable, so that the shutdown can take its ordinary course.
+    HideWindow(*window_);
+    UnregisterGlobalKey(*window_, 1);
+    EXPECT_FALSE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
+    DefaultProcedure(*window_, message::close, 0, 0);
+    EXPECT_EQ(CountOf(message::destroy), 1);
+}
+
+TEST_F(LinuxWindow, TheDeathOfTheServerEndsTheLoopEvenIfNobodyAsksForTheEnd) {
+    Open();
+    SetEndRequest([] { ++endRequests; });
+    display_.Server().Send(SIGKILL);
+    EXPECT_EQ(RunMessageLoop(), 1);
+    EXPECT_EQ(endRequests, 1);
+}
+
+TEST_F(LinuxWindow, MessagesThatAreQueuedComeBeforeTheEnd) {
+    Open();
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 2, alt | once, virtualF10));
+    SetEndRequest(nullptr);
+    PostQuit(9);
+    EXPECT_EQ(RunMessageLoop(), 9);
+    StartTimer(*window_, 42, 60'000);
+    other_->TapWith(XK_Alt_L, other_->CodeOf(XK_x));
+    EXPECT_TRUE(RunUntilHotKeys(1, 1));
+}
+
+TEST_F(LinuxWindow, AChangeOfTheScreenArrivesOnce) {
+    Open();
+    other_->ShrinkScreen();
+    EXPECT_TRUE(RunUntil([] { return CountOf(message::displayChange) == 1; }));
+    const Clock::time_point later = Clock::now() + std::chrono::milliseconds(600);
+    EXPECT_TRUE(RunUntil([&] { return Clock::now() > later; }));
+    EXPECT_EQ(CountOf(message::displayChange), 1);
+}
+
+/// A first copy in a process of its own. It says by a byte that it stands, then serves its window until it is killed.
+class FirstCopy {
+public:
+    explicit FirstCopy(bool withWindow) {
+        int ends[2];
+        EXPECT_EQ(pipe(ends), 0);
+        pid_ = fork();
+        if (pid_ == 0) {
+            Serve(withWindow, ends[1]);
+        }
+        close(ends[1]);
+        char ready = 0;
+        EXPECT_EQ(read(ends[0], &ready, 1), 1);
+        EXPECT_EQ(ready, 'y');
+        close(ends[0]);
+    }
+    ~FirstCopy() { Kill(); }
+    void Kill() {
+        if (pid_ > 0) {
+            kill(pid_, SIGKILL);
+            waitpid(pid_, nullptr, 0);
+            pid_ = -1;
+        }
+    }
+
+private:
+    [[noreturn]] static void Serve(bool withWindow, int ready) {
+        const bool opened = OpenSession();
+        const Owned<InstanceClaim> claim = opened ? ClaimSingleInstance(u"Local\\Test") : nullptr;
+        WindowOptions options;
+        options.className = u"ZVTestWindow";
+        options.title = u"first copy";
+        options.procedure = DefaultProcedure;
+        options.width = options.height = 100;
+        const Owned<AppWindow> window = opened && withWindow ? MakeWindow(options) : nullptr;
+        const bool stands = claim && (window != nullptr) == withWindow;
+        [[maybe_unused]] const ssize_t written = write(ready, stands ? "y" : "n", 1);
+        RunMessageLoop();
+        _exit(0);
+    }
+    pid_t pid_ = -1;
+};
+
+TEST_F(LinuxWindow, ASecondCopyBringsTheHiddenWindowOfTheFirstForward) {
+    FirstCopy first(true);
+    ASSERT_TRUE(OpenSession());
+    EXPECT_EQ(ClaimSingleInstance(u"Local\\Test"), nullptr);
+    EXPECT_NE(ClaimSingleInstance(u"Local\\Another"), nullptr);
+    const OtherClient other(display_.Name());
+    const xcb_window_t window = other.Find("first copy");
+    EXPECT_FALSE(other.IsMapped(window));
+    EXPECT_TRUE(BringOtherCopyForward(u"ZVTestWindow"));
+    EXPECT_TRUE(support::WaitUntil([&] { return other.IsMapped(window); }));
+    EXPECT_FALSE(BringOtherCopyForward(u"ZVTest"));
+    // However the first copy ends, its claim ends with it.
+    first.Kill();
+    EXPECT_TRUE(support::WaitUntil([] { return ClaimSingleInstance(u"Local\\Test") != nullptr; }));
+}
+
+TEST_F(LinuxWindow, AFirstCopyWithoutAWindowCannotBeBroughtForward) {
+    const FirstCopy first(false);
+    ASSERT_TRUE(OpenSession());
+    EXPECT_EQ(ClaimSingleInstance(u"Local\\Test"), nullptr);
+    EXPECT_FALSE(BringOtherCopyForward(u"ZVTestWindow"));
+}
+
+TEST_F(LinuxWindow, ASecondCopyBringsAWindowToTheFrontThatOthersCover) {
+    FirstCopy first(true);
+    Open();
+    const auto top = [&] { return other_->TopLevels().back(); };
+    const auto isFirstCopy = [&](xcb_window_t window) {
+        return other_->Property(window, "_NET_WM_NAME") == "first copy";
+    };
+    const xcb_window_t cover = xcb_generate_id(other_->Get());
+    xcb_create_window(other_->Get(), XCB_COPY_FROM_PARENT, cover, other_->Root(), 0, 0, 800, 600, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+    xcb_map_window(other_->Get(), cover);
+    other_->Sync();
+    ASSERT_FALSE(isFirstCopy(top()));
+    xcb_destroy_window(other_->Get(), other_->Find("Zorvel test"));  // only the first copy carries the class now
+    other_->Sync();
+    EXPECT_TRUE(BringOtherCopyForward(u"ZVTestWindow"));
+    EXPECT_TRUE(support::WaitUntil([&] { return isFirstCopy(top()); }));
+}
+
+class InformationBox : public testing::Test {
+protected:
+    InformationBox() : path_(getenv("PATH")) { setenv("PATH", folder_.Path().c_str(), 1); }
+    ~InformationBox() override { setenv("PATH", path_.c_str(), 1); }
+    void Install(const std::string& name, const std::string& end) {
+        const auto script = folder_.Path() / name;
+        support::WriteAll(script, "#!/bin/sh\nfor a in \"$@\"; do echo \"$a\"; done >\"" +
+                                      (folder_.Path() / name).string() + ".seen\"\n" + end + "\n");
+        chmod(script.c_str(), 0700);
+    }
+    std::string Seen(const std::string& name) const { return support::ReadAll(folder_.Path() / (name + ".seen")); }
+
+    support::TemporaryFolder folder_;
+    std::string path_;
+};
+
+TEST_F(InformationBox, IsTheDesktopsOwn) {
+    Install("zenity", "exit 0");
+    Install("xmessage", "exit 0");
+    ShowInformation(u"Text with <signs> & \u00E4", u"Zorvel");
+    EXPECT_EQ(Seen("zenity"), "--info\n--no-markup\n--title=Zorvel\n--text=Text with <signs> & \xC3\xA4\n");
+    EXPECT_EQ(Seen("xmessage"), "");
+}
+
+TEST_F(InformationBox, IsPlainWhereTheDesktopHasNone) {
+    Install("xmessage", "exit 0");
+    ShowInformation(u"Text", u"Zorvel");
+    EXPECT_EQ(Seen("xmessage"), "-center\n-title\nZorvel\nText\n");
+}
+
+TEST_F(InformationBox, IsALineOnStandardErrorWhereThereIsNothing) {
+    testing::internal::CaptureStderr();
+    ShowInformation(u"Text", u"Zorvel");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Zorvel: Text\n");
+}
+
+}  // namespace
+}  // namespace zv

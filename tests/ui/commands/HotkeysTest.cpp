@@ -1,0 +1,237 @@
+// The four shortcuts: what is reserved, what a new one has to pass, and what a press sets off.
+#include "ui/commands/Hotkeys.h"
+
+#include "ui/Interface.h"
+#include "ui/commands/Commands.h"
+#include "ui/state/CaptureSettings.h"
+#include "ui/windows/Overlay.h"
+
+namespace zv {
+namespace {
+
+using fake::Combination;
+using fake::CountOf;
+using fake::TheWindows;
+
+constexpr std::uint32_t once = keyModifier::noRepeat;
+
+class Hotkeys : public Interface {
+protected:
+    std::vector<std::string> CallsOf(const std::function<void()>& action) {
+        const std::size_t before = fake::CallNames().size();
+        action();
+        const auto all = fake::CallNames();
+        return {all.begin() + static_cast<std::ptrdiff_t>(before), all.end()};
+    }
+};
+
+TEST_F(Hotkeys, TheTableNamesTheFourActions) {
+    EXPECT_EQ(ShortcutLabel(0), u"Open / close overlay");
+    EXPECT_EQ(ShortcutLabel(1), u"Save instant replay");
+    EXPECT_EQ(ShortcutLabel(2), u"Start / stop recording");
+    EXPECT_EQ(ShortcutLabel(3), u"Screenshot");
+}
+
+TEST_F(Hotkeys, AreReservedWithoutRepeatWhenTheWindowComesUp) {
+    OpenMainWindow();
+    EXPECT_EQ(TheWindows().keys,
+              (std::map<int, Combination>{
+                  {1, {1 | once, 88}}, {2, {1 | once, 121}}, {3, {3 | once, 82}}, {4, {3 | once, 83}}}));
+    EXPECT_EQ(Ui().hotkeyRegistered, (std::array<bool, 4>{true, true, true, true}));
+}
+
+TEST_F(Hotkeys, AKeyThatIsTakenIsOnlyRemembered) {
+    TheWindows().takenByOthers = {{1, 121}, {3, 83}};
+    OpenMainWindow();
+    EXPECT_EQ(Ui().hotkeyRegistered, (std::array<bool, 4>{true, false, true, false}));
+    EXPECT_EQ(Ui().statusText, u"Ready");
+}
+
+TEST_F(Hotkeys, ABareKeyIsRefusedFirst) {
+    OpenMainWindow();
+    EXPECT_TRUE(CallsOf([] { EXPECT_FALSE(TryRebindHotkey(0, 0, 88)); }).empty());
+    EXPECT_EQ(Ui().shortcutError, u"Include Ctrl, Alt or Shift with your key.");
+}
+
+TEST_F(Hotkeys, TheKeysOfAnotherActionAreRefusedBeforeTheSystemIsAsked) {
+    OpenMainWindow();
+    for (const int other : {0, 2, 3}) {
+        Ui().shortcutError.clear();
+        const auto index = static_cast<std::size_t>(other);
+        EXPECT_TRUE(CallsOf([&] {
+                        EXPECT_FALSE(
+                            TryRebindHotkey(1, CurrentSettings().bindMods[index], CurrentSettings().bindKeys[index]));
+                    }).empty());
+        EXPECT_EQ(Ui().shortcutError, u"That shortcut already belongs to another ZV action.");
+    }
+}
+
+TEST_F(Hotkeys, TheKeysOfTheActionItselfChangeNothing) {
+    OpenMainWindow();
+    EXPECT_TRUE(CallsOf([] { EXPECT_TRUE(TryRebindHotkey(1, 1, 121)); }).empty());
+    EXPECT_EQ(SettingsBytes(), "");
+}
+
+TEST_F(Hotkeys, TheSameKeysAreTriedAgainWhenTheyWereTaken) {
+    TheWindows().takenByOthers = {{1, 121}};
+    OpenMainWindow();
+    EXPECT_FALSE(TryRebindHotkey(1, 1, 121));
+    EXPECT_EQ(Ui().shortcutError, u"Shortcut is used by another app. Choose a different one.");
+    TheWindows().takenByOthers.clear();
+    EXPECT_TRUE(TryRebindHotkey(1, 1, 121));
+    EXPECT_TRUE(Ui().hotkeyRegistered[1]);
+}
+
+TEST_F(Hotkeys, KeysOfAnotherProgramAreRefusedAndTheOldOnesStay) {
+    TheWindows().takenByOthers = {{2, 65}};
+    OpenMainWindow();
+    EXPECT_EQ(CallsOf([] { EXPECT_FALSE(TryRebindHotkey(1, 2, 65)); }),
+              (std::vector<std::string>{"RegisterGlobalKey"}));
+    EXPECT_EQ(Ui().shortcutError, u"Shortcut is used by another app. Choose a different one.");
+    EXPECT_EQ(TheWindows().keys[2], (Combination{1 | once, 121}));
+    EXPECT_FALSE(TheWindows().keys.contains(90));
+    EXPECT_EQ(CurrentSettings().bindKeys[1], 121U);
+}
+
+TEST_F(Hotkeys, FreeKeysAreProbedSwappedAndSaved) {
+    OpenMainWindow();
+    EXPECT_EQ(CallsOf([] { EXPECT_TRUE(TryRebindHotkey(1, 4, 121)); }),
+              (std::vector<std::string>{"RegisterGlobalKey", "UnregisterGlobalKey", "UnregisterGlobalKey",
+                                        "RegisterGlobalKey"}));
+    EXPECT_EQ(TheWindows().keys[2], (Combination{4 | once, 121}));
+    EXPECT_EQ(TheWindows().keys.size(), 4U);
+    EXPECT_EQ(CurrentSettings().bindMods[1], 4U);
+    EXPECT_EQ(CurrentSettings().bindKeys[1], 121U);
+    EXPECT_THAT(SettingsBytes(), testing::HasSubstr("\r\nbindMods1=4\r\nbindKeys1=121\r\n"));
+}
+
+TEST_F(Hotkeys, KeysThatAreLostBetweenProbeAndSwapBringTheOldOnesBack) {
+    OpenMainWindow();
+    fake::FailCall("RegisterGlobalKey", 6, -1);  // four at the start, the probe, then this one
+    EXPECT_FALSE(TryRebindHotkey(1, 4, 121));
+    EXPECT_EQ(Ui().shortcutError, u"Could not reserve shortcut. Try again.");
+    EXPECT_EQ(TheWindows().keys[2], (Combination{1 | once, 121}));
+    EXPECT_TRUE(Ui().hotkeyRegistered[1]);
+    EXPECT_EQ(CurrentSettings().bindMods[1], 1U);
+    EXPECT_EQ(SettingsBytes(), "");
+}
+
+TEST_F(Hotkeys, OldKeysThatDoNotComeBackAreRememberedAsLost) {
+    OpenMainWindow();
+    fake::FailCall("RegisterGlobalKey", 6, -1);
+    fake::FailCall("RegisterGlobalKey", 7, -1);
+    EXPECT_FALSE(TryRebindHotkey(1, 4, 121));
+    EXPECT_FALSE(Ui().hotkeyRegistered[1]);
+}
+
+TEST_F(Hotkeys, OldKeysThatWereTakenStayLostWhenTheNewOnesAreLostToo) {
+    TheWindows().takenByOthers = {{1, 121}};
+    OpenMainWindow();
+    fake::FailCall("RegisterGlobalKey", 6, -1);
+    EXPECT_FALSE(TryRebindHotkey(1, 4, 121));
+    EXPECT_EQ(Ui().shortcutError, u"Could not reserve shortcut. Try again.");
+    EXPECT_FALSE(Ui().hotkeyRegistered[1]);
+    EXPECT_FALSE(TheWindows().keys.contains(2));
+}
+
+TEST_F(Hotkeys, ARefusedActionThatIsFreeAgainIsReservedAndSaved) {
+    TheWindows().takenByOthers = {{1, 121}};
+    OpenMainWindow();
+    EXPECT_TRUE(TryRebindHotkey(1, 2, 121));
+    EXPECT_TRUE(Ui().hotkeyRegistered[1]);
+    EXPECT_EQ(TheWindows().keys[2], (Combination{2 | once, 121}));
+}
+
+TEST_F(Hotkeys, TheSameKeyWithOtherModifiersBelongsToNobody) {
+    OpenMainWindow();
+    EXPECT_TRUE(TryRebindHotkey(0, 7, 82));
+    EXPECT_EQ(TheWindows().keys[1], (Combination{7 | once, 82}));
+}
+
+TEST_F(Hotkeys, ABareKeyIsRefusedEvenForTheActionThatHasIt) {
+    OpenMainWindow();
+    CurrentSettings().bindMods[1] = 0;
+    EXPECT_FALSE(TryRebindHotkey(1, 0, 121));
+    EXPECT_EQ(Ui().shortcutError, u"Include Ctrl, Alt or Shift with your key.");
+}
+
+TEST_F(Hotkeys, EveryActionReservesUnderItsOwnId) {
+    OpenMainWindow();
+    for (int index = 0; index < 4; ++index) {
+        const auto key = static_cast<std::uint32_t>('1' + index);
+        EXPECT_TRUE(TryRebindHotkey(index, 7, key));
+        EXPECT_EQ(TheWindows().keys[index + 1], (Combination{7 | once, key}));
+        EXPECT_EQ(CurrentSettings().bindMods[static_cast<std::size_t>(index)], 7U);
+        EXPECT_EQ(CurrentSettings().bindKeys[static_cast<std::size_t>(index)], key);
+    }
+}
+
+TEST_F(Hotkeys, AreNamedModifiersFirstAndInOneOrder) {
+    TheWindows().keyNames = {{88, u"X"}, {121, u"F10"}, {82, u"R"}, {83, u"S"}};
+    EXPECT_EQ(HotkeyText(0), u"Alt + X");
+    EXPECT_EQ(HotkeyText(1), u"Alt + F10");
+    EXPECT_EQ(HotkeyText(2), u"Ctrl + Alt + R");
+    EXPECT_EQ(HotkeyText(3), u"Ctrl + Alt + S");
+    struct Row {
+        std::uint32_t modifiers;
+        TextView text;
+    };
+    for (const Row& row :
+         {Row{0, u"X"}, Row{1, u"Alt + X"}, Row{2, u"Ctrl + X"}, Row{3, u"Ctrl + Alt + X"}, Row{4, u"Shift + X"},
+          Row{5, u"Alt + Shift + X"}, Row{6, u"Ctrl + Shift + X"}, Row{7, u"Ctrl + Alt + Shift + X"}}) {
+        CurrentSettings().bindMods[0] = row.modifiers;
+        EXPECT_EQ(HotkeyText(0), row.text);
+    }
+}
+
+TEST_F(Hotkeys, AKeyWithoutANameIsCalledByItsCode) {
+    CurrentSettings().bindKeys[2] = 193;
+    EXPECT_EQ(HotkeyText(2), u"Ctrl + Alt + Key 193");
+}
+
+TEST_F(Hotkeys, ThePressedKeyOpensAndClosesTheOverlay) {
+    OpenMainWindow();
+    WindowOptions options;
+    options.procedure = OverlayProc;
+    options.width = 10;
+    options.height = 10;
+    const Owned<AppWindow> overlay = MakeWindow(options);
+    Send(message::hotKey, 1);
+    EXPECT_TRUE(IsWindowShown(*overlay));
+    Send(message::hotKey, 1);
+    EXPECT_FALSE(IsWindowShown(*overlay));
+}
+
+TEST_F(Hotkeys, ThePressedKeyTakesAScreenshot) {
+    OpenMainWindow();
+    Send(message::hotKey, 4);
+    EXPECT_TRUE(Ui().screenshotSlot.IsBusy());
+    AwaitScreenshot();
+}
+
+TEST_F(Hotkeys, ThePressedKeySavesAReplay) {
+    OpenMainWindow();
+    Engine().replayRunning = true;
+    Send(message::hotKey, 2);
+    FinishJob();
+    EXPECT_EQ(CountOf("SaveReplayClip"), 1);
+}
+
+TEST_F(Hotkeys, ThePressedKeyStartsARecording) {
+    OpenMainWindow();
+    Send(message::hotKey, 3);
+    FinishJob();
+    EXPECT_EQ(CountOf("StartRecording"), 1);
+}
+
+TEST_F(Hotkeys, OtherIdsAreIgnored) {
+    OpenMainWindow();
+    for (const std::uintptr_t id : {0, 5, 90, 4711}) {
+        Send(message::hotKey, id);
+    }
+    EXPECT_FALSE(Ui().captureJobSlot.IsBusy());
+    EXPECT_EQ(Ui().statusText, u"Ready");
+}
+
+}  // namespace
+}  // namespace zv

@@ -1,0 +1,133 @@
+// The overlay as pixels: what is not a control is exactly the key colour, or the game would not show there and clicks
+// would not reach it, and no pixel of a control is, or the control would have holes.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "core/Settings.h"
+#include "ui/kit/DrawingFrame.h"
+#include "ui/kit/Icons.h"
+#include "ui/state/CaptureSettings.h"
+#include "ui/state/UiGlobals.h"
+#include "ui/windows/Overlay.h"
+
+namespace zv {
+namespace {
+
+constexpr std::uint32_t keyPixel = 0x010203;
+
+class OverlayPicture : public testing::Test {
+protected:
+    OverlayPicture() {
+        Ui() = {};
+        CreateFonts();
+        Ui().overlayState.pages = RenderQuickOverlay;
+        ResetSettings(CurrentSettings());
+        Engine().replayRunning = true;
+        Ui().secondsReady = 7;
+    }
+    ~OverlayPicture() override {
+        Engine().replayRunning = false;
+        ForgetCachedIcons();
+        DeleteFonts();
+        Ui() = {};
+    }
+
+    /// Paints the overlay at a scale as its window does.
+    void Paint(double scale) {
+        const auto width = static_cast<std::int32_t>(scale * overlayWidth);
+        const auto height = static_cast<std::int32_t>(scale * overlayHeight);
+        FitOverlay(Ui().overlayState, width, height);
+        canvas_ = MakeCanvas(width, height);
+        FillBox(*canvas_, {0, 0, width, height}, 0x030201);
+        PushTransform(*canvas_, {}, Ui().overlayState.scale);
+        RenderUi(*canvas_, Ui().overlayState);
+        PopTransform(*canvas_);
+    }
+
+    /// In pixels, `slack` wider on every side.
+    static Rectangle Scaled(const Rectangle& box, std::int32_t slack) {
+        const auto at = [](std::int32_t edge) {
+            return static_cast<std::int32_t>(std::round(edge * Ui().overlayState.scale));
+        };
+        return {at(box.left) - slack, at(box.top) - slack, at(box.right) + slack, at(box.bottom) + slack};
+    }
+    static bool AnyHolds(const std::vector<Rectangle>& boxes, std::int32_t x, std::int32_t y) {
+        return std::any_of(boxes.begin(), boxes.end(), [&](const Rectangle& box) {
+            return x >= box.left && x < box.right && y >= box.top && y < box.bottom;
+        });
+    }
+
+    struct Faults {
+        int painted = 0;  ///< pixels beside all controls that are not of the key colour
+        int holes = 0;    ///< pixels of controls that are
+    };
+    /// `boxes` are filled to their corners, `rounded` only in between them. Where an edge falls between two pixels, it
+    /// is the system's own on which one it lands.
+    Faults Compare(const std::vector<Rectangle>& boxes, const std::vector<Rectangle>& rounded) {
+        const double scale = Ui().overlayState.scale;
+        const std::int32_t slack = scale == std::floor(scale) ? 0 : 1;
+        std::vector<Rectangle> touched;
+        std::vector<Rectangle> solid;
+        for (const Rectangle& box : boxes) {
+            touched.push_back(Scaled(box, slack));
+            solid.push_back(Scaled(box, -slack));
+        }
+        for (const Rectangle& box : rounded) {
+            touched.push_back(Scaled(box, slack));
+            solid.push_back(Scaled({box.left, box.top + 12, box.right, box.bottom - 12}, -slack));
+        }
+        Faults faults;
+        const PixelView view = PixelsOf(*canvas_);
+        for (std::int32_t y = 0; y < view.height; ++y) {
+            for (std::int32_t x = 0; x < view.width; ++x) {
+                const bool key = (view.pixels[y * view.width + x] & 0xFFFFFFU) == keyPixel;
+                faults.painted += !key && !AnyHolds(touched, x, y) ? 1 : 0;
+                faults.holes += key && AnyHolds(solid, x, y) ? 1 : 0;
+            }
+        }
+        return faults;
+    }
+
+    Owned<Canvas> canvas_;
+};
+
+const std::vector<Rectangle> tilePage = {
+    {0, 0, 1010, 47}, {170, 90, 298, 217}, {321, 90, 705, 218}, {726, 90, 854, 153}, {726, 165, 854, 217}};
+
+TEST_F(OverlayPicture, TheGameShowsBetweenTheTilesToTheLastPixelAndNotThroughThem) {
+    for (const double scale : {1.0, 1.25, 1.5, 1040.0 / 568, 2.0}) {
+        for (const std::int32_t pressed : {noTarget, 902, 908, 910}) {
+            Ui().overlayState.pressedId = pressed;
+            Ui().overlayState.hoverId = pressed;
+            Paint(scale);
+            const Faults faults = Compare(tilePage, {});
+            EXPECT_EQ(faults.painted, 0) << scale << " " << pressed;
+            EXPECT_EQ(faults.holes, 0) << scale << " " << pressed;
+        }
+    }
+}
+
+TEST_F(OverlayPicture, TheGameShowsRoundThePopoverAndNotThroughIt) {
+    Ui().replayPopoverOpen = true;
+    for (const double scale : {1.0, 1.5, 2.0}) {
+        Paint(scale);
+        const Faults faults = Compare(tilePage, {{321, 228, 705, 356}});
+        EXPECT_EQ(faults.painted, 0) << scale;
+        EXPECT_EQ(faults.holes, 0) << scale;
+    }
+}
+
+TEST_F(OverlayPicture, TheGameShowsRoundTheGallery) {
+    Ui().overlayPage = 1;
+    CurrentSettings().captureRoot = Text(400, u'W');
+    Paint(1);
+    const Faults faults = Compare({{0, 0, 1010, 47}, {18, 63, 992, 550}}, {});
+    EXPECT_EQ(faults.painted, 0);
+    EXPECT_EQ(faults.holes, 0);
+}
+
+}  // namespace
+}  // namespace zv

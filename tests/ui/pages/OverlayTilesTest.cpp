@@ -1,0 +1,556 @@
+// The overlay's pages as text: every control in every state, and what a click on it does.
+#include "ui/pages/OverlayTiles.h"
+
+#include "core/AppCore.h"
+#include "ui/QuickOverlay.h"
+
+namespace zv {
+namespace {
+
+using fake::CountOf;
+using fake::ReplayStart;
+using fake::TheEngine;
+using fake::TheWindows;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+const std::string purple = "151,119,255";
+const std::string primary = "241,242,250";
+const std::string muted = "158,164,187";
+const std::string black = "0,0,0";
+const std::string pressed = "38,25,58";
+
+/// What the tiles depend on. `job` and `screenshot` put a finished result into a slot that nobody collects.
+struct States {
+    bool job = false;
+    bool recording = false;
+    bool replay = false;
+    bool screenshot = false;
+    bool microphone = false;
+    bool sound = false;
+    bool popover = false;
+    std::int32_t seconds = 0;
+};
+
+class OverlayTiles : public QuickOverlay {
+protected:
+    OverlayTiles() { Set({}); }
+
+    void Set(const States& states) {
+        Ui().captureJobSlot.Release();
+        Ui().screenshotSlot.Release();
+        if (states.job) {
+            Ui().captureJobSlot.Start([] { return Text(); }, Text());
+        }
+        if (states.screenshot) {
+            Ui().screenshotSlot.Start([] { return Text(); }, Text());
+        }
+        Engine().state = states.recording ? EngineState::Recording : EngineState::Ready;
+        Engine().replayRunning = states.replay;
+        CurrentSettings().micEnabled = states.microphone;
+        CurrentSettings().gameAudioEnabled = states.sound;
+        Ui().replayPopoverOpen = states.popover;
+        Ui().secondsReady = states.seconds;
+    }
+
+    /// A drawing pass in which each icon is one line, "icon x,y scale s".
+    std::vector<std::string> Page() {
+        std::vector<std::string> flat;
+        int depth = 0;
+        for (const std::string& line : Render()) {
+            if (line.starts_with("push")) {
+                if (depth++ == 0) {
+                    flat.push_back("icon" + line.substr(4));
+                }
+            } else if (line == "pop") {
+                --depth;
+            } else if (depth == 0) {
+                flat.push_back(line);
+            }
+        }
+        return flat;
+    }
+
+    static std::string Label(const std::string& box, const std::string& color, const std::string& text) {
+        return "text " + box + " 15/400 centred " + color + " \"" + text + "\"";
+    }
+    static std::string BoldLabel(const std::string& box, const std::string& color, const std::string& text) {
+        return "text " + box + " 17/600 centred " + color + " \"" + text + "\"";
+    }
+
+    bool IsRegistered(std::int32_t id) const { return TargetOf(id) != nullptr; }
+    const HitTarget* TargetOf(std::int32_t id) const {
+        const auto& targets = State().targets;
+        const auto found =
+            std::find_if(targets.begin(), targets.end(), [id](const HitTarget& target) { return target.id == id; });
+        return found == targets.end() ? nullptr : &*found;
+    }
+
+    /// Shows the overlay at one device pixel to a design pixel and paints it.
+    void Open() {
+        TheWindows().monitors = {{{0, 0, 1010, 568}, {0, 0, 1010, 568}, u"Main"}};
+        if (!IsOverlayShown()) {
+            ToggleQuickOverlay();
+        }
+        fake::PaintIfNeeded(*overlay_);
+    }
+    /// On what the last paint registered.
+    void ClickAsPainted(std::int32_t id) {
+        Open();
+        const HitTarget* target = TargetOf(id);
+        ASSERT_NE(target, nullptr) << id;
+        const auto point = At((target->box.left + target->box.right) / 2, (target->box.top + target->box.bottom) / 2);
+        SendToOverlay(message::leftButtonDown, 0, point);
+        SendToOverlay(message::leftButtonUp, 0, point);
+        fake::PaintIfNeeded(*overlay_);
+    }
+    void Click(std::int32_t id) {
+        InvalidateWindow(*overlay_);
+        ClickAsPainted(id);
+    }
+};
+
+// What is drawn.
+
+TEST_F(OverlayTiles, ThePageAtRestIsHeaderButtonsAndTilesOnTheKeyColour) {
+    EXPECT_THAT(Page(), ElementsAreArray(std::vector<std::string>{
+                            "fill 0,0,1010,568 1,2,3",
+                            "fill 0,0,1010,47 0,0,0",
+                            "fill 8,8,38,39 31,24,45",
+                            BoldLabel("8,8,38,39", purple, "ZV"),
+                            BoldLabel("340,5,670,42", primary, "Zorvel"),
+                            "fill 982,8,1008,39 0,0,0",
+                            Label("982,8,1008,39", primary, "X"),
+                            "fill 170,90,298,132 0,0,0",
+                            Label("170,90,298,132", primary, "Broadcast LIVE"),
+                            "fill 170,132,298,174 0,0,0",
+                            "icon 194,153 scale 1",
+                            Label("210,132,298,174", primary, "Photo gallery"),
+                            "fill 170,174,298,217 0,0,0",
+                            "icon 194,195 scale 1",
+                            Label("210,174,298,217", primary, "Open app"),
+                            "fill 321,90,449,218 0,0,0",
+                            Label("325,97,445,117", primary, "Instant replay"),
+                            "icon 385,154 scale 0.78",
+                            Label("325,193,445,213", muted, "Off"),
+                            "fill 449,90,577,218 0,0,0",
+                            Label("453,97,573,117", primary, "Record"),
+                            "icon 513,154 scale 0.78",
+                            Label("453,193,573,213", muted, "Ready"),
+                            "fill 577,90,705,218 0,0,0",
+                            Label("581,97,701,117", primary, "Screenshot"),
+                            "icon 641,154 scale 0.78",
+                            Label("581,193,701,213", muted, "Take photo"),
+                            "fill 726,90,854,153 0,0,0",
+                            "icon 750,121 scale 1",
+                            Label("766,90,854,153", primary, "Gallery"),
+                            "fill 726,165,768,217 0,0,0",
+                            "icon 747,182 scale 1",
+                            Label("726,196,768,217", primary, "Off"),
+                            "fill 768,165,810,217 0,0,0",
+                            "icon 789,182 scale 1",
+                            Label("768,196,810,217", primary, "Off"),
+                            "fill 810,165,854,217 0,0,0",
+                            "icon 832,182 scale 1",
+                            Label("810,196,854,217", primary, ""),
+                        }));
+}
+
+TEST_F(OverlayTiles, ThePopoverIsAPanelWithItsButtonsBelowTheTiles) {
+    Set({.replay = true, .popover = true, .seconds = 42});
+    const std::vector<std::string> page = Page();
+    const auto panel = std::find(page.begin(), page.end(), "round 321,228,705,356 corner 12 24,19,34");
+    ASSERT_NE(panel, page.end());
+    EXPECT_THAT((std::vector<std::string>{panel, page.end()}),
+                ElementsAreArray(std::vector<std::string>{
+                    "round 321,228,705,356 corner 12 24,19,34",
+                    "round frame 321,228,705,356 corner 12 69,49,100",
+                    "text 337,234,654,260 17/600 151,119,255 \"Instant replay\"",
+                    "fill 665,234,697,261 0,0,0",
+                    Label("665,234,697,261", primary, "X"),
+                    "round 335,274,511,308 corner 12 151,119,255",
+                    BoldLabel("335,274,511,308", "19,14,36", "Save replay"),
+                    "round 521,274,691,308 corner 12 57,47,84",
+                    BoldLabel("521,274,691,308", primary, "Turn off"),
+                    "text 337,317,515,345 15/400 158,164,187 \"42 seconds ready\"",
+                    "round 521,316,691,347 corner 12 37,40,54",
+                    BoldLabel("521,316,691,347", primary, "Replay settings"),
+                }));
+}
+
+TEST_F(OverlayTiles, EveryControlIsRegisteredWhereItIsDrawnInTheOrderOfThePage) {
+    struct Row {
+        std::int32_t id;
+        Rectangle box;
+    };
+    const Row rows[] = {
+        {901, {982, 8, 1008, 39}},   {914, {170, 90, 298, 132}},  {913, {170, 132, 298, 174}},
+        {906, {170, 174, 298, 217}}, {904, {321, 90, 449, 218}},  {902, {449, 90, 577, 218}},
+        {903, {577, 90, 705, 218}},  {908, {726, 90, 854, 153}},  {905, {726, 165, 768, 217}},
+        {909, {768, 165, 810, 217}}, {910, {810, 165, 854, 217}}, {965, {665, 234, 697, 261}},
+        {960, {335, 274, 511, 308}}, {961, {521, 274, 691, 308}}, {962, {521, 316, 691, 347}},
+    };
+    Set({.replay = true, .popover = true, .seconds = 1});
+    Render();
+    ASSERT_EQ(State().targets.size(), std::size(rows));
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        EXPECT_EQ(State().targets[i].id, rows[i].id);
+        EXPECT_EQ(State().targets[i].box, rows[i].box) << rows[i].id;
+    }
+}
+
+// States: every combination of what the tiles depend on, against the rules of the design.
+
+/// Calls `check` for all of them.
+template <class Check>
+void ForAllStates(const Check& check) {
+    for (unsigned bits = 0; bits < 256; ++bits) {
+        const auto bit = [&](unsigned place) { return (bits >> place & 1U) != 0; };
+        const States states{bit(0), bit(1), bit(2), bit(3), bit(4), bit(5), bit(6), bit(7) ? 1 : 0};
+        SCOPED_TRACE(bits);
+        check(states);
+    }
+}
+
+TEST_F(OverlayTiles, WhatIsEnabledFollowsJobRecordingReplayAndScreenshot) {
+    ForAllStates([&](const States& states) {
+        Set(states);
+        Render();
+        const bool free = !states.job && !states.recording;
+        EXPECT_EQ(IsRegistered(904), free);
+        EXPECT_EQ(IsRegistered(902), !states.job);
+        EXPECT_EQ(IsRegistered(903), !states.screenshot);
+        EXPECT_EQ(IsRegistered(905), free);
+        EXPECT_EQ(IsRegistered(909), free);
+        for (const std::int32_t id : {901, 914, 913, 906, 908, 910}) {
+            EXPECT_TRUE(IsRegistered(id)) << id;
+        }
+        EXPECT_EQ(IsRegistered(960), states.popover && !states.job && states.replay && states.seconds >= 1);
+        EXPECT_EQ(IsRegistered(961), states.popover && free);
+        EXPECT_EQ(IsRegistered(962), states.popover);
+        EXPECT_EQ(IsRegistered(965), states.popover);
+    });
+}
+
+TEST_F(OverlayTiles, TilesSayAndShowTheirState) {
+    ForAllStates([&](const States& states) {
+        Set(states);
+        const std::vector<std::string> page = Page();
+        const std::string replay = states.job ? "" : states.replay ? "Activated" : "Off";
+        const std::string record = states.job ? "" : states.recording ? "Recording" : "Ready";
+        const std::string photo = states.screenshot ? "Saving..." : "Take photo";
+        EXPECT_THAT(page, Contains(Label("325,193,445,213", states.replay ? purple : muted, replay)));
+        EXPECT_THAT(page, Contains(Label("453,193,573,213", states.recording ? purple : muted, record)));
+        EXPECT_THAT(page, Contains(Label("581,193,701,213", muted, photo)));
+        EXPECT_THAT(page, Contains(Label("453,97,573,117", primary, states.recording ? "Stop recording" : "Record")));
+
+        const bool free = !states.job && !states.recording;
+        const auto framed = [&](const std::string& box) {
+            return std::count(page.begin(), page.end(), "frame " + box + " depth 2 " + purple);
+        };
+        EXPECT_EQ(framed("321,90,449,218"), states.replay || !free ? 1 : 0);
+        EXPECT_EQ(framed("449,90,577,218"), states.recording || states.job ? 1 : 0);
+        EXPECT_EQ(framed("577,90,705,218"), states.screenshot ? 1 : 0);
+    });
+}
+
+TEST_F(OverlayTiles, SwitchesSayAndShowTheirState) {
+    ForAllStates([&](const States& states) {
+        Set(states);
+        const std::vector<std::string> page = Page();
+        const bool free = !states.job && !states.recording;
+        const auto color = [&](bool on) { return !free ? muted : on ? purple : primary; };
+        EXPECT_THAT(page,
+                    Contains(Label("726,196,768,217", color(states.microphone), states.microphone ? "On" : "Off")));
+        EXPECT_THAT(page, Contains(Label("768,196,810,217", color(states.sound), states.sound ? "On" : "Off")));
+    });
+}
+
+TEST_F(OverlayTiles, ThePopoversButtonsSayAndShowTheirState) {
+    ForAllStates([&](const States& states) {
+        Set(states);
+        const std::vector<std::string> page = Page();
+        if (!states.popover) {
+            EXPECT_THAT(page, Not(Contains(HasSubstr("321,228,705,356"))));
+            EXPECT_THAT(page, Not(Contains(HasSubstr("seconds ready"))));
+            return;
+        }
+        const bool mayTurn = !states.job && !states.recording;
+        const bool maySave = !states.job && states.replay && states.seconds >= 1;
+        EXPECT_THAT(page, Contains("round 335,274,511,308 corner 12 " + (maySave ? purple : "34,35,45")));
+        EXPECT_THAT(page, Contains(BoldLabel("335,274,511,308", maySave ? "19,14,36" : muted, "Save replay")));
+        EXPECT_THAT(page, Contains("round 521,274,691,308 corner 12 " + std::string(!mayTurn        ? "34,35,45"
+                                                                                    : states.replay ? "57,47,84"
+                                                                                                    : "37,40,54")));
+        EXPECT_THAT(page, Contains(BoldLabel("521,274,691,308", mayTurn ? primary : muted,
+                                             states.replay ? "Turn off" : "Turn on")));
+    });
+}
+
+TEST_F(OverlayTiles, WithoutASecondReadyNothingCanBeSavedEvenWithTheReplayOn) {
+    Set({.replay = true, .popover = true, .seconds = 0});
+    EXPECT_THAT(Page(), Contains("text 337,317,515,345 15/400 158,164,187 \"0 seconds ready\""));
+    EXPECT_FALSE(IsRegistered(960));
+    EXPECT_TRUE(IsRegistered(961));
+}
+
+TEST_F(OverlayTiles, APopoverThatIsOpenStaysDuringARecordingWithItsSwitchDisabled) {
+    Set({.recording = true, .replay = true, .popover = true, .seconds = 9});
+    EXPECT_THAT(Page(), Contains(BoldLabel("521,274,691,308", muted, "Turn off")));
+    EXPECT_FALSE(IsRegistered(904)) << "its opener";
+    EXPECT_FALSE(IsRegistered(961));
+    EXPECT_TRUE(IsRegistered(960)) << "a clip can be saved beside a recording";
+    EXPECT_TRUE(IsRegistered(965));
+}
+
+TEST_F(OverlayTiles, ThePopoverBelongsToTheTilesAlone) {
+    Set({.popover = true});
+    Ui().overlayPage = 1;
+    EXPECT_THAT(Page(), Not(Contains(HasSubstr("321,228,705,356"))));
+}
+
+// Mouse and theme.
+
+TEST_F(OverlayTiles, ATileUnderTheMouseIsFramedAndAPressedOneFilled) {
+    State().hoverId = 903;
+    EXPECT_THAT(Page(), Contains("frame 577,90,705,218 depth 2 " + purple));
+    State().hoverId = noTarget;
+    State().pressedId = 903;
+    const auto page = Page();
+    EXPECT_THAT(page, Contains("fill 577,90,705,218 " + pressed));
+    EXPECT_THAT(page, Not(Contains("fill 577,90,705,218 " + black)));
+    EXPECT_THAT(page, Not(Contains(StartsWith("frame 577,90,705,218")))) << "the fill alone says it";
+}
+
+TEST_F(OverlayTiles, ADisabledTileIsFramedLikeOneUnderTheMouse) {
+    const auto linesOf = [&] {
+        std::vector<std::string> lines = Page();
+        std::erase_if(lines, [](const std::string& line) { return line.find("577,90,705,218") == std::string::npos; });
+        return lines;
+    };
+    State().hoverId = 903;
+    const auto hovered = linesOf();
+    State().hoverId = noTarget;
+    const auto atRest = linesOf();
+    Set({.screenshot = true});
+    EXPECT_EQ(linesOf(), hovered);
+    EXPECT_NE(atRest, hovered);
+}
+
+TEST_F(OverlayTiles, AButtonIsFramedUnderTheMouseAndFilledAsWellWhenPressed) {
+    State().hoverId = 908;
+    EXPECT_THAT(Page(), Contains("frame 726,90,854,153 depth 1 " + purple));
+    State().hoverId = noTarget;
+    State().pressedId = 908;
+    const auto page = Page();
+    const auto fill = std::find(page.begin(), page.end(), "fill 726,90,854,153 " + pressed);
+    ASSERT_NE(fill, page.end());
+    EXPECT_EQ(*(fill + 1), "frame 726,90,854,153 depth 1 " + purple) << "or the fill would hide it";
+}
+
+TEST_F(OverlayTiles, TheOverlaysFramesStayPurpleUnderAnotherTheme) {
+    Ui().accentColor = Rgb(255, 97, 192);
+    Set({.replay = true, .screenshot = true, .microphone = true, .popover = true, .seconds = 1});
+    State().hoverId = 914;
+    const auto page = Page();
+    EXPECT_THAT(page, Contains("frame 321,90,449,218 depth 2 " + purple));
+    EXPECT_THAT(page, Contains("frame 577,90,705,218 depth 2 " + purple));
+    EXPECT_THAT(page, Contains("frame 170,90,298,132 depth 1 " + purple));
+    EXPECT_THAT(page, Contains(Label("325,193,445,213", purple, "Activated")));
+    EXPECT_THAT(page, Contains(Label("726,196,768,217", purple, "On")));
+    EXPECT_THAT(page, Contains(BoldLabel("8,8,38,39", purple, "ZV")));
+    // What follows the theme: the popover's heading and the common buttons.
+    EXPECT_THAT(page, Contains("text 337,234,654,260 17/600 255,97,192 \"Instant replay\""));
+    EXPECT_THAT(page, Contains("round 335,274,511,308 corner 12 255,97,192"));
+}
+
+// Clicks.
+
+TEST_F(OverlayTiles, TheCloseButtonHidesTheOverlayOnEveryPage) {
+    for (const std::int32_t page : {0, 1, 2, 3, 4, 77, -1}) {
+        Open();
+        Ui().overlayPage = page;
+        Click(901);
+        EXPECT_FALSE(IsOverlayShown()) << page;
+    }
+}
+
+TEST_F(OverlayTiles, BroadcastSaysThatItIsNotAvailable) {
+    Click(914);
+    EXPECT_EQ(Ui().statusText, u"Broadcast LIVE is not available in this version.");
+    EXPECT_TRUE(IsOverlayShown());
+}
+
+TEST_F(OverlayTiles, BothGalleryButtonsOpenTheGalleryFromItsBeginning) {
+    for (const std::int32_t id : {913, 908}) {
+        Ui().overlayPage = 0;
+        Ui().galleryFilter = 2;
+        Ui().galleryFirstIndex = 12;
+        Ui().galleryGame = u"Alpha";
+        Click(id);
+        EXPECT_EQ(Ui().overlayPage, 1) << id;
+        EXPECT_EQ(Ui().galleryFilter, 0) << id;
+        EXPECT_EQ(Ui().galleryFirstIndex, 0) << id;
+        EXPECT_EQ(Ui().galleryGame, u"") << id;
+        EXPECT_TRUE(IsOverlayShown());
+    }
+}
+
+TEST_F(OverlayTiles, OpenAppHidesTheOverlayAndBringsTheMainWindowForward) {
+    HideWindow(*window_);
+    fake::RecordOf(*window_).icon = true;
+    Click(906);
+    EXPECT_FALSE(IsOverlayShown());
+    EXPECT_TRUE(IsWindowShown(*window_));
+    EXPECT_FALSE(IsWindowIcon(*window_));
+    EXPECT_EQ(TheWindows().inFront, window_.get());
+}
+
+TEST_F(OverlayTiles, TheReplayTileOpensAndClosesItsPopover) {
+    Click(904);
+    EXPECT_TRUE(Ui().replayPopoverOpen);
+    EXPECT_TRUE(IsRegistered(965));
+    Click(904);
+    EXPECT_FALSE(Ui().replayPopoverOpen);
+    Click(904);
+    Click(965);
+    EXPECT_FALSE(Ui().replayPopoverOpen);
+    EXPECT_FALSE(IsRegistered(965));
+}
+
+TEST_F(OverlayTiles, TheRecordTileStartsARecordingAndEndsIt) {
+    Click(902);
+    FinishJob();
+    ASSERT_EQ(TheEngine().recordings.size(), 1U);
+    EXPECT_TRUE(GetRecordingStatus().recording);
+    Click(902);
+    FinishJob();
+    EXPECT_FALSE(GetRecordingStatus().recording);
+    EXPECT_EQ(CountOf("FinishRecording"), 1);
+}
+
+TEST_F(OverlayTiles, TheScreenshotTileTakesOneAndIsDisabledUntilItIsThere) {
+    fake::TheMonitors().monitors = {{u"Main", 0, 0, 1010, 568, true}};
+    Click(903);
+    EXPECT_TRUE(Ui().screenshotSlot.IsBusy());
+    EXPECT_THAT(Page(), Contains(Label("581,193,701,213", muted, "Saving...")));
+    EXPECT_FALSE(IsRegistered(903));
+    AwaitScreenshot();
+    Collect();
+    EXPECT_TRUE(Ui().statusText.starts_with(u"Screenshot saved: "));
+    Render();
+    EXPECT_TRUE(IsRegistered(903));
+}
+
+TEST_F(OverlayTiles, TheSwitchesFlipTheirSettingAndApplyIt) {
+    Ui().secondsReady = 30;
+    Click(905);
+    EXPECT_TRUE(CurrentSettings().micEnabled);
+    EXPECT_FALSE(CurrentSettings().gameAudioEnabled);
+    EXPECT_EQ(Ui().secondsReady, 0);
+    EXPECT_FALSE(IsRegistered(905)) << "disabled while the change is applied";
+    FinishJob();
+    EXPECT_TRUE(TheEngine().configs.back().micEnabled);
+    Click(909);
+    EXPECT_TRUE(CurrentSettings().gameAudioEnabled);
+    FinishJob();
+    EXPECT_TRUE(TheEngine().configs.back().gameAudioEnabled);
+    Click(905);
+    FinishJob();
+    Click(909);
+    FinishJob();
+    EXPECT_FALSE(TheEngine().configs.back().micEnabled);
+    EXPECT_FALSE(TheEngine().configs.back().gameAudioEnabled);
+    EXPECT_THAT(SettingsBytes(), HasSubstr("micEnabled=0"));
+}
+
+TEST_F(OverlayTiles, TheGearOpensTheSettingsAtTheSectionWhereTheyWere) {
+    Ui().settingsSection = 2;
+    Click(910);
+    EXPECT_EQ(Ui().overlayPage, 3);
+    EXPECT_EQ(Ui().settingsSection, 2);
+}
+
+TEST_F(OverlayTiles, SaveReplaySavesAClip) {
+    Set({.replay = true, .popover = true, .seconds = 5});
+    Click(960);
+    FinishJob();
+    EXPECT_EQ(TheEngine().clips.size(), 1U);
+    EXPECT_TRUE(Ui().statusText.starts_with(u"Replay saved: "));
+}
+
+TEST_F(OverlayTiles, TheReplaySwitchTurnsWhatTheEngineDoesAtTheClick) {
+    CurrentSettings().instantReplay = false;
+    Set({.replay = true, .popover = true});
+    Click(961);
+    EXPECT_FALSE(CurrentSettings().instantReplay) << "it runs, whatever the setting said";
+    FinishJob();
+    EXPECT_FALSE(TheEngine().replayStarts.back().enable);
+
+    Click(961);
+    EXPECT_TRUE(CurrentSettings().instantReplay);
+    FinishJob();
+    EXPECT_TRUE(TheEngine().replayStarts.back().enable);
+
+    InvalidateWindow(*overlay_);
+    Open();
+    Engine().replayRunning = false;  // it died after the last paint
+    ClickAsPainted(961);
+    EXPECT_TRUE(CurrentSettings().instantReplay);
+    FinishJob();
+}
+
+TEST_F(OverlayTiles, ReplaySettingsClosesThePopoverAndOpensTheSettings) {
+    Set({.popover = true});
+    Click(962);
+    EXPECT_FALSE(Ui().replayPopoverOpen);
+    EXPECT_EQ(Ui().overlayPage, 3);
+}
+
+// The other pages.
+
+TEST_F(OverlayTiles, HeaderAndCloseButtonStayOnEveryPage) {
+    for (const std::int32_t page : {0, 1, 2, 3, 4, 77, -1}) {
+        Ui().overlayPage = page;
+        const auto lines = Page();
+        EXPECT_EQ(lines.front(), "fill 0,0,1010,568 1,2,3");
+        EXPECT_THAT(lines, Contains(BoldLabel("340,5,670,42", primary, "Zorvel"))) << page;
+        EXPECT_EQ(State().targets.front().id, 901) << page;
+        EXPECT_EQ(IsRegistered(904), page == 0) << page;
+    }
+}
+
+TEST_F(OverlayTiles, TheSettingsLeadBackAndStayWhereTheyWere) {
+    Ui().overlayPage = 3;
+    Ui().settingsSection = 2;
+    EXPECT_THAT(Page(), Contains(Label("163,80,250,113", primary, "< Back")));
+    ASSERT_TRUE(IsRegistered(970));
+    EXPECT_EQ(TargetOf(970)->box, (Rectangle{163, 80, 250, 113}));
+    Click(970);
+    EXPECT_EQ(Ui().overlayPage, 0);
+    EXPECT_EQ(Ui().settingsSection, 2);
+}
+
+TEST_F(OverlayTiles, TheGallerySaysWhereCapturesGoAndLeadsBack) {
+    CurrentSettings().captureRoot = u"C:\\Zorvel";
+    Ui().overlayPage = 1;
+    const auto lines = Page();
+    EXPECT_THAT(lines, Contains("fill 18,63,992,550 24,23,28"));
+    EXPECT_THAT(lines, Contains("text 126,75,233,108 17/600 241,242,250 \"Gallery\""));
+    EXPECT_THAT(lines, Contains("text 29,124,978,184 15/400 wrapped 158,164,187 \"New clips, recordings and "
+                                "screenshots are saved in C:\\Zorvel\""));
+    ASSERT_EQ(State().targets.size(), 2U);
+    EXPECT_EQ(State().targets[1].id, 920);
+    EXPECT_EQ(State().targets[1].box, (Rectangle{29, 74, 110, 108}));
+    Click(920);
+    EXPECT_EQ(Ui().overlayPage, 0);
+}
+
+}  // namespace
+}  // namespace zv

@@ -1,0 +1,267 @@
+// What the badge's window does as the process in front, the overlay and the capture change.
+#include "ui/windows/Badge.h"
+
+#include "ui/Notices.h"
+#include "ui/state/CaptureSettings.h"
+
+namespace zv {
+namespace {
+
+using fake::CountOf;
+using fake::TheForeground;
+using fake::TheWindows;
+using testing::ElementsAre;
+
+class Badge : public Notices {
+protected:
+    /// A game of that image in front, in a window of the captured monitor, while the replay runs.
+    void PlayInWindow(std::uint32_t processId, TextView image) {
+        FrontWindow front;
+        front.processId = processId;
+        front.className = u"GameWindow";
+        front.monitor = TheWindows().monitors.front();
+        front.bounds = {100, 100, 1380, 820};
+        TheWindows().front = front;
+        TheForeground().process = {ForegroundKind::Known, processId, Text(image)};
+        Engine().replayRunning = true;
+    }
+    void PlayFullScreen() {
+        PlayInWindow(77, u"C:\\Games\\Unheard.exe");
+        TheWindows().front->bounds = TheWindows().front->monitor.bounds;
+    }
+    bool Shown() { return Of(badge_).shown; }
+    bool ShownAfterUpdate() {
+        UpdateBadge();
+        return Shown();
+    }
+    std::intptr_t Ask(std::uint32_t code) { return BadgeProc(*badge_, code, 0, 0); }
+};
+
+TEST_F(Badge, ShowsOverAGameOnTopOfEverything) {
+    PlayInWindow(5, u"C:\\Games\\cs2.exe");
+    EXPECT_TRUE(ShownAfterUpdate());
+    EXPECT_TRUE(Of(badge_).topmost);
+    EXPECT_EQ(Of(badge_).bounds, (Rectangle{1812, 80, 1902, 112}));
+}
+
+TEST_F(Badge, EveryKnownGameHasItInAWindow) {
+    std::uint32_t processId = 100;
+    for (const TextView image :
+         {u"C:\\FortniteClient-Win64-Shipping.exe", u"C:\\VALORANT.exe", u"C:\\CS2.exe", u"/games/r5apex_dx12.exe",
+          u"C:\\RocketLeague.exe", u"C:\\RobloxPlayerBeta.exe", u"C:\\Minecraft.Windows.exe"}) {
+        PlayInWindow(++processId, image);
+        EXPECT_TRUE(ShownAfterUpdate()) << processId;
+        PlayInWindow(++processId, u"C:\\notepad.exe");
+        EXPECT_FALSE(ShownAfterUpdate()) << processId;
+    }
+}
+
+TEST_F(Badge, OnlyTheFileNameOfTheProgramCounts) {
+    std::uint32_t processId = 100;
+    for (const TextView image :
+         {u"C:\\fortnite\\notepad.exe", u"C:\\cs2go.exe", u"C:\\javaw.exe", u"C:\\Roblox.exe", u"/games/cs2"}) {
+        PlayInWindow(++processId, image);
+        EXPECT_FALSE(ShownAfterUpdate()) << processId;
+    }
+}
+
+TEST_F(Badge, FollowsTheDpiOfTheWindowInFront) {
+    PlayFullScreen();
+    TheWindows().front->dpi = 144;
+    UpdateBadge();
+    EXPECT_EQ(Of(badge_).bounds, (Rectangle{1767, 80, 1902, 128}));
+}
+
+TEST_F(Badge, AFullScreenWindowOfAnyProgramHasIt) {
+    PlayFullScreen();
+    EXPECT_TRUE(ShownAfterUpdate());
+}
+
+TEST_F(Badge, HidesWhenTheGameLeavesTheFront) {
+    PlayFullScreen();
+    UpdateBadge();
+    TheWindows().front.reset();
+    EXPECT_FALSE(ShownAfterUpdate());
+}
+
+TEST_F(Badge, TheDesktopHasNone) {
+    PlayFullScreen();
+    TheWindows().front->className = u"Progman";
+    EXPECT_FALSE(ShownAfterUpdate());
+}
+
+TEST_F(Badge, TheProgramsOwnWindowsHaveNone) {
+    PlayFullScreen();
+    TheWindows().front->ours = true;
+    EXPECT_FALSE(ShownAfterUpdate());
+}
+
+TEST_F(Badge, IsAwayWhileTheOverlayIsUp) {
+    PlayFullScreen();
+    UpdateBadge();
+    ShowWithoutActivating(*overlay_);
+    EXPECT_FALSE(ShownAfterUpdate());
+    HideWindow(*overlay_);
+    EXPECT_TRUE(ShownAfterUpdate());
+}
+
+TEST_F(Badge, ShowsWhereThereIsNoOverlay) {
+    PlayFullScreen();
+    Ui().overlayWindow = nullptr;
+    EXPECT_TRUE(ShownAfterUpdate());
+}
+
+TEST_F(Badge, IsAwayDuringAScreenshot) {
+    PlayFullScreen();
+    UpdateBadge();
+    Ui().screenshotSlot.Start([] { return Text(); }, Text());
+    EXPECT_FALSE(ShownAfterUpdate());
+    AwaitScreenshot();
+    EXPECT_FALSE(ShownAfterUpdate());  // finished, but not collected
+    Ui().screenshotSlot.Take();
+    EXPECT_TRUE(ShownAfterUpdate());
+}
+
+TEST_F(Badge, NeedsAReplayOrARecording) {
+    PlayFullScreen();
+    Engine().replayRunning = false;
+    EXPECT_FALSE(ShownAfterUpdate());
+    Engine().state = EngineState::Recording;
+    EXPECT_TRUE(ShownAfterUpdate());
+}
+
+TEST_F(Badge, AGameOnAnotherMonitorThanTheCapturedHasNone) {
+    PlayFullScreen();
+    CurrentSettings().monitorDevice = u"Side";
+    EXPECT_FALSE(ShownAfterUpdate());
+    CurrentSettings().monitorDevice.clear();
+    EXPECT_TRUE(ShownAfterUpdate());
+}
+
+TEST_F(Badge, TheProgramInFrontIsLookedUpOnceForEachProcess) {
+    PlayInWindow(5, u"C:\\cs2.exe");
+    for (int i = 0; i < 3; ++i) {
+        UpdateBadge();
+    }
+    EXPECT_EQ(TheForeground().lookUps, 1);
+    PlayInWindow(6, u"C:\\notepad.exe");
+    UpdateBadge();
+    UpdateBadge();
+    EXPECT_EQ(TheForeground().lookUps, 2);
+}
+
+TEST_F(Badge, AProcessThatCannotBeReadIsNoGameUntilAnotherComes) {
+    PlayInWindow(5, u"");
+    TheForeground().process.kind = ForegroundKind::Unknown;
+    EXPECT_FALSE(ShownAfterUpdate());
+    TheForeground().process = {ForegroundKind::Known, 5, u"C:\\cs2.exe"};
+    EXPECT_FALSE(ShownAfterUpdate());
+    PlayInWindow(6, u"C:\\cs2.exe");
+    EXPECT_TRUE(ShownAfterUpdate());
+}
+
+TEST_F(Badge, AProcessThatCameToTheFrontMeanwhileIsNotTakenForTheFirst) {
+    PlayInWindow(5, u"C:\\cs2.exe");
+    TheForeground().process = {ForegroundKind::Known, 6, u"C:\\notepad.exe"};
+    EXPECT_FALSE(ShownAfterUpdate());
+    TheForeground().process = {ForegroundKind::Known, 5, u"C:\\cs2.exe"};
+    EXPECT_TRUE(ShownAfterUpdate());
+    PlayInWindow(7, u"C:\\notepad.exe");
+    TheForeground().process = {ForegroundKind::Known, 8, u"C:\\cs2.exe"};
+    EXPECT_FALSE(ShownAfterUpdate());
+}
+
+TEST_F(Badge, IsPaintedAnewOnlyWhenItSaysSomethingElse) {
+    PlayFullScreen();
+    UpdateBadge();
+    EXPECT_EQ(Ui().badgeState, 0U);
+    EXPECT_EQ(Of(badge_).invalidations, 1);
+    UpdateBadge();
+    EXPECT_EQ(Of(badge_).invalidations, 1);
+    Ui().captureJobSlot.Start([] { return Text(); }, Text());
+    UpdateBadge();
+    EXPECT_EQ(Ui().badgeState, 1U);
+    EXPECT_EQ(Of(badge_).invalidations, 2);
+    Engine().state = EngineState::Recording;
+    UpdateBadge();
+    EXPECT_EQ(Ui().badgeState, 2U);
+    EXPECT_EQ(Of(badge_).invalidations, 3);
+    AwaitJob();
+    Ui().captureJobSlot.Take();
+    UpdateBadge();
+    EXPECT_EQ(Of(badge_).invalidations, 3);
+}
+
+TEST_F(Badge, WithoutItsWindowNothingIsLookedUp) {
+    PlayFullScreen();
+    EXPECT_EQ(Ui().badgeWindow, badge_.get());
+    badge_.reset();
+    EXPECT_EQ(Ui().badgeWindow, nullptr);
+    const int before = CountOf("LookUpFrontWindow");
+    UpdateBadge();
+    HideBadge();
+    EXPECT_EQ(CountOf("LookUpFrontWindow"), before);
+}
+
+TEST_F(Badge, IsHiddenOnlyWhenItIsShown) {
+    const int before = CountOf("HideWindow");
+    UpdateBadge();
+    EXPECT_EQ(CountOf("HideWindow"), before);
+    PlayFullScreen();
+    UpdateBadge();
+    HideBadge();
+    EXPECT_FALSE(Shown());
+    EXPECT_EQ(CountOf("HideWindow"), before + 1);
+}
+
+TEST_F(Badge, ClicksPassThroughAndActivateNothing) {
+    EXPECT_EQ(Ask(message::hitTest), -1);
+    EXPECT_EQ(Ask(message::mouseActivate), 3);
+    EXPECT_EQ(Ask(message::eraseBackground), 1);
+}
+
+TEST_F(Badge, WhatItDoesNotHandleIsTheSystems) {
+    const int before = CountOf("DefaultProcedure");
+    Ask(message::setFocus);
+    EXPECT_EQ(CountOf("DefaultProcedure"), before + 1);
+}
+
+TEST_F(Badge, SaysOnWhileTheReplayRuns) {
+    PlayFullScreen();
+    UpdateBadge();
+    EXPECT_THAT(Paint(*badge_),
+                ElementsAre("fill 0,0,90,32 20,15,30", "text 2,0,45,32 17/600 centred 151,119,255 \"ZV\"",
+                            "text 45,0,87,32 15/400 centred 151,119,255 \"ON\""));
+}
+
+TEST_F(Badge, ShowsDotsWhileAJobRuns) {
+    PlayFullScreen();
+    Ui().captureJobSlot.Start([] { return Text(); }, Text());
+    UpdateBadge();
+    EXPECT_THAT(Paint(*badge_),
+                ElementsAre("fill 0,0,90,32 20,15,30", "text 2,0,45,32 17/600 centred 151,119,255 \"ZV\"",
+                            "text 45,0,87,32 15/400 centred 151,119,255 \"...\""));
+}
+
+TEST_F(Badge, SaysRecInRedWhileARecordingRuns) {
+    PlayFullScreen();
+    Engine().state = EngineState::Recording;
+    Ui().captureJobSlot.Start([] { return Text(); }, Text());
+    UpdateBadge();
+    EXPECT_THAT(Paint(*badge_),
+                ElementsAre("fill 0,0,90,32 20,15,30", "text 2,0,45,32 17/600 centred 151,119,255 \"ZV\"",
+                            "text 45,0,87,32 15/400 centred 255,100,125 \"REC\""));
+}
+
+TEST_F(Badge, ItsHalvesGrowWithTheWindowAndItsColourIsTheThemes) {
+    Ui().accentColor = Rgb(81, 151, 255);
+    PlayFullScreen();
+    TheWindows().front->dpi = 192;
+    UpdateBadge();
+    EXPECT_THAT(Paint(*badge_),
+                ElementsAre("fill 0,0,180,64 20,15,30", "text 2,0,90,64 17/600 centred 81,151,255 \"ZV\"",
+                            "text 90,0,177,64 15/400 centred 81,151,255 \"ON\""));
+}
+
+}  // namespace
+}  // namespace zv
