@@ -10,7 +10,8 @@
 #include <vector>
 
 #include "capture/CaptureEngine.h"
-#include "capture/EncoderProcess.h"
+#include "capture/FfmpegRuntime.h"
+#include "core/CommandLine.h"
 #include "platform/Files.h"
 #include "support/TemporaryFolder.h"
 

@@ -55,7 +55,7 @@ Result DrainEndpoint(AudioSource& source, std::int64_t captureStartTime) {
             return result;
         }
         AudioPacket packet;
-        result = TakePacket(*source.endpoint, packet);
+        result = AcquirePacket(*source.endpoint, packet);
         if (Failed(result)) {
             return result;
         }

@@ -24,13 +24,13 @@ struct CaptureConfig {
     std::int32_t width = 2560;
     std::int32_t height = 1440;
     std::int32_t fps = 60;
-    std::int32_t bitrateMbps = 40;
-    Text encoder = u"Auto";
-    Text codec = u"H264";
+    std::int32_t bitrateMbps = 40;  ///< the engine clamps it to 5 to 200
+    Text encoder = u"Auto";         ///< stored and compared only
+    Text codec = u"H264";           ///< stored and compared only
     bool gameAudioEnabled = true;
     bool micEnabled = false;
-    Text monitorDevice;
-    bool captureCursor = false;
+    Text monitorDevice;          ///< the system's device name of the monitor to capture
+    bool captureCursor = false;  ///< stored and compared only
     bool operator==(const CaptureConfig&) const = default;
 };
 
@@ -48,36 +48,51 @@ public:
     CaptureEngine(const CaptureEngine&) = delete;
     CaptureEngine& operator=(const CaptureEngine&) = delete;
 
-    /// True when configured and FFmpeg is present. A running replay is stopped by a changed configuration and not
-    /// started again: that is the caller's.
-    bool Configure(const CaptureConfig& config);
+    // CaptureEngine.cpp
 
-    /// With `enable`, makes sure that a replay of `seconds` (clamped to 15 to 300) runs; without, that none runs.
+    /// Returns true if the engine is configured and FFmpeg is present. A changed configuration stops a running replay;
+    /// starting it again is the caller's decision.
+    bool Configure(const CaptureConfig& requested);
+
+    // ReplayBuffer.cpp
+
+    /// With `enable`, ensures that a replay of `seconds` (clamped to 15 to 300) runs; without, that none runs.
     bool StartReplay(bool enable, std::int32_t seconds);
-
-    /// Joins the segments that the playlist lists at this moment into `outputPath`. The replay goes on.
-    bool SaveReplayClip(const Text& outputPath);
-
-    bool StartRecording(const Text& outputPath);
-    void FinishRecording();
-
-    /// Ends the recording, then the replay, and removes the replay folder.
-    void StopAll();
-
-    /// Notices whatever has died, tears down what belongs to it and says why. Restarts nothing.
-    void PollHealth();
 
     /// Whole seconds that the replay's playlist lists; 0 without a running replay.
     std::int32_t BufferedSeconds();
 
-    /// Brings up video, audio and FFmpeg for `process` and answers true once frames flow fast enough.
+    /// Ends the recording, then the replay, and removes the replay folder.
+    void StopAll();
+
+    // ReplaySave.cpp
+
+    /// Joins the segments that the playlist lists at this moment into `outputPath`. The replay keeps running.
+    bool SaveReplayClip(const Text& outputPath);
+
+    // ManualRecording.cpp
+
+    bool StartRecording(const Text& outputPath);
+    void FinishRecording();
+
+    // HealthPoll.cpp, with PollCapture
+
+    /// Detects threads and children that have died, stops the activity they belong to and reports why. Restarts
+    /// nothing.
+    void PollHealth();
+
+    // EncoderStart.cpp
+
+    /// Starts video, audio and FFmpeg for `process`. Returns true once frames arrive fast enough.
     bool StartEncoder(EncoderProcess& process, const Text& outputArguments, const Text& logPath);
 
-    /// Starts FFmpeg in its job. A failure leaves `process` wholly empty, its feeders stopped.
+    // ChildControl.cpp
+
+    /// Starts FFmpeg in its job. A failure leaves `process` empty, its feeders stopped.
     bool StartChild(EncoderProcess& process, const Text& arguments, const Text& logPath);
 
-    /// True only if the child ended by itself within the time with exit code 0. Leaves `process` empty; where no child
-    /// was held the relay stays, stopped.
+    /// Returns true only if the child ended by itself within the time with exit code 0. Leaves `process` empty; if it
+    /// held no child, the stopped relay stays.
     bool StopChild(EncoderProcess& process, std::uint32_t timeoutMs);
 
     Text ffmpegPath;     ///< empty: missing
@@ -85,16 +100,7 @@ public:
     Text recordingPath;  ///< final path of the current or last manual recording
     Text cacheDir;       ///< made once by Configure
     Text replayDir;      ///< the current replay folder inside cacheDir
-    std::int32_t width = 2560;
-    std::int32_t height = 1440;
-    std::int32_t fps = 60;
-    std::int32_t bitrateMbps = 40;  ///< 5 to 200 once configured
-    Text encoder = u"Auto";         ///< stored and compared only
-    Text codec = u"H264";           ///< stored and compared only
-    bool gameAudioEnabled = true;
-    bool micEnabled = false;
-    Text monitorDevice;
-    bool captureCursor = false;  ///< stored and compared only
+    CaptureConfig config;
     EncoderProcess recording;
     EncoderProcess replay;
     std::atomic<EngineState> state{EngineState::Idle};
@@ -105,7 +111,7 @@ public:
     std::uint64_t fpsSampleFrames = 0;
 };
 
-/// One health poll, for a worker that holds the engine. Raises nothing but std::bad_alloc before it has begun.
+/// One health poll, for a worker that holds the engine. An exception becomes a result that reports the failed poll.
 CapturePollResult PollCapture(CaptureEngine& engine);
 
 }  // namespace zv

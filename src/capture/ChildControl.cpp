@@ -1,5 +1,6 @@
 // Starting and stopping FFmpeg, the same way for every child that the engine has.
 #include "capture/CaptureEngine.h"
+#include "capture/FfmpegCommandLine.h"
 
 namespace zv {
 namespace {
@@ -42,7 +43,7 @@ bool CaptureEngine::StartChild(EncoderProcess& process, const Text& arguments, c
     }
     ChildOptions options;
     options.executable = ffmpegPath;
-    options.commandLine = QuoteArgument(ffmpegPath) + u" -hide_banner -loglevel warning -y " + arguments;
+    options.commandLine = FfmpegCommandLine(ffmpegPath, arguments);
     options.logPath = logPath;
     Child child;
     if (!SpawnChild(options, child)) {

@@ -9,7 +9,9 @@
 
 #include "capture/CaptureEngine.h"
 #include "capture/CaptureFiles.h"
+#include "capture/FfmpegCommandLine.h"
 #include "capture/SpeedCheck.h"
+#include "core/CommandLine.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
 
@@ -32,12 +34,12 @@ Text FeederError(const EncoderProcess& process) {
 
 bool StartVideo(CaptureEngine& engine, EncoderProcess& process) {
     VideoFormat format;
-    format.width = static_cast<std::uint32_t>(engine.width);
-    format.height = static_cast<std::uint32_t>(engine.height);
-    format.fps = static_cast<std::uint32_t>(engine.fps);
-    format.bitrateMbps = static_cast<std::uint32_t>(engine.bitrateMbps);
+    format.width = static_cast<std::uint32_t>(engine.config.width);
+    format.height = static_cast<std::uint32_t>(engine.config.height);
+    format.fps = static_cast<std::uint32_t>(engine.config.fps);
+    format.bitrateMbps = static_cast<std::uint32_t>(engine.config.bitrateMbps);
     process.video = std::make_unique<VideoCapture>();
-    if (process.video->Start(engine.monitorDevice, format)) {
+    if (process.video->Start(engine.config.monitorDevice, format)) {
         return true;
     }
     engine.statusText = process.video->Error();
@@ -46,11 +48,11 @@ bool StartVideo(CaptureEngine& engine, EncoderProcess& process) {
 }
 
 bool StartAudio(CaptureEngine& engine, EncoderProcess& process) {
-    if (!engine.gameAudioEnabled && !engine.micEnabled) {
+    if (!engine.config.gameAudioEnabled && !engine.config.micEnabled) {
         return true;
     }
     process.audio = std::make_unique<AudioCapture>();
-    if (process.audio->Start(engine.gameAudioEnabled, engine.micEnabled)) {
+    if (process.audio->Start(engine.config.gameAudioEnabled, engine.config.micEnabled)) {
         return true;
     }
     engine.statusText = process.audio->Error();
@@ -60,7 +62,7 @@ bool StartAudio(CaptureEngine& engine, EncoderProcess& process) {
 }
 
 bool WaitForFrames(CaptureEngine& engine, EncoderProcess& process, const Text& progressPath, const Text& logPath) {
-    const std::int64_t threshold = FrameThreshold(engine.fps);
+    const std::int64_t threshold = FrameThreshold(engine.config.fps);
     for (int pass = 0; pass < framePasses && IsChildRunning(process); ++pass) {
         if (FeederHasStopped(process)) {
             engine.statusText = FeederError(process);
@@ -92,9 +94,9 @@ std::int32_t MeasureRate(const EncoderProcess& process, std::uint32_t windowMs) 
 
 void LogMeasurement(const CaptureEngine& engine, const VideoCapture& video, std::int32_t measured) {
     SpeedMeasurement measurement;
-    measurement.width = engine.width;
-    measurement.height = engine.height;
-    measurement.target = engine.fps;
+    measurement.width = engine.config.width;
+    measurement.height = engine.config.height;
+    measurement.target = engine.config.fps;
     measurement.measured = measured;
     measurement.stats = FormatPerformanceStats(video);
     std::ofstream log(ToPath(JoinPath(engine.cacheDir, u"performance.log")), std::ios::app | std::ios::binary);
@@ -106,7 +108,7 @@ bool CheckSpeed(CaptureEngine& engine, EncoderProcess& process, const Text& logP
     for (const std::uint32_t windowMs : {2000U, 5000U}) {
         measured = MeasureRate(process, windowMs);
         LogMeasurement(engine, *process.video, measured);
-        if (IsFastEnough(measured, engine.fps) || !AllRun(process)) {
+        if (IsFastEnough(measured, engine.config.fps) || !AllRun(process)) {
             break;
         }
     }
@@ -116,10 +118,10 @@ bool CheckSpeed(CaptureEngine& engine, EncoderProcess& process, const Text& logP
         engine.statusText = u"Capture stopped during speed check: " + reason;
         return false;
     }
-    if (!IsFastEnough(measured, engine.fps)) {
+    if (!IsFastEnough(measured, engine.config.fps)) {
         engine.StopChild(process, childStopMs);
         engine.measuredFps = measured;
-        engine.statusText = u"Speed check: " + Decimal(measured) + u" / " + Decimal(engine.fps) +
+        engine.statusText = u"Speed check: " + Decimal(measured) + u" / " + Decimal(engine.config.fps) +
                             u" FPS. Paused: choose Game friendly (60 FPS) in Settings > Capture.";
         return false;
     }
@@ -148,7 +150,7 @@ bool CaptureEngine::StartEncoder(EncoderProcess& process, const Text& outputArgu
     if (!WaitForFrames(*this, process, progressPath, logPath)) {
         return false;
     }
-    if (NeedsSpeedCheck(width, fps) && !CheckSpeed(*this, process, logPath)) {
+    if (NeedsSpeedCheck(config.width, config.fps) && !CheckSpeed(*this, process, logPath)) {
         return false;
     }
     fpsSampleTick = 0;

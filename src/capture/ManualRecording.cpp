@@ -8,6 +8,7 @@
 
 #include "capture/CaptureEngine.h"
 #include "capture/CaptureFiles.h"
+#include "capture/FfmpegCommandLine.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
 
@@ -31,13 +32,6 @@ bool WaitForBufferedMedia(CaptureEngine& engine) {
         SleepMs(passMs);
     }
     return engine.BufferedSeconds() >= 1;
-}
-
-Text RemuxArguments(const Text& pipeName, const Text& workingName) {
-    return u"-probesize 67108864 -analyzeduration 3000000 -f mpegts -i " + QuoteArgument(pipeName) +
-           u" -map 0:v:0 -map 0:a? -c copy -bsf:a aac_adtstoasc -frag_duration 1000000"
-           u" -movflags +frag_keyframe+empty_moov+default_base_moof " +
-           QuoteArgument(workingName);
 }
 
 /// True once the remuxing child has written media and still runs.
@@ -65,8 +59,8 @@ bool StartFromReplay(CaptureEngine& engine, const Text& workingName) {
 
 bool StartOwnCapture(CaptureEngine& engine, const Text& workingName) {
     engine.recording.relay.reset();  // of a start that failed; a child beside a relay is never asked to quit
-    const Text arguments = u"-movflags +frag_keyframe+empty_moov+default_base_moof " + QuoteArgument(workingName);
-    return engine.StartEncoder(engine.recording, arguments, JoinPath(engine.cacheDir, u"recording.log"));
+    return engine.StartEncoder(engine.recording, RecordingArguments(workingName),
+                               JoinPath(engine.cacheDir, u"recording.log"));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "capture/CaptureEngine.h"
 #include "capture/CaptureFiles.h"
+#include "capture/FfmpegCommandLine.h"
 #include "capture/ReplayPlaylist.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
@@ -20,13 +21,6 @@ void RemoveReplayFolder(const Text& folder) {
         std::error_code ignored;
         std::filesystem::remove_all(ToPath(folder), ignored);
     }
-}
-
-Text RingArguments(std::int32_t seconds, const Text& folder) {
-    return u"-f hls -hls_time 1 -hls_list_size " + Decimal(seconds) +
-           u" -hls_delete_threshold 3 -hls_flags delete_segments+temp_file+independent_segments"
-           u" -hls_segment_filename " +
-           QuoteArgument(JoinPath(folder, u"seg%08d.ts")) + u" " + QuoteArgument(PlaylistPath(folder));
 }
 
 }  // namespace

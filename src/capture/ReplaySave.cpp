@@ -8,6 +8,7 @@
 
 #include "capture/CaptureEngine.h"
 #include "capture/CaptureFiles.h"
+#include "capture/FfmpegCommandLine.h"
 #include "capture/ReplayPlaylist.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
@@ -31,11 +32,6 @@ bool CopySegments(const Text& replayFolder, const SegmentNames& names, const Tex
         concat << "file '" << name << "'\n";
     }
     return true;
-}
-
-Text JoinArguments(const Text& concatPath, const Text& workingName) {
-    return u"-f concat -safe 1 -i " + QuoteArgument(concatPath) +
-           u" -map 0:v:0 -map 0:a? -c copy -bsf:a aac_adtstoasc -movflags +faststart " + QuoteArgument(workingName);
 }
 
 /// Runs the joining child to its end. True when it ended by itself and the file holds something.

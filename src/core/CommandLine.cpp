@@ -66,6 +66,22 @@ Text TakeArgument(TextView& rest) {
 
 }  // namespace
 
+Text QuoteArgument(TextView text) {
+    Text quoted = u"\"";
+    std::size_t backslashes = 0;
+    for (const char16_t unit : text) {
+        if (unit == u'\\') {
+            ++backslashes;
+            continue;
+        }
+        quoted.append(unit == u'"' ? 2 * backslashes + 1 : backslashes, u'\\');
+        quoted += unit;
+        backslashes = 0;
+    }
+    quoted.append(2 * backslashes, u'\\');
+    return quoted + u"\"";
+}
+
 std::vector<Text> SplitCommandLine(TextView line) {
     std::vector<Text> arguments = {TakeProgram(line)};
     for (SkipBlanks(line); !line.empty(); SkipBlanks(line)) {

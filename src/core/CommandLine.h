@@ -1,4 +1,5 @@
-// One command line as arguments, by the rule of the Windows C runtime, since that is how lines are quoted.
+// Command lines by the rule of the Windows C runtime, which every platform uses: quoting one argument, splitting a
+// line.
 #pragma once
 
 #include <vector>
@@ -6,6 +7,9 @@
 #include "core/Text.h"
 
 namespace zv {
+
+/// One argument, always in double quotes.
+Text QuoteArgument(TextView text);
 
 /// The program's name first: up to the next quote when it is quoted, else up to the next blank, and without escapes.
 /// In the arguments 2n backslashes and a quote are n backslashes and a switch of quoting, 2n + 1 of them n backslashes

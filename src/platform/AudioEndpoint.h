@@ -71,7 +71,7 @@ struct AudioPacket {
     std::int64_t position = 0;    ///< when the first frame was captured, in 100 ns of Counter100ns()
 };
 
-Result TakePacket(AudioEndpoint& endpoint, AudioPacket& packet);
+Result AcquirePacket(AudioEndpoint& endpoint, AudioPacket& packet);
 Result ReleasePacket(AudioEndpoint& endpoint, std::uint32_t frames);
 
 }  // namespace zv

@@ -251,7 +251,7 @@ TEST_F(AudioSourceTest, APacketWithATimestampErrorIsPlacedSoThatItEndsNow) {
 }
 
 TEST_F(AudioSourceTest, EveryFailingCallOfADrainIsHandedUp) {
-    for (const char* name : {"NextPacketFrames.render", "TakePacket.render", "ReleasePacket.render"}) {
+    for (const char* name : {"NextPacketFrames.render", "AcquirePacket.render", "ReleasePacket.render"}) {
         fake::ResetCalls();
         fake::ResetEndpoints();
         AudioSource opened;

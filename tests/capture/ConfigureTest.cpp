@@ -16,16 +16,16 @@ TEST_F(Configure, MakesTheEngineReadyAndTakesEveryValue) {
     EXPECT_EQ(engine->state, EngineState::Ready);
     EXPECT_EQ(engine->statusText, u"Ready: H.264 desktop capture with selected resolution, FPS and audio.");
     EXPECT_EQ(engine->ffmpegPath, Here(u"the ffmpeg"));
-    EXPECT_EQ(engine->width, 1920);
-    EXPECT_EQ(engine->height, 1080);
-    EXPECT_EQ(engine->fps, 60);
-    EXPECT_EQ(engine->bitrateMbps, 20);
-    EXPECT_EQ(engine->encoder, u"e");
-    EXPECT_EQ(engine->codec, u"c");
-    EXPECT_FALSE(engine->gameAudioEnabled);
-    EXPECT_TRUE(engine->micEnabled);
-    EXPECT_EQ(engine->monitorDevice, u"\\\\.\\DISPLAY2");
-    EXPECT_TRUE(engine->captureCursor);
+    EXPECT_EQ(engine->config.width, 1920);
+    EXPECT_EQ(engine->config.height, 1080);
+    EXPECT_EQ(engine->config.fps, 60);
+    EXPECT_EQ(engine->config.bitrateMbps, 20);
+    EXPECT_EQ(engine->config.encoder, u"e");
+    EXPECT_EQ(engine->config.codec, u"c");
+    EXPECT_FALSE(engine->config.gameAudioEnabled);
+    EXPECT_TRUE(engine->config.micEnabled);
+    EXPECT_EQ(engine->config.monitorDevice, u"\\\\.\\DISPLAY2");
+    EXPECT_TRUE(engine->config.captureCursor);
 }
 
 TEST_F(Configure, TheCacheIsNamedByProcessAndTickUnderTheTemporaryFolder) {
@@ -124,7 +124,7 @@ TEST_F(Configure, IsRefusedWhileARecordingRuns) {
     EXPECT_FALSE(engine->Configure(config));
     EXPECT_EQ(engine->statusText, u"Stop recording before changing resolution, FPS or audio.");
     EXPECT_EQ(engine->state, EngineState::Recording);
-    EXPECT_EQ(engine->fps, 60);
+    EXPECT_EQ(engine->config.fps, 60);
 }
 
 TEST_F(Configure, IsNotRefusedByTheRemainsOfARecordingThatDied) {
@@ -156,7 +156,7 @@ TEST_F(Configure, OtherSizesAndRatesAreRefusedWithNothingTouched) {
     EXPECT_TRUE(refuses(1920, 1080, 144));
     EXPECT_EQ(engine->state, EngineState::Ready);
     EXPECT_TRUE(engine->replayRunning);
-    EXPECT_EQ(engine->width, 1920);
+    EXPECT_EQ(engine->config.width, 1920);
 }
 
 TEST_F(Configure, EverySizeAndRateThatIsOfferedIsTaken) {
@@ -168,7 +168,7 @@ TEST_F(Configure, EverySizeAndRateThatIsOfferedIsTaken) {
             config.height = height;
             config.fps = fps;
             EXPECT_TRUE(engine->Configure(config)) << width << " " << fps;
-            EXPECT_EQ(engine->fps, fps);
+            EXPECT_EQ(engine->config.fps, fps);
         }
     }
 }
@@ -177,13 +177,13 @@ TEST_F(Configure, ABitRateOutsideOfTheRangeIsClampedAndAppliedAnewEveryTime) {
     CaptureConfig config = PlainConfig();
     config.bitrateMbps = 250;
     EXPECT_TRUE(engine->Configure(config));
-    EXPECT_EQ(engine->bitrateMbps, 200);
+    EXPECT_EQ(engine->config.bitrateMbps, 200);
     engine->statusText = u"something else";
     EXPECT_TRUE(engine->Configure(config));
     EXPECT_EQ(engine->statusText, u"Ready: H.264 desktop capture with selected resolution, FPS and audio.");
     config.bitrateMbps = 4;
     EXPECT_TRUE(engine->Configure(config));
-    EXPECT_EQ(engine->bitrateMbps, 5);
+    EXPECT_EQ(engine->config.bitrateMbps, 5);
 }
 
 TEST_F(Configure, ACacheThatCannotBeMadeFailsEvenWithFfmpeg) {
@@ -192,21 +192,21 @@ TEST_F(Configure, ACacheThatCannotBeMadeFailsEvenWithFfmpeg) {
     EXPECT_FALSE(engine->Configure(PlainConfig()));
     EXPECT_EQ(engine->statusText, u"Cannot create capture cache.");
     EXPECT_EQ(engine->state, EngineState::Failed);
-    EXPECT_EQ(engine->width, 1920);  // the new configuration is in place
+    EXPECT_EQ(engine->config.width, 1920);  // the new configuration is in place
     EXPECT_FALSE(engine->replayRunning);
 }
 
 TEST_F(Configure, ANewEngineIsIdleWithItsDefaults) {
     EXPECT_EQ(engine->state, EngineState::Idle);
-    EXPECT_EQ(engine->width, 2560);
-    EXPECT_EQ(engine->height, 1440);
-    EXPECT_EQ(engine->fps, 60);
-    EXPECT_EQ(engine->bitrateMbps, 40);
-    EXPECT_EQ(engine->encoder, u"Auto");
-    EXPECT_EQ(engine->codec, u"H264");
-    EXPECT_TRUE(engine->gameAudioEnabled);
-    EXPECT_FALSE(engine->micEnabled);
-    EXPECT_FALSE(engine->captureCursor);
+    EXPECT_EQ(engine->config.width, 2560);
+    EXPECT_EQ(engine->config.height, 1440);
+    EXPECT_EQ(engine->config.fps, 60);
+    EXPECT_EQ(engine->config.bitrateMbps, 40);
+    EXPECT_EQ(engine->config.encoder, u"Auto");
+    EXPECT_EQ(engine->config.codec, u"H264");
+    EXPECT_TRUE(engine->config.gameAudioEnabled);
+    EXPECT_FALSE(engine->config.micEnabled);
+    EXPECT_FALSE(engine->config.captureCursor);
     EXPECT_FALSE(engine->replayRunning);
     EXPECT_EQ(engine->replaySeconds, 60);
     EXPECT_EQ(engine->measuredFps, 0);

@@ -2,6 +2,9 @@
 
 #include "EngineFixture.h"
 #include "capture/CaptureFiles.h"
+#include "capture/FfmpegCommandLine.h"
+#include "capture/FfmpegRuntime.h"
+#include "core/CommandLine.h"
 
 namespace zv {
 namespace {

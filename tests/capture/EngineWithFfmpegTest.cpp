@@ -10,6 +10,7 @@
 
 #include "capture/CaptureEngine.h"
 #include "capture/CaptureFiles.h"
+#include "capture/FfmpegCommandLine.h"
 #include "capture/ReplayPlaylist.h"
 #include "fake/AudioCapture.h"
 #include "fake/VideoCapture.h"

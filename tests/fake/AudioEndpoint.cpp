@@ -174,8 +174,8 @@ Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
     return AnswerOf(call);
 }
 
-Result TakePacket(AudioEndpoint& endpoint, AudioPacket& packet) {
-    ZV_ENDPOINT_CALL("TakePacket", endpoint.loopback);
+Result AcquirePacket(AudioEndpoint& endpoint, AudioPacket& packet) {
+    ZV_ENDPOINT_CALL("AcquirePacket", endpoint.loopback);
     const fake::ScriptedPacket* waiting = Waiting(endpoint);
     if (waiting != nullptr) {
         packet = {waiting->data.empty() ? nullptr : waiting->data.data(), waiting->frames, waiting->silent,

@@ -23,10 +23,10 @@ public:
 
 CaptureEngine::~CaptureEngine() = default;
 
-bool CaptureEngine::Configure(const CaptureConfig& config) {
+bool CaptureEngine::Configure(const CaptureConfig& requested) {
     const Stay stay;
     const Call call("Configure");
-    TheEngine().configs.push_back(config);
+    TheEngine().configs.push_back(requested);
     statusText = call.Fails() ? u"Not configured" : u"Configured";
     state = call.Fails() ? EngineState::Failed : EngineState::Ready;
     return !call.Fails();

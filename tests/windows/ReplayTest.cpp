@@ -11,6 +11,7 @@
 
 #include "capture/CaptureFiles.h"
 #include "capture/ReplayPlaylist.h"
+#include "core/CommandLine.h"
 #include "fake/EncodedUnits.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"

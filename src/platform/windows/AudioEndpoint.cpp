@@ -127,7 +127,7 @@ Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
     return result;
 }
 
-Result TakePacket(AudioEndpoint& endpoint, AudioPacket& packet) {
+Result AcquirePacket(AudioEndpoint& endpoint, AudioPacket& packet) {
     BYTE* data = nullptr;
     UINT32 frames = 0;
     DWORD flags = 0;

@@ -68,8 +68,8 @@ void ConfigureEngine() {
     engine.Configure(config);
     const Settings& settings = CurrentSettings();
     engine.replaySeconds = static_cast<std::int32_t>(settings.replaySeconds);
-    engine.micEnabled = settings.micEnabled;
-    engine.gameAudioEnabled = settings.gameAudioEnabled;
+    engine.config.micEnabled = settings.micEnabled;
+    engine.config.gameAudioEnabled = settings.gameAudioEnabled;
 }
 
 void StartRecords() {

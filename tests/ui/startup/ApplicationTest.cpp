@@ -150,8 +150,8 @@ TEST_F(Application, TheEngineIsConfiguredFromRepairedSettingsBeforeTheLogBegins)
     EXPECT_EQ(config.bitrateMbps, 200);
     EXPECT_EQ(config.codec, u"H264");
     EXPECT_EQ(Engine().replaySeconds, 300);
-    EXPECT_TRUE(Engine().micEnabled);
-    EXPECT_FALSE(Engine().gameAudioEnabled);
+    EXPECT_TRUE(Engine().config.micEnabled);
+    EXPECT_FALSE(Engine().config.gameAudioEnabled);
     EXPECT_FALSE(logAtConfigure);
 }
 

@@ -202,7 +202,7 @@ Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
     return resultOk;
 }
 
-Result TakePacket(AudioEndpoint& endpoint, AudioPacket& packet) {
+Result AcquirePacket(AudioEndpoint& endpoint, AudioPacket& packet) {
     const void* data = nullptr;
     std::size_t bytes = 0;
     if (pa_stream_peek(endpoint.stream.get(), &data, &bytes) < 0) {

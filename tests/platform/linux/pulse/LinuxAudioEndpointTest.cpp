@@ -72,7 +72,7 @@ Result TakeFor(AudioEndpoint& endpoint, double seconds, Taken& taken) {
             continue;
         }
         AudioPacket packet;
-        result = TakePacket(endpoint, packet);
+        result = AcquirePacket(endpoint, packet);
         if (Failed(result)) {
             return result;
         }
