@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/Text.h"
+#include "platform/Rectangle.h"
 
 namespace zv {
 
@@ -45,5 +46,13 @@ struct OutputRecord {
 
 /// The outputs of adapter 0 from index 0. False when adapters cannot be enumerated.
 bool ListFirstAdapterOutputs(std::vector<OutputRecord>& outputs);
+
+struct MonitorArea {
+    Rectangle bounds;
+    Rectangle work;   ///< without taskbars
+    Text deviceName;  ///< as in MonitorRecord
+};
+/// The monitor that holds the point, else the primary one.
+MonitorArea MonitorAt(Point point);
 
 }  // namespace zv

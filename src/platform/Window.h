@@ -1,11 +1,11 @@
-// Windows, messages, timers and global keys, for the one interface thread.
+// The program's own windows: their messages, looks, bounds, pixels and timers. Interface thread only, after
+// OpenSession.
 //
-// Messages carry Windows' own numbers on every platform: Windows passes them straight through, X11 translates its
-// events into them. A window procedure is a portable function of (window, message, wParam, lParam).
+// Messages carry the numbers of Windows on every platform: Windows passes them through, X11 translates its events into
+// them. A window procedure is a portable function of (window, message, wParam, lParam). Coordinates are pixels.
 #pragma once
 
 #include <cstdint>
-#include <optional>
 
 #include "core/Text.h"
 #include "platform/AppIcon.h"
@@ -62,13 +62,6 @@ inline constexpr std::intptr_t client = 1;
 
 inline constexpr std::intptr_t activateNo = 3;  ///< answer to message::mouseActivate
 
-namespace keyModifier {
-inline constexpr std::uint32_t alt = 1;
-inline constexpr std::uint32_t control = 2;
-inline constexpr std::uint32_t shift = 4;
-inline constexpr std::uint32_t noRepeat = 0x4000;
-}  // namespace keyModifier
-
 /// What lParam of message::getMinMaxInfo points to.
 struct MinMaxInfo {
     Point reserved;
@@ -107,10 +100,6 @@ struct WindowOptions {
     const AppIcon* bigIcon = nullptr;
     const AppIcon* littleIcon = nullptr;
 };
-
-/// Connects to the user's session, makes the process aware of the DPI of each monitor. False when there is no
-/// session to show anything in (X11 without a display). Before any other call of this header.
-bool OpenSession();
 
 /// Makes a top-level window. Its procedure receives message::create inside this call. Null on failure.
 Owned<AppWindow> MakeWindow(const WindowOptions& options);
@@ -175,31 +164,6 @@ enum class CursorShape { Arrow, Hand };
 void SetCursorShape(AppWindow& window, CursorShape shape);
 /// In coordinates of the desktop.
 Point CursorPosition();
-/// Bits of keyModifier, as they were at the message that is being handled.
-std::uint32_t HeldModifiers();
-/// What the keyboard calls a key of a virtual-key code. Empty when it has no name for it.
-Text KeyName(std::uint32_t virtualKey);
-
-// Monitors, and other programs' windows.
-
-struct MonitorArea {
-    Rectangle bounds;
-    Rectangle work;   ///< without taskbars
-    Text deviceName;  ///< as in MonitorRecord
-};
-/// The monitor that holds the point, else the primary one.
-MonitorArea MonitorAt(Point point);
-
-struct FrontWindow {
-    std::uint32_t processId = 0;  ///< 0 when it cannot be told
-    bool ours = false;
-    Rectangle bounds;
-    Text className;
-    int dpi = 96;
-    MonitorArea monitor;  ///< the one that shows most of it, else the primary one
-};
-/// The window in front. Nothing when there is none.
-std::optional<FrontWindow> LookUpFrontWindow();
 
 // The rest.
 
@@ -212,37 +176,5 @@ std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t message, std::ui
 /// Starts or restarts a periodic timer of the window.
 void StartTimer(AppWindow& window, std::uintptr_t id, std::uint32_t periodMs);
 void StopTimer(AppWindow& window, std::uintptr_t id);
-
-/// Reserves a key for the whole session; pressing it sends message::hotKey with `id`. False when it is taken.
-/// `modifiers` are the bits of keyModifier, `virtualKey` is a Windows virtual-key code.
-bool RegisterGlobalKey(AppWindow& window, int id, std::uint32_t modifiers, std::uint32_t virtualKey);
-void UnregisterGlobalKey(AppWindow& window, int id);
-
-/// Ends RunMessageLoop after the messages that are queued already.
-void PostQuit(int code);
-
-/// Dispatches messages until PostQuit; answers its code. SIGTERM, SIGINT and SIGHUP on Linux send `endRequest`, and
-/// so does the end of a Windows session.
-int RunMessageLoop();
-
-/// Called on the interface thread when the system asks the program to end. Set before RunMessageLoop.
-void SetEndRequest(void (*endRequest)());
-
-/// The id by which the taskbar groups the windows that are made from now on. On X11 the class that every window of the
-/// program carries does that already.
-void SetTaskbarIdentity(TextView id);
-
-/// Held by the one copy of the program in this session. The claim ends with the process at the latest.
-struct InstanceClaim;
-template <>
-void Closer<InstanceClaim>::operator()(InstanceClaim* claim) const noexcept;
-/// Null when another copy holds `name` or when it cannot be told.
-Owned<InstanceClaim> ClaimSingleInstance(TextView name);
-
-/// Shows and raises the first copy's main window, found by its class name. False when there is none.
-bool BringOtherCopyForward(TextView className);
-
-/// A message box without an owner, with an information sign.
-void ShowInformation(TextView text, TextView caption);
 
 }  // namespace zv

@@ -9,6 +9,12 @@
 #include <vector>
 
 #include "fake/Calls.h"
+#include "platform/FrontWindow.h"
+#include "platform/InformationBox.h"
+#include "platform/Keyboard.h"
+#include "platform/Monitors.h"
+#include "platform/Session.h"
+#include "platform/SingleInstance.h"
 #include "platform/Window.h"
 
 namespace zv::fake {

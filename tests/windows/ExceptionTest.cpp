@@ -9,6 +9,7 @@
 
 #include "fake/Allocations.h"
 #include "platform/Monitors.h"
+#include "platform/Session.h"
 #include "platform/Window.h"
 // The system's header comes last: its macros rename much.
 #include <windows.h>

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "platform/Session.h"
 #include "platform/Window.h"
 // The system's header comes last: its macros rename much.
 #include <windows.h>

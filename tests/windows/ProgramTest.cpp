@@ -14,6 +14,7 @@
 #include "platform/Files.h"
 #include "platform/Folders.h"
 #include "platform/Foreground.h"
+#include "platform/SingleInstance.h"
 #include "platform/Window.h"
 #include "support/TemporaryFolder.h"
 #include "windows/Processes.h"

@@ -5,6 +5,7 @@
 
 #include "library/Screenshot.h"
 #include "platform/Files.h"
+#include "platform/Session.h"
 #include "platform/Window.h"
 #include "support/FileBytes.h"
 #include "support/TemporaryFolder.h"

@@ -11,7 +11,12 @@
 #include "platform/Clock.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
+#include "platform/FrontWindow.h"
+#include "platform/Keyboard.h"
+#include "platform/Monitors.h"
 #include "platform/PopupMenu.h"
+#include "platform/Session.h"
+#include "platform/SingleInstance.h"
 #include "platform/TrayIcon.h"
 #include "support/TemporaryFolder.h"
 // After the program's own headers, whose names its macros would change.

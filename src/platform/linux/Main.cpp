@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "platform/Files.h"
-#include "platform/Window.h"
+#include "platform/Session.h"
 #include "ui/startup/Application.h"
 
 int main(int argumentCount, char** arguments) {

@@ -1,5 +1,5 @@
 // The entry of the Windows program.
-#include "platform/Window.h"
+#include "platform/Session.h"
 #include "platform/windows/ExceptionReserve.h"
 #include "platform/windows/Native.h"
 #include "ui/startup/Application.h"

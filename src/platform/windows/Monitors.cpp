@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "platform/windows/Graphics.h"
+#include "platform/windows/MonitorHandle.h"
 
 namespace zv {
 namespace {
@@ -71,6 +72,17 @@ std::vector<MonitorRecord> ListMonitorRecords() {
     }
     return std::move(listing.monitors);
 }
+
+MonitorArea AreaOf(HMONITOR monitor) {
+    MONITORINFOEXW info{};
+    info.cbSize = sizeof(info);
+    if (GetMonitorInfoW(monitor, &info) == FALSE) {
+        return {};
+    }
+    return {RectangleOf(info.rcMonitor), RectangleOf(info.rcWork), TextOf(info.szDevice)};
+}
+
+MonitorArea MonitorAt(Point point) { return AreaOf(MonitorFromPoint({point.x, point.y}, MONITOR_DEFAULTTOPRIMARY)); }
 
 bool ListFirstAdapterOutputs(std::vector<OutputRecord>& outputs) {
     outputs.clear();

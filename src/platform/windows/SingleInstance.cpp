@@ -1,7 +1,8 @@
 // One copy of the program in a session, and the way from a second copy to the first one's window.
+#include "platform/SingleInstance.h"
+
 #include <new>
 
-#include "platform/Window.h"
 #include "platform/windows/Native.h"
 
 namespace zv {
@@ -41,10 +42,6 @@ bool BringOtherCopyForward(TextView className) {
     ShowWindow(window, SW_RESTORE);
     SetForegroundWindow(window);
     return true;
-}
-
-void ShowInformation(TextView text, TextView caption) {
-    MessageBoxW(nullptr, Native(Text(text)), Native(Text(caption)), MB_ICONINFORMATION);
 }
 
 }  // namespace zv

@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "platform/windows/SessionEnd.h"
 #include "platform/windows/WindowHandle.h"
 
 namespace zv {
@@ -32,9 +33,6 @@ namespace {
 constexpr DWORD excludeFromCapture = 0x11;  // WDA_EXCLUDEFROMCAPTURE
 constexpr DWORD useImmersiveDarkMode = 20;  // DWMWA_USE_IMMERSIVE_DARK_MODE
 
-/// What the program does when its session ends, for the one interface thread.
-void (*sessionEnd)() = nullptr;
-
 AppWindow* WindowOf(HWND handle) { return reinterpret_cast<AppWindow*>(GetWindowLongPtrW(handle, GWLP_USERDATA)); }
 
 void Attach(HWND handle, LPARAM creation) {
@@ -61,22 +59,11 @@ LRESULT Answer(AppWindow& window, HWND handle, UINT code, WPARAM wParam, LPARAM 
     }
 }
 
-/// The system ends the process when the message has been answered: whatever has to be saved is saved inside. Every
-/// window is told, the program asked once.
-void EndSession() {
-    try {
-        std::exchange(sessionEnd, nullptr)();
-    } catch (...) {
-        return;  // nobody is left to be told
-    }
-}
-
 LRESULT CALLBACK PassOn(HWND handle, UINT code, WPARAM wParam, LPARAM lParam) {
     if (code == WM_NCCREATE) {
         Attach(handle, lParam);
     }
-    if (code == WM_ENDSESSION && wParam != FALSE && sessionEnd != nullptr) {
-        EndSession();
+    if (code == WM_ENDSESSION && wParam != FALSE && EndSession()) {
         return 0;
     }
     if (code == WM_NCDESTROY) {
@@ -132,11 +119,6 @@ void Closer<AppWindow>::operator()(AppWindow* window) const noexcept {
         DestroyWindow(window->handle);
     }
     delete window;
-}
-
-bool OpenSession() {
-    SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
-    return true;
 }
 
 Owned<AppWindow> MakeWindow(const WindowOptions& options) {
@@ -273,6 +255,12 @@ void SetCursorShape(AppWindow&, CursorShape shape) {
     SetCursor(LoadCursorW(nullptr, shape == CursorShape::Hand ? IDC_HAND : IDC_ARROW));
 }
 
+Point CursorPosition() {
+    POINT at{};
+    GetCursorPos(&at);
+    return {at.x, at.y};
+}
+
 void FlushScreen() { DwmFlush(); }
 
 std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) {
@@ -284,26 +272,5 @@ void StartTimer(AppWindow& window, std::uintptr_t id, std::uint32_t periodMs) {
 }
 
 void StopTimer(AppWindow& window, std::uintptr_t id) { KillTimer(window.handle, id); }
-
-bool RegisterGlobalKey(AppWindow& window, int id, std::uint32_t modifiers, std::uint32_t virtualKey) {
-    return RegisterHotKey(window.handle, id, modifiers, virtualKey) != FALSE;
-}
-
-void UnregisterGlobalKey(AppWindow& window, int id) { UnregisterHotKey(window.handle, id); }
-
-void PostQuit(int code) { PostQuitMessage(code); }
-
-int RunMessageLoop() {
-    MSG code{};
-    while (GetMessageW(&code, nullptr, 0, 0) > 0) {
-        TranslateMessage(&code);
-        DispatchMessageW(&code);
-    }
-    return static_cast<int>(code.wParam);
-}
-
-void SetTaskbarIdentity(TextView id) { SetCurrentProcessExplicitAppUserModelID(Native(Text(id))); }
-
-void SetEndRequest(void (*endRequest)()) { sessionEnd = endRequest; }
 
 }  // namespace zv

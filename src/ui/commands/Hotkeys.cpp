@@ -1,6 +1,7 @@
 #include "ui/commands/Hotkeys.h"
 
 #include "core/Settings.h"
+#include "platform/Keyboard.h"
 #include "ui/commands/Commands.h"
 #include "ui/state/UiGlobals.h"
 #include "ui/windows/Overlay.h"

@@ -5,6 +5,7 @@
 #include "core/Settings.h"
 #include "library/GameName.h"
 #include "platform/Foreground.h"
+#include "platform/FrontWindow.h"
 #include "ui/kit/Colors.h"
 #include "ui/kit/DrawingFrame.h"
 #include "ui/kit/SmallWindow.h"

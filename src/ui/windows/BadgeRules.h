@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "core/Text.h"
+#include "platform/FrontWindow.h"
 #include "platform/Rectangle.h"
 #include "platform/Window.h"
 

@@ -2,6 +2,8 @@
 
 #include "core/SessionMarker.h"
 #include "core/Settings.h"
+#include "platform/Keyboard.h"
+#include "platform/Session.h"
 #include "platform/TrayIcon.h"
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/Commands.h"

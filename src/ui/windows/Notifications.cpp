@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/Settings.h"
+#include "platform/Monitors.h"
 #include "ui/kit/Colors.h"
 #include "ui/kit/DrawingFrame.h"
 #include "ui/kit/Icons.h"

@@ -5,6 +5,7 @@
 
 #include "core/Settings.h"
 #include "platform/Clock.h"
+#include "platform/Monitors.h"
 #include "ui/kit/Colors.h"
 #include "ui/kit/DrawingFrame.h"
 #include "ui/kit/HitTargets.h"

@@ -1,6 +1,7 @@
 #include "ui/windows/ShortcutEditor.h"
 
 #include "core/Settings.h"
+#include "platform/Keyboard.h"
 #include "ui/commands/Hotkeys.h"
 #include "ui/kit/Colors.h"
 #include "ui/kit/DrawingFrame.h"

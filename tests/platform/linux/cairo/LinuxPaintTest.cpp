@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/Session.h"
 #include "platform/Window.h"
 #include "support/XServer.h"
 

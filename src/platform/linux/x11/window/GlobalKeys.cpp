@@ -13,6 +13,7 @@
 #include <tuple>
 #include <utility>
 
+#include "platform/Keyboard.h"
 #include "platform/linux/x11/window/WindowSession.h"
 
 namespace zv {

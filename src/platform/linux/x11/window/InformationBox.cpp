@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/Files.h"
+#include "platform/InformationBox.h"
 #include "platform/Window.h"
 
 namespace zv {

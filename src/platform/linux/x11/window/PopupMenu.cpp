@@ -10,6 +10,7 @@
 #include <ctime>
 
 #include "platform/Canvas.h"
+#include "platform/Monitors.h"
 #include "platform/linux/cairo/LineWidth.h"
 #include "platform/linux/x11/RandrMonitors.h"
 #include "platform/linux/x11/window/WindowSession.h"

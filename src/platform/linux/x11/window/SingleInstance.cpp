@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/Files.h"
+#include "platform/SingleInstance.h"
 #include "platform/Window.h"
 #include "platform/linux/x11/window/WindowSession.h"
 

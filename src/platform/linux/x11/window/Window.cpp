@@ -19,6 +19,8 @@
 #include <new>
 
 #include "platform/Files.h"
+#include "platform/Keyboard.h"
+#include "platform/Session.h"
 #include "platform/TrayIcon.h"
 #include "platform/linux/posix/Posix.h"
 #include "platform/linux/x11/RandrMonitors.h"

@@ -2,6 +2,7 @@
 //
 // The server itself keeps the pointer with a window while a button is held, so capturing the mouse is only a note of
 // who is to hear of its end.
+#include "platform/Keyboard.h"
 #include "platform/linux/x11/window/WindowSession.h"
 
 namespace zv {

@@ -3,6 +3,8 @@
 #include <string>
 
 #include "platform/Environment.h"
+#include "platform/FrontWindow.h"
+#include "platform/Monitors.h"
 #include "platform/linux/posix/Posix.h"
 #include "platform/linux/x11/RandrMonitors.h"
 #include "platform/linux/x11/WindowOwner.h"

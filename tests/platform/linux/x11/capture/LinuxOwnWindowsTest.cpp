@@ -16,6 +16,7 @@
 #include "platform/DesktopCapture.h"
 #include "platform/Files.h"
 #include "platform/ScreenGrab.h"
+#include "platform/Session.h"
 #include "platform/Window.h"
 #include "platform/linux/x11/capture/ExcludedWindows.h"
 #include "platform/software/Surface.h"

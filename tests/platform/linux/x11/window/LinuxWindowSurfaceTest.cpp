@@ -11,7 +11,11 @@
 #include <vector>
 
 #include "platform/AppIcon.h"
+#include "platform/FrontWindow.h"
+#include "platform/Keyboard.h"
+#include "platform/Monitors.h"
 #include "platform/PopupMenu.h"
+#include "platform/Session.h"
 #include "platform/TrayIcon.h"
 #include "platform/Window.h"
 #include "support/EndToEnd.h"

@@ -24,6 +24,10 @@
 #include <vector>
 
 #include "fake/Allocations.h"
+#include "platform/InformationBox.h"
+#include "platform/Keyboard.h"
+#include "platform/Session.h"
+#include "platform/SingleInstance.h"
 #include "platform/Window.h"
 #include "support/EndToEnd.h"
 #include "support/XClient.h"
