@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "capture/SpeedCheck.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
 #include "platform/Folders.h"
@@ -14,6 +15,7 @@ namespace zv::windows {
 namespace {
 
 constexpr wchar_t mainClass[] = L"ZVReelsMainV3";
+constexpr WPARAM housekeepingTimer = 42;
 
 std::string ContentOf(const std::filesystem::path& path) { return ReadSharedFile(FromPath(path), 0x1000000); }
 
@@ -24,6 +26,24 @@ std::vector<std::string> LinesOf(const std::string& content) {
         lines.push_back(line.substr(0, line.find('\r')));
     }
     return lines;
+}
+
+template <class Matches>
+std::vector<std::filesystem::path> FilesBelow(const std::filesystem::path& folder, Matches matches) {
+    std::vector<std::filesystem::path> found;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder, ignored)) {
+        if (matches(entry.path())) {
+            found.push_back(entry.path());
+        }
+    }
+    return found;
+}
+
+/// The files of that name that the program keeps while it captures.
+std::vector<std::filesystem::path> CacheFiles(const char* name) {
+    return FilesBelow(std::filesystem::temp_directory_path() / "ZVReelsMax",
+                      [name](const auto& path) { return path.filename() == name; });
 }
 
 /// The machine's own name of a file, which Wine knows.
@@ -136,9 +156,12 @@ std::string DriverScene::SaysUnder(const std::string& script) {
     const std::size_t before = Activity().size();
     NewScript(script);
     SendMessageW(FindWindowW(mainClass, nullptr), WM_DISPLAYCHANGE, 32, MAKELPARAM(1920, 1080));
+    Tick();
     EXPECT_TRUE(Eventually([&] { return Activity().size() > before; }));
     return Activity().back();
 }
+
+void DriverScene::Tick() { SendMessageW(FindWindowW(mainClass, nullptr), WM_TIMER, housekeepingTimer, 0); }
 
 bool DriverScene::StartProgram(const Text& arguments) {
     const Text program = FromPath(ToPath(ExecutableFolder()).parent_path().parent_path() / "zorvel.exe");
@@ -172,16 +195,22 @@ bool DriverScene::EventuallySays(const std::string& text) const {
 
 std::size_t DriverScene::ListedSegments() const {
     std::size_t count = 0;
-    std::error_code error;
-    for (const auto& entry :
-         std::filesystem::recursive_directory_iterator(std::filesystem::temp_directory_path() / "ZVReelsMax", error)) {
-        if (entry.path().filename() == "live.m3u8") {
-            const std::vector<std::string> lines = LinesOf(ContentOf(entry.path()));
-            count += static_cast<std::size_t>(
-                std::count_if(lines.begin(), lines.end(), [](const auto& line) { return line.ends_with(".ts"); }));
-        }
+    for (const std::filesystem::path& playlist : CacheFiles("live.m3u8")) {
+        const std::vector<std::string> lines = LinesOf(ContentOf(playlist));
+        count += static_cast<std::size_t>(
+            std::count_if(lines.begin(), lines.end(), [](const auto& line) { return line.ends_with(".ts"); }));
     }
     return count;
+}
+
+bool DriverScene::HasRecorded(std::int64_t frames) {
+    const std::vector<std::filesystem::path> reports = CacheFiles("recording.log.progress");
+    return std::any_of(reports.begin(), reports.end(),
+                       [frames](const auto& report) { return FramesHaveReached(ContentOf(report), frames); });
+}
+
+std::vector<std::filesystem::path> DriverScene::Screenshots() const {
+    return FilesBelow(folder_.Path() / "captures", [](const auto& path) { return path.extension() == ".png"; });
 }
 
 void DriverScene::Press(const Text& codes) {

@@ -16,7 +16,7 @@ namespace zv::windows {
 
 inline constexpr std::uint32_t generousMs = 60000;
 
-// The tones of the sound devices that a scene lends.
+// The tones of the sound devices of a scene.
 inline constexpr double speakersHz = 1000;
 inline constexpr double microphoneHz = 640;
 
@@ -62,9 +62,15 @@ protected:
     bool EventuallySays(const std::string& text) const;
     /// What a program that runs says of its capture after a new script and a change of the display.
     std::string SaysUnder(const std::string& script);
+    /// Sends the main window the timer message that otherwise comes every 500 ms.
+    static void Tick();
     std::size_t ListedSegments() const;
+    /// Returns true if FFmpeg reports so many frames of a recording that has a capture of its own.
+    static bool HasRecorded(std::int64_t frames);
+    /// Presses keys, given as their decimal codes, in another process.
     void Press(const Text& codes);
-    /// The file that the program says it saved, or recorded, once it says so.
+    std::vector<std::filesystem::path> Screenshots() const;
+    /// The file that the program reports as saved, or recorded, once it does.
     std::filesystem::path SavedClip() { return Saved("Replay saved: "); }
     std::filesystem::path SavedRecording() { return Saved("Recording saved: "); }
 

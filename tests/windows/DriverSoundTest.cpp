@@ -112,12 +112,11 @@ TEST_F(DriverSound, ARecordingWithACaptureOfItsOwnHasItsSound) {
     Setting("gameAudioEnabled=1");
     Setting("instantReplay=0");
     ASSERT_TRUE(StartProgram());
-    ASSERT_TRUE(Eventually([&] { return FindWindowW(L"ZVReelsMainV3", nullptr) != nullptr; }));
-    SleepMs(1000);  // the keys are there a moment after the window
+    ASSERT_TRUE(Eventually([&] { return Activity().size() == 1; }));
     Press(recordKeys);
     ASSERT_TRUE(EventuallySays("Recording started. Stop Recording to finalize video and selected audio."))
         << testing::PrintToString(Activity());
-    SleepMs(4000);
+    ASSERT_TRUE(Eventually([] { return HasRecorded(90); }));
     Press(recordKeys);
     const std::filesystem::path recording = SavedRecording();
     EXPECT_TRUE(EndProgram());
@@ -150,7 +149,7 @@ constexpr Failure failures[] = {
     // The first event is that of the video's pipe.
     {"fail CreateEventW 2 5AA", "Cannot create audio synchronization events (0x800705AA)"},
     {"fail CreateEventW 3 8", "Cannot create audio synchronization events (0x80070008)"},
-    {"delay Activate.render 1 9000", "Audio initialization timed out (0x80004005)"},
+    {"delay Activate.render 1 1000\nset wait 8000 200", "Audio initialization timed out (0x80004005)"},
     {"fail CoInitializeEx 1 80010106", "Cannot initialize Windows audio (0x80010106)"},
     {"fail CreateInstance 1 0x80040154",
      "Cannot open default audio device at device enumeration. Check Windows audio devices and microphone permission "
@@ -167,13 +166,13 @@ constexpr Failure failures[] = {
     {"fail ConnectNamedPipe:ZVReelsAudio 1 E8", "Encoder could not connect to the audio stream (0x80004005)"},
     {"fail Start.render 1 0x88890004", "Audio capture stopped; a device or encoder disconnected (0x88890004)"},
     {"set render gone 5", "Audio capture stopped; a device or encoder disconnected (0x88890004)"},
-    {"set starve-sound 1", "Audio capture stopped; a device or encoder disconnected (0x8007000E)"},
+    {"set starve-sound 4096", "Audio capture stopped; a device or encoder disconnected (0x8007000E)"},
     {"fail ReleaseBuffer.render 7 0x88890007", "Audio capture stopped; a device or encoder disconnected (0x88890007)"},
 };
 
 TEST_F(DriverSound, EveryFailureIsToldInTheHistoryAndLeavesNothingBehind) {
     Setting("gameAudioEnabled=1");
-    SetEnvironmentValue(u"ZV_TEST_LINGER_MS", u"1500");
+    SetEnvironmentValue(u"ZV_TEST_LINGER_MS", u"5000");
     NewScript("fail D3D11CreateDevice 1 80004001");
     ASSERT_TRUE(StartProgram());
     ASSERT_TRUE(EventuallySays("Cannot initialize GPU desktop capture (0x80004001)"));

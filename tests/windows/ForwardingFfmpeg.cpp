@@ -2,7 +2,7 @@
 //
 // Hands its command line on to the program that ZV_TEST_FFMPEG names, without what an old FFmpeg stumbles over: same
 // handles, same job, exit code passed on. Adds the line that it was given, as UTF-8, to the file that ZV_TEST_COMMANDS
-// names. Where ZV_TEST_LINGER_MS has a number, it takes so much longer to end.
+// names. If ZV_TEST_LINGER_MS has a number, it ends only once it is asked to quit, at most so many milliseconds later.
 //
 // A line "set reader PLAN" in the file that ZV_TEST_SCRIPT names has it hand on nothing and be a bad reader itself,
 // that lives on until its input says otherwise. PLAN is one of
@@ -107,6 +107,18 @@ void ReadBytes(HANDLE pipe, unsigned long count) {
     }
 }
 
+/// Until the program asks it to quit, or closes its standard input.
+void Linger(unsigned long limitMs) {
+    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+    DWORD bytes = 0;
+    for (unsigned long waited = 0; waited < limitMs; waited += 10) {
+        if (PeekNamedPipe(input, nullptr, 0, nullptr, &bytes, nullptr) == FALSE || bytes != 0) {
+            return;
+        }
+        Sleep(10);
+    }
+}
+
 int ReadBadly(const std::wstring& plan, const std::wstring& line) {
     if (plan != L"idle") {
         const HANDLE pipe = OpenFirstInput(line);
@@ -148,6 +160,6 @@ extern "C" int wmain() {
     WaitForSingleObject(made.hProcess, INFINITE);
     DWORD code = 122;
     GetExitCodeProcess(made.hProcess, &code);
-    Sleep(static_cast<DWORD>(wcstoul(Variable(L"ZV_TEST_LINGER_MS").c_str(), nullptr, 10)));
+    Linger(wcstoul(Variable(L"ZV_TEST_LINGER_MS").c_str(), nullptr, 10));
     return static_cast<int>(code);
 }

@@ -32,6 +32,16 @@ public:
     bool Ended() const { return ended_; }
 
     void Pause(bool on) { paused_ = on; }
+    /// Returns true if the pipe has been full for at least 200 ms, so that a write is pending. While the reader pauses.
+    bool WriterWaits() const {
+        DWORD waiting = 0;
+        PeekNamedPipe(pipe_, nullptr, 0, nullptr, &waiting, nullptr);
+        const auto seconds = static_cast<double>(Counter100ns() - opened_) / 1e7;
+        constexpr double mixLagSeconds = 0.1;
+        const double behindSeconds =
+            seconds - mixLagSeconds - static_cast<double>(bytes_ + waiting) / audioBytesPerSecond;
+        return waiting >= audioBytesPerSecond && behindSeconds >= 0.2;
+    }
     void Leave() { leaves_ = true; }
     void Join() {
         if (thread_.joinable()) {
@@ -49,6 +59,7 @@ public:
 private:
     void Read(const std::wstring& name) {
         const HANDLE pipe = CreateFileW(name.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+        pipe_ = pipe;
         std::vector<char> block(3840);
         DWORD count = 0;
         while (!leaves_) {
@@ -66,8 +77,11 @@ private:
         ended_ = true;
     }
 
+    static constexpr std::size_t audioBytesPerSecond = 384000;  ///< as many as the pipe holds
+
     std::int64_t opened_;
     std::string raw_;
+    std::atomic<HANDLE> pipe_{INVALID_HANDLE_VALUE};
     std::atomic<std::size_t> bytes_{0};
     std::atomic<bool> paused_{false};
     std::atomic<bool> leaves_{false};

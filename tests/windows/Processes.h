@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 #include <cwchar>
 #include <vector>
 // After the program's own headers, whose names its macros would change.
@@ -41,6 +42,12 @@ inline bool FreezeProcess(DWORD id) {
     const LONG answer = reinterpret_cast<Suspend>(reinterpret_cast<void*>(entry))(process);
     CloseHandle(process);
     return process != nullptr && answer == 0;
+}
+
+/// How often a test of leaks repeats its round: `usual` times, unless ZV_TEST_ROUNDS asks for another number.
+inline int Rounds(int usual) {
+    const char* rounds = std::getenv("ZV_TEST_ROUNDS");
+    return rounds == nullptr ? usual : std::atoi(rounds);
 }
 
 /// The handles that this process holds, each looked for by its value: Wine does not count them.

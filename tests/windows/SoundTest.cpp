@@ -6,9 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <functional>
 #include <map>
-#include <new>
 #include <numbers>
 
 #include "audio/AudioCapture.h"
@@ -19,8 +17,6 @@
 #include "windows/PipeReader.h"
 #include "windows/Processes.h"
 #include "windows/SoundDriver.h"
-//
-#include <objbase.h>
 
 namespace zv {
 namespace {
@@ -205,6 +201,8 @@ struct FormatCase {
 
 class SoundFormats : public Sound, public testing::WithParamInterface<FormatCase> {
 protected:
+    static constexpr std::size_t heardPackets = 20;
+
     static std::string Rule(const std::string& device) {
         const FormatCase& format = GetParam();
         return "set " + device + " format " + std::to_string(format.rate) + " " + std::to_string(format.channels) +
@@ -231,12 +229,12 @@ protected:
 TEST_P(SoundFormats, AreHeardAtTheirLevelAndPlaceFromTheSpeakersAndFromTheMicrophone) {
     for (const bool system : {true, false}) {
         const std::string device = system ? "render" : "capture";
-        const Heard heard = Hear(aheadOfTime + Rule(device), 50 * packet, system, !system);
+        const Heard heard = Hear(aheadOfTime + Rule(device), heardPackets * packet, system, !system);
         const std::size_t first = heard.FirstSound();
-        ASSERT_LT(first, 24000U) << device;
-        EXPECT_EQ(
-            Deviation(heard, {first, 50 * packet}, {{static_cast<double>(first), Folded(0), Folded(1)}}, Tolerance()),
-            "")
+        ASSERT_LT(first, heardPackets * packet / 2) << device;
+        EXPECT_EQ(Deviation(heard, {first, heardPackets * packet}, {{static_cast<double>(first), Folded(0), Folded(1)}},
+                            Tolerance()),
+                  "")
             << device;
     }
 }
@@ -383,14 +381,12 @@ TEST_F(Sound, WithNothingPlayingIsSilenceThatFollowsTheClock) {
     driver_.Write("set render skip 0 1000000\n");
     ASSERT_TRUE(capture_.Start(true, false));
     PipeReader reader(capture_.PipeName());
-    ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= 48000; }));
-    SleepMs(1000);
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= 384000; }));
     const auto passed = static_cast<double>(Counter100ns() - reader.Opened()) / 1e7;
     const auto bytes = static_cast<double>(reader.Bytes());
     EXPECT_LE(bytes, (passed - 0.1) * 384000);
     const Heard heard = EndHearing(reader);
     EXPECT_TRUE(IsSilent(heard, {0, heard.Frames()}));
-    EXPECT_GE(bytes, 0.5 * 384000);
 }
 
 TEST_F(Sound, AReaderThatPausesGetsAllItMissed) {
@@ -399,12 +395,13 @@ TEST_F(Sound, AReaderThatPausesGetsAllItMissed) {
     PipeReader reader(capture_.PipeName());
     ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= 48000; }));
     reader.Pause(true);
-    SleepMs(1600);
+    ASSERT_TRUE(Eventually([&] { return reader.WriterWaits(); }));
+    const std::size_t before = reader.Bytes();
     reader.Pause(false);
-    ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= 22 * 38400; }));
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= before + 2 * 384000; }));
     const Heard heard = EndHearing(reader);
     const std::size_t first = heard.FirstSound();
-    EXPECT_EQ(Deviation(heard, {first, 105600}, {{static_cast<double>(first)}}), "");
+    EXPECT_EQ(Deviation(heard, {first, before / 8 + 96000}, {{static_cast<double>(first)}}), "");
 }
 
 // ---- The older way to the microphone ----------------------------------------------------------------------------
@@ -587,16 +584,9 @@ TEST_F(Sound, APipeOfTheSameNameIsNotShared) {
                 AnyOf("Cannot create the audio pipe (0x80070005)", "Cannot create the audio pipe (0x800700E7)"));
 }
 
-TEST_F(Sound, ADeviceThatDoesNotAnswerIsGivenUpAfterEightSeconds) {
-    const std::uint64_t before = TickMs();
-    EXPECT_EQ(StartFailure("delay Activate.render 1 9000\n"), "Audio initialization timed out (0x80004005)");
-    EXPECT_GE(TickMs() - before, 8000U);
-}
-
 TEST_F(Sound, AStopWhileNobodyReadsLeavesNoMessageAndStartsNothing) {
     driver_.Write("");
     ASSERT_TRUE(capture_.Start(true, true));
-    SleepMs(50);
     capture_.Stop();
     EXPECT_EQ(capture_.Error(), u"");
     EXPECT_THAT(driver_.Notes(), Not(Contains(StartsWith("Start."))));
@@ -609,7 +599,7 @@ TEST_F(Sound, AStopWhileAWriteIsPendingLeavesNoMessage) {
     PipeReader reader(capture_.PipeName());
     ASSERT_TRUE(Eventually([&] { return reader.Bytes() > 0; }));
     reader.Pause(true);
-    SleepMs(1500);  // a second fits into the pipe
+    ASSERT_TRUE(Eventually([&] { return reader.WriterWaits(); }));
     capture_.Stop();
     EXPECT_EQ(capture_.Error(), u"");
     reader.Pause(false);
@@ -642,7 +632,8 @@ int Threads() {
     return count;
 }
 
-TEST_F(Sound, TwoHundredStartsAndStopsLeaveNoHandleThreadOrReferenceBehind) {
+TEST_F(Sound, LeavesNoHandleThreadOrReferenceBehindAfterManyStartsAndStops) {
+    const int total = windows::Rounds(48);
     const std::vector<std::string> rules = {"",
                                             refused,
                                             "fail GetBuffer.render 1 0x88890004\n",
@@ -651,8 +642,8 @@ TEST_F(Sound, TwoHundredStartsAndStopsLeaveNoHandleThreadOrReferenceBehind) {
                                             "fail Start.capture 1 0x88890004\n"};
     int handles = 0;
     int threads = 0;
-    for (std::size_t round = 0; round < 212; ++round) {
-        driver_.Write(aheadOfTime + rules[round % rules.size()]);
+    for (int round = 0; round < total; ++round) {
+        driver_.Write(aheadOfTime + rules[static_cast<std::size_t>(round) % rules.size()]);
         if (capture_.Start(true, true)) {
             PipeReader reader(capture_.PipeName());
             EXPECT_TRUE(Eventually([&] { return reader.Bytes() > 0 || reader.Ended(); }));
@@ -666,38 +657,6 @@ TEST_F(Sound, TwoHundredStartsAndStopsLeaveNoHandleThreadOrReferenceBehind) {
     // The system makes one or two for itself, at some time.
     EXPECT_LE(windows::OpenHandles(), handles + 3);
     EXPECT_LE(Threads(), threads);
-}
-
-/// Runs `action` on a thread of its own that gets no memory, and `then` after it.
-void WithoutMemory(const std::function<void()>& action, const std::function<void()>& then) {
-    std::thread([&] {
-        fake::RefuseAllocationsHere(1);
-        try {
-            action();
-        } catch (const std::bad_alloc&) {
-        }
-        fake::RefuseAllocationsHere(0);
-        then();
-    }).join();
-}
-
-TEST_F(Sound, AThreadThatGetsNoMemoryIsNotLeftInitialized) {
-    Owned<AudioThread> thread;
-    HRESULT afterwards = S_OK;
-    WithoutMemory([&] { EnterAudioThread(thread); },
-                  [&] {
-                      APTTYPE type{};
-                      APTTYPEQUALIFIER qualifier{};
-                      afterwards = CoGetApartmentType(&type, &qualifier);
-                  });
-    EXPECT_FALSE(thread);
-    EXPECT_EQ(afterwards, CO_E_NOTINITIALIZED);
-}
-
-TEST_F(RefusedMicrophone, ThatGetsNoMemoryIsNotLeftOpen) {
-    Owned<WaveInput> input;
-    WithoutMemory([&] { OpenWaveInput(input); }, [] {});
-    EXPECT_FALSE(input);
 }
 
 std::atomic<bool> countsRounds{false};

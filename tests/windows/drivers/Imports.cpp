@@ -22,7 +22,8 @@ std::atomic<DWORD> starvedThread = 0;
 std::atomic<std::size_t> starvedBytes = 0;
 std::atomic<DWORD> countedThread = 0;
 std::atomic<unsigned> requests = 0;
-std::atomic<DWORD> starvedPaint = 0;  ///< the thread that paints the main window without memory
+std::atomic<DWORD> starvedPaint = 0;  ///< the thread that paints the main window with little memory
+constexpr std::size_t paintBytes = 256;
 
 std::pair<unsigned long, unsigned long> TwoNumbers(const std::string& text) {
     char* rest = nullptr;
@@ -46,7 +47,9 @@ bool MayHave(std::size_t size) {
     if (thread == countedThread) {
         ++requests;
     }
-    return thread != starvedPaint && (thread != starvedThread || size < starvedBytes);
+    const bool painting = thread == starvedPaint && size >= paintBytes;
+    const bool working = thread == starvedThread && size >= starvedBytes;
+    return !painting && !working;
 }
 
 void* Allocate(std::size_t size) { return MayHave(size) ? std::malloc(size) : nullptr; }
@@ -135,6 +138,34 @@ HANDLE WINAPI MakeTimer(SECURITY_ATTRIBUTES* security, BOOL manual, const wchar_
     return Fails("CreateWaitableTimerW") ? nullptr : CreateWaitableTimerW(security, manual, name);
 }
 
+// Waits
+
+/// Calls `wait` with the milliseconds that the script puts in place of those that the program asks for.
+template <class Wait>
+DWORD ScriptedWait(DWORD milliseconds, Wait wait) {
+    for (const std::string& value : Values("wait")) {
+        const auto [asked, instead] = TwoNumbers(value);
+        if (asked != milliseconds) {
+            continue;
+        }
+        const DWORD answer = wait(instead);
+        if (answer == WAIT_TIMEOUT) {
+            Note("a wait of " + std::to_string(milliseconds) + " ms timed out");
+        }
+        return answer;
+    }
+    return wait(milliseconds);
+}
+
+DWORD WINAPI WaitForOne(HANDLE handle, DWORD milliseconds) {
+    return ScriptedWait(milliseconds, [&](DWORD scripted) { return WaitForSingleObject(handle, scripted); });
+}
+
+DWORD WINAPI WaitForSeveral(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds) {
+    return ScriptedWait(milliseconds,
+                        [&](DWORD scripted) { return WaitForMultipleObjects(count, handles, all, scripted); });
+}
+
 HRESULT WINAPI EnterCom(void* reserved, DWORD kind) {
     const Verdict verdict = Called("CoInitializeEx");
     const unsigned long hungry = std::strtoul(Value("starve-sound", "0").c_str(), nullptr, 10);
@@ -191,7 +222,7 @@ struct Import {
 };
 
 const Import* ImportNamed(const char* name) {
-    static const std::array<Import, 12> imports = {{
+    static const std::array<Import, 14> imports = {{
         {"malloc", reinterpret_cast<void*>(Allocate)},
         {"calloc", reinterpret_cast<void*>(AllocateZeroed)},
         {"realloc", reinterpret_cast<void*>(Reallocate)},
@@ -200,6 +231,8 @@ const Import* ImportNamed(const char* name) {
         {"CreateEventW", reinterpret_cast<void*>(MakeEvent)},
         {"CreateWaitableTimerExW", reinterpret_cast<void*>(MakePreciseTimer)},
         {"CreateWaitableTimerW", reinterpret_cast<void*>(MakeTimer)},
+        {"WaitForSingleObject", reinterpret_cast<void*>(WaitForOne)},
+        {"WaitForMultipleObjects", reinterpret_cast<void*>(WaitForSeveral)},
         {"CoInitializeEx", reinterpret_cast<void*>(EnterCom)},
         {"SetCurrentProcessExplicitAppUserModelID", reinterpret_cast<void*>(TakeIdentity)},
         {"GetClientRect", reinterpret_cast<void*>(TakeSize)},

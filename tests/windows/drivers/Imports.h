@@ -1,23 +1,26 @@
-// The calls of the system that the program under test makes itself, so that a script may let them fail.
+// Replaces functions of the system in the program under test, so that a script can make the program's own calls fail.
 //
-// The program's table of imports is changed in memory; its file and all other modules are left alone. Entries:
+// Only the program's import table in memory changes; its file and all other modules stay as they are. Entries:
 //   CreateEventW, CreateWaitableTimerExW, CreateWaitableTimerW, CoInitializeEx
 //   CreateNamedPipeW:STEM, ConnectNamedPipe:STEM     STEM is the pipe's name up to its first "-"
-// CODE is what GetLastError answers then, and the result of CoInitializeEx. Besides
-//   set starve N BYTES            from round N on, the thread that captures gets no memory in pieces of BYTES or more
-//   set starve-sound BYTES        the thread of the sound gets none from its start
-//   set starve-paints N LAST      the interface gets none at all in these paintings of the main window, and notes it
-//   set count N LAST              notes how often the thread that captures asks for memory between these rounds
-// A round is a request for a desktop image, counted from 1 for each duplication. The taskbar identity that the program
-// gives itself is noted.
+// A call that fails sets CODE as the last error; CoInitializeEx returns it. Values:
+//   set wait MS INSTEAD           a wait of exactly MS milliseconds for handles ends after INSTEAD milliseconds; a note
+//                                 reports every one that times out
+//   set starve N BYTES            from round N on, allocations of BYTES or more fail on the capture thread
+//   set starve-sound BYTES        the same on the audio thread, from its start on
+//   set starve-paints N LAST      allocations of 256 bytes or more fail while the main window is painted for the N-th
+//                                 to the LAST time; a note reports every paint that is aborted
+//   set count N LAST              a note reports how many allocations the capture thread makes between these rounds
+// A round is a request for a desktop image, counted from 1 for each duplication. A note reports the taskbar identity
+// that the program sets.
 #pragma once
 
 namespace zv::drivers {
 
-/// Once a process; later calls only end what `Round` has begun.
+/// Replaces the imports at the first call; every call resets what `Round` started.
 void WatchImports();
 
-/// To be called on the thread that captures.
+/// Called on the capture thread at every request for a desktop image.
 void Round(unsigned number);
 
 }  // namespace zv::drivers
