@@ -6,7 +6,9 @@
 #include <thread>
 
 #include "ui/commands/CaptureJobs.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/commands/FastJobs.h"
+#include "ui/kit/DrawingContext.h"
+#include "ui/state/Engine.h"
 #include "ui/windows/MainWindow.h"
 
 namespace zv {
@@ -26,6 +28,7 @@ void Await(const FutureSlot<T>& slot) {
 
 Interface::Interface() {
     Ui() = {};
+    Drawing() = {};
     fake::ResetCalls();
     fake::ResetWindows();
     fake::ResetEngine(Engine());
@@ -55,9 +58,9 @@ Interface::Interface() {
 Interface::~Interface() {
     gate_.Open();
     window_.reset();
-    Ui().captureJobSlot.Wait();
-    Ui().capturePollSlot.Wait();
-    Ui().screenshotSlot.Wait();
+    Ui().capture.job.Wait();
+    Ui().capture.poll.Wait();
+    Ui().screenshot.job.Wait();
     EXPECT_FALSE(fake::TheEngine().overlapped) << "two threads were inside the engine at once";
     fake::ResetCalls();
 }
@@ -91,9 +94,9 @@ std::intptr_t Interface::Send(std::uint32_t code, std::uintptr_t wParam, std::in
 }
 void Interface::Tick() { Send(message::timer, housekeepingTimer); }
 void Interface::Collect() { Send(message::timer, collectionTimer); }
-void Interface::AwaitJob() { Await(Ui().captureJobSlot); }
-void Interface::AwaitPoll() { Await(Ui().capturePollSlot); }
-void Interface::AwaitScreenshot() { Await(Ui().screenshotSlot); }
+void Interface::AwaitJob() { Await(Ui().capture.job); }
+void Interface::AwaitPoll() { Await(Ui().capture.poll); }
+void Interface::AwaitScreenshot() { Await(Ui().screenshot.job); }
 
 void Interface::FinishJob() {
     AwaitJob();

@@ -7,9 +7,11 @@
 
 #include "fake/Canvas.h"
 #include "ui/Interface.h"
+#include "ui/commands/Notifications.h"
+#include "ui/kit/Fonts.h"
+#include "ui/pages/ShortcutEditor.h"
 #include "ui/windows/Badge.h"
-#include "ui/windows/Notifications.h"
-#include "ui/windows/ShortcutEditor.h"
+#include "ui/windows/ToastWindow.h"
 
 namespace zv {
 

@@ -10,6 +10,7 @@
 #include "fake/Canvas.h"
 #include "fake/Window.h"
 #include "ui/kit/DrawingFrame.h"
+#include "ui/kit/Fonts.h"
 #include "ui/kit/HitTargets.h"
 #include "ui/kit/Icons.h"
 #include "ui/state/UiGlobals.h"
@@ -20,6 +21,7 @@ class Pages : public testing::Test {
 protected:
     Pages() {
         Ui() = {};
+        Drawing() = {};
         ForgetCachedIcons();
         fake::ResetCalls();
         fake::ResetWindows();
@@ -28,6 +30,8 @@ protected:
         ThePage() = {};
         Ui().mainState.pages = PaintThePage;
         Ui().overlayState.pages = PaintThePage;
+        Ui().mainState.afterAction = InvalidatePages;
+        Ui().overlayState.afterAction = InvalidatePages;
         mainWindow_ = MakeWindow(Options(MainProcedure));
         overlayWindow_ = MakeWindow(Options(OverlayProcedure));
         Ui().mainWindow = mainWindow_.get();
@@ -38,6 +42,7 @@ protected:
         overlayWindow_.reset();
         ThePage() = {};
         Ui() = {};
+        Drawing() = {};
         ForgetCachedIcons();
         EXPECT_EQ(fake::LivingCanvases(), 0);
         EXPECT_EQ(fake::LivingFonts(), 0);

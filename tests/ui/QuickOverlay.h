@@ -10,9 +10,10 @@
 #include "ui/Interface.h"
 #include "ui/commands/Commands.h"
 #include "ui/kit/DrawingFrame.h"
+#include "ui/kit/Fonts.h"
 #include "ui/kit/HitTargets.h"
 #include "ui/kit/Icons.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/state/Engine.h"
 #include "ui/windows/Overlay.h"
 
 namespace zv {

@@ -10,28 +10,29 @@
 #include "platform/Clock.h"
 #include "platform/Environment.h"
 #include "ui/commands/CaptureJobs.h"
+#include "ui/commands/CaptureSettings.h"
+#include "ui/commands/FastJobs.h"
 #include "ui/commands/Hotkeys.h"
+#include "ui/commands/Notifications.h"
+#include "ui/commands/Status.h"
 #include "ui/kit/Colors.h"
-#include "ui/kit/HitTargets.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/navigation/Navigation.h"
+#include "ui/state/CurrentGame.h"
+#include "ui/state/Engine.h"
 #include "ui/state/UiGlobals.h"
-#include "ui/windows/Badge.h"
-#include "ui/windows/Notifications.h"
-#include "ui/windows/Overlay.h"
 
 namespace zv {
 namespace {
 
-/// How the replay is wanted, copied at the moment of a command for the worker that starts it.
-struct ReplayWish {
+/// The replay settings at the time of a command, for the worker that starts the replay.
+struct ReplayOptions {
     bool enable = CurrentSettings().instantReplay;
     std::int32_t seconds = static_cast<std::int32_t>(CurrentSettings().replaySeconds);
 };
 
-bool JobOrRecordingRuns() { return Ui().captureJobSlot.IsBusy() || GetRecordingStatus().recording; }
+bool JobOrRecordingRuns() { return Ui().capture.job.IsBusy() || GetRecordingStatus().recording; }
 
-/// The windows follow the settings.
-void ShowNewSettings() {
+void ApplySettingsToWindows() {
     if (AppWindow* overlay = Ui().overlayWindow) {
         SetColorKey(*overlay, color::overlayKey);
     }
@@ -39,6 +40,7 @@ void ShowNewSettings() {
     InvalidatePages();
 }
 
+/// Shows the reason if `refused` is true. Returns `refused`.
 bool RefusedWith(bool refused, const Text& reason) {
     if (refused) {
         ShowStatus(reason);
@@ -59,7 +61,7 @@ void SaveReplay() {
 }
 
 void ToggleRecording() {
-    if (RefusedWith(Ui().captureJobSlot.IsBusy(), u"Please wait for the current capture operation.")) {
+    if (RefusedWith(Ui().capture.job.IsBusy(), u"Please wait for the current capture operation.")) {
         return;
     }
     if (Engine().state == EngineState::Recording) {
@@ -70,7 +72,7 @@ void ToggleRecording() {
         return;
     }
     const Text folder = CurrentGameFolder();
-    Ui().recordingStartTime = SteadyNs();
+    Ui().capture.recordingStartTime = SteadyNs();
     CaptureJob([folder] {
         Engine().StartRecording(BuildCapturePath(folder, recordingStem, videoExtension));
         return Engine().statusText;
@@ -78,11 +80,10 @@ void ToggleRecording() {
 }
 
 void TakeScreenshot() {
-    UiGlobals& ui = Ui();
-    if (RefusedWith(ui.screenshotSlot.IsBusy(), u"Saving screenshot...")) {
+    if (RefusedWith(Ui().screenshot.job.IsBusy(), u"Saving screenshot...")) {
         return;
     }
-    ui.reopenOverlayAfterScreenshot = IsOverlayShown();
+    Ui().screenshot.reopenOverlayAfterScreenshot = IsOverlayShown();
     HideOverlay();
     HideBadge();
     HideToast();
@@ -91,67 +92,63 @@ void TakeScreenshot() {
         return SaveScreenshot(folder, monitor);
     };
     ShowStatus(u"Saving screenshot...");
-    if (ui.mainWindow != nullptr) {
-        StartTimer(*ui.mainWindow, collectionTimer, collectionPeriodMs);
-    }
-    ui.screenshotSlot.Start(std::move(task), Text(screenshotBrokenOff));
+    ArmCollectionTimer();
+    Ui().screenshot.job.Start(std::move(task), Text(screenshotBrokenOff));
 }
 
 bool CollectScreenshot() {
-    if (!Ui().screenshotSlot.IsFinished()) {
+    if (!Ui().screenshot.job.IsFinished()) {
         return false;
     }
-    const Text result = Ui().screenshotSlot.Take();
-    // A scan of the library follows, since there may be a new file.
-    if (std::exchange(Ui().reopenOverlayAfterScreenshot, false) && Ui().overlayWindow != nullptr) {
-        ShowWithoutActivating(*Ui().overlayWindow);
-        Ui().lastOverlayActivity = TickMs();
+    const Text result = Ui().screenshot.job.Take();
+    if (std::exchange(Ui().screenshot.reopenOverlayAfterScreenshot, false)) {
+        ReopenOverlay();
     }
     ShowStatus(result);
     return true;
 }
 
 void StartReplayJob() {
-    CaptureJob([wish = ReplayWish{}] {
-        Engine().StartReplay(wish.enable, wish.seconds);
+    CaptureJob([replay = ReplayOptions{}] {
+        Engine().StartReplay(replay.enable, replay.seconds);
         return Engine().statusText;
     });
 }
 
 void RestartCaptureJob() {
-    CaptureJob([config = MakeCaptureConfig(), wish = ReplayWish{}] {
+    CaptureJob([config = MakeCaptureConfig(), replay = ReplayOptions{}] {
         Engine().StopAll();
         if (Engine().Configure(config)) {
-            Engine().StartReplay(wish.enable, wish.seconds);
+            Engine().StartReplay(replay.enable, replay.seconds);
         }
         return Engine().statusText;
     });
 }
 
 void SaveSettingsAndRefresh(const Text& message) {
-    if (RefusedWith(Ui().captureJobSlot.IsBusy(), u"Please wait for the capture operation.")) {
+    if (RefusedWith(Ui().capture.job.IsBusy(), u"Please wait for the capture operation.")) {
         return;
     }
     ValidateSettings(CurrentSettings());
     const CaptureConfig config = MakeCaptureConfig();
     SaveSettings(CurrentSettings());
-    ShowNewSettings();
+    ApplySettingsToWindows();
     AddActivity(u"Settings", message);
-    CaptureJob([config, wish = ReplayWish{}] {
+    CaptureJob([config, replay = ReplayOptions{}] {
         if (Engine().Configure(config)) {
-            Engine().StartReplay(wish.enable, wish.seconds);
+            Engine().StartReplay(replay.enable, replay.seconds);
         }
         return Engine().statusText;
     });
 }
 
 void ApplyCaptureChange(const std::function<void()>& change) {
-    if (RefusedWith(Ui().captureJobSlot.IsBusy(), u"Applying a capture change. Navigation is still available.") ||
+    if (RefusedWith(Ui().capture.job.IsBusy(), u"Applying a capture change. Navigation is still available.") ||
         RefusedWith(GetRecordingStatus().recording, u"Stop the manual recording before changing capture settings.")) {
         return;
     }
     change();
-    Ui().secondsReady = 0;
+    Ui().capture.secondsReady = 0;
     SaveSettingsAndRefresh(u"Settings saved");
 }
 

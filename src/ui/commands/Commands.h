@@ -1,5 +1,5 @@
-// What a key, a button or a menu item sets off. Each one guards, takes what it needs from the settings at the moment of
-// the command, and hands a function to CaptureJob or, for a screenshot, to a worker of its own. A refusal is always a
+// What a key, a button or a menu item starts. A command checks whether it is allowed, copies what it needs from the
+// settings, and passes a function to CaptureJob or, for a screenshot, to a worker of its own. A refusal is always a
 // status text. Interface thread only.
 #pragma once
 
@@ -11,36 +11,36 @@ namespace zv {
 
 void SaveReplay();
 
-/// Starts a manual recording, or ends and saves the one that runs.
+/// Starts a manual recording, or finishes the one that runs.
 void ToggleRecording();
 
-/// Takes the chosen monitor into a PNG file, also while a job runs: it has a slot of its own. An overlay that is open
-/// hides until the picture is there.
+/// Saves a picture of the selected monitor as a PNG file, also while a capture job runs. Hides an open overlay until
+/// the picture is saved.
 void TakeScreenshot();
 
-/// Shows the result of a finished screenshot and empties its slot. False when there is none.
+/// Shows the result of a finished screenshot and empties its slot. Returns false if none is finished.
 bool CollectScreenshot();
 
-/// Starts the replay as the settings have it: the first job of the session.
+/// Starts the replay according to the settings: the first job of the session.
 void StartReplayJob();
 
-/// After a change of the desktop's monitors: everything stopped, configured anew and, where it is wanted, started.
+/// Stops the engine, configures it again and starts the replay if it is enabled. For a display change.
 void RestartCaptureJob();
 
-/// Repairs and saves the settings, notes `message` in the activity log and applies them to the engine.
+/// Validates and saves the settings, adds `message` to the activity log and applies the settings to windows and engine.
 void SaveSettingsAndRefresh(const Text& message);
 
-/// The path of every control that alters a capture setting. `change` alters the settings.
+/// Called by every control that changes a capture setting. `change` changes the settings.
 void ApplyCaptureChange(const std::function<void()>& change);
 
-/// Whether the user may pick another monitor, or another FFmpeg, at this moment. Says why not.
+/// Returns whether the user may select another monitor or FFmpeg now. Shows the reason if not.
 bool MayChooseMonitor();
 bool MayChooseRuntime();
 
-/// Takes the FFmpeg that the user picked, for this session and the next ones.
+/// Uses the FFmpeg that the user selected, in this session and the next ones.
 void UseRuntime(const Text& ffmpegPath);
 
-/// All settings, the keys among them, as on a first start.
+/// Resets all settings, including the shortcuts.
 void RestoreDefaults();
 
 }  // namespace zv

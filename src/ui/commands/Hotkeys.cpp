@@ -3,8 +3,8 @@
 #include "core/Settings.h"
 #include "platform/Keyboard.h"
 #include "ui/commands/Commands.h"
+#include "ui/navigation/Navigation.h"
 #include "ui/state/UiGlobals.h"
-#include "ui/windows/Overlay.h"
 
 namespace zv {
 namespace {
@@ -40,7 +40,7 @@ bool Reserve(AppWindow& window, int id, std::uint32_t modifiers, std::uint32_t k
 }
 
 bool Refuse(TextView reason) {
-    Ui().shortcutError = reason;
+    Ui().shortcutEditor.error = reason;
     return false;
 }
 
@@ -80,7 +80,7 @@ bool TryRebindHotkey(int index, std::uint32_t modifiers, std::uint32_t key) {
     if (modifiers == ModsOf(index) && key == KeyOf(index) && RegisteredFlag(index)) {
         return true;
     }
-    // The probe tells whether the combination is free without giving up the one in use.
+    // The probe shows whether the combination is free, while the present one stays registered.
     if (!Reserve(window, probeHotkeyId, modifiers, key)) {
         return Refuse(u"Shortcut is used by another app. Choose a different one.");
     }

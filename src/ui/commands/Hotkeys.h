@@ -1,5 +1,5 @@
-// The four global shortcuts that reach the program from inside a game: their table, their reservation with the system,
-// and the rules that a new one must pass. Interface thread only.
+// The four global shortcuts, which work while a game is in front: their table, their registration with the system, and
+// the rules for a new one. Interface thread only.
 #pragma once
 
 #include <cstdint>
@@ -18,23 +18,24 @@ inline constexpr int takeScreenshot = 3;
 inline constexpr int count = 4;
 }  // namespace shortcutAction
 
-inline constexpr int probeHotkeyId = 90;  ///< finds out whether a combination is free; never left reserved
+inline constexpr int probeHotkeyId = 90;  ///< tests whether a combination is free; never left registered
 
-/// How the settings name the action.
+/// The name of the action on the settings page.
 TextView ShortcutLabel(int index);
 
-/// Reserves the four shortcuts of the settings; `hotkeyRegistered` of the interface's state says which were free.
+/// Registers the four shortcuts of the settings and sets UiGlobals::hotkeyRegistered.
 void RegisterHotkeys(AppWindow& window);
 void UnregisterHotkeys(AppWindow& window);
 
-/// Gives an action another shortcut and saves it. False leaves the old one in force and a sentence in `shortcutError`.
+/// Changes the shortcut of an action and saves it. On failure keeps the old one, sets ShortcutEditorRecord::error and
+/// returns false.
 /// `modifiers` are bits of keyModifier without noRepeat, `key` is a virtual-key code.
 bool TryRebindHotkey(int index, std::uint32_t modifiers, std::uint32_t key);
 
-/// How the whole interface names the action's shortcut, "Ctrl + Alt + R" for one.
+/// The text of an action's shortcut, for example "Ctrl + Alt + R".
 Text HotkeyText(int index);
 
-/// Carries out what the hot key stands for; other ids are ignored.
+/// Runs the command of a hot key. Ignores other ids.
 void RunHotkey(std::uintptr_t id);
 
 }  // namespace zv

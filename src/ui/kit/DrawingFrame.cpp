@@ -1,10 +1,9 @@
 #include "ui/kit/DrawingFrame.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "ui/kit/Colors.h"
-#include "ui/state/UiGlobals.h"
+#include "ui/kit/DrawingContext.h"
 
 namespace zv {
 namespace {
@@ -12,21 +11,20 @@ namespace {
 constexpr double leastMainScale = 0.25;
 constexpr double leastOverlayScale = 0.1;
 constexpr std::int32_t stripHeight = 32;
-constexpr std::int32_t buttonCorner = 12;
 
-/// The primitives register into `state` for the length of a scope. Where a painting breaks off, the targets stay those
-/// of the last one, which is what the window goes on showing.
+/// Makes `state` the one that the controls register into until the end of the scope. An exception before End restores
+/// the targets of the last paint, because the window still shows that one.
 class Painting {
 public:
     explicit Painting(UiState& state) : state_(state) {
         before_.swap(state.targets);
-        Ui().painting = &state;
+        Drawing().painting = &state;
     }
     ~Painting() {
         if (!whole_) {
             state_.targets.swap(before_);
         }
-        Ui().painting = nullptr;
+        Drawing().painting = nullptr;
     }
     Painting(const Painting&) = delete;
     Painting& operator=(const Painting&) = delete;
@@ -39,7 +37,7 @@ private:
     bool whole_ = false;
 };
 
-/// The background comes first: the logical size is truncated, and a row or column may be left over by the pages.
+/// Fills the background first: the logical size is truncated, so the pages may leave a row or column unpainted.
 void RenderScaled(Canvas& canvas, UiState& state, Color background, double top) {
     const PixelView view = PixelsOf(canvas);
     FillBox(canvas, {0, 0, view.width, view.height}, background);
@@ -48,42 +46,15 @@ void RenderScaled(Canvas& canvas, UiState& state, Color background, double top) 
     PopTransform(canvas);
 }
 
-/// Each strip is a whole pass over the pages of which only a part lands on the canvas.
+/// Each strip is a whole pass over the pages, of which the canvas keeps a part.
 void PaintInStrips(AppWindow& window, UiState& state, Color background, std::int32_t width, std::int32_t height) {
     const Owned<Canvas> strip = MakeCanvas(width, stripHeight);
     if (!strip) {
-        PutPixels(window, nullptr, 0, 0);  // or the message would come again at once, for ever
+        PutPixels(window, nullptr, 0, 0);  // validates the window, or the system would send the message again at once
     }
     for (std::int32_t top = 0; strip && top < height; top += stripHeight) {
         RenderScaled(*strip, state, background, top);
         PutPixelRows(window, PixelsOf(*strip).pixels, width, std::min(stripHeight, height - top), top);
-    }
-}
-
-Color FillOf(const Button& button) {
-    if (!button.enabled) {
-        return color::buttonDisabled;
-    }
-    if (IsHovered(button.id)) {
-        return button.primary ? color::primaryButtonHovered : color::buttonHovered;
-    }
-    return button.primary ? Ui().accentColor : button.selected ? color::buttonSelected : color::button;
-}
-
-Color LabelColorOf(const Button& button) {
-    if (!button.enabled) {
-        return color::mutedText;
-    }
-    return button.primary ? color::textOnPrimaryButton : color::primaryText;
-}
-
-Rectangle Inset(const Rectangle& box, std::int32_t depth) {
-    return {box.left + depth, box.top + depth, box.right - depth, box.bottom - depth};
-}
-
-void DrawInFont(Canvas& canvas, const Rectangle& box, TextView text, Color color, FontRole role, TextLayout layout) {
-    if (const Font* font = FontOf(role)) {
-        DrawTextInBox(canvas, box, text, color, *font, layout);
     }
 }
 
@@ -122,7 +93,7 @@ void PaintWindow(AppWindow& window, UiState& state, bool overlay) {
     try {
         RenderScaled(*state.backBuffer, state, background, 0);
     } catch (...) {
-        state.backBuffer.reset();  // half painted, and under transforms that nobody takes back
+        state.backBuffer.reset();  // half painted, with transforms still pushed
         throw;
     }
     PutPixels(window, PixelsOf(*state.backBuffer).pixels, width, height);
@@ -132,7 +103,7 @@ bool EnsureBackBuffer(UiState& state, std::int32_t width, std::int32_t height) {
     if (state.backBuffer && state.backWidth == width && state.backHeight == height) {
         return true;
     }
-    state.backBuffer.reset();  // before the new one is made: there may be room for one only
+    state.backBuffer.reset();  // first: there may be memory for one only
     state.backBuffer = MakeCanvas(width, height);
     state.backWidth = state.backBuffer ? width : 0;
     state.backHeight = state.backBuffer ? height : 0;
@@ -146,37 +117,6 @@ void RenderUi(Canvas& canvas, UiState& state) {
         state.pages(canvas);
     }
     painting.End();
-}
-
-void AddTarget(std::int32_t id, const Rectangle& box, std::function<void()> action) {
-    Ui().painting->targets.push_back({box, std::move(action), id});
-}
-
-bool IsHovered(std::int32_t id) { return Ui().painting->hoverId == id; }
-bool IsPressed(std::int32_t id) { return Ui().painting->pressedId == id; }
-
-void DrawButton(Canvas& canvas, Button button) {
-    FillRoundBox(canvas, button.box, buttonCorner, FillOf(button));
-    DrawCentredText(canvas, button.box, button.label, LabelColorOf(button), FontRole::Bold);
-    if (!button.enabled) {
-        return;
-    }
-    AddTarget(button.id, button.box, std::move(button.action));
-    if (button.id == Ui().painting->focusId) {
-        FrameBox(canvas, Inset(button.box, 3), 1, Ui().accentColor);
-    }
-}
-
-void DrawTextLine(Canvas& canvas, const Rectangle& box, TextView text, Color color, FontRole font) {
-    DrawInFont(canvas, box, text, color, font, TextLayout::Line);
-}
-
-void DrawCentredText(Canvas& canvas, const Rectangle& box, TextView text, Color color, FontRole font) {
-    DrawInFont(canvas, box, text, color, font, TextLayout::CentredLine);
-}
-
-void DrawWrappedText(Canvas& canvas, const Rectangle& box, TextView text, Color color, FontRole font) {
-    DrawInFont(canvas, box, text, color, font, TextLayout::Wrapped);
 }
 
 }  // namespace zv

@@ -2,15 +2,13 @@
 
 #include <algorithm>
 
-#include "ui/state/UiGlobals.h"
-
 namespace zv {
 namespace {
 
 std::int32_t LowWord(std::intptr_t value) { return static_cast<std::int16_t>(value & 0xFFFF); }
 std::int32_t HighWord(std::intptr_t value) { return static_cast<std::int16_t>(value >> 16 & 0xFFFF); }
 
-/// Where a mouse message happened, in design pixels. A captured mouse may be left of the window or above it.
+/// The position of a mouse message in design pixels. It is negative if a captured mouse is left of the window or above.
 Point DesignPoint(const UiState& state, std::intptr_t lParam) {
     return {static_cast<std::int32_t>(LowWord(lParam) / state.scale),
             static_cast<std::int32_t>(HighWord(lParam) / state.scale)};
@@ -66,7 +64,7 @@ bool OnSetCursor(AppWindow& window, const UiState& state, std::intptr_t lParam) 
     return true;
 }
 
-/// -1 without a focus. Where targets share the id they count as one, or the focus would never get past them.
+/// Returns -1 without a focus. Targets that share an id count as one, or the focus would never get past them.
 std::int32_t IndexOfFocus(const UiState& state, bool first) {
     std::int32_t index = -1;
     for (std::size_t i = 0; i < state.targets.size() && !(first && index >= 0); ++i) {
@@ -119,10 +117,12 @@ void ActivateTarget(UiState& state, std::int32_t id) {
     const auto found = std::find_if(state.targets.begin(), state.targets.end(),
                                     [id](const HitTarget& target) { return target.id == id; });
     if (found != state.targets.end() && found->action) {
-        const std::function<void()> action = found->action;  // a paint on the way ends the target
+        const std::function<void()> action = found->action;  // a paint during the action destroys the target
         action();
     }
-    InvalidatePages();
+    if (state.afterAction != nullptr) {
+        state.afterAction();
+    }
 }
 
 bool MoveFocus(UiState& state, bool backwards) {
@@ -134,14 +134,6 @@ bool MoveFocus(UiState& state, bool backwards) {
     const std::int32_t next = (backwards ? index + count - 1 : index + 1) % count;
     state.focusId = state.targets[static_cast<std::size_t>(next)].id;
     return true;
-}
-
-void InvalidatePages() {
-    for (AppWindow* window : {Ui().mainWindow, Ui().overlayWindow}) {
-        if (window != nullptr) {
-            InvalidateWindow(*window);
-        }
-    }
 }
 
 }  // namespace zv

@@ -3,8 +3,7 @@
 #include <utility>
 
 #include "ui/kit/Colors.h"
-#include "ui/kit/DrawingFrame.h"
-#include "ui/kit/OverlayIcons.h"
+#include "ui/kit/Controls.h"
 
 namespace zv {
 namespace {
@@ -19,33 +18,31 @@ void FillControl(Canvas& canvas, std::int32_t id, const Rectangle& box) {
     FillBox(canvas, box, IsPressed(id) ? color::overlayTilePressed : color::black);
 }
 
-/// Where the label goes when the icon has its place.
+/// What the icon leaves for the label.
 Rectangle LabelBox(const OverlayButton& button) {
     Rectangle box = button.box;
-    switch (OverlayIconPlaceOf(button.id)) {
-        case OverlayIconPlace::Left:
-            box.left += 40;
-            break;
-        case OverlayIconPlace::Above:
-            box.top += 31;
-            break;
-        case OverlayIconPlace::None:
-            break;
+    if (button.icon == OverlayIcon::None) {
+        return box;
+    }
+    if (IsAboveLabel(button.icon)) {
+        box.top += 31;
+    } else {
+        box.left += 40;
     }
     return box;
 }
 
 PointF IconCentre(const OverlayButton& button) {
     const Rectangle& box = button.box;
-    if (OverlayIconPlaceOf(button.id) == OverlayIconPlace::Left) {
-        return {box.left + 24.0, static_cast<double>(Middle(box.top, box.bottom))};
+    if (IsAboveLabel(button.icon)) {
+        return {static_cast<double>(Middle(box.left, box.right)), box.top + 17.0};
     }
-    return {static_cast<double>(Middle(box.left, box.right)), box.top + 17.0};
+    return {box.left + 24.0, static_cast<double>(Middle(box.top, box.bottom))};
 }
 
 void DrawIconOf(Canvas& canvas, const OverlayButton& button) {
     PushTransform(canvas, IconCentre(button), 1);
-    DrawOverlayIcon(canvas, button.id,
+    DrawOverlayIcon(canvas, button.icon,
                     {.active = button.active, .hovered = IsHovered(button.id), .pressed = IsPressed(button.id)});
     PopTransform(canvas);
 }
@@ -71,7 +68,7 @@ void DrawOverlayButton(Canvas& canvas, OverlayButton button) {
     if (IsHovered(button.id) || IsPressed(button.id)) {
         FrameBox(canvas, button.box, buttonFrame, color::purple);
     }
-    if (OverlayIconPlaceOf(button.id) != OverlayIconPlace::None) {
+    if (button.icon != OverlayIcon::None) {
         DrawIconOf(canvas, button);
     }
     DrawCentredText(canvas, LabelBox(button), button.label, LabelColor(button), FontRole::Small);

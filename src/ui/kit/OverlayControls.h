@@ -1,4 +1,4 @@
-// The two kinds of control that only the overlay has: black boxes with a purple frame, whatever the theme.
+// The two kinds of control that only the overlay has: black boxes with a purple frame in every theme.
 #pragma once
 
 #include <cstdint>
@@ -7,15 +7,16 @@
 #include "core/Text.h"
 #include "platform/Canvas.h"
 #include "ui/kit/Icons.h"
+#include "ui/kit/OverlayIcons.h"
 #include "ui/kit/UiState.h"
 
 namespace zv {
 
-/// Some ids have a line icon: OverlayIcons.h.
 struct OverlayButton {
     std::int32_t id = noTarget;
     Rectangle box = {};
     Text label = {};
+    OverlayIcon icon = OverlayIcon::None;
     std::function<void()> action = {};
     bool active = false;
     bool enabled = true;  ///< false: not registered
@@ -30,7 +31,7 @@ struct OverlayTile {
     IconKind icon = IconKind::Replay;
     std::function<void()> action = {};
     bool active = false;
-    bool enabled = true;  ///< false: not registered, and framed as if the mouse were over it
+    bool enabled = true;  ///< false: not registered, and framed like a hovered one
 };
 void DrawOverlayTile(Canvas& canvas, OverlayTile tile);
 

@@ -1,20 +1,11 @@
 #include "ui/kit/OverlayIcons.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "ui/kit/Colors.h"
 
 namespace zv {
 namespace {
 
 constexpr double penWidth = 2;
-
-void DrawCamera(Canvas& canvas, Pen pen) {
-    const PointF body[] = {{-11, -6}, {-6, -6}, {-4, -9}, {4, -9}, {6, -6}, {11, -6}, {11, 8}, {-11, 8}};
-    StrokeLines(canvas, body, true, pen);
-    StrokeArc(canvas, {{0, 1}, 4}, pen);
-}
 
 void DrawWindow(Canvas& canvas, Pen pen) {
     const PointF edge[] = {{-11, -8}, {11, -8}, {11, 8}, {-11, 8}};
@@ -51,25 +42,24 @@ void DrawSpeaker(Canvas& canvas, Pen pen) {
     StrokeArc(canvas, {{0, 0}, 8, -50, 100}, pen);
 }
 
-using IconPainter = void (*)(Canvas& canvas, Pen pen);
-
-/// A row without a painter is the gear, which comes from the cache of the big icons.
-struct IconRow {
-    std::int32_t buttonId = 0;
-    OverlayIconPlace place = OverlayIconPlace::None;
-    IconPainter paint = nullptr;
-};
-constexpr IconRow rows[] = {
-    {903, OverlayIconPlace::Left, DrawCamera},      {906, OverlayIconPlace::Left, DrawWindow},
-    {908, OverlayIconPlace::Left, DrawPicture},     {913, OverlayIconPlace::Left, DrawPicture},
-    {905, OverlayIconPlace::Above, DrawMicrophone}, {909, OverlayIconPlace::Above, DrawSpeaker},
-    {910, OverlayIconPlace::Above, nullptr},
-};
-
-const IconRow* FindRow(std::int32_t buttonId) {
-    const auto found =
-        std::find_if(std::begin(rows), std::end(rows), [&](const IconRow& row) { return row.buttonId == buttonId; });
-    return found == std::end(rows) ? nullptr : &*found;
+void PaintLines(Canvas& canvas, OverlayIcon icon, Pen pen) {
+    switch (icon) {
+        case OverlayIcon::Window:
+            DrawWindow(canvas, pen);
+            break;
+        case OverlayIcon::Picture:
+            DrawPicture(canvas, pen);
+            break;
+        case OverlayIcon::Microphone:
+            DrawMicrophone(canvas, pen);
+            break;
+        case OverlayIcon::Speaker:
+            DrawSpeaker(canvas, pen);
+            break;
+        case OverlayIcon::None:
+        case OverlayIcon::Gear:
+            break;
+    }
 }
 
 void DrawGear(Canvas& canvas, OverlayIconState state) {
@@ -86,21 +76,16 @@ void DrawControlIcon(Canvas& canvas, IconKind kind, Color color, bool pressed) {
     draw(canvas, 0, 0, kind, color);
 }
 
-OverlayIconPlace OverlayIconPlaceOf(std::int32_t buttonId) {
-    const IconRow* row = FindRow(buttonId);
-    return row == nullptr ? OverlayIconPlace::None : row->place;
+bool IsAboveLabel(OverlayIcon icon) {
+    return icon == OverlayIcon::Microphone || icon == OverlayIcon::Speaker || icon == OverlayIcon::Gear;
 }
 
-void DrawOverlayIcon(Canvas& canvas, std::int32_t buttonId, OverlayIconState state) {
-    const IconRow* row = FindRow(buttonId);
-    if (row == nullptr) {
-        return;
-    }
-    if (row->paint == nullptr) {
+void DrawOverlayIcon(Canvas& canvas, OverlayIcon icon, OverlayIconState state) {
+    if (icon == OverlayIcon::Gear) {
         DrawGear(canvas, state);
         return;
     }
-    row->paint(canvas, {state.active ? color::purple : color::primaryText, penWidth});
+    PaintLines(canvas, icon, {state.active ? color::purple : color::primaryText, penWidth});
 }
 
 }  // namespace zv

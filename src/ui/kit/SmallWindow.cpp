@@ -10,7 +10,7 @@ void PaintSmallWindow(AppWindow& window, const std::function<void(Canvas& canvas
     const std::int32_t height = std::max(bounds.Height(), 1);
     const Owned<Canvas> canvas = MakeCanvas(width, height);
     if (!canvas) {
-        PutPixels(window, nullptr, 0, 0);  // or the message would come again at once, for ever
+        PutPixels(window, nullptr, 0, 0);  // validates the window, or the system would send the message again at once
         return;
     }
     draw(*canvas, {0, 0, width, height});

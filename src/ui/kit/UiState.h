@@ -1,4 +1,4 @@
-// What a window that is drawn by pages remembers between paints. One for the main window, one for the overlay.
+// The state of a window of pages between paints. One record for the main window, one for the overlay.
 #pragma once
 
 #include <cstdint>
@@ -11,14 +11,14 @@ namespace zv {
 
 inline constexpr std::int32_t noTarget = -1;
 
-/// A rectangle that can be clicked, as the last paint registered it.
+/// A rectangle that can be clicked, registered by the last paint.
 struct HitTarget {
     Rectangle box;  ///< design pixels
     std::function<void()> action;
     std::int32_t id = noTarget;
 };
 
-/// Paints all pages of a window and registers their targets in the same pass.
+/// Paints a window's pages and registers their targets.
 using PagePainter = void (*)(Canvas& canvas);
 
 struct UiState {
@@ -33,6 +33,7 @@ struct UiState {
     std::int32_t logicalWidth = 1180;   ///< design size of the client area
     std::int32_t logicalHeight = 740;
     PagePainter pages = nullptr;
+    void (*afterAction)() = nullptr;  ///< called after a target was activated
 };
 
 }  // namespace zv

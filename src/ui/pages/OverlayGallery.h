@@ -1,4 +1,4 @@
-// The overlay's page for what has been captured.
+// The overlay's page of captures.
 #pragma once
 
 #include "platform/Canvas.h"

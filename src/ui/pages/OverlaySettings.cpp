@@ -2,42 +2,40 @@
 
 #include "ui/commands/Hotkeys.h"
 #include "ui/kit/Colors.h"
-#include "ui/kit/DrawingFrame.h"
+#include "ui/kit/Controls.h"
+#include "ui/kit/DrawingContext.h"
 #include "ui/kit/OverlayControls.h"
+#include "ui/navigation/Navigation.h"
+#include "ui/pages/ShortcutEditor.h"
+#include "ui/pages/TargetIds.h"
 #include "ui/state/UiGlobals.h"
-#include "ui/windows/Overlay.h"
-#include "ui/windows/ShortcutEditor.h"
 
 namespace zv {
 namespace {
 
-namespace targetId {
-constexpr std::int32_t back = 970;
-constexpr std::int32_t firstShortcut = 1000;
-}  // namespace targetId
-
 void DrawFrameOfPage(Canvas& canvas) {
     FillBox(canvas, {150, 70, 870, 540}, color::overlayPanel);
-    DrawOverlayButton(canvas, {.id = targetId::back, .box = {163, 80, 250, 113}, .label = u"< Back", .action = [] {
-                                   Ui().overlayPage = overlayPage::tiles;
-                               }});
+    DrawOverlayButton(canvas,
+                      {.id = overlayTarget::settingsBack, .box = {163, 80, 250, 113}, .label = u"< Back", .action = [] {
+                           SelectOverlayPage(overlayPage::tiles);
+                       }});
     DrawCentredText(canvas, {300, 79, 700, 115}, u"Settings", color::primaryText, FontRole::Bold);
 }
 
 void DrawSectionTitle(Canvas& canvas, TextView title) {
-    DrawCentredText(canvas, {320, 126, 700, 159}, title, Ui().accentColor, FontRole::Bold);
+    DrawCentredText(canvas, {320, 126, 700, 159}, title, Drawing().accentColor, FontRole::Bold);
 }
 
 void DrawShortcutRow(Canvas& canvas, int index) {
     const std::int32_t top = 177 + 67 * index;
     DrawTextLine(canvas, {173, top, 400, top + 31}, ShortcutLabel(index), color::primaryText, FontRole::Small);
-    DrawButton(canvas, {.id = targetId::firstShortcut + index,
+    DrawButton(canvas, {.id = overlayTarget::firstShortcut + index,
                         .box = {429, top, 835, top + 34},
                         .label = HotkeyText(index),
                         .action = [index] { OpenShortcutEditor(index); }});
     if (!Ui().hotkeyRegistered[static_cast<std::size_t>(index)]) {
         DrawTextLine(canvas, {429, top + 35, 835, top + 57}, u"Shortcut busy - choose a different combination",
-                     Ui().accentColor, FontRole::Small);
+                     Drawing().accentColor, FontRole::Small);
     }
 }
 

@@ -1,15 +1,16 @@
 #include "ui/pages/OverlayTiles.h"
 
 #include "core/Settings.h"
-#include "ui/commands/CaptureJobs.h"
 #include "ui/commands/Commands.h"
+#include "ui/commands/Status.h"
 #include "ui/kit/Colors.h"
-#include "ui/kit/DrawingFrame.h"
+#include "ui/kit/Controls.h"
+#include "ui/kit/DrawingContext.h"
 #include "ui/kit/OverlayControls.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/navigation/Navigation.h"
+#include "ui/pages/TargetIds.h"
+#include "ui/state/Engine.h"
 #include "ui/state/UiGlobals.h"
-#include "ui/windows/MainWindow.h"
-#include "ui/windows/Overlay.h"
 
 namespace zv {
 namespace {
@@ -18,12 +19,12 @@ constexpr Color popoverPanel = Rgb(24, 19, 34);
 constexpr Color popoverFrame = Rgb(69, 49, 100);
 constexpr std::int32_t popoverCorner = 12;
 
-/// What the page follows, as it is at this paint.
-struct CaptureState {
-    bool job = Ui().captureJobSlot.IsBusy();
+/// The state that the page shows, read once at the start of a paint.
+struct TileState {
+    bool job = Ui().capture.job.IsBusy();
     bool recording = GetRecordingStatus().recording;
     bool replay = Engine().replayRunning;
-    bool screenshot = Ui().screenshotSlot.IsBusy();
+    bool screenshot = Ui().screenshot.job.IsBusy();
 
     bool MayChange() const { return !recording && !job; }
 };
@@ -35,7 +36,7 @@ void OpenApp() {
     ShowMainWindow();
 }
 
-void OpenSettingsPage() { Ui().overlayPage = overlayPage::settings; }
+void OpenSettingsPage() { SelectOverlayPage(overlayPage::settings); }
 
 void FlipMicrophone() {
     ApplyCaptureChange([] { CurrentSettings().micEnabled = !CurrentSettings().micEnabled; });
@@ -45,36 +46,44 @@ void FlipSystemSound() {
     ApplyCaptureChange([] { CurrentSettings().gameAudioEnabled = !CurrentSettings().gameAudioEnabled; });
 }
 
-/// What counts is what the engine does at the click, not what the settings wish for.
+/// Switches what the engine does at the click, which the settings need not agree with.
 void FlipReplay() {
     ApplyCaptureChange([] { CurrentSettings().instantReplay = !Engine().replayRunning; });
 }
 
 void DrawLeftColumn(Canvas& canvas) {
-    DrawOverlayButton(canvas, {.id = 914, .box = {170, 90, 298, 132}, .label = u"Broadcast LIVE", .action = [] {
-                                   ShowStatus(u"Broadcast LIVE is not available in this version.");
-                               }});
-    DrawOverlayButton(canvas,
-                      {.id = 913, .box = {170, 132, 298, 174}, .label = u"Photo gallery", .action = OpenGallery});
-    DrawOverlayButton(canvas, {.id = 906, .box = {170, 174, 298, 217}, .label = u"Open app", .action = OpenApp});
+    DrawOverlayButton(
+        canvas, {.id = overlayTarget::broadcast, .box = {170, 90, 298, 132}, .label = u"Broadcast LIVE", .action = [] {
+                     ShowStatus(u"Broadcast LIVE is not available in this version.");
+                 }});
+    DrawOverlayButton(canvas, {.id = overlayTarget::photoGallery,
+                               .box = {170, 132, 298, 174},
+                               .label = u"Photo gallery",
+                               .icon = OverlayIcon::Picture,
+                               .action = SelectGallery});
+    DrawOverlayButton(canvas, {.id = overlayTarget::openApp,
+                               .box = {170, 174, 298, 217},
+                               .label = u"Open app",
+                               .icon = OverlayIcon::Window,
+                               .action = OpenApp});
 }
 
-Text ReplayStatus(const CaptureState& state) {
+Text ReplayStatus(const TileState& state) {
     if (state.job) {
         return u"";
     }
     return state.replay ? u"Activated" : u"Off";
 }
 
-Text RecordStatus(const CaptureState& state) {
+Text RecordStatus(const TileState& state) {
     if (state.job) {
         return u"";
     }
     return state.recording ? u"Recording" : u"Ready";
 }
 
-void DrawTiles(Canvas& canvas, const CaptureState& state) {
-    DrawOverlayTile(canvas, {.id = 904,
+void DrawTiles(Canvas& canvas, const TileState& state) {
+    DrawOverlayTile(canvas, {.id = overlayTarget::replay,
                              .box = {321, 90, 449, 218},
                              .title = u"Instant replay",
                              .status = ReplayStatus(state),
@@ -82,7 +91,7 @@ void DrawTiles(Canvas& canvas, const CaptureState& state) {
                              .action = [] { Ui().replayPopoverOpen = !Ui().replayPopoverOpen; },
                              .active = state.replay,
                              .enabled = state.MayChange()});
-    DrawOverlayTile(canvas, {.id = 902,
+    DrawOverlayTile(canvas, {.id = overlayTarget::record,
                              .box = {449, 90, 577, 218},
                              .title = state.recording ? u"Stop recording" : u"Record",
                              .status = RecordStatus(state),
@@ -90,7 +99,7 @@ void DrawTiles(Canvas& canvas, const CaptureState& state) {
                              .action = ToggleRecording,
                              .active = state.recording,
                              .enabled = !state.job});
-    DrawOverlayTile(canvas, {.id = 903,
+    DrawOverlayTile(canvas, {.id = overlayTarget::screenshot,
                              .box = {577, 90, 705, 218},
                              .title = u"Screenshot",
                              .status = state.screenshot ? u"Saving..." : u"Take photo",
@@ -99,56 +108,68 @@ void DrawTiles(Canvas& canvas, const CaptureState& state) {
                              .enabled = !state.screenshot});
 }
 
-void DrawRightColumn(Canvas& canvas, const CaptureState& state) {
+void DrawRightColumn(Canvas& canvas, const TileState& state) {
     const Settings& settings = CurrentSettings();
-    DrawOverlayButton(canvas, {.id = 908, .box = {726, 90, 854, 153}, .label = u"Gallery", .action = OpenGallery});
-    DrawOverlayButton(canvas, {.id = 905,
+    DrawOverlayButton(canvas, {.id = overlayTarget::gallery,
+                               .box = {726, 90, 854, 153},
+                               .label = u"Gallery",
+                               .icon = OverlayIcon::Picture,
+                               .action = SelectGallery});
+    DrawOverlayButton(canvas, {.id = overlayTarget::microphone,
                                .box = {726, 165, 768, 217},
                                .label = OnOrOff(settings.micEnabled),
+                               .icon = OverlayIcon::Microphone,
                                .action = FlipMicrophone,
                                .active = settings.micEnabled,
                                .enabled = state.MayChange()});
-    DrawOverlayButton(canvas, {.id = 909,
+    DrawOverlayButton(canvas, {.id = overlayTarget::systemSound,
                                .box = {768, 165, 810, 217},
                                .label = OnOrOff(settings.gameAudioEnabled),
+                               .icon = OverlayIcon::Speaker,
                                .action = FlipSystemSound,
                                .active = settings.gameAudioEnabled,
                                .enabled = state.MayChange()});
-    DrawOverlayButton(canvas, {.id = 910, .box = {810, 165, 854, 217}, .action = OpenSettingsPage});
+    DrawOverlayButton(canvas, {.id = overlayTarget::settings,
+                               .box = {810, 165, 854, 217},
+                               .icon = OverlayIcon::Gear,
+                               .action = OpenSettingsPage});
 }
 
-void DrawReplayPopover(Canvas& canvas, const CaptureState& state) {
+void DrawReplayPopover(Canvas& canvas, const TileState& state) {
     constexpr Rectangle panel{321, 228, 705, 356};
     FillRoundBox(canvas, panel, popoverCorner, popoverPanel);
     FrameRoundBox(canvas, panel, popoverCorner, popoverFrame);
-    DrawTextLine(canvas, {337, 234, 654, 260}, u"Instant replay", Ui().accentColor, FontRole::Bold);
-    DrawOverlayButton(canvas, {.id = 965, .box = {665, 234, 697, 261}, .label = u"X", .action = [] {
-                                   Ui().replayPopoverOpen = false;
-                               }});
-    DrawButton(canvas, {.id = 960,
+    DrawTextLine(canvas, {337, 234, 654, 260}, u"Instant replay", Drawing().accentColor, FontRole::Bold);
+    DrawOverlayButton(canvas,
+                      {.id = overlayTarget::closePopover, .box = {665, 234, 697, 261}, .label = u"X", .action = [] {
+                           Ui().replayPopoverOpen = false;
+                       }});
+    DrawButton(canvas, {.id = overlayTarget::saveReplay,
                         .box = {335, 274, 511, 308},
                         .label = u"Save replay",
                         .action = SaveReplay,
                         .primary = true,
-                        .enabled = !state.job && state.replay && Ui().secondsReady >= 1});
-    DrawButton(canvas, {.id = 961,
+                        .enabled = !state.job && state.replay && Ui().capture.secondsReady >= 1});
+    DrawButton(canvas, {.id = overlayTarget::switchReplay,
                         .box = {521, 274, 691, 308},
                         .label = state.replay ? u"Turn off" : u"Turn on",
                         .action = FlipReplay,
                         .selected = state.replay,
                         .enabled = state.MayChange()});
-    DrawTextLine(canvas, {337, 317, 515, 345}, Decimal(Ui().secondsReady) + u" seconds ready", color::mutedText,
+    DrawTextLine(canvas, {337, 317, 515, 345}, Decimal(Ui().capture.secondsReady) + u" seconds ready", color::mutedText,
                  FontRole::Small);
-    DrawButton(canvas, {.id = 962, .box = {521, 316, 691, 347}, .label = u"Replay settings", .action = [] {
-                            Ui().replayPopoverOpen = false;
-                            OpenSettingsPage();
-                        }});
+    DrawButton(
+        canvas,
+        {.id = overlayTarget::replaySettings, .box = {521, 316, 691, 347}, .label = u"Replay settings", .action = [] {
+             Ui().replayPopoverOpen = false;
+             OpenSettingsPage();
+         }});
 }
 
 }  // namespace
 
 void DrawOverlayTiles(Canvas& canvas) {
-    const CaptureState state;
+    const TileState state;
     DrawLeftColumn(canvas);
     DrawTiles(canvas, state);
     DrawRightColumn(canvas, state);

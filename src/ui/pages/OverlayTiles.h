@@ -1,5 +1,4 @@
-// The overlay's first page: a tile or a button for everything that a player wants at once, and the popover of the
-// replay below them.
+// The overlay's first page: a tile or a button for each capture command, and the replay popover below them.
 #pragma once
 
 #include "platform/Canvas.h"

@@ -1,5 +1,6 @@
-// The order below is fixed: settings exist before the folders that they name are checked, the engine is configured from
-// repaired settings, logging starts after that, and the windows come last. Whatever can block runs later as a job.
+// The order below is fixed: settings are loaded before the folders that they name are checked, the engine is configured
+// from validated settings, logging starts after that, and the windows are created last. Blocking work runs later as a
+// job.
 #include "ui/startup/Application.h"
 
 #include <optional>
@@ -16,11 +17,13 @@
 #include "platform/Session.h"
 #include "platform/SingleInstance.h"
 #include "platform/Window.h"
+#include "ui/commands/CaptureSettings.h"
 #include "ui/commands/Commands.h"
+#include "ui/kit/DrawingContext.h"
 #include "ui/kit/Fonts.h"
 #include "ui/kit/Icons.h"
 #include "ui/startup/ProgramWindows.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/state/Engine.h"
 #include "ui/state/UiGlobals.h"
 #include "ui/windows/MainWindow.h"
 #include "ui/windows/TrayMenu.h"
@@ -33,7 +36,7 @@ namespace {
 constexpr char16_t instanceName[] = u"Local\\ZVReelsMax_SingleInstance";
 constexpr char16_t taskbarIdentity[] = u"Zorvel.Capture.3.23";
 
-/// The first copy's window comes forward. Settings and logs stay untouched.
+/// Activates the first copy's window. Does not touch settings or logs.
 void HandOverToFirstCopy() {
     if (!BringOtherCopyForward(mainWindowClass)) {
         ShowInformation(u"Zorvel is already running. Open it from the notification area or exit the older copy first.",
@@ -50,11 +53,11 @@ void ChooseFirstMonitor(Settings& settings) {
     }
 }
 
-/// A start with repairs writes the file twice. The theme decides on the colour before the validation resets its name.
+/// A start with repairs writes the file twice. The theme sets the colour before the validation resets its name.
 void PrepareSettings() {
     Settings& settings = CurrentSettings();
     LoadSettings(settings);
-    Ui().accentColor = ApplyTheme(settings);
+    Drawing().accentColor = ApplyTheme(settings);
     if (!settings.ffmpegPath.empty()) {
         SetEnvironmentValue(u"ZV_FFMPEG", settings.ffmpegPath);
     }

@@ -1,12 +1,12 @@
-// From the start of the process to its end: the order in which the core, the engine and the windows come up.
+// The start and the end of the program: the order in which core, engine and windows are created.
 #pragma once
 
 #include "core/Text.h"
 
 namespace zv {
 
-/// Runs the program on the calling thread, which becomes the interface thread. OpenSession has answered true (on
-/// Windows its answer does not matter). Answers the process's exit code.
+/// Runs the program on the calling thread, which becomes the interface thread. Returns the exit code of the process.
+/// Called after OpenSession has returned true (on Windows after any result).
 int RunApplication(const Text& commandLine);
 
 }  // namespace zv

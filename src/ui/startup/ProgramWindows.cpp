@@ -5,30 +5,19 @@
 #include "platform/Window.h"
 #include "ui/kit/Colors.h"
 #include "ui/kit/DrawingFrame.h"
-#include "ui/kit/ProgramIcon.h"
+#include "ui/startup/ProgramIcon.h"
+#include "ui/state/UiGlobals.h"
 #include "ui/windows/Badge.h"
 #include "ui/windows/MainWindow.h"
-#include "ui/windows/Notifications.h"
 #include "ui/windows/Overlay.h"
+#include "ui/windows/ToastWindow.h"
 
 namespace zv {
 namespace {
 
 constexpr std::uint8_t badgeAlpha = 225;
 
-struct ProgramWindows {
-    Owned<AppIcon> bigIcon;
-    Owned<AppIcon> littleIcon;
-    Owned<AppWindow> main;
-    Owned<AppWindow> overlay;
-    Owned<AppWindow> badge;
-    Owned<AppWindow> toast;
-};
-
-ProgramWindows& Windows() {
-    static ProgramWindows windows;
-    return windows;
-}
+ProgramWindows& Windows() { return Ui().programWindows; }
 
 Owned<AppIcon> MakeProgramIcon(int size) {
     if (Owned<AppIcon> icon = LoadProgramIcon(size)) {
@@ -47,11 +36,11 @@ WindowOptions MainOptions() {
     options.height = 800;
     options.visible = true;
     options.bigIcon = Windows().bigIcon.get();
-    options.littleIcon = Windows().littleIcon.get();
+    options.littleIcon = Windows().smallIcon.get();
     return options;
 }
 
-/// Of a window that lies over the game and never takes its keyboard.
+/// Of a topmost window that is never activated.
 WindowOptions TopmostOptions(TextView className, TextView title, WindowProc procedure) {
     WindowOptions options;
     options.className = className;
@@ -108,7 +97,7 @@ void MakeToast() {
     }
 }
 
-void DressOverlay() {
+void SetOverlayAttributes() {
     if (Windows().overlay) {
         SetColorKey(*Windows().overlay, color::overlayKey);
         ExcludeFromCapture(*Windows().overlay);
@@ -119,7 +108,7 @@ void DressOverlay() {
 
 void MakeProgramIcons() {
     Windows().bigIcon = MakeProgramIcon(32);
-    Windows().littleIcon = MakeProgramIcon(16);
+    Windows().smallIcon = MakeProgramIcon(16);
 }
 
 void MakeProgramWindows(const Text& commandLine) {
@@ -130,9 +119,9 @@ void MakeProgramWindows(const Text& commandLine) {
         HideWindow(*Windows().main);
     }
     MakeToast();
-    DressOverlay();
+    SetOverlayAttributes();
     if (Windows().main) {
-        SetWindowIcons(*Windows().main, Windows().bigIcon.get(), Windows().littleIcon.get());
+        SetWindowIcons(*Windows().main, Windows().bigIcon.get(), Windows().smallIcon.get());
     }
 }
 
@@ -144,19 +133,13 @@ void DarkenWindowFrames() {
     }
 }
 
-const AppIcon* LittleIcon() { return Windows().littleIcon.get(); }
-
-void EndToast() { Windows().toast.reset(); }
-
-void EndBadge() { Windows().badge.reset(); }
-
 void ReleaseProgramWindows() {
-    // The window that carries the icons has ended with the loop, if it ever was.
+    // The main window uses the icons.
     Windows().main.reset();
     Windows().bigIcon.reset();
-    Windows().littleIcon.reset();
-    EndToast();
-    EndBadge();
+    Windows().smallIcon.reset();
+    Windows().toast.reset();
+    Windows().badge.reset();
     Windows().overlay.reset();
 }
 

@@ -1,28 +1,22 @@
-// The four windows that live as long as the program, with their attributes, and the program's icons. Interface thread.
+// Creates the four windows that live as long as the program, and the program's icons. UiGlobals::programWindows owns
+// them. Interface thread.
 #pragma once
 
 #include "core/Text.h"
-#include "platform/AppIcon.h"
 
 namespace zv {
 
-/// The program's own icon in its two sizes, painted where it carries none. Before the windows.
+/// Loads the program's icon in its two sizes, or paints it if the program file has none. Called before the windows are
+/// created.
 void MakeProgramIcons();
 
-/// Main window, quick overlay, badge and notification, in this order. "--background" in the command line hides the
-/// main window. One that cannot be made is not missed.
+/// Creates main window, quick overlay, badge and notification, in this order. "--background" in the command line hides
+/// the main window. The program runs without a window that cannot be created.
 void MakeProgramWindows(const Text& commandLine);
 
 void DarkenWindowFrames();
 
-/// For the notification area. Null when it could not be had.
-const AppIcon* LittleIcon();
-
-// What ends before the jobs of the program do.
-void EndToast();
-void EndBadge();
-
-/// After the message loop: the icons, and whatever windows are left.
+/// Releases the icons and the remaining windows. Called after the message loop.
 void ReleaseProgramWindows();
 
 }  // namespace zv

@@ -1,12 +1,12 @@
-// How the pages name the monitor that is captured. Interface thread.
+// The name of the captured monitor on the pages. Interface thread.
 #pragma once
 
 #include "core/Text.h"
 
 namespace zv {
 
-/// "DISPLAY1  /  1920 x 1080  (primary)", or "Monitor disconnected". A monitor that is there is looked up once: whoever
-/// changes the choice or hears of a change of the desktop empties `monitorLabel` of the interface's state.
+/// Returns for example "DISPLAY1  /  1920 x 1080  (primary)", or "Monitor disconnected". UiGlobals::monitorLabel caches
+/// the label of a connected monitor: code that changes the monitor, or handles a display change, clears it.
 Text MonitorLabel();
 
 }  // namespace zv

@@ -1,9 +1,5 @@
 #include "ui/state/UiGlobals.h"
 
-#include "core/Settings.h"
-#include "library/GameName.h"
-#include "platform/Files.h"
-
 namespace zv {
 
 UiGlobals& Ui() {
@@ -11,16 +7,12 @@ UiGlobals& Ui() {
     return globals;
 }
 
-void RefreshGameName() {
-    Text name = ForegroundGameName();
-    if (!name.empty()) {
-        Ui().gameName = std::move(name);
+void InvalidatePages() {
+    for (AppWindow* window : {Ui().mainWindow, Ui().overlayWindow}) {
+        if (window != nullptr) {
+            InvalidateWindow(*window);
+        }
     }
-}
-
-Text CurrentGameFolder() {
-    RefreshGameName();
-    return JoinPath(CurrentSettings().captureRoot, Ui().gameName);
 }
 
 }  // namespace zv

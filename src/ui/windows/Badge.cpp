@@ -7,12 +7,13 @@
 #include "platform/Foreground.h"
 #include "platform/FrontWindow.h"
 #include "ui/kit/Colors.h"
-#include "ui/kit/DrawingFrame.h"
+#include "ui/kit/Controls.h"
+#include "ui/kit/DrawingContext.h"
 #include "ui/kit/SmallWindow.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/navigation/Navigation.h"
+#include "ui/state/Engine.h"
 #include "ui/state/UiGlobals.h"
 #include "ui/windows/BadgeRules.h"
-#include "ui/windows/Overlay.h"
 
 namespace zv {
 namespace {
@@ -21,32 +22,32 @@ namespace {
 /// the next tick asks again.
 void FollowFrontProcess(std::uint32_t processId) {
     UiGlobals& ui = Ui();
-    if (processId == ui.badgeProcessId) {
+    if (processId == ui.badge.processId) {
         return;
     }
     const ForegroundProcess process = LookUpForeground();
     const bool same = process.processId == processId;
-    ui.badgeProcessId = same ? processId : 0;
-    ui.badgeProcessIsGame = same && IsKnownGame(process.imagePath);
+    ui.badge.processId = same ? processId : 0;
+    ui.badge.processIsKnownGame = same && IsKnownGame(process.imagePath);
 }
 
 BadgeMoment Now(const std::optional<FrontWindow>& front) {
     UiGlobals& ui = Ui();
     BadgeMoment moment;
     moment.overlayShown = IsOverlayShown();
-    moment.screenshotRuns = ui.screenshotSlot.IsBusy();
+    moment.screenshotRuns = ui.screenshot.job.IsBusy();
     moment.recording = GetRecordingStatus().recording;
     moment.replaying = Engine().replayRunning;
-    moment.captureJobRuns = ui.captureJobSlot.IsBusy();
+    moment.captureJobRuns = ui.capture.job.IsBusy();
     moment.monitorDevice = CurrentSettings().monitorDevice;
-    moment.frontIsGame = ui.badgeProcessIsGame;
+    moment.frontIsGame = ui.badge.processIsKnownGame;
     moment.front = front ? &*front : nullptr;
     return moment;
 }
 
 void DrawBadge(Canvas& canvas, const Rectangle& client) {
     const BadgeState state = BadgeStateOf(Now(std::nullopt));
-    const Color accent = Ui().accentColor;
+    const Color accent = Drawing().accentColor;
     const std::int32_t middle = client.right / 2;
     const Rectangle right{middle, 0, client.right - 3, client.bottom};
     FillBox(canvas, client, color::badge);
@@ -72,18 +73,11 @@ void UpdateBadge() {
         HideBadge();
         return;
     }
-    ShowTopmostAt(*ui.badgeWindow, BadgePlace(front->monitor.bounds, front->dpi));
+    ShowTopmostAt(*ui.badgeWindow, BadgeBounds(front->monitor.bounds, front->dpi));
     const auto state = static_cast<std::uint32_t>(BadgeStateOf(moment));
-    if (state != ui.badgeState) {
-        ui.badgeState = state;
+    if (state != ui.badge.badgeState) {
+        ui.badge.badgeState = state;
         InvalidateWindow(*ui.badgeWindow);
-    }
-}
-
-void HideBadge() {
-    AppWindow* window = Ui().badgeWindow;
-    if (window != nullptr && IsWindowShown(*window)) {
-        HideWindow(*window);
     }
 }
 

@@ -1,5 +1,5 @@
-// The chip in the upper right of the captured monitor that tells a player, while a game is in front, that the capture
-// is on. It lets every click through. Interface thread only.
+// The badge in the upper right corner of the captured monitor. It shows, over a game, that the capture is on. Mouse
+// clicks pass through it. Interface thread only.
 #pragma once
 
 #include <cstdint>
@@ -8,13 +8,11 @@
 
 namespace zv {
 
-/// Shows the badge over a game, or whatever else fills the captured monitor, and hides it elsewhere. Painted anew only
-/// when it says something else.
+/// Shows the badge over a game, or over any window that fills the captured monitor, and hides it otherwise. Repaints it
+/// only if its state has changed.
 void UpdateBadge();
 
-void HideBadge();
-
-/// From message::create to message::destroy the window is UiGlobals::badgeWindow.
+/// Sets UiGlobals::badgeWindow at message::create and clears it at message::destroy.
 std::intptr_t BadgeProc(AppWindow& window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
 
 }  // namespace zv

@@ -43,7 +43,7 @@ bool FillsMonitor(const FrontWindow& window) {
            std::find(std::begin(shellClasses), std::end(shellClasses), window.className) == std::end(shellClasses);
 }
 
-Rectangle BadgePlace(const Rectangle& monitor, std::int32_t dpi) {
+Rectangle BadgeBounds(const Rectangle& monitor, std::int32_t dpi) {
     constexpr std::int32_t fromRight = 18;
     constexpr std::int32_t fromTop = 80;
     const std::int32_t right = monitor.right - fromRight;

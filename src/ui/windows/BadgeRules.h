@@ -1,4 +1,4 @@
-// When the capture badge shows, what it says, and where it goes. Decisions only.
+// When the badge is shown, its state and its bounds. Decisions only.
 #pragma once
 
 #include <cstdint>
@@ -10,31 +10,31 @@
 
 namespace zv {
 
-/// In the numbers of UiGlobals::badgeState.
+/// The numbers of BadgeRecord::badgeState.
 enum class BadgeState : std::uint32_t { On = 0, Busy = 1, Recording = 2 };
 
-/// What the program does at the moment.
+/// The state that the decision depends on.
 struct BadgeMoment {
     bool overlayShown = false;
     bool screenshotRuns = false;
     bool recording = false;
     bool replaying = false;
     bool captureJobRuns = false;
-    Text monitorDevice;        ///< the one that is captured; empty: whichever
-    bool frontIsGame = false;  ///< its program is a known game
+    Text monitorDevice;        ///< the captured one; empty: any
+    bool frontIsGame = false;  ///< the process in front is a known game
     const FrontWindow* front = nullptr;
 };
 
-/// Over a game, or whatever else fills the captured monitor, while something is captured.
+/// Returns true over a game, or over any window that fills the captured monitor, while a recording or the replay runs.
 bool ShowsBadge(const BadgeMoment& moment);
 
 BadgeState BadgeStateOf(const BadgeMoment& moment);
 
-/// Whether the window reaches every edge of its monitor, give or take what frames and shadows cost, and is none of
-/// the desktop's own.
+/// Returns true if the window reaches every edge of its monitor, within a tolerance for frames and shadows, and is not
+/// the desktop or the task bar.
 bool FillsMonitor(const FrontWindow& window);
 
-/// In the upper right of the monitor, in the size of the window's DPI.
-Rectangle BadgePlace(const Rectangle& monitor, std::int32_t dpi);
+/// In the upper right corner of the monitor. `dpi` is that of the window in front.
+Rectangle BadgeBounds(const Rectangle& monitor, std::int32_t dpi);
 
 }  // namespace zv

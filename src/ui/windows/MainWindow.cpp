@@ -7,16 +7,19 @@
 #include "platform/TrayIcon.h"
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/Commands.h"
+#include "ui/commands/FastJobs.h"
 #include "ui/commands/Hotkeys.h"
+#include "ui/commands/Status.h"
 #include "ui/kit/DrawingFrame.h"
 #include "ui/kit/HitTargets.h"
-#include "ui/pages/DesktopPages.h"
-#include "ui/startup/ProgramWindows.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/navigation/Navigation.h"
+#include "ui/pages/ShortcutEditor.h"
+#include "ui/state/CurrentGame.h"
+#include "ui/state/Engine.h"
 #include "ui/state/UiGlobals.h"
 #include "ui/windows/Badge.h"
+#include "ui/windows/MainFrame.h"
 #include "ui/windows/Overlay.h"
-#include "ui/windows/ShortcutEditor.h"
 #include "ui/windows/TrayMenu.h"
 
 namespace zv {
@@ -34,11 +37,12 @@ constexpr std::uintptr_t space = 32;
 void OnCreate(AppWindow& window) {
     Ui().mainWindow = &window;
     Ui().mainState.pages = DrawMainFrame;
+    Ui().mainState.afterAction = InvalidatePages;
     StartTimer(window, housekeepingTimer, housekeepingPeriodMs);
     RegisterHotkeys(window);
 }
 
-/// With the main window the program ends, whatever may go wrong on the way.
+/// Ends the message loop even if the shutdown throws.
 struct EndOfProgram {
     ~EndOfProgram() {
         Ui().mainWindow = nullptr;
@@ -46,20 +50,17 @@ struct EndOfProgram {
     }
 };
 
-/// The order matters: nothing that a job touches goes away before the job has ended, and no wait has a time limit.
+/// The order matters: nothing that a job uses ends before the job. The waits have no time limit.
 void OnDestroy(AppWindow& window) {
     const EndOfProgram end;
-    // The media viewer closes, and the feeds' and its own image's jobs are waited for.
-    EndToast();
+    Ui().programWindows.toast.reset();
     CloseShortcutEditor();
     StopTimer(window, housekeepingTimer);
     StopTimer(window, collectionTimer);
-    EndBadge();
-    Ui().screenshotSlot.Wait();
-    // The library scan and the thumbnails are waited for, and the thumbnail cache is emptied.
+    Ui().programWindows.badge.reset();
+    WaitForFileJobs();
     RemoveTrayIcon();
-    Ui().captureJobSlot.Wait();
-    Ui().capturePollSlot.Wait();
+    WaitForEngineJobs();
     Engine().StopAll();
     UnregisterHotkeys(window);
     SaveSettings(CurrentSettings());
@@ -75,14 +76,14 @@ std::intptr_t OnClose(AppWindow& window) {
     return DefaultProcedure(window, message::close, 0, 0);
 }
 
-/// What can be clicked has moved: nothing can until the next paint.
+/// The targets have moved: nothing can be clicked until the next paint.
 void OnSize(AppWindow& window) {
     Ui().mainState.pressedId = noTarget;
     Ui().mainState.targets.clear();
     InvalidateWindow(window);
 }
 
-/// False when the key means nothing here.
+/// Returns false if the key has no function.
 bool OnKeyDown(AppWindow& window, std::uintptr_t key) {
     UiState& state = Ui().mainState;
     switch (key) {
@@ -105,37 +106,32 @@ bool OnKeyDown(AppWindow& window, std::uintptr_t key) {
     }
 }
 
-/// Capture is configured anew on a later tick, so that it can wait for a job that runs.
+/// A later tick reconfigures the engine, so that a running job can end first.
 void OnDisplayChange() {
-    Ui().displayChangePending = true;
+    Ui().capture.displayChangePending = true;
     Ui().monitorLabel.clear();
-    Ui().secondsReady = 0;
+    Ui().capture.secondsReady = 0;
     ShowStatus(u"Display layout changed. Updating the selected monitor...");
 }
 
-/// The results that the user waits for. The timer runs only as long as there are any.
 void OnCollectionTimer(AppWindow& window) {
-    const bool jobEnded = CollectCaptureJob();
-    const bool screenshotEnded = CollectScreenshot();
-    // The library scan and the thumbnails are collected in this order.
-    if (jobEnded || screenshotEnded) {
+    if (CollectFastJobs()) {
         InvalidatePages();
         UpdateBadge();
     }
-    if (!Ui().captureJobSlot.IsBusy() && !Ui().screenshotSlot.IsBusy()) {
+    if (!IsFastJobBusy()) {
         StopTimer(window, collectionTimer);
     }
 }
 
 void OnHousekeepingTimer() {
-    // The feeds' results and the viewer's image come first.
     RefreshGameName();
     UpdateBadge();
-    if (Ui().displayChangePending && !Ui().captureJobSlot.IsBusy()) {
-        Ui().displayChangePending = false;
+    if (Ui().capture.displayChangePending && !Ui().capture.job.IsBusy()) {
+        Ui().capture.displayChangePending = false;
         RestartCaptureJob();
     }
-    if (Ui().captureJobSlot.IsBusy()) {
+    if (Ui().capture.job.IsBusy()) {
         CollectCaptureJob();
     } else {
         TickHealthPoll();
@@ -208,12 +204,6 @@ std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
     }
 }
 
-void ShowMainWindow() {
-    if (AppWindow* window = Ui().mainWindow) {
-        ShowInFront(*window);
-    }
-}
-
 void ExitProgram() {
     AppWindow* window = Ui().mainWindow;
     if (window == nullptr) {
@@ -222,7 +212,7 @@ void ExitProgram() {
     }
     HideWindow(*window);
     HideOverlay();
-    // What nobody handles destroys the window.
+    // The default for message::close destroys the window.
     DefaultProcedure(*window, message::close, 0, 0);
 }
 

@@ -5,15 +5,15 @@
 #include "platform/PopupMenu.h"
 #include "platform/TrayIcon.h"
 #include "ui/commands/Commands.h"
-#include "ui/startup/ProgramWindows.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/navigation/Navigation.h"
+#include "ui/state/Engine.h"
+#include "ui/state/UiGlobals.h"
 #include "ui/windows/MainWindow.h"
-#include "ui/windows/Overlay.h"
 
 namespace zv {
 namespace {
 
-Owned<TrayIcon>& Standing() {
+Owned<TrayIcon>& CurrentIcon() {
     static Owned<TrayIcon> icon;
     return icon;
 }
@@ -26,7 +26,7 @@ struct TrayCommand {
 
 constexpr int recordingId = 4;
 
-/// The names of the keys are fixed words: they do not follow a changed shortcut.
+/// The key names are constant, even if a shortcut is changed.
 constexpr std::array<TrayCommand, 7> commands{{
     {1, u"Open Zorvel", ShowMainWindow},
     {2, u"Save Clip (Alt + F10)", SaveReplay},
@@ -57,10 +57,10 @@ void OpenMenu(AppWindow& mainWindow) {
 
 void ShowTrayIcon(AppWindow& mainWindow) {
     RemoveTrayIcon();
-    Standing() = AddTrayIcon({&mainWindow, trayMessage, LittleIcon(), u"ZV Reels Max"});
+    CurrentIcon() = AddTrayIcon({&mainWindow, trayMessage, Ui().programWindows.smallIcon.get(), u"ZV Reels Max"});
 }
 
-void RemoveTrayIcon() { Standing().reset(); }
+void RemoveTrayIcon() { CurrentIcon().reset(); }
 
 void HandleTrayMessage(AppWindow& mainWindow, std::intptr_t lParam) {
     switch (static_cast<std::uint32_t>(lParam & 0xFFFF)) {

@@ -1,5 +1,4 @@
-// The icon in the notification area and its menu, through which the program is reached while its window is hidden.
-// Interface thread.
+// The icon in the notification area and its menu. Interface thread.
 #pragma once
 
 #include <cstdint>
@@ -10,12 +9,11 @@ namespace zv {
 
 inline constexpr std::uint32_t trayMessage = 0x8016;  ///< to the main window, with the event in lParam
 
-/// Adds the icon anew, after the area has come back too. A failure leaves the program without one, which is no reason
-/// to say anything.
+/// Adds the icon, or adds it again after the notification area was recreated. A failure is not reported.
 void ShowTrayIcon(AppWindow& mainWindow);
 void RemoveTrayIcon();
 
-/// The answer to trayMessage: a click opens the menu, a double click the main window.
+/// Handles trayMessage: a click opens the menu, a double click the main window.
 void HandleTrayMessage(AppWindow& mainWindow, std::intptr_t lParam);
 
 }  // namespace zv

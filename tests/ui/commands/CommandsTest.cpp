@@ -6,7 +6,9 @@
 
 #include "ui/Interface.h"
 #include "ui/commands/CaptureJobs.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/commands/CaptureSettings.h"
+#include "ui/state/CurrentGame.h"
+#include "ui/state/Engine.h"
 #include "ui/windows/Overlay.h"
 
 namespace zv {
@@ -91,7 +93,7 @@ TEST_P(RefusedCommands, SayWhyAndChangeNothing) {
     EXPECT_EQ(CurrentSettings(), before);
     EXPECT_EQ(SettingsBytes(), "");
     EXPECT_EQ(fake::CallNames(), callsBefore);
-    EXPECT_EQ(Ui().captureJobSlot.IsBusy(), row.duringJob);
+    EXPECT_EQ(Ui().capture.job.IsBusy(), row.duringJob);
     EXPECT_THAT(Activity(), IsEmpty());
 }
 
@@ -100,7 +102,7 @@ INSTANTIATE_TEST_SUITE_P(Table, RefusedCommands, testing::Range(std::size_t{0}, 
 TEST_F(Commands, SavingWithoutAReplayIsRefused) {
     SaveReplay();
     EXPECT_EQ(Ui().statusText, u"Replay is paused. Turn on automatic replay in Settings > Capture.");
-    EXPECT_FALSE(Ui().captureJobSlot.IsBusy());
+    EXPECT_FALSE(Ui().capture.job.IsBusy());
 }
 
 TEST_F(Commands, ChoosersAreOpenWhileNothingRuns) {
@@ -158,14 +160,14 @@ TEST_F(Commands, AJobTakesAPollInFlightOverAndWaitsForIt) {
     Tick();
     RunTo("PollCapture");
     SaveReplay();
-    EXPECT_FALSE(Ui().capturePollSlot.IsBusy());
+    EXPECT_FALSE(Ui().capture.poll.IsBusy());
     std::this_thread::sleep_for(std::chrono::milliseconds(100));  // time for a job that does not wait
     EXPECT_EQ(CountOf("SaveReplayClip"), 0);
     gate_.Open();
     FinishJob();
     EXPECT_EQ(CountOf("SaveReplayClip"), 1);
     // What the poll found is lost.
-    EXPECT_EQ(Ui().secondsReady, 0);
+    EXPECT_EQ(Ui().capture.secondsReady, 0);
     EXPECT_THAT(Ui().statusText, testing::Truly([](const Text& text) { return text.starts_with(u"Replay saved: "); }));
     EXPECT_THAT(Activity(), ElementsAre(u"Capture: " + Ui().statusText));
 }
@@ -193,7 +195,7 @@ TEST_F(Commands, RecordingStartsAndEndsWithTheSameCommand) {
     fake::TheClock().nowNs = 5'000'000'000;
     Foreground(u"C:\\Games\\Foo-Win64-Shipping.exe");
     ToggleRecording();
-    EXPECT_EQ(Ui().recordingStartTime, 5'000'000'000);
+    EXPECT_EQ(Ui().capture.recordingStartTime, 5'000'000'000);
     FinishJob();
     EXPECT_EQ(Ui().statusText, u"Recording started");
     EXPECT_THAT(TheEngine().recordings, ElementsAre(JoinPath(JoinPath(Folder(u"captures"), u"Foo"),
@@ -216,7 +218,7 @@ TEST_F(Commands, AFinishedJobRefusesARecordingUntilItHasBeenCollected) {
     AwaitJob();
     ToggleRecording();
     EXPECT_EQ(Ui().statusText, u"Please wait for the current capture operation.");
-    EXPECT_EQ(Ui().recordingStartTime, 0);
+    EXPECT_EQ(Ui().capture.recordingStartTime, 0);
     Collect();
     ToggleRecording();
     FinishJob();
@@ -239,7 +241,7 @@ TEST_F(Commands, ReplayWishesAreCopiedAtTheMomentOfTheCommand) {
 }
 
 TEST_F(Commands, ASettingsChangeIsRepairedSavedLoggedAndApplied) {
-    Ui().secondsReady = 30;
+    Ui().capture.secondsReady = 30;
     CurrentSettings().theme = u"Zorvel Blue";
     gate_.Hold("Configure");
     ApplyCaptureChange([] {
@@ -247,7 +249,7 @@ TEST_F(Commands, ASettingsChangeIsRepairedSavedLoggedAndApplied) {
         CurrentSettings().replaySeconds = 500;
         CurrentSettings().codec = u"H265";
     });
-    EXPECT_EQ(Ui().secondsReady, 0);
+    EXPECT_EQ(Ui().capture.secondsReady, 0);
     EXPECT_EQ(CurrentSettings().fps, 60U);
     EXPECT_EQ(CurrentSettings().replaySeconds, 300U);
     EXPECT_EQ(CurrentSettings().codec, u"H264");

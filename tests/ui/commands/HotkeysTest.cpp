@@ -3,7 +3,7 @@
 
 #include "ui/Interface.h"
 #include "ui/commands/Commands.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/state/Engine.h"
 #include "ui/windows/Overlay.h"
 
 namespace zv {
@@ -50,19 +50,19 @@ TEST_F(Hotkeys, AKeyThatIsTakenIsOnlyRemembered) {
 TEST_F(Hotkeys, ABareKeyIsRefusedFirst) {
     OpenMainWindow();
     EXPECT_TRUE(CallsOf([] { EXPECT_FALSE(TryRebindHotkey(0, 0, 88)); }).empty());
-    EXPECT_EQ(Ui().shortcutError, u"Include Ctrl, Alt or Shift with your key.");
+    EXPECT_EQ(Ui().shortcutEditor.error, u"Include Ctrl, Alt or Shift with your key.");
 }
 
 TEST_F(Hotkeys, TheKeysOfAnotherActionAreRefusedBeforeTheSystemIsAsked) {
     OpenMainWindow();
     for (const int other : {0, 2, 3}) {
-        Ui().shortcutError.clear();
+        Ui().shortcutEditor.error.clear();
         const auto index = static_cast<std::size_t>(other);
         EXPECT_TRUE(CallsOf([&] {
                         EXPECT_FALSE(
                             TryRebindHotkey(1, CurrentSettings().bindMods[index], CurrentSettings().bindKeys[index]));
                     }).empty());
-        EXPECT_EQ(Ui().shortcutError, u"That shortcut already belongs to another ZV action.");
+        EXPECT_EQ(Ui().shortcutEditor.error, u"That shortcut already belongs to another ZV action.");
     }
 }
 
@@ -76,7 +76,7 @@ TEST_F(Hotkeys, TheSameKeysAreTriedAgainWhenTheyWereTaken) {
     TheWindows().takenByOthers = {{1, 121}};
     OpenMainWindow();
     EXPECT_FALSE(TryRebindHotkey(1, 1, 121));
-    EXPECT_EQ(Ui().shortcutError, u"Shortcut is used by another app. Choose a different one.");
+    EXPECT_EQ(Ui().shortcutEditor.error, u"Shortcut is used by another app. Choose a different one.");
     TheWindows().takenByOthers.clear();
     EXPECT_TRUE(TryRebindHotkey(1, 1, 121));
     EXPECT_TRUE(Ui().hotkeyRegistered[1]);
@@ -87,7 +87,7 @@ TEST_F(Hotkeys, KeysOfAnotherProgramAreRefusedAndTheOldOnesStay) {
     OpenMainWindow();
     EXPECT_EQ(CallsOf([] { EXPECT_FALSE(TryRebindHotkey(1, 2, 65)); }),
               (std::vector<std::string>{"RegisterGlobalKey"}));
-    EXPECT_EQ(Ui().shortcutError, u"Shortcut is used by another app. Choose a different one.");
+    EXPECT_EQ(Ui().shortcutEditor.error, u"Shortcut is used by another app. Choose a different one.");
     EXPECT_EQ(TheWindows().keys[2], (Combination{1 | once, 121}));
     EXPECT_FALSE(TheWindows().keys.contains(90));
     EXPECT_EQ(CurrentSettings().bindKeys[1], 121U);
@@ -109,7 +109,7 @@ TEST_F(Hotkeys, KeysThatAreLostBetweenProbeAndSwapBringTheOldOnesBack) {
     OpenMainWindow();
     fake::FailCall("RegisterGlobalKey", 6, -1);  // four at the start, the probe, then this one
     EXPECT_FALSE(TryRebindHotkey(1, 4, 121));
-    EXPECT_EQ(Ui().shortcutError, u"Could not reserve shortcut. Try again.");
+    EXPECT_EQ(Ui().shortcutEditor.error, u"Could not reserve shortcut. Try again.");
     EXPECT_EQ(TheWindows().keys[2], (Combination{1 | once, 121}));
     EXPECT_TRUE(Ui().hotkeyRegistered[1]);
     EXPECT_EQ(CurrentSettings().bindMods[1], 1U);
@@ -129,7 +129,7 @@ TEST_F(Hotkeys, OldKeysThatWereTakenStayLostWhenTheNewOnesAreLostToo) {
     OpenMainWindow();
     fake::FailCall("RegisterGlobalKey", 6, -1);
     EXPECT_FALSE(TryRebindHotkey(1, 4, 121));
-    EXPECT_EQ(Ui().shortcutError, u"Could not reserve shortcut. Try again.");
+    EXPECT_EQ(Ui().shortcutEditor.error, u"Could not reserve shortcut. Try again.");
     EXPECT_FALSE(Ui().hotkeyRegistered[1]);
     EXPECT_FALSE(TheWindows().keys.contains(2));
 }
@@ -152,7 +152,7 @@ TEST_F(Hotkeys, ABareKeyIsRefusedEvenForTheActionThatHasIt) {
     OpenMainWindow();
     CurrentSettings().bindMods[1] = 0;
     EXPECT_FALSE(TryRebindHotkey(1, 0, 121));
-    EXPECT_EQ(Ui().shortcutError, u"Include Ctrl, Alt or Shift with your key.");
+    EXPECT_EQ(Ui().shortcutEditor.error, u"Include Ctrl, Alt or Shift with your key.");
 }
 
 TEST_F(Hotkeys, EveryActionReservesUnderItsOwnId) {
@@ -205,7 +205,7 @@ TEST_F(Hotkeys, ThePressedKeyOpensAndClosesTheOverlay) {
 TEST_F(Hotkeys, ThePressedKeyTakesAScreenshot) {
     OpenMainWindow();
     Send(message::hotKey, 4);
-    EXPECT_TRUE(Ui().screenshotSlot.IsBusy());
+    EXPECT_TRUE(Ui().screenshot.job.IsBusy());
     AwaitScreenshot();
 }
 
@@ -229,7 +229,7 @@ TEST_F(Hotkeys, OtherIdsAreIgnored) {
     for (const std::uintptr_t id : {0, 5, 90, 4711}) {
         Send(message::hotKey, id);
     }
-    EXPECT_FALSE(Ui().captureJobSlot.IsBusy());
+    EXPECT_FALSE(Ui().capture.job.IsBusy());
     EXPECT_EQ(Ui().statusText, u"Ready");
 }
 

@@ -6,11 +6,14 @@
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/Commands.h"
 #include "ui/commands/Hotkeys.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/commands/Notifications.h"
+#include "ui/commands/Status.h"
+#include "ui/navigation/Navigation.h"
+#include "ui/state/Engine.h"
 #include "ui/windows/Badge.h"
 #include "ui/windows/MainWindow.h"
-#include "ui/windows/Notifications.h"
 #include "ui/windows/Overlay.h"
+#include "ui/windows/ToastWindow.h"
 
 namespace zv {
 namespace {
@@ -78,7 +81,7 @@ TEST_F(TakeScreenshotTest, SavesTheChosenMonitorUnderTheGameInFrontAndSaysWhere)
     ASSERT_EQ(fake::Grabs().size(), 1U);
     EXPECT_EQ(fake::Grabs()[0].area, (ScreenArea{1920, 10, 1280, 1024}));
     EXPECT_FALSE(FastTimerRuns());
-    EXPECT_FALSE(Ui().screenshotSlot.IsBusy());
+    EXPECT_FALSE(Ui().screenshot.job.IsBusy());
 }
 
 TEST_F(TakeScreenshotTest, IsNoRowOfTheActivityLog) {
@@ -127,7 +130,7 @@ TEST_F(TakeScreenshotTest, WorksDuringARunningJob) {
     TakeScreenshot();
     FinishScreenshot();
     EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
-    EXPECT_TRUE(Ui().captureJobSlot.IsBusy());
+    EXPECT_TRUE(Ui().capture.job.IsBusy());
     EXPECT_TRUE(FastTimerRuns());
     gate_.Open();
     FinishJob();
@@ -140,7 +143,7 @@ TEST_F(TakeScreenshotTest, AJobThatEndsFirstLeavesTheFastTimerToIt) {
     StartReplayJob();
     FinishJob();
     EXPECT_EQ(Ui().statusText, u"Replay on");
-    EXPECT_TRUE(Ui().screenshotSlot.IsBusy());
+    EXPECT_TRUE(Ui().screenshot.job.IsBusy());
     EXPECT_TRUE(FastTimerRuns());
     gate_.Open();
     FinishScreenshot();
@@ -166,7 +169,7 @@ TEST_F(TakeScreenshotTest, NeitherWaitsForAPollNorTakesItOver) {
     TakeScreenshot();
     FinishScreenshot();
     EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
-    EXPECT_TRUE(Ui().capturePollSlot.IsBusy());
+    EXPECT_TRUE(Ui().capture.poll.IsBusy());
 }
 
 TEST_F(TakeScreenshotTest, KeepsNoPollFromStarting) {
@@ -180,10 +183,10 @@ TEST_F(TakeScreenshotTest, IsCollectedByTheFastTimerAlone) {
     TakeScreenshot();
     AwaitScreenshot();
     Tick();
-    EXPECT_TRUE(Ui().screenshotSlot.IsBusy());
+    EXPECT_TRUE(Ui().screenshot.job.IsBusy());
     EXPECT_EQ(Ui().statusText, saving);
     Collect();
-    EXPECT_FALSE(Ui().screenshotSlot.IsBusy());
+    EXPECT_FALSE(Ui().screenshot.job.IsBusy());
 }
 
 TEST_F(TakeScreenshotTest, UsesFolderAndMonitorOfTheMomentOfTheCommand) {
@@ -260,12 +263,12 @@ TEST_F(TakeScreenshotTest, BringsAnOpenOverlayBackWithoutTakingTheFocus) {
     Ui().lastOverlayActivity = 0;
     fake::TheClock().nowNs = 4'711'000'000;
     TakeScreenshot();
-    EXPECT_TRUE(Ui().reopenOverlayAfterScreenshot);
+    EXPECT_TRUE(Ui().screenshot.reopenOverlayAfterScreenshot);
     FinishScreenshot();
     EXPECT_TRUE(IsOverlayShown());
     EXPECT_EQ(fake::CountOf("ShowWithoutActivating"), 1);
     EXPECT_EQ(Ui().lastOverlayActivity, 4711U);
-    EXPECT_FALSE(Ui().reopenOverlayAfterScreenshot);
+    EXPECT_FALSE(Ui().screenshot.reopenOverlayAfterScreenshot);
     EXPECT_TRUE(IsWindowShown(*toast_));
     EXPECT_EQ(Ui().toast.text, u"Screenshot saved");
 }
@@ -294,7 +297,7 @@ TEST_F(TakeScreenshotTest, ARefusedOneLeavesTheOverlayAlone) {
     ToggleQuickOverlay();
     TakeScreenshot();
     EXPECT_TRUE(IsOverlayShown());
-    EXPECT_FALSE(Ui().reopenOverlayAfterScreenshot);
+    EXPECT_FALSE(Ui().screenshot.reopenOverlayAfterScreenshot);
 }
 
 TEST_F(TakeScreenshotTest, IsTheFourthKey) {
@@ -309,7 +312,7 @@ TEST_F(TakeScreenshotTest, IsWaitedForBeforeTheEngineStops) {
     bool timersStopped = false;
     onCall_ = [&](const std::string& name, int) {
         if (name == "StopAll") {
-            wholeAtStop = Ui().screenshotSlot.IsFinished() && std::filesystem::exists(ToPath(Picture()));
+            wholeAtStop = Ui().screenshot.job.IsFinished() && std::filesystem::exists(ToPath(Picture()));
             timersStopped = TheWindows().timers.empty();
         }
     };

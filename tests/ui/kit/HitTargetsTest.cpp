@@ -2,6 +2,7 @@
 #include "ui/kit/HitTargets.h"
 
 #include "ui/Pages.h"
+#include "ui/kit/Controls.h"
 
 namespace zv {
 namespace {

@@ -3,7 +3,7 @@
 
 #include "ui/Pages.h"
 #include "ui/kit/Colors.h"
-#include "ui/kit/ProgramIcon.h"
+#include "ui/startup/ProgramIcon.h"
 
 namespace zv {
 namespace {

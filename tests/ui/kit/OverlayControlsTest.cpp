@@ -29,48 +29,28 @@ protected:
     }
     static UiState& State() { return Ui().mainState; }
 
-    std::vector<std::string> Icon(std::int32_t id, OverlayIconState state = {}) {
+    std::vector<std::string> Icon(OverlayIcon icon, OverlayIconState state = {}) {
         const Owned<Canvas> canvas = MakeCanvas(10, 10);
-        DrawOverlayIcon(*canvas, id, state);
+        DrawOverlayIcon(*canvas, icon, state);
         return fake::Drawn(*canvas);
     }
 };
 
 // Icons.
 
-TEST_F(OverlayControls, FourButtonsHaveAnIconBesideTheLabelThreeHaveItAboveAndTheRestNone) {
-    for (const std::int32_t id : {903, 906, 908, 913}) {
-        EXPECT_EQ(OverlayIconPlaceOf(id), OverlayIconPlace::Left) << id;
-    }
-    for (const std::int32_t id : {905, 909, 910}) {
-        EXPECT_EQ(OverlayIconPlaceOf(id), OverlayIconPlace::Above) << id;
-    }
-    for (const std::int32_t id : {901, 902, 904, 907, 911, 912, 914, 920, 960, 965, 970, -1}) {
-        EXPECT_EQ(OverlayIconPlaceOf(id), OverlayIconPlace::None) << id;
-        EXPECT_THAT(Icon(id), IsEmpty()) << id;
-    }
-}
-
-TEST_F(OverlayControls, TheCameraHasABodyAndALens) {
-    EXPECT_THAT(Icon(903), ElementsAre("outline -11,-6 -6,-6 -4,-9 4,-9 6,-6 11,-6 11,8 -11,8 pen 2 241,242,250",
-                                       "arc 0,1 radius 4 from 0 by 360 pen 2 241,242,250"));
-}
-
 TEST_F(OverlayControls, TheWindowHasATitleBar) {
-    EXPECT_THAT(Icon(906), ElementsAre("outline -11,-8 11,-8 11,8 -11,8 pen 2 241,242,250",
-                                       "lines -11,-3 11,-3 pen 2 241,242,250"));
+    EXPECT_THAT(Icon(OverlayIcon::Window), ElementsAre("outline -11,-8 11,-8 11,8 -11,8 pen 2 241,242,250",
+                                                       "lines -11,-3 11,-3 pen 2 241,242,250"));
 }
 
 TEST_F(OverlayControls, ThePictureHasMountainsAndASun) {
-    const auto picture = ElementsAre("outline -11,-9 11,-9 11,9 -11,9 pen 2 241,242,250",
-                                     "lines -11,6 -4,-1 2,5 5,2 11,7 pen 2 241,242,250",
-                                     "arc 5,-4 radius 2 from 0 by 360 pen 2 241,242,250");
-    EXPECT_THAT(Icon(908), picture);
-    EXPECT_THAT(Icon(913), picture);
+    EXPECT_THAT(Icon(OverlayIcon::Picture), ElementsAre("outline -11,-9 11,-9 11,9 -11,9 pen 2 241,242,250",
+                                                        "lines -11,6 -4,-1 2,5 5,2 11,7 pen 2 241,242,250",
+                                                        "arc 5,-4 radius 2 from 0 by 360 pen 2 241,242,250"));
 }
 
 TEST_F(OverlayControls, TheMicrophoneIsACapsuleInAnArcOnAStemWithAFoot) {
-    EXPECT_THAT(Icon(905),
+    EXPECT_THAT(Icon(OverlayIcon::Microphone),
                 ElementsAre("arc 0,-6 radius 4 from 180 by 180 pen 2 241,242,250", "lines -4,-6 -4,1 pen 2 241,242,250",
                             "lines 4,-6 4,1 pen 2 241,242,250", "arc 0,1 radius 4 from 0 by 180 pen 2 241,242,250",
                             "arc 0,1 radius 7 from 0 by 180 pen 2 241,242,250", "lines 0,8 0,11 pen 2 241,242,250",
@@ -78,23 +58,24 @@ TEST_F(OverlayControls, TheMicrophoneIsACapsuleInAnArcOnAStemWithAFoot) {
 }
 
 TEST_F(OverlayControls, TheSpeakerIsABoxWithAnArc) {
-    EXPECT_THAT(Icon(909), ElementsAre("outline -10,-3 -6,-3 0,-8 0,8 -6,3 -10,3 pen 2 241,242,250",
-                                       "arc 0,0 radius 8 from -50 by 100 pen 2 241,242,250"));
+    EXPECT_THAT(Icon(OverlayIcon::Speaker), ElementsAre("outline -10,-3 -6,-3 0,-8 0,8 -6,3 -10,3 pen 2 241,242,250",
+                                                        "arc 0,0 radius 8 from -50 by 100 pen 2 241,242,250"));
 }
 
 TEST_F(OverlayControls, TheGearIsTheCachedOneMadeSmaller) {
-    EXPECT_THAT(Icon(910), ElementsAre("push 0,0 scale 0.4", "pixels -40,-40,40,40 of 320x320", "pop"));
+    EXPECT_THAT(Icon(OverlayIcon::Gear), ElementsAre("push 0,0 scale 0.4", "pixels -40,-40,40,40 of 320x320", "pop"));
 }
 
 TEST_F(OverlayControls, AnActiveIconIsPurpleAndTheGearIsWhenTheMouseIsOverIt) {
-    for (const std::int32_t id : {903, 905, 906, 908, 909, 913}) {
-        EXPECT_THAT(Icon(id, {.active = true}), Each(EndsWith(" pen 2 151,119,255"))) << id;
-        EXPECT_THAT(Icon(id, {.hovered = true}), Each(EndsWith(" pen 2 241,242,250"))) << id;
+    for (const OverlayIcon icon :
+         {OverlayIcon::Window, OverlayIcon::Picture, OverlayIcon::Microphone, OverlayIcon::Speaker}) {
+        EXPECT_THAT(Icon(icon, {.active = true}), Each(EndsWith(" pen 2 151,119,255")));
+        EXPECT_THAT(Icon(icon, {.hovered = true}), Each(EndsWith(" pen 2 241,242,250")));
     }
     const auto gearColor = [&](OverlayIconState state) {
         ForgetCachedIcons();
         fake::ResetCanvas();
-        Icon(910, state);
+        Icon(OverlayIcon::Gear, state);
         return fake::Drawings("outline").front();
     };
     EXPECT_THAT(gearColor({.hovered = true}), EndsWith(" 151,119,255"));
@@ -108,10 +89,10 @@ TEST_F(OverlayControls, TheLabelMakesRoomForTheIcon) {
     const Rectangle box{100, 200, 200, 260};
     EXPECT_THAT(Drawn(OverlayButton{.id = 1, .box = box, .label = u"Go"}),
                 ElementsAre("fill 100,200,200,260 0,0,0", "text 100,200,200,260 15/400 centred 241,242,250 \"Go\""));
-    const auto beside = Drawn(OverlayButton{.id = 906, .box = box, .label = u"Go"});
+    const auto beside = Drawn(OverlayButton{.id = 1, .box = box, .label = u"Go", .icon = OverlayIcon::Window});
     EXPECT_EQ(beside[1], "push 124,230 scale 1");
     EXPECT_EQ(beside.back(), "text 140,200,200,260 15/400 centred 241,242,250 \"Go\"");
-    const auto below = Drawn(OverlayButton{.id = 909, .box = box, .label = u"Go"});
+    const auto below = Drawn(OverlayButton{.id = 1, .box = box, .label = u"Go", .icon = OverlayIcon::Speaker});
     EXPECT_EQ(below[1], "push 150,217 scale 1");
     EXPECT_EQ(below.back(), "text 100,231,200,260 15/400 centred 241,242,250 \"Go\"");
 }
@@ -176,8 +157,8 @@ TEST_F(OverlayControls, APressedControlsIconBringsNoBlackBoxAlong) {
     EXPECT_THAT(tile, Not(Contains(StartsWith("pixels"))));
     EXPECT_THAT(tile, Contains("push 165,264 scale 0.78"));
     EXPECT_THAT(tile, Contains("arc 0,4 radius 12 from 0 by 360 pen 4 241,242,250"));
-    State().pressedId = 910;
-    const auto gear = Drawn(OverlayButton{.id = 910, .box = {0, 0, 44, 52}});
+    State().pressedId = 8;
+    const auto gear = Drawn(OverlayButton{.id = 8, .box = {0, 0, 44, 52}, .icon = OverlayIcon::Gear});
     EXPECT_THAT(gear, Not(Contains(StartsWith("pixels"))));
     EXPECT_THAT(gear, Contains("push 0,0 scale 0.4"));
     EXPECT_THAT(gear, Contains("arc 0,0 radius 9 from 0 by 360 pen 3.5 241,242,250"));

@@ -8,8 +8,9 @@
 
 #include "core/Settings.h"
 #include "ui/kit/DrawingFrame.h"
+#include "ui/kit/Fonts.h"
 #include "ui/kit/Icons.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/state/Engine.h"
 #include "ui/state/UiGlobals.h"
 #include "ui/windows/Overlay.h"
 
@@ -22,17 +23,19 @@ class OverlayPicture : public testing::Test {
 protected:
     OverlayPicture() {
         Ui() = {};
+        Drawing() = {};
         CreateFonts();
         Ui().overlayState.pages = RenderQuickOverlay;
         ResetSettings(CurrentSettings());
         Engine().replayRunning = true;
-        Ui().secondsReady = 7;
+        Ui().capture.secondsReady = 7;
     }
     ~OverlayPicture() override {
         Engine().replayRunning = false;
         ForgetCachedIcons();
         DeleteFonts();
         Ui() = {};
+        Drawing() = {};
     }
 
     /// Paints the overlay at a scale as its window does.

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "ui/Notices.h"
+#include "ui/kit/DrawingContext.h"
 #include "ui/kit/DrawingFrame.h"
 #include "ui/kit/HitTargets.h"
 
@@ -82,7 +83,7 @@ TEST_F(OverlaySettings, ARowOpensTheEditorForItsAction) {
         Render();
         ActivateTarget(Ui().overlayState, 1000 + index);
         EXPECT_NE(fake::FindWindowOf(u"ZVShortcutEditor315"), nullptr);
-        EXPECT_EQ(Ui().shortcutEditorIndex, index);
+        EXPECT_EQ(Ui().shortcutEditor.index, index);
     }
 }
 
@@ -106,7 +107,7 @@ TEST_F(OverlaySettings, TheFootTellsWhatAClickDoes) {
 }
 
 TEST_F(OverlaySettings, TheNoteAndTheTitleFollowTheTheme) {
-    Ui().accentColor = Rgb(255, 97, 192);
+    Drawing().accentColor = Rgb(255, 97, 192);
     Ui().hotkeyRegistered[0] = false;
     const std::vector<std::string> lines = Render();
     EXPECT_THAT(lines, Contains("text 320,126,700,159 17/600 centred 255,97,192 \"Shortcuts\""));
@@ -117,7 +118,7 @@ TEST_F(OverlaySettings, TheNoteAndTheTitleFollowTheTheme) {
 TEST_F(OverlaySettings, AChangedShortcutStandsInItsRow) {
     OpenShortcutEditor(1);
     TheWindows().heldModifiers = keyModifier::shift;
-    ShortcutEditorProc(*Ui().shortcutEditorWindow, message::systemKeyDown, 121, 0);
+    ShortcutEditorProc(*Ui().shortcutEditor.window, message::systemKeyDown, 121, 0);
     EXPECT_THAT(Render(), Contains("text 429,244,835,278 17/600 centred 241,242,250 \"Shift + F10\""));
 }
 

@@ -3,6 +3,8 @@
 
 #include "core/AppCore.h"
 #include "ui/QuickOverlay.h"
+#include "ui/kit/DrawingContext.h"
+#include "ui/navigation/Navigation.h"
 
 namespace zv {
 namespace {
@@ -43,20 +45,20 @@ protected:
     OverlayTiles() { Set({}); }
 
     void Set(const States& states) {
-        Ui().captureJobSlot.Release();
-        Ui().screenshotSlot.Release();
+        Ui().capture.job.Release();
+        Ui().screenshot.job.Release();
         if (states.job) {
-            Ui().captureJobSlot.Start([] { return Text(); }, Text());
+            Ui().capture.job.Start([] { return Text(); }, Text());
         }
         if (states.screenshot) {
-            Ui().screenshotSlot.Start([] { return Text(); }, Text());
+            Ui().screenshot.job.Start([] { return Text(); }, Text());
         }
         Engine().state = states.recording ? EngineState::Recording : EngineState::Ready;
         Engine().replayRunning = states.replay;
         CurrentSettings().micEnabled = states.microphone;
         CurrentSettings().gameAudioEnabled = states.sound;
         Ui().replayPopoverOpen = states.popover;
-        Ui().secondsReady = states.seconds;
+        Ui().capture.secondsReady = states.seconds;
     }
 
     /// A drawing pass in which each icon is one line, "icon x,y scale s".
@@ -355,7 +357,7 @@ TEST_F(OverlayTiles, AButtonIsFramedUnderTheMouseAndFilledAsWellWhenPressed) {
 }
 
 TEST_F(OverlayTiles, TheOverlaysFramesStayPurpleUnderAnotherTheme) {
-    Ui().accentColor = Rgb(255, 97, 192);
+    Drawing().accentColor = Rgb(255, 97, 192);
     Set({.replay = true, .screenshot = true, .microphone = true, .popover = true, .seconds = 1});
     State().hoverId = 914;
     const auto page = Page();
@@ -390,14 +392,14 @@ TEST_F(OverlayTiles, BroadcastSaysThatItIsNotAvailable) {
 TEST_F(OverlayTiles, BothGalleryButtonsOpenTheGalleryFromItsBeginning) {
     for (const std::int32_t id : {913, 908}) {
         Ui().overlayPage = 0;
-        Ui().galleryFilter = 2;
-        Ui().galleryFirstIndex = 12;
-        Ui().galleryGame = u"Alpha";
+        Ui().gallery.galleryFilter = 2;
+        Ui().gallery.galleryFirstIndex = 12;
+        Ui().gallery.galleryGame = u"Alpha";
         Click(id);
         EXPECT_EQ(Ui().overlayPage, 1) << id;
-        EXPECT_EQ(Ui().galleryFilter, 0) << id;
-        EXPECT_EQ(Ui().galleryFirstIndex, 0) << id;
-        EXPECT_EQ(Ui().galleryGame, u"") << id;
+        EXPECT_EQ(Ui().gallery.galleryFilter, 0) << id;
+        EXPECT_EQ(Ui().gallery.galleryFirstIndex, 0) << id;
+        EXPECT_EQ(Ui().gallery.galleryGame, u"") << id;
         EXPECT_TRUE(IsOverlayShown());
     }
 }
@@ -438,7 +440,7 @@ TEST_F(OverlayTiles, TheRecordTileStartsARecordingAndEndsIt) {
 TEST_F(OverlayTiles, TheScreenshotTileTakesOneAndIsDisabledUntilItIsThere) {
     fake::TheMonitors().monitors = {{u"Main", 0, 0, 1010, 568, true}};
     Click(903);
-    EXPECT_TRUE(Ui().screenshotSlot.IsBusy());
+    EXPECT_TRUE(Ui().screenshot.job.IsBusy());
     EXPECT_THAT(Page(), Contains(Label("581,193,701,213", muted, "Saving...")));
     EXPECT_FALSE(IsRegistered(903));
     AwaitScreenshot();
@@ -449,11 +451,11 @@ TEST_F(OverlayTiles, TheScreenshotTileTakesOneAndIsDisabledUntilItIsThere) {
 }
 
 TEST_F(OverlayTiles, TheSwitchesFlipTheirSettingAndApplyIt) {
-    Ui().secondsReady = 30;
+    Ui().capture.secondsReady = 30;
     Click(905);
     EXPECT_TRUE(CurrentSettings().micEnabled);
     EXPECT_FALSE(CurrentSettings().gameAudioEnabled);
-    EXPECT_EQ(Ui().secondsReady, 0);
+    EXPECT_EQ(Ui().capture.secondsReady, 0);
     EXPECT_FALSE(IsRegistered(905)) << "disabled while the change is applied";
     FinishJob();
     EXPECT_TRUE(TheEngine().configs.back().micEnabled);

@@ -9,7 +9,8 @@
 #include "fake/Canvas.h"
 #include "library/ClipList.h"
 #include "ui/Interface.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/kit/DrawingContext.h"
+#include "ui/state/Engine.h"
 #include "video/Capabilities.h"
 
 namespace zv {
@@ -41,7 +42,7 @@ protected:
         TheWindows().endRequest();
     }
     void FinishFirstJob() {
-        if (Ui().captureJobSlot.IsBusy()) {
+        if (Ui().capture.job.IsBusy()) {
             AwaitJob();
             TheWindows().made[0].procedure(*Ui().mainWindow, message::timer, 43, 0);
         }
@@ -104,14 +105,14 @@ TEST_F(Application, AFirstRunWritesItsSettingsTwiceAndEndsPurple) {
     EXPECT_THAT(first, HasSubstr("\r\ntheme=ZV Purple\r\n"));
     EXPECT_THAT(second, HasSubstr("\r\nmonitorDevice=main\r\n"));
     EXPECT_THAT(second, HasSubstr("\r\ntheme=ZV Purple\r\n"));
-    EXPECT_EQ(Ui().accentColor, 0xFF7797U);
+    EXPECT_EQ(Drawing().accentColor, 0xFF7797U);
 }
 
 TEST_F(Application, AStoredColourLastsForThisSession) {
     WriteSettings("audioCaptureVersion=1\r\nreplayUiVersion=1\r\ntheme=Zorvel Blue\r\n");
     inLoop = [&] { EXPECT_THAT(SettingsBytes(), HasSubstr("\r\ntheme=ZV Purple\r\n")); };
     RunApplication(u"zorvel");
-    EXPECT_EQ(Ui().accentColor, 0xFF9751U);
+    EXPECT_EQ(Drawing().accentColor, 0xFF9751U);
 }
 
 TEST_F(Application, AStoredMonitorIsKept) {
@@ -417,7 +418,7 @@ TEST_F(Application, ClosingWhileAJobRunsBlocksUntilItHasEnded) {
             gate_.Open();
         });
         TheWindows().endRequest();
-        ended = Ui().captureJobSlot.IsFinished();
+        ended = Ui().capture.job.IsFinished();
     };
     RunApplication(u"zorvel");
     release.join();

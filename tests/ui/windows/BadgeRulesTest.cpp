@@ -135,16 +135,16 @@ TEST_F(BadgeRules, ARecordingIsToldBeforeAJobAndAJobBeforeTheReplay) {
 
 TEST_F(BadgeRules, ItStandsInTheUpperRightInTheSizeOfTheDpi) {
     const Rectangle monitor{0, 0, 1920, 1080};
-    EXPECT_EQ(BadgePlace(monitor, 96), (Rectangle{1812, 80, 1902, 112}));
-    EXPECT_EQ(BadgePlace(monitor, 144), (Rectangle{1767, 80, 1902, 128}));
-    EXPECT_EQ(BadgePlace(monitor, 192), (Rectangle{1722, 80, 1902, 144}));
-    EXPECT_EQ(BadgePlace({-2560, -360, 0, 1080}, 96), (Rectangle{-108, -280, -18, -248}));
+    EXPECT_EQ(BadgeBounds(monitor, 96), (Rectangle{1812, 80, 1902, 112}));
+    EXPECT_EQ(BadgeBounds(monitor, 144), (Rectangle{1767, 80, 1902, 128}));
+    EXPECT_EQ(BadgeBounds(monitor, 192), (Rectangle{1722, 80, 1902, 144}));
+    EXPECT_EQ(BadgeBounds({-2560, -360, 0, 1080}, 96), (Rectangle{-108, -280, -18, -248}));
 }
 
 TEST_F(BadgeRules, ItsSizeIsRoundedToTheNearestPixel) {
     const Rectangle monitor{0, 0, 1920, 1080};
-    EXPECT_EQ(BadgePlace(monitor, 120), (Rectangle{1789, 80, 1902, 120}));  // 112.5 and 40
-    EXPECT_EQ(BadgePlace(monitor, 110), (Rectangle{1799, 80, 1902, 117}));  // 103.125 and 36.67
+    EXPECT_EQ(BadgeBounds(monitor, 120), (Rectangle{1789, 80, 1902, 120}));  // 112.5 and 40
+    EXPECT_EQ(BadgeBounds(monitor, 110), (Rectangle{1799, 80, 1902, 117}));  // 103.125 and 36.67
 }
 
 }  // namespace

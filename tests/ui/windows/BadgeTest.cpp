@@ -2,7 +2,9 @@
 #include "ui/windows/Badge.h"
 
 #include "ui/Notices.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/kit/DrawingContext.h"
+#include "ui/navigation/Navigation.h"
+#include "ui/state/Engine.h"
 
 namespace zv {
 namespace {
@@ -114,11 +116,11 @@ TEST_F(Badge, ShowsWhereThereIsNoOverlay) {
 TEST_F(Badge, IsAwayDuringAScreenshot) {
     PlayFullScreen();
     UpdateBadge();
-    Ui().screenshotSlot.Start([] { return Text(); }, Text());
+    Ui().screenshot.job.Start([] { return Text(); }, Text());
     EXPECT_FALSE(ShownAfterUpdate());
     AwaitScreenshot();
     EXPECT_FALSE(ShownAfterUpdate());  // finished, but not collected
-    Ui().screenshotSlot.Take();
+    Ui().screenshot.job.Take();
     EXPECT_TRUE(ShownAfterUpdate());
 }
 
@@ -174,20 +176,20 @@ TEST_F(Badge, AProcessThatCameToTheFrontMeanwhileIsNotTakenForTheFirst) {
 TEST_F(Badge, IsPaintedAnewOnlyWhenItSaysSomethingElse) {
     PlayFullScreen();
     UpdateBadge();
-    EXPECT_EQ(Ui().badgeState, 0U);
+    EXPECT_EQ(Ui().badge.badgeState, 0U);
     EXPECT_EQ(Of(badge_).invalidations, 1);
     UpdateBadge();
     EXPECT_EQ(Of(badge_).invalidations, 1);
-    Ui().captureJobSlot.Start([] { return Text(); }, Text());
+    Ui().capture.job.Start([] { return Text(); }, Text());
     UpdateBadge();
-    EXPECT_EQ(Ui().badgeState, 1U);
+    EXPECT_EQ(Ui().badge.badgeState, 1U);
     EXPECT_EQ(Of(badge_).invalidations, 2);
     Engine().state = EngineState::Recording;
     UpdateBadge();
-    EXPECT_EQ(Ui().badgeState, 2U);
+    EXPECT_EQ(Ui().badge.badgeState, 2U);
     EXPECT_EQ(Of(badge_).invalidations, 3);
     AwaitJob();
-    Ui().captureJobSlot.Take();
+    Ui().capture.job.Take();
     UpdateBadge();
     EXPECT_EQ(Of(badge_).invalidations, 3);
 }
@@ -236,7 +238,7 @@ TEST_F(Badge, SaysOnWhileTheReplayRuns) {
 
 TEST_F(Badge, ShowsDotsWhileAJobRuns) {
     PlayFullScreen();
-    Ui().captureJobSlot.Start([] { return Text(); }, Text());
+    Ui().capture.job.Start([] { return Text(); }, Text());
     UpdateBadge();
     EXPECT_THAT(Paint(*badge_),
                 ElementsAre("fill 0,0,90,32 20,15,30", "text 2,0,45,32 17/600 centred 151,119,255 \"ZV\"",
@@ -246,7 +248,7 @@ TEST_F(Badge, ShowsDotsWhileAJobRuns) {
 TEST_F(Badge, SaysRecInRedWhileARecordingRuns) {
     PlayFullScreen();
     Engine().state = EngineState::Recording;
-    Ui().captureJobSlot.Start([] { return Text(); }, Text());
+    Ui().capture.job.Start([] { return Text(); }, Text());
     UpdateBadge();
     EXPECT_THAT(Paint(*badge_),
                 ElementsAre("fill 0,0,90,32 20,15,30", "text 2,0,45,32 17/600 centred 151,119,255 \"ZV\"",
@@ -254,7 +256,7 @@ TEST_F(Badge, SaysRecInRedWhileARecordingRuns) {
 }
 
 TEST_F(Badge, ItsHalvesGrowWithTheWindowAndItsColourIsTheThemes) {
-    Ui().accentColor = Rgb(81, 151, 255);
+    Drawing().accentColor = Rgb(81, 151, 255);
     PlayFullScreen();
     TheWindows().front->dpi = 192;
     UpdateBadge();

@@ -7,11 +7,14 @@
 #include "ui/Interface.h"
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/Commands.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/commands/Notifications.h"
+#include "ui/commands/Status.h"
+#include "ui/navigation/Navigation.h"
+#include "ui/pages/ShortcutEditor.h"
+#include "ui/state/Engine.h"
 #include "ui/windows/Badge.h"
-#include "ui/windows/Notifications.h"
 #include "ui/windows/Overlay.h"
-#include "ui/windows/ShortcutEditor.h"
+#include "ui/windows/ToastWindow.h"
 
 namespace zv {
 namespace {
@@ -94,10 +97,10 @@ TEST_F(MainWindow, TheSlowTimerCollectsAJobAsWell) {
     AwaitJob();
     HideWindow(*window_);
     Tick();
-    EXPECT_FALSE(Ui().captureJobSlot.IsBusy());
+    EXPECT_FALSE(Ui().capture.job.IsBusy());
     EXPECT_EQ(Ui().statusText, u"Replay on");
     EXPECT_THAT(Activity(), ElementsAre(u"Capture: Replay on"));
-    EXPECT_FALSE(Ui().capturePollSlot.IsBusy()) << "the tick that collects a job starts no poll";
+    EXPECT_FALSE(Ui().capture.poll.IsBusy()) << "the tick that collects a job starts no poll";
 }
 
 TEST_F(MainWindow, AHiddenWindowsJobIsCollected) {
@@ -113,20 +116,20 @@ TEST_F(MainWindow, NoPollIsStartedOrCollectedDuringAJob) {
     RunTo("StartReplay");
     Tick();
     Tick();
-    EXPECT_FALSE(Ui().capturePollSlot.IsBusy());
+    EXPECT_FALSE(Ui().capture.poll.IsBusy());
     EXPECT_EQ(CountOf("PollCapture"), 0);
 }
 
 TEST_F(MainWindow, APollIsCollectedByTheNextTickWhichStartsAnother) {
     TheEngine().pollResult = {17, false, u"not for the user"};
     Tick();
-    EXPECT_TRUE(Ui().capturePollSlot.IsBusy());
-    EXPECT_EQ(Ui().secondsReady, 0);
+    EXPECT_TRUE(Ui().capture.poll.IsBusy());
+    EXPECT_EQ(Ui().capture.secondsReady, 0);
     AwaitPoll();
     Tick();
-    EXPECT_EQ(Ui().secondsReady, 17);
+    EXPECT_EQ(Ui().capture.secondsReady, 17);
     EXPECT_EQ(Ui().statusText, u"Ready") << "nothing has changed";
-    EXPECT_TRUE(Ui().capturePollSlot.IsBusy());
+    EXPECT_TRUE(Ui().capture.poll.IsBusy());
     AwaitPoll();
     EXPECT_EQ(CountOf("PollCapture"), 2);
 }
@@ -155,13 +158,13 @@ TEST_F(MainWindow, AChangeThatAPollFindsIsShownOnce) {
 }
 
 TEST_F(MainWindow, APollThatThrowsEndsInOneFixedText) {
-    Ui().secondsReady = 9;
+    Ui().capture.secondsReady = 9;
     fake::ThrowInCall("PollCapture", 1);
     Tick();
     AwaitPoll();
     Tick();
     EXPECT_EQ(Ui().statusText, u"Capture check failed. Try restarting replay.");
-    EXPECT_EQ(Ui().secondsReady, 0);
+    EXPECT_EQ(Ui().capture.secondsReady, 0);
 }
 
 TEST_F(MainWindow, EachTickAsksForTheGameInFront) {
@@ -176,22 +179,22 @@ TEST_F(MainWindow, EachTickAsksForTheGameInFront) {
 // A change of the display.
 
 TEST_F(MainWindow, ADisplayChangeRestartsCaptureOnTheNextTick) {
-    Ui().secondsReady = 30;
+    Ui().capture.secondsReady = 30;
     Ui().monitorLabel = u"the old one";
     Engine().replayRunning = true;
     CurrentSettings().codec = u"HEVC";
     CurrentSettings().replaySeconds = 75;
     CurrentSettings().monitorDevice = u"second";
     Send(message::displayChange);
-    EXPECT_TRUE(Ui().displayChangePending);
-    EXPECT_EQ(Ui().secondsReady, 0);
+    EXPECT_TRUE(Ui().capture.displayChangePending);
+    EXPECT_EQ(Ui().capture.secondsReady, 0);
     EXPECT_EQ(Ui().monitorLabel, u"");
     EXPECT_EQ(Ui().statusText, u"Display layout changed. Updating the selected monitor...");
     EXPECT_EQ(CountOf("StopAll"), 0);
     gate_.Hold("StopAll");
     Tick();
-    EXPECT_FALSE(Ui().displayChangePending);
-    EXPECT_FALSE(Ui().capturePollSlot.IsBusy());
+    EXPECT_FALSE(Ui().capture.displayChangePending);
+    EXPECT_FALSE(Ui().capture.poll.IsBusy());
     CurrentSettings().monitorDevice = u"third";
     CurrentSettings().replaySeconds = 15;
     gate_.Open();
@@ -210,14 +213,14 @@ TEST_F(MainWindow, ADisplayChangeDuringAJobWaitsUntilTheJobHasBeenCollected) {
     RunTo("StartReplay");
     Send(message::displayChange);
     Tick();
-    EXPECT_TRUE(Ui().displayChangePending);
+    EXPECT_TRUE(Ui().capture.displayChangePending);
     gate_.Open();
     AwaitJob();
     Tick();  // collects
-    EXPECT_TRUE(Ui().displayChangePending);
+    EXPECT_TRUE(Ui().capture.displayChangePending);
     EXPECT_EQ(CountOf("StopAll"), 0);
     Tick();
-    EXPECT_FALSE(Ui().displayChangePending);
+    EXPECT_FALSE(Ui().capture.displayChangePending);
     FinishJob();
     EXPECT_EQ(CountOf("StopAll"), 1);
     EXPECT_EQ(CountOf("StartReplay"), 2);
@@ -254,7 +257,7 @@ TEST_F(MainWindow, TheCloseBoxHidesTheWindowAndLeavesAJobRunning) {
     EXPECT_FALSE(IsWindowShown(*window_));
     EXPECT_FALSE(IsOverlayShown());
     EXPECT_FALSE(TheWindows().quitPosted);
-    EXPECT_TRUE(Ui().captureJobSlot.IsBusy());
+    EXPECT_TRUE(Ui().capture.job.IsBusy());
     EXPECT_EQ(CountOf("destroy"), 0);
 }
 
@@ -306,7 +309,7 @@ TEST_F(MainWindow, TheShutdownGoesInItsOrder) {
     EXPECT_THAT(calls, ElementsAre("HideWindow", "HideWindow", "destroy", "destroy", "StopTimer", "StopTimer",
                                    "StopAll", "UnregisterGlobalKey", "UnregisterGlobalKey", "UnregisterGlobalKey",
                                    "UnregisterGlobalKey", "PostQuit"));
-    EXPECT_EQ(Ui().shortcutEditorWindow, nullptr);
+    EXPECT_EQ(Ui().shortcutEditor.window, nullptr);
     EXPECT_FALSE(savedAtStop);
     EXPECT_TRUE(savedAtQuit);
     EXPECT_FALSE(markerAtQuit);
@@ -329,7 +332,7 @@ TEST_F(MainWindow, TheShutdownWaitsForAJobBeforeItStopsTheEngine) {
     bool timersStopped = false;
     onCall_ = [&](const std::string& name, int) {
         if (name == "StopAll") {
-            jobEnded = Ui().captureJobSlot.IsFinished();
+            jobEnded = Ui().capture.job.IsFinished();
             timersStopped = TheWindows().timers.empty();
         }
     };
@@ -350,7 +353,7 @@ TEST_F(MainWindow, TheShutdownWaitsForAPollBeforeItStopsTheEngine) {
     bool pollEnded = false;
     onCall_ = [&](const std::string& name, int) {
         if (name == "StopAll") {
-            pollEnded = Ui().capturePollSlot.IsFinished();
+            pollEnded = Ui().capture.poll.IsFinished();
         }
     };
     std::thread release([this] {

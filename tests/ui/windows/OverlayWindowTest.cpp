@@ -1,5 +1,6 @@
 // The overlay's window: where it opens, how it closes, and that it leaves the game alone.
 #include "ui/QuickOverlay.h"
+#include "ui/navigation/Navigation.h"
 #include "ui/windows/MainWindow.h"
 
 namespace zv {
@@ -35,7 +36,7 @@ TEST_F(OverlayWindow, FillsTheWorkAreaInHeightOrWidthAtTheTopInTheMiddle) {
              // An ultra-wide one: 1400 / 568 times 1010 is 2489.43...; (3440 - 2489) / 2 = 475.
              Row{{0, 0, 3440, 1400}, {475, 0, 2964, 1400}},
          }) {
-        EXPECT_EQ(OverlayPlace(row.work), row.place) << row.work.left << " " << row.work.Width();
+        EXPECT_EQ(OverlayBounds(row.work), row.place) << row.work.left << " " << row.work.Width();
     }
 }
 
@@ -222,11 +223,11 @@ TEST_F(OverlayWindow, TheSignatureHasABitForEachThingThatTheTilesShow) {
     CurrentSettings().gameAudioEnabled = true;
     EXPECT_EQ(OverlaySignature(), 16U);
     CurrentSettings().gameAudioEnabled = false;
-    Ui().secondsReady = 1;
+    Ui().capture.secondsReady = 1;
     EXPECT_EQ(OverlaySignature(), 32U);
-    Ui().secondsReady = 300;
+    Ui().capture.secondsReady = 300;
     EXPECT_EQ(OverlaySignature(), 32U);
-    Ui().secondsReady = 0;
+    Ui().capture.secondsReady = 0;
     OccupyJob();
     EXPECT_EQ(OverlaySignature(), 1U);
 }
@@ -236,7 +237,7 @@ TEST_F(OverlayWindow, EverythingAtOnceIsAllSixBits) {
     CurrentSettings().gameAudioEnabled = true;
     Engine().state = EngineState::Recording;
     Engine().replayRunning = true;
-    Ui().secondsReady = 7;
+    Ui().capture.secondsReady = 7;
     OccupyJob();
     EXPECT_EQ(OverlaySignature(), 63U);
 }
@@ -252,10 +253,10 @@ TEST_F(OverlayWindow, IsPaintedAnewOnlyWhenItIsShownAndSomethingChanged) {
     EXPECT_EQ(Record().invalidations, 1) << "the first one differs from all";
     RefreshOverlay();
     EXPECT_EQ(Record().invalidations, 1);
-    Ui().secondsReady = 1;
+    Ui().capture.secondsReady = 1;
     RefreshOverlay();
     EXPECT_EQ(Record().invalidations, 2);
-    Ui().secondsReady = 2;
+    Ui().capture.secondsReady = 2;
     RefreshOverlay();
     EXPECT_EQ(Record().invalidations, 2);
 }

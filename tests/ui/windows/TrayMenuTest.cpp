@@ -2,7 +2,8 @@
 #include "ui/windows/TrayMenu.h"
 
 #include "ui/Interface.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/navigation/Navigation.h"
+#include "ui/state/Engine.h"
 #include "ui/windows/Overlay.h"
 
 namespace zv {
@@ -115,7 +116,7 @@ TEST_F(TrayMenu, RecordingStartsAndStops) {
 
 TEST_F(TrayMenu, ScreenshotTakesOne) {
     Choose(5);
-    EXPECT_TRUE(Ui().screenshotSlot.IsBusy());
+    EXPECT_TRUE(Ui().screenshot.job.IsBusy());
 }
 
 TEST_F(TrayMenu, QuickCaptureTogglesTheOverlay) {

@@ -1,4 +1,4 @@
-// The one capture engine, and what passes between it and the settings.
+// The one capture engine of the process.
 #pragma once
 
 #include <cstdint>
@@ -8,12 +8,8 @@
 
 namespace zv {
 
-/// The one engine of the process. Its operations belong to the worker of a capture job or a poll; the interface
-/// thread reads the atomics.
+/// The worker of a capture job or of a poll calls its operations; the interface thread reads the atomics.
 CaptureEngine& Engine();
-
-/// What the settings ask for at this moment. Forces `codec` and `encoder` of the settings first. Interface thread.
-CaptureConfig MakeCaptureConfig();
 
 struct RecordingStatus {
     bool recording = false;

@@ -1,4 +1,4 @@
-#include "ui/windows/ToastRules.h"
+#include "ui/commands/ToastRules.h"
 
 #include <algorithm>
 #include <array>
@@ -8,25 +8,25 @@ namespace {
 
 enum class Match {
     Beginning,  ///< the status begins with the first word
-    AnyWord,    ///< it holds one of the words
-    AllWords    ///< it holds all of them
+    AnyWord,    ///< it contains one of the words
+    AllWords    ///< it contains all of them
 };
 
 struct ToastRule {
     Match match;
-    bool lowered;                   ///< the words are looked for in a lower-cased copy of the status
-    std::array<TextView, 4> words;  ///< empty ones are not there
+    bool lowered;                   ///< compare with a lower-case copy of the status
+    std::array<TextView, 4> words;  ///< an empty one is unused
     TextView text;
-    ToastKind kind = ToastKind::Replay;
+    IconKind icon = IconKind::Replay;
 };
 
-/// The first that fits decides: what was saved wins over what the rest of the text says, a failure over its reasons.
+/// The first match decides: a saved file wins over the rest of the text, a failure over its reasons.
 constexpr ToastRule toastRules[] = {
-    {Match::Beginning, false, {u"Screenshot saved:"}, u"Screenshot saved", ToastKind::Camera},
-    {Match::AnyWord, false, {u"Recording saved"}, u"Recording saved", ToastKind::Record},
+    {Match::Beginning, false, {u"Screenshot saved:"}, u"Screenshot saved", IconKind::Camera},
+    {Match::AnyWord, false, {u"Recording saved"}, u"Recording saved", IconKind::Record},
     {Match::AnyWord, false, {u"Replay saved"}, u"Clip saved"},
     {Match::AnyWord, false, {u"Clip saved"}, u"Clip saved"},
-    {Match::AnyWord, false, {u"Recording started"}, u"Recording has started", ToastKind::Record},
+    {Match::AnyWord, false, {u"Recording started"}, u"Recording has started", IconKind::Record},
     {Match::AnyWord, true, {u"failed", u"could not", u"cannot", u"error"}, u"Capture needs attention - check Status"},
     {Match::AnyWord, true, {u"paused", u"replay stopped"}, u"Instant replay is paused"},
     {Match::AnyWord, true, {u"warming up"}, u"Replay is warming up - try again shortly"},
@@ -57,13 +57,13 @@ Toast ToastTextForStatus(TextView status) {
     const Text lowered = Lowered(status);
     for (const ToastRule& rule : toastRules) {
         if (Fits(rule, rule.lowered ? TextView(lowered) : status)) {
-            return {Text(rule.text), rule.kind};
+            return {Text(rule.text), rule.icon};
         }
     }
     return {};
 }
 
-Rectangle ToastPlace(const Rectangle& work, std::int32_t dpi) {
+Rectangle ToastBounds(const Rectangle& work, std::int32_t dpi) {
     constexpr std::int32_t margin = 16;
     constexpr std::int32_t belowTop = 64;
     const double scale = std::max(dpi / 96.0, 1.0);

@@ -1,12 +1,15 @@
 // The main window's pages as text: every rectangle, label, state and action of the frame and of Home.
-#include "ui/pages/DesktopPages.h"
+#include "ui/windows/MainFrame.h"
 
 #include "fake/Canvas.h"
 #include "ui/Interface.h"
 #include "ui/kit/Colors.h"
+#include "ui/kit/DrawingContext.h"
 #include "ui/kit/DrawingFrame.h"
+#include "ui/kit/Fonts.h"
 #include "ui/kit/HitTargets.h"
-#include "ui/state/CaptureSettings.h"
+#include "ui/navigation/Navigation.h"
+#include "ui/state/Engine.h"
 #include "ui/windows/Overlay.h"
 
 namespace zv {
@@ -34,7 +37,7 @@ protected:
     }
     ~DesktopPages() override {
         gate_.Open();
-        Ui().captureJobSlot.Wait();
+        Ui().capture.job.Wait();
         overlay_.reset();
         window_.reset();
         Ui().mainState = {};
@@ -187,7 +190,7 @@ TEST_F(DesktopPages, NameTheShortcutsOfTheSettings) {
 }
 
 TEST_F(DesktopPages, TakeTheColourOfTheTheme) {
-    Ui().accentColor = Rgb(255, 97, 192);
+    Drawing().accentColor = Rgb(255, 97, 192);
     const Lines lines = Paint();
     EXPECT_THAT(lines, Contains("text 24,24,170,60 30/700 255,97,192 \"ZORVEL\""));
     EXPECT_THAT(lines, Contains("text 24,655,174,683 17/600 255,97,192 \"Alt + F10\""));
@@ -284,16 +287,16 @@ TEST_F(DesktopPages, HomeOpensTheOverlayAtItsTilesAndClosesItToo) {
 }
 
 TEST_F(DesktopPages, HomeOpensTheGalleryAndLeavesAnOverlayOpen) {
-    Ui().galleryFirstIndex = 6;
-    Ui().galleryFilter = 2;
-    Ui().galleryGame = u"Foo";
+    Ui().gallery.galleryFirstIndex = 6;
+    Ui().gallery.galleryFilter = 2;
+    Ui().gallery.galleryGame = u"Foo";
     for (int i = 0; i < 2; ++i) {
         Click(900, 487);
         EXPECT_TRUE(IsOverlayShown());
         EXPECT_EQ(Ui().overlayPage, overlayPage::gallery);
-        EXPECT_EQ(Ui().galleryFirstIndex, 0);
-        EXPECT_EQ(Ui().galleryFilter, 0);
-        EXPECT_EQ(Ui().galleryGame, u"");
+        EXPECT_EQ(Ui().gallery.galleryFirstIndex, 0);
+        EXPECT_EQ(Ui().gallery.galleryFilter, 0);
+        EXPECT_EQ(Ui().gallery.galleryGame, u"");
     }
 }
 

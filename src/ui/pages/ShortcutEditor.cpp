@@ -1,11 +1,11 @@
-#include "ui/windows/ShortcutEditor.h"
+#include "ui/pages/ShortcutEditor.h"
 
 #include "core/Settings.h"
 #include "platform/Keyboard.h"
 #include "ui/commands/Hotkeys.h"
 #include "ui/kit/Colors.h"
-#include "ui/kit/DrawingFrame.h"
-#include "ui/kit/HitTargets.h"
+#include "ui/kit/Controls.h"
+#include "ui/kit/DrawingContext.h"
 #include "ui/kit/SmallWindow.h"
 #include "ui/state/UiGlobals.h"
 
@@ -19,13 +19,13 @@ constexpr std::uintptr_t escapeKey = 27;
 
 bool IsWithin(std::uintptr_t key, std::uintptr_t first, std::uintptr_t last) { return key >= first && key <= last; }
 
-/// Digits, letters, F1 to F24. Modifiers on their own are none of them, so the editor waits while they are held.
+/// Digits, letters, F1 to F24. Not modifiers, so the editor waits while one is held.
 bool IsShortcutKey(std::uintptr_t key) {
     return IsWithin(key, '0', '9') || IsWithin(key, 'A', 'Z') || IsWithin(key, 112, 135);
 }
 
 void Bind(AppWindow& window, std::uint32_t modifiers, std::uint32_t key) {
-    if (TryRebindHotkey(Ui().shortcutEditorIndex, modifiers, key)) {
+    if (TryRebindHotkey(Ui().shortcutEditor.index, modifiers, key)) {
         CloseShortcutEditor();
         InvalidatePages();
     } else {
@@ -46,18 +46,19 @@ void DrawEditor(Canvas& canvas, const Rectangle& client) {
     DrawTextLine(canvas, {20, 18, 550, 55}, u"Press your new shortcut", color::primaryText, FontRole::Bold);
     DrawTextLine(canvas, {20, 61, 550, 96}, u"Use Ctrl, Alt or Shift + a letter, number or F-key.", color::mutedText,
                  FontRole::Small);
-    const Text& error = Ui().shortcutError;
+    const Text& error = Ui().shortcutEditor.error;
     DrawTextLine(canvas, {20, 99, 550, 135},
-                 error.empty() ? u"Escape cancels without changing your shortcut." : TextView(error), Ui().accentColor,
-                 FontRole::Small);
+                 error.empty() ? u"Escape cancels without changing your shortcut." : TextView(error),
+                 Drawing().accentColor, FontRole::Small);
 }
 
 }  // namespace
 
 void OpenShortcutEditor(int index) {
-    UiGlobals& ui = Ui();
+    ShortcutEditorRecord& editor = Ui().shortcutEditor;
     CloseShortcutEditor();
-    const Rectangle overlay = ui.overlayWindow != nullptr ? WindowBounds(*ui.overlayWindow) : Rectangle{};
+    AppWindow* overlayWindow = Ui().overlayWindow;
+    const Rectangle overlay = overlayWindow != nullptr ? WindowBounds(*overlayWindow) : Rectangle{};
     WindowOptions options;
     options.className = u"ZVShortcutEditor315";
     options.title = u"ZV Reels - shortcut";
@@ -69,30 +70,31 @@ void OpenShortcutEditor(int index) {
     options.height = editorHeight;
     options.topmost = true;
     options.toolWindow = true;
-    options.owner = ui.mainWindow;
-    ui.shortcutError.clear();
-    ui.shortcutEditorIndex = index;
-    ui.shortcutEditorWindow = MakeWindow(options);
-    if (!ui.shortcutEditorWindow) {
-        ui.shortcutEditorIndex = noShortcut;
+    options.owner = Ui().mainWindow;
+    editor.error.clear();
+    editor.index = index;
+    editor.window = MakeWindow(options);
+    if (!editor.window) {
+        editor.index = noShortcut;
         return;
     }
-    ShowInFront(*ui.shortcutEditorWindow);
+    ShowInFront(*editor.window);
 }
 
 void CloseShortcutEditor() {
-    Ui().shortcutEditorWindow.reset();
-    Ui().shortcutEditorHasKeyboard = false;
-    Ui().shortcutEditorIndex = noShortcut;
+    ShortcutEditorRecord& editor = Ui().shortcutEditor;
+    editor.window.reset();
+    editor.hasKeyboard = false;
+    editor.index = noShortcut;
 }
 
 bool GiveHotkeyToShortcutEditor(std::uintptr_t id) {
-    const UiGlobals& ui = Ui();
-    if (!ui.shortcutEditorHasKeyboard || id < 1 || id > shortcutAction::count) {
+    const ShortcutEditorRecord& editor = Ui().shortcutEditor;
+    if (!editor.hasKeyboard || id < 1 || id > shortcutAction::count) {
         return false;
     }
     const Settings& settings = CurrentSettings();
-    Bind(*ui.shortcutEditorWindow, settings.bindMods[id - 1], settings.bindKeys[id - 1]);
+    Bind(*editor.window, settings.bindMods[id - 1], settings.bindKeys[id - 1]);
     return true;
 }
 
@@ -104,7 +106,7 @@ std::intptr_t ShortcutEditorProc(AppWindow& window, std::uint32_t code, std::uin
             return 0;
         case message::setFocus:
         case message::killFocus:
-            Ui().shortcutEditorHasKeyboard = code == message::setFocus;
+            Ui().shortcutEditor.hasKeyboard = code == message::setFocus;
             return DefaultProcedure(window, code, wParam, lParam);
         case message::close:
             CloseShortcutEditor();

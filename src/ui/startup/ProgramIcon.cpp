@@ -1,4 +1,4 @@
-#include "ui/kit/ProgramIcon.h"
+#include "ui/startup/ProgramIcon.h"
 
 #include "platform/Canvas.h"
 

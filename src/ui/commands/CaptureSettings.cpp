@@ -1,15 +1,8 @@
-#include "ui/state/CaptureSettings.h"
+#include "ui/commands/CaptureSettings.h"
 
 #include "core/Settings.h"
-#include "platform/Clock.h"
-#include "ui/state/UiGlobals.h"
 
 namespace zv {
-
-CaptureEngine& Engine() {
-    static CaptureEngine engine;
-    return engine;
-}
 
 CaptureConfig MakeCaptureConfig() {
     Settings& settings = CurrentSettings();
@@ -27,16 +20,6 @@ CaptureConfig MakeCaptureConfig() {
     config.monitorDevice = settings.monitorDevice;
     config.captureCursor = settings.captureCursor;
     return config;
-}
-
-RecordingStatus GetRecordingStatus() {
-    RecordingStatus status;
-    status.recording = Engine().state == EngineState::Recording;
-    if (status.recording) {
-        constexpr std::int64_t nsPerSecond = 1'000'000'000;
-        status.elapsedSeconds = (SteadyNs() - Ui().recordingStartTime) / nsPerSecond;
-    }
-    return status;
 }
 
 }  // namespace zv

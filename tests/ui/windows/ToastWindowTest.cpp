@@ -1,8 +1,10 @@
 // What the notification's window does: when it appears, for how long, what it paints.
-#include "ui/windows/Notifications.h"
+#include "ui/commands/Notifications.h"
 
 #include "ui/Notices.h"
+#include "ui/kit/DrawingContext.h"
 #include "ui/kit/Icons.h"
+#include "ui/windows/ToastWindow.h"
 
 namespace zv {
 namespace {
@@ -28,7 +30,7 @@ TEST_F(Notifications, AStatusAppearsOverTheGameForThreeSeconds) {
     EXPECT_TRUE(Record().topmost);
     EXPECT_EQ(Record().bounds, (Rectangle{1574, 80, 1904, 156}));
     EXPECT_THAT(Record().timers, ElementsAre(Pair(1U, 3000U)));
-    EXPECT_EQ(Ui().toast, (Toast{u"Clip saved", ToastKind::Replay}));
+    EXPECT_EQ(Ui().toast, (Toast{u"Clip saved", IconKind::Replay}));
     Ask(message::timer, 1);
     EXPECT_FALSE(Record().shown);
     EXPECT_THAT(Record().timers, IsEmpty());
@@ -46,7 +48,7 @@ TEST_F(Notifications, ASecondOneReplacesTheFirstAndHasItsFullTime) {
     const int invalidations = Record().invalidations;
     const int timers = CountOf("StartTimer");
     ShowToastForStatus(u"Recording started.");
-    EXPECT_EQ(Ui().toast, (Toast{u"Recording has started", ToastKind::Record}));
+    EXPECT_EQ(Ui().toast, (Toast{u"Recording has started", IconKind::Record}));
     EXPECT_GT(Record().invalidations, invalidations);
     EXPECT_EQ(CountOf("StartTimer"), timers + 1);  // which starts it anew
     EXPECT_THAT(Record().timers, ElementsAre(Pair(1U, 3000U)));
@@ -149,7 +151,7 @@ TEST_F(Notifications, TheDesignIsScaledIntoTheWindow) {
 }
 
 TEST_F(Notifications, TheIconIsThatOfItsKindInTheAccent) {
-    Ui().accentColor = Rgb(255, 97, 192);
+    Drawing().accentColor = Rgb(255, 97, 192);
     struct Row {
         TextView status;
         IconKind icon;

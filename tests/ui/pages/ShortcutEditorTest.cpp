@@ -1,7 +1,8 @@
 // The window that waits for a new shortcut, from its opening to its end.
-#include "ui/windows/ShortcutEditor.h"
+#include "ui/pages/ShortcutEditor.h"
 
 #include "ui/Notices.h"
+#include "ui/kit/DrawingContext.h"
 
 namespace zv {
 namespace {
@@ -31,8 +32,8 @@ protected:
     }
     static void ExpectClosed() {
         EXPECT_EQ(Editor(), nullptr);
-        EXPECT_EQ(Ui().shortcutEditorWindow, nullptr);
-        EXPECT_EQ(Ui().shortcutEditorIndex, -1);
+        EXPECT_EQ(Ui().shortcutEditor.window, nullptr);
+        EXPECT_EQ(Ui().shortcutEditor.index, -1);
     }
     static void ExpectUnchanged() {
         EXPECT_EQ(CurrentSettings().bindMods[saveReplayIndex], 1U);
@@ -57,8 +58,8 @@ TEST_F(ShortcutEditor, OpensAboveTheOverlayAndTakesTheKeyboard) {
     EXPECT_TRUE(record.shown);
     EXPECT_EQ(TheWindows().inFront, Editor());
     EXPECT_FALSE(record.excluded);
-    EXPECT_EQ(Ui().shortcutEditorWindow.get(), Editor());
-    EXPECT_EQ(Ui().shortcutEditorIndex, 2);
+    EXPECT_EQ(Ui().shortcutEditor.window.get(), Editor());
+    EXPECT_EQ(Ui().shortcutEditor.index, 2);
 }
 
 TEST_F(ShortcutEditor, IsNotScaledWithTheDpi) {
@@ -71,10 +72,10 @@ TEST_F(ShortcutEditor, IsNotScaledWithTheDpi) {
 TEST_F(ShortcutEditor, ASecondOneReplacesTheFirst) {
     OpenShortcutEditor(0);
     Press(0, 'K');
-    EXPECT_NE(Ui().shortcutError, u"");
+    EXPECT_NE(Ui().shortcutEditor.error, u"");
     OpenShortcutEditor(3);
-    EXPECT_EQ(Ui().shortcutError, u"");
-    EXPECT_EQ(Ui().shortcutEditorIndex, 3);
+    EXPECT_EQ(Ui().shortcutEditor.error, u"");
+    EXPECT_EQ(Ui().shortcutEditor.index, 3);
     EXPECT_EQ(CountOf("destroy"), 1);
     CloseShortcutEditor();
     ExpectClosed();
@@ -114,7 +115,7 @@ TEST_F(ShortcutEditor, DigitsLettersAndFunctionKeysAreTaken) {
         const bool taken = digit || letter || function;
         EXPECT_EQ(Editor() == nullptr, taken) << key;
         EXPECT_EQ(CurrentSettings().bindKeys[saveReplayIndex] == key, taken) << key;
-        EXPECT_EQ(Ui().shortcutError, u"") << key;
+        EXPECT_EQ(Ui().shortcutEditor.error, u"") << key;
     }
 }
 
@@ -125,7 +126,7 @@ TEST_F(ShortcutEditor, WaitsWhileModifiersAreHeldAlone) {
     Press(6, 16);
     Press(1, 18, message::systemKeyDown);
     ASSERT_NE(Editor(), nullptr);
-    EXPECT_EQ(Ui().shortcutError, u"");
+    EXPECT_EQ(Ui().shortcutEditor.error, u"");
     EXPECT_EQ(RecordOf(*Editor()).invalidations, invalidations);
     ExpectUnchanged();
 }
@@ -243,12 +244,12 @@ TEST_F(ShortcutEditor, HotKeysAreCommandsWhileAnotherWindowHasTheKeyboardAndAfte
     ShortcutEditorProc(*Editor(), message::killFocus, 0, 0);
     Send(message::hotKey, 1);
     EXPECT_TRUE(Of(overlay_).shown);
-    EXPECT_EQ(Ui().shortcutError, u"");
+    EXPECT_EQ(Ui().shortcutEditor.error, u"");
     ShortcutEditorProc(*Editor(), message::setFocus, 0, 0);
     CloseShortcutEditor();
     Send(message::hotKey, 1);
     EXPECT_FALSE(Of(overlay_).shown);
-    EXPECT_EQ(Ui().shortcutError, u"");
+    EXPECT_EQ(Ui().shortcutEditor.error, u"");
 }
 
 TEST_F(ShortcutEditor, ItsCloseBoxClosesIt) {
@@ -275,7 +276,7 @@ TEST_F(ShortcutEditor, TellsWhatToPressAndHowToLeave) {
 }
 
 TEST_F(ShortcutEditor, ItsLastLineIsInTheThemesColour) {
-    Ui().accentColor = Rgb(255, 97, 192);
+    Drawing().accentColor = Rgb(255, 97, 192);
     OpenShortcutEditor(saveReplayIndex);
     EXPECT_THAT(Paint(*Editor()), Contains("text 20,99,550,135 15/400 255,97,192 "
                                            "\"Escape cancels without changing your shortcut.\""));

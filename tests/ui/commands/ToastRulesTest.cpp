@@ -1,6 +1,6 @@
 // Every rule from the words that set it off, their order, the sentences of the whole program, and where the
 // notification goes.
-#include "ui/windows/ToastRules.h"
+#include "ui/commands/ToastRules.h"
 
 #include <gmock/gmock.h>
 
@@ -13,7 +13,7 @@
 namespace zv {
 
 void PrintTo(const Toast& toast, std::ostream* out) {
-    *out << ToPath(toast.text) << " / " << static_cast<int>(toast.kind);
+    *out << ToPath(toast.text) << " / " << static_cast<int>(toast.icon);
 }
 
 namespace {
@@ -23,7 +23,7 @@ using testing::IsEmpty;
 struct StatusRow {
     TextView status;
     TextView text;
-    ToastKind kind = ToastKind::Replay;
+    IconKind kind = IconKind::Replay;
 };
 
 constexpr TextView attention = u"Capture needs attention - check Status";
@@ -44,11 +44,11 @@ void ExpectToasts(std::span<const StatusRow> rows) {
 
 /// One status for each rule, in the order of the rules, with nothing in it that any other rule looks for.
 constexpr StatusRow samples[] = {
-    {u"Screenshot saved: a.png", u"Screenshot saved", ToastKind::Camera},
-    {u"The Recording saved a", u"Recording saved", ToastKind::Record},
+    {u"Screenshot saved: a.png", u"Screenshot saved", IconKind::Camera},
+    {u"The Recording saved a", u"Recording saved", IconKind::Record},
     {u"The Replay saved a", u"Clip saved"},
     {u"The Clip saved a", u"Clip saved"},
-    {u"The Recording started a", u"Recording has started", ToastKind::Record},
+    {u"The Recording started a", u"Recording has started", IconKind::Record},
     {u"This has failed now", attention},
     {u"This is paused now", paused},
     {u"This is warming up now", warmingUp},
@@ -62,9 +62,9 @@ constexpr StatusRow samples[] = {
 TEST(ToastRules, EveryRuleHasItsTextAndIcon) { ExpectToasts(samples); }
 
 TEST(ToastRules, TheIconsAreThoseOfReplayRecordingAndCamera) {
-    EXPECT_EQ(static_cast<int>(ToastKind::Replay), 0);
-    EXPECT_EQ(static_cast<int>(ToastKind::Record), 1);
-    EXPECT_EQ(static_cast<int>(ToastKind::Camera), 4);
+    EXPECT_EQ(static_cast<int>(IconKind::Replay), 0);
+    EXPECT_EQ(static_cast<int>(IconKind::Record), 1);
+    EXPECT_EQ(static_cast<int>(IconKind::Camera), 4);
 }
 
 TEST(ToastRules, EachOfARulesWordsSetsItOff) {
@@ -125,7 +125,7 @@ TEST(ToastRules, AScreenshotIsSavedOnlyWithTheColonAndAtTheBeginning) {
         {u"Screenshot saved to a.png", none},
         {u" Screenshot saved: a.png", none},
         {u"The Screenshot saved: a.png", none},
-        {u"Screenshot saved:", u"Screenshot saved", ToastKind::Camera},
+        {u"Screenshot saved:", u"Screenshot saved", IconKind::Camera},
     };
     ExpectToasts(rows);
 }
@@ -150,7 +150,7 @@ TEST(ToastRules, EverySentenceOfTheCommandsGivesItsNotification) {
         {u"Capture operation failed. Check disk space and runtime files.", attention},
         {u"Capture check failed. Try restarting replay.", attention},
         {u"Saving screenshot...", none},
-        {u"Screenshot saved: C:\\Videos\\error\\a.png", u"Screenshot saved", ToastKind::Camera},
+        {u"Screenshot saved: C:\\Videos\\error\\a.png", u"Screenshot saved", IconKind::Camera},
         {u"Screenshot failed. Check Gallery > Folders and disk space.", attention},
         {u"Screenshot failed. Check Gallery > Folders.", attention},
         {u"Choose a screenshot folder in Gallery > Folders.", none},
@@ -193,8 +193,8 @@ TEST(ToastRules, EverySentenceOfTheEngineGivesItsNotification) {
         {u"Recording could not start from replay. Check the recording folder and audio device; details are in a.log",
          attention},
         {u"Recording started. Stop Recording to finalize video and selected audio.", u"Recording has started",
-         ToastKind::Record},
-        {u"Recording saved: C:\\Videos\\Replay saved.mp4", u"Recording saved", ToastKind::Record},
+         IconKind::Record},
+        {u"Recording saved: C:\\Videos\\Replay saved.mp4", u"Recording saved", IconKind::Record},
         {u"Recording failed or did not finalize. See C:\\recording.log", attention},
         {u"Recording audio stopped unexpectedly.", none},
         {u"Replay audio stopped unexpectedly.", none},
@@ -260,18 +260,18 @@ TEST(ToastRules, TheNotificationHangsUnderTheUpperRightCorner) {
         {{-1280, 40, 0, 1000}, 96, {-346, 120, -16, 196}},  // a monitor left of the first
     };
     for (const PlaceRow& row : rows) {
-        EXPECT_EQ(ToastPlace(row.work, row.dpi), row.place) << row.dpi << " " << row.work.left << " " << row.work.top;
+        EXPECT_EQ(ToastBounds(row.work, row.dpi), row.place) << row.dpi << " " << row.work.left << " " << row.work.top;
     }
 }
 
 TEST(ToastRules, LengthsThatDoNotComeOutEvenAreCutOff) {
     // 1.25 times 330 is 412.5; 25 / 24 times 330, 16, 76 and 64 are 343.75, 16.67, 79.17 and 66.67.
-    EXPECT_EQ(ToastPlace({0, 0, 1920, 1040}, 120), (Rectangle{1488, 100, 1900, 195}));
-    EXPECT_EQ(ToastPlace({-1280, 40, 0, 1000}, 100), (Rectangle{-359, 122, -16, 201}));
+    EXPECT_EQ(ToastBounds({0, 0, 1920, 1040}, 120), (Rectangle{1488, 100, 1900, 195}));
+    EXPECT_EQ(ToastBounds({-1280, 40, 0, 1000}, 100), (Rectangle{-359, 122, -16, 201}));
 }
 
 TEST(ToastRules, ALowDpiDoesNotShrinkTheNotification) {
-    EXPECT_EQ(ToastPlace({0, 0, 1920, 1040}, 72), (Rectangle{1574, 80, 1904, 156}));
+    EXPECT_EQ(ToastBounds({0, 0, 1920, 1040}, 72), (Rectangle{1574, 80, 1904, 156}));
 }
 
 }  // namespace

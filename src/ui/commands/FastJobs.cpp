@@ -1,0 +1,57 @@
+#include "ui/commands/FastJobs.h"
+
+#include <algorithm>
+#include <array>
+
+#include "ui/commands/CaptureJobs.h"
+#include "ui/commands/Commands.h"
+#include "ui/state/UiGlobals.h"
+
+namespace zv {
+namespace {
+
+struct FastJob {
+    const JobSlot& slot;
+    bool usesEngine = false;
+    bool (*collect)() = nullptr;  ///< returns true if the job was finished
+};
+
+std::array<FastJob, 2> FastJobs() {
+    return {{{Ui().capture.job, true, CollectCaptureJob}, {Ui().screenshot.job, false, CollectScreenshot}}};
+}
+
+}  // namespace
+
+void ArmCollectionTimer() {
+    if (AppWindow* window = Ui().mainWindow) {
+        StartTimer(*window, collectionTimer, collectionPeriodMs);
+    }
+}
+
+bool CollectFastJobs() {
+    bool collected = false;
+    for (const FastJob& job : FastJobs()) {
+        collected |= job.collect();
+    }
+    return collected;
+}
+
+bool IsFastJobBusy() {
+    const auto jobs = FastJobs();
+    return std::any_of(jobs.begin(), jobs.end(), [](const FastJob& job) { return job.slot.IsBusy(); });
+}
+
+void WaitForFileJobs() {
+    for (const FastJob& job : FastJobs()) {
+        if (!job.usesEngine) {
+            job.slot.Wait();
+        }
+    }
+}
+
+void WaitForEngineJobs() {
+    Ui().capture.job.Wait();
+    Ui().capture.poll.Wait();
+}
+
+}  // namespace zv

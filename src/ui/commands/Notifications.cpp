@@ -1,0 +1,48 @@
+#include "ui/commands/Notifications.h"
+
+#include <optional>
+#include <utility>
+
+#include "core/Settings.h"
+#include "platform/Monitors.h"
+#include "platform/Window.h"
+#include "ui/commands/ToastRules.h"
+#include "ui/state/UiGlobals.h"
+#include "video/Monitors.h"
+
+namespace zv {
+namespace {
+
+/// Of the captured monitor. If it is disconnected, of the monitor at the desktop's origin.
+Rectangle WorkAreaOfCapture() {
+    const std::optional<MonitorEntry> monitor = ResolveMonitor(CurrentSettings().monitorDevice);
+    return MonitorAt(monitor ? Point{monitor->left, monitor->top} : Point{}).work;
+}
+
+}  // namespace
+
+void ShowToastForStatus(const Text& status) {
+    UiGlobals& ui = Ui();
+    if (ui.toastWindow == nullptr || !CurrentSettings().notifications) {
+        return;
+    }
+    Toast toast = ToastTextForStatus(status);
+    if (toast.text.empty()) {
+        return;
+    }
+    ui.toast = std::move(toast);
+    const std::int32_t dpi = ui.mainWindow != nullptr ? DpiOfWindow(*ui.mainWindow) : 96;
+    ShowTopmostAt(*ui.toastWindow, ToastBounds(WorkAreaOfCapture(), dpi));
+    InvalidateWindow(*ui.toastWindow);
+    StartTimer(*ui.toastWindow, toastTimer, toastPeriodMs);
+}
+
+void HideToast() {
+    AppWindow* window = Ui().toastWindow;
+    if (window != nullptr) {
+        HideWindow(*window);
+        StopTimer(*window, toastTimer);
+    }
+}
+
+}  // namespace zv

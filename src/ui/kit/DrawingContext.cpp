@@ -1,0 +1,10 @@
+#include "ui/kit/DrawingContext.h"
+
+namespace zv {
+
+DrawingContext& Drawing() {
+    static DrawingContext context;
+    return context;
+}
+
+}  // namespace zv

@@ -1,0 +1,22 @@
+#include "ui/state/CurrentGame.h"
+
+#include "core/Settings.h"
+#include "library/GameName.h"
+#include "platform/Files.h"
+#include "ui/state/UiGlobals.h"
+
+namespace zv {
+
+void RefreshGameName() {
+    Text name = ForegroundGameName();
+    if (!name.empty()) {
+        Ui().gameName = std::move(name);
+    }
+}
+
+Text CurrentGameFolder() {
+    RefreshGameName();
+    return JoinPath(CurrentSettings().captureRoot, Ui().gameName);
+}
+
+}  // namespace zv

@@ -1,0 +1,59 @@
+// The interface thread's handle of one background job: empty, running, or finished and not yet collected.
+//
+// Timers poll a slot; only the end of the program waits for it. Interface thread only.
+#pragma once
+
+#include <chrono>
+#include <future>
+#include <utility>
+
+namespace zv {
+
+/// What the timers need of a slot, whatever its result.
+class JobSlot {
+public:
+    /// Returns true until the result is collected, even if the worker has ended.
+    virtual bool IsBusy() const = 0;
+    virtual bool IsFinished() const = 0;
+    virtual void Wait() const = 0;
+
+protected:
+    ~JobSlot() = default;
+};
+
+template <class T>
+class FutureSlot final : public JobSlot {
+public:
+    bool IsBusy() const override { return future_.valid(); }
+    bool IsFinished() const override {
+        return future_.valid() && future_.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    }
+    void Wait() const override {
+        if (future_.valid()) {
+            future_.wait();
+        }
+    }
+
+    /// Runs `body` on a worker of its own. Any exception of `body` gives the result `failed`.
+    template <class Body>
+    void Start(Body body, T failed) {
+        future_ = std::async(std::launch::async, [body = std::move(body), failed = std::move(failed)]() mutable -> T {
+            try {
+                return body();
+            } catch (...) {
+                return std::move(failed);
+            }
+        });
+    }
+
+    /// Returns the result of a busy slot and empties the slot. Waits if necessary.
+    T Take() { return Release().get(); }
+
+    /// Returns the job in any state and leaves the slot empty.
+    std::future<T> Release() { return std::exchange(future_, {}); }
+
+private:
+    std::future<T> future_;
+};
+
+}  // namespace zv
