@@ -1,19 +1,17 @@
-// The thread's life: initialise sound, open the sources, offer the pipe, wait for the reader, pump, let go of all.
+// The worker's thread: initialize sound, open the sources, make the pipe, wait for the reader, pump, release.
 //
-// Every failure becomes one sentence with its code; a stop never does. The stop event is looked at in each of the
-// three waits: for the reader, for the next round, for a pending write.
+// Every failure becomes one sentence with its code; a stop never does. Each of the three waits ends at the stop event:
+// for the reader, for the next round, for a pending write.
 #include "audio/AudioCapture.h"
 
-#include <mutex>
+#include <memory>
 #include <span>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 #include "audio/AudioClock.h"
 #include "audio/AudioMix.h"
 #include "audio/AudioSource.h"
-#include "core/ThreadStart.h"
 #include "platform/BytePipe.h"
 #include "platform/Clock.h"
 #include "platform/Event.h"
@@ -29,11 +27,17 @@ constexpr Result resultOutOfMemory = ResultOf(0x8007000EU);
 
 std::atomic<std::uint32_t> pipeCounter{0};
 
-Text SentenceOf(TextView message, Result code) { return Text(message) + CodeSuffix(CodeOf(code)); }
-
-/// What the thread holds while it runs. The members are let go of in the order of TearDown.
+/// What the thread owns. It is released in reverse order, the pipe first.
 struct AudioRun {
     explicit AudioRun(Event& stopEvent) : stop(stopEvent) {}
+    ~AudioRun() {
+        if (write) {
+            CancelWrite(*write);
+            DisconnectPipe(*pipe);
+        }
+    }
+    AudioRun(const AudioRun&) = delete;
+    AudioRun& operator=(const AudioRun&) = delete;
 
     Event& stop;
     Owned<AudioThread> thread;
@@ -144,150 +148,56 @@ Result StartAndPump(AudioRun& run) {
     return Failed(result) ? result : Pump(run);
 }
 
-void TearDown(AudioRun& run) {
-    if (run.write) {
-        CancelWrite(*run.write);
-        DisconnectPipe(*run.pipe);
-    }
-    run.write.reset();
-    run.pipe.reset();
-    run.enumerator.reset();
-    run.microphone.reset();
-    run.system.reset();
-}
-
 }  // namespace
 
-struct AudioCapture::Worker {
-    explicit Worker(std::atomic<bool>& runningFlag) : running(runningFlag) {}
+struct AudioWorker {
+    AudioCapture& owner;
+    const bool gameAudio;
+    const bool microphone;
 
-    std::atomic<bool>& running;
-    Owned<Event> stopEvent;
-    Owned<Event> readyEvent;
-    std::thread thread;
-    Text pipeName;
-    bool gameAudio = false;  ///< as this and the next were at Start, for the thread
-    bool microphone = false;
-
-    Text outOfMemory;  ///< made beforehand, since there may be no memory for it when it is needed
-
-    mutable std::mutex mutex;
-    Text error;  ///< under mutex
-
-    void Prepare(bool wantsGameAudio, bool wantsMicrophone);
-    bool LaunchThread();
-    bool BecomesReady();
-    void Record(TextView message, Result code) { Record(SentenceOf(message, code)); }
-    void Record(Text sentence);
-    void Main() noexcept;
-    void Work(AudioRun& run);
+    void Run();
     bool Open(AudioRun& run);
     void Serve(AudioRun& run);
+    bool Check(Result result, TextView message);
 };
 
-/// The first failure's sentence stays: what fails later fails because of it.
-void AudioCapture::Worker::Record(Text sentence) {
-    const std::lock_guard lock(mutex);
-    if (error.empty()) {
-        error = std::move(sentence);
+void AudioWorker::Run() {
+    AudioRun run(owner.worker_.StopEvent());
+    if (Open(run)) {
+        owner.worker_.ReportReady();
+        Serve(run);
     }
-    running = false;
+    owner.running = false;
 }
 
-bool AudioCapture::Worker::Open(AudioRun& run) {
-    Result result = EnterAudioThread(run.thread);
-    if (Failed(result)) {
-        Record(u"Cannot initialize Windows audio", result);
+bool AudioWorker::Open(AudioRun& run) {
+    if (!Check(EnterAudioThread(run.thread), u"Cannot initialize Windows audio")) {
         return false;
     }
-    result = OpenSources(run, gameAudio, microphone);
-    if (Failed(result)) {
-        Record(OpeningFailure(run), result);
-        return false;
-    }
-    result = MakePipe(run, pipeName);
-    if (Failed(result)) {
-        Record(u"Cannot create the audio pipe", result);
-        return false;
-    }
-    return true;
+    const Result opened = OpenSources(run, gameAudio, microphone);
+    return Check(opened, OpeningFailure(run)) && Check(MakePipe(run, owner.pipeName_), u"Cannot create the audio pipe");
 }
 
-void AudioCapture::Worker::Serve(AudioRun& run) {
+void AudioWorker::Serve(AudioRun& run) {
     const PipeConnect connected = ConnectPipe(*run.pipe, run.stop, waitForever);
     if (IsSignalled(run.stop)) {
         return;
     }
     if (connected != PipeConnect::Connected) {
-        Record(u"Encoder could not connect to the audio stream", resultGenericFailure);
+        Check(resultGenericFailure, u"Encoder could not connect to the audio stream");
         return;
     }
-    const Result result = StartAndPump(run);
-    if (Failed(result) && !IsSignalled(run.stop)) {
-        Record(captureStopped, result);
-    }
+    Check(StartAndPump(run), captureStopped);
 }
 
-void AudioCapture::Worker::Work(AudioRun& run) {
-    if (!Open(run)) {
-        return;
+bool AudioWorker::Check(Result result, TextView message) {
+    if (Failed(result)) {
+        owner.worker_.Fail(message, result);
     }
-    running = true;
-    Signal(*readyEvent);
-    Serve(run);
+    return Succeeded(result);
 }
 
-void AudioCapture::Worker::Main() noexcept {
-    PrepareForExceptions();
-    AudioRun run(*stopEvent);
-    try {
-        Work(run);
-    } catch (...) {
-        Record(std::move(outOfMemory));
-    }
-    TearDown(run);
-    running = false;
-    run.thread.reset();
-    Signal(*readyEvent);
-}
-
-void AudioCapture::Worker::Prepare(bool wantsGameAudio, bool wantsMicrophone) {
-    {
-        const std::lock_guard lock(mutex);
-        error.clear();
-    }
-    outOfMemory = SentenceOf(captureStopped, resultOutOfMemory);
-    gameAudio = wantsGameAudio;
-    microphone = wantsMicrophone;
-    pipeName = zv::PipeName(u"ZVReelsAudio-", ++pipeCounter);
-}
-
-bool AudioCapture::Worker::LaunchThread() {
-    Result result = resultOk;
-    stopEvent = MakeEvent(&result);
-    readyEvent = stopEvent ? MakeEvent(&result) : nullptr;
-    if (!readyEvent) {
-        Record(u"Cannot create audio synchronization events", result);
-        return false;
-    }
-    try {
-        thread = std::thread([this] { Main(); });
-        return true;
-    } catch (const std::system_error& failure) {
-        Record(u"Cannot initialize Windows audio", ResultOfSystemError(failure.code().value()));
-        return false;
-    }
-}
-
-bool AudioCapture::Worker::BecomesReady() {
-    if (WaitAny({readyEvent.get()}, startUpWaitMs) == waitTimedOut) {
-        Record(u"Audio initialization timed out", resultGenericFailure);
-        return false;
-    }
-    return running;
-}
-
-AudioCapture::AudioCapture() : worker_(std::make_unique<Worker>(running)) {}
+AudioCapture::AudioCapture() = default;
 
 AudioCapture::~AudioCapture() { Stop(); }
 
@@ -296,32 +206,26 @@ bool AudioCapture::Start(bool gameAudio, bool microphone) {
     if (!gameAudio && !microphone) {
         return false;
     }
-    worker_->Prepare(gameAudio, microphone);
-    if (worker_->LaunchThread() && worker_->BecomesReady()) {
-        return true;
+    pipeName_ = zv::PipeName(u"ZVReelsAudio-", ++pipeCounter);
+    WorkerOptions options;
+    options.readyMs = startUpWaitMs;
+    options.noEvents = u"Cannot create audio synchronization events";
+    options.timedOut = u"Audio initialization timed out";
+    options.exception = SentenceOf(captureStopped, resultOutOfMemory);
+    bool ready = false;
+    try {
+        ready = worker_.Start(std::move(options), [this, gameAudio, microphone] {
+            AudioWorker{*this, gameAudio, microphone}.Run();
+        });
+    } catch (const std::system_error& failure) {
+        worker_.Fail(u"Cannot initialize Windows audio", ResultOfSystemError(failure.code().value()));
     }
-    Stop();
-    return false;
+    if (!ready) {
+        Stop();
+    }
+    return ready;
 }
 
-void AudioCapture::Stop() {
-    Worker& worker = *worker_;
-    if (worker.stopEvent) {
-        Signal(*worker.stopEvent);
-    }
-    if (worker.thread.joinable()) {
-        worker.thread.join();
-    }
-    worker.stopEvent.reset();
-    worker.readyEvent.reset();
-    running = false;
-}
-
-Text AudioCapture::Error() const {
-    const std::lock_guard lock(worker_->mutex);
-    return worker_->error;
-}
-
-const Text& AudioCapture::PipeName() const { return worker_->pipeName; }
+void AudioCapture::Stop() { worker_.Stop(); }
 
 }  // namespace zv

@@ -3,9 +3,9 @@
 #pragma once
 
 #include <atomic>
-#include <memory>
 
 #include "core/Text.h"
+#include "core/Worker.h"
 
 namespace zv {
 
@@ -16,23 +16,26 @@ public:
     AudioCapture(const AudioCapture&) = delete;
     AudioCapture& operator=(const AudioCapture&) = delete;
 
-    /// Starts the thread and waits up to 8000 ms until its pipe exists. On false Error() tells why.
+    /// Stops a capture that still runs, starts the thread and waits up to 8000 ms until its pipe exists. If it returns
+    /// false, Error() has the reason.
     bool Start(bool gameAudio, bool microphone);
 
-    /// Ends and joins the thread. In any state, any number of times. A stop leaves no error text.
+    /// Stops and joins the thread. In any state, any number of times. A stop leaves no error text.
     void Stop();
 
     /// A copy of the failure's sentence, empty while nothing failed.
-    Text Error() const;
+    Text Error() const { return worker_.Error(); }
 
     /// The name under which the reader opens the stream, valid after Start.
-    const Text& PipeName() const;
+    const Text& PipeName() const { return pipeName_; }
 
-    std::atomic<bool> running{false};
+    std::atomic<bool> running{false};  ///< from the pipe's existence until the thread ends or fails
 
 private:
-    struct Worker;
-    std::unique_ptr<Worker> worker_;
+    friend struct AudioWorker;
+
+    Text pipeName_;
+    Worker worker_{running};
 };
 
 }  // namespace zv

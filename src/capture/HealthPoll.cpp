@@ -84,7 +84,6 @@ void CaptureEngine::PollHealth() {
 }
 
 CapturePollResult PollCapture(CaptureEngine& engine) {
-    CapturePollResult failed{0, true, u"Capture check failed. Try restarting replay."};
     try {
         const bool replayBefore = engine.replayRunning;
         const EngineState stateBefore = engine.state;
@@ -97,7 +96,7 @@ CapturePollResult PollCapture(CaptureEngine& engine) {
         }
         return result;
     } catch (...) {
-        return failed;
+        return {0, true, u"Capture check failed. Try restarting replay."};
     }
 }
 

@@ -105,19 +105,12 @@ void CaptureEngine::FinishRecording() {
     if (!recording.process) {
         return;
     }
-    // Made beforehand: once the file has its name, nothing may go wrong any more.
     const Text workingName = WorkingName(recordingPath);
-    Text savedText = u"Recording saved: " + recordingPath;
-    Text failedText = u"Recording failed or did not finalize. See " + JoinPath(cacheDir, u"recording.log");
-    try {
-        const bool saved = StopChild(recording, childStopMs) && HasMediaData(workingName) &&
-                           Succeeded(MoveFileReplacing(workingName, recordingPath));
-        state = saved ? EngineState::Ready : EngineState::Failed;
-        statusText = std::move(saved ? savedText : failedText);
-    } catch (...) {
-        state = EngineState::Failed;
-        throw;
-    }
+    const bool saved = StopChild(recording, childStopMs) && HasMediaData(workingName) &&
+                       Succeeded(MoveFileReplacing(workingName, recordingPath));
+    state = saved ? EngineState::Ready : EngineState::Failed;
+    statusText = saved ? u"Recording saved: " + recordingPath
+                       : u"Recording failed or did not finalize. See " + JoinPath(cacheDir, u"recording.log");
 }
 
 }  // namespace zv

@@ -55,7 +55,7 @@ bool CaptureEngine::StartReplay(bool enable, std::int32_t seconds) {
         }
         statusText = u"Replay is buffering video and selected audio. Allow 2 seconds before saving.";
     } catch (...) {
-        StopChild(replay, childStopMs);  // nothing runs that replayRunning does not tell of
+        StopChild(replay, childStopMs);
         throw;
     }
     replayRunning = true;

@@ -2,12 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "capture/ReplayPlaylist.h"
-#include "core/ThreadStart.h"
 #include "platform/BytePipe.h"
 #include "platform/SharedFile.h"
 
@@ -26,41 +25,24 @@ std::atomic<std::uint32_t> pipeCounter{0};
 
 }  // namespace
 
-/// What the thread has on its own.
+/// What the thread owns.
 struct RelayWorker {
     SegmentRelay& relay;
     Text folder;
     Owned<BytePipe> pipe;
-    Owned<PipeWrite> write;
+    Owned<PipeWrite> write;  ///< destroyed before its pipe
     std::string lastSent;
-
-    static void Run(SegmentRelay& relay, Text replayFolder) {
-        PrepareForExceptions();
-        RelayWorker worker{relay, std::move(replayFolder), nullptr, nullptr, {}};
-        try {
-            worker.Serve();
-        } catch (...) {  // no memory: a fault like any other
-            relay.running = false;
-            Signal(*relay.readyEvent_);
-        }
-        // The reader's end of the stream comes before anybody learns that the thread has ended.
-        worker.write.reset();
-        worker.pipe.reset();
-        Signal(*relay.endedEvent_);
-    }
 
     void Serve() {
         if (!Open()) {
-            Signal(*relay.readyEvent_);
             return;
         }
-        relay.running = true;
-        Signal(*relay.readyEvent_);
+        relay.worker_.ReportReady();
         if (ConnectPipe(*pipe, *relay.abortEvent_, connectMs) != PipeConnect::Connected) {
-            return;  // still marked as running: the reader's own failure is what tells
+            return;  // still marked as running: the reader fails, and that is reported
         }
-        while (!IsSignalled(*relay.stopEvent_) && SendNewSegments()) {
-            WaitAny({relay.stopEvent_.get()}, pollMs);
+        while (!relay.worker_.StopRequested() && SendNewSegments()) {
+            WaitAny({&relay.worker_.StopEvent()}, pollMs);
         }
         relay.running = false;
     }
@@ -85,11 +67,11 @@ struct RelayWorker {
         return true;
     }
 
-    /// A read that fails ends the segment as its end does.
+    /// A failed read ends the segment like its end.
     bool SendSegment(const std::string& name) {
         const Owned<SharedFile> file = OpenSharedFile(SegmentPath(folder, name));
         if (!file) {
-            return false;  // it has left the ring
+            return false;  // FFmpeg has deleted it
         }
         const auto block = std::make_unique_for_overwrite<std::byte[]>(blockBytes);
         while (const std::size_t count = ReadBlock(*file, block.get(), blockBytes)) {
@@ -113,30 +95,25 @@ SegmentRelay::~SegmentRelay() { Stop(); }
 
 bool SegmentRelay::Start(const Text& replayFolder) {
     Stop();
-    stopEvent_ = MakeEvent();
     abortEvent_ = MakeEvent();
-    readyEvent_ = MakeEvent();
-    endedEvent_ = MakeEvent();
-    if (!stopEvent_ || !abortEvent_ || !readyEvent_ || !endedEvent_) {
+    if (!abortEvent_) {
         return false;
     }
     pipeName_ = zv::PipeName(u"ZVSegments-", ++pipeCounter);
-    thread_ = std::thread(RelayWorker::Run, std::ref(*this), replayFolder);
-    return WaitAny({readyEvent_.get()}, readyMs) == 0 && running;
+    WorkerOptions options;
+    options.readyMs = readyMs;
+    return worker_.Start(std::move(options), [this, replayFolder] {
+        RelayWorker{*this, replayFolder, nullptr, nullptr, {}}.Serve();
+    });
 }
 
 void SegmentRelay::Stop() {
-    if (thread_.joinable()) {
-        Signal(*stopEvent_);
-        if (WaitAny({endedEvent_.get()}, stopMs) == waitTimedOut) {
-            Signal(*abortEvent_);
-        }
-        thread_.join();
+    worker_.RequestStop();
+    if (!worker_.EndsWithin(stopMs)) {
+        Signal(*abortEvent_);
     }
-    stopEvent_.reset();
+    worker_.Stop();
     abortEvent_.reset();
-    readyEvent_.reset();
-    endedEvent_.reset();
 }
 
 }  // namespace zv

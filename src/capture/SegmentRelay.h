@@ -1,13 +1,13 @@
-// Lets an FFmpeg child follow a live HLS ring as if it were one endless transport stream.
+// Feeds an FFmpeg child with a live HLS ring as one endless transport stream.
 //
 // One thread watches the playlist and writes every finished segment, in order and in full, to a pipe. It moves bytes
-// and knows only file names. It reports nothing in words: a fault closes the pipe, and FFmpeg ends at that.
+// and knows only file names. It records no sentence: a failure closes the pipe, and FFmpeg ends at that.
 #pragma once
 
 #include <atomic>
-#include <thread>
 
 #include "core/Text.h"
+#include "core/Worker.h"
 #include "platform/Event.h"
 
 namespace zv {
@@ -19,29 +19,26 @@ public:
     SegmentRelay(const SegmentRelay&) = delete;
     SegmentRelay& operator=(const SegmentRelay&) = delete;
 
-    /// Ends a relay that still runs, starts the thread and waits up to 5000 ms until its pipe exists.
-    /// True when the pipe stands and a reader may connect.
+    /// Stops a relay that still runs, starts the thread and waits up to 5000 ms until its pipe exists.
+    /// Returns true if a reader may connect.
     bool Start(const Text& replayFolder);
 
-    /// Lets the segment in hand go to its end, but no longer than 6 seconds; then the thread has ended.
+    /// Lets the current segment finish, for 6 seconds at most, and joins the thread.
     /// In any state, any number of times; not from the relay's own thread.
     void Stop();
 
     /// The name under which the reader opens the stream, valid after Start.
     const Text& PipeName() const { return pipeName_; }
 
-    /// From the pipe's existence until the thread leaves on a stop or a fault. It stays set when no reader came.
+    /// From the pipe's existence until the thread ends on a stop or a failure. It stays set if no reader came.
     std::atomic<bool> running{false};
 
 private:
     friend struct RelayWorker;
 
     Text pipeName_;
-    Owned<Event> stopEvent_;   ///< asks the thread to end after the segment in hand
     Owned<Event> abortEvent_;  ///< cancels a blocked pipe operation at once
-    Owned<Event> readyEvent_;  ///< set by the thread when the pipe exists or could not be made
-    Owned<Event> endedEvent_;  ///< the last thing that the thread does
-    std::thread thread_;
+    Worker worker_{running};
 };
 
 }  // namespace zv

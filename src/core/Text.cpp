@@ -31,6 +31,8 @@ Text CodeSuffix(std::uint32_t code) {
     return text + u")";
 }
 
+Text SentenceOf(TextView message, Result code) { return Text(message) + CodeSuffix(CodeOf(code)); }
+
 char16_t LowerUnit(char16_t unit) {
     if (unit < 0x80) {
         return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;

@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Result.h"
+
 namespace zv {
 
 using Text = std::u16string;
@@ -25,6 +27,9 @@ Text DecimalUnsigned(std::uint64_t value);
 
 /// The code of a failure as its sentence ends: " (0x%08X)", upper case, always eight digits.
 Text CodeSuffix(std::uint32_t code);
+
+/// The sentence of a failure, ending in its code.
+Text SentenceOf(TextView message, Result code);
 
 /// Simple lower-casing of one code unit at a time (no locale, no special casing, no surrogate pairs).
 char16_t LowerUnit(char16_t unit);

@@ -1,6 +1,6 @@
-// The worker's thread: set-up in the order of the handles' making, the loop, release in reverse order.
+// The worker's thread: set-up in a fixed order, the loop, release in reverse order.
 //
-// A failure anywhere ends the capture with one sentence; nothing is retried and nothing falls back. The loop does not
+// A failure anywhere ends the capture with one sentence; nothing is retried and there is no fallback. The loop does not
 // allocate once its buffers have reached their size.
 #include "video/VideoCapture.h"
 
@@ -9,7 +9,6 @@
 #include <new>
 #include <utility>
 
-#include "core/ThreadStart.h"
 #include "platform/BytePipe.h"
 #include "platform/Clock.h"
 #include "platform/DesktopCapture.h"
@@ -25,11 +24,9 @@ namespace {
 constexpr std::uint32_t readyTimeoutMs = 15000;
 constexpr std::uint32_t firstImageTimeoutMs = 20;
 constexpr std::uint32_t pipeBufferBytes = 0x100000;
-constexpr std::uint32_t firstTurnedRotation = 2;  // 0 is unspecified, 1 is upright
+constexpr std::uint32_t firstRotated = 2;  // 0 is unspecified, 1 is not rotated
 
 std::atomic<std::uint32_t> startCounter{0};
-
-Text SentenceOf(TextView message, Result code) { return Text(message) + CodeSuffix(CodeOf(code)); }
 
 /// Nine parts of the old value, one of the new one.
 void Smooth(std::atomic<std::uint64_t>& micros, std::int64_t elapsedNs) {
@@ -55,27 +52,20 @@ struct VideoWorker {
     bool ConnectReader();
     void MakePacer();
 
-    void Loop();
-    bool Round();
-    enum class Picture { Ready, Missing, Lost };
-    Picture NextPicture(Owned<DesktopImage>& image);
-    Picture KeepImage(DesktopImage& image);
+    bool Tick();
+    enum class FrameStatus { Ready, NoneYet, Failed };
+    FrameStatus AcquireFrame(Owned<DesktopImage>& image);
+    FrameStatus CopyFrame(DesktopImage& image);
     bool Convert();
     bool AwaitSlot(PipeWriteSlot& slot);
     bool Send(PipeWriteSlot& slot);
 
-    void Release();
-
     bool Check(Result result, TextView message);
     bool Fail(TextView message, Result code = resultGenericFailure);
-    void Record(Text sentence);
-    bool StopAsked() { return IsSignalled(*owner.stopEvent_); }
 
     VideoCapture& owner;
     const Text monitorDevice;
     const VideoFormat format;
-    /// Made beforehand, since there may be no memory for it when it is needed.
-    Text outOfMemory = SentenceOf(u"Desktop capture could not allocate resources", resultGenericFailure);
 
     std::uint32_t frameIndex = 0;
     bool hasDesktopFrame = false;
@@ -83,7 +73,7 @@ struct VideoWorker {
     FramePacer pacer;
     OutputRecord outputRecord;
 
-    // What the thread holds, in the order in which it has to be released, last first.
+    // What the thread owns, in the order of set-up. It is released in reverse order.
     Owned<GraphicsFactory> factory;
     Owned<GraphicsOutput> output;
     Owned<GraphicsDevice> device;
@@ -106,56 +96,27 @@ VideoCapture::~VideoCapture() { Stop(); }
 
 bool VideoCapture::Start(const Text& monitorDevice, const VideoFormat& format) {
     Stop();
-    {
-        const std::lock_guard lock(errorMutex_);
-        error_.clear();
-    }
     encodedFrames = 0;
-    stopEvent_ = MakeEvent();
-    readyEvent_ = MakeEvent();
-    if (!stopEvent_ || !readyEvent_) {
-        Stop();
-        return false;
-    }
     pipeName_ = zv::PipeName(u"ZVVideo-", ++startCounter);
-    auto worker = std::make_unique<VideoWorker>(*this, monitorDevice, format);
-    thread_ = std::thread([worker = std::move(worker)] { worker->Run(); });
-    if (WaitAny({readyEvent_.get()}, readyTimeoutMs) == waitTimedOut || !running) {
+    WorkerOptions options;
+    options.readyMs = readyTimeoutMs;
+    options.exception = SentenceOf(u"Desktop capture could not allocate resources", resultGenericFailure);
+    const bool ready = worker_.Start(
+        std::move(options), [this, monitorDevice, format] { VideoWorker(*this, monitorDevice, format).Run(); });
+    if (!ready) {
         Stop();
-        return false;
     }
-    return true;
+    return ready;
 }
 
-void VideoCapture::Stop() {
-    if (stopEvent_) {
-        Signal(*stopEvent_);
-    }
-    if (thread_.joinable()) {
-        thread_.join();
-    }
-    running = false;
-    readyEvent_.reset();
-    stopEvent_.reset();
-}
-
-Text VideoCapture::Error() const {
-    const std::lock_guard lock(errorMutex_);
-    return error_;
-}
+void VideoCapture::Stop() { worker_.Stop(); }
 
 void VideoWorker::Run() {
-    PrepareForExceptions();
-    try {
-        if (SetUp()) {
-            Loop();
+    if (SetUp()) {
+        while (!owner.worker_.StopRequested() && Tick()) {
         }
-    } catch (...) {
-        Record(std::move(outOfMemory));
     }
-    Signal(*owner.readyEvent_);  // Start must not wait for what has failed
     owner.running = false;
-    Release();
 }
 
 // Set-up
@@ -164,8 +125,7 @@ bool VideoWorker::SetUp() {
     if (!FindOutput() || !OpenDesktop() || !MakeSurfaces() || !OpenEncoder() || !MakeViews() || !MakePipe()) {
         return false;
     }
-    owner.running = true;
-    Signal(*owner.readyEvent_);  // the owner starts the reader now
+    owner.worker_.ReportReady();  // the owner starts the reader now
     if (!ConnectReader()) {
         return false;
     }
@@ -196,7 +156,7 @@ bool VideoWorker::FindOutput() {
         }
         ++outputIndex;
     }
-    if (outputRecord.rotation >= firstTurnedRotation) {
+    if (outputRecord.rotation >= firstRotated) {
         return Fail(u"Rotate this monitor to landscape before capturing", resultNotImplemented);
     }
     return output != nullptr || Fail(u"No graphics adapter is available");
@@ -249,8 +209,8 @@ bool VideoWorker::MakePipe() {
 }
 
 bool VideoWorker::ConnectReader() {
-    if (ConnectPipe(*pipe, *owner.stopEvent_, videoPipeTimeoutMs) != PipeConnect::Connected) {
-        return !StopAsked() && Fail(u"Video consumer did not connect");
+    if (ConnectPipe(*pipe, owner.worker_.StopEvent(), videoPipeTimeoutMs) != PipeConnect::Connected) {
+        return Fail(u"Video consumer did not connect");
     }
     for (PipeWriteSlot& slot : slots) {
         if (!PrepareSlot(slot, *pipe)) {
@@ -265,7 +225,7 @@ void VideoWorker::MakePacer() {
     std::function<bool(std::int64_t)> wait;
     if (timer) {
         wait = [this](std::int64_t dueTime) {
-            return WaitPrecisely(*timer, *owner.stopEvent_, -dueTime) == PreciseWait::Elapsed;
+            return WaitPrecisely(*timer, owner.worker_.StopEvent(), -dueTime) == PreciseWait::Elapsed;
         };
     }
     pacer = MakeFramePacer(format.fps, SteadyNs, std::move(wait));
@@ -273,21 +233,16 @@ void VideoWorker::MakePacer() {
 
 // Loop
 
-void VideoWorker::Loop() {
-    while (!StopAsked() && Round()) {
-    }
-}
-
-/// One tick. False when it was the last one.
-bool VideoWorker::Round() {
+/// One frame. Returns false if it was the last one.
+bool VideoWorker::Tick() {
     if (!WaitForTick(pacer)) {
         return false;
     }
     const std::int64_t frameStart = SteadyNs();
-    Owned<DesktopImage> image;  // held until the round ends
-    const Picture picture = NextPicture(image);
-    if (picture != Picture::Ready) {
-        return picture == Picture::Missing;
+    Owned<DesktopImage> image;  // held until the tick ends
+    const FrameStatus status = AcquireFrame(image);
+    if (status != FrameStatus::Ready) {
+        return status == FrameStatus::NoneYet;
     }
     PipeWriteSlot& slot = slots[frameIndex % slots.size()];
     if (!Convert() || !AwaitSlot(slot)) {
@@ -301,30 +256,30 @@ bool VideoWorker::Round() {
     return Send(slot);
 }
 
-/// Brings the newest desktop image into the capture surface. Without a new one the surface keeps the last, which is
+/// Copies the newest desktop image into the capture surface. Without a new one the surface keeps the last, which is
 /// sent again; before the first one there is nothing to send.
-VideoWorker::Picture VideoWorker::NextPicture(Owned<DesktopImage>& image) {
+VideoWorker::FrameStatus VideoWorker::AcquireFrame(Owned<DesktopImage>& image) {
     Result code = resultOk;
     switch (AcquireImage(*duplication, hasDesktopFrame ? 0 : firstImageTimeoutMs, image, code)) {
         case Acquire::Timeout:
-            return hasDesktopFrame ? Picture::Ready : Picture::Missing;
+            return hasDesktopFrame ? FrameStatus::Ready : FrameStatus::NoneYet;
         case Acquire::Failed:
             Fail(u"Desktop capture was interrupted. Unlock the desktop, then restart replay", code);
-            return Picture::Lost;
+            return FrameStatus::Failed;
         case Acquire::Acquired:
             break;
     }
-    return KeepImage(*image);
+    return CopyFrame(*image);
 }
 
-VideoWorker::Picture VideoWorker::KeepImage(DesktopImage& image) {
+VideoWorker::FrameStatus VideoWorker::CopyFrame(DesktopImage& image) {
     const Result copied = CopyImage(*device, image, *captureSurface);
     ReleaseImage(*duplication);
     if (!Check(copied, u"Cannot read desktop texture")) {
-        return Picture::Lost;
+        return FrameStatus::Failed;
     }
     hasDesktopFrame = true;
-    return Picture::Ready;
+    return FrameStatus::Ready;
 }
 
 bool VideoWorker::Convert() {
@@ -337,9 +292,9 @@ bool VideoWorker::Convert() {
 
 bool VideoWorker::AwaitSlot(PipeWriteSlot& slot) {
     const std::int64_t waitStart = SteadyNs();
-    switch (WaitForSlot(slot, *owner.stopEvent_)) {
+    switch (WaitForSlot(slot, owner.worker_.StopEvent())) {
         case SlotWait::Lost:
-            return !StopAsked() && Fail(u"Video muxer disconnected");
+            return Fail(u"Video muxer disconnected");
         case SlotWait::Finished:
             ++owner.encodedFrames;
             break;
@@ -364,41 +319,14 @@ bool VideoWorker::Send(PipeWriteSlot& slot) {
     return true;
 }
 
-// Release and failure
-
-void VideoWorker::Release() {
-    timer.reset();
-    for (PipeWriteSlot& slot : slots) {
-        slot.ReleaseSlot();
-    }
-    pipe.reset();
-    views.reset();
-    std::vector<std::byte>().swap(accessUnit);
-    session.Close();
-    nv12Surface.reset();
-    captureSurface.reset();
-    scaler.reset();
-    processing.reset();
-    duplication.reset();
-    device.reset();
-    output.reset();
-    factory.reset();
-}
+// Failure
 
 bool VideoWorker::Check(Result result, TextView message) { return Succeeded(result) || Fail(message, result); }
 
-/// Always false.
+/// Always returns false.
 bool VideoWorker::Fail(TextView message, Result code) {
-    Record(SentenceOf(message, code));
+    owner.worker_.Fail(message, code);
     return false;
-}
-
-void VideoWorker::Record(Text sentence) {
-    {
-        const std::lock_guard lock(owner.errorMutex_);
-        owner.error_ = std::move(sentence);
-    }
-    owner.running = false;
 }
 
 }  // namespace zv

@@ -7,11 +7,9 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
-#include <thread>
 
 #include "core/Text.h"
-#include "platform/Event.h"
+#include "core/Worker.h"
 #include "video/VideoFormat.h"
 
 namespace zv {
@@ -23,15 +21,15 @@ public:
     VideoCapture(const VideoCapture&) = delete;
     VideoCapture& operator=(const VideoCapture&) = delete;
 
-    /// Ends a capture that still runs, starts the thread and waits up to 15000 ms until its pipe exists.
-    /// On false Error() tells why; it is empty after a time-out. Not from the worker's own thread.
+    /// Stops a capture that still runs, starts the thread and waits up to 15000 ms until its pipe exists.
+    /// If it returns false, Error() has the reason; it is empty after a time-out. Not from the worker's own thread.
     bool Start(const Text& monitorDevice, const VideoFormat& format);
 
-    /// Ends and joins the thread. In any state, any number of times. A stop leaves no error text.
+    /// Stops and joins the thread. In any state, any number of times. A stop leaves no error text.
     void Stop();
 
     /// A copy of the failure's sentence, empty while nothing failed.
-    Text Error() const;
+    Text Error() const { return worker_.Error(); }
 
     /// The name under which the reader opens the stream, valid after Start.
     const Text& PipeName() const { return pipeName_; }
@@ -44,14 +42,8 @@ public:
 private:
     friend struct VideoWorker;
 
-    // Owner's thread; the worker reads the name and the events while it lives.
     Text pipeName_;
-    Owned<Event> stopEvent_;
-    Owned<Event> readyEvent_;
-    std::thread thread_;
-
-    mutable std::mutex errorMutex_;
-    Text error_;  ///< under errorMutex_
+    Worker worker_{running};
 };
 
 }  // namespace zv

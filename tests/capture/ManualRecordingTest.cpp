@@ -246,6 +246,14 @@ TEST_F(ManualRecording, AnOwnCaptureThatFailsKeepsItsOwnSentence) {
     EXPECT_TRUE(RecordingIsEmpty());
 }
 
+TEST_F(ManualRecording, AnExceptionInTheStartLeavesNothingRunning) {
+    ASSERT_TRUE(engine->Configure(PlainConfig()));
+    fake::ThrowInCall("VideoCapture::Start", 1);
+    EXPECT_THROW(engine->StartRecording(Here(u"a.mp4")), std::bad_alloc);
+    EXPECT_EQ(engine->state, EngineState::Failed);
+    EXPECT_FALSE(engine->recording.video);
+}
+
 TEST_F(ManualRecording, AnOwnCaptureThatFailsLeavesNoWorkingFile) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
     fake::TheChildren().onSpawn = [this](fake::ScriptedChild& child) {

@@ -189,6 +189,16 @@ TEST_F(ReplayBuffer, AFailedStartLeavesNothingButTheEmptyFolder) {
     EXPECT_FALSE(Exists(left));
 }
 
+TEST_F(ReplayBuffer, AnExceptionInTheStartLeavesNothingRunning) {
+    ASSERT_TRUE(engine->Configure(PlainConfig()));
+    for (const char* call : {"VideoCapture::Start", "AudioCapture::Start", "SpawnChild"}) {
+        fake::ThrowInCall(call, fake::CountOf(call) + 1);
+        EXPECT_THROW(engine->StartReplay(true, 60), std::bad_alloc) << call;
+        EXPECT_FALSE(engine->replayRunning) << call;
+        EXPECT_FALSE(IsChildRunning(engine->replay) || engine->replay.video || engine->replay.audio) << call;
+    }
+}
+
 TEST_F(ReplayBuffer, WarmingUpItHasNoSecondsAndThenThoseOfThePlaylist) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
     EXPECT_EQ(engine->BufferedSeconds(), 0);

@@ -7,7 +7,9 @@ namespace zv {
 using fake::Call;
 using fake::TheAudio;
 
-struct AudioCapture::Worker {};
+struct AudioWorker {
+    static void Fail(AudioCapture& audio, const Text& error) { audio.worker_.Fail(error); }
+};
 
 namespace fake {
 
@@ -18,10 +20,7 @@ AudioCaptureControls& TheAudio() {
 
 void ResetAudio() { TheAudio() = {}; }
 
-void FailAudio(AudioCapture& audio, const Text& error) {
-    TheAudio().error = error;
-    audio.running = false;
-}
+void FailAudio(AudioCapture& audio, const Text& error) { AudioWorker::Fail(audio, error); }
 
 }  // namespace fake
 
@@ -39,9 +38,10 @@ bool AudioCapture::Start(bool gameAudio, bool microphone) {
     const Call call("AudioCapture::Start");
     TheAudio().starts.push_back({gameAudio, microphone});
     if (call.Fails()) {
-        TheAudio().error = TheAudio().startError;
+        fake::FailAudio(*this, TheAudio().startError);
         return false;
     }
+    pipeName_ = TheAudio().pipeName;
     running = true;
     return true;
 }
@@ -50,9 +50,5 @@ void AudioCapture::Stop() {
     const Call call("AudioCapture::Stop");
     running = false;
 }
-
-Text AudioCapture::Error() const { return TheAudio().error; }
-
-const Text& AudioCapture::PipeName() const { return TheAudio().pipeName; }
 
 }  // namespace zv

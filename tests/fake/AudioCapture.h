@@ -16,7 +16,6 @@ struct AudioCaptureControls {
     std::vector<AudioStart> starts;
     std::vector<AudioCapture*> alive;  ///< every worker that has not been destroyed
     Text startError = u"Audio could not start.";
-    Text error;  ///< of every worker
     Text pipeName = u"audio pipe";
 };
 

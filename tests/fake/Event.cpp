@@ -21,6 +21,7 @@ struct State {
     std::condition_variable changed;
     std::vector<std::uint32_t> asked;
     std::uint32_t shortened = 0;
+    std::uint32_t held = 0;
     int live = 0;
     int signals = 0;
     bool refused = false;
@@ -52,6 +53,7 @@ void ResetEvents() {
     const std::lock_guard lock(TheState().mutex);
     TheState().asked.clear();
     TheState().shortened = 0;
+    TheState().held = 0;
     TheState().signals = 0;
     TheState().refused = false;
 }
@@ -59,6 +61,11 @@ void ResetEvents() {
 void ShortenWaits(std::uint32_t milliseconds) {
     const std::lock_guard lock(TheState().mutex);
     TheState().shortened = milliseconds;
+}
+
+void HoldWaits(std::uint32_t timeoutMs) {
+    const std::lock_guard lock(TheState().mutex);
+    TheState().held = timeoutMs;
 }
 
 std::vector<std::uint32_t> AskedTimeouts() {
@@ -124,12 +131,12 @@ int WaitAny(std::initializer_list<Event*> events, std::uint32_t timeoutMs) {
     const Spared spared;
     std::unique_lock lock(TheState().mutex);
     const auto any = [&] { return FirstSignalled(events) != waitTimedOut; };
-    if (timeoutMs == waitForever) {
-        TheState().changed.wait(lock, any);
-        return FirstSignalled(events);
-    }
-    if (timeoutMs != 0) {
+    if (timeoutMs != 0 && timeoutMs != waitForever) {
         TheState().asked.push_back(timeoutMs);
+    }
+    if (timeoutMs == waitForever || (timeoutMs != 0 && timeoutMs == TheState().held)) {
+        TheState().changed.wait(lock, any);
+    } else if (timeoutMs != 0) {
         const std::uint32_t limit = TheState().shortened;
         const auto span = std::chrono::milliseconds(limit == 0 ? timeoutMs : std::min(limit, timeoutMs));
         TheState().changed.wait_until(lock, std::chrono::system_clock::now() + span, any);

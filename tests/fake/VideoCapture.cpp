@@ -10,10 +10,7 @@ using fake::Call;
 using fake::TheVideo;
 
 struct VideoWorker {
-    static void SetError(VideoCapture& video, const Text& error) {
-        const std::lock_guard lock(video.errorMutex_);
-        video.error_ = error;
-    }
+    static void Fail(VideoCapture& video, const Text& error) { video.worker_.Fail(error); }
 };
 
 namespace fake {
@@ -25,10 +22,7 @@ VideoCaptureControls& TheVideo() {
 
 void ResetVideo() { TheVideo() = {}; }
 
-void FailVideo(VideoCapture& video, const Text& error) {
-    VideoWorker::SetError(video, error);
-    video.running = false;
-}
+void FailVideo(VideoCapture& video, const Text& error) { VideoWorker::Fail(video, error); }
 
 }  // namespace fake
 
@@ -57,11 +51,6 @@ bool VideoCapture::Start(const Text& monitorDevice, const VideoFormat& format) {
 void VideoCapture::Stop() {
     const Call call("VideoCapture::Stop");
     running = false;
-}
-
-Text VideoCapture::Error() const {
-    const std::lock_guard lock(errorMutex_);
-    return error_;
 }
 
 }  // namespace zv

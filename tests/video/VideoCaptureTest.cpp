@@ -23,7 +23,6 @@ using namespace fake;
 using Names = std::vector<std::string>;
 
 constexpr std::int64_t ms = 1'000'000;
-const Text outOfMemory = u"Desktop capture could not allocate resources (0x80004005)";
 
 const Names setUpCalls = {"OpenGraphicsFactory",
                           "LookUpOutput",
@@ -445,18 +444,6 @@ TEST_F(VideoCaptureTest, AForeignExceptionIsTheSameSentence) {
     ExpectEverythingReleased();
 }
 
-TEST_F(VideoCaptureTest, WithoutAnyMemoryLeftTheSentenceIsStillRecorded) {
-    TheCalls().hook = [](const std::string& name, int) {
-        if (name == "OpenDuplication") {
-            RefuseAllocationsHere(1);
-        }
-    };
-    FailCall("OpenDuplication", 1, ResultOf(0x80070005));
-    EXPECT_FALSE(Start());
-    EXPECT_EQ(capture.Error(), u"Desktop capture could not allocate resources (0x80004005)");
-    ExpectEverythingReleased();
-}
-
 TEST_F(VideoCaptureTest, WithoutMemoryForThePictureTheCaptureEnds) {
     TheEncoder().sizes = {1000, 1000, 1000, 2'000'000};
     TheCalls().hook = [](const std::string& name, int) {
@@ -631,51 +618,6 @@ TEST_F(VideoCaptureTest, AFailureInTheMiddleReleasesWhatWasMadeInReverseOrder) {
     EXPECT_EQ(Names(failed + 1, names.end()),
               (Names{"~Surface(BGRA)", "~VideoScaler", "~VideoProcessing", "~DesktopDuplication", "~GraphicsDevice",
                      "~GraphicsOutput", "~GraphicsFactory"}));
-}
-
-// Memory
-
-TEST_F(VideoCaptureTest, WhereverMemoryRunsOutTheCaptureEndsWithASentenceAndReleasesEverything) {
-    int starved = 0;
-    for (bool runs = false; !runs && starved < 1000; starved += runs ? 0 : 1) {
-        Reset();
-        TheClock().parkAtNs = TheClock().nowNs + 100 * ms;
-        RefuseAllocationsElsewhereFrom(static_cast<std::uint64_t>(starved) + 1);
-        Start();
-        EXPECT_TRUE(Eventually([this] { return TheClock().parked || !capture.running; })) << starved;
-        RefuseAllocationsElsewhereFrom(0);
-        runs = TheClock().parked;
-        EXPECT_EQ(capture.running, runs);
-        EXPECT_EQ(capture.Error(), runs ? Text() : outOfMemory) << starved;
-        capture.Stop();
-        ExpectEverythingReleased();
-    }
-    EXPECT_GT(starved, 3);
-    EXPECT_LT(starved, 1000);
-}
-
-TEST_F(VideoCaptureTest, AFailureThatFindsNoMemoryForItsSentenceStillHasOne) {
-    for (const char* call : {"OpenDuplication", "nvEncInitializeEncoder", "AcquireImage", "nvEncLockBitstream"}) {
-        const auto errorFrom = [&](std::uint64_t nth) {
-            Reset();
-            FailCall(call, 1, ResultOf(0x80070005U));
-            RefuseAllocationsElsewhereFrom(nth);
-            Start();
-            EXPECT_TRUE(Eventually([this] { return !capture.running; })) << call;
-            RefuseAllocationsElsewhereFrom(0);
-            capture.Stop();
-            ExpectEverythingReleased();
-            return capture.Error();
-        };
-        const Text usual = errorFrom(0);
-        EXPECT_NE(usual, outOfMemory);
-        std::uint64_t nth = 1;
-        for (Text error = errorFrom(1); error != usual && nth < 1000; error = errorFrom(++nth)) {
-            EXPECT_EQ(error, outOfMemory) << call << " " << nth;
-        }
-        EXPECT_GT(nth, 1U) << call;
-        EXPECT_LT(nth, 1000U) << call;
-    }
 }
 
 // The loop
