@@ -1,4 +1,4 @@
-// What users get, made by the scripts that make it and opened with the tools that users open it with.
+// The packages that users get, made by the packaging scripts and opened with the usual tools.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -46,13 +46,13 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
-/// Makes both packages at a set time, 2026-01-02 03:04:06 in universal time.
+/// Makes the packages with a fixed time, 2026-01-02 03:04:06 UTC.
 struct Packages : testing::Test {
     static void SetUpTestSuite() { setenv("SOURCE_DATE_EPOCH", "1767323046", 1); }
 
     static std::string Script(const char* name) { return (sources / "packaging" / name).string(); }
 
-    /// Answers the package's path.
+    /// Returns the package's path.
     fs::path Make(const char* script, const fs::path& program, const char* outputFolder = "output") const {
         const fs::path output = folder.Path() / outputFolder;
         fs::create_directories(output);
@@ -62,7 +62,7 @@ struct Packages : testing::Test {
         return lines.empty() ? fs::path() : fs::path(lines[0]);
     }
 
-    /// The same by somebody who lives elsewhere and keeps files private.
+    /// The same in another time zone and with a private umask.
     fs::path MakeElsewhere(const char* script, const fs::path& program) const {
         const ScopedVariable zone("TZ", "Asia/Tokyo");
         const mode_t mask = umask(077);
@@ -111,7 +111,7 @@ TEST_F(DebianPackage, HoldsTheProgramItsMenuEntryItsIconsAndItsTerms) {
                     "-rw-r--r-- ./usr/share/icons/hicolor/48x48/apps/zorvel.png", "-rwxr-xr-x ./usr/bin/zorvel"));
 }
 
-TEST_F(DebianPackage, SaysWhatItIs) {
+TEST_F(DebianPackage, DescribesItself) {
     EXPECT_EQ(Field("Package"), "zorvel");
     EXPECT_EQ(Field("Version"), "3.23.0");
     EXPECT_EQ(Field("Architecture"), "amd64");
@@ -123,7 +123,7 @@ TEST_F(DebianPackage, SaysWhatItIs) {
     EXPECT_GE(kibibytes, static_cast<int>(fs::file_size(Unpacked() / "usr/bin/zorvel") / 1024));
 }
 
-TEST_F(DebianPackage, DependsOnFfmpegAndOnWhateverHoldsTheLibrariesThatTheProgramLinks) {
+TEST_F(DebianPackage, DependsOnFfmpegAndThePackagesOfItsLibraries) {
     const std::string depends = ", " + Field("Depends") + ",";
     EXPECT_THAT(depends, HasSubstr(", ffmpeg,"));
     int linked = 0;
@@ -144,7 +144,7 @@ TEST_F(DebianPackage, DependsOnFfmpegAndOnWhateverHoldsTheLibrariesThatTheProgra
     EXPECT_GT(linked, 10);
 }
 
-TEST_F(DebianPackage, TheProgramThatItsMenuEntryStartsCapturesTheDesktop) {
+TEST_F(DebianPackage, TheProgramOfItsMenuEntryCapturesTheDesktop) {
     const fs::path root = Unpacked();
     const std::string entry = ReadAll(root / "usr/share/applications/zorvel.desktop");
     EXPECT_THAT(entry, StartsWith("[Desktop Entry]\nType=Application\nName=Zorvel\n"));
@@ -159,7 +159,7 @@ TEST_F(DebianPackage, TheProgramThatItsMenuEntryStartsCapturesTheDesktop) {
     EXPECT_EQ(run.End(), 0);
 }
 
-TEST_F(DebianPackage, ItsSumsAreThoseOfItsFiles) {
+TEST_F(DebianPackage, ItsChecksumsMatchItsFiles) {
     const fs::path root = Unpacked();
     const std::string sums = OutputOf({"dpkg-deb", "--info", package.string(), "md5sums"});
     WriteAll(root / "sums", sums);
@@ -168,7 +168,7 @@ TEST_F(DebianPackage, ItsSumsAreThoseOfItsFiles) {
     EXPECT_THAT(OutputOf({"sh", "-c", command}), IsEmpty());
 }
 
-TEST_F(DebianPackage, ItsTermsAreTheLicenceAndThoseOfTheEncoder) {
+TEST_F(DebianPackage, HoldsTheLicenceAndTheEncodersTerms) {
     const std::string terms = ReadAll(Unpacked() / "usr/share/doc/zorvel/copyright");
     EXPECT_THAT(terms, StartsWith("Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/\n"));
     EXPECT_THAT(terms, HasSubstr("/usr/share/common-licenses/GPL-2"));
@@ -178,7 +178,7 @@ TEST_F(DebianPackage, ItsTermsAreTheLicenceAndThoseOfTheEncoder) {
     }
 }
 
-TEST_F(DebianPackage, IsTheSameWhoeverMakesItFromTheSameProgram) {
+TEST_F(DebianPackage, IsReproducible) {
     const fs::path again = MakeElsewhere("debian_package", ProgramPath());
     EXPECT_TRUE(ReadAll(package) == ReadAll(again));
 }
@@ -197,7 +197,7 @@ struct WindowsArchive : Packages {
     fs::path archive;
 };
 
-TEST_F(WindowsArchive, HoldsTheProgramAndItsTextsInOneFolderAndNothingElse) {
+TEST_F(WindowsArchive, HoldsTheProgramAndItsTextsInOneFolder) {
     EXPECT_EQ(archive.filename(), "zorvel-3.23.0-windows-x64.zip");
     OutputOf({"unzip", "-t", archive.string()});
     EXPECT_THAT(OutputOf({"unzip", "-l", archive.string()}),
@@ -209,7 +209,7 @@ TEST_F(WindowsArchive, HoldsTheProgramAndItsTextsInOneFolderAndNothingElse) {
 
 TEST_F(WindowsArchive, ItsProgramIsTheOneThatWasBuilt) { EXPECT_EQ(Held("zorvel.exe"), program); }
 
-TEST_F(WindowsArchive, ItsTextsHaveTheLineEndsOfWindows) {
+TEST_F(WindowsArchive, ItsTextsHaveWindowsLineEnds) {
     EXPECT_EQ(Held("LICENSE.txt"), Replaced(ReadAll(sources / "LICENSE"), "\n", "\r\n"));
     for (const char* name : {"README.txt", "RUNTIME-LICENSES.txt"}) {
         SCOPED_TRACE(name);
@@ -231,12 +231,12 @@ TEST_F(WindowsArchive, ItsReadmeSaysWhatAUserNeeds) {
     EXPECT_EQ(text.find('@'), std::string::npos);
 }
 
-TEST_F(WindowsArchive, IsTheSameWhoeverMakesItFromTheSameProgram) {
+TEST_F(WindowsArchive, IsReproducible) {
     const fs::path again = MakeElsewhere("windows_zip", folder.Path() / "any name.exe");
     EXPECT_TRUE(ReadAll(archive) == ReadAll(again));
 }
 
-TEST_F(Packages, WithoutAProgramNothingIsMade) {
+TEST_F(Packages, NothingIsMadeWithoutAProgram) {
     const fs::path output = folder.Path() / "output";
     fs::create_directories(output);
     for (const char* script : {"windows_zip", "debian_package"}) {
@@ -246,7 +246,7 @@ TEST_F(Packages, WithoutAProgramNothingIsMade) {
     EXPECT_TRUE(fs::is_empty(output));
 }
 
-TEST(Icon, IsWhatItsDrawingProgramDraws) {
+TEST(Icon, MatchesItsDrawingProgram) {
     const TemporaryFolder folder("zorvel-icon");
     OutputOf({ZV_DRAW_ICON, folder.Path().string()});
     int count = 0;

@@ -1,5 +1,5 @@
-// The capture's settings of the program as it ships, changed by clicks while the replay runs: what FFmpeg is asked for
-// then, and what is in the files that are saved afterwards.
+// Capture settings of the program as it ships, changed by clicks while the replay runs: the command line of the next
+// FFmpeg, and the streams of the files saved afterwards.
 #include <gmock/gmock.h>
 
 #include <sstream>
@@ -17,7 +17,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-// Spots of the overlay.
+// Positions on the overlay.
 constexpr Point microphoneButton{747, 200};
 constexpr Point speakersButton{789, 200};
 constexpr Point replayTile{385, 150};
@@ -30,10 +30,10 @@ protected:
         ProgramInterface::SetUp();
         SetEnvironmentValue(u"ZV_TEST_COMMANDS", FromPath(folder_.Path() / "commands"));
         Script("set images 30");
-        LendSound();
+        InstallSound();
     }
 
-    /// The command lines of the captures that were started so far.
+    /// The command lines of all captures started so far.
     std::vector<std::string> Captures() const {
         std::vector<std::string> captures;
         std::istringstream lines(ReadSharedFile(FromPath(folder_.Path() / "commands"), 0x100000));
@@ -45,12 +45,12 @@ protected:
         return captures;
     }
 
-    /// Clicks until the settings file has the setting, waits for the capture that takes the place of the one that runs,
-    /// and answers what FFmpeg was asked for.
-    std::string Switch(Point spot, const std::string& setting) {
+    /// Clicks until the settings file has the setting, waits until a new capture has replaced the running one, and
+    /// returns the new capture's command line.
+    std::string Switch(Point at, const std::string& setting) {
         const std::vector<DWORD> before = ProcessesNamed(L"ffmpeg.exe");
         const std::size_t captures = Captures().size();
-        EXPECT_TRUE(ClickUntil(OnOverlay(spot.x, spot.y), [&] { return Has(setting); })) << setting;
+        EXPECT_TRUE(ClickUntil(OnOverlay(at.x, at.y), [&] { return Has(setting); })) << setting;
         EXPECT_TRUE(Eventually([&] { return Captures().size() > captures; })) << setting;
         EXPECT_TRUE(Eventually([&] {
             const std::vector<DWORD> now = ProcessesNamed(L"ffmpeg.exe");
@@ -61,7 +61,7 @@ protected:
         return Captures().back();
     }
 
-    /// Lets the program buffer and saves by the popover, which is open.
+    /// Waits until the program has buffered 3 segments and saves from the open popover.
     std::filesystem::path Save() {
         EXPECT_TRUE(Eventually([this] { return ListedSegments() >= 3; }));
         const std::size_t before = Activity().size();
@@ -90,7 +90,7 @@ const auto withSound =
     AllOf(ContainsRegex("-f f32le .*ZVReelsAudio-.* -map 1:a:0 .* -c:a aac "), Not(HasSubstr(" -an ")));
 const auto withoutSound = AllOf(HasSubstr(" -map 0:v:0 -an "), Not(HasSubstr("f32le")));
 
-TEST_F(CaptureSettings, SoundIsSwitchedByClicksWhileTheReplayRunsAndIsInWhatIsSavedFromThenOn) {
+TEST_F(CaptureSettings, SwitchesSoundByClicksWhileTheReplayRuns) {
     ASSERT_TRUE(Start());
     ASSERT_EQ(Captures().size(), 1U);
     EXPECT_THAT(Captures()[0], withoutSound);
@@ -114,14 +114,14 @@ TEST_F(CaptureSettings, SoundIsSwitchedByClicksWhileTheReplayRunsAndIsInWhatIsSa
     EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
 }
 
-TEST_F(CaptureSettings, TheReplayIsTurnedOffAndOnByClicks) {
+TEST_F(CaptureSettings, SwitchesTheReplayOffAndOnByClicks) {
     Setting("gameAudioEnabled=1");
     ASSERT_TRUE(Start());
     const Game game;
     OpenOverlay();
     Click(OnOverlay(replayTile.x, replayTile.y));
     EXPECT_TRUE(ClickUntil(OnOverlay(replayButton.x, replayButton.y), [this] { return Has("instantReplay=0"); }));
-    EXPECT_TRUE(EventuallySays("Replay stopped."));
+    EXPECT_TRUE(EventuallyLogs("Replay stopped."));
     EXPECT_TRUE(ProcessesNamed(L"ffmpeg.exe").empty());
     EXPECT_EQ(ListedSegments(), 0U) << "what was buffered is gone";
     EXPECT_EQ(Captures().size(), 1U);

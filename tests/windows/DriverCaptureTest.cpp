@@ -1,4 +1,4 @@
-// The capture thread over doubles of the graphics driver, started and stopped again and again.
+// The capture thread over doubles of the graphics driver: repeated starts and stops, failures, timeouts and adapters.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -8,6 +8,8 @@
 
 #include "platform/Environment.h"
 #include "platform/Files.h"
+#include "platform/Monitors.h"
+#include "video/Capabilities.h"
 #include "video/VideoCapture.h"
 #include "windows/DriverScene.h"
 #include "windows/Processes.h"
@@ -57,7 +59,7 @@ protected:
     void SetUp() override {
         SetEnvironmentValue(u"ZV_TEST_REPORT", FromPath(Report()));
         SetEnvironmentValue(u"ZV_TEST_SCRIPT", FromPath(folder_.Path() / "script"));
-        // What the system and the doubles make once and keep is made now.
+        // The system and the doubles create now what they create once and keep.
         Script("fail D3D11CreateDevice 1 80004001");
         EXPECT_FALSE(VideoCapture().Start(monitor, format));
         Script("set images always");
@@ -77,7 +79,7 @@ protected:
         EXPECT_EQ(capture.Error(), u"");
     }
 
-    /// Each call of the drivers fails once, in a capture of its own.
+    /// Runs one capture for each driver call, in which that call fails.
     void FailAtEveryCall() {
         for (const char* entry :
              {"D3D11CreateDevice", "QueryInterface:output", "DuplicateOutput", "QueryInterface:device",
@@ -122,8 +124,8 @@ TEST_F(DriverCapture, LeavesNoHandleAndNoObjectAfterManyStartsAndStops) {
     EXPECT_EQ(std::count(notes.begin(), notes.end(), "nvenc: unloaded"), rounds);
 }
 
-TEST_F(DriverCapture, AFailureAtAnyCallLeavesNoHandleAndNoObject) {
-    // The system may make something to keep at any time, but a leak comes with every pass.
+TEST_F(DriverCapture, LeavesNoHandleAndNoObjectAfterAFailureOfAnyCall) {
+    // The system may allocate something to keep at any time; a leak would grow with every pass.
     bool clean = false;
     for (int pass = 0; pass < 5 && !clean; ++pass) {
         const int before = OpenHandles();
@@ -152,7 +154,7 @@ TEST_F(DriverCapture, EndsAfterTenSecondsIfTheReaderStopsReading) {
     EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
 }
 
-TEST_F(DriverCapture, TheDesktopIsEncodedInTheSizeAndWithTheRatesAskedFor) {
+TEST_F(DriverCapture, EncodesTheDesktopWithTheRequestedSizeAndRates) {
     for (const VideoFormat& asked : {VideoFormat{2560, 1440, 60, 5}, VideoFormat{3840, 2160, 30, 200}}) {
         VideoCapture capture;
         ASSERT_TRUE(capture.Start(monitor, asked)) << Narrow(capture.Error());
@@ -165,6 +167,29 @@ TEST_F(DriverCapture, TheDesktopIsEncodedInTheSizeAndWithTheRatesAskedFor) {
     EXPECT_THAT(notes, testing::Contains("nvenc: encodes 2560x1440 at 60 with 5000000 bit/s"));
     EXPECT_THAT(notes, testing::Contains("nvenc: encodes 3840x2160 at 30 with 200000000 bit/s"));
     EXPECT_THAT(notes, testing::Contains("d3d11: scaler 1920x1080 to 3840x2160 at 30"));
+    EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
+}
+
+TEST_F(DriverCapture, ListsEveryAdapterButNoSoftwareAdapterAmongTheCapabilities) {
+    Script(
+        "set adapter 8086 0 134217728 First card\nset adapter 1414 2 0 Software renderer\n"
+        "set adapter 10DE 0 8589934592 Second card");
+    std::vector<AdapterRecord> records;
+    ASSERT_TRUE(ListAdapterRecords(records));
+    ASSERT_EQ(records.size(), 3U);
+    EXPECT_FALSE(records[0].software);
+    EXPECT_TRUE(records[1].software);
+    EXPECT_FALSE(records[2].software);
+    CapabilityReport report;
+    DetectCapabilities(report);
+    ASSERT_EQ(report.adapters.size(), 2U);
+    EXPECT_EQ(report.adapters[0].name, u"First card");
+    EXPECT_EQ(report.adapters[0].dedicatedVideoMemory, 134217728U);
+    EXPECT_TRUE(report.adapters[0].isIntel);
+    EXPECT_EQ(report.adapters[1].name, u"Second card");
+    EXPECT_EQ(report.adapters[1].vendorId, 0x10DEU);
+    EXPECT_EQ(report.adapters[1].dedicatedVideoMemory, 8589934592U);
+    EXPECT_TRUE(report.adapters[1].isNvidia);
     EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
 }
 

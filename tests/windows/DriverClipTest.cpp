@@ -16,7 +16,7 @@ TEST_F(DriverClip, AClipHoldsEveryImageOfTheDesktopOnceAndInOrder) {
     EXPECT_EQ(*NumbersOf(clip).at(0) % 30, 0U);
 }
 
-TEST_F(DriverClip, AClipHasItsColoursItsSizeAndAKeyFrameEachSecond) {
+TEST_F(DriverClip, AClipHasExactColoursAndAKeyFrameEachSecond) {
     Script("set images 30");
     const std::filesystem::path clip = MakeClip(3);
     const std::string probed = RunShell(
@@ -29,7 +29,7 @@ TEST_F(DriverClip, AClipHasItsColoursItsSizeAndAKeyFrameEachSecond) {
                              "color_primaries=bt709\n", "has_b_frames=0\n", "r_frame_rate=30/1\n"}) {
         EXPECT_THAT(probed, HasSubstr(line));
     }
-    // Packets: stamps in steps of one frame, a key frame at each full second.
+    // Packets: timestamps one frame apart, a key frame at each full second.
     std::istringstream packets(RunShell(
         folder_.Path(), "ffprobe -v error -select_streams v -show_entries packet=pts,duration,flags -of csv=p=0 \"$1\"",
         {clip}));
@@ -45,7 +45,7 @@ TEST_F(DriverClip, AClipHasItsColoursItsSizeAndAKeyFrameEachSecond) {
         ASSERT_EQ(keys[i], i % 30 == 0) << "at frame " << i;
         ASSERT_EQ(stamps[i] - stamps[0], static_cast<std::int64_t>(i) * (stamps[1] - stamps[0])) << "at frame " << i;
     }
-    // BT.709 in limited range, worked out from the standard's coefficients: the bars and the grey above them.
+    // BT.709 in limited range, computed from the standard's coefficients: the bars and the grey above them.
     const std::vector<std::uint8_t> frame = FirstFrameOf(clip);
     ASSERT_EQ(frame.size(), 1920U * 1080U * 3 / 2);
     const Sample bars[] = {{235, 128, 128}, {219, 16, 138}, {188, 154, 16}, {173, 42, 26},
@@ -56,7 +56,7 @@ TEST_F(DriverClip, AClipHasItsColoursItsSizeAndAKeyFrameEachSecond) {
     EXPECT_EQ(At(frame, 1800, 40), (Sample{71, 128, 128}));
 }
 
-TEST_F(DriverClip, ImagesAreSentAgainUntilThereIsANewOne) {
+TEST_F(DriverClip, RepeatsAnImageUntilTheNextOneArrives) {
     Script("set images 10");
     const auto numbers = NumbersOf(MakeClip(4));
     ASSERT_GE(numbers.size(), 90U);

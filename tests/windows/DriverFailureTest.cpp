@@ -13,43 +13,43 @@ using testing::EndsWith;
 using testing::IsEmpty;
 using testing::Not;
 
-/// FFmpeg lives until the program has found out why its input ended, and asks it to quit.
+/// Keeps FFmpeg alive until the program has found out why the input ended, and asks FFmpeg to quit.
 constexpr char16_t lingerMs[] = u"5000";
 
 using DriverFailure = DriverPictures;
 
-TEST_F(DriverFailure, WithoutTheEncodersLibraryItSaysWhatToInstall) {
+TEST_F(DriverFailure, SaysWhatToInstallIfTheEncoderLibraryIsMissing) {
     const std::filesystem::path library = "C:\\windows\\system32\\nvEncodeAPI64.dll";
     const std::filesystem::path aside = "C:\\windows\\system32\\aside.dll";
     std::filesystem::rename(library, aside);
     const bool started = StartProgram();
-    const bool said =
-        EventuallySays("NVIDIA encoder driver is unavailable. Install the NVIDIA graphics driver. (0x80004005)");
+    const bool logged =
+        EventuallyLogs("NVIDIA encoder driver is unavailable. Install the NVIDIA graphics driver. (0x80004005)");
     std::filesystem::rename(aside, library);
-    EXPECT_TRUE(started && said) << testing::PrintToString(Activity());
+    EXPECT_TRUE(started && logged) << testing::PrintToString(Activity());
     EXPECT_TRUE(EndProgram());
     ExpectNothingLeft();
 }
 
-TEST_F(DriverFailure, ALibraryWithoutTheEntryIsNamedAsSuch) {
+TEST_F(DriverFailure, ReportsAnEncoderLibraryWithoutAnEntryPoint) {
     const std::filesystem::path library = "C:\\windows\\system32\\nvEncodeAPI64.dll";
     const std::filesystem::path aside = "C:\\windows\\system32\\aside.dll";
     std::filesystem::rename(library, aside);
     std::filesystem::copy_file("C:\\windows\\system32\\winmm.dll", library);
     const bool started = StartProgram();
-    const bool said = EventuallySays("NVIDIA encoder entry point is unavailable. (0x80004005)");
+    const bool logged = EventuallyLogs("NVIDIA encoder entry point is unavailable. (0x80004005)");
     std::filesystem::rename(aside, library);
-    EXPECT_TRUE(started && said) << testing::PrintToString(Activity());
+    EXPECT_TRUE(started && logged) << testing::PrintToString(Activity());
     EXPECT_TRUE(EndProgram());
     ExpectNothingLeft();
 }
 
-/// A failure of the system, the driver or FFmpeg, and what the program makes of it.
+/// A failure of the system, the driver or FFmpeg, and the program's response.
 struct Failure {
     const char* name;
     const char* script;
     const char* sentence;
-    const char* calls = "";  ///< how the encoder's library was let go of: its last calls
+    const char* calls = "";  ///< the last calls of the encoder's library
 };
 
 constexpr Failure failures[] = {
@@ -125,7 +125,7 @@ constexpr Failure failures[] = {
      "Unlock compressed frame failed (NVENC 15). Update the NVIDIA graphics driver. (0x80004005)",
      "UnlockBitstream UnmapInputResource GetLastErrorString EncodePicture (end) UnregisterResource "
      "DestroyBitstreamBuffer DestroyEncoder"},
-    // The texture stays mapped, and is unmapped at the end.
+    // The texture stays mapped until it is unmapped at the end.
     {"UnlockAndUnmap", "fail nvEncUnlockBitstream 3 14\nfail nvEncUnmapInputResource 3 19",
      "Unlock compressed frame failed (NVENC 20). (0x80004005)",
      "UnlockBitstream UnmapInputResource GetLastErrorString EncodePicture (end) UnmapInputResource UnregisterResource "
@@ -149,8 +149,8 @@ constexpr Failure failures[] = {
      "DestroyEncoder"},
 };
 
-/// A structure of the encoder's interface, which a library of another time takes only with another version, and how
-/// the library was let go of then.
+/// A structure of the encoder's interface that an older or newer library accepts only with another version, and the
+/// last calls of that library.
 struct Version {
     const char* structure;
     const char* ours;
@@ -191,7 +191,7 @@ constexpr Version versions[] = {
      "DestroyBitstreamBuffer DestroyEncoder"},
 };
 
-/// What the encoder's library was last asked before it was freed.
+/// The last calls of the encoder's library before it was freed.
 std::string LastCalls(const std::filesystem::path& report) {
     std::string last;
     for (const std::string& note : ReportLines(report, "note: nvenc: calls")) {
@@ -200,14 +200,14 @@ std::string LastCalls(const std::filesystem::path& report) {
     return last;
 }
 
-TEST_F(DriverFailure, AnEncoderThatTakesAStructureOnlyWithAnotherVersionIsLetGoOfWithAdvice) {
+TEST_F(DriverFailure, ReleasesAnEncoderThatRejectsAStructureVersionAndAdvisesAnUpdate) {
     SetEnvironmentValue(u"ZV_TEST_LINGER_MS", lingerMs);
     NewScript("fail D3D11CreateDevice 1 80004001");
     ASSERT_TRUE(StartProgram());
-    ASSERT_TRUE(EventuallySays("Cannot initialize GPU desktop capture (0x80004001)"));
+    ASSERT_TRUE(EventuallyLogs("Cannot initialize GPU desktop capture (0x80004001)"));
     for (const Version& version : versions) {
         const std::string structure = version.structure;
-        EXPECT_EQ(SaysUnder("set images always\nset version " + structure + " " + version.theirs),
+        EXPECT_EQ(NextLogUnder("set images always\nset version " + structure + " " + version.theirs),
                   std::string(version.stage) + " failed (NVENC 15). Update the NVIDIA graphics driver. (0x80004005)");
         EXPECT_EQ(LastCalls(Report()), version.calls) << structure;
         const std::vector<std::string> complaints = ReportLines(Report(), "complaint: ");
@@ -216,36 +216,36 @@ TEST_F(DriverFailure, AnEncoderThatTakesAStructureOnlyWithAnotherVersionIsLetGoO
         std::filesystem::remove(Report());
         EXPECT_TRUE(Eventually([] { return ProcessesNamed(L"ffmpeg.exe").empty(); })) << structure;
     }
-    EXPECT_EQ(SaysUnder("set images always"), buffering);
+    EXPECT_EQ(NextLogUnder("set images always"), buffering);
     EXPECT_TRUE(EndProgram());
     ExpectNothingLeft();
 }
 
-TEST_F(DriverFailure, EveryFailureIsToldInTheHistoryAndLeavesNothingBehind) {
+TEST_F(DriverFailure, ReportsEveryFailureInTheHistoryAndReleasesEverything) {
     SetEnvironmentValue(u"ZV_TEST_LINGER_MS", lingerMs);
     NewScript("fail D3D11CreateDevice 1 80004001");
     ASSERT_TRUE(StartProgram());
-    ASSERT_TRUE(EventuallySays("Cannot initialize GPU desktop capture (0x80004001)"));
+    ASSERT_TRUE(EventuallyLogs("Cannot initialize GPU desktop capture (0x80004001)"));
     for (const Failure& failure : failures) {
-        EXPECT_EQ(SaysUnder(failure.script + std::string("\nset images always")), failure.sentence) << failure.name;
+        EXPECT_EQ(NextLogUnder(failure.script + std::string("\nset images always")), failure.sentence) << failure.name;
         EXPECT_THAT(LastCalls(Report()), EndsWith(failure.calls)) << failure.name;
         EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty()) << failure.name;
         EXPECT_TRUE(Eventually([] { return ProcessesNamed(L"ffmpeg.exe").empty(); })) << failure.name;
     }
-    // A name that is taken: pipes are numbered by the attempts.
+    // The name of the next pipe is in use: pipes are numbered by attempts.
     Owned<BytePipe> taken;
     const DWORD process = ProcessesNamed(L"zorvel.exe").at(0);
     const Text name = u"\\\\.\\pipe\\ZVVideo-" + DecimalUnsigned(process) + u"-" +
                       DecimalUnsigned(static_cast<std::uint32_t>(std::size(failures) + 2));
     ASSERT_EQ(MakeBytePipe(name, {}, taken), resultOk);
-    EXPECT_EQ(SaysUnder(""), "Cannot create video pipe (0x800700E7)");
-    // A timer is the one thing that the capture goes on without.
-    EXPECT_EQ(SaysUnder("set images always\nfail CreateWaitableTimerExW 1 8\nfail CreateWaitableTimerW 1 8"),
+    EXPECT_EQ(NextLogUnder(""), "Cannot create video pipe (0x800700E7)");
+    // The capture runs without a timer.
+    EXPECT_EQ(NextLogUnder("set images always\nfail CreateWaitableTimerExW 1 8\nfail CreateWaitableTimerW 1 8"),
               buffering);
-    EXPECT_EQ(SaysUnder("set images always\nfail CreateWaitableTimerExW 1 8"), buffering);
-    // Whatever has failed, the next attempt finds everything free. From then on the capture asks for no memory.
-    EXPECT_EQ(SaysUnder("set images 10\nset filled 400000\nset count 20 110"), buffering);
-    const auto counts = [this] { return ReportLines(Report(), "note: dxgi: asked for memory "); };
+    EXPECT_EQ(NextLogUnder("set images always\nfail CreateWaitableTimerExW 1 8"), buffering);
+    // After all these failures the next attempt succeeds, and its loop allocates nothing.
+    EXPECT_EQ(NextLogUnder("set images 10\nset filled 400000\nset count 20 110"), buffering);
+    const auto counts = [this] { return ReportLines(Report(), "note: dxgi: allocated memory "); };
     EXPECT_TRUE(Eventually([&] { return !counts().empty(); }));
     EXPECT_THAT(counts(), ElementsAre("0 times in 90 rounds"));
     EXPECT_TRUE(EndProgram());

@@ -1,4 +1,4 @@
-// The pictures of what the program saves over the doubles of the graphics driver: their numbers, colours and times.
+// The pictures of the files that the program saves over the doubles of the graphics driver: numbers, colors and times.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -27,7 +27,7 @@ inline std::vector<std::uint8_t> BytesOf(const std::filesystem::path& path) {
 
 class DriverPictures : public DriverScene {
 protected:
-    /// Lets the program buffer, saves a clip, ends it, and answers the clip.
+    /// Starts the program, saves a clip after `segments` segments, ends the program, and returns the clip's path.
     std::filesystem::path MakeClip(std::size_t segments) {
         EXPECT_TRUE(StartProgram());
         EXPECT_TRUE(Eventually([&] { return ListedSegments() >= segments || Activity().size() > 1; }))
@@ -39,7 +39,7 @@ protected:
         return clip;
     }
 
-    /// No complaint, every module watched to its end, and no process of the program's.
+    /// Expects no complaint, a report of every module's end, and no FFmpeg.
     void ExpectNothingLeft() {
         EXPECT_THAT(ReportLines(Report(), "complaint: "), testing::IsEmpty());
         const std::vector<std::string> notes = ReportLines(Report(), "note: ");
@@ -63,7 +63,7 @@ protected:
         return numbers;
     }
 
-    /// Images that follow one another without a gap, in a video without a gap, with a key frame each second.
+    /// Expects consecutive images in consecutive frames, with a key frame each second.
     void ExpectEveryImageIn(const std::filesystem::path& file, std::size_t atLeast) {
         const auto numbers = NumbersOf(file);
         ASSERT_GE(numbers.size(), atLeast) << file;
@@ -85,7 +85,7 @@ protected:
         }
     }
 
-    /// A frame as planes of luma, Cb and Cr without any conversion.
+    /// The first frame as planes of luma, Cb and Cr, without any conversion.
     std::vector<std::uint8_t> FirstFrameOf(const std::filesystem::path& clip) {
         const std::filesystem::path raw = folder_.Path() / "frame";
         std::ofstream(raw).close();

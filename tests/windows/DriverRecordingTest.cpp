@@ -20,7 +20,7 @@ TEST_F(DriverRecording, ClipsRecordingsAndScreenshotsAreMadeAtTheSameTime) {
     ASSERT_TRUE(StartProgram());
     ASSERT_TRUE(Eventually([&] { return ListedSegments() >= 2; })) << testing::PrintToString(Activity());
     Press(recordKeys);
-    ASSERT_TRUE(EventuallySays(recordingStarted)) << testing::PrintToString(Activity());
+    ASSERT_TRUE(EventuallyLogs(recordingStarted)) << testing::PrintToString(Activity());
     {
         const Painting painting;
         Press(screenshotKeys);
@@ -41,13 +41,13 @@ TEST_F(DriverRecording, ClipsRecordingsAndScreenshotsAreMadeAtTheSameTime) {
     ExpectEveryImageIn(record, 60);
 }
 
-TEST_F(DriverRecording, ARecordingWithACaptureOfItsOwnBeginsWithTheFirstImage) {
+TEST_F(DriverRecording, ARecordingWithoutAReplayBeginsWithTheFirstImage) {
     Setting("instantReplay=0");
     Script("set images always");
     ASSERT_TRUE(StartProgram());
     ASSERT_TRUE(Eventually([&] { return Activity().size() == 1; }));
     Press(recordKeys);
-    ASSERT_TRUE(EventuallySays(recordingStarted)) << testing::PrintToString(Activity());
+    ASSERT_TRUE(EventuallyLogs(recordingStarted)) << testing::PrintToString(Activity());
     ASSERT_TRUE(Eventually([] { return HasRecorded(45); }));
     Press(recordKeys);
     const std::filesystem::path record = SavedRecording();
@@ -57,17 +57,17 @@ TEST_F(DriverRecording, ARecordingWithACaptureOfItsOwnBeginsWithTheFirstImage) {
     EXPECT_EQ(NumbersOf(record).at(0), 0U);
 }
 
-TEST_F(DriverRecording, AMonitorThatChangesItsSizeIsCapturedAnew) {
+TEST_F(DriverRecording, RestartsTheCaptureWhenTheMonitorChangesItsSize) {
     ASSERT_TRUE(StartProgram());
     ASSERT_TRUE(Eventually([&] { return ListedSegments() >= 1; })) << testing::PrintToString(Activity());
     const std::vector<DWORD> before = ProcessesNamed(L"ffmpeg.exe");
-    EXPECT_EQ(SaysUnder(R"(set output 0 \\.\DISPLAY1 0 0 1280 1024 1 1)"), buffering);
+    EXPECT_EQ(NextLogUnder(R"(set output 0 \\.\DISPLAY1 0 0 1280 1024 1 1)"), buffering);
     EXPECT_THAT(ReportLines(Report(), "note: "), Contains("d3d11: scaler 1280x1024 to 1920x1080 at 30"));
     EXPECT_THAT(ReportLines(Report(), "note: "), Contains("d3d11: rectangle 285 0 1635 1080"));
     for (const DWORD process : ProcessesNamed(L"ffmpeg.exe")) {
         EXPECT_THAT(before, Not(Contains(process)));
     }
-    // And what was captured before is no part of what is saved now.
+    // The saved clip holds nothing from before the change.
     ASSERT_TRUE(Eventually([&] { return ListedSegments() >= 2; }));
     Press(saveKeys);
     const std::vector<std::uint8_t> frame = FirstFrameOf(SavedClip());
@@ -79,7 +79,7 @@ TEST_F(DriverRecording, AMonitorThatChangesItsSizeIsCapturedAnew) {
     ExpectNothingLeft();
 }
 
-TEST_F(DriverRecording, AChangedFormatIsCapturedFromThenOn) {
+TEST_F(DriverRecording, RestartsTheCaptureWithAChangedFormat) {
     Script("set images 30");
     CaptureConfig config;
     config.width = 1920;

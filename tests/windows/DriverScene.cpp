@@ -40,14 +40,14 @@ std::vector<std::filesystem::path> FilesBelow(const std::filesystem::path& folde
     return found;
 }
 
-/// The files of that name that the program keeps while it captures.
+/// The files of that name in the program's cache folders.
 std::vector<std::filesystem::path> CacheFiles(const char* name) {
     return FilesBelow(std::filesystem::temp_directory_path() / "ZVReelsMax",
                       [name](const auto& path) { return path.filename() == name; });
 }
 
-/// The machine's own name of a file, which Wine knows.
-std::string OwnPath(const std::filesystem::path& path) {
+/// The path of a file on the machine that runs Wine.
+std::string HostPath(const std::filesystem::path& path) {
     using NameOf = char*(CDECL*)(const wchar_t*);
     const FARPROC function = GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name");
     char* name = reinterpret_cast<NameOf>(reinterpret_cast<void*>(function))(path.c_str());
@@ -68,7 +68,8 @@ std::vector<std::string> ReportLines(const std::filesystem::path& report, const 
     return found;
 }
 
-// Wine starts a program of the machine's own but gives no handle of it: the last line of the output tells its end.
+// Wine starts a program of the machine that it runs on, but returns no handle: the last line of the output marks its
+// end.
 std::string RunShell(const std::filesystem::path& folder, const std::string& script,
                      const std::vector<std::filesystem::path>& paths) {
     static int counter = 0;
@@ -80,13 +81,13 @@ std::string RunShell(const std::filesystem::path& folder, const std::string& scr
         std::ofstream text(file, std::ios::binary);
         text << "unset LD_LIBRARY_PATH\nset --";
         for (const std::filesystem::path& path : paths) {
-            text << " '" << OwnPath(path) << "'";
+            text << " '" << HostPath(path) << "'";
         }
         text << "\n{\n"
-             << script << "\n} >'" << OwnPath(output) << "' 2>&1 </dev/null\necho \"end $?\" >>'" << OwnPath(output)
+             << script << "\n} >'" << HostPath(output) << "' 2>&1 </dev/null\necho \"end $?\" >>'" << HostPath(output)
              << "'\n";
     }
-    std::wstring line = L"\"Z:\\bin\\sh\" \"" + std::filesystem::path(OwnPath(file)).wstring() + L"\"";
+    std::wstring line = L"\"Z:\\bin\\sh\" \"" + std::filesystem::path(HostPath(file)).wstring() + L"\"";
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION made{};
@@ -142,17 +143,19 @@ void DriverScene::NewScript(const std::string& text) {
     std::ofstream(folder_.Path() / "script", std::ios::binary) << text << "\nset run " << ++scripts_ << "\n";
 }
 
-void DriverScene::LendSound() {
-    LendSoundDriver(JoinPath(ExecutableFolder(), u"sound\\ZvMMDevices.dll"));
+void DriverScene::InstallSound() {
+    InstallSoundDriver(JoinPath(ExecutableFolder(), u"sound\\ZvMMDevices.dll"));
     Script("set render tone 1000 0.5");
     Script("set capture format 44100 1 16 pcm");
     Script("set capture tone 640 0.25");
-    // Ahead of their time: a machine that stands still for a moment loses none of them.
-    Script("set render arrive -600");
-    Script("set capture arrive -600");
+    // Packets arrive early and none is overwritten, so that a busy machine loses none.
+    for (const char* rule : {"arrive -600", "keep 60000"}) {
+        Script(std::string("set render ") + rule);
+        Script(std::string("set capture ") + rule);
+    }
 }
 
-std::string DriverScene::SaysUnder(const std::string& script) {
+std::string DriverScene::NextLogUnder(const std::string& script) {
     const std::size_t before = Activity().size();
     NewScript(script);
     SendMessageW(FindWindowW(mainClass, nullptr), WM_DISPLAYCHANGE, 32, MAKELPARAM(1920, 1080));
@@ -168,7 +171,7 @@ bool DriverScene::StartProgram(const Text& arguments) {
     return SpawnChild({program, u"\"" + program + u"\"" + arguments, FromPath(folder_.Path() / "log")}, program_);
 }
 
-/// By closing its window, which the settings of the scene make the end of it.
+/// Closes the main window, which ends the program with the settings of the scene.
 bool DriverScene::EndProgram() {
     HWND window = nullptr;
     if (!Eventually([&] { return (window = FindWindowW(mainClass, nullptr)) != nullptr; })) {
@@ -186,7 +189,7 @@ std::vector<std::string> DriverScene::Activity() const {
     return texts;
 }
 
-bool DriverScene::EventuallySays(const std::string& text) const {
+bool DriverScene::EventuallyLogs(const std::string& text) const {
     return Eventually([&] {
         const std::vector<std::string> texts = Activity();
         return std::find(texts.begin(), texts.end(), text) != texts.end();

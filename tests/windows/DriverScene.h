@@ -1,4 +1,4 @@
-// A program of the product under the driver doubles: its settings, their script and report, what it says and leaves.
+// The program under the driver doubles: its settings, their script and report, its history and its files.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -32,11 +32,10 @@ bool Eventually(Condition condition, std::uint32_t limitMs = generousMs) {
     return true;
 }
 
-/// What the doubles wrote: the lines after `kind` ("complaint: " or "note: ").
+/// The lines of the doubles' report that begin with `kind` ("complaint: " or "note: "), without it.
 std::vector<std::string> ReportLines(const std::filesystem::path& report, const std::string& kind);
 
-/// Runs a script of the build machine's shell. `WINDOWS_PATH` arguments become the machine's own paths as $1, $2...
-/// Answers what it wrote.
+/// Runs a script in the shell of the machine that runs Wine, with `paths` as $1, $2... Returns its output.
 std::string RunShell(const std::filesystem::path& folder, const std::string& script,
                      const std::vector<std::filesystem::path>& paths);
 
@@ -50,18 +49,18 @@ protected:
 
     void Setting(const std::string& line);
     void Script(const std::string& text);
-    /// Puts another script in the place of what there was. Calls are counted afresh.
+    /// Replaces the script. Calls are counted from 1 again.
     void NewScript(const std::string& text);
-    /// Speakers with a tone of half the level on the left and a quarter on the right, a microphone with one of a
-    /// quarter.
-    void LendSound();
+    /// Installs speakers with a tone at half the level on the left and a quarter on the right, and a microphone with
+    /// one at a quarter.
+    void InstallSound();
 
     bool StartProgram(const Text& arguments = u" --background");
     bool EndProgram();
     std::vector<std::string> Activity() const;
-    bool EventuallySays(const std::string& text) const;
-    /// What a program that runs says of its capture after a new script and a change of the display.
-    std::string SaysUnder(const std::string& script);
+    bool EventuallyLogs(const std::string& text) const;
+    /// Replaces the script, sends a display change, and returns the next row of the history.
+    std::string NextLogUnder(const std::string& script);
     /// Sends the main window the timer message that otherwise comes every 500 ms.
     static void Tick();
     std::size_t ListedSegments() const;

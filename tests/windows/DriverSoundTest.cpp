@@ -1,5 +1,5 @@
-// The program as it ships, over doubles of the graphics driver and of the sound devices: the sound of what it saves,
-// and what it says when there is none to be had.
+// The program as it ships, over doubles of the graphics driver and of the sound devices: the sound of the files that it
+// saves, and its sentences if the sound fails.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -26,7 +26,7 @@ protected:
     void SetUp() override {
         DriverScene::SetUp();
         Script("set images 30");
-        LendSound();
+        InstallSound();
     }
 
     bool Buffers(std::size_t segments) {
@@ -49,7 +49,7 @@ protected:
                      {file}));
     }
 
-    /// A whole AAC stream, as long as the pictures, with the speakers' tone on each side at its own level.
+    /// Expects an AAC stream as long as the video, with the speakers' tone on each side at its own level.
     void ExpectSpeakersIn(const std::filesystem::path& file) {
         const std::string probed =
             RunShell(folder_.Path(),
@@ -78,7 +78,7 @@ TEST_F(DriverSound, AClipHasTheSoundOfTheSpeakers) {
     ExpectNothingLeft();
 }
 
-TEST_F(DriverSound, AClipHasTheMicrophoneBesideIt) {
+TEST_F(DriverSound, AClipHasTheSoundOfSpeakersAndMicrophone) {
     Setting("gameAudioEnabled=1");
     Setting("micEnabled=1");
     ASSERT_TRUE(StartProgram());
@@ -98,7 +98,7 @@ TEST_F(DriverSound, ARecordingFromTheReplayHasItsSound) {
     ASSERT_TRUE(StartProgram());
     ASSERT_TRUE(Buffers(2)) << testing::PrintToString(Activity());
     Press(recordKeys);
-    ASSERT_TRUE(EventuallySays("Recording started. Stop Recording to finalize video and selected audio."))
+    ASSERT_TRUE(EventuallyLogs("Recording started. Stop Recording to finalize video and selected audio."))
         << testing::PrintToString(Activity());
     ASSERT_TRUE(Eventually([&] { return ListedSegments() >= 7; }));
     Press(recordKeys);
@@ -108,13 +108,13 @@ TEST_F(DriverSound, ARecordingFromTheReplayHasItsSound) {
     ExpectNothingLeft();
 }
 
-TEST_F(DriverSound, ARecordingWithACaptureOfItsOwnHasItsSound) {
+TEST_F(DriverSound, ARecordingWithoutAReplayHasItsSound) {
     Setting("gameAudioEnabled=1");
     Setting("instantReplay=0");
     ASSERT_TRUE(StartProgram());
     ASSERT_TRUE(Eventually([&] { return Activity().size() == 1; }));
     Press(recordKeys);
-    ASSERT_TRUE(EventuallySays("Recording started. Stop Recording to finalize video and selected audio."))
+    ASSERT_TRUE(EventuallyLogs("Recording started. Stop Recording to finalize video and selected audio."))
         << testing::PrintToString(Activity());
     ASSERT_TRUE(Eventually([] { return HasRecorded(90); }));
     Press(recordKeys);
@@ -124,16 +124,21 @@ TEST_F(DriverSound, ARecordingWithACaptureOfItsOwnHasItsSound) {
     ExpectNothingLeft();
 }
 
-TEST_F(DriverSound, ADeviceThatIsTakenAwayEndsTheReplayAndNotTheProgram) {
+TEST_F(DriverSound, ADeviceThatIsUnpluggedEndsTheReplayButNotTheProgram) {
     Setting("gameAudioEnabled=1");
     Script("set render gone 300");
     ASSERT_TRUE(StartProgram());
-    ASSERT_TRUE(EventuallySays("Replay is buffering video and selected audio. Allow 2 seconds before saving."))
+    ASSERT_TRUE(EventuallyLogs("Replay is buffering video and selected audio. Allow 2 seconds before saving."))
         << testing::PrintToString(Activity());
-    // The whole capture goes, and nothing starts it again.
+    // The capture ends as a whole and is not restarted.
     ASSERT_TRUE(Eventually([] { return ProcessesNamed(L"ffmpeg.exe").empty(); }));
     EXPECT_THAT(ReportLines(Report(), "note: "), Contains("sound: packets.render 300"));
-    SleepMs(1500);
+    // Once the program has noticed, it refuses to save with a notification.
+    ASSERT_TRUE(Eventually([this] {
+        Press(saveKeys);
+        const HWND toast = FindWindowW(L"ZVCaptureNotification315", nullptr);
+        return toast != nullptr && IsWindowVisible(toast) != FALSE;
+    }));
     EXPECT_TRUE(ProcessesNamed(L"ffmpeg.exe").empty());
     EXPECT_TRUE(IsRunning(*program_.process));
     EXPECT_TRUE(EndProgram());
@@ -146,7 +151,7 @@ struct Failure {
 };
 
 constexpr Failure failures[] = {
-    // The first event is that of the video's pipe.
+    // The first event belongs to the video pipe.
     {"fail CreateEventW 2 5AA", "Cannot create audio synchronization events (0x800705AA)"},
     {"fail CreateEventW 3 8", "Cannot create audio synchronization events (0x80070008)"},
     {"delay Activate.render 1 1000\nset wait 8000 200", "Audio initialization timed out (0x80004005)"},
@@ -170,23 +175,23 @@ constexpr Failure failures[] = {
     {"fail ReleaseBuffer.render 7 0x88890007", "Audio capture stopped; a device or encoder disconnected (0x88890007)"},
 };
 
-TEST_F(DriverSound, EveryFailureIsToldInTheHistoryAndLeavesNothingBehind) {
+TEST_F(DriverSound, ReportsEveryFailureInTheHistoryAndReleasesEverything) {
     Setting("gameAudioEnabled=1");
     SetEnvironmentValue(u"ZV_TEST_LINGER_MS", u"5000");
     NewScript("fail D3D11CreateDevice 1 80004001");
     ASSERT_TRUE(StartProgram());
-    ASSERT_TRUE(EventuallySays("Cannot initialize GPU desktop capture (0x80004001)"));
+    ASSERT_TRUE(EventuallyLogs("Cannot initialize GPU desktop capture (0x80004001)"));
     for (const Failure& failure : failures) {
-        EXPECT_EQ(SaysUnder(failure.script), failure.sentence) << failure.script;
+        EXPECT_EQ(NextLogUnder(failure.script), failure.sentence) << failure.script;
         EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty()) << failure.script;
         EXPECT_TRUE(Eventually([] { return ProcessesNamed(L"ffmpeg.exe").empty(); })) << failure.script;
     }
-    EXPECT_EQ(SaysUnder(""), "Replay is buffering video and selected audio. Allow 2 seconds before saving.");
+    EXPECT_EQ(NextLogUnder(""), "Replay is buffering video and selected audio. Allow 2 seconds before saving.");
     EXPECT_TRUE(EndProgram());
     ExpectNothingLeft();
 }
 
-TEST_F(DriverSound, WithBothSourcesOffNoDeviceIsTouched) {
+TEST_F(DriverSound, OpensNoDeviceIfBothSourcesAreOff) {
     ASSERT_TRUE(StartProgram());
     ASSERT_TRUE(Buffers(2)) << testing::PrintToString(Activity());
     EXPECT_TRUE(EndProgram());

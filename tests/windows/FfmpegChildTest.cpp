@@ -1,4 +1,4 @@
-// A real FFmpeg as the engine's child: found, started in its job, heard, asked to quit and killed.
+// A real FFmpeg as the engine's child: how it is found, started in its job, asked to quit and killed.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -36,13 +36,13 @@ protected:
     void SetUp() override {
         engine_.ffmpegPath = EnvironmentValue(u"ZV_TEST_FFMPEG");
         ASSERT_FALSE(engine_.ffmpegPath.empty()) << "tests/windows/fetch_ffmpeg gets it";
-        std::filesystem::create_directory(place_);
+        std::filesystem::create_directory(userFolder_);
         std::filesystem::remove(ToPath(JoinPath(ExecutableFolder(), u"ffmpeg.exe")));
     }
     void TearDown() override { SetEnvironmentValue(u"ZV_FFMPEG", u""); }
 
-    Text Place(const wchar_t* name) const { return FromPath(place_ / name); }
-    Text LogPath() const { return Place(L"child.log"); }
+    Text PathOf(const wchar_t* name) const { return FromPath(userFolder_ / name); }
+    Text LogPath() const { return PathOf(L"child.log"); }
     std::string Log() const { return ReadFileCapped(LogPath()); }
 
     std::uintmax_t SizeOf(const Text& path) const {
@@ -51,7 +51,7 @@ protected:
         return error ? 0 : size;
     }
 
-    /// Writes a picture and more for ever, in real time.
+    /// Starts a child that encodes in real time without an end, and waits for its first output.
     bool StartEndless(const Text& options, const Text& output) {
         return engine_.StartChild(
                    child_,
@@ -62,13 +62,13 @@ protected:
     }
 
     support::TemporaryFolder folder_;
-    std::filesystem::path place_ = folder_.Path() / L"a folder of Zo\u00EB's";
+    std::filesystem::path userFolder_ = folder_.Path() / L"a folder of Zo\u00EB's";
     CaptureEngine engine_;
     EncoderProcess child_;
 };
 
-TEST_F(FfmpegChild, IsTheFileThatTheVariableNames) {
-    const Text chosen = Place(L"my encoder.exe");
+TEST_F(FfmpegChild, IsTheFileNamedByTheVariable) {
+    const Text chosen = PathOf(L"my encoder.exe");
     std::ofstream(ToPath(chosen)) << "x";
     SetEnvironmentValue(u"ZV_FFMPEG", chosen);
     EXPECT_EQ(FindFfmpeg(), chosen);
@@ -77,26 +77,26 @@ TEST_F(FfmpegChild, IsTheFileThatTheVariableNames) {
 TEST_F(FfmpegChild, IsBesideTheProgramWhenTheVariableNamesAFolderOrNothing) {
     const Text beside = JoinPath(ExecutableFolder(), u"ffmpeg.exe");
     std::ofstream(ToPath(beside)) << "x";
-    SetEnvironmentValue(u"ZV_FFMPEG", FromPath(place_));
+    SetEnvironmentValue(u"ZV_FFMPEG", FromPath(userFolder_));
     EXPECT_EQ(FindFfmpeg(), beside);
-    SetEnvironmentValue(u"ZV_FFMPEG", Place(L"missing.exe"));
+    SetEnvironmentValue(u"ZV_FFMPEG", PathOf(L"missing.exe"));
     EXPECT_EQ(FindFfmpeg(), beside);
     std::filesystem::remove(ToPath(beside));
     EXPECT_NE(FindFfmpeg(), beside);
 }
 
-TEST_F(FfmpegChild, IsOnTheSearchPathWhenItIsNowhereElse) {
+TEST_F(FfmpegChild, IsSearchedOnThePathLast) {
     EXPECT_EQ(FindFfmpeg(), u"");
     const Text before = EnvironmentValue(u"PATH");
-    SetEnvironmentValue(u"PATH", before + u";" + FromPath(place_));
-    const Text onPath = Place(L"ffmpeg.exe");
+    SetEnvironmentValue(u"PATH", before + u";" + FromPath(userFolder_));
+    const Text onPath = PathOf(L"ffmpeg.exe");
     std::ofstream(ToPath(onPath)) << "x";
     EXPECT_EQ(FindFfmpeg(), onPath);
     SetEnvironmentValue(u"PATH", before);
 }
 
-TEST_F(FfmpegChild, WritesAFileUnderANameWithBlanksAndQuotesAndEndsWell) {
-    const Text output = Place(L"clip of 'today', 100% \u00E9.mp4");
+TEST_F(FfmpegChild, WritesAFileNameWithBlanksAndQuotes) {
+    const Text output = PathOf(L"clip of 'today', 100% \u00E9.mp4");
     ASSERT_TRUE(engine_.StartChild(
         child_, u"-f lavfi -i testsrc2=s=320x180:r=30 -frames:v 30 -c:v mpeg4 " + QuoteArgument(output), LogPath()));
     ASSERT_TRUE(WaitForExit(*child_.process, generousMs));
@@ -105,17 +105,17 @@ TEST_F(FfmpegChild, WritesAFileUnderANameWithBlanksAndQuotesAndEndsWell) {
     EXPECT_EQ(Log(), "");
 }
 
-TEST_F(FfmpegChild, SaysInItsLogWhatWentWrongAndIsNotTrustedThen) {
+TEST_F(FfmpegChild, LogsItsErrorsAndReportsFailure) {
     std::ofstream(ToPath(LogPath())) << "of an earlier child";
-    ASSERT_TRUE(engine_.StartChild(child_, u"-i " + QuoteArgument(Place(L"missing.mp4")) + u" -f null -", LogPath()));
+    ASSERT_TRUE(engine_.StartChild(child_, u"-i " + QuoteArgument(PathOf(L"missing.mp4")) + u" -f null -", LogPath()));
     ASSERT_TRUE(WaitForExit(*child_.process, generousMs));
     EXPECT_NE(Log().find("No such file or directory"), std::string::npos) << Log();
     EXPECT_EQ(Log().find("of an earlier child"), std::string::npos);
     EXPECT_FALSE(engine_.StopChild(child_, generousMs));
 }
 
-TEST_F(FfmpegChild, EndsWellWhenItIsAskedToQuit) {
-    ASSERT_TRUE(StartEndless(u"", Place(L"endless.ts"))) << Log();
+TEST_F(FfmpegChild, ExitsCleanlyWhenAskedToQuit) {
+    ASSERT_TRUE(StartEndless(u"", PathOf(L"endless.ts"))) << Log();
     EXPECT_TRUE(IsChildRunning(child_));
     const std::uint64_t begin = TickMs();
     EXPECT_TRUE(engine_.StopChild(child_, 30000)) << Log();
@@ -125,8 +125,8 @@ TEST_F(FfmpegChild, EndsWellWhenItIsAskedToQuit) {
     EXPECT_FALSE(child_.job);
 }
 
-TEST_F(FfmpegChild, IsKilledByItsJobWhenItDoesNotListen) {
-    ASSERT_TRUE(StartEndless(u"-nostdin ", Place(L"endless.ts"))) << Log();
+TEST_F(FfmpegChild, IsKilledByItsJobIfItDoesNotQuit) {
+    ASSERT_TRUE(StartEndless(u"-nostdin ", PathOf(L"endless.ts"))) << Log();
     const std::uint64_t begin = TickMs();
     EXPECT_FALSE(engine_.StopChild(child_, 500));
     EXPECT_GE(TickMs() - begin, 500U);
@@ -134,7 +134,7 @@ TEST_F(FfmpegChild, IsKilledByItsJobWhenItDoesNotListen) {
 }
 
 TEST_F(FfmpegChild, DiesWithItsRecord) {
-    ASSERT_TRUE(StartEndless(u"", Place(L"endless.ts"))) << Log();
+    ASSERT_TRUE(StartEndless(u"", PathOf(L"endless.ts"))) << Log();
     EXPECT_EQ(windows::ProcessesNamed(L"ffmpeg.exe").size(), 1U);
     ResetProcess(child_);
     EXPECT_TRUE(Eventually([] { return windows::ProcessesNamed(L"ffmpeg.exe").empty(); }));
@@ -144,10 +144,10 @@ TEST_F(FfmpegChild, LeavesNothingBehindWhenItCannotBeStarted) {
     const int before = windows::OpenHandles();
     ASSERT_GT(before, 0);
     const Text real = engine_.ffmpegPath;
-    engine_.ffmpegPath = Place(L"missing.exe");
+    engine_.ffmpegPath = PathOf(L"missing.exe");
     EXPECT_FALSE(engine_.StartChild(child_, u"-version", LogPath()));
     engine_.ffmpegPath = real;
-    EXPECT_FALSE(engine_.StartChild(child_, u"-version", Place(L"no folder\\child.log")));
+    EXPECT_FALSE(engine_.StartChild(child_, u"-version", PathOf(L"no folder\\child.log")));
     EXPECT_FALSE(child_.process);
     EXPECT_FALSE(child_.stdinWrite);
     EXPECT_FALSE(child_.job);
@@ -159,9 +159,9 @@ TEST_F(FfmpegChild, InheritsNothingButItsInputAndItsLog) {
     HANDLE read = nullptr;
     HANDLE write = nullptr;
     ASSERT_TRUE(CreatePipe(&read, &write, &inheritable, 0));
-    ASSERT_TRUE(StartEndless(u"", Place(L"endless.ts"))) << Log();
+    ASSERT_TRUE(StartEndless(u"", PathOf(L"endless.ts"))) << Log();
     CloseHandle(write);
-    // Ours was the last writer, unless the child holds another.
+    // That was the last write handle, unless the child has inherited one.
     DWORD available = 0;
     EXPECT_FALSE(PeekNamedPipe(read, nullptr, 0, nullptr, &available, nullptr));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_BROKEN_PIPE));

@@ -1,4 +1,4 @@
-// The sound of a file that the program has made.
+// The sound of a file that the program has saved.
 #pragma once
 
 #include <algorithm>
@@ -16,7 +16,7 @@
 
 namespace zv::windows {
 
-/// As interleaved stereo at 48 kHz. `folder` is for what is needed on the way.
+/// Interleaved stereo at 48 kHz. `folder` is for temporary files.
 inline std::vector<float> SoundOf(const std::filesystem::path& folder, const std::filesystem::path& file) {
     const std::filesystem::path raw = folder / "sound.raw";
     std::ofstream(raw).close();
@@ -28,7 +28,7 @@ inline std::vector<float> SoundOf(const std::filesystem::path& folder, const std
     return samples;
 }
 
-/// The median of the levels of a frequency in windows of 100 ms of one side of stereo at 48 kHz.
+/// The median level of a frequency over windows of 100 ms, on one side of stereo at 48 kHz.
 inline double MedianLevel(const std::vector<float>& stereo, std::size_t side, double hz) {
     constexpr std::size_t window = 4800;
     std::vector<double> levels;

@@ -1,14 +1,14 @@
-// Stands in front of an FFmpeg that is older than the one that the program's command lines are made for.
+// Runs an FFmpeg that is older than the one that the program's command lines are written for.
 //
-// Hands its command line on to the program that ZV_TEST_FFMPEG names, without what an old FFmpeg stumbles over: same
-// handles, same job, exit code passed on. Adds the line that it was given, as UTF-8, to the file that ZV_TEST_COMMANDS
-// names. If ZV_TEST_LINGER_MS has a number, it ends only once it is asked to quit, at most so many milliseconds later.
+// Passes its command line to the program named by ZV_TEST_FFMPEG, without the options that an old FFmpeg does not
+// support: same handles, same job, same exit code. Appends the original line, as UTF-8, to the file named by
+// ZV_TEST_COMMANDS. If ZV_TEST_LINGER_MS is set, it exits when it is asked to quit, or after that many milliseconds.
 //
-// A line "set reader PLAN" in the file that ZV_TEST_SCRIPT names has it hand on nothing and be a bad reader itself,
-// that lives on until its input says otherwise. PLAN is one of
+// If the file named by ZV_TEST_SCRIPT has a line "set reader PLAN", it starts no FFmpeg, misbehaves as a reader and
+// runs until it is asked to quit. PLAN is one of
 //   idle           does not open its first input
-//   leave BYTES    reads so much of it and closes it
-//   leave full     closes it when its writer waits for room
+//   leave BYTES    reads BYTES bytes of it and closes it
+//   leave full     closes it once the pipe is full
 #include <windows.h>
 
 #include <algorithm>
@@ -49,8 +49,8 @@ void Drop(std::wstring& line, const std::wstring& flag) {
     }
 }
 
-/// Finds the files of a list beside the list only when the list's own path has slashes.
-void TurnListPath(std::wstring& line) {
+/// An old FFmpeg finds the files of a list beside the list only if the list's path has slashes.
+void UseSlashesInListPath(std::wstring& line) {
     const std::wstring option = L"-f concat -safe 1 -i \"";
     const std::size_t at = line.find(option);
     if (at != std::wstring::npos) {
@@ -107,7 +107,7 @@ void ReadBytes(HANDLE pipe, unsigned long count) {
     }
 }
 
-/// Until the program asks it to quit, or closes its standard input.
+/// Waits until the program asks it to quit, or closes its standard input.
 void Linger(unsigned long limitMs) {
     const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
     DWORD bytes = 0;
@@ -119,7 +119,7 @@ void Linger(unsigned long limitMs) {
     }
 }
 
-int ReadBadly(const std::wstring& plan, const std::wstring& line) {
+int Misbehave(const std::wstring& plan, const std::wstring& line) {
     if (plan != L"idle") {
         const HANDLE pipe = OpenFirstInput(line);
         if (plan == L"leave full") {
@@ -141,11 +141,11 @@ extern "C" int wmain() {
     std::wstring line = GetCommandLineW();
     Record(line);
     if (const std::wstring plan = ReaderPlan(); !plan.empty()) {
-        return ReadBadly(plan, line);
+        return Misbehave(plan, line);
     }
-    Drop(line, L"-avioflags direct ");  // it loses the bytes that it probes
-    Drop(line, L"-stats_period 0.5 ");  // it does not know it, and reports twice a second anyway
-    TurnListPath(line);
+    Drop(line, L"-avioflags direct ");  // loses the bytes that it probes
+    Drop(line, L"-stats_period 0.5 ");  // unknown; it reports twice a second anyway
+    UseSlashesInListPath(line);
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;

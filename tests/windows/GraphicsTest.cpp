@@ -1,4 +1,4 @@
-// What Wine has of the graphics services, and the sentences that the capture ends in where it has nothing.
+// The graphics services that Wine implements, and the capture's sentences for those that it lacks.
 #include <gtest/gtest.h>
 
 #include "platform/DesktopCapture.h"
@@ -31,7 +31,7 @@ TEST(WindowsMonitors, TheDesktopIsOnePrimaryMonitorThatTheFirstAdapterOwns) {
     EXPECT_EQ(found->outputIndex, 0);
 }
 
-TEST(WindowsMonitors, OutputsAreDescribedWithTheirPlaceAndRotation) {
+TEST(WindowsMonitors, OutputsAreDescribedWithTheirBoundsAndRotation) {
     std::vector<OutputRecord> outputs;
     ASSERT_TRUE(ListFirstAdapterOutputs(outputs));
     ASSERT_EQ(outputs.size(), 1U);
@@ -43,7 +43,7 @@ TEST(WindowsMonitors, OutputsAreDescribedWithTheirPlaceAndRotation) {
     EXPECT_EQ(outputs[0].bottom - outputs[0].top, 1080);
 }
 
-TEST(WindowsMonitors, AdaptersAreListedToTheLast) {
+TEST(WindowsMonitors, AdaptersAreListed) {
     std::vector<AdapterRecord> adapters;
     ASSERT_TRUE(ListAdapterRecords(adapters));
     ASSERT_FALSE(adapters.empty());
@@ -67,14 +67,14 @@ TEST(WindowsGraphics, LooksUpOutputsByAdapterAndIndexToTheirEnd) {
     EXPECT_EQ(LookUpOutput(*factory, 9, 0, record, output), OutputLookup::NoAdapter);
 }
 
-TEST(WindowsGraphics, ACaptureOfAMonitorThatIsNotThereSaysSo) {
+TEST(WindowsGraphics, ACaptureOfAMissingMonitorFails) {
     VideoCapture capture;
     EXPECT_FALSE(capture.Start(u"\\\\.\\DISPLAY7", format));
     EXPECT_EQ(capture.Error(), u"Selected monitor is not connected (0x887A0002)");
     EXPECT_FALSE(capture.running);
 }
 
-TEST(WindowsGraphics, ADesktopThatCannotBeDuplicatedEndsTheCaptureWithTheSystemsCode) {
+TEST(WindowsGraphics, ADesktopThatCannotBeDuplicatedFailsWithTheSystemsCode) {
     Owned<GraphicsFactory> factory;
     OutputRecord record;
     Owned<GraphicsOutput> output;
@@ -94,14 +94,14 @@ TEST(WindowsGraphics, ADesktopThatCannotBeDuplicatedEndsTheCaptureWithTheSystems
     EXPECT_EQ(capture.Error(), sentence + CodeSuffix(CodeOf(opened)));
 }
 
-TEST(WindowsEncoder, WithoutItsDriverTheLibraryIsNotThereAndTheSessionSaysSo) {
+TEST(WindowsEncoder, TheSessionReportsAMissingDriver) {
     EXPECT_FALSE(LoadEncoderLibrary());
     NvencSession session;
     EXPECT_FALSE(session.Open(nullptr, nullptr, format));
     EXPECT_EQ(session.ErrorText(), u"NVIDIA encoder driver is unavailable. Install the NVIDIA graphics driver.");
 }
 
-TEST(WindowsEncoder, ALibraryThatLiesBesideTheProgramIsNotTaken) {
+TEST(WindowsEncoder, ALibraryBesideTheProgramIsNotLoaded) {
     const std::filesystem::path beside = ToPath(JoinPath(ExecutableFolder(), u"nvEncodeAPI64.dll"));
     std::filesystem::copy_file("C:\\windows\\system32\\winmm.dll", beside,
                                std::filesystem::copy_options::overwrite_existing);
@@ -109,7 +109,7 @@ TEST(WindowsEncoder, ALibraryThatLiesBesideTheProgramIsNotTaken) {
     std::filesystem::remove(beside);
 }
 
-TEST(WindowsEncoder, ALibraryInTheSystemFolderIsTakenAndAskedForItsEntry) {
+TEST(WindowsEncoder, ALibraryInTheSystemFolderIsLoaded) {
     const std::filesystem::path library = "C:\\windows\\system32\\nvEncodeAPI64.dll";
     std::filesystem::copy_file("C:\\windows\\system32\\winmm.dll", library,
                                std::filesystem::copy_options::overwrite_existing);

@@ -1,5 +1,5 @@
-// A picture in strips on the real screen: every one of them comes to stand, though the first already answered the
-// message that asked for painting.
+// A picture put in strips on the real screen: all of them are shown, although the first strip already validates the
+// window.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 #include "platform/Session.h"
 #include "platform/Window.h"
-// The system's header comes last: its macros rename much.
+// After the program's own headers, whose names its macros would change.
 #include <windows.h>
 
 namespace zv {
@@ -56,7 +56,7 @@ int WrongRows() {
     return wrong;
 }
 
-TEST(Paint, StripsComeToStandOneBelowTheOtherAndEndThePainting) {
+TEST(Paint, ShowsAllStripsOfOnePaintMessage) {
     ASSERT_TRUE(OpenSession());
     WindowOptions options;
     options.className = u"strips";

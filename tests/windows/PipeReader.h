@@ -1,4 +1,4 @@
-// The reader of an audio pipe as the encoder is one: a thread that takes what comes until the stream ends.
+// A thread that reads an audio pipe to its end, as the encoder does.
 #pragma once
 
 #include <atomic>
@@ -26,7 +26,7 @@ public:
     PipeReader(const PipeReader&) = delete;
     PipeReader& operator=(const PipeReader&) = delete;
 
-    /// A moment before the pipe was opened.
+    /// A time shortly before the pipe was opened.
     std::int64_t Opened() const { return opened_; }
     std::size_t Bytes() const { return bytes_; }
     bool Ended() const { return ended_; }

@@ -1,4 +1,4 @@
-// What a named pipe of ours is to somebody who knows its name.
+// Access to a named pipe for other programs that know its name.
 #include <gtest/gtest.h>
 
 #include "platform/BytePipe.h"
@@ -10,7 +10,7 @@ namespace {
 
 const wchar_t* Native(const Text& name) { return reinterpret_cast<const wchar_t*>(name.c_str()); }
 
-TEST(WindowsPipe, CanOnlyBeReadAndOnlyByOne) {
+TEST(WindowsPipe, AllowsOneReaderAndNoWriter) {
     const Text name = PipeName(u"ZVVideo-", 1);
     Owned<BytePipe> pipe;
     ASSERT_EQ(MakeBytePipe(name, {}, pipe), resultOk);

@@ -1,5 +1,5 @@
-// Presses keys as a keyboard does, from a process that has no window: PressKeys VK [VK...], codes in decimal.
-// All are pressed in order and released in reverse.
+// Presses keys as a keyboard does, from a process without a window: PressKeys VK [VK...], codes in decimal.
+// Presses all keys in order and releases them in reverse.
 #include <windows.h>
 
 #include <cwchar>

@@ -1,4 +1,4 @@
-// The processes of this Wine prefix by the name of their program, and the handles of this one.
+// The processes of this Wine prefix by their program's name, and the handles of this process.
 #pragma once
 
 #include <cstdint>
@@ -26,15 +26,15 @@ inline std::vector<DWORD> ProcessesNamed(const wchar_t* name) {
     return found;
 }
 
-/// Ends a process as nothing can prevent and nothing tidies up after.
-inline bool EndProcess(DWORD id) {
+/// Kills a process, which gets no chance to clean up.
+inline bool KillProcess(DWORD id) {
     const HANDLE process = OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, id);
     const bool ended = process != nullptr && TerminateProcess(process, 1) && WaitForSingleObject(process, 30000) == 0;
     CloseHandle(process);
     return ended;
 }
 
-/// Stops all of a process's threads: it can no longer end by itself.
+/// Suspends all threads of a process, so that it cannot exit by itself.
 inline bool FreezeProcess(DWORD id) {
     using Suspend = LONG(WINAPI*)(HANDLE);
     const FARPROC entry = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtSuspendProcess");
@@ -50,7 +50,7 @@ inline int Rounds(int usual) {
     return rounds == nullptr ? usual : std::atoi(rounds);
 }
 
-/// The handles that this process holds, each looked for by its value: Wine does not count them.
+/// The number of handles of this process. Tries every value, because Wine does not count them.
 inline int OpenHandles() {
     int count = 0;
     for (std::uintptr_t value = 4; value < 0x4000; value += 4) {

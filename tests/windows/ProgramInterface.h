@@ -1,4 +1,4 @@
-// The program's windows as another program sees and uses them, by mouse and keyboard. The screen is 1920 by 1080 pixels
+// The program's windows, found and used by mouse and keyboard from another program. The screen is 1920 by 1080 pixels
 // at 96 dpi and has no taskbar.
 #pragma once
 
@@ -40,7 +40,7 @@ inline Rectangle BoundsOf(HWND window) {
     return {bounds.left, bounds.top, bounds.right, bounds.bottom};
 }
 
-// Input as it comes from mouse and keyboard.
+// Mouse and keyboard input.
 
 inline void SendAll(std::vector<INPUT> inputs) {
     ASSERT_EQ(SendInput(static_cast<UINT>(inputs.size()), inputs.data(), sizeof(INPUT)), inputs.size());
@@ -54,7 +54,7 @@ inline INPUT KeyInput(WORD key, DWORD flags) {
     return input;
 }
 
-/// All are pressed in order and released in reverse.
+/// Presses all keys in order and releases them in reverse.
 inline void PressKeys(const std::vector<WORD>& keys) {
     std::vector<INPUT> inputs;
     for (const WORD key : keys) {
@@ -66,7 +66,7 @@ inline void PressKeys(const std::vector<WORD>& keys) {
     SendAll(inputs);
 }
 
-/// Presses until something holds: Wine lets go of held keys when the focus changes meanwhile.
+/// Presses keys until `condition` holds: Wine releases held keys if the focus changes meanwhile.
 template <class Condition>
 bool PressUntil(const std::vector<WORD>& keys, Condition condition) {
     return Eventually([&] {
@@ -78,7 +78,7 @@ bool PressUntil(const std::vector<WORD>& keys, Condition condition) {
     });
 }
 
-/// At a place of its own: Wine moves the pointer back for a moment when windows come and go.
+/// Has a position of its own: Wine moves the pointer back for a moment when windows are shown or hidden.
 inline INPUT ButtonInput(POINT at, DWORD flags) {
     constexpr LONG whole = 65536;
     INPUT input{};
@@ -95,7 +95,7 @@ inline void Click(POINT at, DWORD down = MOUSEEVENTF_LEFTDOWN, DWORD up = MOUSEE
 
 inline void RightClick(POINT at) { Click(at, MOUSEEVENTF_RIGHTDOWN, MOUSEEVENTF_RIGHTUP); }
 
-/// What the screen shows there.
+/// The color of the screen at a point.
 inline COLORREF PixelAt(POINT at) {
     const HDC screen = GetDC(nullptr);
     const COLORREF color = GetPixel(screen, at.x, at.y);
@@ -105,13 +105,13 @@ inline COLORREF PixelAt(POINT at) {
 
 inline constexpr COLORREF black = RGB(0, 0, 0);
 
-/// A window over the whole screen that has the keyboard, as a game's has, for the length of a scope. It lives in a
-/// thread of its own, once for all tests: Wine ends a process whose threads end with such windows.
+/// A window over the whole screen that has the keyboard, like a game's, for the length of a scope. One thread owns it
+/// for all tests: Wine ends a process if a thread with such a window ends.
 class Game {
 public:
     static constexpr COLORREF color = RGB(30, 140, 70);
 
-    /// Before any program is started: the X server gives its numbers again, and Wine confuses what had them before.
+    /// Called before any program is started: the X server reuses its ids, which confuses Wine.
     static void Make() {
         static std::once_flag made;
         std::call_once(made, [] { std::thread(Live).detach(); });
@@ -123,7 +123,7 @@ public:
         State().clicks = 0;
         SendMessageW(Window(), showMessage, TRUE, 0);
         EXPECT_EQ(GetForegroundWindow(), Window());
-        // It has been waiting for another message: its window is where it belongs also in the X server's eyes.
+        // Answered only after the window has its position on the X server too.
         SendMessageW(Window(), WM_NULL, 0, 0);
     }
     ~Game() { SendMessageW(Window(), showMessage, FALSE, 0); }
@@ -131,20 +131,20 @@ public:
     Game& operator=(const Game&) = delete;
 
     static HWND Window() { return State().window; }
-    /// The key that it heard last.
+    /// The last key that it received.
     static WPARAM LastKey() { return State().lastKey; }
     static int Clicks() { return State().clicks; }
 
 private:
     static constexpr UINT showMessage = WM_APP;
 
-    struct Heard {
+    struct Received {
         std::atomic<HWND> window = nullptr;
         std::atomic<WPARAM> lastKey = 0;
         std::atomic<int> clicks = 0;
     };
-    static Heard& State() {
-        static Heard state;
+    static Received& State() {
+        static Received state;
         return state;
     }
 
@@ -190,12 +190,12 @@ protected:
         DriverScene::SetUp();
     }
 
-    /// Waits until the program has come up and its first job has ended.
+    /// Starts the program and waits until its first job has ended.
     bool Start(const Text& arguments = u" --background") {
         return StartProgram(arguments) && Eventually([this] { return !Activity().empty(); });
     }
 
-    /// By the last item of the notification icon's menu.
+    /// Ends the program with the last item of the notification icon's menu.
     bool Exit() {
         const Rectangle menu = OpenTrayMenu();
         Click({menu.left + 40, menu.bottom - 12});
@@ -204,14 +204,14 @@ protected:
 
     static void PostTrayEvent(UINT event) { PostMessageW(Find(mainClass), trayMessage, 0, event); }
 
-    /// Answers where it is.
+    /// Returns the bounds of the open menu.
     static Rectangle OpenTrayMenu() {
         PostTrayEvent(WM_CONTEXTMENU);
         EXPECT_TRUE(Eventually([] { return IsShown(menuClass); }));
         return BoundsOf(Find(menuClass));
     }
 
-    /// Until it can be seen: where windows of two programs are raised at once, Wine may leave the wrong one in front.
+    /// Tries until it is visible: if two programs raise windows at once, Wine may leave the wrong one in front.
     static void OpenOverlay() {
         constexpr std::uint32_t paintedMs = 3000;
         ASSERT_TRUE(Eventually([] {
@@ -224,7 +224,7 @@ protected:
         }));
     }
 
-    /// A spot of the overlay, from where it is in a design of 1010 by 568.
+    /// The screen position of a point of the overlay, which is designed for 1010 by 568.
     static POINT OnOverlay(int x, int y) {
         const Rectangle bounds = BoundsOf(Find(overlayClass));
         const double scale = std::min(bounds.Width() / 1010.0, bounds.Height() / 568.0);
@@ -237,13 +237,13 @@ protected:
         return at;
     }
 
-    /// Whether the settings file does.
+    /// Returns true if the settings file has the line.
     bool Has(const std::string& setting) const {
         const std::string file = ReadSharedFile(FromPath(Data() / "settings.ini"), 0x10000);
         return file.find("\n" + setting + "\r\n") != std::string::npos;
     }
 
-    /// Clicks until something holds: what can't be done yet can't be clicked.
+    /// Clicks until `condition` holds: a disabled control ignores clicks.
     template <class Condition>
     static bool ClickUntil(POINT at, Condition condition) {
         return Eventually([&] {
@@ -255,7 +255,7 @@ protected:
         });
     }
 
-    bool ClickUntilItSays(POINT at, const std::string& beginning) const {
+    bool ClickUntilLogged(POINT at, const std::string& beginning) const {
         return ClickUntil(at, [&] {
             const std::vector<std::string> texts = Activity();
             return !texts.empty() && texts.back().starts_with(beginning);

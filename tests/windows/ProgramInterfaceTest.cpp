@@ -1,7 +1,10 @@
-// The interface of the program as it ships: its windows as the system knows them, used by mouse and keyboard from
+// The interface of the program as it ships: the properties of its windows, and their use by mouse and keyboard from
 // another program.
+#include "windows/ObjectCounts.h"
 #include "windows/ProgramInterface.h"
 #include "windows/ScreenPattern.h"
+//
+#include <shellapi.h>
 
 namespace zv::windows {
 namespace {
@@ -55,7 +58,7 @@ Layering LayeringOf(const wchar_t* className) {
     return layering;
 }
 
-TEST_F(ProgramInterface, ItsWindowsHaveTheirNamesStylesAndPlaces) {
+TEST_F(ProgramInterface, ItsWindowsHaveTheirNamesStylesAndBounds) {
     Setting("instantReplay=0");
     Setting("notifications=0");
     ASSERT_TRUE(Start(u""));
@@ -70,7 +73,7 @@ TEST_F(ProgramInterface, ItsWindowsHaveTheirNamesStylesAndPlaces) {
     const Layering badge = LayeringOf(badgeClass);
     EXPECT_EQ(badge.flags, DWORD{LWA_ALPHA});
     EXPECT_EQ(badge.alpha, 225);
-    // And the taskbar was told whose they are before the first of them.
+    // The taskbar identity was set before the first window was created.
     const std::vector<std::string> notes = ReportLines(Report(), "note: ");
     EXPECT_NE(std::find(notes.begin(), notes.end(), "dxgi: taskbar identity Zorvel.Capture.3.23"), notes.end());
     EXPECT_TRUE(EndProgram());
@@ -94,12 +97,12 @@ TEST_F(ProgramInterface, TheOverlayLiesOverAGameThatKeepsTheKeyboard) {
     PressKeys({'G'});
     EXPECT_TRUE(Eventually([&] { return game.LastKey() == 'G'; }));
 
-    // The game shows through between the tiles and below them. Wine has no clicks go there as well.
+    // The game shows through between the tiles and below them. Wine does not pass clicks through.
     EXPECT_TRUE(Eventually([] { return PixelAt(OnOverlay(310, 150)) == Game::color; }));
     EXPECT_TRUE(Eventually([] { return PixelAt(OnOverlay(500, 450)) == Game::color; }));
     EXPECT_TRUE(Eventually([] { return PixelAt(OnOverlay(460, 190)) == black; }));
 
-    // Opened and closed by a click, which also is not the game's.
+    // A click opens and closes the panel, and does not reach the game.
     const COLORREF panel = RGB(24, 19, 34);
     Click(OnOverlay(330, 150));
     EXPECT_TRUE(Eventually([&] { return PixelAt(OnOverlay(600, 260)) == panel; }));
@@ -124,7 +127,7 @@ TEST_F(ProgramInterface, TheOverlayLiesOverAGameThatKeepsTheKeyboard) {
     EXPECT_TRUE(EndProgram());
 }
 
-TEST_F(ProgramInterface, AScreenshotFromATileIsWithoutTheOverlayWhichComesBack) {
+TEST_F(ProgramInterface, AScreenshotFromATileLeavesTheOverlayOut) {
     Setting("instantReplay=0");
     ASSERT_TRUE(Start());
     const Game game;
@@ -134,17 +137,17 @@ TEST_F(ProgramInterface, AScreenshotFromATileIsWithoutTheOverlayWhichComesBack) 
         Click(OnOverlay(641, 150));
         return Eventually([&] { return Screenshots().size() > before && IsShown(overlayClass); });
     };
-    // The header, a tile, and where a toast would be.
+    // Points of the header, of a tile, and of a toast.
     const auto showsTheGame = [&] {
         const Picture picture = ReadPng(std::ranges::max(Screenshots()));
         EXPECT_EQ(picture.pixels.size(), 1920U * 1080U);
-        const POINT spots[] = {{380, 43}, {873, 360}, {1700, 118}};
-        return picture.pixels.size() == 1920U * 1080U && std::ranges::all_of(spots, [&](const POINT& at) {
+        const POINT points[] = {{380, 43}, {873, 360}, {1700, 118}};
+        return picture.pixels.size() == 1920U * 1080U && std::ranges::all_of(points, [&](const POINT& at) {
                    return picture.pixels[static_cast<std::size_t>(at.y * 1920 + at.x)] == 0x1E8C46U;
                });
     };
-    // Wine has no compositor that a program could wait for: it happens that the grab comes before the game is painted
-    // where the overlay was.
+    // Wine has no compositor to wait for: sometimes the screenshot is taken before the game has repainted the area of
+    // the overlay.
     bool shown = false;
     for (int attempt = 0; attempt < 10 && !shown; ++attempt) {
         ASSERT_TRUE(takeOne());
@@ -155,7 +158,7 @@ TEST_F(ProgramInterface, AScreenshotFromATileIsWithoutTheOverlayWhichComesBack) 
     EXPECT_TRUE(EndProgram());
 }
 
-TEST_F(ProgramInterface, ItsTilesRecordSaveAndSwitchTheMicrophone) {
+TEST_F(ProgramInterface, TheOverlayTilesRecordSaveAndSwitchTheMicrophone) {
     ASSERT_TRUE(Start());
     const Game game;
     EXPECT_TRUE(Eventually([] { return IsShown(badgeClass); }));
@@ -164,13 +167,13 @@ TEST_F(ProgramInterface, ItsTilesRecordSaveAndSwitchTheMicrophone) {
     EXPECT_TRUE(Eventually([] { return !IsShown(badgeClass); }));
 
     Click(OnOverlay(385, 150));
-    ASSERT_TRUE(ClickUntilItSays(OnOverlay(423, 291), "Replay saved: "));
-    // Where the toast appeared, if it should have gone again.
+    ASSERT_TRUE(ClickUntilLogged(OnOverlay(423, 291), "Replay saved: "));
+    // The bounds stay the same if the toast is hidden by now.
     EXPECT_EQ(BoundsOf(Find(toastClass)), (Rectangle{1574, 80, 1904, 156}));
     EXPECT_TRUE(std::filesystem::exists(SavedClip()));
 
-    ASSERT_TRUE(ClickUntilItSays(OnOverlay(513, 150), "Recording started."));
-    ASSERT_TRUE(ClickUntilItSays(OnOverlay(513, 150), "Recording saved: "));
+    ASSERT_TRUE(ClickUntilLogged(OnOverlay(513, 150), "Recording started."));
+    ASSERT_TRUE(ClickUntilLogged(OnOverlay(513, 150), "Recording saved: "));
     const std::string saved = Activity().back().substr(std::string("Recording saved: ").size());
     EXPECT_TRUE(std::filesystem::exists(saved)) << saved;
 
@@ -188,7 +191,7 @@ TEST_F(ProgramInterface, TheMainWindowIsUsedByMouseAndKeyboard) {
     Setting("instantReplay=0");
     Setting("minimizeToTray=1");
     ASSERT_TRUE(Start(u""));
-    // The fifth page and the button of the overlay share a number: six steps lead to "Open capture overlay".
+    // The fifth page and the overlay button share an id: six tabs lead to "Open capture overlay".
     SetForegroundWindow(Find(mainClass));
     ASSERT_TRUE(Eventually([] { return PixelAt(OnMainWindow(230, 200)) == RGB(39, 31, 60); }));
     for (int step = 0; step < 6; ++step) {
@@ -207,18 +210,18 @@ TEST_F(ProgramInterface, TheMainWindowIsUsedByMouseAndKeyboard) {
     EXPECT_TRUE(Exit());
 }
 
-TEST_F(ProgramInterface, APaintingWithoutMemoryLeavesTheOldPictureAndTheProgramRunning) {
+TEST_F(ProgramInterface, AnAbortedPaintLeavesTheOldPictureAndTheProgramRunning) {
     constexpr COLORREF hero = RGB(39, 31, 60);
     Setting("instantReplay=0");
     Script("set starve-paints 3 6");
     ASSERT_TRUE(Start(u""));
     SetForegroundWindow(Find(mainClass));
-    const auto brokenOff = [this] { return ReportLines(Report(), "note: dxgi: a painting broke off").size(); };
-    ASSERT_TRUE(Eventually([&] { return brokenOff() >= 1; }));
+    const auto aborted = [this] { return ReportLines(Report(), "note: dxgi: a paint was aborted").size(); };
+    ASSERT_TRUE(Eventually([&] { return aborted() >= 1; }));
     EXPECT_EQ(PixelAt(OnMainWindow(230, 200)), hero);
-    ASSERT_TRUE(Eventually([&] { return brokenOff() == 4; }));
+    ASSERT_TRUE(Eventually([&] { return aborted() == 4; }));
     EXPECT_EQ(PixelAt(OnMainWindow(230, 200)), hero);
-    // Its buttons are where they were, and the next picture is painted.
+    // The buttons still work, and the next paint succeeds.
     Click(OnMainWindow(370, 304));
     EXPECT_TRUE(Eventually([] { return IsShown(overlayClass); }));
     EXPECT_TRUE(Eventually([] { return PixelAt(OnOverlay(200, 23)) == black; }));
@@ -243,7 +246,7 @@ TEST_F(ProgramInterface, AnotherStartBringsItsWindowForward) {
     EXPECT_EQ(ExitCode(*first.process), 0U);
 }
 
-TEST_F(ProgramInterface, TheNotificationIconOpensItAndItsMenuEndsIt) {
+TEST_F(ProgramInterface, TheNotificationIconOpensTheWindowAndItsMenuExits) {
     Setting("minimizeToTray=1");
     ASSERT_TRUE(Start());
     PostTrayEvent(WM_LBUTTONDBLCLK);
@@ -253,7 +256,7 @@ TEST_F(ProgramInterface, TheNotificationIconOpensItAndItsMenuEndsIt) {
     EXPECT_TRUE(Eventually([] { return !IsShown(mainClass); }));
 
     OpenTrayMenu();
-    // To the menu itself: with no window shown, keys go nowhere in Wine.
+    // Posted to the menu: Wine drops keys if no window is shown.
     PostMessageW(Find(menuClass), WM_KEYDOWN, VK_ESCAPE, 0);
     EXPECT_TRUE(Eventually([] { return !IsShown(menuClass); }));
     EXPECT_FALSE(IsShown(mainClass));
@@ -267,9 +270,48 @@ TEST_F(ProgramInterface, TheNotificationIconOpensItAndItsMenuEndsIt) {
     EXPECT_EQ(Find(overlayClass), nullptr);
 }
 
+/// Sends the shell a message about the program's icon. Returns false if the shell has no such icon.
+bool ChangeTrayIcon(DWORD message) {
+    NOTIFYICONDATAW data{};
+    data.cbSize = sizeof(data);
+    data.hWnd = Find(mainClass);
+    data.uID = 1;
+    return Shell_NotifyIconW(message, &data) != FALSE;
+}
+
+TEST_F(ProgramInterface, AddsItsNotificationIconAgainForANewTaskbar) {
+    Setting("instantReplay=0");
+    ASSERT_TRUE(Start());
+    ASSERT_TRUE(ChangeTrayIcon(NIM_MODIFY));
+    ASSERT_TRUE(ChangeTrayIcon(NIM_DELETE));
+    ASSERT_FALSE(ChangeTrayIcon(NIM_MODIFY));
+    SendMessageW(Find(mainClass), RegisterWindowMessageW(L"TaskbarCreated"), 0, 0);
+    EXPECT_TRUE(ChangeTrayIcon(NIM_MODIFY));
+    EXPECT_TRUE(EndProgram());
+}
+
+TEST_F(ProgramInterface, OpensOneMenuForARightClickAndItsContextMenuMessage) {
+    Setting("instantReplay=0");
+    Setting("minimizeToTray=1");
+    ASSERT_TRUE(Start());
+    PostTrayEvent(WM_RBUTTONUP);
+    PostTrayEvent(WM_CONTEXTMENU);
+    // Marks the end of the pair: the open menu dispatches it too.
+    PostTrayEvent(WM_LBUTTONDBLCLK);
+    ASSERT_TRUE(Eventually([] { return IsShown(mainClass) && IsShown(menuClass); }));
+    EXPECT_EQ(FindWindowExW(nullptr, Find(menuClass), menuClass, nullptr), nullptr) << "a second menu";
+    PostMessageW(Find(menuClass), WM_KEYDOWN, VK_ESCAPE, 0);
+    EXPECT_TRUE(Eventually([] { return !IsShown(menuClass); }));
+    // No second menu opens, and the icon still works.
+    PostMessageW(Find(mainClass), WM_CLOSE, 0, 0);
+    EXPECT_TRUE(Eventually([] { return !IsShown(mainClass); }));
+    EXPECT_FALSE(IsShown(menuClass));
+    EXPECT_TRUE(Exit());
+}
+
 // The shortcut editor.
 
-/// The colours across the line that holds the editor's hint or what is wrong, which tell one text from another.
+/// The colors across the line with the editor's hint or error, which differ between texts.
 std::vector<COLORREF> LineOf(HWND editor) {
     RECT client{};
     GetClientRect(editor, &client);
@@ -286,14 +328,14 @@ std::vector<COLORREF> LineOf(HWND editor) {
 
 class ShortcutEditing : public ProgramInterface {
 protected:
-    /// By the gear and the first row, which changes the overlay's key.
+    /// Clicks the gear of the first row, the overlay's key.
     static void OpenEditor() {
         Click(OnOverlay(632, 194));
         ASSERT_TRUE(Eventually([] { return GetForegroundWindow() == Find(editorClass); }));
     }
 };
 
-TEST_F(ShortcutEditing, TakesAKeyWithAModifierAndNoOther) {
+TEST_F(ShortcutEditing, AcceptsOnlyAKeyWithAModifier) {
     Setting("instantReplay=0");
     ASSERT_TRUE(Start());
     const Game game;
@@ -312,7 +354,7 @@ TEST_F(ShortcutEditing, TakesAKeyWithAModifierAndNoOther) {
         return PixelAt({BoundsOf(editor).left + 5, BoundsOf(editor).bottom - 10}) == RGB(17, 18, 25);
     }));
     const std::vector<COLORREF> hint = LineOf(editor);
-    EXPECT_TRUE(PressUntil({'K'}, [&] { return LineOf(editor) != hint; })) << "nothing says what is wrong";
+    EXPECT_TRUE(PressUntil({'K'}, [&] { return LineOf(editor) != hint; })) << "no error is shown";
     EXPECT_TRUE(IsShown(editorClass));
     EXPECT_TRUE(PressUntil({VK_ESCAPE}, [] { return Find(editorClass) == nullptr; }));
     EXPECT_TRUE(Has("bindKeys0=88"));
@@ -323,89 +365,13 @@ TEST_F(ShortcutEditing, TakesAKeyWithAModifierAndNoOther) {
     EXPECT_TRUE(Has("bindMods0=6"));
 
     EXPECT_TRUE(PressUntil({VK_CONTROL, VK_SHIFT, 'K'}, [] { return !IsShown(overlayClass); }));
-    EXPECT_NE(RegisterHotKey(nullptr, 1, MOD_ALT, 'X'), FALSE) << "the old one is still taken";
+    EXPECT_NE(RegisterHotKey(nullptr, 1, MOD_ALT, 'X'), FALSE) << "the old key is still registered";
     UnregisterHotKey(nullptr, 1);
     EXPECT_TRUE(PressUntil({VK_CONTROL, VK_SHIFT, 'K'}, [] { return IsShown(overlayClass); }));
     EXPECT_TRUE(EndProgram());
 }
 
-// What stays over a long time.
-
-/// A process of the prefix and what it holds, counted by hand: Wine does not count it.
-class Holdings {
-public:
-    explicit Holdings(DWORD id)
-        : process_(OpenProcess(PROCESS_DUP_HANDLE | PROCESS_VM_READ | PROCESS_QUERY_INFORMATION, FALSE, id)) {}
-    ~Holdings() { CloseHandle(process_); }
-    Holdings(const Holdings&) = delete;
-    Holdings& operator=(const Holdings&) = delete;
-
-    int Handles() const {
-        int count = 0;
-        for (std::uintptr_t value = 4; value < 0x4000; value += 4) {
-            HANDLE copy = nullptr;
-            if (DuplicateHandle(process_, reinterpret_cast<HANDLE>(value), GetCurrentProcess(), &copy, 0, FALSE,
-                                DUPLICATE_SAME_ACCESS) != FALSE) {
-                CloseHandle(copy);
-                ++count;
-            }
-        }
-        return count;
-    }
-
-    /// Windows, menus, icons, cursors and the like of all processes: Wine gives each a number out of one table, and the
-    /// numbers that were free once more before it takes the next one. Ours fill the gaps, and tell how far it goes.
-    static int UserObjects() {
-        constexpr int enough = 3000;
-        std::vector<HMENU> ours;
-        std::uintptr_t last = 0;
-        for (int i = 0; i < enough; ++i) {
-            ours.push_back(CreateMenu());
-            last = std::max(last, (reinterpret_cast<std::uintptr_t>(ours.back()) & 0xFFFFU) / 2);
-        }
-        for (const HMENU menu : ours) {
-            EXPECT_NE(DestroyMenu(menu), FALSE);
-        }
-        return static_cast<int>(last) - enough;
-    }
-
-    /// From the table that the system shares with each process.
-    int GraphicsObjects() const {
-        constexpr std::size_t entries = 0x4000;
-        constexpr std::size_t tableInBlock = 0xF8;
-        struct Entry {
-            std::uint64_t object;
-            std::uint32_t owner;
-            std::uint16_t unique;
-            std::uint8_t type;
-            std::uint8_t flags;
-            std::uint64_t userPointer;
-        };
-        std::uintptr_t table = 0;
-        std::vector<Entry> all(entries);
-        EXPECT_TRUE(Read(ProcessBlock() + tableInBlock, &table, sizeof(table)));
-        EXPECT_TRUE(Read(table, all.data(), entries * sizeof(Entry)));
-        return static_cast<int>(std::count_if(all.begin(), all.end(), [](const Entry& one) { return one.type != 0; }));
-    }
-
-private:
-    bool Read(std::uintptr_t from, void* to, std::size_t size) const {
-        return ReadProcessMemory(process_, reinterpret_cast<const void*>(from), to, size, nullptr) != FALSE;
-    }
-
-    std::uintptr_t ProcessBlock() const {
-        struct Basic {
-            std::uintptr_t exitStatus, block, affinity, priority, id, parent;
-        } basic{};
-        using Query = LONG(WINAPI*)(HANDLE, ULONG, void*, ULONG, ULONG*);
-        const FARPROC entry = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQueryInformationProcess");
-        EXPECT_EQ(reinterpret_cast<Query>(reinterpret_cast<void*>(entry))(process_, 0, &basic, sizeof(basic), nullptr),
-                  0);
-        return basic.block;
-    }
-
-    HANDLE process_;
-};
+// Leaks.
 
 TEST_F(ProgramInterface, OpeningTheOverlayManyTimesLeavesNothingBehind) {
     Setting("instantReplay=0");
@@ -414,7 +380,7 @@ TEST_F(ProgramInterface, OpeningTheOverlayManyTimesLeavesNothingBehind) {
     const HWND overlay = Find(overlayClass);
     DWORD id = 0;
     GetWindowThreadProcessId(main, &id);
-    const Holdings holdings(id);
+    const ObjectCounts counts(id);
     const auto open = [&](int times) {
         for (int i = 0; i < times; ++i) {
             SendMessageW(main, WM_HOTKEY, 1, 0);
@@ -427,15 +393,15 @@ TEST_F(ProgramInterface, OpeningTheOverlayManyTimesLeavesNothingBehind) {
         }
     };
     open(20);
-    const int handles = holdings.Handles();
-    const int objects = holdings.GraphicsObjects();
-    const int userObjects = Holdings::UserObjects();
+    const int handles = counts.Handles();
+    const int objects = counts.GraphicsObjects();
+    const int userObjects = ObjectCounts::UserObjects();
     EXPECT_TRUE(handles > 0 && objects > 0 && userObjects > 0);
     open(Rounds(100));
-    // A few are made late, or for a moment.
-    EXPECT_LT(holdings.Handles(), handles + 20);
-    EXPECT_LT(holdings.GraphicsObjects(), objects + 20);
-    EXPECT_LT(Holdings::UserObjects(), userObjects + 20);
+    // A few are created late, or temporarily.
+    EXPECT_LT(counts.Handles(), handles + 20);
+    EXPECT_LT(counts.GraphicsObjects(), objects + 20);
+    EXPECT_LT(ObjectCounts::UserObjects(), userObjects + 20);
     EXPECT_TRUE(EndProgram());
 }
 

@@ -1,4 +1,4 @@
-// The program itself, as it ships, in a session without a graphics driver.
+// The program as it ships, in a session without a graphics driver.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -103,7 +103,7 @@ TEST_F(Program, SaysInItsHistoryWhyNothingIsCaptured) {
     EXPECT_TRUE(windows::ProcessesNamed(L"ffmpeg.exe").empty());
 }
 
-TEST_F(Program, WithoutAnFfmpegSaysThatItIsMissing) {
+TEST_F(Program, ReportsAMissingFfmpeg) {
     SetEnvironmentValue(u"ZV_FFMPEG", u"");
     ASSERT_TRUE(StartFirst());
     EXPECT_THAT(Activity(), ElementsAre("FFmpeg is missing. Run the launcher."));
@@ -137,7 +137,7 @@ TEST_F(Program, ASecondCopyBringsTheFirstForwardAndWritesNothing) {
     EXPECT_TRUE(front.imagePath.ends_with(u"\\zorvel.exe")) << Narrow(front.imagePath);
 }
 
-TEST_F(Program, ASecondCopyWithoutAWindowToShowSaysThatTheFirstRuns) {
+TEST_F(Program, ASecondCopyWithoutAWindowToShowReportsTheFirst) {
     const Owned<InstanceClaim> claim = ClaimSingleInstance(u"Local\\ZVReelsMax_SingleInstance");
     ASSERT_TRUE(claim);
     Child second;
@@ -145,7 +145,7 @@ TEST_F(Program, ASecondCopyWithoutAWindowToShowSaysThatTheFirstRuns) {
     ASSERT_TRUE(Eventually([] { return FindWindowW(L"#32770", L"Zorvel") != nullptr; }));
     const HWND box = FindWindowW(L"#32770", L"Zorvel");
     std::wstring text(256, L'\0');
-    // The text is the static child that has one; the sign is another.
+    // One static child has the text, another the icon.
     for (HWND child = GetWindow(box, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
         wchar_t part[256] = {};
         GetClassNameW(child, part, 256);
@@ -171,7 +171,7 @@ TEST_F(Program, ClosingItsWindowOnlyHidesIt) {
     EXPECT_TRUE(std::filesystem::exists(Data() / "running.lock"));
 }
 
-TEST_F(Program, ClosingItsWindowEndsItWhereTheSettingsSaySo) {
+TEST_F(Program, ClosingItsWindowExitsIfTheSettingsSaySo) {
     Setting("minimizeToTray=0");
     ASSERT_TRUE(StartFirst());
     PostMessageW(MainWindow(), WM_CLOSE, 0, 0);
@@ -180,7 +180,7 @@ TEST_F(Program, ClosingItsWindowEndsItWhereTheSettingsSaySo) {
     EXPECT_FALSE(std::filesystem::exists(Data() / "running.lock"));
 }
 
-TEST_F(Program, TheEndOfTheSessionEndsItInOrder) {
+TEST_F(Program, TheEndOfTheSessionExitsCleanly) {
     ASSERT_TRUE(StartFirst());
     SendMessageW(MainWindow(), WM_ENDSESSION, TRUE, 0);
     ASSERT_TRUE(WaitForExit(*first_.process, generousMs));

@@ -1,5 +1,5 @@
-// The executable that is given to users: what it needs of a system, and what it tells it. Read as the system reads it
-// where the system has a call for that; the import tables are walked by hand.
+// The executable that users get: its imports, manifest, icon, version and texts. Read through the system's own calls
+// where they exist; the import tables are parsed here.
 // ZV_TEST_PROGRAM names another build than the one beside the tests.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -35,9 +35,9 @@ const std::filesystem::path& ProgramPath() {
     return path;
 }
 
-/// What every edition of Windows 10 and 11 has, as far as the program can have any use for it. Two are missing on
-/// purpose: nvEncodeAPI64.dll comes with a driver, and mfplay.dll is not in the editions without media features. An
-/// import of either would keep the program from starting there; what needs them loads them.
+/// The libraries of every edition of Windows 10 and 11 that the program may import. Two are missing on purpose:
+/// nvEncodeAPI64.dll comes with a driver, and mfplay.dll is not in the editions without media features. An import of
+/// either would keep the program from starting there; they are loaded when they are needed.
 const std::vector<std::string> ownOfWindows{
     "advapi32.dll", "comctl32.dll", "comdlg32.dll", "d3d11.dll",   "dwmapi.dll",   "dxgi.dll",    "gdi32.dll",
     "gdiplus.dll",  "kernel32.dll", "msvcrt.dll",   "ole32.dll",   "oleaut32.dll", "shell32.dll", "shlwapi.dll",
@@ -88,7 +88,7 @@ private:
         return record;
     }
 
-    /// Where a table begins in the file; 0 when there is none.
+    /// The offset of a table in the file, or 0 if there is none.
     std::size_t Directory(std::size_t index) const {
         const DWORD address = headers_.OptionalHeader.DataDirectory[index].VirtualAddress;
         return address == 0 ? 0 : OffsetOf(address);
@@ -130,7 +130,7 @@ TEST(Release, IsAWindowProgramForX64AndTheSupportedSystems) {
     EXPECT_EQ(headers.OptionalHeader.MinorSubsystemVersion, 0);
 }
 
-TEST(Release, MayBePutAnywhereInMemoryAndRunsNoData) {
+TEST(Release, AllowsAnyLoadAddressAndExecutesNoData) {
     const Executable program;
     const unsigned wanted = IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE | IMAGE_DLLCHARACTERISTICS_HIGH_ENTROPY_VA |
                             IMAGE_DLLCHARACTERISTICS_NX_COMPAT;
@@ -138,7 +138,7 @@ TEST(Release, MayBePutAnywhereInMemoryAndRunsNoData) {
     EXPECT_NE(program.Headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_BASERELOC].Size, 0U);
 }
 
-TEST(Release, NeedsNothingButWindowsOwnLibraries) {
+TEST(Release, ImportsOnlyLibrariesOfWindows) {
     const std::vector<std::string> imports = Executable().ImportedLibraries();
     EXPECT_THAT(imports, IsSupersetOf({"kernel32.dll", "user32.dll"}));
     EXPECT_THAT(imports, IsSubsetOf(ownOfWindows));
@@ -170,7 +170,7 @@ protected:
         return QueryActCtxSettingsW(0, context_, space.c_str(), name, value, 100, &length) != FALSE ? value : L"";
     }
 
-    /// A record of the context, whatever its length.
+    /// A record of the context, of any length.
     std::vector<std::uint64_t> Information(ULONG kind) const {
         std::vector<std::uint64_t> record(128);
         SIZE_T length = 0;
@@ -182,7 +182,7 @@ protected:
     HANDLE context_ = INVALID_HANDLE_VALUE;
 };
 
-TEST_F(Manifest, AsksForTheSecondKindOfDpiAwarenessForEachMonitor) {
+TEST_F(Manifest, RequestsPerMonitorDpiAwarenessV2) {
     EXPECT_EQ(Setting(L"2016", L"dpiAwareness"), L"PerMonitorV2, PerMonitor");
     EXPECT_EQ(Setting(L"2005", L"dpiAware"), L"true/pm");
 }
@@ -205,7 +205,7 @@ TEST_F(Manifest, NamesWindows10And11AsSupported) {
     EXPECT_EQ(first.type, 1U);  // an operating system
 }
 
-TEST_F(Manifest, RunsWithTheRightsOfWhoeverStartsIt) {
+TEST_F(Manifest, RunsWithTheRightsOfItsUser) {
     const std::vector<std::uint64_t> record = Information(RunlevelInformationInActivationContext);
     ACTIVATION_CONTEXT_RUN_LEVEL_INFORMATION level{};
     std::memcpy(&level, record.data(), sizeof level);
@@ -213,7 +213,7 @@ TEST_F(Manifest, RunsWithTheRightsOfWhoeverStartsIt) {
     EXPECT_EQ(level.UiAccess, 0U);
 }
 
-TEST_F(Manifest, HasItsBoxesDrawnInTheStyleOfTheSystem) {
+TEST_F(Manifest, UsesTheSystemsControlStyle) {
     const std::vector<std::uint64_t> record = Information(ActivationContextDetailedInformation);
     ACTIVATION_CONTEXT_DETAILED_INFORMATION details{};
     std::memcpy(&details, record.data(), sizeof details);
@@ -263,7 +263,7 @@ std::vector<std::uint32_t> PixelsOf(HICON icon, int& side) {
     return pixels;
 }
 
-TEST_F(Resources, TheIconHasAPictureOfItsOwnForEverySizeThatIsAskedFor) {
+TEST_F(Resources, TheIconHasAPictureForEverySize) {
     const std::string group = BytesOf(iconId, RT_GROUP_ICON);
     ASSERT_EQ(group.size(), 6U + 6 * 14);
     std::vector<int> sides;
@@ -296,7 +296,7 @@ TEST_F(Resources, TheIconIsAWhiteLetterOnVioletWithRoundCorners) {
     }
 }
 
-TEST_F(Resources, TheAboutTextSaysWhatItHasTo) {
+TEST_F(Resources, TheAboutTextIsComplete) {
     const std::string about = BytesOf(aboutId, RT_RCDATA);
     ASSERT_FALSE(about.empty());
     EXPECT_NE(
@@ -355,7 +355,7 @@ TEST_F(VersionRecord, IsThreeTwentyThreeZeroOfAProgramForWindows) {
     EXPECT_EQ(fixed->dwFileType, static_cast<DWORD>(VFT_APP));
 }
 
-TEST_F(VersionRecord, SpeaksForItselfInThePropertiesOfTheFile) {
+TEST_F(VersionRecord, DescribesTheProgram) {
     const auto* translation = Find<WORD>(L"\\VarFileInfo\\Translation");
     ASSERT_NE(translation, nullptr);
     EXPECT_EQ(translation[0], 0x409);

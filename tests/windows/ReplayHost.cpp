@@ -1,4 +1,4 @@
-// A program with a running replay, to be killed: ReplayHost FILE. Writes a line into FILE once the replay runs.
+// A program with a running replay, for a test that kills it: ReplayHost FILE. Writes a line into FILE once it runs.
 #include <fstream>
 
 #include "platform/Clock.h"

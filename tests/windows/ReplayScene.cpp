@@ -19,7 +19,7 @@ constexpr std::int64_t packetUnits = 100'000;  // 10 ms
 constexpr double hertz = 440;
 constexpr double amplitude = 0.25;
 
-/// The next 10 ms of the tone, once they have passed.
+/// Returns the next 10 ms of the tone once they have passed.
 class Tone {
 public:
     bool operator()(fake::ScriptedPacket& packet) {

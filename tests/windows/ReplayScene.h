@@ -1,5 +1,5 @@
-// An engine whose desktop and encoder are pictures encoded beforehand and whose system sound is a tone of 440 Hz; its
-// pipes, threads, children and files are real, and so is FFmpeg.
+// An engine whose video is encoded beforehand and whose system sound is a tone of 440 Hz; its pipes, threads, children
+// and files are real, and so is FFmpeg.
 #pragma once
 
 #include "capture/CaptureEngine.h"
@@ -7,7 +7,7 @@
 
 namespace zv::windows {
 
-/// Sets the fakes and the environment up. Every command line that FFmpeg gets is added to `commandsPath`.
+/// Sets up the fakes and the environment. Every command line of FFmpeg is appended to `commandsPath`.
 void SetReplayScene(const Text& commandsPath);
 
 /// 1080p at 30 frames a second, with system sound.

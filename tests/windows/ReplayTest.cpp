@@ -1,4 +1,4 @@
-// The replay from pictures and sound to a clip: the engine, both pipes at once, a real FFmpeg, and the ring on disk.
+// The replay from video and sound to a clip: the engine, both pipes, a real FFmpeg, and the ring on disk.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -43,9 +43,9 @@ bool Eventually(Condition condition) {
     return true;
 }
 
-/// One stream of a file as its packets tell it.
+/// The packets of one stream of a file.
 struct Packets {
-    std::int64_t perSecond = 0;  ///< of the stream's clock
+    std::int64_t perSecond = 0;  ///< ticks of the stream's clock
     std::vector<std::int64_t> stamps;
     std::vector<bool> keys;
 };
@@ -55,11 +55,11 @@ protected:
     void SetUp() override {
         ASSERT_FALSE(EnvironmentValue(u"ZV_TEST_FFMPEG").empty()) << "tests/windows/fetch_ffmpeg gets it";
         ASSERT_EQ(fake::EncodedUnitCount(), 60U);
-        windows::SetReplayScene(Place(L"commands"));
+        windows::SetReplayScene(PathOf(L"commands"));
         ASSERT_TRUE(engine_.Configure(windows::SceneConfig())) << Narrow(engine_.statusText);
     }
 
-    Text Place(const wchar_t* name) const { return FromPath(folder_.Path() / name); }
+    Text PathOf(const wchar_t* name) const { return FromPath(folder_.Path() / name); }
 
     void StartWithSeconds(std::int32_t seconds) {
         ASSERT_TRUE(engine_.StartReplay(true, 15)) << Narrow(engine_.statusText) << ReplayLog();
@@ -70,24 +70,24 @@ protected:
 
     std::vector<Text> Commands() const {
         std::vector<Text> lines;
-        std::istringstream file(ReadFileCapped(Place(L"commands")));
+        std::istringstream file(ReadFileCapped(PathOf(L"commands")));
         for (std::string line; std::getline(file, line);) {
             lines.push_back(Widen(line));
         }
         return lines;
     }
 
-    /// Runs FFmpeg over `arguments` and answers its log.
+    /// Runs FFmpeg with `arguments` and returns its log.
     std::string Analyse(const Text& arguments) {
         EncoderProcess child;
-        EXPECT_TRUE(engine_.StartChild(child, arguments, Place(L"analysis.log")));
+        EXPECT_TRUE(engine_.StartChild(child, arguments, PathOf(L"analysis.log")));
         EXPECT_TRUE(WaitForExit(*child.process, generousMs));
         EXPECT_TRUE(engine_.StopChild(child, generousMs));
-        return ReadFileCapped(Place(L"analysis.log"));
+        return ReadFileCapped(PathOf(L"analysis.log"));
     }
 
     Packets PacketsOf(const Text& clip, const Text& stream) {
-        const Text list = Place(L"packets");
+        const Text list = PathOf(L"packets");
         Analyse(u"-i " + QuoteArgument(clip) + u" -map " + stream + u" -c copy -f framecrc " + QuoteArgument(list));
         Packets packets;
         std::istringstream lines(ReadSharedFile(list, 0x1000000));
@@ -102,7 +102,7 @@ protected:
         return packets;
     }
 
-    /// Every frame is there, one after the other, with a key frame at each full second.
+    /// Expects frames one after the other without a gap, with a key frame at each full second.
     void ExpectSteadyVideo(const Packets& video, std::size_t from = 0) {
         ASSERT_EQ(video.stamps.size() % 30, 0U);
         for (std::size_t i = from + 1; i < video.stamps.size(); ++i) {
@@ -113,9 +113,9 @@ protected:
         }
     }
 
-    /// How often a second of the clip's sound changes its sign, and its loudest sample.
+    /// The number of zero crossings in one second of the clip's sound, and its loudest sample.
     std::pair<int, float> SecondOfSound(const Text& clip) {
-        const Text raw = Place(L"sound");
+        const Text raw = PathOf(L"sound");
         Analyse(u"-ss 1 -i " + QuoteArgument(clip) + u" -map 0:a:0 -t 1 -af pan=mono|c0=c0 -f f32le " +
                 QuoteArgument(raw));
         std::ifstream file(ToPath(raw), std::ios::binary);
@@ -143,7 +143,7 @@ protected:
     CaptureEngine engine_;
 };
 
-TEST_F(Replay, FfmpegGetsThisCommandLineAndReadsBothPipesAtOnce) {
+TEST_F(Replay, FfmpegGetsTheCommandLineAndReadsBothPipes) {
     StartWithSeconds(2);
     EXPECT_EQ(engine_.statusText, u"Replay is buffering video and selected audio. Allow 2 seconds before saving.");
     const Text process = Decimal(OwnProcessId());
@@ -169,7 +169,7 @@ TEST_F(Replay, FfmpegGetsThisCommandLineAndReadsBothPipesAtOnce) {
 
 TEST_F(Replay, ASavedClipHoldsEveryFrameAndTheToneWhileTheReplayGoesOn) {
     StartWithSeconds(3);
-    const Text clip = Place(L"my clip \u00E9.mp4");
+    const Text clip = PathOf(L"my clip \u00E9.mp4");
     const std::size_t listed = ReadSegmentList(engine_.replayDir).size();
     ASSERT_TRUE(engine_.SaveReplayClip(clip)) << Narrow(engine_.statusText);
     EXPECT_EQ(engine_.statusText, u"Replay saved: " + clip);
@@ -197,13 +197,13 @@ TEST_F(Replay, TheRingKeepsItsLengthAndDropsTheOldestSegments) {
     EXPECT_EQ(listed.size(), 15U);
     EXPECT_GT(listed.front(), first);
     EXPECT_EQ(engine_.BufferedSeconds(), 15);
-    // The listed ones, the three that may still be read, the one that is being written and the one just dropped.
+    // The listed segments, three that may still be read, one being written and one just dropped.
     EXPECT_LE(SegmentFiles().size(), 20U);
 }
 
-TEST_F(Replay, ARecordingTakesItsSegmentsThroughAThirdPipe) {
+TEST_F(Replay, ARecordingReceivesItsSegmentsThroughAThirdPipe) {
     StartWithSeconds(2);
-    const Text path = Place(L"recording.mp4");
+    const Text path = PathOf(L"recording.mp4");
     ASSERT_TRUE(engine_.StartRecording(path)) << Narrow(engine_.statusText);
     EXPECT_EQ(engine_.state, EngineState::Recording);
     const std::size_t listed = ReadSegmentList(engine_.replayDir).size();
@@ -212,13 +212,13 @@ TEST_F(Replay, ARecordingTakesItsSegmentsThroughAThirdPipe) {
     EXPECT_EQ(engine_.state, EngineState::Ready) << Narrow(engine_.statusText);
     const Packets video = PacketsOf(path, u"0:v:0");
     EXPECT_GE(video.stamps.size(), 90U);
-    // The head of a fragmented file is written before FFmpeg knows that the sound begins a little earlier: the first
-    // picture stands longer.
+    // FFmpeg writes the header of a fragmented file before it knows that the sound begins a little earlier: the first
+    // picture lasts longer.
     ExpectSteadyVideo(video, 1);
     EXPECT_TRUE(IsChildRunning(engine_.replay));
 }
 
-TEST_F(Replay, AStopEndsFfmpegAndRemovesTheFolder) {
+TEST_F(Replay, StoppingEndsFfmpegAndRemovesTheFolder) {
     StartWithSeconds(1);
     const Text folder = engine_.replayDir;
     EXPECT_EQ(windows::ProcessesNamed(L"ffmpeg.exe").size(), 2U);
@@ -228,10 +228,10 @@ TEST_F(Replay, AStopEndsFfmpegAndRemovesTheFolder) {
     EXPECT_FALSE(engine_.replayRunning);
 }
 
-TEST_F(Replay, AnFfmpegThatIsKilledIsNoticedAndNotStartedAgain) {
+TEST_F(Replay, AKilledFfmpegIsNoticedAndNotRestarted) {
     StartWithSeconds(1);
     for (const DWORD id : windows::ProcessesNamed(L"ffmpeg.exe")) {
-        windows::EndProcess(id);
+        windows::KillProcess(id);
     }
     ASSERT_TRUE(Eventually([&] { return !IsChildRunning(engine_.replay); }));
     engine_.PollHealth();
@@ -240,14 +240,14 @@ TEST_F(Replay, AnFfmpegThatIsKilledIsNoticedAndNotStartedAgain) {
     EXPECT_TRUE(windows::ProcessesNamed(L"ffmpeg.exe").empty());
 }
 
-TEST_F(Replay, AProgramThatIsKilledLeavesNoFfmpegBehindEvenIfItIsStuck) {
+TEST_F(Replay, AKilledProgramLeavesNoFfmpegBehindEvenIfItHangs) {
     const Text host = JoinPath(ExecutableFolder(), u"ReplayHost.exe");
-    const Text ready = Place(L"ready");
+    const Text ready = PathOf(L"ready");
     Child child;
-    ASSERT_TRUE(SpawnChild({host, QuoteArgument(host) + u" " + QuoteArgument(ready), Place(L"host.log")}, child));
+    ASSERT_TRUE(SpawnChild({host, QuoteArgument(host) + u" " + QuoteArgument(ready), PathOf(L"host.log")}, child));
     ASSERT_TRUE(Eventually([&] { return ReadSharedFile(ready, 4096).ends_with("\n"); }));
     ASSERT_TRUE(ReadSharedFile(ready, 4096).starts_with("running")) << ReadSharedFile(ready, 4096);
-    // Without its input FFmpeg would soon end by itself; one that is stuck does not.
+    // Without its input FFmpeg would soon exit by itself; a suspended one does not.
     const std::vector<DWORD> children = windows::ProcessesNamed(L"ffmpeg.exe");
     ASSERT_EQ(children.size(), 2U);
     for (const DWORD id : children) {
@@ -255,8 +255,8 @@ TEST_F(Replay, AProgramThatIsKilledLeavesNoFfmpegBehindEvenIfItIsStuck) {
     }
     const std::vector<DWORD> hosts = windows::ProcessesNamed(L"ReplayHost.exe");
     ASSERT_EQ(hosts.size(), 1U);
-    EXPECT_TRUE(windows::EndProcess(hosts[0]));
-    // The job that the host was started in still stands here: what ends FFmpeg is the host's own.
+    EXPECT_TRUE(windows::KillProcess(hosts[0]));
+    // The job that the host runs in is still open here, so that only the host's own job can end FFmpeg.
     EXPECT_TRUE(Eventually([] { return windows::ProcessesNamed(L"ffmpeg.exe").empty(); }));
 }
 

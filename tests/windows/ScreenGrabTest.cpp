@@ -10,6 +10,7 @@
 #include "support/FileBytes.h"
 #include "support/TemporaryFolder.h"
 #include "video/Monitors.h"
+#include "windows/ObjectCounts.h"
 #include "windows/ScreenPattern.h"
 
 namespace zv {
@@ -44,48 +45,46 @@ TEST_F(ScreenGrab, EqualsTheScreenPixelForPixel) {
     EXPECT_EQ(Differences(picture, area), 0);
 }
 
-TEST_F(ScreenGrab, StartsAtTheCornerThatIsAskedFor) {
+TEST_F(ScreenGrab, StartsAtTheRequestedCorner) {
     const Painting painting;
     const ScreenArea area{left - 13, top - 7, width + 40, height + 30};
     ASSERT_EQ(SaveScreenAsPng(area, FromPath(path_)), resultOk);
     EXPECT_EQ(Differences(ReadPng(path_), area), 0);
 }
 
-TEST_F(ScreenGrab, OfAnAreaWithoutASizeFails) {
+TEST_F(ScreenGrab, FailsForAnEmptyArea) {
     for (const ScreenArea& area : {ScreenArea{0, 0, -5, 10}, ScreenArea{0, 0, 0, 10}, ScreenArea{0, 0, 10, 0}}) {
         EXPECT_EQ(CodeOf(SaveScreenAsPng(area, FromPath(path_))), 0x80070057U);  // ERROR_INVALID_PARAMETER
     }
     EXPECT_FALSE(std::filesystem::exists(path_));
 }
 
-TEST_F(ScreenGrab, IntoAFolderThatIsNotThereFails) {
+TEST_F(ScreenGrab, FailsForAMissingFolder) {
     EXPECT_TRUE(Failed(SaveScreenAsPng({0, 0, 10, 10}, FromPath(folder_.Path() / "no" / "picture.png"))));
 }
 
 TEST_F(ScreenGrab, ManyPicturesLeaveNoHandleBehind) {
     const auto save = [&] { ASSERT_EQ(SaveScreenAsPng({0, 0, 64, 64}, FromPath(path_)), resultOk); };
     save();
-    const auto objects = [] { return GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS); };
-    DWORD handlesBefore = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &handlesBefore);
-    const DWORD objectsBefore = objects();
+    const windows::ObjectCounts counts(GetCurrentProcessId());
+    const int handles = counts.Handles();
+    const int objects = counts.GraphicsObjects();
+    EXPECT_TRUE(handles > 0 && objects > 0);
     for (int i = 0; i < 20; ++i) {
         save();
     }
-    DWORD handlesAfter = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &handlesAfter);
-    EXPECT_LE(objects(), objectsBefore + 2);
-    EXPECT_LE(handlesAfter, handlesBefore + 2);
+    EXPECT_LE(counts.GraphicsObjects(), objects + 2);
+    EXPECT_LE(counts.Handles(), handles + 2);
 }
 
 TEST_F(ScreenGrab, AScreenshotShowsThePrimaryMonitorAtItsOwnSize) {
     const Painting painting;
     const auto monitor = ResolveMonitor(u"");
     ASSERT_TRUE(monitor);
-    const Text said = SaveScreenshot(FromPath(folder_.Path() / "Desktop"), u"");
+    const Text status = SaveScreenshot(FromPath(folder_.Path() / "Desktop"), u"");
     constexpr TextView beginning = u"Screenshot saved: ";
-    ASSERT_TRUE(said.starts_with(beginning));
-    const Picture picture = ReadPng(ToPath(TextView(said).substr(beginning.size())));
+    ASSERT_TRUE(status.starts_with(beginning));
+    const Picture picture = ReadPng(ToPath(TextView(status).substr(beginning.size())));
     EXPECT_EQ(picture.width, 1920);
     EXPECT_EQ(picture.height, 1080);
     EXPECT_EQ(Differences(picture, {monitor->left, monitor->top, monitor->width, monitor->height}), 0);

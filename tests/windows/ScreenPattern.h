@@ -25,7 +25,7 @@ inline constexpr int top = 80;
 inline constexpr int width = 201;
 inline constexpr int height = 97;
 
-/// Every pixel differs from its neighbours, and no two channels are alike. 0x00RRGGBB.
+/// Every pixel differs from its neighbours, and the channels differ from each other. 0x00RRGGBB.
 constexpr std::uint32_t ColorAt(int x, int y) {
     const auto red = static_cast<std::uint32_t>(x * 3 + y) & 0xFFU;
     const auto green = static_cast<std::uint32_t>(x + y * 5 + 40) & 0xFFU;
@@ -33,7 +33,7 @@ constexpr std::uint32_t ColorAt(int x, int y) {
     return red << 16U | green << 8U | blue;
 }
 
-/// A window in front of everything with the pattern in it, in coordinates of the desktop. Waits until it can be seen.
+/// A topmost window with the pattern in desktop coordinates. Waits until it is visible.
 class Painting {
 public:
     Painting() {
@@ -114,7 +114,7 @@ inline Picture ReadPng(const std::filesystem::path& path) {
     return picture;
 }
 
-/// How many pixels of the pattern are not where the picture of `area` should have them.
+/// The number of pixels of the pattern that differ in a picture of `area`.
 inline int Differences(const Picture& picture, const ScreenArea& area) {
     int count = 0;
     for (int y = top; y < top + height; ++y) {

@@ -1,7 +1,7 @@
-// A Wine prefix with our double of the system's sound devices in it, scripted and judged by the test that installs it.
+// Installs the double of the system's sound devices into the Wine prefix, writes its script and reads its report.
 //
-// The double is ZvMMDevices.dll beside the test program, and its rules stand in drivers/ScriptedSound.h. Programs that
-// the test starts get it too.
+// The double is ZvMMDevices.dll beside the test program, its rules are in drivers/ScriptedSound.h. Programs that the
+// test starts use it too.
 #pragma once
 
 #include <fstream>
@@ -18,8 +18,8 @@
 
 namespace zv::windows {
 
-/// Puts the double in the place of the system's own, for this program and all that it starts.
-inline void LendSoundDriver(const Text& dll) {
+/// Replaces the system's sound devices for this program and all that it starts.
+inline void InstallSoundDriver(const Text& dll) {
     const std::wstring value(dll.begin(), dll.end());
     const LSTATUS written = RegSetKeyValueW(
         HKEY_LOCAL_MACHINE, L"Software\\Classes\\CLSID\\{BCDE0395-E52F-467C-8E3D-C4579291692E}\\InprocServer32",
@@ -34,13 +34,13 @@ public:
     SoundDriver() {
         SetEnvironmentValue(u"ZV_TEST_SCRIPT", FromPath(script_));
         SetEnvironmentValue(u"ZV_TEST_REPORT", FromPath(report_));
-        LendSoundDriver(JoinPath(ExecutableFolder(), u"ZvMMDevices.dll"));
+        InstallSoundDriver(JoinPath(ExecutableFolder(), u"ZvMMDevices.dll"));
     }
 
-    /// Calls are counted afresh.
+    /// Replaces the script. Calls are counted from 1 again.
     void Write(const std::string& rules) { std::ofstream(script_) << rules << "set run " << ++run_ << "\n"; }
 
-    /// The texts of all lines of the report that begin with this word.
+    /// The texts of all lines of the report that begin with `word`.
     std::vector<std::string> Lines(const std::string& word) const {
         std::vector<std::string> found;
         std::istringstream lines(ReadSharedFile(FromPath(report_), 0x1000000));

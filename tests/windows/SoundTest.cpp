@@ -1,5 +1,5 @@
-// The audio worker over the system's sound interfaces, with devices that do as they are told: what the reader of the
-// pipe hears, what the user is told, and what is left behind.
+// The audio worker over the system's sound interfaces, with scripted devices: the sound in the pipe, the sentences for
+// the user, and leaks.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -30,12 +30,13 @@ using testing::StartsWith;
 using windows::PipeReader;
 
 constexpr std::uint32_t generousMs = 60000;
-constexpr double hertz = 233;  // ten milliseconds are no whole number of its periods
+constexpr double hertz = 233;  // 10 ms are not a whole number of its periods
 constexpr double level = 0.25;
 constexpr std::size_t packet = 480;  // output frames of one packet of 10 ms
 
-/// Packets come ahead of their time: a machine that stands still for a moment loses none of them.
-const std::string aheadOfTime = "set render arrive -600\nset capture arrive -600\n";
+/// Packets arrive early and none is overwritten, so that a busy machine loses none.
+const std::string aheadOfTime =
+    "set render arrive -600\nset render keep 60000\nset capture arrive -600\nset capture keep 60000\n";
 
 template <class Condition>
 bool Eventually(Condition condition) {
@@ -49,17 +50,17 @@ bool Eventually(Condition condition) {
     return true;
 }
 
-/// What the reader got, and when things happened in 100 ns of the performance counter.
+/// The sound that the reader got, and the times of the starts, in 100 ns of the performance counter.
 struct Heard {
     std::vector<float> samples;
-    std::int64_t opened = 0;  ///< the reader asked for the pipe after this
+    std::int64_t opened = 0;  ///< shortly before the reader opened the pipe
     std::map<std::string, std::int64_t> starts;
 
     std::size_t Frames() const { return samples.size() / 2; }
     float At(std::size_t frame, std::size_t side) const { return samples[2 * frame + side]; }
     bool Quiet(std::size_t frame) const { return At(frame, 0) == 0 && At(frame, 1) == 0; }
 
-    /// The first frame from `from` on that is not silent, or the end.
+    /// The first frame at or after `from` that is not silent, or the end.
     std::size_t FirstSound(std::size_t from = 0) const {
         std::size_t frame = from;
         while (frame < Frames() && Quiet(frame)) {
@@ -69,7 +70,7 @@ struct Heard {
     }
 };
 
-/// A tone that is at its peak at the output frame `peak`.
+/// A tone with its peak at the output frame `peak`.
 struct Tone {
     double peak = 0;
     double left = level;
@@ -83,7 +84,7 @@ struct Tone {
 
 using Range = std::pair<std::size_t, std::size_t>;
 
-/// The first frame of a range that is not the sum of the tones, or a text that says so.
+/// Describes the first frame of a range that differs from the sum of the tones; empty if there is none.
 std::string Deviation(const Heard& heard, Range range, const std::vector<Tone>& tones, double tolerance = 0.01) {
     if (range.second > heard.Frames()) {
         return "the stream ends at frame " + std::to_string(heard.Frames());
@@ -103,8 +104,8 @@ std::string Deviation(const Heard& heard, Range range, const std::vector<Tone>& 
     return "";
 }
 
-/// The same, of a device that gives no sound ahead of its time: what came too late is missing from the sum, and that
-/// may be less than half of the range.
+/// The same for a device whose sound does not arrive early: frames that came too late are missing from the sum, but
+/// fewer than half of the range.
 std::string DeviationWhereInTime(const Heard& heard, Range range, const std::vector<Tone>& always, const Tone& tone,
                                  double tolerance = 0.01) {
     std::vector<Tone> whole = always;
@@ -164,7 +165,7 @@ protected:
         return heard;
     }
 
-    /// What the user is told when Start fails.
+    /// Returns the sentence of a Start that fails.
     std::string StartFailure(const std::string& rules, bool system = true, bool microphone = false) {
         driver_.Write(rules);
         EXPECT_FALSE(capture_.Start(system, microphone));
@@ -172,13 +173,13 @@ protected:
         return Narrow(capture_.Error());
     }
 
-    /// What the user is told when the capture ends by itself after its start.
+    /// Returns the sentence of a capture that ends by itself after its start.
     std::string RunFailure(const std::string& rules, bool system = true, bool microphone = false) {
         driver_.Write(rules);
         EXPECT_TRUE(capture_.Start(system, microphone)) << Narrow(capture_.Error());
         PipeReader reader(capture_.PipeName());
         EXPECT_TRUE(Eventually([&] { return !capture_.running; }));
-        // The thread lets go of all by itself, before anybody asks it to.
+        // The thread releases everything by itself, before Stop.
         EXPECT_TRUE(Eventually([&] { return reader.Ended(); }));
         const std::string error = Narrow(capture_.Error());
         capture_.Stop();
@@ -190,7 +191,7 @@ protected:
     AudioCapture capture_;
 };
 
-// ---- What is heard ----------------------------------------------------------------------------------------------
+// ---- The sound in the pipe --------------------------------------------------------------------------------------
 
 struct FormatCase {
     unsigned rate;
@@ -209,7 +210,7 @@ protected:
                " " + std::to_string(format.bits) + " " + format.tag + "\n";
     }
 
-    /// What channel c with its level / (c + 1) comes to on one side.
+    /// The level on one side of the mix of all channels, where channel c has level / (c + 1).
     static double Folded(unsigned side) {
         const unsigned channels = GetParam().channels;
         double sum = channels == 1 ? level : level / (side + 1);
@@ -220,13 +221,13 @@ protected:
     }
 
     static double Tolerance() {
-        // At the end of a packet one output frame may repeat the last sample, and a place is rounded to whole frames.
+        // The last output frame of a packet may repeat a sample, and a position is rounded to whole frames.
         const double step = 2 * std::numbers::pi * hertz * Folded(0);
         return step / GetParam().rate + step / 48000 + (GetParam().bits == 8 ? 0.015 : 0.001);
     }
 };
 
-TEST_P(SoundFormats, AreHeardAtTheirLevelAndPlaceFromTheSpeakersAndFromTheMicrophone) {
+TEST_P(SoundFormats, AreConvertedAtTheirLevelAndTime) {
     for (const bool system : {true, false}) {
         const std::string device = system ? "render" : "capture";
         const Heard heard = Hear(aheadOfTime + Rule(device), heardPackets * packet, system, !system);
@@ -258,16 +259,16 @@ INSTANTIATE_TEST_SUITE_P(OfDevices, SoundFormats,
                              return name;
                          });
 
-TEST_F(Sound, BeginsItsTimeWhenTheReaderConnectsAndPlacesSoundByItsStamp) {
+TEST_F(Sound, StartsItsTimelineAtTheReadersConnectionAndUsesTimestamps) {
     const Heard heard = Hear("", 100 * packet);
     const std::size_t first = heard.FirstSound();
     ASSERT_LT(first, heard.Frames());
-    // The stream's zero as the place of the first sound tells it: after the reader came, before the device started.
+    // The stream's zero, computed from the first sound: after the reader connected, before the device started.
     const auto before = static_cast<std::int64_t>(std::llround(static_cast<double>(first) / 0.0048));
     const std::int64_t zero = heard.starts.at("render") - before;
     EXPECT_GE(zero, heard.opened - 105);  // half a frame of rounding
     EXPECT_LE(zero, heard.starts.at("render") + 105);
-    // Packets come when their last frame is captured. What was too late for a busy machine is silent, no more.
+    // Packets arrive when their last frame is captured. A packet that a busy machine reads too late is silent.
     const Tone tone{static_cast<double>(first)};
     std::size_t right = 0;
     for (std::size_t frame = first; frame + packet <= heard.Frames(); frame += packet) {
@@ -278,7 +279,7 @@ TEST_F(Sound, BeginsItsTimeWhenTheReaderConnectsAndPlacesSoundByItsStamp) {
     EXPECT_GE(right, 50U);
 }
 
-TEST_F(Sound, APacketThatIsFlaggedSilentIsSilentWhateverItHolds) {
+TEST_F(Sound, APacketFlaggedSilentIsSilent) {
     const Heard heard = Hear(aheadOfTime + "set render flag 10 5 silent\n", 50 * packet);
     const std::size_t first = heard.FirstSound();
     EXPECT_EQ(Deviation(heard, {first, first + 10 * packet}, {{static_cast<double>(first)}}), "");
@@ -293,20 +294,20 @@ TEST_F(Sound, APacketWithoutDataIsSilent) {
     EXPECT_EQ(Deviation(heard, {first + 15 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
 }
 
-TEST_F(Sound, SamplesThatAreNoNumbersAreSilent) {
+TEST_F(Sound, InfiniteSamplesAreSilent) {
     const Heard heard = Hear(aheadOfTime + "set render flag 10 5 loud\n", 50 * packet);
     const std::size_t first = heard.FirstSound();
     EXPECT_TRUE(IsSilent(heard, {first + 10 * packet + 1, first + 15 * packet - 1}));
     EXPECT_EQ(Deviation(heard, {first + 15 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
 }
 
-TEST_F(Sound, ADiscontinuityIsNotLookedAt) {
+TEST_F(Sound, ADiscontinuityFlagIsIgnored) {
     const Heard heard = Hear(aheadOfTime + "set render flag 10 20 discontinuity\n", 50 * packet);
     const std::size_t first = heard.FirstSound();
     EXPECT_EQ(Deviation(heard, {first, 50 * packet}, {{static_cast<double>(first)}}), "");
 }
 
-TEST_F(Sound, ADeviceThatStallsIsSilentAndReturnsAtItsPlace) {
+TEST_F(Sound, AStalledDeviceIsSilentAndResumesInTime) {
     const Heard heard = Hear(aheadOfTime + "set render skip 10 40\n", 80 * packet);
     const std::size_t first = heard.FirstSound();
     EXPECT_EQ(Deviation(heard, {first, first + 10 * packet}, {{static_cast<double>(first)}}), "");
@@ -314,7 +315,7 @@ TEST_F(Sound, ADeviceThatStallsIsSilentAndReturnsAtItsPlace) {
     EXPECT_EQ(Deviation(heard, {first + 50 * packet + 1, 80 * packet}, {{static_cast<double>(first)}}), "");
 }
 
-TEST_F(Sound, StampsBeforeTheStartOrMoreThanTwoSecondsAheadAreDropped) {
+TEST_F(Sound, TimestampsBeforeTheStartOrTwoSecondsAheadAreDropped) {
     const Heard heard = Hear(aheadOfTime + "set render shift 10 5 -5000\nset render shift 20 5 3500\n", 50 * packet);
     const std::size_t first = heard.FirstSound();
     EXPECT_EQ(Deviation(heard, {first, first + 10 * packet}, {{static_cast<double>(first)}}), "");
@@ -324,13 +325,14 @@ TEST_F(Sound, StampsBeforeTheStartOrMoreThanTwoSecondsAheadAreDropped) {
     EXPECT_EQ(Deviation(heard, {first + 25 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
 }
 
-TEST_F(Sound, APacketThatComesLateLosesThePartThatWasSentAndNoMore) {
-    // Half a second in one packet, there 150 ms after its first frame was captured.
+TEST_F(Sound, ALatePacketLosesOnlyThePartAlreadySent) {
+    // One packet of half a second that arrives 150 ms after its first frame was captured.
     const Heard heard = Hear("set render packet 24000\nset render arrive 150\nset render skip 1 1000\n", 80 * packet);
     const std::size_t first = heard.FirstSound();
     ASSERT_LT(first, heard.Frames());
     const double zero = static_cast<double>(heard.starts.at("render") - heard.opened) * 0.0048;
-    // 110 ms after a frame its block is sent; the reader opened the pipe at most `zero` frames before its time began.
+    // A block is sent 110 ms after its first frame; the reader opened the pipe at most `zero` frames before the
+    // timeline began.
     EXPECT_GE(first, 1920U);
     EXPECT_EQ(first % packet, 0U) << "not cut at a block";
     std::size_t end = first;
@@ -346,7 +348,7 @@ TEST_F(Sound, APacketThatComesLateLosesThePartThatWasSentAndNoMore) {
     EXPECT_TRUE(fits);
 }
 
-TEST_F(Sound, APacketWithATimestampErrorEndsWhenItIsTaken) {
+TEST_F(Sound, APacketWithATimestampErrorEndsWhenItIsRead) {
     const Heard heard =
         Hear("set render late 0 1 300\nset render flag 0 1 timestamp-error\nset render skip 1 1000\n", 80 * packet);
     const std::size_t first = heard.FirstSound();
@@ -356,7 +358,7 @@ TEST_F(Sound, APacketWithATimestampErrorEndsWhenItIsTaken) {
     EXPECT_TRUE(IsSilent(heard, {first + packet, 80 * packet}));
 }
 
-TEST_F(Sound, SpeakersAndMicrophoneAreHeardTogetherEachAtItsOwnTime) {
+TEST_F(Sound, SpeakersAndMicrophoneAreMixedEachAtItsOwnTime) {
     const Heard heard =
         Hear(aheadOfTime + "set capture format 44100 1 16 pcm\nset capture tone 391 0.5\ndelay Start.capture 1 20\n",
              80 * packet, true, true);
@@ -377,7 +379,7 @@ TEST_F(Sound, TheSumIsClippedAtFullScale) {
     EXPECT_GT(std::count(heard.samples.begin(), heard.samples.end(), 1.0F), 1000);
 }
 
-TEST_F(Sound, WithNothingPlayingIsSilenceThatFollowsTheClock) {
+TEST_F(Sound, IsSilenceAtTheClocksRateIfNothingPlays) {
     driver_.Write("set render skip 0 1000000\n");
     ASSERT_TRUE(capture_.Start(true, false));
     PipeReader reader(capture_.PipeName());
@@ -389,7 +391,7 @@ TEST_F(Sound, WithNothingPlayingIsSilenceThatFollowsTheClock) {
     EXPECT_TRUE(IsSilent(heard, {0, heard.Frames()}));
 }
 
-TEST_F(Sound, AReaderThatPausesGetsAllItMissed) {
+TEST_F(Sound, AReaderThatPausesLosesNothing) {
     driver_.Write(aheadOfTime);
     ASSERT_TRUE(capture_.Start(true, false));
     PipeReader reader(capture_.PipeName());
@@ -404,7 +406,38 @@ TEST_F(Sound, AReaderThatPausesGetsAllItMissed) {
     EXPECT_EQ(Deviation(heard, {first, before / 8 + 96000}, {{static_cast<double>(first)}}), "");
 }
 
-// ---- The older way to the microphone ----------------------------------------------------------------------------
+TEST_F(Sound, KeepsItsTimeWhenTheDeviceOverwritesPacketsWhileAWriteIsPending) {
+    driver_.Write("");
+    ASSERT_TRUE(capture_.Start(true, false));
+    PipeReader reader(capture_.PipeName());
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= 48000; }));
+    reader.Pause(true);
+    ASSERT_TRUE(Eventually([&] { return reader.WriterWaits(); }));
+    const std::size_t before = reader.Bytes();
+    reader.Pause(false);
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= before + 3 * 384000; }));
+    const Heard heard = EndHearing(reader);
+    EXPECT_THAT(driver_.Notes(), Contains(StartsWith("lost.render ")));
+    // The sound in the pipe survives, the packets that the device overwrote are silent, and the tone keeps its phase.
+    const std::size_t first = heard.FirstSound();
+    const Tone tone{static_cast<double>(first)};
+    std::size_t gap = 0;
+    std::size_t longestGap = 0;
+    std::size_t wholeBefore = 0;
+    std::size_t wholeAfter = 0;
+    for (std::size_t frame = first; frame + packet <= heard.Frames(); frame += packet) {
+        const bool whole = Deviation(heard, {frame, frame + packet}, {tone}).empty();
+        EXPECT_TRUE(whole || IsSilent(heard, {frame, frame + packet})) << frame;
+        gap = whole ? 0 : gap + 1;
+        longestGap = std::max(longestGap, gap);
+        (longestGap < 10 ? wholeBefore : wholeAfter) += whole ? 1 : 0;
+    }
+    EXPECT_GE(longestGap, 10U);
+    EXPECT_GE(wholeBefore, 10U);
+    EXPECT_GE(wholeAfter, 10U);
+}
+
+// ---- The compatibility driver -----------------------------------------------------------------------------------
 
 const std::string refused = "fail Initialize.capture 1 0x88890008\nset wave arrive -20\n";
 
@@ -424,7 +457,7 @@ TEST_F(RefusedMicrophone, IsHeardOnBothSidesOverTheCompatibilityDriver) {
         EXPECT_THAT(driver_.Notes(), Contains("waveInOpen"));
         const std::size_t first = heard.FirstSound();
         ASSERT_LT(first, 24000U);
-        // Counted from its start: whatever the machine was late with is silent, the rest lies at its place.
+        // Timed from its start: buffers that a busy machine reads too late are silent, all others are in time.
         const Tone tone{static_cast<double>(first), level, level};
         EXPECT_EQ(DeviationWhereInTime(heard, {first, first + 10 * packet}, {}, tone), "") << code;
         const auto before = static_cast<std::int64_t>(std::llround(static_cast<double>(first) / 0.0048));
@@ -442,17 +475,17 @@ TEST_F(RefusedMicrophone, KeepsSystemSoundBesideIt) {
               "");
 }
 
-TEST_F(RefusedMicrophone, ShortAndEmptyBuffersAreFollowedStraightOn) {
+TEST_F(RefusedMicrophone, ShortAndEmptyBuffersLeaveNoGap) {
     const Heard heard = Hear(refused + "set wave short 3 480\nset wave short 5 0\n", 50 * packet, false, true);
     const std::size_t first = heard.FirstSound();
     const auto at = static_cast<double>(first);
     EXPECT_EQ(DeviationWhereInTime(heard, {first, first + 1200}, {}, {at, level, level}), "");
-    // Half of the third buffer is missing, and the fourth's sound is 240 frames early for it.
+    // Half of the third buffer is missing, so that the fourth is 240 frames early.
     EXPECT_EQ(DeviationWhereInTime(heard, {first + 1200, first + 1680}, {}, {at - 240, level, level}), "");
     EXPECT_EQ(DeviationWhereInTime(heard, {first + 1680, first + 8 * packet}, {}, {at - 720, level, level}), "");
 }
 
-TEST_F(RefusedMicrophone, SaysWhatTheCompatibilityDriverFailsWith) {
+TEST_F(RefusedMicrophone, ReportsTheCodeOfTheCompatibilityDriver) {
     const std::string sentence =
         "Cannot open default audio device at microphone compatibility driver. Check Windows audio devices and "
         "microphone permission ";
@@ -462,14 +495,14 @@ TEST_F(RefusedMicrophone, SaysWhatTheCompatibilityDriverFailsWith) {
     EXPECT_EQ(StartFailure(refused + "fail waveInAddBuffer 4 0xb\n", false, true), sentence + "(0x8007000B)");
 }
 
-TEST_F(RefusedMicrophone, ThatFailsLaterEndsTheCapture) {
+TEST_F(RefusedMicrophone, EndsTheCaptureIfItFailsLater) {
     const std::string sentence = "Audio capture stopped; a device or encoder disconnected ";
     EXPECT_EQ(RunFailure(refused + "fail waveInStart 1 0x6\n", false, true), sentence + "(0x80070006)");
     EXPECT_EQ(RunFailure(refused + "fail waveInGetPosition 3 0x6\n", false, true), sentence + "(0x80070006)");
     EXPECT_EQ(RunFailure(refused + "fail waveInAddBuffer 9 0x2\n", true, true), sentence + "(0x80070002)");
 }
 
-TEST_F(Sound, TheCompatibilityDriverIsForRefusedMicrophonesAlone) {
+TEST_F(Sound, TheCompatibilityDriverIsUsedForRefusedMicrophonesOnly) {
     const std::string sentence =
         "Cannot open default audio device at shared stream initialization (48000 Hz, 2 channels, 32 bits, tag 65534). "
         "Check Windows audio devices and microphone permission ";
@@ -483,7 +516,7 @@ TEST_F(Sound, TheCompatibilityDriverIsForRefusedMicrophonesAlone) {
     EXPECT_THAT(driver_.Notes(), Not(Contains("waveInOpen")));
 }
 
-TEST_F(Sound, TheNamesOfAllDevicesAreInputsFirst) {
+TEST_F(Sound, DeviceNamesListInputsFirst) {
     driver_.Write("set wave name ALineInputWithANameThatIsFarTooLong\n");
     const std::vector<AudioDeviceName> names = ListAudioDeviceNames();
     ASSERT_EQ(names.size(), 3U);
@@ -495,7 +528,7 @@ TEST_F(Sound, TheNamesOfAllDevicesAreInputsFirst) {
     EXPECT_FALSE(names[2].input);
 }
 
-// ---- What the user is told --------------------------------------------------------------------------------------
+// ---- Sentences for the user -------------------------------------------------------------------------------------
 
 struct OpeningCase {
     const char* rule;
@@ -507,7 +540,7 @@ struct OpeningCase {
 
 std::string TextOf(const OpeningCase& one) { return std::string(one.rule) + (one.microphone ? " (microphone)" : ""); }
 
-TEST_F(Sound, EveryStepOfTheOpeningThatFailsIsNamedWithItsCode) {
+TEST_F(Sound, EveryFailedStepOfTheOpeningIsReportedWithItsCode) {
     const char* initialization = "shared stream initialization (44100 Hz, 1 channels, 16 bits, tag 1)";
     const std::vector<OpeningCase> cases = {
         {"fail CreateInstance 1 0x80040154", "device enumeration", "80040154"},
@@ -522,7 +555,7 @@ TEST_F(Sound, EveryStepOfTheOpeningThatFailsIsNamedWithItsCode) {
         {"fail Initialize.render 1 0x8889000A\nset render format 44100 1 16 pcm", initialization, "8889000A"},
         {"fail GetService.render 1 0x88890003", "capture service", "88890003"},
         {"fail GetService.capture 1 0x80004002", "capture service", "80004002", true, true},
-        // Formats that have no conversion.
+        // Formats without a conversion.
         {"set render format 0 2 16 pcm", "native mix format", "88890008"},
         {"set render format 48000 0 16 pcm", "native mix format", "88890008"},
         {"set render format 48000 33 16 pcm", "native mix format", "88890008"},
@@ -555,7 +588,7 @@ TEST_F(Sound, EveryFailureOfTheRunHasTheSameSentenceAndItsOwnCode) {
     }
 }
 
-TEST_F(Sound, AMicrophoneIsNotStartedWhenTheSpeakersAreNot) {
+TEST_F(Sound, TheMicrophoneIsNotStartedIfTheSpeakersFail) {
     RunFailure("fail Start.render 1 0x88890004\n", true, true);
     EXPECT_THAT(driver_.Notes(), Not(Contains(StartsWith("Start."))));
 }
@@ -579,12 +612,12 @@ TEST_F(Sound, APipeOfTheSameNameIsNotShared) {
     capture_.Stop();
     Owned<BytePipe> taken;
     ASSERT_EQ(MakeBytePipe(PipeName(u"ZVReelsAudio-", counter + 1), {}, taken), resultOk);
-    // Access is denied; Wine looks at the number of instances first and calls the pipe busy.
+    // Access is denied; Wine checks the number of instances first and reports a busy pipe.
     EXPECT_THAT(StartFailure(""),
                 AnyOf("Cannot create the audio pipe (0x80070005)", "Cannot create the audio pipe (0x800700E7)"));
 }
 
-TEST_F(Sound, AStopWhileNobodyReadsLeavesNoMessageAndStartsNothing) {
+TEST_F(Sound, StoppingBeforeTheReaderConnectsStartsNothingAndReportsNothing) {
     driver_.Write("");
     ASSERT_TRUE(capture_.Start(true, true));
     capture_.Stop();
@@ -593,7 +626,7 @@ TEST_F(Sound, AStopWhileNobodyReadsLeavesNoMessageAndStartsNothing) {
     EXPECT_THAT(driver_.Notes(), Not(Contains(StartsWith("Stop."))));
 }
 
-TEST_F(Sound, AStopWhileAWriteIsPendingLeavesNoMessage) {
+TEST_F(Sound, StoppingDuringAPendingWriteReportsNothing) {
     driver_.Write("");
     ASSERT_TRUE(capture_.Start(true, true));
     PipeReader reader(capture_.PipeName());
@@ -608,8 +641,8 @@ TEST_F(Sound, AStopWhileAWriteIsPendingLeavesNoMessage) {
     EXPECT_THAT(driver_.Notes(), Contains("Stop.capture"));
 }
 
-TEST_F(Sound, BothDevicesAreStoppedAndLetGoTheMicrophoneFirst) {
-    Hear("", 20 * packet, true, true);
+TEST_F(Sound, StopsAndReleasesTheMicrophoneBeforeTheSpeakers) {
+    Hear(aheadOfTime, 20 * packet, true, true);
     std::vector<std::string> order;
     for (const std::string& note : driver_.Notes()) {
         order.push_back(note.substr(0, note.find(' ')));
@@ -618,7 +651,7 @@ TEST_F(Sound, BothDevicesAreStoppedAndLetGoTheMicrophoneFirst) {
                                    "packets.render"));
 }
 
-// ---- What is left behind ----------------------------------------------------------------------------------------
+// ---- Leaks ------------------------------------------------------------------------------------------------------
 
 int Threads() {
     int count = 0;
@@ -654,7 +687,7 @@ TEST_F(Sound, LeavesNoHandleThreadOrReferenceBehindAfterManyStartsAndStops) {
             threads = Threads();
         }
     }
-    // The system makes one or two for itself, at some time.
+    // The system may open one or two for itself.
     EXPECT_LE(windows::OpenHandles(), handles + 3);
     EXPECT_LE(Threads(), threads);
 }
@@ -663,7 +696,7 @@ std::atomic<bool> countsRounds{false};
 
 }  // namespace
 
-// Called by the sound double on the audio thread at each look for a packet.
+// Called by the sound double on the audio thread at each poll for a packet.
 extern "C" __declspec(dllexport) void ZvSoundRound(int round);
 extern "C" __declspec(dllexport) void ZvSoundRound(int round) {
     if (countsRounds && round == 200) {
@@ -673,7 +706,7 @@ extern "C" __declspec(dllexport) void ZvSoundRound(int round) {
 
 namespace {
 
-TEST_F(Sound, TheSteadyLoopAllocatesNothing) {
+TEST_F(Sound, TheLoopAllocatesNothing) {
     fake::ResetCountedAllocations();
     countsRounds = true;
     driver_.Write("set capture format 44100 2 16 pcm\n");

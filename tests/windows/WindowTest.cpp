@@ -36,7 +36,7 @@ struct Received {
 
 std::vector<Received> received;
 std::function<void(const Received&)> onMessage;
-Owned<AppWindow> closing;  ///< what onMessage leaves here ends inside the procedure
+Owned<AppWindow> closing;  ///< onMessage moves a window here to destroy it inside the procedure
 
 std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
     received.push_back({code, wParam});
@@ -84,7 +84,7 @@ protected:
 
     static HWND Native() { return FindWindowW(L"ZVWindowTest", nullptr); }
 
-    /// Runs the loop until somebody quits; a test that waits in vain ends with the code -1.
+    /// Runs the loop until it quits; returns -1 after a timeout.
     static int Loop(AppWindow& window) {
         StartTimer(window, watchdogId, watchdogMs);
         const int code = RunMessageLoop();
@@ -103,7 +103,7 @@ protected:
     Child presser_;
 };
 
-TEST_F(Window, TheProcedureSeesItsWindowMadeAndDestroyed) {
+TEST_F(Window, TheProcedureReceivesCreateAndDestroy) {
     Owned<AppWindow> window = Make();
     ASSERT_TRUE(window);
     EXPECT_EQ(CountOf(message::create), 1);
@@ -113,7 +113,7 @@ TEST_F(Window, TheProcedureSeesItsWindowMadeAndDestroyed) {
     EXPECT_EQ(Native(), nullptr);
 }
 
-TEST_F(Window, CarriesItsTitleAndSizeAndIsShownAsAsked) {
+TEST_F(Window, HasItsTitleAndSizeAndIsShown) {
     const Owned<AppWindow> shown = Make(true);
     EXPECT_TRUE(IsWindowShown(*shown));
     wchar_t title[16] = {};
@@ -129,12 +129,12 @@ TEST_F(Window, CarriesItsTitleAndSizeAndIsShownAsAsked) {
     EXPECT_TRUE(IsWindowShown(*shown));
 }
 
-TEST_F(Window, IsMadeHiddenWhenAskedSo) {
+TEST_F(Window, IsCreatedHidden) {
     const Owned<AppWindow> window = Make();
     EXPECT_FALSE(IsWindowShown(*window));
 }
 
-TEST_F(Window, TheLoopAnswersTheCodeThatWasPostedAfterWhatWasQueuedBefore) {
+TEST_F(Window, TheLoopReturnsThePostedCodeAfterEarlierMessages) {
     const Owned<AppWindow> window = Make();
     PostMessageW(Native(), message::null, 7, 0);
     PostQuit(5);
@@ -142,7 +142,7 @@ TEST_F(Window, TheLoopAnswersTheCodeThatWasPostedAfterWhatWasQueuedBefore) {
     EXPECT_EQ(CountOf(message::null, 7), 1);
 }
 
-TEST_F(Window, ATimerFiresAgainAndAgainUntilItIsStopped) {
+TEST_F(Window, ATimerRepeatsUntilItIsStopped) {
     const Owned<AppWindow> window = Make();
     StartTimer(*window, 42, 10);
     onMessage = [&](const Received& one) {
@@ -158,7 +158,7 @@ TEST_F(Window, ATimerFiresAgainAndAgainUntilItIsStopped) {
     EXPECT_EQ(CountOf(message::timer, 43), 1);
 }
 
-TEST_F(Window, ACloseThatNobodyHandlesDestroysTheWindow) {
+TEST_F(Window, AnUnhandledCloseDestroysTheWindow) {
     const Owned<AppWindow> window = Make(true);
     onMessage = [](const Received& one) {
         if (one.message == message::destroy) {
@@ -184,7 +184,7 @@ TEST_F(Window, AnotherProgramsKeyPressReachesTheGlobalKeyOfAHiddenWindow) {
     UnregisterGlobalKey(*window, 2);
 }
 
-TEST_F(Window, AGlobalKeyThatIsGivenBackIsSilent) {
+TEST_F(Window, AReleasedGlobalKeySendsNothing) {
     const Owned<AppWindow> window = Make();
     ASSERT_TRUE(RegisterGlobalKey(*window, 1, keyModifier::alt | keyModifier::noRepeat, 'X'));
     ASSERT_TRUE(RegisterGlobalKey(*window, 3, keyModifier::control | keyModifier::alt, 'R'));
@@ -203,7 +203,7 @@ TEST_F(Window, AGlobalKeyThatIsGivenBackIsSilent) {
     UnregisterGlobalKey(*window, 3);
 }
 
-TEST_F(Window, AKeyThatIsTakenIsRefusedUntilItIsGivenBack) {
+TEST_F(Window, AGlobalKeyInUseIsRefusedUntilItIsReleased) {
     const Owned<AppWindow> window = Make();
     const std::uint32_t modifiers = keyModifier::control | keyModifier::shift | keyModifier::noRepeat;
     ASSERT_TRUE(RegisterGlobalKey(*window, 4, modifiers, VK_F9));
@@ -233,7 +233,7 @@ protected:
     static DWORD ExtendedStyle() { return static_cast<DWORD>(GetWindowLongPtrW(NativeOverlay(), GWL_EXSTYLE)); }
 };
 
-TEST_F(OverlayWindow, CarriesTheStylesOfAnOverlay) {
+TEST_F(OverlayWindow, HasTheStylesOfAnOverlay) {
     const Owned<AppWindow> window = MakeOverlay();
     EXPECT_EQ(ExtendedStyle(), DWORD{WS_EX_TOPMOST | WS_EX_TOOLWINDOW | WS_EX_LAYERED | WS_EX_NOACTIVATE});
     const auto style = static_cast<DWORD>(GetWindowLongPtrW(NativeOverlay(), GWL_STYLE));
@@ -244,12 +244,12 @@ TEST_F(OverlayWindow, CarriesTheStylesOfAnOverlay) {
     EXPECT_EQ(GetWindow(NativeOverlay(), GW_OWNER), nullptr);
 }
 
-TEST_F(OverlayWindow, LetsClicksThroughWhenAskedTo) {
+TEST_F(OverlayWindow, IsClickThroughOnRequest) {
     const Owned<AppWindow> window = MakeOverlay(true);
     EXPECT_NE(ExtendedStyle() & WS_EX_TRANSPARENT, 0U);
 }
 
-TEST_F(OverlayWindow, TakesAColourKeyAndAnAlpha) {
+TEST_F(OverlayWindow, AcceptsColourKeysAndAnAlpha) {
     const Owned<AppWindow> window = MakeOverlay();
     COLORREF color = 0;
     BYTE alpha = 0;
@@ -258,13 +258,17 @@ TEST_F(OverlayWindow, TakesAColourKeyAndAnAlpha) {
     ASSERT_NE(GetLayeredWindowAttributes(NativeOverlay(), &color, &alpha, &flags), FALSE);
     EXPECT_EQ(color, COLORREF{RGB(1, 2, 3)});
     EXPECT_EQ(flags, DWORD{LWA_COLORKEY});
+    SetColorKey(*window, 0x302010);
+    ASSERT_NE(GetLayeredWindowAttributes(NativeOverlay(), &color, &alpha, &flags), FALSE);
+    EXPECT_EQ(color, COLORREF{RGB(0x10, 0x20, 0x30)}) << "the second key replaces the first";
+    EXPECT_EQ(flags, DWORD{LWA_COLORKEY});
     SetConstantAlpha(*window, 225);
     ASSERT_NE(GetLayeredWindowAttributes(NativeOverlay(), &color, &alpha, &flags), FALSE);
     EXPECT_EQ(alpha, 225);
     EXPECT_EQ(flags, DWORD{LWA_ALPHA});
 }
 
-TEST_F(OverlayWindow, IsShownOnTopWithoutTakingTheForeground) {
+TEST_F(OverlayWindow, IsShownOnTopWithoutActivation) {
     const Owned<AppWindow> front = Make();
     ShowInFront(*front);
     EXPECT_EQ(GetForegroundWindow(), Native());
@@ -308,7 +312,7 @@ protected:
     static HWND NativeCaptioned() { return FindWindowW(L"ZVWindowTestCaptioned", nullptr); }
 };
 
-TEST_F(CaptionedWindow, HasACaptionAndItsOwnerAndLiesOnTop) {
+TEST_F(CaptionedWindow, HasACaptionAndAnOwnerAndIsTopmost) {
     const Owned<AppWindow> owner = Make();
     const Owned<AppWindow> window = MakeCaptioned(*owner);
     const auto style = static_cast<DWORD>(GetWindowLongPtrW(NativeCaptioned(), GWL_STYLE));
@@ -322,7 +326,7 @@ TEST_F(CaptionedWindow, HasACaptionAndItsOwnerAndLiesOnTop) {
     EXPECT_STREQ(title, L"Captioned");
 }
 
-TEST_F(CaptionedWindow, TakesTheKeyboardAndHearsWhichModifiersAreHeld) {
+TEST_F(CaptionedWindow, HasTheKeyboardAndKnowsTheHeldModifiers) {
     const Owned<AppWindow> owner = Make();
     const Owned<AppWindow> window = MakeCaptioned(*owner);
     ShowInFront(*window);
@@ -340,7 +344,7 @@ TEST_F(CaptionedWindow, TakesTheKeyboardAndHearsWhichModifiersAreHeld) {
     EXPECT_EQ(held, keyModifier::control | keyModifier::shift);
 }
 
-TEST_F(CaptionedWindow, MayBeDestroyedByTheMessageThatItHandles) {
+TEST_F(CaptionedWindow, MayBeDestroyedWhileItHandlesAMessage) {
     const Owned<AppWindow> owner = Make();
     Owned<AppWindow> window = MakeCaptioned(*owner);
     ShowInFront(*window);
@@ -372,7 +376,7 @@ std::intptr_t PaintGradient(AppWindow& window, std::uint32_t code, std::uintptr_
     return 0;
 }
 
-TEST_F(OverlayWindow, ShowsThePixelsThatAreDrawnForIt) {
+TEST_F(OverlayWindow, ShowsItsPixels) {
     WindowOptions options;
     options.className = u"ZVWindowTestPainted";
     options.procedure = PaintGradient;
@@ -396,7 +400,7 @@ TEST_F(OverlayWindow, ShowsThePixelsThatAreDrawnForIt) {
     EXPECT_NE(GetUpdateRect(handle, nullptr, FALSE), FALSE);
 }
 
-TEST_F(OverlayWindow, CapturesTheMouseAndHearsOfItsEnd) {
+TEST_F(OverlayWindow, CapturesTheMouseAndIsNotifiedOfTheEnd) {
     const Owned<AppWindow> window = Make(true);
     EXPECT_FALSE(HasMouse(*window));
     CaptureMouse(*window);
@@ -439,7 +443,7 @@ TEST_F(OverlayWindow, ShowsItsIcons) {
     EXPECT_NE(SendMessageW(Native(), WM_GETICON, ICON_SMALL, 0), SendMessageW(Native(), WM_GETICON, ICON_BIG, 0));
 }
 
-TEST_F(OverlayWindow, AMenuAnswersTheItemThatIsChosenByKeyAndPostsAMessageAfterwards) {
+TEST_F(OverlayWindow, AMenuReturnsTheChosenItemAndPostsAMessage) {
     const Owned<AppWindow> window = Make(true);
     const std::vector<MenuItem> items = {{7, u"First"}, {0, u""}, {9, u"Second"}};
     onMessage = [](const Received& one) {
@@ -457,7 +461,23 @@ TEST_F(OverlayWindow, AMenuAnswersTheItemThatIsChosenByKeyAndPostsAMessageAfterw
     EXPECT_NE(PeekMessageW(&waiting, Native(), message::null, message::null, PM_REMOVE), FALSE);
 }
 
-TEST_F(OverlayWindow, TheTrayIconStandsUntilItIsReleased) {
+TEST_F(OverlayWindow, AMenuReturnsZeroIfItIsClosedWithoutAChoice) {
+    const Owned<AppWindow> window = Make(true);
+    onMessage = [](const Received& one) {
+        if (one.message == WM_ENTERIDLE) {
+            const HWND menu = FindWindowW(L"#32768", nullptr);
+            PostMessageW(menu != nullptr ? menu : Native(), WM_KEYDOWN, VK_DOWN, 0);
+            PostMessageW(menu != nullptr ? menu : Native(), WM_KEYDOWN, VK_ESCAPE, 0);
+            onMessage = nullptr;
+        }
+    };
+    EXPECT_EQ(ChooseFromMenu(*window, std::vector<MenuItem>{{7, u"First"}, {9, u"Second"}}), 0);
+    EXPECT_EQ(FindWindowW(L"#32768", nullptr), nullptr);
+    MSG waiting{};
+    EXPECT_NE(PeekMessageW(&waiting, Native(), message::null, message::null, PM_REMOVE), FALSE);
+}
+
+TEST_F(OverlayWindow, TheTrayIconStaysUntilItIsReleased) {
     const Owned<AppWindow> window = Make();
     TrayIconOptions options;
     options.window = window.get();
@@ -475,7 +495,7 @@ TEST_F(OverlayWindow, TheTrayIconStandsUntilItIsReleased) {
 
 int endRequests = 0;
 
-TEST_F(Window, TheEndOfTheSessionAsksTheProgramToEnd) {
+TEST_F(Window, TheEndOfTheSessionRequestsTheEndOfTheProgram) {
     const Owned<AppWindow> window = Make();
     endRequests = 0;
     SetEndRequest([] { ++endRequests; });

@@ -25,7 +25,7 @@ struct Script {
     std::map<std::string, std::uint64_t> calls;
 };
 
-/// A lock without a handle: the module may be loaded and unloaded hundreds of times, and handles are counted.
+/// A lock without a handle: the module may be loaded and unloaded hundreds of times, and tests count handles.
 class Lock {
 public:
     Lock() { AcquireSRWLockExclusive(&place); }
@@ -76,8 +76,8 @@ std::string ContentOf(const std::wstring& path) {
     return content;
 }
 
-/// Takes the first word off `line`. Without streams, whose locales hold handles that an unloaded module leaves behind.
-std::string TakeWord(std::string& line) {
+/// Removes the first word of `line` and returns it. Uses no stream: an unloaded module leaks the handles of its locale.
+std::string ExtractWord(std::string& line) {
     const std::size_t begin = std::min(line.find_first_not_of(' '), line.size());
     const std::size_t end = std::min(line.find_first_of(" \r", begin), line.size());
     std::string word = line.substr(begin, end - begin);
@@ -86,15 +86,15 @@ std::string TakeWord(std::string& line) {
 }
 
 void Parse(std::string line, Script& script) {
-    const std::string verb = TakeWord(line);
-    const std::string name = TakeWord(line);
+    const std::string verb = ExtractWord(line);
+    const std::string name = ExtractWord(line);
     if (verb == "set") {
         script.values.emplace_back(name, line.substr(0, line.find('\r')));
     } else if (verb == "fail" || verb == "delay") {
-        const std::string position = TakeWord(line);
+        const std::string position = ExtractWord(line);
         const bool delays = verb == "delay";
         script.steps.push_back({name, std::strtoull(position.c_str(), nullptr, 10), position.ends_with("+"), delays,
-                                static_cast<long>(std::strtoul(TakeWord(line).c_str(), nullptr, delays ? 10 : 16))});
+                                static_cast<long>(std::strtoul(ExtractWord(line).c_str(), nullptr, delays ? 10 : 16))});
     } else if (!verb.empty()) {
         Complain("the script says " + verb);
     }
@@ -124,8 +124,8 @@ void ReadScript() {
     TheScript() = std::move(script);
 }
 
-Verdict Called(const char* entry) {
-    Verdict verdict;
+ScriptedResult CountCall(const char* entry) {
+    ScriptedResult scripted;
     DWORD delay = 0;
     {
         const Lock lock;
@@ -138,14 +138,14 @@ Verdict Called(const char* entry) {
             if (step.delays) {
                 delay = static_cast<DWORD>(step.value);
             } else {
-                verdict = {true, step.value};
+                scripted = {true, step.value};
             }
         }
     }
     if (delay != 0) {
         Sleep(delay);
     }
-    return verdict;
+    return scripted;
 }
 
 std::vector<std::string> Values(const std::string& name) {

@@ -1,12 +1,12 @@
-// What all driver doubles share: the report that they complain into and the script that they obey.
+// The report and the script that all driver doubles share.
 //
-// A double does the work of a driver in small and watches how it is called. Whatever a real driver might not forgive
-// becomes a line "complaint: ..." in the file that ZV_TEST_REPORT names; a line "note: ..." only tells what happened.
-// ZV_TEST_SCRIPT names a text file of which every line is one of
-//   fail ENTRY N CODE     the N-th call of ENTRY answers CODE (hexadecimal) without doing its work; "N+" from N on
+// A double implements the part of a driver that the program uses, and checks how it is called. It reports a call that a
+// real driver might reject as a line "complaint: ..." in the file named by ZV_TEST_REPORT; a line "note: ..." is only
+// information. ZV_TEST_SCRIPT names a text file with these lines:
+//   fail ENTRY N CODE     the N-th call of ENTRY returns CODE (hexadecimal) and does nothing; "N+" from the N-th on
 //   delay ENTRY N MS      the N-th call of ENTRY takes MS milliseconds longer
-//   set NAME VALUE...     what the double's own file says about NAME; may come more than once
-// Each double reads the script when its entry point is called; calls are counted on as long as the text is the same.
+//   set NAME VALUE...     described in the double's own file; may occur more than once
+// Each double reads the script when its entry point is called. Calls are counted until the text changes.
 #pragma once
 
 #include <windows.h>
@@ -16,7 +16,7 @@
 
 namespace zv::drivers {
 
-/// `name` stands in front of the module's lines. To be called first of all.
+/// Prefixes all lines of this module with `name`. Called first.
 void NameModule(const char* name);
 
 void Complain(const std::string& text);
@@ -24,16 +24,16 @@ void Note(const std::string& text);
 
 void ReadScript();
 
-struct Verdict {
+struct ScriptedResult {
     bool fails = false;
     long code = 0;
 };
-/// Counts a call of `entry`, waits where the script says so, and answers whether it has to fail.
-Verdict Called(const char* entry);
+/// Counts a call of `entry`, delays it if the script says so, and returns whether the call must fail.
+ScriptedResult CountCall(const char* entry);
 
 /// The values of all lines "set NAME VALUE", in order.
 std::vector<std::string> Values(const std::string& name);
-/// The last of them, or `fallback`.
+/// The last of these values, or `fallback`.
 std::string Value(const std::string& name, const std::string& fallback);
 
 std::string Hex(unsigned long long value);

@@ -1,10 +1,10 @@
-// COM objects made from tables of functions.
+// COM objects built from function tables.
 //
-// The drivers' interfaces have hundreds of functions of which the program may call a few dozen. A table starts out
-// with an answer in every place that complains about the call; a double then fills in what it offers. Include it after
-// <initguid.h>, with CINTERFACE defined, so that the tables' types are there.
+// The drivers' interfaces have hundreds of functions, of which the program calls a few dozen. At first every entry of a
+// table reports a complaint; a double then replaces the entries that it implements. Include this after <initguid.h>,
+// with CINTERFACE defined, which declares the tables' types.
 //
-// Objects are kept after their last release, so that a call to a dead one is a complaint and no crash.
+// Objects stay in memory after their last release, so that a call to a released object is reported and does not crash.
 #pragma once
 
 #include <windows.h>
@@ -42,7 +42,7 @@ struct Object {
     Object& operator=(const Object&) = delete;
     virtual ~Object() = default;
 
-    /// The object has lost its last reference; what it lends ends here. Its memory stays.
+    /// Called after the last release. The memory stays.
     virtual void End() {}
 
     static std::atomic<int>& Living() {
@@ -55,13 +55,13 @@ struct Object {
     std::atomic<int> children = 0;
     std::atomic<ULONG> references = 1;
     DWORD thread = GetCurrentThreadId();
-    bool oneThread = false;  ///< calls are allowed on the thread that made it alone
+    bool oneThread = false;  ///< may be called only on the thread that created it
     std::array<Face, 3> faces;
 };
 
 inline void* PointerTo(Object& object, std::size_t face = 0) { return &object.faces[face]; }
 
-/// The object behind `self`, after a look at whether it may be called now.
+/// The object behind `self`. Complains if it may not be called now.
 inline Object& ObjectOf(void* self, const char* function) {
     Object& object = *static_cast<Face*>(self)->object;
     if (object.references == 0) {
@@ -101,14 +101,14 @@ inline ULONG STDMETHODCALLTYPE ReleaseReference(void* self) {
 inline HRESULT STDMETHODCALLTYPE QueryFaces(void* self, const IID& id, void** result) {
     Object& object = ObjectOf(self, "QueryInterface");
     if (result == nullptr) {
-        Complain("QueryInterface without a place for the answer");
+        Complain("QueryInterface without an output pointer");
         return E_POINTER;
     }
     *result = nullptr;
     if (id.Data1 != privateIds) {
-        const Verdict verdict = Called((std::string("QueryInterface:") + object.kind).c_str());
-        if (verdict.fails) {
-            return verdict.code;
+        const ScriptedResult scripted = CountCall((std::string("QueryInterface:") + object.kind).c_str());
+        if (scripted.fails) {
+            return scripted.code;
         }
     }
     for (Face& face : object.faces) {
@@ -120,7 +120,7 @@ inline HRESULT STDMETHODCALLTYPE QueryFaces(void* self, const IID& id, void** re
             }
         }
     }
-    Complain(std::string("the ") + object.kind + " was asked for an interface that it does not offer");
+    Complain(std::string("the ") + object.kind + " does not implement the requested interface");
     return E_NOINTERFACE;
 }
 
@@ -156,7 +156,7 @@ inline void SetFace(Object& object, std::size_t index, const void* table, std::v
     object.faces[index] = {table, &object, std::move(ids)};
 }
 
-/// To be called when the module goes. Tells that it was watched to its end.
+/// Called when the module is unloaded. Notes that it was checked to the end.
 inline void ReportEnd(bool processEnds) {
     const int living = Object::Living();
     if (living != 0) {

@@ -15,8 +15,8 @@ namespace {
 struct Watched {
     std::mutex mutex;
     std::map<std::string, int> objects;
-    std::map<DWORD, ULARGE_INTEGER> threads;  ///< the cookies of those that have not left COM
-    std::set<const void*> memory;             ///< with the caller
+    std::map<DWORD, ULARGE_INTEGER> threads;  ///< the cookies of threads that have not left COM
+    std::set<const void*> memory;             ///< not yet freed by the caller
 };
 
 /// Never destroyed: the system may call until the very end.
@@ -25,7 +25,7 @@ Watched& TheWatched() {
     return *watched;
 }
 
-/// Both spies live as long as the process.
+/// Both hooks live as long as the process.
 template <class Interface>
 class Spy : public Interface {
 public:
@@ -62,7 +62,7 @@ public:
     HRESULT STDMETHODCALLTYPE PostUninitialize(DWORD) override { return S_OK; }
 };
 
-/// Looks at what is freed and passes everything on.
+/// Records which memory is freed and forwards every call.
 class MemorySpy final : public Spy<IMallocSpy> {
 public:
     SIZE_T STDMETHODCALLTYPE PreAlloc(SIZE_T size) override { return size; }
@@ -134,7 +134,7 @@ void WatchThisThread() {
     TheWatched().threads[GetCurrentThreadId()] = cookie;
 }
 
-void EndOfThisThread() {
+void OnThreadEnd() {
     bool left = false;
     {
         const std::lock_guard lock(TheWatched().mutex);
@@ -159,10 +159,10 @@ bool IsFreed(const void* memory) {
     return TheWatched().memory.count(memory) == 0;
 }
 
-void StayLoaded() {
+void KeepLoaded() {
     HMODULE module = nullptr;
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
-                       reinterpret_cast<LPCWSTR>(reinterpret_cast<std::uintptr_t>(&StayLoaded)), &module);
+                       reinterpret_cast<LPCWSTR>(reinterpret_cast<std::uintptr_t>(&KeepLoaded)), &module);
 }
 
 std::string TextOfId(REFIID id) {

@@ -1,4 +1,4 @@
-// What the doubles that are COM objects watch over: references, the thread's apartment, memory that the caller frees.
+// Checks of COM rules: references, the thread's apartment, memory that the caller must free.
 #pragma once
 
 #include <string>
@@ -14,29 +14,29 @@
 
 namespace zv::drivers {
 
-/// Objects of that name that exist.
+/// Adds `change` to the number of objects of that name.
 void CountObject(const std::string& name, int change);
 
 /// "2 IAudioClient, 1 IMMDevice", or nothing when no object exists.
 std::string LiveObjects();
 
-/// Complains unless this thread is in a multithreaded apartment; from then on watches that it leaves COM before it
-/// ends, and holds no object then.
+/// Complains unless this thread is in a multithreaded apartment, and later if it ends without leaving COM or while
+/// objects exist.
 void WatchThisThread();
 
-/// To be called from DllMain for a thread that ends.
-void EndOfThisThread();
+/// Called from DllMain when a thread ends.
+void OnThreadEnd();
 
-/// Memory that the caller has to free with CoTaskMemFree, filled with these bytes.
+/// A copy of these bytes that the caller must free with CoTaskMemFree.
 void* MemoryForCaller(const void* bytes, std::size_t size);
 bool IsFreed(const void* memory);
 
-/// Keeps this DLL in the process: the system calls what watches even after the last object is gone.
-void StayLoaded();
+/// Keeps this DLL loaded: the system calls its hooks even after the last object is released.
+void KeepLoaded();
 
 std::string TextOfId(REFIID id);
 
-/// What comes of a call that the program has no reason to make.
+/// Reports a call that the program never needs.
 inline HRESULT Unknown(const std::string& name) {
     Complain("unknown call " + name);
     return E_NOTIMPL;
@@ -58,7 +58,7 @@ public:
             return S_OK;
         }
         *object = nullptr;
-        Complain(std::string("unknown interface ") + TextOfId(id) + " asked of " + name_);
+        Complain(std::string("unknown interface ") + TextOfId(id) + " requested from " + name_);
         return E_NOINTERFACE;
     }
     ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&references_)); }

@@ -26,7 +26,8 @@ struct ConversionState {
 /// Fills the whole frame with the background.
 void FillBackground(const ConversionState& state, Pixels& frame);
 
-/// Converts what `area` of the source touches. Takes the nearest pixel, so that what was flat stays flat.
+/// Converts the part of the frame that `area` of the source touches. Uses the nearest pixel, so that flat areas stay
+/// flat.
 void Convert(const ConversionState& state, const Pixels& source, const Area& area, Pixels& frame);
 
 }  // namespace zv::drivers

@@ -1,7 +1,7 @@
 // d3d11.dll: one device with its context, textures in memory, and a video processor that works on them.
 //
-// Judges above what the interfaces' own documentation demands: the flags of the device, the surfaces' descriptions,
-// the order of the processor's state, one run for each frame number, no copy from an image that was given back.
+// Checks more than the interfaces' documentation demands: the flags of the device, the surfaces' descriptions, the
+// order of the processor's state, one run for each frame number, no copy from a released image.
 #define CINTERFACE
 #define D3D11_NO_HELPERS
 #include <initguid.h>
@@ -68,7 +68,7 @@ struct Processor : Object {
     explicit Processor(Enumerator& theEnumerator) : Object("processor", &theEnumerator), enumerator(theEnumerator) {}
     Enumerator& enumerator;
     ConversionState state;
-    unsigned settings = 0;  ///< how many calls have set the state, which have an order
+    unsigned settings = 0;  ///< how many calls have set the state; their order is checked
     UINT nextFrame = 0;
     bool filled = false;
 };
@@ -129,9 +129,9 @@ HRESULT STDMETHODCALLTYPE CreateTexture2D(ID3D11Device* self, const D3D11_TEXTUR
                                           const D3D11_SUBRESOURCE_DATA* data, ID3D11Texture2D** result) {
     auto& device = Behind<Device>(self, "CreateTexture2D");
     const bool nv12 = description->Format == DXGI_FORMAT_NV12;
-    const Verdict verdict = Called(nv12 ? "CreateTexture2D:nv12" : "CreateTexture2D:bgra");
-    if (verdict.fails) {
-        return verdict.code;
+    const ScriptedResult scripted = CountCall(nv12 ? "CreateTexture2D:nv12" : "CreateTexture2D:bgra");
+    if (scripted.fails) {
+        return scripted.code;
     }
     D3D11_TEXTURE2D_DESC expected{};
     expected.Width = description->Width;
@@ -177,9 +177,9 @@ HRESULT STDMETHODCALLTYPE CreateVideoProcessorEnumerator(ID3D11VideoDevice* self
                                                          const D3D11_VIDEO_PROCESSOR_CONTENT_DESC* content,
                                                          ID3D11VideoProcessorEnumerator** result) {
     auto& device = Behind<Device>(self, "CreateVideoProcessorEnumerator");
-    const Verdict verdict = Called("CreateVideoProcessorEnumerator");
-    if (verdict.fails) {
-        return verdict.code;
+    const ScriptedResult scripted = CountCall("CreateVideoProcessorEnumerator");
+    if (scripted.fails) {
+        return scripted.code;
     }
     Demand(content->InputFrameFormat == D3D11_VIDEO_FRAME_FORMAT_PROGRESSIVE &&
                content->InputFrameRate.Denominator == 1 && content->OutputFrameRate.Denominator == 1 &&
@@ -199,9 +199,9 @@ HRESULT STDMETHODCALLTYPE CreateVideoProcessorEnumerator(ID3D11VideoDevice* self
 HRESULT STDMETHODCALLTYPE CreateVideoProcessor(ID3D11VideoDevice* self, ID3D11VideoProcessorEnumerator* pointer,
                                                UINT rateConversion, ID3D11VideoProcessor** result) {
     ObjectOf(self, "CreateVideoProcessor");
-    const Verdict verdict = Called("CreateVideoProcessor");
-    if (verdict.fails) {
-        return verdict.code;
+    const ScriptedResult scripted = CountCall("CreateVideoProcessor");
+    if (scripted.fails) {
+        return scripted.code;
     }
     Demand(rateConversion == 0, "CreateVideoProcessor with another rate conversion");
     auto* processor = new Processor(From<Enumerator>(pointer, "CreateVideoProcessor"));
@@ -216,9 +216,9 @@ HRESULT STDMETHODCALLTYPE CreateInputView(ID3D11VideoDevice* self, ID3D11Resourc
                                           const D3D11_VIDEO_PROCESSOR_INPUT_VIEW_DESC* description,
                                           ID3D11VideoProcessorInputView** result) {
     ObjectOf(self, "CreateVideoProcessorInputView");
-    const Verdict verdict = Called("CreateVideoProcessorInputView");
-    if (verdict.fails) {
-        return verdict.code;
+    const ScriptedResult scripted = CountCall("CreateVideoProcessorInputView");
+    if (scripted.fails) {
+        return scripted.code;
     }
     auto& texture = From<Texture>(resource, "CreateVideoProcessorInputView");
     auto& enumerator = From<Enumerator>(pointer, "CreateVideoProcessorInputView");
@@ -241,9 +241,9 @@ HRESULT STDMETHODCALLTYPE CreateOutputView(ID3D11VideoDevice* self, ID3D11Resour
                                            const D3D11_VIDEO_PROCESSOR_OUTPUT_VIEW_DESC* description,
                                            ID3D11VideoProcessorOutputView** result) {
     ObjectOf(self, "CreateVideoProcessorOutputView");
-    const Verdict verdict = Called("CreateVideoProcessorOutputView");
-    if (verdict.fails) {
-        return verdict.code;
+    const ScriptedResult scripted = CountCall("CreateVideoProcessorOutputView");
+    if (scripted.fails) {
+        return scripted.code;
     }
     auto& texture = From<Texture>(resource, "CreateVideoProcessorOutputView");
     auto& enumerator = From<Enumerator>(pointer, "CreateVideoProcessorOutputView");
@@ -259,7 +259,7 @@ HRESULT STDMETHODCALLTYPE CreateOutputView(ID3D11VideoDevice* self, ID3D11Resour
     return S_OK;
 }
 
-// Video context: the state, in the order in which it has to come
+// Video context: the state, in the required order
 
 Processor& Setting(void* self, ID3D11VideoProcessor* pointer, unsigned place, const char* function) {
     ObjectOf(self, function);
@@ -339,9 +339,9 @@ HRESULT STDMETHODCALLTYPE Blit(ID3D11VideoContext* self, ID3D11VideoProcessor* p
                                ID3D11VideoProcessorOutputView* target, UINT frame, UINT count,
                                const D3D11_VIDEO_PROCESSOR_STREAM* stream) {
     auto& context = Behind<Context>(self, "VideoProcessorBlt");
-    const Verdict verdict = Called("VideoProcessorBlt");
-    if (verdict.fails) {
-        return verdict.code;
+    const ScriptedResult scripted = CountCall("VideoProcessorBlt");
+    if (scripted.fails) {
+        return scripted.code;
     }
     auto& processor = From<Processor>(pointer, "VideoProcessorBlt");
     if (!IsOneWholeStream(count, stream)) {
@@ -369,7 +369,7 @@ HRESULT STDMETHODCALLTYPE Blit(ID3D11VideoContext* self, ID3D11VideoProcessor* p
 
 // Context
 
-/// Copies what differs and answers where that was.
+/// Copies the pixels that differ and returns their area.
 Area CopyDifference(const Pixels& from, Pixels& to) {
     Area area{from.width, from.height, 0, 0};
     for (std::uint32_t y = 0; y < from.height; ++y) {
@@ -402,14 +402,14 @@ Area Both(const Area& one, const Area& other) {
 
 void STDMETHODCALLTYPE CopyResource(ID3D11DeviceContext* self, ID3D11Resource* target, ID3D11Resource* source) {
     ObjectOf(self, "CopyResource");
-    Called("CopyResource");
+    CountCall("CopyResource");
     Pixels& to = From<Texture>(target, "CopyResource").pixels;
     const Pixels& from = From<Texture>(source, "CopyResource").pixels;
     if (to.width != from.width || to.height != from.height || to.format != from.format) {
         Complain("CopyResource between textures that differ");
         return;
     }
-    Demand(from.readable, "CopyResource from an image that was given back");
+    Demand(from.readable, "CopyResource from a released image");
     const Area changed = CopyDifference(from, to);
     if (!changed.Empty()) {
         to.changed = Both(to.changed, changed);
@@ -424,7 +424,7 @@ void STDMETHODCALLTYPE Flush(ID3D11DeviceContext* self) {
     context.unflushed.clear();
 }
 
-// Making
+// Creation
 
 Context& MakeContext(Device& device) {
     static const auto plain = [] {
@@ -481,9 +481,9 @@ extern "C" HRESULT WINAPI D3D11CreateDevice(IDXGIAdapter* adapter, D3D_DRIVER_TY
                                             const D3D_FEATURE_LEVEL* levels, UINT levelCount, UINT version,
                                             ID3D11Device** device, D3D_FEATURE_LEVEL*, ID3D11DeviceContext** context) {
     ReadScript();
-    const Verdict verdict = Called("D3D11CreateDevice");
-    if (verdict.fails) {
-        return verdict.code;
+    const ScriptedResult scripted = CountCall("D3D11CreateDevice");
+    if (scripted.fails) {
+        return scripted.code;
     }
     if (adapter == nullptr || type != D3D_DRIVER_TYPE_UNKNOWN || software != nullptr) {
         Complain("D3D11CreateDevice with a driver type that does not go with an adapter");

@@ -1,9 +1,9 @@
-// dxgi.dll: adapters, outputs, and the duplication of a desktop whose every new image carries its number.
+// dxgi.dll: adapters, outputs, and the duplication of a desktop in which every new image shows its number.
 //
-//   set adapter VENDOR FLAGS MEMORY NAME     vendor in hexadecimal; without one there is one by the encoder's maker
-//   set output ADAPTER NAME LEFT TOP RIGHT BOTTOM ROTATION ATTACHED     without one there is a 1920x1080 \\.\DISPLAY1
-//   set images always | once | RATE          a new image for every request, only one, or so many a second (30)
-// The number counts the images that were handed out, from 0, so that none may be missing in what comes of them.
+//   set adapter VENDOR FLAGS MEMORY NAME     vendor in hexadecimal; by default one adapter of the encoder's vendor
+//   set output ADAPTER NAME LEFT TOP RIGHT BOTTOM ROTATION ATTACHED     by default one 1920x1080 \\.\DISPLAY1
+//   set images always | once | RATE          a new image for every request, only one, or RATE a second (30)
+// The number counts the delivered images from 0, so that a test can find a missing one.
 #define CINTERFACE
 #define D3D11_NO_HELPERS
 #include <initguid.h>
@@ -91,7 +91,7 @@ struct Output : Object {
     OutputLine line;
 };
 
-// A process may duplicate an output once at a time.
+// A process may have one duplication of an output at a time.
 std::atomic<int> duplications = 0;
 
 struct Duplication : Object {
@@ -99,9 +99,9 @@ struct Duplication : Object {
 
     Duplication(Output& output, void* theImage) : Object("duplication", &output), image(theImage) {
         oneThread = true;
-        void* face = AskFor(image, pixelsId);
+        void* face = QueryFor(image, pixelsId);
         pixels = TableOf<PixelsTable>(face).content(face);
-        GiveBack(face);
+        ReleaseObject(face);
         pixels->readable = false;
         const std::string images = Value("images", "30");
         always = images == "always";
@@ -113,16 +113,16 @@ struct Duplication : Object {
 
     void End() override {
         if (acquired) {
-            Complain("duplication released with an image that was not given back");
+            Complain("duplication released with an image that was not released");
         }
-        if (GiveBack(image) != 0) {
+        if (ReleaseObject(image) != 0) {
             Complain("duplication released before its image");
         }
         --duplications;
-        Note("handed out " + std::to_string(handedOut) + " images");
+        Note("delivered " + std::to_string(delivered) + " images");
     }
 
-    /// Grey, and eight bars of the corners of the colour cube below.
+    /// Grey, and below it eight bars with the corners of the color cube.
     void PaintBackground() {
         static constexpr std::uint32_t bars[] = {0xFFFFFFFF, 0xFFFFFF00, 0xFF00FFFF, 0xFF00FF00,
                                                  0xFFFF00FF, 0xFFFF0000, 0xFF0000FF, 0xFF000000};
@@ -135,7 +135,7 @@ struct Duplication : Object {
     }
 
     bool NewImageWithin(UINT timeoutMs) {
-        if (always || handedOut == 0) {
+        if (always || delivered == 0) {
             due = Time::now() + period;
             return true;
         }
@@ -157,34 +157,34 @@ struct Duplication : Object {
     bool once = false;
     Time::duration period{};
     Time::time_point due{};
-    std::uint32_t handedOut = 0;
+    std::uint32_t delivered = 0;
     unsigned rounds = 0;
     bool acquired = false;
 };
 
 HRESULT STDMETHODCALLTYPE ReleaseFrame(IDXGIOutputDuplication* self) {
     auto& duplication = Behind<Duplication>(self, "ReleaseFrame");
-    const Verdict verdict = Called("ReleaseFrame");
+    const ScriptedResult scripted = CountCall("ReleaseFrame");
     if (!duplication.acquired) {
         Complain("ReleaseFrame without an image");
         return DXGI_ERROR_INVALID_CALL;
     }
     duplication.acquired = false;
     duplication.pixels->readable = false;
-    return verdict.fails ? verdict.code : S_OK;
+    return scripted.fails ? scripted.code : S_OK;
 }
 
 ULONG ReferencesOf(void* unknown) {
     using Count = ULONG(STDMETHODCALLTYPE*)(void*);
     (*static_cast<Count**>(unknown))[1](unknown);
-    return GiveBack(unknown);
+    return ReleaseObject(unknown);
 }
 
 HRESULT STDMETHODCALLTYPE AcquireNextFrame(IDXGIOutputDuplication* self, UINT timeoutMs,
                                            DXGI_OUTDUPL_FRAME_INFO* information, IDXGIResource** resource) {
     auto& duplication = Behind<Duplication>(self, "AcquireNextFrame");
     if (information == nullptr || resource == nullptr) {
-        Complain("AcquireNextFrame without a place for its answer");
+        Complain("AcquireNextFrame without an output pointer");
         return E_INVALIDARG;
     }
     *resource = nullptr;
@@ -192,23 +192,23 @@ HRESULT STDMETHODCALLTYPE AcquireNextFrame(IDXGIOutputDuplication* self, UINT ti
         Complain("AcquireNextFrame before ReleaseFrame");
         return DXGI_ERROR_INVALID_CALL;
     }
-    if (timeoutMs != (duplication.handedOut == 0 ? 20U : 0U)) {
+    if (timeoutMs != (duplication.delivered == 0 ? 20U : 0U)) {
         Complain("AcquireNextFrame waits " + std::to_string(timeoutMs) + " ms for image " +
-                 std::to_string(duplication.handedOut));
+                 std::to_string(duplication.delivered));
     }
     if (ReferencesOf(duplication.image) != 1) {
         Complain("AcquireNextFrame while the last image is held");
     }
     Round(++duplication.rounds);
-    const Verdict verdict = Called("AcquireNextFrame");
-    if (verdict.fails) {
-        return verdict.code;
+    const ScriptedResult scripted = CountCall("AcquireNextFrame");
+    if (scripted.fails) {
+        return scripted.code;
     }
     if (!duplication.NewImageWithin(timeoutMs)) {
         return DXGI_ERROR_WAIT_TIMEOUT;
     }
     Pixels& pixels = *duplication.pixels;
-    support::PaintFrameNumber(duplication.handedOut++, pixels.bgra.data(), pixels.width, static_cast<int>(pixels.width),
+    support::PaintFrameNumber(duplication.delivered++, pixels.bgra.data(), pixels.width, static_cast<int>(pixels.width),
                               static_cast<int>(pixels.height));
     pixels.readable = true;
     duplication.acquired = true;
@@ -232,13 +232,13 @@ const IDXGIOutputDuplicationVtbl& DuplicationTable() {
 
 HRESULT STDMETHODCALLTYPE DuplicateOutput(IDXGIOutput1* self, IUnknown* device, IDXGIOutputDuplication** result) {
     auto& output = Behind<Output>(self, "DuplicateOutput");
-    const Verdict verdict = Called("DuplicateOutput");
-    if (verdict.fails) {
-        return verdict.code;
+    const ScriptedResult scripted = CountCall("DuplicateOutput");
+    if (scripted.fails) {
+        return scripted.code;
     }
-    void* maintenance = AskFor(device, maintenanceId);
+    void* maintenance = QueryFor(device, maintenanceId);
     if (maintenance == nullptr || result == nullptr || duplications != 0) {
-        Complain("DuplicateOutput without a device or a place for its answer, or a second time");
+        Complain("DuplicateOutput without a device or an output pointer, or a second time");
         return E_INVALIDARG;
     }
     const auto& table = TableOf<MaintenanceTable>(maintenance);
@@ -248,7 +248,7 @@ HRESULT STDMETHODCALLTYPE DuplicateOutput(IDXGIOutput1* self, IUnknown* device, 
     const RECT& bounds = output.line.bounds;
     void* image = table.makeDesktopImage(maintenance, static_cast<std::uint32_t>(bounds.right - bounds.left),
                                          static_cast<std::uint32_t>(bounds.bottom - bounds.top));
-    GiveBack(maintenance);
+    ReleaseObject(maintenance);
     auto* duplication = new Duplication(output, image);
     SetFace(*duplication, 0, &DuplicationTable(), {IID_IUnknown, IID_IDXGIObject, IID_IDXGIOutputDuplication});
     *result = static_cast<IDXGIOutputDuplication*>(PointerTo(*duplication));
@@ -257,9 +257,9 @@ HRESULT STDMETHODCALLTYPE DuplicateOutput(IDXGIOutput1* self, IUnknown* device, 
 
 HRESULT STDMETHODCALLTYPE DescribeOutput(IDXGIOutput1* self, DXGI_OUTPUT_DESC* description) {
     const auto& output = Behind<Output>(self, "IDXGIOutput::GetDesc");
-    const Verdict verdict = Called("GetDesc");
-    if (verdict.fails) {
-        return verdict.code;
+    const ScriptedResult scripted = CountCall("GetDesc");
+    if (scripted.fails) {
+        return scripted.code;
     }
     *description = {};
     CopyName(output.line.name, description->DeviceName);
@@ -294,9 +294,9 @@ HRESULT STDMETHODCALLTYPE EnumOutputs(IDXGIAdapter1* self, UINT index, IDXGIOutp
 
 HRESULT STDMETHODCALLTYPE DescribeAdapter(IDXGIAdapter1* self, DXGI_ADAPTER_DESC1* description) {
     const auto& adapter = Behind<Adapter>(self, "GetDesc1");
-    const Verdict verdict = Called("GetDesc1");
-    if (verdict.fails) {
-        return verdict.code;
+    const ScriptedResult scripted = CountCall("GetDesc1");
+    if (scripted.fails) {
+        return scripted.code;
     }
     *description = {};
     CopyName(adapter.line.name, description->Description);
@@ -347,16 +347,16 @@ extern "C" HRESULT WINAPI CreateDXGIFactory1(REFIID id, void** result) {
     ReadScript();
     WatchImports();
     *result = nullptr;
-    const Verdict verdict = Called("CreateDXGIFactory1");
-    if (verdict.fails) {
-        return verdict.code;
+    const ScriptedResult scripted = CountCall("CreateDXGIFactory1");
+    if (scripted.fails) {
+        return scripted.code;
     }
     auto* factory = new Factory;
     SetFace(*factory, 0, &FactoryTable(),
             {IID_IUnknown, IID_IDXGIObject, IID_IDXGIFactory, IID_IDXGIFactory1, IID_IDXGIFactory2, IID_IDXGIFactory3,
              IID_IDXGIFactory4, IID_IDXGIFactory5, IID_IDXGIFactory6});
     const HRESULT answer = QueryFaces(PointerTo(*factory), id, result);
-    GiveBack(PointerTo(*factory));
+    ReleaseObject(PointerTo(*factory));
     return answer;
 }
 

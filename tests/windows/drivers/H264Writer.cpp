@@ -57,7 +57,7 @@ constexpr int lumaQuantiser = 28;  // a level of 1 at the only place is a step o
 constexpr int chromaOffset = -6;   // the same for chroma
 constexpr std::uint32_t frameNumberBits = 8;
 
-/// The smallest level whose limits on size and macroblocks a second hold.
+/// The smallest level that allows the size and the macroblocks a second.
 std::uint32_t LevelFor(std::uint32_t macroblocks, std::uint32_t fps) {
     struct Limit {
         std::uint32_t level, size, rate;
@@ -191,7 +191,7 @@ const std::vector<std::uint8_t>& H264Writer::Write(const std::vector<std::uint8_
     return unit_;
 }
 
-/// Into planes of whole macroblocks; the last row and column go on.
+/// Copies into planes of whole macroblocks, and repeats the last row and column.
 void H264Writer::Pad(const std::vector<std::uint8_t>& nv12) {
     const std::size_t stride = std::size_t{columns_} * 16;
     const std::size_t height = std::size_t{rows_} * 16;
@@ -338,7 +338,7 @@ bool H264Writer::IsUnchanged(std::uint32_t x, std::uint32_t y) const {
     return same(now_.luma, before_.luma, 16) && same(now_.cb, before_.cb, 8) && same(now_.cr, before_.cr, 8);
 }
 
-/// 9.2.1: what the neighbours' counts of coefficients choose the code by. Only blocks sent as they are count.
+/// 9.2.1: selects the code by the neighbours' numbers of coefficients. Only uncompressed blocks count.
 int H264Writer::NeighbourLevels(std::uint32_t x, std::uint32_t y) const {
     const int left = x > 0 && whole_[std::size_t{y} * columns_ + x - 1] ? 16 : 0;
     const int above = y > 0 && whole_[std::size_t{y - 1} * columns_ + x] ? 16 : 0;

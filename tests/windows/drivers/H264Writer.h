@@ -1,8 +1,8 @@
-// Writes H.264 pictures without any loss, so that what a decoder shows is what the encoder was given.
+// Writes H.264 pictures without loss, so that a decoder returns exactly the encoder's input.
 //
-// A macroblock that did not change is skipped, one of a single colour is predicted and corrected exactly, every other
-// one is sent as it is. No deblocking, one slice, one reference; the quantisers are such that a level of 1 is a step
-// of 1. Sizes, group of pictures, delimiters, parameter sets and colour description follow the configuration.
+// A macroblock that did not change is skipped, one of a single color is predicted and corrected exactly, every other
+// one is sent uncompressed. No deblocking, one slice, one reference; with the chosen quantisers a level of 1 is a step
+// of 1. Sizes, group of pictures, delimiters, parameter sets and color description come from the configuration.
 #pragma once
 
 #include <cstdint>
@@ -57,7 +57,7 @@ private:
     std::uint32_t rows_ = 0;
     Planes now_;
     Planes before_;
-    std::vector<bool> whole_;  ///< macroblocks of this picture that were sent as they are
+    std::vector<bool> whole_;  ///< macroblocks of this picture that were sent uncompressed
     std::vector<std::uint8_t> unit_;
     std::uint32_t index_ = 0;
     std::uint32_t sinceIdr_ = 0;

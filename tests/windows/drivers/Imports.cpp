@@ -31,13 +31,13 @@ std::pair<unsigned long, unsigned long> TwoNumbers(const std::string& text) {
     return {first, std::strtoul(rest, nullptr, 10)};
 }
 
-/// Answers for a call that the script lets fail.
+/// Returns true, with the last error set, if the script makes this call fail.
 bool Fails(const std::string& entry) {
-    const Verdict verdict = Called(entry.c_str());
-    if (verdict.fails) {
-        SetLastError(static_cast<DWORD>(verdict.code));
+    const ScriptedResult scripted = CountCall(entry.c_str());
+    if (scripted.fails) {
+        SetLastError(static_cast<DWORD>(scripted.code));
     }
-    return verdict.fails;
+    return scripted.fails;
 }
 
 // Memory
@@ -65,7 +65,7 @@ struct KnownPipe {
     std::string stem;
 };
 
-/// Without a lock that would be a handle: the few pipes of a program are made one after the other.
+/// The last 16 pipes. The lock has no handle, because tests count handles.
 class KnownPipes {
 public:
     void Add(HANDLE handle, const std::string& stem) {
@@ -167,19 +167,19 @@ DWORD WINAPI WaitForSeveral(DWORD count, const HANDLE* handles, BOOL all, DWORD 
 }
 
 HRESULT WINAPI EnterCom(void* reserved, DWORD kind) {
-    const Verdict verdict = Called("CoInitializeEx");
+    const ScriptedResult scripted = CountCall("CoInitializeEx");
     const unsigned long hungry = std::strtoul(Value("starve-sound", "0").c_str(), nullptr, 10);
     if (hungry != 0 && kind == COINIT_MULTITHREADED) {
         starvedBytes = hungry;
         starvedThread = GetCurrentThreadId();
     }
-    return verdict.fails ? static_cast<HRESULT>(verdict.code) : CoInitializeEx(reserved, kind);
+    return scripted.fails ? static_cast<HRESULT>(scripted.code) : CoInitializeEx(reserved, kind);
 }
 
-HRESULT WINAPI TakeIdentity(const wchar_t* identity) {
+HRESULT WINAPI SetIdentity(const wchar_t* identity) {
     const std::wstring text = identity;
     Note("taskbar identity " + std::string(text.begin(), text.end()));
-    // The taskbar goes by what was said before the first window.
+    // The taskbar uses the identity that was set before the first window.
     EnumThreadWindows(
         GetCurrentThreadId(),
         [](HWND window, LPARAM) -> BOOL {
@@ -194,22 +194,22 @@ HRESULT WINAPI TakeIdentity(const wchar_t* identity) {
     return S_OK;
 }
 
-// A painting of the main window begins by asking for its size, and ends with the system where it broke off.
+// A paint of the main window begins with a query of its size. An aborted one ends in the system's default handling.
 
-BOOL WINAPI TakeSize(HWND window, RECT* size) {
-    static unsigned paintings = 0;
+BOOL WINAPI GetSize(HWND window, RECT* size) {
+    static unsigned paints = 0;
     wchar_t name[16] = {};
     GetClassNameW(window, name, 16);
     const auto [first, last] = TwoNumbers(Value("starve-paints", "0 0"));
-    if (first != 0 && std::wcscmp(name, L"ZVReelsMainV3") == 0 && ++paintings >= first && paintings <= last) {
+    if (first != 0 && std::wcscmp(name, L"ZVReelsMainV3") == 0 && ++paints >= first && paints <= last) {
         starvedPaint = GetCurrentThreadId();
     }
     return GetClientRect(window, size);
 }
 
-LRESULT WINAPI AnswerBySystem(HWND window, UINT code, WPARAM wParam, LPARAM lParam) {
+LRESULT WINAPI HandleByDefault(HWND window, UINT code, WPARAM wParam, LPARAM lParam) {
     if (code == WM_PAINT && starvedPaint.exchange(0) != 0) {
-        Note("a painting broke off");
+        Note("a paint was aborted");
     }
     return DefWindowProcW(window, code, wParam, lParam);
 }
@@ -234,9 +234,9 @@ const Import* ImportNamed(const char* name) {
         {"WaitForSingleObject", reinterpret_cast<void*>(WaitForOne)},
         {"WaitForMultipleObjects", reinterpret_cast<void*>(WaitForSeveral)},
         {"CoInitializeEx", reinterpret_cast<void*>(EnterCom)},
-        {"SetCurrentProcessExplicitAppUserModelID", reinterpret_cast<void*>(TakeIdentity)},
-        {"GetClientRect", reinterpret_cast<void*>(TakeSize)},
-        {"DefWindowProcW", reinterpret_cast<void*>(AnswerBySystem)},
+        {"SetCurrentProcessExplicitAppUserModelID", reinterpret_cast<void*>(SetIdentity)},
+        {"GetClientRect", reinterpret_cast<void*>(GetSize)},
+        {"DefWindowProcW", reinterpret_cast<void*>(HandleByDefault)},
     }};
     const auto* found = std::find_if(imports.begin(), imports.end(),
                                      [name](const Import& import) { return std::strcmp(import.name, name) == 0; });
@@ -250,7 +250,7 @@ void Replace(void** place, void* function) {
     VirtualProtect(place, sizeof(*place), before, &before);
 }
 
-/// The program's own file as it lies in memory.
+/// The program's image in memory.
 class Image {
 public:
     Image() : base_(reinterpret_cast<std::byte*>(GetModuleHandleW(nullptr))) {}
@@ -305,7 +305,7 @@ void Round(unsigned number) {
         countedThread = GetCurrentThreadId();
     } else if (number == last) {
         countedThread = 0;
-        Note("asked for memory " + std::to_string(requests) + " times in " + std::to_string(last - first) + " rounds");
+        Note("allocated memory " + std::to_string(requests) + " times in " + std::to_string(last - first) + " rounds");
     }
     const auto [hungry, bytes] = TwoNumbers(Value("starve", "0 0"));
     if (number == hungry) {

@@ -1,12 +1,12 @@
-// The double of the system's sound devices: an in-process server of the device enumerator's class, one default device
-// that plays (to be captured by loopback) and one that records, both as the script of ScriptedSound.h wants them.
+// The double of the system's sound devices: an in-process server of the device enumerator's class, with one default
+// device for playback (captured by loopback) and one for recording, both scripted by the rules of ScriptedSound.h.
 //
-// Rules for "fail" and "delay" name CreateInstance, or a method with ".render" or ".capture" behind it
+// Rules for "fail" and "delay" name CreateInstance, or a method followed by ".render" or ".capture"
 // (GetDefaultAudioEndpoint.render, Initialize.capture, ...).
-// It does what the system's own does, and complains about what that would not forgive: references that are left, calls
-// out of order or from a second thread, other parameters than shared polling with the mix format as it came, a mix
-// format that is not freed, packets that are not given back. What a packet held is not readable once it is given back.
-// A program that exports ZvSoundRound is told of every look for a packet of the playing device, with its number.
+// It complains about leaked references, calls out of order or from a second thread, other parameters than shared
+// polling with the unchanged mix format, a mix format that is not freed, and packets that are not released. The memory
+// of a released packet is not readable. If the program exports ZvSoundRound, it is called at every poll for a packet of
+// the playback device, with the number of the poll.
 #include <windows.h>
 
 #include <audioclient.h>
@@ -24,13 +24,13 @@
 namespace zv::drivers {
 namespace {
 
-/// The code that a call answers at once, or 0. One thread has all that comes from one enumerator.
+/// The code that a call must return at once, or 0. One thread owns everything that comes from one enumerator.
 HRESULT Enter(const std::string& name, DWORD thread) {
     if (GetCurrentThreadId() != thread) {
         Complain(name + " from a second thread");
     }
-    const Verdict verdict = Called(name.c_str());
-    return verdict.fails ? verdict.code : S_OK;
+    const ScriptedResult scripted = CountCall(name.c_str());
+    return scripted.fails ? scripted.code : S_OK;
 }
 
 struct Expectation {
@@ -46,7 +46,7 @@ void Expect(const std::string& call, std::initializer_list<Expectation> all) {
     }
 }
 
-/// One packet's bytes, at the end of a page before one that cannot be read; none of them can after Take has ended.
+/// The memory of one packet, which ends at an unreadable page. It is unreadable itself after Decommit.
 class PacketMemory {
 public:
     ~PacketMemory() {
@@ -55,7 +55,7 @@ public:
         }
     }
 
-    std::byte* Take(std::size_t size) {
+    std::byte* Commit(std::size_t size) {
         if (pages_ == nullptr) {
             size_ = (size + page - 1) / page * page;
             pages_ = static_cast<std::byte*>(VirtualAlloc(nullptr, size_ + page, MEM_RESERVE, PAGE_NOACCESS));
@@ -63,7 +63,7 @@ public:
         VirtualAlloc(pages_, size_, MEM_COMMIT, PAGE_READWRITE);
         return pages_ + size_ - size;
     }
-    void GiveBack() const { VirtualFree(pages_, size_, MEM_DECOMMIT); }
+    void Decommit() const { VirtualFree(pages_, size_, MEM_DECOMMIT); }
 
 private:
     static constexpr std::size_t page = 4096;
@@ -73,7 +73,7 @@ private:
 
 enum class StreamState { Made, Initialized, Running };
 
-/// What a client and its capture client share: the stream of one device.
+/// The stream of one device, shared by a client and its capture client.
 struct Stream {
     Stream(DWORD ofThread, const std::string& deviceName) : thread(ofThread), device(deviceName), sound(deviceName) {}
 
@@ -81,11 +81,11 @@ struct Stream {
     std::string device;
     ScriptedSound sound;
     StreamState state = StreamState::Made;
-    bool served = false;  ///< GetService has answered
-    std::optional<SoundPacket> taken;
+    bool served = false;  ///< GetService has succeeded
+    std::optional<SoundPacket> acquired;
     PacketMemory memory;
     std::int64_t delivered = 0;
-    int looks = 0;
+    int polls = 0;
 
     std::string Named(const char* call) const { return std::string(call) + "." + device; }
     HRESULT Enter(const char* call) {
@@ -95,12 +95,12 @@ struct Stream {
 };
 using SharedStream = std::shared_ptr<Stream>;
 
-void TellProgramOfLook(int look) {
+void NotifyProgramOfPoll(int poll) {
     using Hook = void (*)(int);
     static const auto hook =
         reinterpret_cast<Hook>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(nullptr), "ZvSoundRound")));
     if (hook != nullptr) {
-        hook(look);
+        hook(poll);
     }
 }
 
@@ -111,7 +111,7 @@ public:
     explicit CaptureClient(SharedStream stream) : ComObject("IAudioCaptureClient"), stream_(std::move(stream)) {}
     ~CaptureClient() override {
         Expect(stream_->Named("IAudioCaptureClient::Release"),
-               {{!stream_->taken || stream_->sound.Gone(), "a packet was not given back"}});
+               {{!stream_->acquired || stream_->sound.Gone(), "a packet was not released"}});
     }
 
     HRESULT STDMETHODCALLTYPE GetBuffer(BYTE** data, UINT32* frames, DWORD* flags, UINT64* devicePosition,
@@ -119,19 +119,20 @@ public:
         if (const HRESULT answer = stream_->Enter("GetBuffer"); answer != S_OK) {
             return answer;
         }
-        Expect(stream_->Named("GetBuffer"), {{data != nullptr && frames != nullptr && flags != nullptr, "no place"},
-                                             {stream_->state == StreamState::Running, "the stream does not run"},
-                                             {!stream_->taken, "a packet is out already"}});
-        if (stream_->taken) {
+        Expect(stream_->Named("GetBuffer"),
+               {{data != nullptr && frames != nullptr && flags != nullptr, "an output pointer is null"},
+                {stream_->state == StreamState::Running, "the stream does not run"},
+                {!stream_->acquired, "a packet is out already"}});
+        if (stream_->acquired) {
             return AUDCLNT_E_OUT_OF_ORDER;
         }
-        stream_->taken = stream_->sound.Waiting(CounterNow());
-        if (!stream_->taken) {
+        stream_->acquired = stream_->sound.Waiting(CounterNow());
+        if (!stream_->acquired) {
             *frames = 0;
             return AUDCLNT_S_BUFFER_EMPTY;
         }
-        const SoundPacket& packet = *stream_->taken;
-        std::byte* bytes = stream_->memory.Take(packet.frames * stream_->sound.Format().blockAlign);
+        const SoundPacket& packet = *stream_->acquired;
+        std::byte* bytes = stream_->memory.Commit(packet.frames * stream_->sound.Format().blockAlign);
         stream_->sound.Render(packet, bytes);
         *data = packet.noData ? nullptr : reinterpret_cast<BYTE*>(bytes);
         *frames = packet.frames;
@@ -147,18 +148,18 @@ public:
 
     HRESULT STDMETHODCALLTYPE ReleaseBuffer(UINT32 frames) override {
         if (const HRESULT answer = stream_->Enter("ReleaseBuffer"); answer != S_OK) {
-            // The packet went with the failure.
-            stream_->taken.reset();
+            // The packet is lost.
+            stream_->acquired.reset();
             return answer;
         }
         Expect(stream_->Named("ReleaseBuffer"),
-               {{stream_->taken.has_value(), "no packet is out"},
-                {!stream_->taken || frames == stream_->taken->frames, "not all of the packet's frames"}});
-        if (!stream_->taken) {
+               {{stream_->acquired.has_value(), "no packet is out"},
+                {!stream_->acquired || frames == stream_->acquired->frames, "not all of the packet's frames"}});
+        if (!stream_->acquired) {
             return AUDCLNT_E_OUT_OF_ORDER;
         }
-        stream_->memory.GiveBack();
-        stream_->taken.reset();
+        stream_->memory.Decommit();
+        stream_->acquired.reset();
         stream_->sound.Advance();
         ++stream_->delivered;
         return S_OK;
@@ -166,13 +167,13 @@ public:
 
     HRESULT STDMETHODCALLTYPE GetNextPacketSize(UINT32* frames) override {
         if (stream_->device == "render") {
-            TellProgramOfLook(++stream_->looks);
+            NotifyProgramOfPoll(++stream_->polls);
         }
         if (const HRESULT answer = stream_->Enter("GetNextPacketSize"); answer != S_OK) {
             return answer;
         }
         Expect(stream_->Named("GetNextPacketSize"),
-               {{stream_->state == StreamState::Running, "it does not run"}, {!stream_->taken, "a packet is out"}});
+               {{stream_->state == StreamState::Running, "it does not run"}, {!stream_->acquired, "a packet is out"}});
         const std::optional<SoundPacket> packet = stream_->sound.Waiting(CounterNow());
         *frames = packet ? packet->frames : 0;
         return S_OK;
@@ -193,6 +194,9 @@ public:
                {{stream_->state != StreamState::Running || stream_->sound.Gone(), "the stream still runs"},
                 {given_ == nullptr || IsFreed(given_), "the mix format was not freed"}});
         Note("packets." + stream_->device + " " + std::to_string(stream_->delivered));
+        if (stream_->sound.Lost() != 0) {
+            Note("lost." + stream_->device + " " + std::to_string(stream_->sound.Lost()));
+        }
     }
 
     HRESULT STDMETHODCALLTYPE Initialize(AUDCLNT_SHAREMODE mode, DWORD flags, REFERENCE_TIME duration,
@@ -202,10 +206,10 @@ public:
         const bool alive = format != nullptr && given_ == format && !IsFreed(given_);
         Expect(call, {{mode == AUDCLNT_SHAREMODE_SHARED, "not shared"},
                       {flags == wanted, "other flags than the device's"},
-                      {duration == 0 && period == 0, "a duration or a period is asked for"},
+                      {duration == 0 && period == 0, "a duration or a period is requested"},
                       {alive, "not the mix format that GetMixFormat gave"},
                       {alive && std::memcmp(&format_, format, FormatSize()) == 0, "the mix format was changed"},
-                      {session == nullptr, "a session is asked for"},
+                      {session == nullptr, "a session is requested"},
                       {stream_->state == StreamState::Made, "for the second time"}});
         if (const HRESULT answer = stream_->Enter("Initialize"); answer != S_OK) {
             return answer;
@@ -259,7 +263,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE Stop() override {
         Expect(stream_->Named("Stop"), {{stream_->state == StreamState::Running, "not started"},
-                                        {!stream_->taken || stream_->sound.Gone(), "a packet is out"}});
+                                        {!stream_->acquired || stream_->sound.Gone(), "a packet is out"}});
         stream_->state = StreamState::Initialized;
         Note("Stop." + stream_->device);
         return stream_->Enter("Stop");
@@ -367,7 +371,7 @@ private:
     DWORD thread_;
 };
 
-/// Lives as long as the DLL.
+/// Lives as long as the DLL; references are not counted.
 class Factory final : public IClassFactory {
 public:
     virtual ~Factory() = default;
@@ -400,7 +404,7 @@ extern "C" {
 
 __declspec(dllexport) HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID, REFIID id, void** object) {
     static zv::drivers::Factory factory;
-    zv::drivers::StayLoaded();
+    zv::drivers::KeepLoaded();
     return factory.QueryInterface(id, object);
 }
 
@@ -412,7 +416,7 @@ BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void*) {
         zv::drivers::NameModule("sound");
     }
     if (reason == DLL_THREAD_DETACH) {
-        zv::drivers::EndOfThisThread();
+        zv::drivers::OnThreadEnd();
     }
     if (reason == DLL_PROCESS_DETACH) {
         if (const std::string left = zv::drivers::LiveObjects(); !left.empty()) {

@@ -1,12 +1,12 @@
-// nvEncodeAPI64.dll: the function list of the encoder's interface, version 12.2, over the writer beside it.
+// nvEncodeAPI64.dll: the function list of the encoder's interface, version 12.2, over H264Writer.
 //
-// What comes in is compared byte by byte with what the interface's tables and the program's own settings make of it,
-// by offsets written down here and not by the program's declarations: a field at the wrong place is a complaint.
-//   set errortext TEXT    what nvEncGetLastErrorString answers
-//   set filled BYTES      every smaller picture is filled up to that size with what means nothing
-//   set version NAME WORD a library of another time: it takes the structure NAME with that version alone (hexadecimal)
-// The entry "empty-picture" makes the picture that is locked one without a byte. When the library is freed it notes the
-// last calls that were made of it.
+// Every structure is compared byte by byte with the expected one, by offsets written down here instead of the program's
+// declarations, so that a field at a wrong offset is a complaint.
+//   set errortext TEXT    the result of nvEncGetLastErrorString
+//   set filled BYTES      fills every smaller picture up to that size with filler data
+//   set version NAME WORD accepts the structure NAME only with that version (hexadecimal), like an older or newer
+//   library
+// The entry "empty-picture" makes the locked picture empty. When the library is freed, it notes its last calls.
 #include <windows.h>
 
 #include <algorithm>
@@ -52,7 +52,7 @@ void Set(void* structure, std::size_t offset, const Value& value) {
     std::memcpy(static_cast<std::byte*>(structure) + offset, &value, sizeof(value));
 }
 
-/// What a structure has to look like: zero but for what is set.
+/// The expected bytes of a structure: zero except where set.
 class Expected {
 public:
     explicit Expected(std::size_t size) : bytes_(size) {}
@@ -79,7 +79,7 @@ private:
     std::vector<std::byte> bytes_;
 };
 
-/// A preset with much in it that the program has to change, and some that it has to keep.
+/// A preset with values that the program must change, and others that it must keep.
 Expected Preset() {
     Expected preset(3584);
     preset.Has(0, 0xF209000CU).Has(20, 0xFFFFFFFFU).Has(24, 3U).Has(32, 1U).Has(36, 3U);
@@ -101,10 +101,10 @@ struct Session {
     Pixels* pixels = nullptr;
     bool hasBuffer = false;
     bool locked = false;
-    bool encoded = false;  ///< a picture waits in the buffer
+    bool encoded = false;  ///< the buffer holds a picture
     std::uint32_t nextFrame = 0;
     std::vector<std::uint8_t> unit;
-    // Handles are the addresses of these.
+    // Their addresses are the handles.
     char registered = 0;
     char mapped = 0;
     char buffer = 0;
@@ -112,7 +112,7 @@ struct Session {
 
 std::atomic<int> sessions = 0;
 
-/// The last calls, one word each. The text is never destroyed: it is told when the library goes.
+/// The last calls, one word each. The text is never destroyed: it is noted when the library is unloaded.
 std::string& Journal() {
     static auto* calls = new std::string;
     return *calls;
@@ -140,7 +140,7 @@ Status Refuse(Status status, const std::string& text) {
     return status;
 }
 
-/// The version of a structure that this library takes.
+/// The version of a structure that this library accepts.
 std::uint32_t VersionOf(const std::string& name, std::uint32_t usual) {
     for (const std::string& value : Values("version")) {
         if (value.starts_with(name + " ")) {
@@ -160,9 +160,9 @@ bool HasVersion(const void* structure, std::uint32_t version, const char* name) 
 
 Status Open(void* parameters, void** encoder) {
     Remember("OpenEncodeSessionEx");
-    const Verdict verdict = Called("nvEncOpenEncodeSessionEx");
-    if (verdict.fails) {
-        return static_cast<Status>(verdict.code);
+    const ScriptedResult scripted = CountCall("nvEncOpenEncodeSessionEx");
+    if (scripted.fails) {
+        return static_cast<Status>(scripted.code);
     }
     if (!HasVersion(parameters, 0x7201000C, "NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS")) {
         return invalidVersion;
@@ -171,7 +171,7 @@ Status Open(void* parameters, void** encoder) {
     Expected expected(1552);
     expected.Has(0, 0x7201000CU).Has(4, 0U).Has(8, device).Has(24, 0x0200000CU);
     expected.Compare("NV_ENC_OPEN_ENCODE_SESSION_EX_PARAMS", parameters);
-    void* maintenance = AskFor(device, maintenanceId);
+    void* maintenance = QueryFor(device, maintenanceId);
     if (maintenance == nullptr) {
         return Refuse(invalidParameter, "a session on something that is no device");
     }
@@ -184,9 +184,9 @@ Status Open(void* parameters, void** encoder) {
 
 Status GetPreset(void* encoder, GUID codec, GUID preset, std::uint32_t tuning, void* config) {
     SessionOf(encoder, "nvEncGetEncodePresetConfigEx");
-    const Verdict verdict = Called("nvEncGetEncodePresetConfigEx");
-    if (verdict.fails) {
-        return static_cast<Status>(verdict.code);
+    const ScriptedResult scripted = CountCall("nvEncGetEncodePresetConfigEx");
+    if (scripted.fails) {
+        return static_cast<Status>(scripted.code);
     }
     if (!HasVersion(config, 0xF205000C, "NV_ENC_PRESET_CONFIG") ||
         !HasVersion(static_cast<std::byte*>(config) + 8, 0xF209000C, "presetCfg")) {
@@ -200,7 +200,7 @@ Status GetPreset(void* encoder, GUID codec, GUID preset, std::uint32_t tuning, v
     return success;
 }
 
-/// The preset with the program's settings over it, for the rate and bit rate that the configuration itself tells.
+/// The preset with the program's settings, for the frame rate and bit rate of the configuration.
 bool CheckConfig(const void* config, std::uint32_t fps) {
     const std::uint32_t bitrate = Word(config, 40 + 20);
     if (bitrate % 1000000 != 0 || bitrate < 5000000 || bitrate > 200000000) {
@@ -239,9 +239,9 @@ H264Format FormatOf(const void* parameters, const void* config) {
 
 Status Initialize(void* encoder, void* parameters) {
     Session& session = SessionOf(encoder, "nvEncInitializeEncoder");
-    const Verdict verdict = Called("nvEncInitializeEncoder");
-    if (verdict.fails) {
-        return static_cast<Status>(verdict.code);
+    const ScriptedResult scripted = CountCall("nvEncInitializeEncoder");
+    if (scripted.fails) {
+        return static_cast<Status>(scripted.code);
     }
     if (session.initialized) {
         return Refuse(invalidCall, "nvEncInitializeEncoder a second time");
@@ -273,9 +273,9 @@ Status Initialize(void* encoder, void* parameters) {
 
 Status Register(void* encoder, void* resource) {
     Session& session = SessionOf(encoder, "nvEncRegisterResource");
-    const Verdict verdict = Called("nvEncRegisterResource");
-    if (verdict.fails) {
-        return static_cast<Status>(verdict.code);
+    const ScriptedResult scripted = CountCall("nvEncRegisterResource");
+    if (scripted.fails) {
+        return static_cast<Status>(scripted.code);
     }
     if (!HasVersion(resource, 0x7205000C, "NV_ENC_REGISTER_RESOURCE")) {
         return invalidVersion;
@@ -288,7 +288,7 @@ Status Register(void* encoder, void* resource) {
     expected.Has(0, 0x7205000CU).Has(8, session.format.width).Has(12, session.format.height).Has(24, texture);
     expected.Has(40, 1U);
     expected.Compare("NV_ENC_REGISTER_RESOURCE", resource);
-    void* content = AskFor(texture, pixelsId);
+    void* content = QueryFor(texture, pixelsId);
     if (content == nullptr) {
         return Refuse(invalidParameter, "nvEncRegisterResource of something that is no texture");
     }
@@ -304,11 +304,11 @@ Status Register(void* encoder, void* resource) {
 
 Status Unregister(void* encoder, void* registered) {
     Session& session = SessionOf(encoder, "nvEncUnregisterResource");
-    Called("nvEncUnregisterResource");
+    CountCall("nvEncUnregisterResource");
     if (registered != &session.registered || session.texture == nullptr || session.pixels->mapped) {
         return Refuse(invalidCall, "nvEncUnregisterResource of what is not registered, or still mapped");
     }
-    if (GiveBack(std::exchange(session.texture, nullptr)) == 0) {
+    if (ReleaseObject(std::exchange(session.texture, nullptr)) == 0) {
         Complain("the texture was released while it was registered");
     }
     return success;
@@ -316,9 +316,9 @@ Status Unregister(void* encoder, void* registered) {
 
 Status CreateBuffer(void* encoder, void* parameters) {
     Session& session = SessionOf(encoder, "nvEncCreateBitstreamBuffer");
-    const Verdict verdict = Called("nvEncCreateBitstreamBuffer");
-    if (verdict.fails) {
-        return static_cast<Status>(verdict.code);
+    const ScriptedResult scripted = CountCall("nvEncCreateBitstreamBuffer");
+    if (scripted.fails) {
+        return static_cast<Status>(scripted.code);
     }
     if (!HasVersion(parameters, 0x7201000C, "NV_ENC_CREATE_BITSTREAM_BUFFER")) {
         return invalidVersion;
@@ -334,7 +334,7 @@ Status CreateBuffer(void* encoder, void* parameters) {
 
 Status DestroyBuffer(void* encoder, void* buffer) {
     Session& session = SessionOf(encoder, "nvEncDestroyBitstreamBuffer");
-    Called("nvEncDestroyBitstreamBuffer");
+    CountCall("nvEncDestroyBitstreamBuffer");
     if (buffer != &session.buffer || !session.hasBuffer) {
         return Refuse(invalidCall, "nvEncDestroyBitstreamBuffer of what is no buffer");
     }
@@ -347,9 +347,9 @@ Status DestroyBuffer(void* encoder, void* buffer) {
 
 Status Map(void* encoder, void* parameters) {
     Session& session = SessionOf(encoder, "nvEncMapInputResource");
-    const Verdict verdict = Called("nvEncMapInputResource");
-    if (verdict.fails) {
-        return static_cast<Status>(verdict.code);
+    const ScriptedResult scripted = CountCall("nvEncMapInputResource");
+    if (scripted.fails) {
+        return static_cast<Status>(scripted.code);
     }
     if (!HasVersion(parameters, 0x7204000C, "NV_ENC_MAP_INPUT_RESOURCE")) {
         return invalidVersion;
@@ -371,9 +371,9 @@ Status Map(void* encoder, void* parameters) {
 
 Status Unmap(void* encoder, void* mapped) {
     Session& session = SessionOf(encoder, "nvEncUnmapInputResource");
-    const Verdict verdict = Called("nvEncUnmapInputResource");
-    if (verdict.fails) {
-        return static_cast<Status>(verdict.code);
+    const ScriptedResult scripted = CountCall("nvEncUnmapInputResource");
+    if (scripted.fails) {
+        return static_cast<Status>(scripted.code);
     }
     if (mapped != &session.mapped || session.texture == nullptr || !session.pixels->mapped) {
         return Refuse(invalidCall, "nvEncUnmapInputResource of what is not mapped");
@@ -382,7 +382,7 @@ Status Unmap(void* encoder, void* mapped) {
     return success;
 }
 
-/// A unit of filler data, which a decoder throws away.
+/// A unit of filler data, which a decoder ignores.
 void AppendFiller(std::vector<std::uint8_t>& unit) {
     const std::size_t size = std::strtoul(Value("filled", "0").c_str(), nullptr, 10);
     if (unit.size() + 8 < size) {
@@ -414,9 +414,9 @@ Status Encode(void* encoder, void* picture) {
     if (ends) {
         return EndStream(session, picture);
     }
-    const Verdict verdict = Called("nvEncEncodePicture");
-    if (verdict.fails) {
-        return static_cast<Status>(verdict.code);
+    const ScriptedResult scripted = CountCall("nvEncEncodePicture");
+    if (scripted.fails) {
+        return static_cast<Status>(scripted.code);
     }
     Expected expected(3360);
     expected.Has(0, 0xF207000CU).Has(4, session.format.width).Has(8, session.format.height);
@@ -436,9 +436,9 @@ Status Encode(void* encoder, void* picture) {
 
 Status Lock(void* encoder, void* lock) {
     Session& session = SessionOf(encoder, "nvEncLockBitstream");
-    const Verdict verdict = Called("nvEncLockBitstream");
-    if (verdict.fails) {
-        return static_cast<Status>(verdict.code);
+    const ScriptedResult scripted = CountCall("nvEncLockBitstream");
+    if (scripted.fails) {
+        return static_cast<Status>(scripted.code);
     }
     if (!HasVersion(lock, 0xF202000C, "NV_ENC_LOCK_BITSTREAM")) {
         return invalidVersion;
@@ -451,7 +451,7 @@ Status Lock(void* encoder, void* lock) {
     session.locked = true;
     Set(lock, 24, session.nextFrame - 1);
     Set(lock, 32, 1U);
-    const bool empty = Called("empty-picture").fails;
+    const bool empty = CountCall("empty-picture").fails;
     Set(lock, 36, empty ? 0U : static_cast<std::uint32_t>(session.unit.size()));
     Set(lock, 40, std::uint64_t{session.nextFrame - 1});
     Set(lock, 48, std::uint64_t{1});
@@ -468,10 +468,10 @@ Status Unlock(void* encoder, void* buffer) {
     }
     session.locked = false;
     session.encoded = false;
-    // What was lent is gone: a reader that is late reads this.
+    // The lock has ended: a late reader gets these bytes.
     std::fill(session.unit.begin(), session.unit.end(), std::uint8_t{0xDD});
-    const Verdict verdict = Called("nvEncUnlockBitstream");
-    return verdict.fails ? static_cast<Status>(verdict.code) : success;
+    const ScriptedResult scripted = CountCall("nvEncUnlockBitstream");
+    return scripted.fails ? static_cast<Status>(scripted.code) : success;
 }
 
 const char* LastErrorString(void* encoder) {
@@ -483,14 +483,14 @@ const char* LastErrorString(void* encoder) {
 
 Status Destroy(void* encoder) {
     Session& session = SessionOf(encoder, "nvEncDestroyEncoder");
-    Called("nvEncDestroyEncoder");
+    CountCall("nvEncDestroyEncoder");
     if (session.initialized && !session.ended) {
         Complain("nvEncDestroyEncoder before the end of the stream");
     }
     if (session.texture != nullptr || session.hasBuffer) {
         Complain("nvEncDestroyEncoder with a texture or a buffer");
     }
-    if (GiveBack(session.device) == 0) {
+    if (ReleaseObject(session.device) == 0) {
         Complain("the device was released before the encoder");
     }
     Note("encoded " + std::to_string(session.nextFrame) + " frames");
@@ -511,9 +511,9 @@ using namespace zv::drivers;
 
 extern "C" Status NvEncodeAPICreateInstance(void* list) {
     ReadScript();
-    const Verdict verdict = Called("NvEncodeAPICreateInstance");
-    if (verdict.fails) {
-        return static_cast<Status>(verdict.code);
+    const ScriptedResult scripted = CountCall("NvEncodeAPICreateInstance");
+    if (scripted.fails) {
+        return static_cast<Status>(scripted.code);
     }
     if (!HasVersion(list, 0x7202000C, "NV_ENCODE_API_FUNCTION_LIST")) {
         return invalidVersion;

@@ -1,4 +1,4 @@
-// What the doubles ask of each other's objects, by interfaces of their own: a texture's content, a device's adapter.
+// Private interfaces between the doubles: a texture's content, a device's adapter.
 #pragma once
 
 #include <windows.h>
@@ -22,13 +22,13 @@ struct Pixels {
     std::uint32_t format = 0;         ///< DXGI_FORMAT: 87 is BGRA, 103 is NV12
     std::vector<std::uint32_t> bgra;  ///< of a BGRA texture
     std::vector<std::uint8_t> nv12;   ///< of an NV12 texture: luma rows, then rows of chroma pairs
-    Area changed;                     ///< since the scaler looked last
-    bool readable = true;             ///< false: a desktop image that was given back
-    bool mapped = false;              ///< the encoder reads it: nobody may write
-    bool flushed = true;              ///< nothing queued writes to it any more
+    Area changed;                     ///< since the last run of the scaler
+    bool readable = true;             ///< false: a released desktop image
+    bool mapped = false;              ///< the encoder reads it, so that no call may write to it
+    bool flushed = true;              ///< no queued call writes to it
 };
 
-/// The first field of all interfaces between the doubles.
+/// The first field of all private interfaces.
 inline constexpr unsigned long privateIds = 0x6C1D9E50;
 
 inline constexpr IID pixelsId = {privateIds, 0x3F52, 0x4A66, {0x9A, 0x39, 0x0D, 0x7B, 0x5C, 0x1F, 0x0A, 0x01}};
@@ -41,8 +41,8 @@ struct PixelsTable {
 inline constexpr IID maintenanceId = {privateIds, 0x3F52, 0x4A66, {0x9A, 0x39, 0x0D, 0x7B, 0x5C, 0x1F, 0x0A, 0x02}};
 struct MaintenanceTable {
     void* unknown[3];
-    void*(STDMETHODCALLTYPE* adapter)(void* self);  ///< the pointer that the device was made with, not counted
-    /// An IDXGIResource of that size whose content the caller paints. The caller owns the reference.
+    void*(STDMETHODCALLTYPE* adapter)(void* self);  ///< as passed to the device's creation, not counted
+    /// Creates an IDXGIResource of that size for the caller to paint. The caller owns the reference.
     void*(STDMETHODCALLTYPE* makeDesktopImage)(void* self, std::uint32_t width, std::uint32_t height);
 };
 
@@ -51,8 +51,8 @@ const Table& TableOf(void* pointer) {
     return **static_cast<const Table**>(pointer);
 }
 
-/// The interface `id` of an object of another double, with a reference of its own; null when it has none.
-inline void* AskFor(void* unknown, const IID& id) {
+/// Returns the interface `id` of an object of another double, with a new reference, or null if it has none.
+inline void* QueryFor(void* unknown, const IID& id) {
     struct UnknownTable {
         HRESULT(STDMETHODCALLTYPE* query)(void*, const IID&, void**);
         ULONG(STDMETHODCALLTYPE* addReference)(void*);
@@ -61,7 +61,7 @@ inline void* AskFor(void* unknown, const IID& id) {
     void* found = nullptr;
     return unknown != nullptr && SUCCEEDED(TableOf<UnknownTable>(unknown).query(unknown, id, &found)) ? found : nullptr;
 }
-inline ULONG GiveBack(void* unknown) {
+inline ULONG ReleaseObject(void* unknown) {
     using Release = ULONG(STDMETHODCALLTYPE*)(void*);
     return (*static_cast<Release**>(unknown))[2](unknown);
 }

@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::int64_t unitsPerSecond = 10'000'000;
 constexpr std::int64_t unitsPerMs = 10'000;
+constexpr std::int64_t usualKeepMs = 20;
 constexpr std::int64_t nonsenseStamp = 0x0123456789ABCDEF;
 
 template <class Value>
@@ -26,15 +27,15 @@ void Put(Value value, std::byte* to, std::size_t size = sizeof(Value)) {
     std::memcpy(to, &value, size);
 }
 
-/// 10 ms, or longer until the packet takes a whole number of 100 ns. Else the stamps, which are cut to that, would not
-/// follow on one another: now and then a packet ends before the next one's first frame, by less than a hundredth of a
-/// frame, and where the two round differently a frame of silence is between them.
+/// At least 10 ms, and a whole number of 100 ns. Otherwise the timestamps, which are truncated to that, would leave
+/// gaps of less than a hundredth of a frame between packets, and rounding would turn some of them into a frame of
+/// silence.
 unsigned PacketFrames(unsigned rate) {
     const unsigned step = rate / std::gcd(rate, static_cast<unsigned>(unitsPerSecond));
     return step == 0 ? 0 : (rate / 100 + step - 1) / step * step;
 }
 
-/// The rest of the last such rule, or no words.
+/// The rest of the last such rule, or an empty list.
 Words RuleOf(const std::string& device, const std::string& first) {
     const std::vector<Words> all = RulesOf(device, first);
     return all.empty() ? Words() : all.back();
@@ -82,6 +83,9 @@ ScriptedSound::ScriptedSound(const std::string& device, const SoundFormat& forma
     if (const Words words = RuleOf(device, "arrive"); !words.empty()) {
         arrive_ = Number(words.at(0)) * unitsPerMs;
     }
+    const Words keep = RuleOf(device, "keep");
+    const std::int64_t keptFrames = (keep.empty() ? usualKeepMs : Number(keep.at(0))) * format_.rate / 1000;
+    keptPackets_ = packetFrames_ == 0 ? 1 : std::max<std::int64_t>(keptFrames / packetFrames_, 1);
     if (const Words words = RuleOf(device, "gone"); !words.empty()) {
         goneAt_ = Number(words.at(0));
     }
@@ -130,18 +134,40 @@ std::int64_t ScriptedSound::PositionOf(std::int64_t packet) const {
     return start_ + packet * packetFrames_ * unitsPerSecond / format_.rate;
 }
 
-std::optional<SoundPacket> ScriptedSound::Waiting(std::int64_t now) {
-    while (const PacketRange* skip = RangeOf("skip", next_)) {
-        next_ = skip->first + skip->count;
+std::int64_t ScriptedSound::ArrivalOf(std::int64_t packet) const {
+    const PacketRange* late = RangeOf("late", packet);
+    return PositionOf(packet) + (late != nullptr ? late->value : arrive_);
+}
+
+std::int64_t ScriptedSound::AfterSkips(std::int64_t packet) const {
+    while (const PacketRange* skip = RangeOf("skip", packet)) {
+        packet = skip->first + skip->count;
     }
-    const PacketRange* late = RangeOf("late", next_);
-    if (now < PositionOf(next_) + (late != nullptr ? late->value : arrive_)) {
+    return packet;
+}
+
+void ScriptedSound::OverwriteOldest(std::int64_t now) {
+    std::int64_t waiting = 0;
+    for (std::int64_t packet = next_; now >= ArrivalOf(packet); packet = AfterSkips(packet + 1)) {
+        ++waiting;
+    }
+    for (; waiting > keptPackets_; --waiting) {
+        next_ = AfterSkips(next_ + 1);
+        overwritten_ = true;
+        ++lost_;
+    }
+}
+
+std::optional<SoundPacket> ScriptedSound::Waiting(std::int64_t now) {
+    next_ = AfterSkips(next_);
+    OverwriteOldest(now);
+    if (now < ArrivalOf(next_)) {
         return std::nullopt;
     }
     const PacketRange* shift = RangeOf("shift", next_);
     const bool noStamp = Has("timestamp-error", next_);
     SoundPacket packet{next_, packetFrames_, 0, Has("null", next_), 0};
-    packet.flags = (Has("discontinuity", next_) ? flagDiscontinuity : 0) |
+    packet.flags = (overwritten_ || Has("discontinuity", next_) ? flagDiscontinuity : 0) |
                    (Has("silent", next_) || packet.noData ? flagSilent : 0) | (noStamp ? flagTimestampError : 0);
     packet.position = noStamp ? nonsenseStamp : PositionOf(next_) + (shift != nullptr ? shift->value : 0);
     return packet;
@@ -155,7 +181,7 @@ void ScriptedSound::WriteSample(double value, std::byte* to) const {
     } else if (format_.bits == 8) {
         Put(static_cast<std::uint8_t>(std::lround(value * 127) + 128), to);
     } else {
-        // Little-endian, so the low bytes of the wider number are the sample.
+        // Little-endian: the low bytes of the wider number are the sample.
         const double full = std::ldexp(1.0, static_cast<int>(format_.bits) - 1) - 1;
         Put(static_cast<std::int32_t>(std::llround(value * full)), to, format_.bits / 8);
     }

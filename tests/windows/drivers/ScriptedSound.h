@@ -1,20 +1,23 @@
-// The sound of one device as the script wants it: a format, and packets of a tone with stamps and flags.
+// The scripted sound of one device: a format, and packets of a tone with timestamps and flags.
 //
-// Rules of the script, where DEVICE is "render" (what the speakers play), "capture" (the microphone) or "wave" (the
-// older way to it); CallChecker.h tells of the others:
-//   set DEVICE format RATE CHANNELS BITS TAG    TAG "pcm", "float", a number, each also with "+ext" behind it
-//   set DEVICE align BYTES                      a false block alignment
-//   set DEVICE tone HZ LEVEL                    channel c has LEVEL / (c + 1); a cosine, at its peak at the start
-//   set DEVICE packet FRAMES                    unless set, 10 ms or the next longer time of whole 100 ns
-//   set DEVICE arrive MS                        a packet waits from so long after its first frame was captured, less
-//                                               than 0 is ahead of time; unless set, once its last frame is captured
-//   set DEVICE late FIRST COUNT MS              for these packets instead
-//   set DEVICE flag FIRST COUNT WHAT            "silent" (the data is noise then), "discontinuity", "timestamp-error"
-//                                               (the stamp is nonsense then), "null" (no data), "loud" (infinities)
-//   set DEVICE skip FIRST COUNT                 the device is stalled: these packets never come
-//   set DEVICE shift FIRST COUNT MS             the stamps of these packets are off by so much
-//   set DEVICE gone PACKETS                     taken away once so many were delivered
-//   set DEVICE absent                           there is none
+// Rules of the script, in addition to those of CallChecker.h. DEVICE is "render" (the speakers), "capture" (the
+// microphone) or "wave" (the microphone through the compatibility driver):
+//   set DEVICE format RATE CHANNELS BITS TAG    TAG is "pcm", "float" or a number, each optionally followed by "+ext"
+//   set DEVICE align BYTES                      a wrong block alignment
+//   set DEVICE tone HZ LEVEL                    channel c has LEVEL / (c + 1); a cosine with its peak at the start
+//   set DEVICE packet FRAMES                    by default 10 ms or the next longer time of whole 100 ns
+//   set DEVICE arrive MS                        a packet arrives MS after its first frame was captured, early if
+//                                               negative; by default when its last frame is captured
+//   set DEVICE late FIRST COUNT MS              the same for these packets only
+//   set DEVICE keep MS                          the stream buffer: packets beyond the last MS overwrite the oldest, and
+//                                               the next packet is flagged as a discontinuity; by default 20 ms, as in
+//                                               a stream that is opened with a duration of 0
+//   set DEVICE flag FIRST COUNT WHAT            "silent" (with noise as data), "discontinuity", "timestamp-error" (with
+//                                               a wrong timestamp), "null" (no data), "loud" (infinite samples)
+//   set DEVICE skip FIRST COUNT                 the device stalls: these packets never arrive
+//   set DEVICE shift FIRST COUNT MS             shifts the timestamps of these packets
+//   set DEVICE gone PACKETS                     the device is unplugged after so many packets
+//   set DEVICE absent                           there is no such device
 #pragma once
 
 #include <cstddef>
@@ -69,24 +72,32 @@ std::int64_t CounterNow();
 
 class ScriptedSound {
 public:
-    /// `format` is what the device has where the script does not say.
+    /// `format` is the default.
     explicit ScriptedSound(const std::string& device, const SoundFormat& format = SoundFormat());
 
     const SoundFormat& Format() const { return format_; }
     void Begin(std::int64_t now) { start_ = now; }
 
-    /// True once the device has been taken away.
+    /// Returns true once the device is unplugged.
     bool Gone() const { return goneAt_ && next_ >= *goneAt_; }
 
-    /// The next packet, if it waits by now.
+    /// The next packet, if it has arrived.
     std::optional<SoundPacket> Waiting(std::int64_t now);
-    void Advance() { ++next_; }
+    void Advance() {
+        ++next_;
+        overwritten_ = false;
+    }
+    /// The number of packets that were overwritten before they were read.
+    std::int64_t Lost() const { return lost_; }
 
     /// Writes the frames of a packet.
     void Render(const SoundPacket& packet, std::byte* to) const;
 
 private:
     std::int64_t PositionOf(std::int64_t packet) const;
+    std::int64_t ArrivalOf(std::int64_t packet) const;
+    std::int64_t AfterSkips(std::int64_t packet) const;
+    void OverwriteOldest(std::int64_t now);
     bool Has(const std::string& what, std::int64_t packet) const;
     const PacketRange* RangeOf(const std::string& what, std::int64_t packet) const;
     void ReadFormat(const Words& words);
@@ -98,6 +109,9 @@ private:
     double level_ = 0.25;
     unsigned packetFrames_ = 480;
     std::int64_t arrive_ = 0;  ///< 100 ns
+    std::int64_t keptPackets_ = 2;
+    bool overwritten_ = false;  ///< packets before the next one were overwritten
+    std::int64_t lost_ = 0;
     std::vector<PacketRange> ranges_;
     std::optional<std::int64_t> goneAt_;
     std::int64_t start_ = 0;

@@ -1,9 +1,9 @@
-// The double of the wave input functions (winmm.dll): one microphone, recording what the script of ScriptedSound.h
-// wants of the device "wave", always 16 bits at 48 kHz. Rules for "fail" and "delay" name the functions. Further rules:
-//   set wave short NTH BYTES     the NTH buffer comes back with so many bytes in it
+// The double of the wave input functions (winmm.dll): one microphone, scripted by the rules of ScriptedSound.h for the
+// device "wave", always 16 bits at 48 kHz. Rules for "fail" and "delay" name the functions. Further rules:
+//   set wave short NTH BYTES     the NTH buffer is returned with so many bytes
 //   set wave name NAME           another input's name; the microphone itself is "Microphone"
-// It fills the buffers in the order in which they were queued, from a thread of its own, and complains about headers
-// that are not prepared, queued twice, freed while the device has them, or left when it is closed.
+// A thread fills the buffers in the order in which they were queued. It complains about headers that are not prepared,
+// queued twice, freed while they are queued, or still prepared when the device is closed.
 #define _WINMM_  // the functions are defined here and not imported
 #include <windows.h>
 
@@ -30,7 +30,7 @@ struct WaveDevice {
     ScriptedSound sound{"wave", waveFormat};
     DWORD owner = GetCurrentThreadId();
 
-    std::mutex mutex;  ///< guards what follows
+    std::mutex mutex;  ///< guards the following fields
     std::set<WAVEHDR*> prepared;
     std::deque<WAVEHDR*> queue;
     bool running = false;
@@ -43,15 +43,15 @@ struct WaveDevice {
         if (GetCurrentThreadId() != owner) {
             Complain(name + " from a second thread");
         }
-        const Verdict verdict = Called(name.c_str());
-        return verdict.fails ? static_cast<MMRESULT>(verdict.code) : MMSYSERR_NOERROR;
+        const ScriptedResult scripted = CountCall(name.c_str());
+        return scripted.fails ? static_cast<MMRESULT>(scripted.code) : MMSYSERR_NOERROR;
     }
 };
 
-/// The one that is open, or null. A computer has more, but the program has no use for a second.
+/// The open device, or null.
 std::atomic<WaveDevice*> openDevice{nullptr};
 
-/// The device of a handle; complains and answers null when it is none.
+/// The device of a handle. Complains and returns null if it is not open.
 WaveDevice* DeviceOf(HWAVEIN handle, const char* call) {
     WaveDevice* device = openDevice;
     if (device == nullptr || reinterpret_cast<WaveDevice*>(handle) != device) {
@@ -70,7 +70,7 @@ std::size_t BytesOfBuffer(std::int64_t nth) {
     return bufferSamples * 2;
 }
 
-/// Gives the oldest buffer back with the next packet in it. Called under the mutex.
+/// Returns the oldest buffer with the next packet in it. Called with the mutex held.
 void FillOldest(WaveDevice& device, const SoundPacket& packet) {
     WAVEHDR& header = *device.queue.front();
     device.queue.pop_front();
