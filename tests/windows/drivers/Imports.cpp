@@ -194,6 +194,19 @@ HRESULT WINAPI SetIdentity(const wchar_t* identity) {
     return S_OK;
 }
 
+/// Fails while another menu is open, as in Windows but not in Wine.
+BOOL WINAPI TrackMenu(HMENU menu, UINT flags, int x, int y, int reserved, HWND owner, const RECT* area) {
+    static bool open = false;
+    if (open) {
+        SetLastError(ERROR_POPUP_ALREADY_ACTIVE);
+        return FALSE;
+    }
+    open = true;
+    const BOOL chosen = TrackPopupMenu(menu, flags, x, y, reserved, owner, area);
+    open = false;
+    return chosen;
+}
+
 // A paint of the main window begins with a query of its size. An aborted one ends in the system's default handling.
 
 BOOL WINAPI GetSize(HWND window, RECT* size) {
@@ -222,7 +235,7 @@ struct Import {
 };
 
 const Import* ImportNamed(const char* name) {
-    static const std::array<Import, 14> imports = {{
+    static const std::array<Import, 15> imports = {{
         {"malloc", reinterpret_cast<void*>(Allocate)},
         {"calloc", reinterpret_cast<void*>(AllocateZeroed)},
         {"realloc", reinterpret_cast<void*>(Reallocate)},
@@ -235,6 +248,7 @@ const Import* ImportNamed(const char* name) {
         {"WaitForMultipleObjects", reinterpret_cast<void*>(WaitForSeveral)},
         {"CoInitializeEx", reinterpret_cast<void*>(EnterCom)},
         {"SetCurrentProcessExplicitAppUserModelID", reinterpret_cast<void*>(SetIdentity)},
+        {"TrackPopupMenu", reinterpret_cast<void*>(TrackMenu)},
         {"GetClientRect", reinterpret_cast<void*>(GetSize)},
         {"DefWindowProcW", reinterpret_cast<void*>(HandleByDefault)},
     }};

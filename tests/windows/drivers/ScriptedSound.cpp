@@ -19,7 +19,6 @@ namespace {
 
 constexpr std::int64_t unitsPerSecond = 10'000'000;
 constexpr std::int64_t unitsPerMs = 10'000;
-constexpr std::int64_t usualKeepMs = 20;
 constexpr std::int64_t nonsenseStamp = 0x0123456789ABCDEF;
 
 template <class Value>
@@ -83,9 +82,12 @@ ScriptedSound::ScriptedSound(const std::string& device, const SoundFormat& forma
     if (const Words words = RuleOf(device, "arrive"); !words.empty()) {
         arrive_ = Number(words.at(0)) * unitsPerMs;
     }
-    const Words keep = RuleOf(device, "keep");
-    const std::int64_t keptFrames = (keep.empty() ? usualKeepMs : Number(keep.at(0))) * format_.rate / 1000;
-    keptPackets_ = packetFrames_ == 0 ? 1 : std::max<std::int64_t>(keptFrames / packetFrames_, 1);
+    if (const Words words = RuleOf(device, "keep"); !words.empty()) {
+        const std::int64_t frames = Number(words.at(0)) * format_.rate / 1000;
+        keptPackets_ = packetFrames_ == 0 ? 1 : std::max<std::int64_t>(frames / packetFrames_, 1);
+    } else if (device == "wave") {
+        keptPackets_ = std::numeric_limits<std::int64_t>::max();
+    }
     if (const Words words = RuleOf(device, "gone"); !words.empty()) {
         goneAt_ = Number(words.at(0));
     }

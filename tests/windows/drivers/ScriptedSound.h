@@ -10,8 +10,9 @@
 //                                               negative; by default when its last frame is captured
 //   set DEVICE late FIRST COUNT MS              the same for these packets only
 //   set DEVICE keep MS                          the stream buffer: packets beyond the last MS overwrite the oldest, and
-//                                               the next packet is flagged as a discontinuity; by default 20 ms, as in
-//                                               a stream that is opened with a duration of 0
+//                                               the next packet is flagged as a discontinuity; by default two packets,
+//                                               as in a stream that is opened with a duration of 0; without a limit
+//                                               for "wave", which waits for buffers
 //   set DEVICE flag FIRST COUNT WHAT            "silent" (with noise as data), "discontinuity", "timestamp-error" (with
 //                                               a wrong timestamp), "null" (no data), "loud" (infinite samples)
 //   set DEVICE skip FIRST COUNT                 the device stalls: these packets never arrive
