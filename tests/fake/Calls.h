@@ -1,7 +1,8 @@
 // One record of every call that the fakes receive, in order, and the plan of which of them fail.
 //
 // A fake opens each of its functions with `Call call("Name");`, which notes the call, runs the test's hook and
-// answers whether this one has to fail. What a fake allocates is not counted by Allocations.
+// answers whether this one has to fail. `Call call("Name", "subject")` also notes what the call is about. What a fake
+// allocates is not counted by Allocations.
 #pragma once
 
 #include <cstdint>
@@ -12,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace zv::fake {
@@ -29,6 +31,7 @@ struct Fault {
 struct Calls {
     std::mutex mutex;
     std::vector<const char*> names;
+    std::vector<std::string> subjects;     ///< of each call, mostly empty
     std::vector<std::thread::id> threads;  ///< of each call
     std::map<std::string, int> counts;
     std::vector<Fault> faults;
@@ -44,6 +47,7 @@ inline void ResetCalls() {
     Calls& calls = TheCalls();
     const std::lock_guard lock(calls.mutex);
     calls.names.clear();
+    calls.subjects.clear();
     calls.threads.clear();
     calls.counts.clear();
     calls.faults.clear();
@@ -67,6 +71,17 @@ inline std::vector<std::string> CallNames() {
     return {TheCalls().names.begin(), TheCalls().names.end()};
 }
 
+/// "Name subject" for each call, or "Name" without a subject.
+inline std::vector<std::string> CallLog() {
+    const std::lock_guard lock(TheCalls().mutex);
+    std::vector<std::string> log;
+    for (std::size_t i = 0; i < TheCalls().names.size(); ++i) {
+        const std::string& subject = TheCalls().subjects[i];
+        log.push_back(TheCalls().names[i] + (subject.empty() ? subject : " " + subject));
+    }
+    return log;
+}
+
 inline int CountOf(const std::string& name) {
     const std::lock_guard lock(TheCalls().mutex);
     return TheCalls().counts[name];
@@ -74,10 +89,10 @@ inline int CountOf(const std::string& name) {
 
 class Call {
 public:
-    explicit Call(const char* name) {
+    explicit Call(const char* name, std::string subject = {}) {
         ++callDepth;
         try {
-            const int nth = Note(name);
+            const int nth = Note(name, std::move(subject));
             if (TheCalls().hook) {
                 TheCalls().hook(name, nth);
             }
@@ -95,10 +110,11 @@ public:
     std::int32_t Code() const { return code_.value_or(0); }
 
 private:
-    static int Note(const char* name) {
+    static int Note(const char* name, std::string subject) {
         Calls& calls = TheCalls();
         const std::lock_guard lock(calls.mutex);
         calls.names.push_back(name);
+        calls.subjects.push_back(std::move(subject));
         calls.threads.push_back(std::this_thread::get_id());
         return ++calls.counts[name];
     }

@@ -27,6 +27,9 @@ bool CaptureEngine::Configure(const CaptureConfig& requested) {
     const Stay stay;
     const Call call("Configure");
     TheEngine().configs.push_back(requested);
+    if (TheEngine().unchanged) {
+        return true;
+    }
     statusText = call.Fails() ? u"Not configured" : u"Configured";
     state = call.Fails() ? EngineState::Failed : EngineState::Ready;
     return !call.Fails();
@@ -36,6 +39,9 @@ bool CaptureEngine::StartReplay(bool enable, std::int32_t seconds) {
     const Stay stay;
     const Call call("StartReplay");
     TheEngine().replayStarts.push_back({enable, seconds});
+    if (TheEngine().unchanged) {
+        return true;
+    }
     replayRunning = enable && !call.Fails();
     statusText = call.Fails() ? u"Replay not started" : enable ? u"Replay on" : u"Replay off";
     return !call.Fails();
@@ -99,6 +105,7 @@ void ResetEngine(CaptureEngine& engine) {
     controls.clips.clear();
     controls.recordings.clear();
     controls.pollResult = {};
+    controls.unchanged = false;
     controls.overlapped = false;
     engine.state = EngineState::Idle;
     engine.replayRunning = false;

@@ -24,6 +24,7 @@ struct EngineControls {
     std::vector<Text> clips;
     std::vector<Text> recordings;
     CapturePollResult pollResult;
+    bool unchanged = false;  ///< Configure and StartReplay succeed and change nothing
     std::atomic<int> inside{0};
     std::atomic<bool> overlapped{false};
 };

@@ -1,6 +1,7 @@
 #include "fake/Window.h"
 
 #include <algorithm>
+#include <string>
 
 namespace zv {
 
@@ -17,6 +18,10 @@ struct AppWindow {
 struct InstanceClaim {};
 
 namespace {
+
+/// The window's class, for the log of the calls.
+std::string ClassOf(const WindowOptions& options) { return {options.className.begin(), options.className.end()}; }
+std::string ClassOf(const AppWindow& window) { return ClassOf(window.record.options); }
 
 std::vector<AppWindow*>& Standing() {
     static std::vector<AppWindow*> windows;
@@ -48,7 +53,7 @@ void End(AppWindow& window) {
         return;
     }
     window.ended = true;
-    const Call call("destroy");
+    const Call call("destroy", ClassOf(window));
     window.procedure(window, message::destroy, 0, 0);
     TheWindows().shownWindows -= static_cast<int>(window.record.shown);
     window.record.shown = false;
@@ -72,7 +77,7 @@ void Closer<InstanceClaim>::operator()(InstanceClaim* claim) const noexcept {
 bool OpenSession() { return !Call("OpenSession").Fails(); }
 
 Owned<AppWindow> MakeWindow(const WindowOptions& options) {
-    const Call call("MakeWindow");
+    const Call call("MakeWindow", ClassOf(options));
     if (call.Fails()) {
         return nullptr;
     }
@@ -88,22 +93,22 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options) {
 }
 
 void ShowWindowPlain(AppWindow& window) {
-    const Call call("ShowWindowPlain");
+    const Call call("ShowWindowPlain", ClassOf(window));
     SetShown(window, true);
 }
 
 void HideWindow(AppWindow& window) {
-    const Call call("HideWindow");
+    const Call call("HideWindow", ClassOf(window));
     SetShown(window, false);
 }
 
 void ShowWithoutActivating(AppWindow& window) {
-    const Call call("ShowWithoutActivating");
+    const Call call("ShowWithoutActivating", ClassOf(window));
     SetShown(window, true);
 }
 
 void ShowInFront(AppWindow& window) {
-    const Call call("ShowInFront");
+    const Call call("ShowInFront", ClassOf(window));
     window.record.icon = false;
     SetShown(window, true);
     TheWindows().inFront = &window;
@@ -114,14 +119,14 @@ bool IsWindowShown(AppWindow& window) { return window.record.shown; }
 bool IsWindowIcon(AppWindow& window) { return window.record.icon; }
 
 void ShowTopmostAt(AppWindow& window, const Rectangle& bounds) {
-    const Call call("ShowTopmostAt");
+    const Call call("ShowTopmostAt", ClassOf(window));
     window.record.topmost = true;
     Place(window, bounds);
     SetShown(window, true);
 }
 
 void PlaceWindow(AppWindow& window, const Rectangle& bounds) {
-    const Call call("PlaceWindow");
+    const Call call("PlaceWindow", ClassOf(window));
     Place(window, bounds);
 }
 
@@ -132,27 +137,27 @@ Rectangle ClientBounds(AppWindow& window) { return window.record.bounds; }
 int DpiOfWindow(AppWindow& window) { return window.record.dpi; }
 
 void SetColorKey(AppWindow& window, std::uint32_t color) {
-    const Call call("SetColorKey");
+    const Call call("SetColorKey", ClassOf(window));
     window.record.colorKey = color;
 }
 
 void SetConstantAlpha(AppWindow& window, std::uint8_t alpha) {
-    const Call call("SetConstantAlpha");
+    const Call call("SetConstantAlpha", ClassOf(window));
     window.record.alpha = alpha;
 }
 
 void ExcludeFromCapture(AppWindow& window) {
-    const Call call("ExcludeFromCapture");
+    const Call call("ExcludeFromCapture", ClassOf(window));
     window.record.excluded = true;
 }
 
 void SetDarkFrame(AppWindow& window) {
-    const Call call("SetDarkFrame");
+    const Call call("SetDarkFrame", ClassOf(window));
     window.record.darkFrame = true;
 }
 
 void SetWindowIcons(AppWindow& window, const AppIcon* big, const AppIcon* little) {
-    const Call call("SetWindowIcons");
+    const Call call("SetWindowIcons", ClassOf(window));
     window.record.bigIcon = big;
     window.record.littleIcon = little;
 }
@@ -234,19 +239,19 @@ std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t code, std::uintp
 }
 
 void StartTimer(AppWindow& window, std::uintptr_t id, std::uint32_t periodMs) {
-    const Call call("StartTimer");
+    const Call call("StartTimer", std::to_string(id));
     window.record.timers[id] = periodMs;
     TheWindows().timers[id] = periodMs;
 }
 
 void StopTimer(AppWindow& window, std::uintptr_t id) {
-    const Call call("StopTimer");
+    const Call call("StopTimer", std::to_string(id));
     window.record.timers.erase(id);
     TheWindows().timers.erase(id);
 }
 
 bool RegisterGlobalKey(AppWindow&, int id, std::uint32_t modifiers, std::uint32_t virtualKey) {
-    const Call call("RegisterGlobalKey");
+    const Call call("RegisterGlobalKey", std::to_string(id));
     fake::WindowControls& controls = TheWindows();
     const bool ours = std::any_of(controls.keys.begin(), controls.keys.end(), [&](const auto& key) {
         return key.second == Combination{modifiers, virtualKey};
@@ -259,7 +264,7 @@ bool RegisterGlobalKey(AppWindow&, int id, std::uint32_t modifiers, std::uint32_
 }
 
 void UnregisterGlobalKey(AppWindow&, int id) {
-    const Call call("UnregisterGlobalKey");
+    const Call call("UnregisterGlobalKey", std::to_string(id));
     TheWindows().keys.erase(id);
 }
 

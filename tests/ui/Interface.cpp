@@ -14,7 +14,7 @@
 namespace zv {
 namespace {
 
-/// A quick job may have been collected by the very tick that started it: then there is nothing to wait for.
+/// Returns at once if the tick that started a quick job has collected it already.
 template <class T>
 void Await(const FutureSlot<T>& slot) {
     const auto waits = [&] { return slot.IsBusy() && !slot.IsFinished(); };
@@ -58,9 +58,9 @@ Interface::Interface() {
 Interface::~Interface() {
     gate_.Open();
     window_.reset();
-    Ui().capture.job.Wait();
-    Ui().capture.poll.Wait();
-    Ui().screenshot.job.Wait();
+    Ui().capture.captureJobSlot.Wait();
+    Ui().capture.capturePollSlot.Wait();
+    Ui().screenshot.screenshotSlot.Wait();
     EXPECT_FALSE(fake::TheEngine().overlapped) << "two threads were inside the engine at once";
     fake::ResetCalls();
 }
@@ -84,6 +84,7 @@ std::vector<Text> Interface::Activity() const {
 
 void Interface::OpenMainWindow() {
     WindowOptions options;
+    options.className = u"main";
     options.procedure = MainProc;
     options.visible = true;
     window_ = MakeWindow(options);
@@ -94,15 +95,22 @@ std::intptr_t Interface::Send(std::uint32_t code, std::uintptr_t wParam, std::in
 }
 void Interface::Tick() { Send(message::timer, housekeepingTimer); }
 void Interface::Collect() { Send(message::timer, collectionTimer); }
-void Interface::AwaitJob() { Await(Ui().capture.job); }
-void Interface::AwaitPoll() { Await(Ui().capture.poll); }
-void Interface::AwaitScreenshot() { Await(Ui().screenshot.job); }
+void Interface::AwaitJob() { Await(Ui().capture.captureJobSlot); }
+void Interface::AwaitPoll() { Await(Ui().capture.capturePollSlot); }
+void Interface::AwaitScreenshot() { Await(Ui().screenshot.screenshotSlot); }
 
 void Interface::FinishJob() {
     AwaitJob();
     Collect();
 }
 
-void Interface::RunTo(const std::string& operation) { gate_.AwaitArrival(operation); }
+void Interface::RunTo(const std::string& operation) { EXPECT_TRUE(gate_.AwaitArrival(operation)); }
+
+std::thread Interface::OpenGateUnless(const std::string& tooEarly) {
+    return std::thread([this, tooEarly] {
+        gate_.AwaitArrival(tooEarly, briefly);
+        gate_.Open();
+    });
+}
 
 }  // namespace zv

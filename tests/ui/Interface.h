@@ -1,14 +1,16 @@
 // What the tests of the interface share: folders of their own, fakes for engine and windows, and a gate that holds
-// an operation of the engine until the test lets it go.
+// an operation of the engine until the test opens it.
 #pragma once
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <set>
 #include <string>
+#include <thread>
 
 #include "core/AppCore.h"
 #include "core/SessionMarker.h"
@@ -30,7 +32,7 @@
 
 namespace zv {
 
-/// Holds the operations that are named to it until Open.
+/// Holds the named operations until Open.
 class Gate {
 public:
     Gate() = default;
@@ -54,10 +56,10 @@ public:
         changed_.notify_all();
         changed_.wait(lock, [&] { return !held_.contains(name); });
     }
-    /// Waits until an operation of that name has come to the gate.
-    void AwaitArrival(const std::string& name) {
+    /// Waits until an operation of that name has reached the gate. Returns false if none has within the time.
+    bool AwaitArrival(const std::string& name, std::chrono::milliseconds limit = std::chrono::seconds(60)) {
         std::unique_lock lock(mutex_);
-        EXPECT_TRUE(changed_.wait_for(lock, std::chrono::seconds(60), [&] { return reached_.contains(name); }));
+        return changed_.wait_for(lock, limit, [&] { return reached_.contains(name); });
     }
 
 private:
@@ -66,6 +68,9 @@ private:
     std::set<std::string> held_;
     std::set<std::string> reached_;
 };
+
+/// How long a test waits for what must not happen. A correct program passes however long it takes.
+inline constexpr std::chrono::milliseconds briefly{100};
 
 class Interface : public testing::Test {
 protected:
@@ -78,7 +83,7 @@ protected:
     /// The rows of the activity log, as "category: text".
     std::vector<Text> Activity() const;
 
-    /// Makes the main window as the program does.
+    /// Creates a main window.
     void OpenMainWindow();
     std::intptr_t Send(std::uint32_t code, std::uintptr_t wParam = 0, std::intptr_t lParam = 0);
     void Tick();                               ///< timer 42
@@ -88,10 +93,14 @@ protected:
     void AwaitScreenshot();                    ///< the same for the screenshot
     void FinishJob();                          ///< awaits and collects by timer 43
     void RunTo(const std::string& operation);  ///< until the worker is inside that operation, which the gate must hold
+    /// Opens the gate from another thread as soon as an operation that must wait for it has run too early, or if it
+    /// has not run. So a program that does not wait is found with the gate still closed.
+    std::thread OpenGateUnless(const std::string& tooEarly);
 
     support::TemporaryFolder folder_;
     Gate gate_;
-    /// Called inside every call of a fake that has passed the gate. Set while no worker runs, or holds one there.
+    /// Called in every call of a fake after the gate. Set it only while no worker runs, or while the gate holds the
+    /// worker.
     std::function<void(const std::string& name, int nth)> onCall_;
     Owned<AppWindow> window_;
 };

@@ -22,7 +22,7 @@ protected:
     Pages() {
         Ui() = {};
         Drawing() = {};
-        ForgetCachedIcons();
+        ClearIconCache();
         fake::ResetCalls();
         fake::ResetWindows();
         fake::ResetCanvas();
@@ -43,7 +43,7 @@ protected:
         ThePage() = {};
         Ui() = {};
         Drawing() = {};
-        ForgetCachedIcons();
+        ClearIconCache();
         EXPECT_EQ(fake::LivingCanvases(), 0);
         EXPECT_EQ(fake::LivingFonts(), 0);
         fake::ResetCalls();

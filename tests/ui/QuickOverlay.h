@@ -21,7 +21,7 @@ namespace zv {
 class QuickOverlay : public Interface {
 protected:
     QuickOverlay() {
-        ForgetCachedIcons();
+        ClearIconCache();
         fake::ResetCanvas();
         CreateFonts();
         CurrentSettings().captureRoot = Folder(u"captures");
@@ -41,7 +41,7 @@ protected:
         overlay_.reset();
         Ui().overlayState = {};
         DeleteFonts();
-        ForgetCachedIcons();
+        ClearIconCache();
         EXPECT_EQ(fake::LivingCanvases(), 0);
         EXPECT_EQ(fake::LivingFonts(), 0);
     }

@@ -12,41 +12,41 @@ namespace zv {
 
 void CaptureJob(std::function<Text()> function) {
     CaptureRecord& capture = Ui().capture;
-    if (capture.job.IsBusy()) {
+    if (capture.captureJobSlot.IsBusy()) {
         ShowStatus(u"Capture operation in progress - please wait.");
         return;
     }
     ArmCollectionTimer();
-    auto job = [poll = capture.poll.Release(), function = std::move(function)] {
+    auto job = [poll = capture.capturePollSlot.Release(), function = std::move(function)] {
         if (poll.valid()) {
             poll.wait();
         }
         return function();
     };
-    capture.job.Start(std::move(job), u"Capture operation failed. Check disk space and runtime files.");
+    capture.captureJobSlot.Start(std::move(job), u"Capture operation failed. Check disk space and runtime files.");
 }
 
 bool CollectCaptureJob() {
-    if (!Ui().capture.job.IsFinished()) {
+    if (!Ui().capture.captureJobSlot.IsFinished()) {
         return false;
     }
-    ShowStatus(Ui().capture.job.Take());
+    ShowStatus(Ui().capture.captureJobSlot.Take());
     AddActivity(u"Capture", Ui().statusText);
     return true;
 }
 
 void TickHealthPoll() {
     CaptureRecord& capture = Ui().capture;
-    if (capture.poll.IsFinished()) {
-        const CapturePollResult result = capture.poll.Take();
+    if (capture.capturePollSlot.IsFinished()) {
+        const CapturePollResult result = capture.capturePollSlot.Take();
         capture.secondsReady = result.bufferedSeconds;
         if (result.changed) {
             ShowStatus(result.status);
         }
     }
-    if (!capture.poll.IsBusy() && !capture.job.IsBusy()) {
-        capture.poll.Start([] { return PollCapture(Engine()); },
-                           CapturePollResult{0, true, u"Capture check failed. Try restarting replay."});
+    if (!capture.capturePollSlot.IsBusy() && !capture.captureJobSlot.IsBusy()) {
+        capture.capturePollSlot.Start([] { return PollCapture(Engine()); },
+                                      CapturePollResult{0, true, u"Capture check failed. Try restarting replay."});
     }
 }
 

@@ -30,7 +30,7 @@ struct ReplayOptions {
     std::int32_t seconds = static_cast<std::int32_t>(CurrentSettings().replaySeconds);
 };
 
-bool JobOrRecordingRuns() { return Ui().capture.job.IsBusy() || GetRecordingStatus().recording; }
+bool JobOrRecordingRuns() { return Ui().capture.captureJobSlot.IsBusy() || GetRecordingStatus().recording; }
 
 void ApplySettingsToWindows() {
     if (AppWindow* overlay = Ui().overlayWindow) {
@@ -61,7 +61,7 @@ void SaveReplay() {
 }
 
 void ToggleRecording() {
-    if (RefusedWith(Ui().capture.job.IsBusy(), u"Please wait for the current capture operation.")) {
+    if (RefusedWith(Ui().capture.captureJobSlot.IsBusy(), u"Please wait for the current capture operation.")) {
         return;
     }
     if (Engine().state == EngineState::Recording) {
@@ -80,7 +80,7 @@ void ToggleRecording() {
 }
 
 void TakeScreenshot() {
-    if (RefusedWith(Ui().screenshot.job.IsBusy(), u"Saving screenshot...")) {
+    if (RefusedWith(Ui().screenshot.screenshotSlot.IsBusy(), u"Saving screenshot...")) {
         return;
     }
     Ui().screenshot.reopenOverlayAfterScreenshot = IsOverlayShown();
@@ -93,14 +93,14 @@ void TakeScreenshot() {
     };
     ShowStatus(u"Saving screenshot...");
     ArmCollectionTimer();
-    Ui().screenshot.job.Start(std::move(task), Text(screenshotBrokenOff));
+    Ui().screenshot.screenshotSlot.Start(std::move(task), Text(screenshotBrokenOff));
 }
 
 bool CollectScreenshot() {
-    if (!Ui().screenshot.job.IsFinished()) {
+    if (!Ui().screenshot.screenshotSlot.IsFinished()) {
         return false;
     }
-    const Text result = Ui().screenshot.job.Take();
+    const Text result = Ui().screenshot.screenshotSlot.Take();
     if (std::exchange(Ui().screenshot.reopenOverlayAfterScreenshot, false)) {
         ReopenOverlay();
     }
@@ -126,7 +126,7 @@ void RestartCaptureJob() {
 }
 
 void SaveSettingsAndRefresh(const Text& message) {
-    if (RefusedWith(Ui().capture.job.IsBusy(), u"Please wait for the capture operation.")) {
+    if (RefusedWith(Ui().capture.captureJobSlot.IsBusy(), u"Please wait for the capture operation.")) {
         return;
     }
     ValidateSettings(CurrentSettings());
@@ -143,7 +143,8 @@ void SaveSettingsAndRefresh(const Text& message) {
 }
 
 void ApplyCaptureChange(const std::function<void()>& change) {
-    if (RefusedWith(Ui().capture.job.IsBusy(), u"Applying a capture change. Navigation is still available.") ||
+    if (RefusedWith(Ui().capture.captureJobSlot.IsBusy(),
+                    u"Applying a capture change. Navigation is still available.") ||
         RefusedWith(GetRecordingStatus().recording, u"Stop the manual recording before changing capture settings.")) {
         return;
     }

@@ -17,7 +17,8 @@ struct FastJob {
 };
 
 std::array<FastJob, 2> FastJobs() {
-    return {{{Ui().capture.job, true, CollectCaptureJob}, {Ui().screenshot.job, false, CollectScreenshot}}};
+    return {{{Ui().capture.captureJobSlot, true, CollectCaptureJob},
+             {Ui().screenshot.screenshotSlot, false, CollectScreenshot}}};
 }
 
 }  // namespace
@@ -50,8 +51,8 @@ void WaitForFileJobs() {
 }
 
 void WaitForEngineJobs() {
-    Ui().capture.job.Wait();
-    Ui().capture.poll.Wait();
+    Ui().capture.captureJobSlot.Wait();
+    Ui().capture.capturePollSlot.Wait();
 }
 
 }  // namespace zv

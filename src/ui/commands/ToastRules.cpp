@@ -37,7 +37,7 @@ constexpr ToastRule toastRules[] = {
     {Match::AnyWord, true, {u"missing"}, u"Capture runtime missing - check Status"},
 };
 
-bool Fits(const ToastRule& rule, TextView status) {
+bool Matches(const ToastRule& rule, TextView status) {
     const auto occurs = [&](TextView word) { return !word.empty() && Contains(status, word); };
     const auto absent = [&](TextView word) { return !word.empty() && !Contains(status, word); };
     switch (rule.match) {
@@ -56,7 +56,7 @@ bool Fits(const ToastRule& rule, TextView status) {
 Toast ToastTextForStatus(TextView status) {
     const Text lowered = Lowered(status);
     for (const ToastRule& rule : toastRules) {
-        if (Fits(rule, rule.lowered ? TextView(lowered) : status)) {
+        if (Matches(rule, rule.lowered ? TextView(lowered) : status)) {
             return {Text(rule.text), rule.icon};
         }
     }

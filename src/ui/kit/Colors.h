@@ -1,4 +1,4 @@
-// The colours of the interface that no theme changes. The accent that does change is UiGlobals::accentColor.
+// The colours that no theme changes. The accent colour of the theme is DrawingContext::accentColor.
 #pragma once
 
 #include "platform/Canvas.h"
@@ -25,11 +25,11 @@ inline constexpr Color toast = Rgb(35, 34, 39);
 inline constexpr Color badge = Rgb(20, 15, 30);
 inline constexpr Color badgeRecording = Rgb(255, 100, 125);
 
-/// Of the overlay's own frames and active texts, whatever the theme. Also the accent of the purple theme.
+/// Of the overlay's frames and active texts in every theme, and the accent of the purple theme.
 inline constexpr Color purple = Rgb(151, 119, 255);
 inline constexpr Color black = Rgb(0, 0, 0);
 
-/// Where the overlay is of this colour it is not there.
+/// The overlay is transparent where it has this colour.
 inline constexpr Color overlayKey = Rgb(1, 2, 3);
 
 }  // namespace zv::color

@@ -24,7 +24,7 @@ inline constexpr std::int32_t mainHeight = 680;
 void FitMainWindow(UiState& state, std::int32_t clientWidth, std::int32_t clientHeight, std::int32_t dpi);
 void FitOverlay(UiState& state, std::int32_t clientWidth, std::int32_t clientHeight);
 
-/// The answer to message::paint. Without the memory for a back buffer the window is painted in strips.
+/// Handles message::paint. Without memory for a back buffer it paints the window in strips.
 void PaintWindow(AppWindow& window, UiState& state, bool overlay);
 
 /// Keeps a back buffer of that size or makes one. Returns false, with no back buffer, if it cannot be made.

@@ -11,7 +11,7 @@ namespace zv {
 namespace {
 
 constexpr double penWidth = 4;
-constexpr std::int32_t cachedSize = 320;  ///< the pictures are painted four times as large as they are shown
+constexpr std::int32_t cachedSize = 320;  ///< four times the size on the screen
 constexpr std::int32_t shownSize = 80;
 constexpr double cachedScale = 4;
 
@@ -20,7 +20,7 @@ PointF OnCircle(double radius, double degrees) {
     return {radius * std::cos(angle), radius * std::sin(angle)};
 }
 
-/// At the end of an arc that goes clockwise, pointing on.
+/// At the end of a clockwise arc, in its direction.
 void FillArrowhead(Canvas& canvas, double radius, double degrees, Color color) {
     constexpr double halfWidth = 9;
     constexpr double length = 13;
@@ -108,7 +108,7 @@ Owned<Canvas> PaintForCache(IconKind kind, Color color) {
     return picture;
 }
 
-/// Null when the picture cannot be had.
+/// Returns null without memory for the picture.
 Canvas* FindOrPaint(IconKind kind, Color color) {
     for (const CachedIcon& icon : Cache()) {
         if (icon.kind == kind && icon.color == color) {
@@ -145,6 +145,6 @@ void DrawCachedIcon(Canvas& canvas, std::int32_t x, std::int32_t y, IconKind kin
     DrawPixels(canvas, {x - half, y - half, x + half, y + half}, PixelsOf(*picture));
 }
 
-void ForgetCachedIcons() { Cache().clear(); }
+void ClearIconCache() { Cache().clear(); }
 
 }  // namespace zv

@@ -1,4 +1,4 @@
-// The six icons that are drawn and not loaded, each about 60 design pixels wide.
+// The six large icons, each about 60 design pixels wide.
 #pragma once
 
 #include <cstdint>
@@ -13,10 +13,9 @@ enum class IconKind : std::int32_t { Replay = 0, Record = 1, Download = 2, Broad
 /// Centred on (x, y).
 void DrawVectorIcon(Canvas& canvas, std::int32_t x, std::int32_t y, IconKind kind, Color color);
 
-/// The same picture from a cache, with the black that it was painted on: only for black backgrounds.
+/// The same from a cache, with a black background: for black controls only.
 void DrawCachedIcon(Canvas& canvas, std::int32_t x, std::int32_t y, IconKind kind, Color color);
 
-/// Empties the cache.
-void ForgetCachedIcons();
+void ClearIconCache();
 
 }  // namespace zv

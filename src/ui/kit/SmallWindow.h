@@ -1,4 +1,4 @@
-// What notification, badge and shortcut editor have in common: windows that show one picture and have no targets.
+// What notification, badge and shortcut editor share: windows that show one picture and have no targets.
 #pragma once
 
 #include <cstdint>
@@ -10,11 +10,11 @@
 
 namespace zv {
 
-/// The answer to message::paint: `draw` paints the whole client area, in device pixels. Without the memory for a
-/// picture nothing changes on the screen.
+/// Handles message::paint: `draw` paints the whole client area, in device pixels. Without memory for a picture the
+/// screen does not change.
 void PaintSmallWindow(AppWindow& window, const std::function<void(Canvas& canvas, const Rectangle& client)>& draw);
 
-/// The answers of a window that no click may reach or activate. Nothing for the other messages.
+/// Returns the answer of a window that mouse clicks pass through. Returns nothing for other messages.
 std::optional<std::intptr_t> ClickThroughAnswer(std::uint32_t message);
 
 }  // namespace zv

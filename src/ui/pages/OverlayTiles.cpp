@@ -21,10 +21,10 @@ constexpr std::int32_t popoverCorner = 12;
 
 /// The state that the page shows, read once at the start of a paint.
 struct TileState {
-    bool job = Ui().capture.job.IsBusy();
+    bool job = Ui().capture.captureJobSlot.IsBusy();
     bool recording = GetRecordingStatus().recording;
     bool replay = Engine().replayRunning;
-    bool screenshot = Ui().screenshot.job.IsBusy();
+    bool screenshot = Ui().screenshot.screenshotSlot.IsBusy();
 
     bool MayChange() const { return !recording && !job; }
 };

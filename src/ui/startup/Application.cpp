@@ -113,7 +113,7 @@ int RunApplication(const Text& commandLine) {
     RunMessageLoop();
     DeleteFonts();
     ReleaseProgramWindows();
-    ForgetCachedIcons();
+    ClearIconCache();
     return 0;
 }
 

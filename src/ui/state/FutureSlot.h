@@ -9,7 +9,7 @@
 
 namespace zv {
 
-/// What the timers need of a slot, whatever its result.
+/// A slot without the type of its result.
 class JobSlot {
 public:
     /// Returns true until the result is collected, even if the worker has ended.

@@ -26,15 +26,15 @@ struct ProgramWindows {
 
 /// The engine's jobs and what the last of them reported.
 struct CaptureRecord {
-    FutureSlot<Text> job;  ///< the text to show
-    FutureSlot<CapturePollResult> poll;
+    FutureSlot<Text> captureJobSlot;  ///< the text to show
+    FutureSlot<CapturePollResult> capturePollSlot;
     std::int32_t secondsReady = 0;        ///< in the replay buffer at the last collected poll
     std::int64_t recordingStartTime = 0;  ///< SteadyNs() at the latest recording command
     bool displayChangePending = false;
 };
 
 struct ScreenshotRecord {
-    FutureSlot<Text> job;  ///< the text to show
+    FutureSlot<Text> screenshotSlot;  ///< the text to show
     bool reopenOverlayAfterScreenshot = false;
 };
 

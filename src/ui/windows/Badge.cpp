@@ -31,14 +31,14 @@ void FollowFrontProcess(std::uint32_t processId) {
     ui.badge.processIsKnownGame = same && IsKnownGame(process.imagePath);
 }
 
-BadgeMoment Now(const std::optional<FrontWindow>& front) {
+BadgeMoment CurrentMoment(const std::optional<FrontWindow>& front) {
     UiGlobals& ui = Ui();
     BadgeMoment moment;
     moment.overlayShown = IsOverlayShown();
-    moment.screenshotRuns = ui.screenshot.job.IsBusy();
+    moment.screenshotRuns = ui.screenshot.screenshotSlot.IsBusy();
     moment.recording = GetRecordingStatus().recording;
     moment.replaying = Engine().replayRunning;
-    moment.captureJobRuns = ui.capture.job.IsBusy();
+    moment.captureJobRuns = ui.capture.captureJobSlot.IsBusy();
     moment.monitorDevice = CurrentSettings().monitorDevice;
     moment.frontIsGame = ui.badge.processIsKnownGame;
     moment.front = front ? &*front : nullptr;
@@ -46,7 +46,7 @@ BadgeMoment Now(const std::optional<FrontWindow>& front) {
 }
 
 void DrawBadge(Canvas& canvas, const Rectangle& client) {
-    const BadgeState state = BadgeStateOf(Now(std::nullopt));
+    const BadgeState state = BadgeStateOf(CurrentMoment(std::nullopt));
     const Color accent = Drawing().accentColor;
     const std::int32_t middle = client.right / 2;
     const Rectangle right{middle, 0, client.right - 3, client.bottom};
@@ -68,7 +68,7 @@ void UpdateBadge() {
     }
     const std::optional<FrontWindow> front = LookUpFrontWindow();
     FollowFrontProcess(front ? front->processId : 0);
-    const BadgeMoment moment = Now(front);
+    const BadgeMoment moment = CurrentMoment(front);
     if (!ShowsBadge(moment)) {
         HideBadge();
         return;

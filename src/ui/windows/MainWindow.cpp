@@ -127,11 +127,11 @@ void OnCollectionTimer(AppWindow& window) {
 void OnHousekeepingTimer() {
     RefreshGameName();
     UpdateBadge();
-    if (Ui().capture.displayChangePending && !Ui().capture.job.IsBusy()) {
+    if (Ui().capture.displayChangePending && !Ui().capture.captureJobSlot.IsBusy()) {
         Ui().capture.displayChangePending = false;
         RestartCaptureJob();
     }
-    if (Ui().capture.job.IsBusy()) {
+    if (Ui().capture.captureJobSlot.IsBusy()) {
         CollectCaptureJob();
     } else {
         TickHealthPoll();

@@ -96,8 +96,9 @@ void RenderQuickOverlay(Canvas& canvas) {
 std::uint32_t OverlaySignature() {
     const Settings& settings = CurrentSettings();
     const auto bit = [](bool on, std::uint32_t index) { return on ? 1U << index : 0U; };
-    return bit(Ui().capture.job.IsBusy(), 0) | bit(GetRecordingStatus().recording, 1) | bit(Engine().replayRunning, 2) |
-           bit(settings.micEnabled, 3) | bit(settings.gameAudioEnabled, 4) | bit(Ui().capture.secondsReady >= 1, 5);
+    return bit(Ui().capture.captureJobSlot.IsBusy(), 0) | bit(GetRecordingStatus().recording, 1) |
+           bit(Engine().replayRunning, 2) | bit(settings.micEnabled, 3) | bit(settings.gameAudioEnabled, 4) |
+           bit(Ui().capture.secondsReady >= 1, 5);
 }
 
 void RefreshOverlay() {

@@ -1,9 +1,6 @@
 // The commands, their refusals and what they hand to the worker.
 #include "ui/commands/Commands.h"
 
-#include <chrono>
-#include <thread>
-
 #include "ui/Interface.h"
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/CaptureSettings.h"
@@ -76,7 +73,7 @@ std::vector<Refusal> Refusals() {
 
 class RefusedCommands : public Commands, public testing::WithParamInterface<std::size_t> {};
 
-TEST_P(RefusedCommands, SayWhyAndChangeNothing) {
+TEST_P(RefusedCommands, ShowTheReasonAndChangeNothing) {
     const Refusal row = Refusals()[GetParam()];
     SCOPED_TRACE(row.name);
     Engine().replayRunning = true;
@@ -93,7 +90,7 @@ TEST_P(RefusedCommands, SayWhyAndChangeNothing) {
     EXPECT_EQ(CurrentSettings(), before);
     EXPECT_EQ(SettingsBytes(), "");
     EXPECT_EQ(fake::CallNames(), callsBefore);
-    EXPECT_EQ(Ui().capture.job.IsBusy(), row.duringJob);
+    EXPECT_EQ(Ui().capture.captureJobSlot.IsBusy(), row.duringJob);
     EXPECT_THAT(Activity(), IsEmpty());
 }
 
@@ -102,10 +99,10 @@ INSTANTIATE_TEST_SUITE_P(Table, RefusedCommands, testing::Range(std::size_t{0}, 
 TEST_F(Commands, SavingWithoutAReplayIsRefused) {
     SaveReplay();
     EXPECT_EQ(Ui().statusText, u"Replay is paused. Turn on automatic replay in Settings > Capture.");
-    EXPECT_FALSE(Ui().capture.job.IsBusy());
+    EXPECT_FALSE(Ui().capture.captureJobSlot.IsBusy());
 }
 
-TEST_F(Commands, ChoosersAreOpenWhileNothingRuns) {
+TEST_F(Commands, ChoosersAreAllowedWhileNothingRuns) {
     EXPECT_TRUE(MayChooseMonitor());
     EXPECT_TRUE(MayChooseRuntime());
     EXPECT_EQ(Ui().statusText, u"Ready");
@@ -126,7 +123,7 @@ TEST_F(Commands, ADoublePressOfSaveWritesOneFile) {
     EXPECT_EQ(Ui().statusText, u"Replay saved: " + TheEngine().clips[0]);
 }
 
-TEST_F(Commands, AClipGoesToTheGameInFrontAtTheMomentOfTheCommand) {
+TEST_F(Commands, AClipIsSavedForTheGameInFrontAtTheTimeOfTheCommand) {
     Engine().replayRunning = true;
     gate_.Hold("SaveReplayClip");
     Foreground(u"C:\\Games\\r5apex.exe");
@@ -153,16 +150,15 @@ TEST_F(Commands, AnUnknownForegroundKeepsTheLastGame) {
     EXPECT_FALSE(std::filesystem::exists(ToPath(Folder(u"captures"))));
 }
 
-TEST_F(Commands, AJobTakesAPollInFlightOverAndWaitsForIt) {
+TEST_F(Commands, AJobWaitsForAPollInFlightAndDropsItsResult) {
     Engine().replayRunning = true;
     TheEngine().pollResult = {12, true, u"Replay encoder stopped unexpectedly."};
     gate_.Hold("PollCapture");
     Tick();
     RunTo("PollCapture");
     SaveReplay();
-    EXPECT_FALSE(Ui().capture.poll.IsBusy());
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // time for a job that does not wait
-    EXPECT_EQ(CountOf("SaveReplayClip"), 0);
+    EXPECT_FALSE(Ui().capture.capturePollSlot.IsBusy());
+    EXPECT_FALSE(gate_.AwaitArrival("SaveReplayClip", briefly)) << "the job waits for the poll";
     gate_.Open();
     FinishJob();
     EXPECT_EQ(CountOf("SaveReplayClip"), 1);
@@ -172,7 +168,7 @@ TEST_F(Commands, AJobTakesAPollInFlightOverAndWaitsForIt) {
     EXPECT_THAT(Activity(), ElementsAre(u"Capture: " + Ui().statusText));
 }
 
-TEST_F(Commands, AJobThatThrowsEndsInOneFixedText) {
+TEST_F(Commands, AJobThatThrowsShowsAFixedText) {
     Engine().replayRunning = true;
     fake::ThrowInCall("SaveReplayClip", 1);
     SaveReplay();
@@ -181,7 +177,7 @@ TEST_F(Commands, AJobThatThrowsEndsInOneFixedText) {
     EXPECT_THAT(Activity(), ElementsAre(u"Capture: Capture operation failed. Check disk space and runtime files."));
 }
 
-TEST_F(Commands, AFailureOfTheEngineArrivesInItsOwnWords) {
+TEST_F(Commands, AFailureOfTheEngineShowsItsStatus) {
     Engine().replayRunning = true;
     fake::FailCall("SaveReplayClip", 1, -1);
     SaveReplay();
@@ -227,7 +223,7 @@ TEST_F(Commands, AFinishedJobRefusesARecordingUntilItHasBeenCollected) {
 
 // Settings.
 
-TEST_F(Commands, ReplayWishesAreCopiedAtTheMomentOfTheCommand) {
+TEST_F(Commands, ReplaySettingsAreCopiedAtTheTimeOfTheCommand) {
     CurrentSettings().instantReplay = true;
     CurrentSettings().replaySeconds = 45;
     gate_.Hold("StartReplay");
@@ -240,7 +236,7 @@ TEST_F(Commands, ReplayWishesAreCopiedAtTheMomentOfTheCommand) {
     EXPECT_EQ(Ui().statusText, u"Replay on");
 }
 
-TEST_F(Commands, ASettingsChangeIsRepairedSavedLoggedAndApplied) {
+TEST_F(Commands, ASettingsChangeIsValidatedSavedLoggedAndApplied) {
     Ui().capture.secondsReady = 30;
     CurrentSettings().theme = u"Zorvel Blue";
     gate_.Hold("Configure");
@@ -267,7 +263,7 @@ TEST_F(Commands, ASettingsChangeIsRepairedSavedLoggedAndApplied) {
     EXPECT_THAT(Activity(), ElementsAre(u"Settings: Settings saved", u"Capture: Replay on"));
 }
 
-TEST_F(Commands, ASettingsChangeReachesTheWindows) {
+TEST_F(Commands, ASettingsChangeUpdatesTheWindows) {
     WindowOptions options;
     options.procedure = OverlayProc;
     options.frame = WindowFrame::Bare;
@@ -284,7 +280,7 @@ TEST_F(Commands, ASettingsChangeReachesTheWindows) {
     FinishJob();
 }
 
-TEST_F(Commands, AConfigurationThatIsRefusedStartsNoReplay) {
+TEST_F(Commands, ARefusedConfigurationStartsNoReplay) {
     fake::FailCall("Configure", 1, -1);
     SaveSettingsAndRefresh(u"Settings saved");
     FinishJob();
@@ -292,14 +288,18 @@ TEST_F(Commands, AConfigurationThatIsRefusedStartsNoReplay) {
     EXPECT_EQ(Ui().statusText, u"Not configured");
 }
 
-TEST_F(Commands, SettingsThatChangeNothingStillRunAJob) {
-    SaveSettingsAndRefresh(u"first");
+TEST_F(Commands, SettingsThatChangeNothingRunAJobThatShowsTheEnginesOldStatusAgain) {
+    Engine().replayRunning = true;
+    SaveReplay();
     FinishJob();
+    const Text saved = u"Replay saved: " + TheEngine().clips.at(0);
+    ASSERT_EQ(Ui().statusText, saved);
     Ui().statusText.clear();
-    SaveSettingsAndRefresh(u"second");
+    TheEngine().unchanged = true;
+    SaveSettingsAndRefresh(u"Settings saved");
     FinishJob();
-    EXPECT_EQ(CountOf("Configure"), 2);
-    EXPECT_EQ(Ui().statusText, u"Replay on");
+    EXPECT_EQ(CountOf("Configure"), 1);
+    EXPECT_EQ(Ui().statusText, saved);
 }
 
 TEST_F(Commands, TheConfigurationIsTheSettingsWithTheOneCodecAndEncoder) {
@@ -330,7 +330,7 @@ TEST_F(Commands, TheConfigurationIsTheSettingsWithTheOneCodecAndEncoder) {
     EXPECT_EQ(settings.encoder, u"Auto");
 }
 
-TEST_F(Commands, AChosenRuntimeIsSavedAnnouncedAndApplied) {
+TEST_F(Commands, ASelectedRuntimeIsSavedExportedAndApplied) {
     UseRuntime(u"/opt/ffmpeg");
     EXPECT_EQ(CurrentSettings().ffmpegPath, u"/opt/ffmpeg");
     EXPECT_EQ(fake::TheEnvironment().variables[u"ZV_FFMPEG"], u"/opt/ffmpeg");
@@ -340,7 +340,7 @@ TEST_F(Commands, AChosenRuntimeIsSavedAnnouncedAndApplied) {
     EXPECT_EQ(CountOf("Configure"), 1);
 }
 
-TEST_F(Commands, DefaultsComeBackWithTheirKeys) {
+TEST_F(Commands, RestoringDefaultsRestoresTheShortcuts) {
     CurrentSettings().fps = 30;
     CurrentSettings().previousCaptureRoots = {u"old"};
     CurrentSettings().bindKeys = {65, 66, 67, 68};

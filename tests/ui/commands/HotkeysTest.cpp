@@ -32,7 +32,7 @@ TEST_F(Hotkeys, TheTableNamesTheFourActions) {
     EXPECT_EQ(ShortcutLabel(3), u"Screenshot");
 }
 
-TEST_F(Hotkeys, AreReservedWithoutRepeatWhenTheWindowComesUp) {
+TEST_F(Hotkeys, AreRegisteredWithoutRepeatWhenTheWindowIsCreated) {
     OpenMainWindow();
     EXPECT_EQ(TheWindows().keys,
               (std::map<int, Combination>{
@@ -40,20 +40,20 @@ TEST_F(Hotkeys, AreReservedWithoutRepeatWhenTheWindowComesUp) {
     EXPECT_EQ(Ui().hotkeyRegistered, (std::array<bool, 4>{true, true, true, true}));
 }
 
-TEST_F(Hotkeys, AKeyThatIsTakenIsOnlyRemembered) {
+TEST_F(Hotkeys, AFailedRegistrationIsOnlyRecorded) {
     TheWindows().takenByOthers = {{1, 121}, {3, 83}};
     OpenMainWindow();
     EXPECT_EQ(Ui().hotkeyRegistered, (std::array<bool, 4>{true, false, true, false}));
     EXPECT_EQ(Ui().statusText, u"Ready");
 }
 
-TEST_F(Hotkeys, ABareKeyIsRefusedFirst) {
+TEST_F(Hotkeys, AKeyWithoutAModifierIsRefusedFirst) {
     OpenMainWindow();
     EXPECT_TRUE(CallsOf([] { EXPECT_FALSE(TryRebindHotkey(0, 0, 88)); }).empty());
     EXPECT_EQ(Ui().shortcutEditor.error, u"Include Ctrl, Alt or Shift with your key.");
 }
 
-TEST_F(Hotkeys, TheKeysOfAnotherActionAreRefusedBeforeTheSystemIsAsked) {
+TEST_F(Hotkeys, TheShortcutOfAnotherActionIsRefusedWithoutAProbe) {
     OpenMainWindow();
     for (const int other : {0, 2, 3}) {
         Ui().shortcutEditor.error.clear();
@@ -66,13 +66,13 @@ TEST_F(Hotkeys, TheKeysOfAnotherActionAreRefusedBeforeTheSystemIsAsked) {
     }
 }
 
-TEST_F(Hotkeys, TheKeysOfTheActionItselfChangeNothing) {
+TEST_F(Hotkeys, TheActionsOwnShortcutChangesNothing) {
     OpenMainWindow();
     EXPECT_TRUE(CallsOf([] { EXPECT_TRUE(TryRebindHotkey(1, 1, 121)); }).empty());
     EXPECT_EQ(SettingsBytes(), "");
 }
 
-TEST_F(Hotkeys, TheSameKeysAreTriedAgainWhenTheyWereTaken) {
+TEST_F(Hotkeys, AnUnregisteredShortcutIsTriedAgain) {
     TheWindows().takenByOthers = {{1, 121}};
     OpenMainWindow();
     EXPECT_FALSE(TryRebindHotkey(1, 1, 121));
@@ -82,7 +82,7 @@ TEST_F(Hotkeys, TheSameKeysAreTriedAgainWhenTheyWereTaken) {
     EXPECT_TRUE(Ui().hotkeyRegistered[1]);
 }
 
-TEST_F(Hotkeys, KeysOfAnotherProgramAreRefusedAndTheOldOnesStay) {
+TEST_F(Hotkeys, TheShortcutOfAnotherProgramIsRefusedAndTheOldOneStays) {
     TheWindows().takenByOthers = {{2, 65}};
     OpenMainWindow();
     EXPECT_EQ(CallsOf([] { EXPECT_FALSE(TryRebindHotkey(1, 2, 65)); }),
@@ -93,7 +93,7 @@ TEST_F(Hotkeys, KeysOfAnotherProgramAreRefusedAndTheOldOnesStay) {
     EXPECT_EQ(CurrentSettings().bindKeys[1], 121U);
 }
 
-TEST_F(Hotkeys, FreeKeysAreProbedSwappedAndSaved) {
+TEST_F(Hotkeys, AFreeShortcutIsProbedRegisteredAndSaved) {
     OpenMainWindow();
     EXPECT_EQ(CallsOf([] { EXPECT_TRUE(TryRebindHotkey(1, 4, 121)); }),
               (std::vector<std::string>{"RegisterGlobalKey", "UnregisterGlobalKey", "UnregisterGlobalKey",
@@ -105,7 +105,7 @@ TEST_F(Hotkeys, FreeKeysAreProbedSwappedAndSaved) {
     EXPECT_THAT(SettingsBytes(), testing::HasSubstr("\r\nbindMods1=4\r\nbindKeys1=121\r\n"));
 }
 
-TEST_F(Hotkeys, KeysThatAreLostBetweenProbeAndSwapBringTheOldOnesBack) {
+TEST_F(Hotkeys, AShortcutThatIsLostAfterTheProbeRestoresTheOldOne) {
     OpenMainWindow();
     fake::FailCall("RegisterGlobalKey", 6, -1);  // four at the start, the probe, then this one
     EXPECT_FALSE(TryRebindHotkey(1, 4, 121));
@@ -116,7 +116,7 @@ TEST_F(Hotkeys, KeysThatAreLostBetweenProbeAndSwapBringTheOldOnesBack) {
     EXPECT_EQ(SettingsBytes(), "");
 }
 
-TEST_F(Hotkeys, OldKeysThatDoNotComeBackAreRememberedAsLost) {
+TEST_F(Hotkeys, AnOldShortcutThatCannotBeRestoredIsRecorded) {
     OpenMainWindow();
     fake::FailCall("RegisterGlobalKey", 6, -1);
     fake::FailCall("RegisterGlobalKey", 7, -1);
@@ -124,7 +124,7 @@ TEST_F(Hotkeys, OldKeysThatDoNotComeBackAreRememberedAsLost) {
     EXPECT_FALSE(Ui().hotkeyRegistered[1]);
 }
 
-TEST_F(Hotkeys, OldKeysThatWereTakenStayLostWhenTheNewOnesAreLostToo) {
+TEST_F(Hotkeys, AnUnregisteredShortcutStaysUnregisteredIfTheNewOneIsLost) {
     TheWindows().takenByOthers = {{1, 121}};
     OpenMainWindow();
     fake::FailCall("RegisterGlobalKey", 6, -1);
@@ -134,7 +134,7 @@ TEST_F(Hotkeys, OldKeysThatWereTakenStayLostWhenTheNewOnesAreLostToo) {
     EXPECT_FALSE(TheWindows().keys.contains(2));
 }
 
-TEST_F(Hotkeys, ARefusedActionThatIsFreeAgainIsReservedAndSaved) {
+TEST_F(Hotkeys, AShortcutThatIsFreeAgainIsRegisteredAndSaved) {
     TheWindows().takenByOthers = {{1, 121}};
     OpenMainWindow();
     EXPECT_TRUE(TryRebindHotkey(1, 2, 121));
@@ -142,20 +142,20 @@ TEST_F(Hotkeys, ARefusedActionThatIsFreeAgainIsReservedAndSaved) {
     EXPECT_EQ(TheWindows().keys[2], (Combination{2 | once, 121}));
 }
 
-TEST_F(Hotkeys, TheSameKeyWithOtherModifiersBelongsToNobody) {
+TEST_F(Hotkeys, TheSameKeyWithOtherModifiersIsFree) {
     OpenMainWindow();
     EXPECT_TRUE(TryRebindHotkey(0, 7, 82));
     EXPECT_EQ(TheWindows().keys[1], (Combination{7 | once, 82}));
 }
 
-TEST_F(Hotkeys, ABareKeyIsRefusedEvenForTheActionThatHasIt) {
+TEST_F(Hotkeys, AKeyWithoutAModifierIsRefusedEvenForItsOwnAction) {
     OpenMainWindow();
     CurrentSettings().bindMods[1] = 0;
     EXPECT_FALSE(TryRebindHotkey(1, 0, 121));
     EXPECT_EQ(Ui().shortcutEditor.error, u"Include Ctrl, Alt or Shift with your key.");
 }
 
-TEST_F(Hotkeys, EveryActionReservesUnderItsOwnId) {
+TEST_F(Hotkeys, EveryActionRegistersItsOwnId) {
     OpenMainWindow();
     for (int index = 0; index < 4; ++index) {
         const auto key = static_cast<std::uint32_t>('1' + index);
@@ -166,7 +166,7 @@ TEST_F(Hotkeys, EveryActionReservesUnderItsOwnId) {
     }
 }
 
-TEST_F(Hotkeys, AreNamedModifiersFirstAndInOneOrder) {
+TEST_F(Hotkeys, TheTextHasTheModifiersFirstInAFixedOrder) {
     TheWindows().keyNames = {{88, u"X"}, {121, u"F10"}, {82, u"R"}, {83, u"S"}};
     EXPECT_EQ(HotkeyText(0), u"Alt + X");
     EXPECT_EQ(HotkeyText(1), u"Alt + F10");
@@ -184,7 +184,7 @@ TEST_F(Hotkeys, AreNamedModifiersFirstAndInOneOrder) {
     }
 }
 
-TEST_F(Hotkeys, AKeyWithoutANameIsCalledByItsCode) {
+TEST_F(Hotkeys, AKeyWithoutANameIsShownByItsCode) {
     CurrentSettings().bindKeys[2] = 193;
     EXPECT_EQ(HotkeyText(2), u"Ctrl + Alt + Key 193");
 }
@@ -205,7 +205,7 @@ TEST_F(Hotkeys, ThePressedKeyOpensAndClosesTheOverlay) {
 TEST_F(Hotkeys, ThePressedKeyTakesAScreenshot) {
     OpenMainWindow();
     Send(message::hotKey, 4);
-    EXPECT_TRUE(Ui().screenshot.job.IsBusy());
+    EXPECT_TRUE(Ui().screenshot.screenshotSlot.IsBusy());
     AwaitScreenshot();
 }
 
@@ -229,7 +229,7 @@ TEST_F(Hotkeys, OtherIdsAreIgnored) {
     for (const std::uintptr_t id : {0, 5, 90, 4711}) {
         Send(message::hotKey, id);
     }
-    EXPECT_FALSE(Ui().capture.job.IsBusy());
+    EXPECT_FALSE(Ui().capture.captureJobSlot.IsBusy());
     EXPECT_EQ(Ui().statusText, u"Ready");
 }
 

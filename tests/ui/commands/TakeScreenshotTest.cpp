@@ -71,7 +71,7 @@ protected:
     bool FastTimerRuns() const { return TheWindows().timers.contains(43); }
 };
 
-TEST_F(TakeScreenshotTest, SavesTheChosenMonitorUnderTheGameInFrontAndSaysWhere) {
+TEST_F(TakeScreenshotTest, SavesTheSelectedMonitorInTheGamesFolderAndShowsThePath) {
     TakeScreenshot();
     EXPECT_EQ(Ui().statusText, saving);
     EXPECT_EQ(TheWindows().timers[43], 16U);
@@ -81,16 +81,16 @@ TEST_F(TakeScreenshotTest, SavesTheChosenMonitorUnderTheGameInFrontAndSaysWhere)
     ASSERT_EQ(fake::Grabs().size(), 1U);
     EXPECT_EQ(fake::Grabs()[0].area, (ScreenArea{1920, 10, 1280, 1024}));
     EXPECT_FALSE(FastTimerRuns());
-    EXPECT_FALSE(Ui().screenshot.job.IsBusy());
+    EXPECT_FALSE(Ui().screenshot.screenshotSlot.IsBusy());
 }
 
-TEST_F(TakeScreenshotTest, IsNoRowOfTheActivityLog) {
+TEST_F(TakeScreenshotTest, IsNotLogged) {
     TakeScreenshot();
     FinishScreenshot();
     EXPECT_THAT(Activity(), IsEmpty());
 }
 
-TEST_F(TakeScreenshotTest, WaitsForHiddenWindowsToBeGoneBeforeItStarts) {
+TEST_F(TakeScreenshotTest, FlushesTheScreenBeforeItStarts) {
     const std::size_t before = fake::CallNames().size();
     TakeScreenshot();
     FinishScreenshot();
@@ -130,7 +130,7 @@ TEST_F(TakeScreenshotTest, WorksDuringARunningJob) {
     TakeScreenshot();
     FinishScreenshot();
     EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
-    EXPECT_TRUE(Ui().capture.job.IsBusy());
+    EXPECT_TRUE(Ui().capture.captureJobSlot.IsBusy());
     EXPECT_TRUE(FastTimerRuns());
     gate_.Open();
     FinishJob();
@@ -138,12 +138,12 @@ TEST_F(TakeScreenshotTest, WorksDuringARunningJob) {
     EXPECT_FALSE(FastTimerRuns());
 }
 
-TEST_F(TakeScreenshotTest, AJobThatEndsFirstLeavesTheFastTimerToIt) {
+TEST_F(TakeScreenshotTest, KeepsTheFastTimerAfterAJobHasEnded) {
     OccupyScreenshot();
     StartReplayJob();
     FinishJob();
     EXPECT_EQ(Ui().statusText, u"Replay on");
-    EXPECT_TRUE(Ui().screenshot.job.IsBusy());
+    EXPECT_TRUE(Ui().screenshot.screenshotSlot.IsBusy());
     EXPECT_TRUE(FastTimerRuns());
     gate_.Open();
     FinishScreenshot();
@@ -151,7 +151,7 @@ TEST_F(TakeScreenshotTest, AJobThatEndsFirstLeavesTheFastTimerToIt) {
     EXPECT_FALSE(FastTimerRuns());
 }
 
-TEST_F(TakeScreenshotTest, OfAJobAndAScreenshotThatEndTogetherTheScreenshotHasTheLastWord) {
+TEST_F(TakeScreenshotTest, CollectsTheJobBeforeTheScreenshot) {
     StartReplayJob();
     TakeScreenshot();
     AwaitJob();
@@ -162,17 +162,17 @@ TEST_F(TakeScreenshotTest, OfAJobAndAScreenshotThatEndTogetherTheScreenshotHasTh
     EXPECT_FALSE(FastTimerRuns());
 }
 
-TEST_F(TakeScreenshotTest, NeitherWaitsForAPollNorTakesItOver) {
+TEST_F(TakeScreenshotTest, DoesNotWaitForAPoll) {
     gate_.Hold("PollCapture");
     Tick();
     RunTo("PollCapture");
     TakeScreenshot();
     FinishScreenshot();
     EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
-    EXPECT_TRUE(Ui().capture.poll.IsBusy());
+    EXPECT_TRUE(Ui().capture.capturePollSlot.IsBusy());
 }
 
-TEST_F(TakeScreenshotTest, KeepsNoPollFromStarting) {
+TEST_F(TakeScreenshotTest, DoesNotPreventAPoll) {
     OccupyScreenshot();
     Tick();
     AwaitPoll();
@@ -183,13 +183,13 @@ TEST_F(TakeScreenshotTest, IsCollectedByTheFastTimerAlone) {
     TakeScreenshot();
     AwaitScreenshot();
     Tick();
-    EXPECT_TRUE(Ui().screenshot.job.IsBusy());
+    EXPECT_TRUE(Ui().screenshot.screenshotSlot.IsBusy());
     EXPECT_EQ(Ui().statusText, saving);
     Collect();
-    EXPECT_FALSE(Ui().screenshot.job.IsBusy());
+    EXPECT_FALSE(Ui().screenshot.screenshotSlot.IsBusy());
 }
 
-TEST_F(TakeScreenshotTest, UsesFolderAndMonitorOfTheMomentOfTheCommand) {
+TEST_F(TakeScreenshotTest, UsesFolderAndMonitorAtTheTimeOfTheCommand) {
     Text atTheStart;
     // The timer is started between the copies and the worker.
     onCall_ = [&](const std::string& name, int) {
@@ -207,7 +207,7 @@ TEST_F(TakeScreenshotTest, UsesFolderAndMonitorOfTheMomentOfTheCommand) {
     EXPECT_EQ(fake::Grabs().at(0).area.left, 1920);
 }
 
-TEST_F(TakeScreenshotTest, OnAFullDiskSaysSo) {
+TEST_F(TakeScreenshotTest, ReportsAFullDisk) {
     fake::FailCall(grab, 1, resultGenericFailure);
     TakeScreenshot();
     FinishScreenshot();
@@ -215,14 +215,14 @@ TEST_F(TakeScreenshotTest, OnAFullDiskSaysSo) {
     EXPECT_FALSE(FastTimerRuns());
 }
 
-TEST_F(TakeScreenshotTest, OfAMonitorThatIsGoneSaysSo) {
+TEST_F(TakeScreenshotTest, ReportsADisconnectedMonitor) {
     CurrentSettings().monitorDevice = u"GONE";
     TakeScreenshot();
     FinishScreenshot();
     EXPECT_EQ(Ui().statusText, u"Screenshot failed. Check Gallery > Folders and disk space.");
 }
 
-TEST_F(TakeScreenshotTest, ThatThrowsEndsInOneFixedText) {
+TEST_F(TakeScreenshotTest, ReportsAnException) {
     fake::ThrowInCall(grab, 1);
     TakeScreenshot();
     FinishScreenshot();
@@ -235,7 +235,7 @@ TEST_F(TakeScreenshotTest, ThatThrowsEndsInOneFixedText) {
 
 // What lies over the screen.
 
-TEST_F(TakeScreenshotTest, HidesOverlayBadgeAndNotificationBeforeItWaitsForTheScreen) {
+TEST_F(TakeScreenshotTest, HidesOverlayBadgeAndNotificationBeforeItFlushesTheScreen) {
     MakeOtherWindows();
     ToggleQuickOverlay();
     ShowWindowPlain(*badge_);
@@ -257,7 +257,7 @@ TEST_F(TakeScreenshotTest, HidesOverlayBadgeAndNotificationBeforeItWaitsForTheSc
     gate_.Open();
 }
 
-TEST_F(TakeScreenshotTest, BringsAnOpenOverlayBackWithoutTakingTheFocus) {
+TEST_F(TakeScreenshotTest, ReopensTheOverlayWithoutActivation) {
     MakeOtherWindows();
     ToggleQuickOverlay();
     Ui().lastOverlayActivity = 0;
@@ -273,7 +273,7 @@ TEST_F(TakeScreenshotTest, BringsAnOpenOverlayBackWithoutTakingTheFocus) {
     EXPECT_EQ(Ui().toast.text, u"Screenshot saved");
 }
 
-TEST_F(TakeScreenshotTest, BringsAnOpenOverlayBackAfterAFailureToo) {
+TEST_F(TakeScreenshotTest, ReopensTheOverlayAfterAFailureToo) {
     MakeOtherWindows();
     ToggleQuickOverlay();
     fake::FailCall(grab, 1, resultGenericFailure);
@@ -291,7 +291,7 @@ TEST_F(TakeScreenshotTest, LeavesAClosedOverlayClosed) {
     EXPECT_EQ(fake::CountOf("ShowWithoutActivating"), 0);
 }
 
-TEST_F(TakeScreenshotTest, ARefusedOneLeavesTheOverlayAlone) {
+TEST_F(TakeScreenshotTest, ARefusedOneDoesNotHideTheOverlay) {
     MakeOtherWindows();
     OccupyScreenshot();
     ToggleQuickOverlay();
@@ -300,7 +300,7 @@ TEST_F(TakeScreenshotTest, ARefusedOneLeavesTheOverlayAlone) {
     EXPECT_FALSE(Ui().screenshot.reopenOverlayAfterScreenshot);
 }
 
-TEST_F(TakeScreenshotTest, IsTheFourthKey) {
+TEST_F(TakeScreenshotTest, IsTheFourthHotKey) {
     Send(message::hotKey, shortcutAction::takeScreenshot + 1);
     FinishScreenshot();
     EXPECT_EQ(fake::Grabs().size(), 1U);
@@ -312,14 +312,11 @@ TEST_F(TakeScreenshotTest, IsWaitedForBeforeTheEngineStops) {
     bool timersStopped = false;
     onCall_ = [&](const std::string& name, int) {
         if (name == "StopAll") {
-            wholeAtStop = Ui().screenshot.job.IsFinished() && std::filesystem::exists(ToPath(Picture()));
+            wholeAtStop = Ui().screenshot.screenshotSlot.IsFinished() && std::filesystem::exists(ToPath(Picture()));
             timersStopped = TheWindows().timers.empty();
         }
     };
-    std::thread release([this] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        gate_.Open();
-    });
+    std::thread release = OpenGateUnless("StopAll");
     ExitProgram();
     release.join();
     EXPECT_TRUE(wholeAtStop);

@@ -70,7 +70,7 @@ TEST_F(DrawingFrame, TheMainWindowsLayoutShrinksWithTheWindowAndNeverGrowsPastTh
     }
 }
 
-TEST_F(DrawingFrame, TheOverlaysLayoutIsAlwaysOfOneSize) {
+TEST_F(DrawingFrame, TheOverlaysLogicalSizeIsConstant) {
     struct Row {
         std::int32_t width, height;
         double scale;
@@ -87,7 +87,7 @@ TEST_F(DrawingFrame, TheOverlaysLayoutIsAlwaysOfOneSize) {
 
 // Painting.
 
-TEST_F(DrawingFrame, APaintScalesThePageAndPutsItOnTheWindow) {
+TEST_F(DrawingFrame, APaintScalesThePageAndCopiesItToTheWindow) {
     SizeClient(*mainWindow_, 2120, 1360);
     MainRecord().dpi = 192;
     fake::ResetCanvas();
@@ -149,7 +149,7 @@ TEST_F(DrawingFrame, APageWithoutABackBufferIsPaintedInStrips) {
     EXPECT_NE(Ui().mainState.backBuffer, nullptr) << "the next paint tries again";
 }
 
-TEST_F(DrawingFrame, WithoutAnyMemoryThePaintIsAnsweredAllTheSame) {
+TEST_F(DrawingFrame, WithoutMemoryThePaintIsStillAnswered) {
     FailCall("MakeCanvas", CountOf("MakeCanvas") + 1, 0);
     FailCall("MakeCanvas", CountOf("MakeCanvas") + 2, 0);
     MainRecord().mustPaint = true;
@@ -157,7 +157,7 @@ TEST_F(DrawingFrame, WithoutAnyMemoryThePaintIsAnsweredAllTheSame) {
     EXPECT_FALSE(MainRecord().mustPaint);
 }
 
-TEST_F(DrawingFrame, APaintThatBreaksOffLeavesWhatTheWindowShowsAndCanBeClicked) {
+TEST_F(DrawingFrame, APaintThatThrowsKeepsPictureAndTargets) {
     SizeClient(*mainWindow_, 1060, 680);
     Show([](Canvas& canvas) { DrawButton(canvas, {.id = 7, .box = {0, 0, 10, 10}}); });
     PaintMain();
@@ -180,7 +180,7 @@ TEST_F(DrawingFrame, APaintThatBreaksOffLeavesWhatTheWindowShowsAndCanBeClicked)
     EXPECT_EQ(Ui().mainState.targets[0].id, 9);
 }
 
-TEST_F(DrawingFrame, EachPassRegistersItsTargetsAnew) {
+TEST_F(DrawingFrame, EachPassReplacesTheTargets) {
     Show([](Canvas& canvas) {
         EXPECT_EQ(Drawing().painting, &Ui().mainState);
         DrawButton(canvas, {.id = 1, .box = {0, 0, 10, 10}});
@@ -280,7 +280,7 @@ TEST_F(DrawingFrame, TheFiveFontsAreMadeOnceAndReleased) {
     EXPECT_EQ(fake::LivingFonts(), 0);
 }
 
-TEST_F(DrawingFrame, TheBodyFontStandsInForOneThatIsMissing) {
+TEST_F(DrawingFrame, TheBodyFontReplacesAMissingOne) {
     DeleteFonts();
     FailCall("MakeFont", CountOf("MakeFont") + 4, 0);
     CreateFonts();

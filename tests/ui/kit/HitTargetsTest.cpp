@@ -47,7 +47,7 @@ protected:
 
 // Where a target begins and ends.
 
-TEST_F(HitTargets, LeftAndTopBelongToATargetRightAndBottomDoNot) {
+TEST_F(HitTargets, LeftAndTopAreInclusiveRightAndBottomExclusive) {
     struct Row {
         Point point;
         std::int32_t id;
@@ -67,7 +67,7 @@ TEST_F(HitTargets, TheFirstRegisteredOfTwoThatOverlapIsHit) {
     EXPECT_EQ(HitTest(State(), {5, 5}), 8);
 }
 
-TEST_F(HitTargets, ThePointIsThatOfTheDesign) {
+TEST_F(HitTargets, ThePointIsInDesignPixels) {
     State().scale = 1.5;
     Send(message::mouseMove, At(30, 44));  // 20, 29 and a third
     EXPECT_EQ(State().hoverId, 2);
@@ -77,7 +77,7 @@ TEST_F(HitTargets, ThePointIsThatOfTheDesign) {
     EXPECT_EQ(State().hoverId, -1);
 }
 
-TEST_F(HitTargets, APointLeftOfTheWindowIsNoHugeOne) {
+TEST_F(HitTargets, APointLeftOfTheWindowIsNegative) {
     State().targets.push_back({{-20, -20, 0, 0}, nullptr, 77});
     Send(message::mouseMove, At(-5, -5));
     EXPECT_EQ(State().hoverId, 77);
@@ -85,7 +85,7 @@ TEST_F(HitTargets, APointLeftOfTheWindowIsNoHugeOne) {
 
 // Hover.
 
-TEST_F(HitTargets, HoverFollowsTheMouseAndPaintsOnlyOnAChange) {
+TEST_F(HitTargets, AMoveUpdatesTheHoverAndRepaintsOnAChange) {
     EXPECT_TRUE(Send(message::mouseMove, At(12, 12)));
     EXPECT_EQ(State().hoverId, 1);
     EXPECT_EQ(MainRecord().invalidations, 1);
@@ -140,7 +140,7 @@ TEST_F(HitTargets, AReleaseOnAnotherTargetDoesNothing) {
     EXPECT_FALSE(MainRecord().hasMouse);
 }
 
-TEST_F(HitTargets, AReleaseBesideEveryTargetDoesNothing) {
+TEST_F(HitTargets, AReleaseOutsideAllTargetsDoesNothing) {
     Send(message::leftButtonDown, At(12, 12));
     Send(message::leftButtonUp, At(60, 60));
     EXPECT_THAT(done_, IsEmpty());
@@ -154,7 +154,7 @@ TEST_F(HitTargets, AReleaseWithoutAPressDoesNothing) {
     EXPECT_THAT(done_, IsEmpty());
 }
 
-TEST_F(HitTargets, APressBesideEveryTargetTakesTheFocusAwayAndNotTheMouse) {
+TEST_F(HitTargets, APressOutsideAllTargetsClearsTheFocusAndCapturesNothing) {
     State().focusId = 2;
     Send(message::leftButtonDown, At(60, 60));
     EXPECT_EQ(State().focusId, -1);
@@ -206,7 +206,7 @@ TEST_F(HitTargets, LosingTheMouseEndsThePress) {
     EXPECT_THAT(done_, IsEmpty());
 }
 
-TEST_F(HitTargets, CancellingEndsThePressAndGivesTheMouseBack) {
+TEST_F(HitTargets, CancelModeEndsThePressAndReleasesTheMouse) {
     Send(message::leftButtonDown, At(12, 12));
     EXPECT_TRUE(Send(message::cancelMode));
     EXPECT_EQ(State().pressedId, -1);
@@ -218,7 +218,7 @@ TEST_F(HitTargets, CancellingEndsThePressAndGivesTheMouseBack) {
 
 // The pointer's shape and other messages.
 
-TEST_F(HitTargets, ThePointerIsAHandOverATargetAndAnArrowElsewhere) {
+TEST_F(HitTargets, TheCursorIsAHandOverATargetAndAnArrowElsewhere) {
     Send(message::mouseMove, At(12, 12));
     EXPECT_TRUE(Send(message::setCursor, hitCode::client));
     EXPECT_EQ(MainRecord().cursor, CursorShape::Hand);
@@ -227,14 +227,14 @@ TEST_F(HitTargets, ThePointerIsAHandOverATargetAndAnArrowElsewhere) {
     EXPECT_EQ(MainRecord().cursor, CursorShape::Arrow);
 }
 
-TEST_F(HitTargets, ThePointerOnTheFrameIsTheSystems) {
+TEST_F(HitTargets, TheCursorOutsideTheClientAreaIsLeftToTheSystem) {
     for (const std::intptr_t code : {-1, 0, 2, 10, 17}) {
         EXPECT_FALSE(Send(message::setCursor, code & 0xFFFF));
     }
     EXPECT_FALSE(MainRecord().cursor.has_value());
 }
 
-TEST_F(HitTargets, OtherMessagesAreNotTaken) {
+TEST_F(HitTargets, OtherMessagesAreNotHandled) {
     for (const std::uint32_t code :
          {message::null, message::paint, message::close, message::timer, message::hotKey, message::mouseWheel,
           message::rightButtonUp, message::leftButtonDoubleClick, message::keyDown, message::mouseActivate}) {
@@ -245,7 +245,7 @@ TEST_F(HitTargets, OtherMessagesAreNotTaken) {
 
 // Activation.
 
-TEST_F(HitTargets, AnActivationPaintsBothWindowsAlsoWhenNothingWasFound) {
+TEST_F(HitTargets, AnActivationRepaintsBothWindowsEvenWithoutATarget) {
     ActivateTarget(State(), 2);
     EXPECT_THAT(done_, ElementsAre(2));
     EXPECT_EQ(MainRecord().invalidations, 1);
@@ -282,7 +282,7 @@ TEST_F(HitTargets, AnActionSurvivesThePaintThatItCauses) {
     EXPECT_EQ(seen, "alive");
 }
 
-TEST_F(HitTargets, AnActionMayEndTheWindow) {
+TEST_F(HitTargets, AnActionMayDestroyTheWindow) {
     Show([this](Canvas& canvas) {
         DrawButton(canvas, {.id = 1, .box = {0, 0, 9, 9}, .action = [] { Ui().mainWindow = nullptr; }});
     });
@@ -301,7 +301,7 @@ TEST_F(HitTargets, ATargetWithoutAnActionIsHarmless) {
 
 // The keyboard's focus.
 
-TEST_F(HitTargets, TheFocusGoesRoundInTheOrderOfThePage) {
+TEST_F(HitTargets, TheFocusCyclesInTheOrderOfThePage) {
     std::vector<std::int32_t> forwards;
     for (int i = 0; i < 4; ++i) {
         EXPECT_TRUE(MoveFocus(State(), false));
@@ -316,7 +316,7 @@ TEST_F(HitTargets, TheFocusGoesRoundInTheOrderOfThePage) {
     EXPECT_THAT(backwards, ElementsAre(3, 2, 1));
 }
 
-TEST_F(HitTargets, GoingBackFromNowhereLandsOnTheLastButOne) {
+TEST_F(HitTargets, MovingBackWithoutAFocusSelectsTheLastButOne) {
     MoveFocus(State(), true);
     EXPECT_EQ(State().focusId, 2);
     State().focusId = 99;

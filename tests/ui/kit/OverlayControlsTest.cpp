@@ -62,7 +62,7 @@ TEST_F(OverlayControls, TheSpeakerIsABoxWithAnArc) {
                                                         "arc 0,0 radius 8 from -50 by 100 pen 2 241,242,250"));
 }
 
-TEST_F(OverlayControls, TheGearIsTheCachedOneMadeSmaller) {
+TEST_F(OverlayControls, TheGearIsTheCachedOneScaledDown) {
     EXPECT_THAT(Icon(OverlayIcon::Gear), ElementsAre("push 0,0 scale 0.4", "pixels -40,-40,40,40 of 320x320", "pop"));
 }
 
@@ -73,7 +73,7 @@ TEST_F(OverlayControls, AnActiveIconIsPurpleAndTheGearIsWhenTheMouseIsOverIt) {
         EXPECT_THAT(Icon(icon, {.hovered = true}), Each(EndsWith(" pen 2 241,242,250")));
     }
     const auto gearColor = [&](OverlayIconState state) {
-        ForgetCachedIcons();
+        ClearIconCache();
         fake::ResetCanvas();
         Icon(OverlayIcon::Gear, state);
         return fake::Drawings("outline").front();
@@ -85,7 +85,7 @@ TEST_F(OverlayControls, AnActiveIconIsPurpleAndTheGearIsWhenTheMouseIsOverIt) {
 
 // Buttons.
 
-TEST_F(OverlayControls, TheLabelMakesRoomForTheIcon) {
+TEST_F(OverlayControls, TheLabelIsBesideOrBelowTheIcon) {
     const Rectangle box{100, 200, 200, 260};
     EXPECT_THAT(Drawn(OverlayButton{.id = 1, .box = box, .label = u"Go"}),
                 ElementsAre("fill 100,200,200,260 0,0,0", "text 100,200,200,260 15/400 centred 241,242,250 \"Go\""));
@@ -97,7 +97,7 @@ TEST_F(OverlayControls, TheLabelMakesRoomForTheIcon) {
     EXPECT_EQ(below.back(), "text 100,231,200,260 15/400 centred 241,242,250 \"Go\"");
 }
 
-TEST_F(OverlayControls, AButtonsLabelTellsItsState) {
+TEST_F(OverlayControls, AButtonsLabelColourShowsItsState) {
     struct Row {
         bool active, enabled;
         const char* color;
@@ -138,7 +138,7 @@ TEST_F(OverlayControls, ATileHasItsTitleItsIconAndItsStatus) {
 }
 
 TEST_F(OverlayControls, AnActiveTilesIconAndStatusArePurpleAndItsTitleIsNot) {
-    ForgetCachedIcons();
+    ClearIconCache();
     const auto lines = Drawn(OverlayTile{.id = 7,
                                          .box = {100, 200, 230, 330},
                                          .title = u"Title",
@@ -151,7 +151,7 @@ TEST_F(OverlayControls, AnActiveTilesIconAndStatusArePurpleAndItsTitleIsNot) {
     EXPECT_THAT(fake::Drawings("arc"), Each(EndsWith(" 151,119,255")));
 }
 
-TEST_F(OverlayControls, APressedControlsIconBringsNoBlackBoxAlong) {
+TEST_F(OverlayControls, APressedControlsIconIsDrawnWithoutTheCache) {
     State().pressedId = 7;
     const auto tile = Drawn(OverlayTile{.id = 7, .box = {100, 200, 230, 330}, .icon = IconKind::Camera});
     EXPECT_THAT(tile, Not(Contains(StartsWith("pixels"))));
@@ -170,7 +170,7 @@ TEST_F(OverlayControls, ADisabledTileIsFramedAndNotRegistered) {
     EXPECT_THAT(State().targets, IsEmpty());
 }
 
-TEST_F(OverlayControls, TheKeyboardsFocusDoesNotShow) {
+TEST_F(OverlayControls, TheFocusIsNotShown) {
     State().focusId = 7;
     EXPECT_THAT(Drawn(OverlayButton{.id = 7, .box = {0, 0, 90, 90}}), Not(Contains(StartsWith("frame"))));
     EXPECT_THAT(Drawn(OverlayTile{.id = 7, .box = {0, 0, 90, 90}}), Not(Contains(StartsWith("frame"))));

@@ -32,7 +32,7 @@ protected:
     }
     ~OverlayPicture() override {
         Engine().replayRunning = false;
-        ForgetCachedIcons();
+        ClearIconCache();
         DeleteFonts();
         Ui() = {};
         Drawing() = {};
@@ -100,7 +100,7 @@ protected:
 const std::vector<Rectangle> tilePage = {
     {0, 0, 1010, 47}, {170, 90, 298, 217}, {321, 90, 705, 218}, {726, 90, 854, 153}, {726, 165, 854, 217}};
 
-TEST_F(OverlayPicture, TheGameShowsBetweenTheTilesToTheLastPixelAndNotThroughThem) {
+TEST_F(OverlayPicture, TheGameIsVisibleBetweenTheTilesOnly) {
     for (const double scale : {1.0, 1.25, 1.5, 1040.0 / 568, 2.0}) {
         for (const std::int32_t pressed : {noTarget, 902, 908, 910}) {
             Ui().overlayState.pressedId = pressed;
@@ -113,7 +113,7 @@ TEST_F(OverlayPicture, TheGameShowsBetweenTheTilesToTheLastPixelAndNotThroughThe
     }
 }
 
-TEST_F(OverlayPicture, TheGameShowsRoundThePopoverAndNotThroughIt) {
+TEST_F(OverlayPicture, TheGameIsVisibleAroundThePopoverOnly) {
     Ui().replayPopoverOpen = true;
     for (const double scale : {1.0, 1.5, 2.0}) {
         Paint(scale);
@@ -123,7 +123,7 @@ TEST_F(OverlayPicture, TheGameShowsRoundThePopoverAndNotThroughIt) {
     }
 }
 
-TEST_F(OverlayPicture, TheGameShowsRoundTheGallery) {
+TEST_F(OverlayPicture, TheGameIsVisibleAroundTheGallery) {
     Ui().overlayPage = 1;
     CurrentSettings().captureRoot = Text(400, u'W');
     Paint(1);

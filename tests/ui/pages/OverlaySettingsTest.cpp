@@ -39,14 +39,14 @@ protected:
     }
 };
 
-TEST_F(OverlaySettings, HaveAFrameWithTheirName) {
+TEST_F(OverlaySettings, HaveAPanelAndATitle) {
     const std::vector<std::string> lines = Render();
     EXPECT_THAT(lines, Contains("fill 150,70,870,540 22,21,27"));
     EXPECT_THAT(lines, Contains("text 300,79,700,115 17/600 centred 241,242,250 \"Settings\""));
     EXPECT_THAT(lines, Contains("text 320,126,700,159 17/600 centred 151,119,255 \"Shortcuts\""));
 }
 
-TEST_F(OverlaySettings, BackLeadsToTheTilesAndKeepsTheSection) {
+TEST_F(OverlaySettings, BackShowsTheTilesAndKeepsTheSection) {
     Ui().settingsSection = 2;
     Render();
     ASSERT_NE(Target(970), nullptr);
@@ -87,7 +87,7 @@ TEST_F(OverlaySettings, ARowOpensTheEditorForItsAction) {
     }
 }
 
-TEST_F(OverlaySettings, OnlyAShortcutThatIsTakenIsCalledBusy) {
+TEST_F(OverlaySettings, OnlyAnUnregisteredShortcutIsMarkedBusy) {
     EXPECT_THAT(Render(), Not(Contains(HasSubstr("Shortcut busy"))));
     const std::array<const char*, 4> places = {"429,212,835,234", "429,279,835,301", "429,346,835,368",
                                                "429,413,835,435"};
@@ -101,12 +101,12 @@ TEST_F(OverlaySettings, OnlyAShortcutThatIsTakenIsCalledBusy) {
     }
 }
 
-TEST_F(OverlaySettings, TheFootTellsWhatAClickDoes) {
+TEST_F(OverlaySettings, TheFootExplainsAClick) {
     EXPECT_THAT(Render(), Contains("text 173,461,835,497 15/400 158,164,187 "
                                    "\"Click a shortcut to change it. Other apps keep their shortcuts.\""));
 }
 
-TEST_F(OverlaySettings, TheNoteAndTheTitleFollowTheTheme) {
+TEST_F(OverlaySettings, TheNoteAndTheTitleUseTheThemesColour) {
     Drawing().accentColor = Rgb(255, 97, 192);
     Ui().hotkeyRegistered[0] = false;
     const std::vector<std::string> lines = Render();
@@ -115,7 +115,7 @@ TEST_F(OverlaySettings, TheNoteAndTheTitleFollowTheTheme) {
                                 "\"Shortcut busy - choose a different combination\""));
 }
 
-TEST_F(OverlaySettings, AChangedShortcutStandsInItsRow) {
+TEST_F(OverlaySettings, AChangedShortcutIsShownInItsRow) {
     OpenShortcutEditor(1);
     TheWindows().heldModifiers = keyModifier::shift;
     ShortcutEditorProc(*Ui().shortcutEditor.window, message::systemKeyDown, 121, 0);

@@ -42,7 +42,7 @@ protected:
     }
 };
 
-TEST_F(ShortcutEditor, OpensAboveTheOverlayAndTakesTheKeyboard) {
+TEST_F(ShortcutEditor, OpensOverTheOverlayAndHasTheKeyboardFocus) {
     OpenShortcutEditor(2);
     ASSERT_NE(Editor(), nullptr);
     const fake::WindowRecord& record = RecordOf(*Editor());
@@ -81,13 +81,13 @@ TEST_F(ShortcutEditor, ASecondOneReplacesTheFirst) {
     ExpectClosed();
 }
 
-TEST_F(ShortcutEditor, AWindowThatCannotBeMadeLeavesNoEditorBehind) {
+TEST_F(ShortcutEditor, WithoutAWindowNoEditorIsOpen) {
     fake::FailCall("MakeWindow", CountOf("MakeWindow") + 1, -1);
     OpenShortcutEditor(1);
     ExpectClosed();
 }
 
-TEST_F(ShortcutEditor, EscapeChangesNothingAndTheOldKeysWork) {
+TEST_F(ShortcutEditor, EscapeKeepsTheOldShortcut) {
     OpenShortcutEditor(saveReplayIndex);
     Press(0, 27);
     ExpectClosed();
@@ -102,7 +102,7 @@ TEST_F(ShortcutEditor, EscapeWithAModifierCancelsToo) {
     ExpectUnchanged();
 }
 
-TEST_F(ShortcutEditor, DigitsLettersAndFunctionKeysAreTaken) {
+TEST_F(ShortcutEditor, DigitsLettersAndFunctionKeysAreAccepted) {
     for (std::uint32_t key = 1; key < 255; ++key) {
         const bool digit = key >= 48 && key <= 57;
         const bool letter = key >= 65 && key <= 90;
@@ -131,7 +131,7 @@ TEST_F(ShortcutEditor, WaitsWhileModifiersAreHeldAlone) {
     ExpectUnchanged();
 }
 
-TEST_F(ShortcutEditor, AKeyThatIsFreeIsBoundShownAndSaved) {
+TEST_F(ShortcutEditor, AFreeKeyIsBoundShownAndSaved) {
     OpenShortcutEditor(saveReplayIndex);
     const int ofMain = RecordOf(*window_).invalidations;
     const int ofOverlay = RecordOf(*overlay_).invalidations;
@@ -154,7 +154,7 @@ TEST_F(ShortcutEditor, AKeyWithAltAndF10ArriveAsSystemKeys) {
     EXPECT_EQ(TheWindows().keys[2], (Combination{4 | once, 121}));
 }
 
-TEST_F(ShortcutEditor, ABareKeyIsRefusedInWords) {
+TEST_F(ShortcutEditor, AKeyWithoutAModifierIsRefusedWithAMessage) {
     OpenShortcutEditor(saveReplayIndex);
     const int invalidations = RecordOf(*Editor()).invalidations;
     Press(0, 'K');
@@ -166,7 +166,7 @@ TEST_F(ShortcutEditor, ABareKeyIsRefusedInWords) {
     EXPECT_EQ(Ui().statusText, u"Ready");
 }
 
-TEST_F(ShortcutEditor, TheKeysOfAnotherActionAreRefusedInWords) {
+TEST_F(ShortcutEditor, TheShortcutOfAnotherActionIsRefusedWithAMessage) {
     OpenShortcutEditor(saveReplayIndex);
     Press(3, 'R');
     ASSERT_NE(Editor(), nullptr);
@@ -175,7 +175,7 @@ TEST_F(ShortcutEditor, TheKeysOfAnotherActionAreRefusedInWords) {
     ExpectUnchanged();
 }
 
-TEST_F(ShortcutEditor, KeysOfAnotherProgramAreRefusedInWords) {
+TEST_F(ShortcutEditor, TheShortcutOfAnotherProgramIsRefusedWithAMessage) {
     TheWindows().takenByOthers = {{2, 75}};
     OpenShortcutEditor(saveReplayIndex);
     Press(2, 'K');
@@ -185,7 +185,7 @@ TEST_F(ShortcutEditor, KeysOfAnotherProgramAreRefusedInWords) {
     ExpectUnchanged();
 }
 
-TEST_F(ShortcutEditor, KeysThatGetLostAreRefusedInWords) {
+TEST_F(ShortcutEditor, AShortcutThatIsLostAfterTheProbeIsRefusedWithAMessage) {
     OpenShortcutEditor(saveReplayIndex);
     fake::FailCall("RegisterGlobalKey", CountOf("RegisterGlobalKey") + 2, -1);  // after the probe
     Press(2, 'K');
@@ -214,7 +214,7 @@ TEST_F(ShortcutEditor, TheCurrentKeysCloseItAndNothingChanges) {
 }
 
 // The system turns a reserved key into a hot-key message before any window sees it as a key.
-TEST_F(ShortcutEditor, TheHotKeyOfAnotherActionIsRefusedInWordsAndDoesNothingElse) {
+TEST_F(ShortcutEditor, TheHotKeyOfAnotherActionIsRefusedWithAMessageAndNotRun) {
     OpenFocused(saveReplayIndex);
     const int reservations = CountOf("RegisterGlobalKey");
     const int releases = CountOf("UnregisterGlobalKey");
@@ -239,7 +239,7 @@ TEST_F(ShortcutEditor, TheHotKeyOfItsOwnActionClosesItAndNothingChanges) {
     EXPECT_EQ(Ui().statusText, u"Ready") << "no replay was to be saved";
 }
 
-TEST_F(ShortcutEditor, HotKeysAreCommandsWhileAnotherWindowHasTheKeyboardAndAfterItsEnd) {
+TEST_F(ShortcutEditor, HotKeysAreCommandsWithoutTheFocusAndAfterItsEnd) {
     OpenFocused(saveReplayIndex);
     ShortcutEditorProc(*Editor(), message::killFocus, 0, 0);
     Send(message::hotKey, 1);
@@ -264,7 +264,7 @@ TEST_F(ShortcutEditor, ClosingNothingIsHarmless) {
     ExpectClosed();
 }
 
-TEST_F(ShortcutEditor, TellsWhatToPressAndHowToLeave) {
+TEST_F(ShortcutEditor, ExplainsWhatToPressAndHowToCancel) {
     OpenShortcutEditor(saveReplayIndex);
     EXPECT_THAT(Paint(*Editor()), ElementsAre("fill 0,0,590,190 17,18,25",
                                               "text 20,18,550,55 17/600 241,242,250 \"Press your new shortcut\"",
@@ -282,7 +282,7 @@ TEST_F(ShortcutEditor, ItsLastLineIsInTheThemesColour) {
                                            "\"Escape cancels without changing your shortcut.\""));
 }
 
-TEST_F(ShortcutEditor, OtherMessagesAreTheSystems) {
+TEST_F(ShortcutEditor, OtherMessagesAreLeftToTheSystem) {
     OpenShortcutEditor(saveReplayIndex);
     const int before = CountOf("DefaultProcedure");
     EXPECT_EQ(ShortcutEditorProc(*Editor(), message::keyUp, 'K', 0), 0);

@@ -22,7 +22,9 @@ using fake::TheEngine;
 using fake::TheTray;
 using fake::TheWindows;
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 using testing::HasSubstr;
+using Calls = std::vector<std::string>;
 
 class Application : public Interface {
 protected:
@@ -42,7 +44,7 @@ protected:
         TheWindows().endRequest();
     }
     void FinishFirstJob() {
-        if (Ui().capture.job.IsBusy()) {
+        if (Ui().capture.captureJobSlot.IsBusy()) {
             AwaitJob();
             TheWindows().made[0].procedure(*Ui().mainWindow, message::timer, 43, 0);
         }
@@ -70,31 +72,38 @@ protected:
 
 TEST_F(Application, StartsAndEndsInItsOrder) {
     EXPECT_EQ(RunApplication(u"zorvel"), 0);
-    std::vector<std::string> calls = fake::CallNames();
-    // The first job runs on its worker while the interface thread goes on to its loop.
+    std::vector<std::string> calls = fake::CallLog();
+    // The first job runs on its worker while the interface thread enters its loop.
     std::erase(calls, "StartReplay");
     std::erase(calls, "DefaultProcedure");
-    EXPECT_THAT(calls,
-                ElementsAre("ClaimSingleInstance",                                    //
-                            "ListMonitorRecords", "ListAdapterRecords", "Configure",  //
-                            "MakeFont", "MakeFont", "MakeFont", "MakeFont", "MakeFont", "LoadProgramIcon",
-                            "LoadProgramIcon", "SetTaskbarIdentity",  //
-                            "MakeWindow", "StartTimer", "RegisterGlobalKey", "RegisterGlobalKey", "RegisterGlobalKey",
-                            "RegisterGlobalKey",                                     //
-                            "MakeWindow",                                            //
-                            "MakeWindow", "SetConstantAlpha", "ExcludeFromCapture",  //
-                            "MakeWindow", "ExcludeFromCapture",                      //
-                            "SetColorKey", "ExcludeFromCapture", "SetWindowIcons",   //
-                            "StartTimer", "AddTrayIcon", "SetDarkFrame", "SetDarkFrame", "RunMessageLoop",
-                            "LookUpFrontWindow", "StopTimer",  //
-                            "HideWindow", "HideWindow", "destroy", "destroy", "StopTimer", "StopTimer", "destroy",
-                            "RemoveTrayIcon", "StopAll", "UnregisterGlobalKey", "UnregisterGlobalKey",
-                            "UnregisterGlobalKey", "UnregisterGlobalKey", "PostQuit",  //
-                            "DestroyIcon", "DestroyIcon", "destroy", "ReleaseInstance"));
+    const Calls expected{"ClaimSingleInstance",
+                         // Settings, survey, engine.
+                         "ListMonitorRecords", "ListAdapterRecords", "Configure",
+                         // What the windows need.
+                         "MakeFont", "MakeFont", "MakeFont", "MakeFont", "MakeFont", "LoadProgramIcon",
+                         "LoadProgramIcon", "SetTaskbarIdentity",
+                         // The windows.
+                         "MakeWindow ZVReelsMainV3", "StartTimer 42", "RegisterGlobalKey 1", "RegisterGlobalKey 2",
+                         "RegisterGlobalKey 3", "RegisterGlobalKey 4", "MakeWindow ZVReelsOverlayV3",
+                         "MakeWindow ZVGameStatusBadge", "SetConstantAlpha ZVGameStatusBadge",
+                         "ExcludeFromCapture ZVGameStatusBadge", "MakeWindow ZVCaptureNotification315",
+                         "ExcludeFromCapture ZVCaptureNotification315", "SetColorKey ZVReelsOverlayV3",
+                         "ExcludeFromCapture ZVReelsOverlayV3", "SetWindowIcons ZVReelsMainV3",
+                         // The first job, the notification area, the loop.
+                         "StartTimer 43", "AddTrayIcon", "SetDarkFrame ZVReelsMainV3", "SetDarkFrame ZVReelsOverlayV3",
+                         "RunMessageLoop", "LookUpFrontWindow", "StopTimer 43",
+                         // The shutdown.
+                         "HideWindow ZVReelsMainV3", "HideWindow ZVReelsOverlayV3", "destroy ZVReelsMainV3",
+                         "destroy ZVCaptureNotification315", "StopTimer 42", "StopTimer 43",
+                         "destroy ZVGameStatusBadge", "RemoveTrayIcon", "StopAll", "UnregisterGlobalKey 1",
+                         "UnregisterGlobalKey 2", "UnregisterGlobalKey 3", "UnregisterGlobalKey 4", "PostQuit",
+                         // What is left after the loop.
+                         "DestroyIcon", "DestroyIcon", "destroy ZVReelsOverlayV3", "ReleaseInstance"};
+    EXPECT_THAT(calls, ElementsAreArray(expected));
     EXPECT_EQ(TheWindows().claimedName, u"Local\\ZVReelsMax_SingleInstance");
 }
 
-TEST_F(Application, AFirstRunWritesItsSettingsTwiceAndEndsPurple) {
+TEST_F(Application, AFirstRunSavesTheSettingsTwiceAndUsesThePurpleTheme) {
     std::string first;
     // Between the two savings the monitors are asked for.
     At("ListMonitorRecords", [&] { first = SettingsBytes(); });
@@ -156,7 +165,7 @@ TEST_F(Application, TheEngineIsConfiguredFromRepairedSettingsBeforeTheLogBegins)
     EXPECT_FALSE(logAtConfigure);
 }
 
-TEST_F(Application, TheSurveyOfTheAdaptersIsMadeBeforeTheEngineAndAnyWindow) {
+TEST_F(Application, TheAdaptersAreDetectedBeforeTheEngineIsConfigured) {
     fake::TheMonitors().adapters = {{u"Card", 0x10DE, 1, true, false}};
     CurrentCapabilities() = {};
     bool detected = false;
@@ -165,7 +174,7 @@ TEST_F(Application, TheSurveyOfTheAdaptersIsMadeBeforeTheEngineAndAnyWindow) {
     EXPECT_TRUE(detected);
 }
 
-TEST_F(Application, AStoredRuntimeIsAnnouncedBeforeTheEngineLooksForOne) {
+TEST_F(Application, AStoredRuntimeIsExportedBeforeTheEngineIsConfigured) {
     WriteSettings("audioCaptureVersion=1\r\nreplayUiVersion=1\r\nffmpegPath=/opt/ffmpeg\r\n");
     Text announced;
     At("Configure", [&] { announced = fake::TheEnvironment().variables[u"ZV_FFMPEG"]; });
@@ -179,7 +188,7 @@ TEST_F(Application, AnEmptyRuntimeLeavesTheVariableAlone) {
     EXPECT_EQ(fake::TheEnvironment().variables[u"ZV_FFMPEG"], u"/mine");
 }
 
-TEST_F(Application, LogsOneLineAndHoldsItsMarkerWhileItRuns) {
+TEST_F(Application, LogsOneLineAndKeepsItsMarkerWhileItRuns) {
     std::string marker;
     At("MakeWindow", [&] {
         marker = Bytes(Data("running.lock"));
@@ -191,7 +200,7 @@ TEST_F(Application, LogsOneLineAndHoldsItsMarkerWhileItRuns) {
     EXPECT_FALSE(CurrentSessionMarker().previousRunUnclean);
 }
 
-TEST_F(Application, AMarkerThatACrashLeftIsOverwrittenAndNoted) {
+TEST_F(Application, AMarkerOfACrashIsOverwrittenAndReported) {
     fs::create_directories(Data(""));
     std::ofstream(Data("running.lock")) << "anything";
     At("MakeWindow", [&] { EXPECT_EQ(Bytes(Data("running.lock")), "running"); });
@@ -221,7 +230,7 @@ struct SmallWindow {
     bool layered, clickThrough, arrowCursor;
 };
 
-TEST_F(Application, TheOtherWindowsAreMadeOverEverythingAndHidden) {
+TEST_F(Application, TheOtherWindowsAreCreatedTopmostAndHidden) {
     const SmallWindow rows[] = {
         {u"ZVReelsOverlayV3", u"Zorvel Quick Overlay", {100, 100, 1110, 668}, true, false, true},
         {u"ZVGameStatusBadge", u"ZV capture indicator", {0, 0, 90, 32}, true, true, false},
@@ -280,7 +289,7 @@ TEST_F(Application, TheWindowsHaveTheirAttributes) {
     }
 }
 
-TEST_F(Application, OneOfTheOtherWindowsThatCannotBeMadeIsNotMissed) {
+TEST_F(Application, RunsWithoutOneOfTheOtherWindows) {
     for (int nth = 2; nth <= 4; ++nth) {
         fake::ResetCalls();
         fake::FailCall("MakeWindow", nth, -1);
@@ -298,7 +307,7 @@ TEST_F(Application, OneOfTheOtherWindowsThatCannotBeMadeIsNotMissed) {
 
 // Icons, fonts and the notification area.
 
-TEST_F(Application, ItsIconsAreThoseThatItCarries) {
+TEST_F(Application, UsesTheIconsOfItsResources) {
     inLoop = [] {
         const fake::WindowRecord& main = fake::RecordOf(*Ui().mainWindow);
         ASSERT_TRUE(main.bigIcon != nullptr && main.littleIcon != nullptr);
@@ -313,7 +322,7 @@ TEST_F(Application, ItsIconsAreThoseThatItCarries) {
     EXPECT_EQ(fake::StandingIcons(), 0);
 }
 
-TEST_F(Application, WithoutIconsOfItsOwnItPaintsThem) {
+TEST_F(Application, PaintsItsIconsIfItHasNoResources) {
     fake::HasProgramIcon() = false;
     inLoop = [] {
         const fake::WindowRecord& main = fake::RecordOf(*Ui().mainWindow);
@@ -333,7 +342,7 @@ TEST_F(Application, WithoutIconsOfItsOwnItPaintsThem) {
     EXPECT_EQ(fake::LivingFonts(), 0);
 }
 
-TEST_F(Application, IconsThatCannotBeHadAtAllAreNotMissed) {
+TEST_F(Application, RunsWithoutIcons) {
     fake::HasProgramIcon() = false;
     fake::FailCall("MakeCanvas", 1, -1);
     fake::FailCall("MakeIcon", 1, -1);
@@ -344,7 +353,7 @@ TEST_F(Application, IconsThatCannotBeHadAtAllAreNotMissed) {
     EXPECT_EQ(RunApplication(u"zorvel"), 0);
 }
 
-TEST_F(Application, PutsItsIconIntoTheNotificationArea) {
+TEST_F(Application, AddsItsIconToTheNotificationArea) {
     inLoop = [] {
         ASSERT_TRUE(TheTray().icon);
         EXPECT_EQ(TheTray().icon->window, Ui().mainWindow);
@@ -356,7 +365,7 @@ TEST_F(Application, PutsItsIconIntoTheNotificationArea) {
     EXPECT_FALSE(TheTray().icon);
 }
 
-TEST_F(Application, NamesItselfToTheTaskbarBeforeItsFirstWindow) {
+TEST_F(Application, SetsItsTaskbarIdentityBeforeItsFirstWindow) {
     Text name;
     At("MakeWindow", [&] { name = TheWindows().taskbarIdentity; });
     RunApplication(u"zorvel");
@@ -379,7 +388,7 @@ TEST_F(Application, TheBackgroundOptionHidesTheWindowBetweenBadgeAndNotification
     EXPECT_EQ(std::count(calls.begin(), hide, "ExcludeFromCapture"), 1);
 }
 
-TEST_F(Application, TheBackgroundOptionHidesTheWindowWhereverItStands) {
+TEST_F(Application, TheBackgroundOptionIsFoundAnywhereInTheCommandLine) {
     for (const TextView line : {u"zorvel --background", u"--background zorvel", u"/x/my--backgroundgame/zorvel"}) {
         bool shown = true;
         inLoop = [&] { shown = IsWindowShown(*Ui().mainWindow); };
@@ -392,7 +401,7 @@ TEST_F(Application, TheBackgroundOptionHidesTheWindowWhereverItStands) {
     EXPECT_TRUE(shown);
 }
 
-TEST_F(Application, TheFirstJobStartsTheReplayAsTheSettingsHaveIt) {
+TEST_F(Application, TheFirstJobStartsTheReplayAccordingToTheSettings) {
     WriteSettings("audioCaptureVersion=1\r\nreplayUiVersion=1\r\ninstantReplay=0\r\nreplaySeconds=120\r\n");
     RunApplication(u"zorvel");
     EXPECT_THAT(TheEngine().replayStarts, ElementsAre(fake::ReplayStart{false, 120}));
@@ -413,12 +422,9 @@ TEST_F(Application, ClosingWhileAJobRunsBlocksUntilItHasEnded) {
     bool ended = false;
     TheWindows().loop = [&] {
         RunTo("StartReplay");
-        release = std::thread([this] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
-            gate_.Open();
-        });
+        release = OpenGateUnless("StopAll");
         TheWindows().endRequest();
-        ended = Ui().capture.job.IsFinished();
+        ended = Ui().capture.captureJobSlot.IsFinished();
     };
     RunApplication(u"zorvel");
     release.join();
@@ -426,7 +432,7 @@ TEST_F(Application, ClosingWhileAJobRunsBlocksUntilItHasEnded) {
     EXPECT_EQ(CountOf("StopAll"), 1);
 }
 
-TEST_F(Application, AMainWindowThatCannotBeMadeIsNoReasonToStop) {
+TEST_F(Application, RunsWithoutAMainWindow) {
     fake::FailCall("MakeWindow", 1, -1);
     TheWindows().loop = [this] {
         AwaitJob();
@@ -438,7 +444,7 @@ TEST_F(Application, AMainWindowThatCannotBeMadeIsNoReasonToStop) {
 
 // The second copy.
 
-TEST_F(Application, ASecondCopyBringsTheFirstForwardAndWritesNothing) {
+TEST_F(Application, ASecondCopyActivatesTheFirstAndWritesNothing) {
     fake::FailCall("ClaimSingleInstance", 1, -1);
     EXPECT_EQ(RunApplication(u"zorvel"), 0);
     EXPECT_THAT(fake::CallNames(), ElementsAre("ClaimSingleInstance", "BringOtherCopyForward"));
@@ -446,7 +452,7 @@ TEST_F(Application, ASecondCopyBringsTheFirstForwardAndWritesNothing) {
     EXPECT_FALSE(fs::exists(folder_.Path() / "data"));
 }
 
-TEST_F(Application, ASecondCopyWithoutAWindowToShowSaysSo) {
+TEST_F(Application, ASecondCopyShowsAMessageIfTheFirstHasNoWindow) {
     fake::FailCall("ClaimSingleInstance", 1, -1);
     TheWindows().otherCopyHasWindow = false;
     EXPECT_EQ(RunApplication(u"zorvel"), 0);

@@ -19,7 +19,7 @@ protected:
     }
 };
 
-TEST_F(MonitorLabels, HaveTheNameBehindTheLastBackslashTheSizeAndThePrimaryMark) {
+TEST_F(MonitorLabels, ContainTheDeviceTheSizeAndThePrimaryMark) {
     EXPECT_EQ(LabelOf(u"\\\\.\\DISPLAY1"), u"DISPLAY1  /  2560 x 1440  (primary)");
     EXPECT_EQ(LabelOf(u"\\\\.\\DISPLAY2"), u"DISPLAY2  /  1080 x 1920");
     EXPECT_EQ(LabelOf(u""), u"DISPLAY1  /  2560 x 1440  (primary)");
@@ -27,7 +27,7 @@ TEST_F(MonitorLabels, HaveTheNameBehindTheLastBackslashTheSizeAndThePrimaryMark)
     EXPECT_EQ(LabelOf(u"HDMI-1"), u"HDMI-1  /  1920 x 1080");
 }
 
-TEST_F(MonitorLabels, AreLookedUpOnceUntilTheyAreEmptied) {
+TEST_F(MonitorLabels, AreCachedUntilTheyAreCleared) {
     EXPECT_EQ(LabelOf(u"\\\\.\\DISPLAY2"), u"DISPLAY2  /  1080 x 1920");
     CurrentSettings().monitorDevice = u"\\\\.\\DISPLAY1";
     EXPECT_EQ(MonitorLabel(), u"DISPLAY2  /  1080 x 1920");
@@ -36,14 +36,14 @@ TEST_F(MonitorLabels, AreLookedUpOnceUntilTheyAreEmptied) {
     EXPECT_EQ(MonitorLabel(), u"DISPLAY1  /  2560 x 1440  (primary)");
 }
 
-TEST_F(MonitorLabels, SayThatAMonitorIsGoneAndFindItWhenItIsBack) {
+TEST_F(MonitorLabels, ReportADisconnectedMonitorAndFindItAgain) {
     EXPECT_EQ(LabelOf(u"\\\\.\\DISPLAY3"), u"Monitor disconnected");
     EXPECT_EQ(Ui().monitorLabel, u"");
     fake::TheMonitors().monitors.push_back({u"\\\\.\\DISPLAY3", 0, 0, 800, 600, false});
     EXPECT_EQ(MonitorLabel(), u"DISPLAY3  /  800 x 600");
 }
 
-TEST_F(MonitorLabels, WithoutANameOrAPrimaryMonitorThereIsNone) {
+TEST_F(MonitorLabels, ReportADisconnectedMonitorWithoutAPrimaryOne) {
     fake::TheMonitors().monitors = {{u"HDMI-1", 0, 0, 1920, 1080, false}};
     EXPECT_EQ(LabelOf(u""), u"Monitor disconnected");
 }

@@ -24,21 +24,21 @@ protected:
     BadgeMoment moment_;
 };
 
-TEST_F(BadgeRules, AFullScreenWindowHasItThoughItsProgramIsNotKnown) { EXPECT_TRUE(Shows()); }
+TEST_F(BadgeRules, AFullScreenWindowOfAnUnknownProgramShowsIt) { EXPECT_TRUE(Shows()); }
 
-TEST_F(BadgeRules, AKnownGameHasItInAWindowToo) {
+TEST_F(BadgeRules, AKnownGameInAWindowShowsIt) {
     front_.bounds = {100, 100, 1380, 820};
     EXPECT_FALSE(Shows());
     moment_.frontIsGame = true;
     EXPECT_TRUE(Shows());
 }
 
-TEST_F(BadgeRules, NothingInFrontHasNone) {
+TEST_F(BadgeRules, WithoutAWindowInFrontItIsHidden) {
     moment_.front = nullptr;
     EXPECT_FALSE(Shows());
 }
 
-TEST_F(BadgeRules, AProcessThatCannotBeToldHasNone) {
+TEST_F(BadgeRules, AnUnknownProcessHidesIt) {
     front_.processId = 0;
     EXPECT_FALSE(Shows());
 }
@@ -48,17 +48,17 @@ TEST_F(BadgeRules, TheProgramsOwnWindowsHaveNone) {
     EXPECT_FALSE(Shows());
 }
 
-TEST_F(BadgeRules, TheOverlayTakesItAway) {
+TEST_F(BadgeRules, TheOverlayHidesIt) {
     moment_.overlayShown = true;
     EXPECT_FALSE(Shows());
 }
 
-TEST_F(BadgeRules, AScreenshotTakesItAway) {
+TEST_F(BadgeRules, AScreenshotHidesIt) {
     moment_.screenshotRuns = true;
     EXPECT_FALSE(Shows());
 }
 
-TEST_F(BadgeRules, WithoutReplayAndRecordingThereIsNone) {
+TEST_F(BadgeRules, WithoutReplayAndRecordingItIsHidden) {
     moment_.replaying = false;
     EXPECT_FALSE(Shows());
     moment_.frontIsGame = true;
@@ -71,24 +71,24 @@ TEST_F(BadgeRules, ARecordingAloneIsEnough) {
     EXPECT_TRUE(Shows());
 }
 
-TEST_F(BadgeRules, AGameOnAnotherMonitorHasNone) {
+TEST_F(BadgeRules, AGameOnAnotherMonitorHidesIt) {
     moment_.frontIsGame = true;
     front_.monitor.deviceName = u"Side";
     EXPECT_FALSE(Shows());
 }
 
-TEST_F(BadgeRules, WithoutAChosenMonitorEveryOneCounts) {
+TEST_F(BadgeRules, WithoutASelectedMonitorAnyOneMayShowIt) {
     moment_.monitorDevice.clear();
     front_.monitor.deviceName = u"Side";
     EXPECT_TRUE(Shows());
 }
 
-TEST_F(BadgeRules, ARunningJobDoesNotTakeItAway) {
+TEST_F(BadgeRules, ARunningJobDoesNotHideIt) {
     moment_.captureJobRuns = true;
     EXPECT_TRUE(Shows());
 }
 
-TEST_F(BadgeRules, TheDesktopItselfHasNoneAtFullSize) {
+TEST_F(BadgeRules, TheDesktopHidesIt) {
     for (const TextView shell : {u"Progman", u"WorkerW", u"Shell_TrayWnd"}) {
         front_.className = shell;
         EXPECT_FALSE(Shows());
@@ -97,7 +97,7 @@ TEST_F(BadgeRules, TheDesktopItselfHasNoneAtFullSize) {
     EXPECT_TRUE(Shows());
 }
 
-TEST_F(BadgeRules, AKnownGameIsNoPartOfTheDesktopWhateverItsClass) {
+TEST_F(BadgeRules, AKnownGameShowsItWhateverItsWindowClass) {
     front_.className = u"WorkerW";
     moment_.frontIsGame = true;
     EXPECT_TRUE(Shows());
@@ -123,7 +123,7 @@ TEST_F(BadgeRules, AWindowThatReachesBeyondTheMonitorFillsItToo) {
     EXPECT_TRUE(FillsMonitor(front_));
 }
 
-TEST_F(BadgeRules, ARecordingIsToldBeforeAJobAndAJobBeforeTheReplay) {
+TEST_F(BadgeRules, ARecordingHasPriorityOverAJobAndAJobOverTheReplay) {
     EXPECT_EQ(static_cast<std::uint32_t>(BadgeStateOf(moment_)), 0U);
     moment_.captureJobRuns = true;
     EXPECT_EQ(static_cast<std::uint32_t>(BadgeStateOf(moment_)), 1U);
@@ -133,7 +133,7 @@ TEST_F(BadgeRules, ARecordingIsToldBeforeAJobAndAJobBeforeTheReplay) {
     EXPECT_EQ(static_cast<std::uint32_t>(BadgeStateOf(moment_)), 2U);
 }
 
-TEST_F(BadgeRules, ItStandsInTheUpperRightInTheSizeOfTheDpi) {
+TEST_F(BadgeRules, ItsBoundsAreInTheUpperRightCornerAndScaleWithTheDpi) {
     const Rectangle monitor{0, 0, 1920, 1080};
     EXPECT_EQ(BadgeBounds(monitor, 96), (Rectangle{1812, 80, 1902, 112}));
     EXPECT_EQ(BadgeBounds(monitor, 144), (Rectangle{1767, 80, 1902, 128}));

@@ -39,14 +39,14 @@ protected:
     std::intptr_t Ask(std::uint32_t code) { return BadgeProc(*badge_, code, 0, 0); }
 };
 
-TEST_F(Badge, ShowsOverAGameOnTopOfEverything) {
+TEST_F(Badge, IsShownTopmostOverAGame) {
     PlayInWindow(5, u"C:\\Games\\cs2.exe");
     EXPECT_TRUE(ShownAfterUpdate());
     EXPECT_TRUE(Of(badge_).topmost);
     EXPECT_EQ(Of(badge_).bounds, (Rectangle{1812, 80, 1902, 112}));
 }
 
-TEST_F(Badge, EveryKnownGameHasItInAWindow) {
+TEST_F(Badge, IsShownOverEveryKnownGameInAWindow) {
     std::uint32_t processId = 100;
     for (const TextView image :
          {u"C:\\FortniteClient-Win64-Shipping.exe", u"C:\\VALORANT.exe", u"C:\\CS2.exe", u"/games/r5apex_dx12.exe",
@@ -67,19 +67,19 @@ TEST_F(Badge, OnlyTheFileNameOfTheProgramCounts) {
     }
 }
 
-TEST_F(Badge, FollowsTheDpiOfTheWindowInFront) {
+TEST_F(Badge, UsesTheDpiOfTheWindowInFront) {
     PlayFullScreen();
     TheWindows().front->dpi = 144;
     UpdateBadge();
     EXPECT_EQ(Of(badge_).bounds, (Rectangle{1767, 80, 1902, 128}));
 }
 
-TEST_F(Badge, AFullScreenWindowOfAnyProgramHasIt) {
+TEST_F(Badge, IsShownOverAFullScreenWindowOfAnyProgram) {
     PlayFullScreen();
     EXPECT_TRUE(ShownAfterUpdate());
 }
 
-TEST_F(Badge, HidesWhenTheGameLeavesTheFront) {
+TEST_F(Badge, IsHiddenWhenTheGameIsNoLongerInFront) {
     PlayFullScreen();
     UpdateBadge();
     TheWindows().front.reset();
@@ -98,7 +98,7 @@ TEST_F(Badge, TheProgramsOwnWindowsHaveNone) {
     EXPECT_FALSE(ShownAfterUpdate());
 }
 
-TEST_F(Badge, IsAwayWhileTheOverlayIsUp) {
+TEST_F(Badge, IsHiddenWhileTheOverlayIsShown) {
     PlayFullScreen();
     UpdateBadge();
     ShowWithoutActivating(*overlay_);
@@ -107,20 +107,20 @@ TEST_F(Badge, IsAwayWhileTheOverlayIsUp) {
     EXPECT_TRUE(ShownAfterUpdate());
 }
 
-TEST_F(Badge, ShowsWhereThereIsNoOverlay) {
+TEST_F(Badge, IsShownWithoutAnOverlayWindow) {
     PlayFullScreen();
     Ui().overlayWindow = nullptr;
     EXPECT_TRUE(ShownAfterUpdate());
 }
 
-TEST_F(Badge, IsAwayDuringAScreenshot) {
+TEST_F(Badge, IsHiddenDuringAScreenshot) {
     PlayFullScreen();
     UpdateBadge();
-    Ui().screenshot.job.Start([] { return Text(); }, Text());
+    Ui().screenshot.screenshotSlot.Start([] { return Text(); }, Text());
     EXPECT_FALSE(ShownAfterUpdate());
     AwaitScreenshot();
     EXPECT_FALSE(ShownAfterUpdate());  // finished, but not collected
-    Ui().screenshot.job.Take();
+    Ui().screenshot.screenshotSlot.Take();
     EXPECT_TRUE(ShownAfterUpdate());
 }
 
@@ -132,7 +132,7 @@ TEST_F(Badge, NeedsAReplayOrARecording) {
     EXPECT_TRUE(ShownAfterUpdate());
 }
 
-TEST_F(Badge, AGameOnAnotherMonitorThanTheCapturedHasNone) {
+TEST_F(Badge, IsHiddenOverAGameOnAnotherMonitor) {
     PlayFullScreen();
     CurrentSettings().monitorDevice = u"Side";
     EXPECT_FALSE(ShownAfterUpdate());
@@ -152,7 +152,7 @@ TEST_F(Badge, TheProgramInFrontIsLookedUpOnceForEachProcess) {
     EXPECT_EQ(TheForeground().lookUps, 2);
 }
 
-TEST_F(Badge, AProcessThatCannotBeReadIsNoGameUntilAnotherComes) {
+TEST_F(Badge, AnUnreadableProcessIsNoGameUntilAnotherIsInFront) {
     PlayInWindow(5, u"");
     TheForeground().process.kind = ForegroundKind::Unknown;
     EXPECT_FALSE(ShownAfterUpdate());
@@ -162,7 +162,7 @@ TEST_F(Badge, AProcessThatCannotBeReadIsNoGameUntilAnotherComes) {
     EXPECT_TRUE(ShownAfterUpdate());
 }
 
-TEST_F(Badge, AProcessThatCameToTheFrontMeanwhileIsNotTakenForTheFirst) {
+TEST_F(Badge, AProcessThatCameToTheFrontMeanwhileIsNotMistakenForTheFirst) {
     PlayInWindow(5, u"C:\\cs2.exe");
     TheForeground().process = {ForegroundKind::Known, 6, u"C:\\notepad.exe"};
     EXPECT_FALSE(ShownAfterUpdate());
@@ -173,14 +173,14 @@ TEST_F(Badge, AProcessThatCameToTheFrontMeanwhileIsNotTakenForTheFirst) {
     EXPECT_FALSE(ShownAfterUpdate());
 }
 
-TEST_F(Badge, IsPaintedAnewOnlyWhenItSaysSomethingElse) {
+TEST_F(Badge, IsRepaintedOnlyWhenItsStateChanges) {
     PlayFullScreen();
     UpdateBadge();
     EXPECT_EQ(Ui().badge.badgeState, 0U);
     EXPECT_EQ(Of(badge_).invalidations, 1);
     UpdateBadge();
     EXPECT_EQ(Of(badge_).invalidations, 1);
-    Ui().capture.job.Start([] { return Text(); }, Text());
+    Ui().capture.captureJobSlot.Start([] { return Text(); }, Text());
     UpdateBadge();
     EXPECT_EQ(Ui().badge.badgeState, 1U);
     EXPECT_EQ(Of(badge_).invalidations, 2);
@@ -189,7 +189,7 @@ TEST_F(Badge, IsPaintedAnewOnlyWhenItSaysSomethingElse) {
     EXPECT_EQ(Ui().badge.badgeState, 2U);
     EXPECT_EQ(Of(badge_).invalidations, 3);
     AwaitJob();
-    Ui().capture.job.Take();
+    Ui().capture.captureJobSlot.Take();
     UpdateBadge();
     EXPECT_EQ(Of(badge_).invalidations, 3);
 }
@@ -222,7 +222,7 @@ TEST_F(Badge, ClicksPassThroughAndActivateNothing) {
     EXPECT_EQ(Ask(message::eraseBackground), 1);
 }
 
-TEST_F(Badge, WhatItDoesNotHandleIsTheSystems) {
+TEST_F(Badge, OtherMessagesAreLeftToTheSystem) {
     const int before = CountOf("DefaultProcedure");
     Ask(message::setFocus);
     EXPECT_EQ(CountOf("DefaultProcedure"), before + 1);
@@ -238,7 +238,7 @@ TEST_F(Badge, SaysOnWhileTheReplayRuns) {
 
 TEST_F(Badge, ShowsDotsWhileAJobRuns) {
     PlayFullScreen();
-    Ui().capture.job.Start([] { return Text(); }, Text());
+    Ui().capture.captureJobSlot.Start([] { return Text(); }, Text());
     UpdateBadge();
     EXPECT_THAT(Paint(*badge_),
                 ElementsAre("fill 0,0,90,32 20,15,30", "text 2,0,45,32 17/600 centred 151,119,255 \"ZV\"",
@@ -248,14 +248,14 @@ TEST_F(Badge, ShowsDotsWhileAJobRuns) {
 TEST_F(Badge, SaysRecInRedWhileARecordingRuns) {
     PlayFullScreen();
     Engine().state = EngineState::Recording;
-    Ui().capture.job.Start([] { return Text(); }, Text());
+    Ui().capture.captureJobSlot.Start([] { return Text(); }, Text());
     UpdateBadge();
     EXPECT_THAT(Paint(*badge_),
                 ElementsAre("fill 0,0,90,32 20,15,30", "text 2,0,45,32 17/600 centred 151,119,255 \"ZV\"",
                             "text 45,0,87,32 15/400 centred 255,100,125 \"REC\""));
 }
 
-TEST_F(Badge, ItsHalvesGrowWithTheWindowAndItsColourIsTheThemes) {
+TEST_F(Badge, ItsHalvesScaleWithTheWindowAndUseTheThemesColour) {
     Drawing().accentColor = Rgb(81, 151, 255);
     PlayFullScreen();
     TheWindows().front->dpi = 192;

@@ -30,7 +30,7 @@ class MainWindow : public Interface {
 protected:
     MainWindow() {
         OpenMainWindow();
-        overlay_ = MakeSmall(OverlayProc);
+        overlay_ = MakeSmall(OverlayProc, u"overlay");
     }
     ~MainWindow() override {
         gate_.Open();
@@ -39,16 +39,17 @@ protected:
         badge_.reset();
         toast_.reset();
     }
-    static Owned<AppWindow> MakeSmall(WindowProc procedure) {
+    static Owned<AppWindow> MakeSmall(WindowProc procedure, TextView className) {
         WindowOptions options;
+        options.className = className;
         options.procedure = procedure;
         options.frame = WindowFrame::Bare;
         return MakeWindow(options);
     }
     /// The badge and the notification, as the program's start makes them.
     void MakeNotices() {
-        badge_ = MakeSmall(BadgeProc);
-        toast_ = MakeSmall(ToastProc);
+        badge_ = MakeSmall(BadgeProc, u"badge");
+        toast_ = MakeSmall(ToastProc, u"toast");
     }
     /// A game that fills its monitor, in front.
     static void PutGameInFront() {
@@ -76,7 +77,7 @@ TEST_F(MainWindow, AnIdleProgramHasOneTimer) {
     EXPECT_EQ(TheWindows().timers, (Timers{{42, 500}}));
 }
 
-TEST_F(MainWindow, TheFastTimerLivesAsLongAsAJob) {
+TEST_F(MainWindow, TheFastTimerRunsAsLongAsAJob) {
     gate_.Hold("StartReplay");
     StartReplayJob();
     EXPECT_EQ(TheWindows().timers, (Timers{{42, 500}, {43, 16}}));
@@ -97,10 +98,10 @@ TEST_F(MainWindow, TheSlowTimerCollectsAJobAsWell) {
     AwaitJob();
     HideWindow(*window_);
     Tick();
-    EXPECT_FALSE(Ui().capture.job.IsBusy());
+    EXPECT_FALSE(Ui().capture.captureJobSlot.IsBusy());
     EXPECT_EQ(Ui().statusText, u"Replay on");
     EXPECT_THAT(Activity(), ElementsAre(u"Capture: Replay on"));
-    EXPECT_FALSE(Ui().capture.poll.IsBusy()) << "the tick that collects a job starts no poll";
+    EXPECT_FALSE(Ui().capture.capturePollSlot.IsBusy()) << "the tick that collects a job starts no poll";
 }
 
 TEST_F(MainWindow, AHiddenWindowsJobIsCollected) {
@@ -116,20 +117,20 @@ TEST_F(MainWindow, NoPollIsStartedOrCollectedDuringAJob) {
     RunTo("StartReplay");
     Tick();
     Tick();
-    EXPECT_FALSE(Ui().capture.poll.IsBusy());
+    EXPECT_FALSE(Ui().capture.capturePollSlot.IsBusy());
     EXPECT_EQ(CountOf("PollCapture"), 0);
 }
 
 TEST_F(MainWindow, APollIsCollectedByTheNextTickWhichStartsAnother) {
     TheEngine().pollResult = {17, false, u"not for the user"};
     Tick();
-    EXPECT_TRUE(Ui().capture.poll.IsBusy());
+    EXPECT_TRUE(Ui().capture.capturePollSlot.IsBusy());
     EXPECT_EQ(Ui().capture.secondsReady, 0);
     AwaitPoll();
     Tick();
     EXPECT_EQ(Ui().capture.secondsReady, 17);
     EXPECT_EQ(Ui().statusText, u"Ready") << "nothing has changed";
-    EXPECT_TRUE(Ui().capture.poll.IsBusy());
+    EXPECT_TRUE(Ui().capture.capturePollSlot.IsBusy());
     AwaitPoll();
     EXPECT_EQ(CountOf("PollCapture"), 2);
 }
@@ -157,7 +158,7 @@ TEST_F(MainWindow, AChangeThatAPollFindsIsShownOnce) {
     EXPECT_TRUE(Activity().empty()) << "polls are not logged";
 }
 
-TEST_F(MainWindow, APollThatThrowsEndsInOneFixedText) {
+TEST_F(MainWindow, APollThatThrowsShowsAFixedText) {
     Ui().capture.secondsReady = 9;
     fake::ThrowInCall("PollCapture", 1);
     Tick();
@@ -194,7 +195,7 @@ TEST_F(MainWindow, ADisplayChangeRestartsCaptureOnTheNextTick) {
     gate_.Hold("StopAll");
     Tick();
     EXPECT_FALSE(Ui().capture.displayChangePending);
-    EXPECT_FALSE(Ui().capture.poll.IsBusy());
+    EXPECT_FALSE(Ui().capture.capturePollSlot.IsBusy());
     CurrentSettings().monitorDevice = u"third";
     CurrentSettings().replaySeconds = 15;
     gate_.Open();
@@ -236,14 +237,20 @@ TEST_F(MainWindow, ADisplayChangeThatCannotBeConfiguredStartsNoReplay) {
 }
 
 TEST_F(MainWindow, AMonitorUnpluggedDuringARecordingEndsTheRecordingFirst) {
-    Engine().state = EngineState::Recording;
+    Send(message::hotKey, 3);
+    FinishJob();
+    ASSERT_TRUE(GetRecordingStatus().recording);
+    const std::size_t before = fake::CallNames().size();
     Send(message::displayChange);
     Tick();
     FinishJob();
-    const auto calls = fake::CallNames();
-    const auto stop = std::find(calls.begin(), calls.end(), "StopAll");
-    EXPECT_NE(std::find(stop, calls.end(), "Configure"), calls.end());
-    EXPECT_EQ(CountOf("StopAll"), 1);
+    EXPECT_FALSE(GetRecordingStatus().recording);
+    const auto all = fake::CallNames();
+    std::vector<std::string> calls(all.begin() + static_cast<std::ptrdiff_t>(before), all.end());
+    std::erase_if(calls, [](const std::string& call) {
+        return call != "StopAll" && call != "Configure" && call != "StartReplay" && call != "StartRecording";
+    });
+    EXPECT_THAT(calls, ElementsAre("StopAll", "Configure", "StartReplay"));
 }
 
 // Closing.
@@ -257,11 +264,11 @@ TEST_F(MainWindow, TheCloseBoxHidesTheWindowAndLeavesAJobRunning) {
     EXPECT_FALSE(IsWindowShown(*window_));
     EXPECT_FALSE(IsOverlayShown());
     EXPECT_FALSE(TheWindows().quitPosted);
-    EXPECT_TRUE(Ui().capture.job.IsBusy());
+    EXPECT_TRUE(Ui().capture.captureJobSlot.IsBusy());
     EXPECT_EQ(CountOf("destroy"), 0);
 }
 
-TEST_F(MainWindow, TheCloseBoxEndsTheProgramWhenItIsSetSo) {
+TEST_F(MainWindow, TheCloseBoxEndsTheProgramIfTheSettingSaysSo) {
     CurrentSettings().minimizeToTray = false;
     ToggleQuickOverlay();
     Send(message::close);
@@ -300,15 +307,15 @@ TEST_F(MainWindow, TheShutdownGoesInItsOrder) {
         }
     };
     OpenShortcutEditor(1);
-    const std::size_t before = fake::CallNames().size();
+    const std::size_t before = fake::CallLog().size();
     ExitProgram();
-    const auto all = fake::CallNames();
+    const auto all = fake::CallLog();
     std::vector<std::string> calls(all.begin() + static_cast<std::ptrdiff_t>(before), all.end());
     std::erase(calls, "DefaultProcedure");
-    // Main window and overlay hide; the main window's end begins, the editor's follows.
-    EXPECT_THAT(calls, ElementsAre("HideWindow", "HideWindow", "destroy", "destroy", "StopTimer", "StopTimer",
-                                   "StopAll", "UnregisterGlobalKey", "UnregisterGlobalKey", "UnregisterGlobalKey",
-                                   "UnregisterGlobalKey", "PostQuit"));
+    EXPECT_THAT(calls,
+                ElementsAre("HideWindow main", "HideWindow overlay", "destroy main", "destroy ZVShortcutEditor315",
+                            "StopTimer 42", "StopTimer 43", "StopAll", "UnregisterGlobalKey 1", "UnregisterGlobalKey 2",
+                            "UnregisterGlobalKey 3", "UnregisterGlobalKey 4", "PostQuit"));
     EXPECT_EQ(Ui().shortcutEditor.window, nullptr);
     EXPECT_FALSE(savedAtStop);
     EXPECT_TRUE(savedAtQuit);
@@ -317,7 +324,7 @@ TEST_F(MainWindow, TheShutdownGoesInItsOrder) {
     EXPECT_TRUE(TheWindows().timers.empty());
 }
 
-TEST_F(MainWindow, AShutdownThatBreaksOffEndsTheProgramAllTheSame) {
+TEST_F(MainWindow, AShutdownThatThrowsStillEndsTheProgram) {
     fake::ThrowInCall("StopAll", 1);
     EXPECT_THROW(ExitProgram(), std::bad_alloc);
     EXPECT_TRUE(TheWindows().quitPosted);
@@ -332,14 +339,11 @@ TEST_F(MainWindow, TheShutdownWaitsForAJobBeforeItStopsTheEngine) {
     bool timersStopped = false;
     onCall_ = [&](const std::string& name, int) {
         if (name == "StopAll") {
-            jobEnded = Ui().capture.job.IsFinished();
+            jobEnded = Ui().capture.captureJobSlot.IsFinished();
             timersStopped = TheWindows().timers.empty();
         }
     };
-    std::thread release([this] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        gate_.Open();
-    });
+    std::thread release = OpenGateUnless("StopAll");
     ExitProgram();
     release.join();
     EXPECT_TRUE(jobEnded);
@@ -353,13 +357,10 @@ TEST_F(MainWindow, TheShutdownWaitsForAPollBeforeItStopsTheEngine) {
     bool pollEnded = false;
     onCall_ = [&](const std::string& name, int) {
         if (name == "StopAll") {
-            pollEnded = Ui().capture.poll.IsFinished();
+            pollEnded = Ui().capture.capturePollSlot.IsFinished();
         }
     };
-    std::thread release([this] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        gate_.Open();
-    });
+    std::thread release = OpenGateUnless("StopAll");
     ExitProgram();
     release.join();
     EXPECT_TRUE(pollEnded);
@@ -367,7 +368,7 @@ TEST_F(MainWindow, TheShutdownWaitsForAPollBeforeItStopsTheEngine) {
 
 // Its place, its picture, mouse and keys.
 
-TEST_F(MainWindow, IsNeverMadeSmallerThanItsPagesNeed) {
+TEST_F(MainWindow, HasAMinimumSize) {
     MinMaxInfo limits{{1, 2}, {3, 4}, {5, 6}, {7, 8}, {9, 10}};
     EXPECT_EQ(Send(message::getMinMaxInfo, 0, reinterpret_cast<std::intptr_t>(&limits)), 0);
     EXPECT_EQ(limits.minTrackSize, (Point{900, 600}));
@@ -375,7 +376,7 @@ TEST_F(MainWindow, IsNeverMadeSmallerThanItsPagesNeed) {
     EXPECT_EQ(limits.maxSize, (Point{3, 4}));
 }
 
-TEST_F(MainWindow, AnotherSizeEndsAPressAndLeavesNothingToClickUntilTheNextPaint) {
+TEST_F(MainWindow, ASizeChangeEndsAPressAndClearsTheTargets) {
     Ui().mainState.pressedId = 3;
     Ui().mainState.focusId = 3;
     Ui().mainState.targets = {{{0, 0, 10, 10}, nullptr, 3}};
@@ -387,7 +388,7 @@ TEST_F(MainWindow, AnotherSizeEndsAPressAndLeavesNothingToClickUntilTheNextPaint
     EXPECT_EQ(Record().invalidations, 1);
 }
 
-TEST_F(MainWindow, LosingTheKeyboardEndsAPressAndIsTheSystemsToo) {
+TEST_F(MainWindow, LosingTheFocusEndsAPressAndReachesTheSystem) {
     Ui().mainState.pressedId = 3;
     const int before = CountOf("DefaultProcedure");
     Send(message::killFocus);
@@ -410,7 +411,7 @@ TEST_F(MainWindow, IsPaintedByItsPagesAtItsSize) {
 
 TEST_F(MainWindow, NothingIsErasedBeforeAPaint) { EXPECT_EQ(Send(message::eraseBackground), 1); }
 
-TEST_F(MainWindow, AnotherDpiBringsThePlaceThatTheSystemSuggests) {
+TEST_F(MainWindow, ADpiChangeAppliesTheSuggestedBounds) {
     const Rectangle suggested{10, 20, 1840, 1220};
     EXPECT_EQ(Send(message::dpiChanged, 144U << 16U | 144U, reinterpret_cast<std::intptr_t>(&suggested)), 0);
     EXPECT_EQ(Record().bounds, suggested);
@@ -418,7 +419,7 @@ TEST_F(MainWindow, AnotherDpiBringsThePlaceThatTheSystemSuggests) {
     EXPECT_EQ(CountOf("ShowTopmostAt"), 0);
 }
 
-TEST_F(MainWindow, TheMouseIsConsumedAndThePointerAnswersForItself) {
+TEST_F(MainWindow, MouseMessagesAreConsumedAndSetCursorReturnsOne) {
     int done = 0;
     Ui().mainState.targets = {{{10, 10, 20, 20}, [&] { ++done; }, 5}};
     const int before = CountOf("DefaultProcedure");
@@ -450,7 +451,7 @@ protected:
     std::vector<std::int32_t> done_;
 };
 
-TEST_F(MainWindowKeys, TabGoesRoundTheTargetsInTheOrderOfThePage) {
+TEST_F(MainWindowKeys, TabCyclesTheTargetsInTheOrderOfThePage) {
     EXPECT_EQ(FocusAfter(tab), 7);
     EXPECT_EQ(Record().invalidations, 1);
     EXPECT_EQ(FocusAfter(tab), 8);
@@ -461,12 +462,12 @@ TEST_F(MainWindowKeys, TabGoesRoundTheTargetsInTheOrderOfThePage) {
     EXPECT_EQ(FocusAfter(tab), 8);
 }
 
-TEST_F(MainWindowKeys, ShiftAndTabWithoutAFocusBeginAtTheLastButOne) {
+TEST_F(MainWindowKeys, ShiftTabWithoutAFocusSelectsTheLastButOne) {
     TheWindows().heldModifiers = keyModifier::shift;
     EXPECT_EQ(FocusAfter(tab), 8);
 }
 
-TEST_F(MainWindowKeys, TabWithoutTargetsIsTheSystems) {
+TEST_F(MainWindowKeys, TabWithoutTargetsIsLeftToTheSystem) {
     Ui().mainState.targets.clear();
     const int before = CountOf("DefaultProcedure");
     EXPECT_EQ(FocusAfter(tab), noTarget);
@@ -474,7 +475,7 @@ TEST_F(MainWindowKeys, TabWithoutTargetsIsTheSystems) {
     EXPECT_EQ(Record().invalidations, 0);
 }
 
-TEST_F(MainWindowKeys, EnterAndSpaceRunWhatHasTheFocus) {
+TEST_F(MainWindowKeys, EnterAndSpaceActivateTheFocusedTarget) {
     Ui().mainState.focusId = 8;
     FocusAfter(enter);
     FocusAfter(space);
@@ -494,7 +495,7 @@ TEST_F(MainWindowKeys, EscapeHidesTheOverlayAndEndsAPress) {
     EXPECT_TRUE(IsWindowShown(*window_));
 }
 
-TEST_F(MainWindowKeys, OtherKeysAreTheSystems) {
+TEST_F(MainWindowKeys, OtherKeysAreLeftToTheSystem) {
     const int before = CountOf("DefaultProcedure");
     Send(message::keyDown, 65);
     Send(message::systemKeyDown, tab);
@@ -502,7 +503,7 @@ TEST_F(MainWindowKeys, OtherKeysAreTheSystems) {
     EXPECT_EQ(Ui().mainState.focusId, noTarget);
 }
 
-TEST_F(MainWindow, IsPaintedAnewTwiceASecondWhileItCanBeSeen) {
+TEST_F(MainWindow, IsRepaintedByEachTickWhileItIsVisible) {
     Record().invalidations = 0;
     Tick();
     EXPECT_EQ(Record().invalidations, 1);
@@ -515,7 +516,7 @@ TEST_F(MainWindow, IsPaintedAnewTwiceASecondWhileItCanBeSeen) {
     EXPECT_EQ(Record().invalidations, 1);
 }
 
-TEST_F(MainWindow, TheTickPaintsAnOpenOverlayAnewWhenItsTilesWouldLookDifferent) {
+TEST_F(MainWindow, TheTickRepaintsAnOpenOverlayWhoseTilesHaveChanged) {
     ToggleQuickOverlay();
     Tick();
     AwaitPoll();
@@ -548,7 +549,7 @@ TEST_F(MainWindow, TheTickShowsTheBadgeOverAGameAndHidesItElsewhere) {
     EXPECT_FALSE(IsWindowShown(*badge_));
 }
 
-TEST_F(MainWindow, WhatTheFastTimerCollectsIsShownEverywhereAtOnce) {
+TEST_F(MainWindow, AResultOfTheFastTimerRepaintsBothWindowsAndTheBadge) {
     MakeNotices();
     PutGameInFront();
     Engine().replayRunning = true;
@@ -574,7 +575,7 @@ TEST_F(MainWindow, AFastTimerThatCollectsNothingPaintsNothing) {
     EXPECT_FALSE(IsWindowShown(*badge_));
 }
 
-TEST_F(MainWindow, AStatusGoesToTheLineToTheNotificationAndToBothWindows) {
+TEST_F(MainWindow, AStatusIsShownInTheLineTheNotificationAndBothWindows) {
     MakeNotices();
     Record().invalidations = 0;
     OverlayRecord().invalidations = 0;
@@ -594,7 +595,7 @@ TEST_F(MainWindow, WithoutNotificationsTheStatusLineStillChanges) {
     EXPECT_FALSE(IsWindowShown(*toast_));
 }
 
-TEST_F(MainWindow, ComesForwardFromHidingAndFromAnIcon) {
+TEST_F(MainWindow, IsRestoredFromHiddenAndFromMinimized) {
     HideWindow(*window_);
     Record().icon = true;
     ShowMainWindow();

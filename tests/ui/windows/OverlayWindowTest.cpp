@@ -17,7 +17,7 @@ class OverlayWindow : public QuickOverlay {};
 
 // Where it opens.
 
-TEST_F(OverlayWindow, FillsTheWorkAreaInHeightOrWidthAtTheTopInTheMiddle) {
+TEST_F(OverlayWindow, FillsTheWorkAreaInHeightOrWidthCentredAtTheTop) {
     struct Row {
         Rectangle work;
         Rectangle place;
@@ -40,7 +40,7 @@ TEST_F(OverlayWindow, FillsTheWorkAreaInHeightOrWidthAtTheTopInTheMiddle) {
     }
 }
 
-TEST_F(OverlayWindow, OpensOnTheMonitorThatIsCapturedAndNotWhereTheCursorIs) {
+TEST_F(OverlayWindow, OpensOnTheCapturedMonitor) {
     TheWindows().monitors = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}, u"Left"},
                              {{1920, 0, 3840, 1080}, {1920, 30, 3840, 1080}, u"Right"}};
     TheMonitors().monitors = {{u"Left", 0, 0, 1920, 1080, true}, {u"Right", 1920, 0, 3840, 1080, false}};
@@ -70,7 +70,7 @@ TEST_F(OverlayWindow, OpensUnderTheCursorWhenTheCapturedMonitorIsUnplugged) {
     EXPECT_EQ(Record().bounds, (Rectangle{35, 0, 1884, 1040})) << "the primary one, where there is none";
 }
 
-TEST_F(OverlayWindow, OpensAndClosesInTurnWithoutTakingTheFocus) {
+TEST_F(OverlayWindow, OpensAndClosesWithoutActivation) {
     EXPECT_FALSE(IsOverlayShown());
     fake::TheClock().nowNs = 4711'000'000;
     ToggleQuickOverlay();
@@ -84,7 +84,7 @@ TEST_F(OverlayWindow, OpensAndClosesInTurnWithoutTakingTheFocus) {
     EXPECT_THAT(CallNames(), Not(Contains(std::string("ShowWindowPlain"))));
 }
 
-TEST_F(OverlayWindow, LooksAtTheGameInFrontBeforeItOpensAndBeforeItCloses) {
+TEST_F(OverlayWindow, RefreshesTheGameNameWhenItOpensAndCloses) {
     fake::TheForeground().process = {ForegroundKind::Known, 99, u"/games/Alpha.exe"};
     ToggleQuickOverlay();
     EXPECT_EQ(Ui().gameName, u"Alpha");
@@ -102,7 +102,7 @@ TEST_F(OverlayWindow, WithoutAWindowNothingOpensOrCloses) {
     EXPECT_FALSE(IsOverlayShown());
 }
 
-TEST_F(OverlayWindow, ComesBackWithThePageWhereItWasLeft) {
+TEST_F(OverlayWindow, KeepsItsPageWhileItIsHidden) {
     ToggleQuickOverlay();
     Ui().overlayPage = 3;
     Ui().replayPopoverOpen = true;
@@ -116,7 +116,7 @@ TEST_F(OverlayWindow, ComesBackWithThePageWhereItWasLeft) {
 
 // Messages.
 
-TEST_F(OverlayWindow, TheWindowIsTheOverlayFromItsCreationToItsEnd) {
+TEST_F(OverlayWindow, TheOverlayIsKnownFromItsCreationToItsDestruction) {
     EXPECT_EQ(Ui().overlayWindow, overlay_.get());
     EXPECT_NE(State().pages, nullptr);
     overlay_.reset();
@@ -135,7 +135,7 @@ TEST_F(OverlayWindow, ARightClickOrACloseMessageHidesItAndDestroysNothing) {
     EXPECT_TRUE(IsOverlayShown()) << "the press alone";
 }
 
-TEST_F(OverlayWindow, AClickNeverTakesTheFocusAndNothingIsErased) {
+TEST_F(OverlayWindow, AClickNeverActivatesItAndNothingIsErased) {
     EXPECT_EQ(SendToOverlay(message::mouseActivate), 3);
     EXPECT_EQ(SendToOverlay(message::eraseBackground), 1);
 }
@@ -152,7 +152,7 @@ TEST_F(OverlayWindow, PaintsItsPagesAtItsOwnScale) {
     EXPECT_EQ(State().hoverId, 901);
 }
 
-TEST_F(OverlayWindow, TheMouseIsFollowedAndItsMovesAreNoted) {
+TEST_F(OverlayWindow, MouseMovesAreHandledAndTimed) {
     ToggleQuickOverlay();
     fake::PaintIfNeeded(*overlay_);
     fake::TheClock().nowNs = 99'000'000;
@@ -164,7 +164,7 @@ TEST_F(OverlayWindow, TheMouseIsFollowedAndItsMovesAreNoted) {
     EXPECT_EQ(Ui().lastOverlayActivity, 99U) << "only a move is a use";
 }
 
-TEST_F(OverlayWindow, TheCursorIsAHandOverWhatCanBeClickedAndTheSystemsElsewhere) {
+TEST_F(OverlayWindow, TheCursorIsAHandOverTargetsAndLeftToTheSystemOutside) {
     ToggleQuickOverlay();
     State().hoverId = 901;
     EXPECT_EQ(SendToOverlay(message::setCursor, 0, hitCode::client), 1);
@@ -194,20 +194,20 @@ TEST_F(OverlayWindow, APressThatIsDraggedOffDoesNothing) {
     EXPECT_FALSE(IsOverlayShown());
 }
 
-TEST_F(OverlayWindow, ASizeHasItPaintedAnew) {
+TEST_F(OverlayWindow, ASizeChangeRepaintsIt) {
     Record().invalidations = 0;
     EXPECT_EQ(SendToOverlay(message::size), 0);
     EXPECT_EQ(Record().invalidations, 1);
 }
 
-TEST_F(OverlayWindow, WhatItDoesNotKnowIsTheSystems) {
+TEST_F(OverlayWindow, OtherMessagesAreLeftToTheSystem) {
     SendToOverlay(message::keyDown, 0x1B);
     EXPECT_EQ(CountOf("DefaultProcedure"), 1);
 }
 
 // When it is painted anew by itself.
 
-TEST_F(OverlayWindow, TheSignatureHasABitForEachThingThatTheTilesShow) {
+TEST_F(OverlayWindow, TheSignatureHasABitForEachStateOfTheTiles) {
     CurrentSettings().micEnabled = false;
     CurrentSettings().gameAudioEnabled = false;
     EXPECT_EQ(OverlaySignature(), 0U);
@@ -242,7 +242,7 @@ TEST_F(OverlayWindow, EverythingAtOnceIsAllSixBits) {
     EXPECT_EQ(OverlaySignature(), 63U);
 }
 
-TEST_F(OverlayWindow, IsPaintedAnewOnlyWhenItIsShownAndSomethingChanged) {
+TEST_F(OverlayWindow, IsRepaintedOnlyIfItIsShownAndItsSignatureHasChanged) {
     Record().invalidations = 0;
     RefreshOverlay();
     EXPECT_EQ(Record().invalidations, 0);

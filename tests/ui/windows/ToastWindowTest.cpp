@@ -24,7 +24,7 @@ protected:
     std::intptr_t Ask(std::uint32_t code, std::uintptr_t wParam = 0) { return ToastProc(*toast_, code, wParam, 0); }
 };
 
-TEST_F(Notifications, AStatusAppearsOverTheGameForThreeSeconds) {
+TEST_F(Notifications, AStatusIsShownOverTheGameForThreeSeconds) {
     ShowToastForStatus(u"Replay saved: a.mp4");
     EXPECT_TRUE(Record().shown);
     EXPECT_TRUE(Record().topmost);
@@ -36,14 +36,14 @@ TEST_F(Notifications, AStatusAppearsOverTheGameForThreeSeconds) {
     EXPECT_THAT(Record().timers, IsEmpty());
 }
 
-TEST_F(Notifications, OtherTimersLeaveItAlone) {
+TEST_F(Notifications, OtherTimersDoNotHideIt) {
     ShowToastForStatus(u"Replay saved: a.mp4");
     Ask(message::timer, 2);
     EXPECT_TRUE(Record().shown);
     EXPECT_THAT(Record().timers, ElementsAre(Pair(1U, 3000U)));
 }
 
-TEST_F(Notifications, ASecondOneReplacesTheFirstAndHasItsFullTime) {
+TEST_F(Notifications, ASecondOneReplacesTheFirstAndRestartsTheTime) {
     ShowToastForStatus(u"Replay saved: a.mp4");
     const int invalidations = Record().invalidations;
     const int timers = CountOf("StartTimer");
@@ -56,7 +56,7 @@ TEST_F(Notifications, ASecondOneReplacesTheFirstAndHasItsFullTime) {
     EXPECT_FALSE(Record().shown);
 }
 
-TEST_F(Notifications, AStatusThatCallsForNothingLeavesWhatIsOnTheScreen) {
+TEST_F(Notifications, AStatusWithoutANotificationChangesNothing) {
     ShowToastForStatus(u"Replay saved: a.mp4");
     const int timers = CountOf("StartTimer");
     const int invalidations = Record().invalidations;
@@ -75,7 +75,7 @@ TEST_F(Notifications, AnEmptyStatusShowsNothing) {
     EXPECT_THAT(Record().timers, IsEmpty());
 }
 
-TEST_F(Notifications, NothingAppearsWhileTheyAreSwitchedOff) {
+TEST_F(Notifications, NothingIsShownWhileTheyAreDisabled) {
     CurrentSettings().notifications = false;
     ShowToastForStatus(u"Replay saved: a.mp4");
     EXPECT_FALSE(Record().shown);
@@ -92,26 +92,26 @@ TEST_F(Notifications, WithoutItsWindowNothingHappens) {
     EXPECT_EQ(Ui().toast.text, u"");
 }
 
-TEST_F(Notifications, HidingEndsItsTimeToo) {
+TEST_F(Notifications, HidingStopsTheTimer) {
     ShowToastForStatus(u"Replay saved: a.mp4");
     HideToast();
     EXPECT_FALSE(Record().shown);
     EXPECT_THAT(Record().timers, IsEmpty());
 }
 
-TEST_F(Notifications, ItAppearsOnTheMonitorThatIsCaptured) {
+TEST_F(Notifications, ItIsShownOnTheCapturedMonitor) {
     CurrentSettings().monitorDevice = u"Side";
     ShowToastForStatus(u"Replay saved: a.mp4");
     EXPECT_EQ(Record().bounds, (Rectangle{4134, 80, 4464, 156}));
 }
 
-TEST_F(Notifications, AnUnpluggedMonitorLeavesItToTheOneAtTheOrigin) {
+TEST_F(Notifications, IfTheCapturedMonitorIsUnpluggedTheOneAtTheOriginShowsIt) {
     CurrentSettings().monitorDevice = u"Gone";
     ShowToastForStatus(u"Replay saved: a.mp4");
     EXPECT_EQ(Record().bounds, (Rectangle{1574, 80, 1904, 156}));
 }
 
-TEST_F(Notifications, ItGrowsWithTheMainWindowsDpi) {
+TEST_F(Notifications, ItScalesWithTheMainWindowsDpi) {
     RecordOf(*window_).dpi = 144;
     ShowToastForStatus(u"Replay saved: a.mp4");
     EXPECT_EQ(Record().bounds, (Rectangle{1401, 120, 1896, 234}));
@@ -123,7 +123,7 @@ TEST_F(Notifications, ClicksPassThroughAndActivateNothing) {
     EXPECT_EQ(Ask(message::eraseBackground), 1);
 }
 
-TEST_F(Notifications, WhatItDoesNotHandleIsTheSystems) {
+TEST_F(Notifications, OtherMessagesAreLeftToTheSystem) {
     const int before = CountOf("DefaultProcedure");
     Ask(message::setFocus);
     EXPECT_EQ(CountOf("DefaultProcedure"), before + 1);
@@ -167,7 +167,7 @@ TEST_F(Notifications, TheIconIsThatOfItsKindInTheAccent) {
     }
 }
 
-TEST_F(Notifications, WithoutMemoryForThePictureThePaintingIsStillAnswered) {
+TEST_F(Notifications, WithoutMemoryThePaintIsStillAnswered) {
     ShowToastForStatus(u"Replay saved: a.mp4");
     fake::FailCall("MakeCanvas", CountOf("MakeCanvas") + 1, -1);
     EXPECT_THAT(Paint(*toast_), IsEmpty());

@@ -65,7 +65,7 @@ TEST_F(TrayMenu, ADoubleClickOpensTheWindow) {
     EXPECT_TRUE(TheMenus().shown.empty());
 }
 
-TEST_F(TrayMenu, HasItsItemsInTheirOrderWithFixedNamesOfKeys) {
+TEST_F(TrayMenu, HasItsItemsInOrderWithConstantKeyNames) {
     CurrentSettings().bindMods = {2, 2, 2, 2};
     CurrentSettings().bindKeys = {65, 66, 67, 68};
     Choose(0);
@@ -74,7 +74,7 @@ TEST_F(TrayMenu, HasItsItemsInTheirOrderWithFixedNamesOfKeys) {
                             u"5 Screenshot selected monitor", u"6 Quick capture (Alt + X)", u"0 ", u"3 Exit Zorvel"));
 }
 
-TEST_F(TrayMenu, OffersToStopARecordingThatRuns) {
+TEST_F(TrayMenu, OffersToStopARunningRecording) {
     Engine().state = EngineState::Recording;
     Choose(0);
     EXPECT_EQ(LastMenu()[2], u"4 Stop and save recording");
@@ -116,7 +116,7 @@ TEST_F(TrayMenu, RecordingStartsAndStops) {
 
 TEST_F(TrayMenu, ScreenshotTakesOne) {
     Choose(5);
-    EXPECT_TRUE(Ui().screenshot.job.IsBusy());
+    EXPECT_TRUE(Ui().screenshot.screenshotSlot.IsBusy());
 }
 
 TEST_F(TrayMenu, QuickCaptureTogglesTheOverlay) {
@@ -137,7 +137,7 @@ TEST_F(TrayMenu, ExitEndsTheProgramWhateverTheCloseBoxDoes) {
 
 // The icon.
 
-TEST_F(TrayMenu, TheIconComesBackWithTheNotificationArea) {
+TEST_F(TrayMenu, TheIconIsAddedAgainWithTheNotificationArea) {
     EXPECT_EQ(TheTray().additions, 0);
     EXPECT_EQ(Send(fake::taskbarCreated), 0);
     ASSERT_TRUE(TheTray().icon);
@@ -150,7 +150,7 @@ TEST_F(TrayMenu, TheIconComesBackWithTheNotificationArea) {
     EXPECT_TRUE(TheTray().icon);
 }
 
-TEST_F(TrayMenu, AnAreaThatRefusesIsTriedAgainWhenItComesBack) {
+TEST_F(TrayMenu, AFailedAddIsRetriedWhenTheNotificationAreaIsRecreated) {
     fake::FailCall("AddTrayIcon", 1, -1);
     Send(fake::taskbarCreated);
     EXPECT_FALSE(TheTray().icon);
@@ -159,7 +159,7 @@ TEST_F(TrayMenu, AnAreaThatRefusesIsTriedAgainWhenItComesBack) {
     EXPECT_TRUE(TheTray().icon);
 }
 
-TEST_F(TrayMenu, TheIconGoesWithTheProgram) {
+TEST_F(TrayMenu, TheIconIsRemovedAtTheExit) {
     Send(fake::taskbarCreated);
     Choose(3);
     EXPECT_FALSE(TheTray().icon);
