@@ -13,7 +13,7 @@ void SkipBlanks(TextView& rest) {
     }
 }
 
-Text TakeProgram(TextView& rest) {
+Text ReadProgram(TextView& rest) {
     Text program;
     bool quoted = false;
     while (!rest.empty() && (quoted || !IsBlank(rest.front()))) {
@@ -27,14 +27,14 @@ Text TakeProgram(TextView& rest) {
     return program;
 }
 
-std::size_t TakeBackslashes(TextView& rest) {
+std::size_t SkipBackslashes(TextView& rest) {
     const std::size_t count = std::min(rest.find_first_not_of(u'\\'), rest.size());
     rest.remove_prefix(count);
     return count;
 }
 
-/// A quote at the front of `rest`, with the backslashes before it already taken.
-void TakeQuote(TextView& rest, std::size_t backslashes, bool& quoted, Text& argument) {
+/// Reads the quote at the front of `rest`. `backslashes` of them preceded it.
+void ReadQuote(TextView& rest, std::size_t backslashes, bool& quoted, Text& argument) {
     rest.remove_prefix(1);
     argument.append(backslashes / 2, u'\\');
     if (backslashes % 2 != 0) {
@@ -47,13 +47,13 @@ void TakeQuote(TextView& rest, std::size_t backslashes, bool& quoted, Text& argu
     }
 }
 
-Text TakeArgument(TextView& rest) {
+Text ReadArgument(TextView& rest) {
     Text argument;
     bool quoted = false;
     while (!rest.empty() && (quoted || !IsBlank(rest.front()))) {
-        const std::size_t backslashes = TakeBackslashes(rest);
+        const std::size_t backslashes = SkipBackslashes(rest);
         if (rest.starts_with(u'"')) {
-            TakeQuote(rest, backslashes, quoted, argument);
+            ReadQuote(rest, backslashes, quoted, argument);
         } else if (backslashes > 0) {
             argument.append(backslashes, u'\\');
         } else {
@@ -83,9 +83,9 @@ Text QuoteArgument(TextView text) {
 }
 
 std::vector<Text> SplitCommandLine(TextView line) {
-    std::vector<Text> arguments = {TakeProgram(line)};
+    std::vector<Text> arguments = {ReadProgram(line)};
     for (SkipBlanks(line); !line.empty(); SkipBlanks(line)) {
-        arguments.push_back(TakeArgument(line));
+        arguments.push_back(ReadArgument(line));
     }
     return arguments;
 }

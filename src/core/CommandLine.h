@@ -1,5 +1,4 @@
-// Command lines by the rule of the Windows C runtime, which every platform uses: quoting one argument, splitting a
-// line.
+// Splits a command line into arguments by the rule of the Windows C runtime, which is also how lines are quoted.
 #pragma once
 
 #include <vector>
@@ -8,12 +7,10 @@
 
 namespace zv {
 
-/// One argument, always in double quotes.
-Text QuoteArgument(TextView text);
-
-/// The program's name first: up to the next quote when it is quoted, else up to the next blank, and without escapes.
-/// In the arguments 2n backslashes and a quote are n backslashes and a switch of quoting, 2n + 1 of them n backslashes
-/// and a quote; a doubled quote within quotes is a quote; other backslashes stand for themselves.
+/// The first element is the program's name. It ends at the closing quote if it is quoted, else at the first blank, and
+/// has no escapes. In the arguments, 2n backslashes before a quote are n backslashes, and the quote starts or ends
+/// quoting; 2n + 1 backslashes before a quote are n backslashes and a quote character. Two quotes inside quotes are one
+/// quote character. All other backslashes are literal.
 std::vector<Text> SplitCommandLine(TextView line);
 
 }  // namespace zv

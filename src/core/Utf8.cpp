@@ -1,12 +1,9 @@
-// Text and the bytes of the system: UTF-8, made total in both directions.
-//
-// A byte that is no UTF-8 becomes the unit 0xDC00 + byte and comes back as that byte. A lone surrogate becomes its
-// three-byte form. A decoded high surrogate never stands in front of a low one, since the two would come back as
-// one character: its three bytes are then escaped one by one.
+// A decoded high surrogate never precedes a low one, because the two would be encoded as one character: the high one's
+// three bytes are then escaped one by one.
+#include "core/Utf8.h"
+
 #include <array>
 #include <cstddef>
-
-#include "platform/linux/posix/Posix.h"
 
 namespace zv {
 namespace {
@@ -36,7 +33,7 @@ void AppendUtf8(std::string& bytes, char32_t point) {
 
 struct Decoded {
     char32_t point = 0;
-    std::size_t length = 0;  ///< 0: the first byte begins no character
+    std::size_t length = 0;  ///< 0: the first byte does not start a valid character
 };
 
 std::size_t LengthFromLead(unsigned char lead) {
@@ -78,8 +75,8 @@ void AppendEscaped(Text& text, std::string_view bytes) {
     }
 }
 
-/// Makes sure that a low unit, which is about to follow, forms no pair. The escapes are low units themselves, so
-/// the whole row of high ones at the end goes.
+/// Prevents a surrogate pair with the low unit that is about to be appended. The escapes are low units themselves, so
+/// all high units at the end are escaped.
 void BreakPair(Text& text) {
     std::size_t begin = text.size();
     while (begin > 0 && IsHigh(text[begin - 1])) {
@@ -95,7 +92,7 @@ void BreakPair(Text& text) {
 
 }  // namespace
 
-std::string ToBytes(TextView text) {
+std::string ToUtf8(TextView text) {
     std::string bytes;
     bytes.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -111,7 +108,7 @@ std::string ToBytes(TextView text) {
     return bytes;
 }
 
-Text FromBytes(std::string_view bytes) {
+Text FromUtf8(std::string_view bytes) {
     Text text;
     text.reserve(bytes.size());
     while (!bytes.empty()) {

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "core/Utf8.h"
 #include "fake/Allocations.h"
 #include "platform/linux/posix/PipeFolder.h"
 #include "platform/linux/posix/Posix.h"
@@ -54,7 +55,7 @@ private:
 /// Reads a FIFO to its end.
 class Drain {
 public:
-    explicit Drain(const Text& pipe) : thread_([this, path = ToBytes(pipe)] { Read(path.c_str()); }) {}
+    explicit Drain(const Text& pipe) : thread_([this, path = ToUtf8(pipe)] { Read(path.c_str()); }) {}
     ~Drain() { thread_.join(); }
     Drain(const Drain&) = delete;
     Drain& operator=(const Drain&) = delete;

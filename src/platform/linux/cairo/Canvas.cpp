@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "core/Utf8.h"
 #include "platform/linux/cairo/LineWidth.h"
-#include "platform/linux/posix/Posix.h"
 
 namespace zv {
 
@@ -158,7 +158,7 @@ std::string Displayable(TextView text, bool breaks) {
             shown += moves ? u' ' : unit;
         }
     }
-    return ToBytes(shown);
+    return ToUtf8(shown);
 }
 
 /// Lines of the same height on every screen: what the user has set for documents does not count here.

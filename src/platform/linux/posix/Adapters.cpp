@@ -7,7 +7,7 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/linux/posix/Posix.h"
+#include "core/Utf8.h"
 
 namespace zv {
 namespace {
@@ -64,7 +64,7 @@ AdapterRecord ReadAdapter(const fs::path& device) {
         return adapter;
     }
     adapter.vendorId = static_cast<std::uint32_t>(vendorId);
-    adapter.description = FromBytes(Describe(adapter.vendorId, static_cast<std::uint32_t>(deviceId)));
+    adapter.description = FromUtf8(Describe(adapter.vendorId, static_cast<std::uint32_t>(deviceId)));
     adapter.described = true;
     std::uint64_t memory = 0;
     if (ReadNumber(device / "mem_info_vram_total", memory)) {

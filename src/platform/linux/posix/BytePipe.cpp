@@ -19,6 +19,7 @@
 #include <new>
 #include <string>
 
+#include "core/Utf8.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"
 #include "platform/linux/posix/EventHandle.h"
@@ -162,7 +163,7 @@ void Closer<PipeWrite>::operator()(PipeWrite* write) const noexcept {
 
 Text PipeName(TextView stem, std::uint32_t counter) {
     const std::string number = std::to_string(OwnProcessId()) + "-" + std::to_string(counter);
-    return FromBytes(PipeFolderPath() + "/" + ToBytes(stem) + number);
+    return FromUtf8(PipeFolderPath() + "/" + ToUtf8(stem) + number);
 }
 
 const char16_t* const rawPipeInputFlags = u"";
@@ -170,7 +171,7 @@ const char16_t* const rawPipeInputFlags = u"";
 Result MakeBytePipe(TextView name, const PipeOptions& options, Owned<BytePipe>& pipe) {
     IgnoreBrokenPipes();
     pipe.reset();
-    std::string path = ToBytes(name);
+    std::string path = ToUtf8(name);
     auto made = std::make_unique<BytePipe>();
     if (!EnterPipeFolder()) {
         return LastError();

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "core/CommandLine.h"
+#include "core/Utf8.h"
 #include "platform/linux/posix/Posix.h"
 #include "platform/linux/posix/Spawner.h"
 
@@ -80,20 +81,20 @@ bool MakeInputPipe(InputPipe& input) {
 Descriptor MakeLog(TextView path) {
     constexpr mode_t readableByAll = 0644;
     return AboveStandard(
-        Descriptor(open(ToBytes(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, readableByAll)));
+        Descriptor(open(ToUtf8(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, readableByAll)));
 }
 
 pid_t Start(const ChildOptions& options, int input, int log) {
     std::vector<std::string> arguments;
     for (const Text& argument : SplitCommandLine(options.commandLine)) {
-        arguments.push_back(ToBytes(argument));
+        arguments.push_back(ToUtf8(argument));
     }
     std::vector<char*> pointers;
     for (std::string& argument : arguments) {
         pointers.push_back(argument.data());
     }
     pointers.push_back(nullptr);
-    const std::string path = ToBytes(options.executable);
+    const std::string path = ToUtf8(options.executable);
     return SpawnFromPermanentThread({path.c_str(), pointers.data(), input, log});
 }
 

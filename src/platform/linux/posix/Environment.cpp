@@ -10,8 +10,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "core/Utf8.h"
 #include "platform/linux/posix/EnvironmentLock.h"
-#include "platform/linux/posix/Posix.h"
 
 namespace zv {
 namespace {
@@ -48,16 +48,16 @@ std::string ProgramIn(std::string_view folder, const std::string& name) {
 const char16_t* const ffmpegFileName = u"ffmpeg";
 
 Text EnvironmentValue(TextView name) {
-    std::string value = RawValue(ToBytes(name).c_str());
+    std::string value = RawValue(ToUtf8(name).c_str());
     if (value.empty() && name == u"LOCALAPPDATA") {
         value = LocalDataFolder();
     }
-    return FromBytes(value);
+    return FromUtf8(value);
 }
 
 void SetEnvironmentValue(TextView name, TextView value) {
     const std::lock_guard guard(EnvironmentLock());
-    setenv(ToBytes(name).c_str(), ToBytes(value).c_str(), 1);
+    setenv(ToUtf8(name).c_str(), ToUtf8(value).c_str(), 1);
 }
 
 std::uint32_t OwnProcessId() { return static_cast<std::uint32_t>(getpid()); }
@@ -65,11 +65,11 @@ std::uint32_t OwnProcessId() { return static_cast<std::uint32_t>(getpid()); }
 Text ExecutableFolder() {
     std::error_code code;
     const std::filesystem::path executable = std::filesystem::read_symlink("/proc/self/exe", code);
-    return FromBytes(executable.parent_path().native());
+    return FromUtf8(executable.parent_path().native());
 }
 
 Text FindOnSearchPath(TextView fileName) {
-    const std::string name = ToBytes(fileName);
+    const std::string name = ToUtf8(fileName);
     if (name.empty()) {
         return {};
     }
@@ -80,7 +80,7 @@ Text FindOnSearchPath(TextView fileName) {
         more = colon != std::string_view::npos;
         const std::string program = ProgramIn(rest.substr(0, colon), name);
         if (IsProgram(program)) {
-            return FromBytes(program);
+            return FromUtf8(program);
         }
         rest.remove_prefix(more ? colon + 1 : rest.size());
     }

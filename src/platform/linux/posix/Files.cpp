@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <system_error>
 
+#include "core/Utf8.h"
 #include "platform/SharedFile.h"
 #include "platform/linux/posix/Posix.h"
 
@@ -40,9 +41,9 @@ Result MoveAcrossVolumes(const std::filesystem::path& from, const std::filesyste
 
 const char16_t pathSeparator = u'/';
 
-std::filesystem::path ToPath(TextView text) { return std::filesystem::path(ToBytes(text)); }
+std::filesystem::path ToPath(TextView text) { return std::filesystem::path(ToUtf8(text)); }
 
-Text FromPath(const std::filesystem::path& path) { return FromBytes(path.native()); }
+Text FromPath(const std::filesystem::path& path) { return FromUtf8(path.native()); }
 
 Text JoinPath(TextView folder, TextView name) {
     if (folder.empty() || name.starts_with(pathSeparator)) {

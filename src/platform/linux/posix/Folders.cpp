@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
+#include "core/Utf8.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
-#include "platform/linux/posix/Posix.h"
 #include "platform/linux/posix/UserFolders.h"
 
 namespace zv {
@@ -33,8 +33,8 @@ Text MediaFolder(std::string_view key, TextView usualName) {
     if (home.empty()) {
         return u".";
     }
-    const std::string chosen = UserFolderFrom(UserFolderFile(home), key, ToBytes(home));
-    return chosen.empty() ? JoinPath(home, usualName) : FromBytes(chosen);
+    const std::string chosen = UserFolderFrom(UserFolderFile(home), key, ToUtf8(home));
+    return chosen.empty() ? JoinPath(home, usualName) : FromUtf8(chosen);
 }
 
 }  // namespace

@@ -1,12 +1,9 @@
-// What the files of this folder share: an owner for file descriptors, time that is left, text as bytes.
+// What the files of this folder share: an owner for file descriptors, the monotonic clock, deadlines and errno.
 #pragma once
 
 #include <cstdint>
-#include <string>
-#include <string_view>
 #include <utility>
 
-#include "core/Text.h"
 #include "platform/Result.h"
 
 namespace zv {
@@ -49,10 +46,6 @@ private:
 
 /// errno as a result.
 Result LastError();
-
-/// Text as the bytes of a path, an argument or a variable, and back; see ToPath for what has no valid form.
-std::string ToBytes(TextView text);
-Text FromBytes(std::string_view bytes);
 
 /// A writer whose reader is gone gets EPIPE instead of a signal. Once is enough.
 void IgnoreBrokenPipes();

@@ -8,7 +8,7 @@
 #include <array>
 #include <cstring>
 
-#include "platform/linux/posix/Posix.h"
+#include "core/Utf8.h"
 #include "platform/linux/pulse/PulseClient.h"
 
 namespace zv {
@@ -85,7 +85,7 @@ using NameList = PulseAnswer<std::vector<AudioDeviceName>>;
 
 void AddName(void* list, const char* description, bool isInput) {
     static_cast<NameList*>(list)->Fill([=](std::vector<AudioDeviceName>& names) {
-        names.push_back({FromBytes(description), isInput});
+        names.push_back({FromUtf8(description), isInput});
     });
 }
 

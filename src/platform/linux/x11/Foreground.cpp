@@ -8,8 +8,8 @@
 #include <string>
 #include <system_error>
 
+#include "core/Utf8.h"
 #include "platform/Environment.h"
-#include "platform/linux/posix/Posix.h"
 #include "platform/linux/x11/WindowOwner.h"
 #include "platform/linux/x11/XDisplay.h"
 
@@ -65,7 +65,7 @@ ForegroundProcess LookUpForeground() {
     if (image.empty()) {
         return {ForegroundKind::Unknown, process, {}};
     }
-    return {ForegroundKind::Known, process, FromBytes(image)};
+    return {ForegroundKind::Known, process, FromUtf8(image)};
 }
 
 }  // namespace zv

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "platform/linux/posix/Posix.h"
+#include "core/Utf8.h"
 #include "platform/linux/x11/Xcb.h"
 
 namespace zv::x11 {
@@ -32,7 +32,7 @@ Text AtomName(xcb_connection_t* connection, xcb_atom_t atom) {
         return {};
     }
     const auto length = static_cast<std::size_t>(xcb_get_atom_name_name_length(reply.get()));
-    return FromBytes(std::string_view(xcb_get_atom_name_name(reply.get()), length));
+    return FromUtf8(std::string_view(xcb_get_atom_name_name(reply.get()), length));
 }
 
 /// RandR turns counter-clockwise, the record clockwise.

@@ -12,7 +12,6 @@
 #include <thread>
 #include <vector>
 
-#include "core/CommandLine.h"
 #include "support/PlatformChild.h"
 #include "support/TemporaryFolder.h"
 
@@ -24,36 +23,6 @@ using support::Eventually;
 using support::PlatformChild;
 
 constexpr std::uint32_t generousMs = 60000;
-
-struct Split {
-    TextView line;
-    std::vector<Text> arguments;
-};
-
-TEST(CommandLine, IsSplitByTheRuleOfTheWindowsRuntime) {
-    const Split rows[] = {
-        {u"", {u""}},
-        {u"ffmpeg", {u"ffmpeg"}},
-        {u"\"C:\\a b\\ffmpeg.exe\" -y", {u"C:\\a b\\ffmpeg.exe", u"-y"}},
-        {u"\"C:\\a\\\" -y", {u"C:\\a\\", u"-y"}},
-        {u"x  a \t b ", {u"x", u"a", u"b"}},
-        {u"x \"\"", {u"x", u""}},
-        {u"x a\\b \"a\\b\"", {u"x", u"a\\b", u"a\\b"}},
-        {u"x \"a\\\\\"", {u"x", u"a\\"}},
-        {u"x \"a\\\"b\"", {u"x", u"a\"b"}},
-        {u"x \"a\\\\\\\"b\"", {u"x", u"a\\\"b"}},
-        {u"x \"a\\\\\\\\\"", {u"x", u"a\\\\"}},
-        {u"x \"a b\"c", {u"x", u"a bc"}},
-        {u"x a\" \"b", {u"x", u"a b"}},
-        {u"x \"say \"\"hi\"\"\"", {u"x", u"say \"hi\""}},
-        {u"x \"open", {u"x", u"open"}},
-        {u"x \\\\", {u"x", u"\\\\"}},
-        {u"x \\\"a b\\\"", {u"x", u"\"a", u"b\""}},
-    };
-    for (const Split& row : rows) {
-        EXPECT_EQ(SplitCommandLine(row.line), row.arguments) << ToPath(row.line);
-    }
-}
 
 class LinuxChildProcess : public testing::Test {
 protected:

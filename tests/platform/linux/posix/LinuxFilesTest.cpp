@@ -3,60 +3,14 @@
 
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <set>
 #include <stdexcept>
 
 #include "platform/Files.h"
-#include "platform/linux/posix/Posix.h"
 #include "support/TemporaryFolder.h"
 
 namespace zv {
 namespace {
-
-TEST(LinuxText, CharactersBecomeUtf8) {
-    EXPECT_EQ(ToBytes(u"a\u00E9\u6771\U0001F3AE"), "a\xC3\xA9\xE6\x9D\xB1\xF0\x9F\x8E\xAE");
-    EXPECT_EQ(FromBytes("a\xC3\xA9\xE6\x9D\xB1\xF0\x9F\x8E\xAE"), u"a\u00E9\u6771\U0001F3AE");
-}
-
-TEST(LinuxText, AByteThatIsNoUtf8BecomesAUnitOfItsOwnAndComesBack) {
-    EXPECT_EQ(FromBytes("a\xFF"), Text(u"a") + u'\xDCFF');
-    EXPECT_EQ(FromBytes("\xC3("
-                        "\x80"),
-              (Text{u'\xDCC3', u'(', u'\xDC80'}));
-    EXPECT_EQ(ToBytes(Text{u'\xDCFF', u'\xDC80'}), "\xFF\x80");
-}
-
-TEST(LinuxText, ALoneSurrogateBecomesItsThreeByteForm) {
-    EXPECT_EQ(ToBytes(Text(1, u'\xD800')), "\xED\xA0\x80");
-    EXPECT_EQ(ToBytes(Text(1, u'\xDFFF')), "\xED\xBF\xBF");
-    EXPECT_EQ(FromBytes("\xED\xA0\x80"), Text(1, u'\xD800'));
-}
-
-TEST(LinuxText, OverlongAndTooLargeFormsAreEscapedByteByByte) {
-    EXPECT_EQ(FromBytes("\xC0\xAF"), (Text{u'\xDCC0', u'\xDCAF'}));
-    EXPECT_EQ(FromBytes("\xE0\x80\xAF"), (Text{u'\xDCE0', u'\xDC80', u'\xDCAF'}));
-    EXPECT_EQ(FromBytes("\xF4\x90\x80\x80"), (Text{u'\xDCF4', u'\xDC90', u'\xDC80', u'\xDC80'}));
-}
-
-TEST(LinuxText, ATwoPartFormOfOnePairComesBackAsItWas) {
-    EXPECT_EQ(ToBytes(FromBytes("\xED\xA0\x80\xED\xB0\x80")), "\xED\xA0\x80\xED\xB0\x80");
-    EXPECT_EQ(ToBytes(FromBytes("\xED\xA0\x80\xFF")), "\xED\xA0\x80\xFF");
-    EXPECT_EQ(ToBytes(FromBytes("\xED\xB2\x80")), "\xED\xB2\x80");
-}
-
-TEST(LinuxText, EveryStringOfBytesComesBackAsItWas) {
-    // Bytes from which the interesting sequences are made, put together at random with a fixed seed.
-    const std::string alphabet = "a\x80\xA0\xB0\xB2\xBF\xC3\xE0\xED\xED\xED\xF0\xF4\xFF\x90";
-    std::minstd_rand random(4711);
-    for (int round = 0; round < 200000; ++round) {
-        std::string bytes;
-        for (std::size_t length = random() % 9; length > 0; --length) {
-            bytes += alphabet[random() % alphabet.size()];
-        }
-        ASSERT_EQ(ToBytes(FromBytes(bytes)), bytes);
-    }
-}
 
 TEST(LinuxFiles, EveryNameOfAFolderSurvivesBeingText) {
     const support::TemporaryFolder folder;

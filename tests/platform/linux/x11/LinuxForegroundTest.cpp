@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <string>
 
+#include "core/Utf8.h"
 #include "platform/Foreground.h"
-#include "platform/linux/posix/Posix.h"
 #include "platform/linux/x11/WindowOwner.h"
 #include "platform/linux/x11/XDisplay.h"
 #include "support/TemporaryFolder.h"
@@ -135,7 +135,7 @@ TEST_F(LinuxForeground, TheServersWordCountsBeforeTheWindowsOwnClaim) {
 
 TEST_F(LinuxForeground, OnAServerThatCannotTellTheWindowsClaimCounts) {
     const XServer plain("640x480x24 -extension X-Resource");
-    const Other claiming = StartOther(u"x_window_child", u"claim " + FromBytes(std::to_string(OwnProcessId())));
+    const Other claiming = StartOther(u"x_window_child", u"claim " + FromUtf8(std::to_string(OwnProcessId())));
     EXPECT_EQ(LookUpForeground().kind, ForegroundKind::Own);
     const Other silent = StartOther(u"x_window_child", u"");
     EXPECT_EQ(LookUpForeground().kind, ForegroundKind::Unknown);

@@ -9,6 +9,7 @@
 #include <limits>
 #include <span>
 
+#include "core/Utf8.h"
 #include "platform/linux/cairo/PngFile.h"
 #include "platform/linux/posix/Posix.h"
 #include "platform/linux/x11/XDisplay.h"
@@ -186,7 +187,7 @@ Result SaveScreenAsPng(const ScreenArea& area, TextView path) {
     }
     Pixels pixels;
     const Result read = ReadScreen(area, pixels);
-    return Failed(read) ? read : WritePng(pixels, ToBytes(path));
+    return Failed(read) ? read : WritePng(pixels, ToUtf8(path));
 }
 
 }  // namespace zv

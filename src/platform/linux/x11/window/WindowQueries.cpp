@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <string>
 
+#include "core/Utf8.h"
 #include "platform/Environment.h"
 #include "platform/FrontWindow.h"
 #include "platform/Monitors.h"
-#include "platform/linux/posix/Posix.h"
 #include "platform/linux/x11/RandrMonitors.h"
 #include "platform/linux/x11/WindowOwner.h"
 #include "platform/linux/x11/XDisplay.h"
@@ -89,7 +89,7 @@ Text ClassNameOf(Session& session, xcb_window_t window) {
     const std::size_t end = names.find('\0');
     names.erase(0, end == std::string::npos ? 0 : end + 1);
     names.erase(std::min(names.find('\0'), names.size()));
-    return FromBytes(names);
+    return FromUtf8(names);
 }
 
 }  // namespace

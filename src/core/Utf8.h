@@ -1,0 +1,18 @@
+// UTF-8 conversion that loses nothing in either direction, valid or not.
+//
+// A byte that is not part of valid UTF-8 becomes the code unit 0xDC00 + byte and converts back to that byte. A lone
+// surrogate becomes its three-byte form. So every byte string and every path, argument and variable of a system that
+// uses UTF-8 survives the round trip through Text.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "core/Text.h"
+
+namespace zv {
+
+std::string ToUtf8(TextView text);
+Text FromUtf8(std::string_view bytes);
+
+}  // namespace zv

@@ -1,0 +1,55 @@
+#include "core/Utf8.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace zv {
+namespace {
+
+TEST(Utf8, CharactersBecomeUtf8) {
+    EXPECT_EQ(ToUtf8(u"a\u00E9\u6771\U0001F3AE"), "a\xC3\xA9\xE6\x9D\xB1\xF0\x9F\x8E\xAE");
+    EXPECT_EQ(FromUtf8("a\xC3\xA9\xE6\x9D\xB1\xF0\x9F\x8E\xAE"), u"a\u00E9\u6771\U0001F3AE");
+}
+
+TEST(Utf8, AnInvalidByteBecomesItsOwnUnitAndConvertsBack) {
+    EXPECT_EQ(FromUtf8("a\xFF"), Text(u"a") + u'\xDCFF');
+    EXPECT_EQ(FromUtf8("\xC3("
+                       "\x80"),
+              (Text{u'\xDCC3', u'(', u'\xDC80'}));
+    EXPECT_EQ(ToUtf8(Text{u'\xDCFF', u'\xDC80'}), "\xFF\x80");
+}
+
+TEST(Utf8, ALoneSurrogateBecomesItsThreeByteForm) {
+    EXPECT_EQ(ToUtf8(Text(1, u'\xD800')), "\xED\xA0\x80");
+    EXPECT_EQ(ToUtf8(Text(1, u'\xDFFF')), "\xED\xBF\xBF");
+    EXPECT_EQ(FromUtf8("\xED\xA0\x80"), Text(1, u'\xD800'));
+}
+
+TEST(Utf8, OverlongAndTooLargeFormsAreEscapedByteByByte) {
+    EXPECT_EQ(FromUtf8("\xC0\xAF"), (Text{u'\xDCC0', u'\xDCAF'}));
+    EXPECT_EQ(FromUtf8("\xE0\x80\xAF"), (Text{u'\xDCE0', u'\xDC80', u'\xDCAF'}));
+    EXPECT_EQ(FromUtf8("\xF4\x90\x80\x80"), (Text{u'\xDCF4', u'\xDC90', u'\xDC80', u'\xDC80'}));
+}
+
+TEST(Utf8, TwoEncodedSurrogatesConvertBackUnchanged) {
+    EXPECT_EQ(ToUtf8(FromUtf8("\xED\xA0\x80\xED\xB0\x80")), "\xED\xA0\x80\xED\xB0\x80");
+    EXPECT_EQ(ToUtf8(FromUtf8("\xED\xA0\x80\xFF")), "\xED\xA0\x80\xFF");
+    EXPECT_EQ(ToUtf8(FromUtf8("\xED\xB2\x80")), "\xED\xB2\x80");
+}
+
+TEST(Utf8, EveryByteStringConvertsBackUnchanged) {
+    // Random strings, with a fixed seed, of the bytes that form valid, overlong, surrogate and broken sequences.
+    const std::string alphabet = "a\x80\xA0\xB0\xB2\xBF\xC3\xE0\xED\xED\xED\xF0\xF4\xFF\x90";
+    std::minstd_rand random(4711);
+    for (int round = 0; round < 200000; ++round) {
+        std::string bytes;
+        for (std::size_t length = random() % 9; length > 0; --length) {
+            bytes += alphabet[random() % alphabet.size()];
+        }
+        ASSERT_EQ(ToUtf8(FromUtf8(bytes)), bytes);
+    }
+}
+
+}  // namespace
+}  // namespace zv
