@@ -62,12 +62,12 @@ void NameSum(benchmark::State& state, const Surface& surface) {
 void Copy(benchmark::State& state) {
     Road road(outWidth, outHeight);
     const std::size_t size = road.source->stride * outHeight;
-    const std::shared_ptr<PixelStore> copy = MakePixelStore(size);
+    const PixelMemory copy = AllocatePixels(size);
     for (auto each : state) {
-        std::memcpy(copy->bytes, road.source->pixels, size);
+        std::memcpy(copy.get(), road.source->pixels, size);
         benchmark::ClobberMemory();
     }
-    state.counters["checksum"] = Checksum(copy->bytes, size);
+    state.counters["checksum"] = Checksum(copy.get(), size);
 }
 
 void Convert(benchmark::State& state, const ConversionKernels* kernels, std::uint32_t width, std::uint32_t height) {

@@ -87,11 +87,11 @@ void ExpectSpecifiedStream(const ClipFacts& facts, int fps) {
 }
 
 TEST_F(Road, AClipHoldsEveryNumberOfItsSecondsExactlyOnceAndInOrder) {
-    ASSERT_TRUE(engine.Configure(Config())) << ToUtf8(engine.statusText);
-    ASSERT_TRUE(engine.StartReplay(true, 15)) << ToUtf8(engine.statusText);
+    ASSERT_TRUE(engine.Configure(Config())) << support::ToUtf8(engine.statusText);
+    ASSERT_TRUE(engine.StartReplay(true, 15)) << support::ToUtf8(engine.statusText);
     ASSERT_TRUE(Buffered(6));
     const std::size_t before = ReadSegmentList(engine.replayDir).size();
-    ASSERT_TRUE(engine.SaveReplayClip(Output("clip.mp4"))) << ToUtf8(engine.statusText);
+    ASSERT_TRUE(engine.SaveReplayClip(Output("clip.mp4"))) << support::ToUtf8(engine.statusText);
     const std::size_t after = ReadSegmentList(engine.replayDir).size();
     EXPECT_EQ(engine.statusText, u"Replay saved: " + Output("clip.mp4"));
 
@@ -149,7 +149,7 @@ TEST_F(Road, AFullRingHoldsItsLengthAndDropsTheOldestSecond) {
 
 TEST_F(Road, AClipAtSixtyFramesASecondIsWholeAsWell) {
     ASSERT_TRUE(engine.Configure(Config(60)));
-    ASSERT_TRUE(engine.StartReplay(true, 15)) << ToUtf8(engine.statusText);
+    ASSERT_TRUE(engine.StartReplay(true, 15)) << support::ToUtf8(engine.statusText);
     ASSERT_TRUE(Buffered(3));
     ASSERT_TRUE(engine.SaveReplayClip(Output("clip.mp4")));
     ExpectSpecifiedStream(Probe(ToPath(Output("clip.mp4")), true), 60);
@@ -184,7 +184,7 @@ TEST_F(Road, TwoHundredStartsAndStopsLeaveNoHandleThreadOrMemoryBehind) {
     for (int round = 0; round < 200; ++round) {
         // Another length restarts a running replay; every fourth round starts from a stopped one.
         ASSERT_TRUE(engine.StartReplay(true, 15 + round % 200))
-            << "round " << round << ": " << ToUtf8(engine.statusText);
+            << "round " << round << ": " << support::ToUtf8(engine.statusText);
         if (round % 4 == 3) {
             ASSERT_TRUE(engine.StartReplay(false, 15));
         }

@@ -45,7 +45,7 @@ namespace {
 /// A slow ramp in every channel, so that the rest of the picture is no plain colour.
 void PaintBackground(const DesktopPixels& pixels) {
     for (std::uint32_t y = 0; y < pixels.height; ++y) {
-        auto* row = reinterpret_cast<std::uint32_t*>(pixels.store->bytes + y * pixels.Stride());
+        auto* row = reinterpret_cast<std::uint32_t*>(pixels.memory.get() + y * pixels.Stride());
         for (std::uint32_t x = 0; x < pixels.width; ++x) {
             const std::uint32_t across = x * 255 / pixels.width;
             const std::uint32_t down = y * 255 / pixels.height;
@@ -58,7 +58,7 @@ void PaintNext(DesktopDuplication& duplication) {
     const DesktopPixels& pixels = duplication.image.pixels;
     const auto width = static_cast<int>(pixels.width);
     const auto height = static_cast<int>(pixels.height);
-    support::PaintFrameNumber(TheNumberedDesktop().images++, reinterpret_cast<std::uint32_t*>(pixels.store->bytes),
+    support::PaintFrameNumber(TheNumberedDesktop().images++, reinterpret_cast<std::uint32_t*>(pixels.memory.get()),
                               pixels.width, width, height);
     duplication.image.changed.Clear();
     if (duplication.first) {
@@ -123,12 +123,12 @@ Result OpenDuplication(GraphicsDevice& device, GraphicsOutput&, Owned<DesktopDup
     DesktopPixels& pixels = made->image.pixels;
     pixels.width = controls.width;
     pixels.height = controls.height;
-    pixels.store = MakePixelStore(pixels.Stride() * pixels.height);
-    if (pixels.store == nullptr) {
-        return LastError();
+    pixels.memory = AllocatePixels(pixels.Stride() * pixels.height);
+    if (pixels.memory == nullptr) {
+        return resultGenericFailure;
     }
     fake::PaintBackground(pixels);
-    device.desktop = pixels;
+    device.duplicated = pixels;
     duplication = std::move(made);
     return resultOk;
 }

@@ -441,6 +441,8 @@ std::optional<int> ProgramRun::End(double seconds) {
 
 std::string ProgramRun::Log() const { return ReadAll(Home() / "program.log"); }
 
+std::string ToUtf8(const std::u16string& text) { return std::filesystem::path(text).string(); }
+
 std::string ProgramPath() { return ZV_PROGRAM_PATH; }
 std::string MovingDesktopPath() { return ZV_MOVING_DESKTOP_PATH; }
 

@@ -14,7 +14,6 @@
 #include <string>
 #include <vector>
 
-#include "core/Utf8.h"
 #include "support/DisplayNumber.h"
 #include "support/TemporaryFolder.h"
 
@@ -134,6 +133,9 @@ private:
     std::filesystem::path temporary_;
     Spawned process_;
 };
+
+/// UTF-8 of a text, for the messages of a test.
+std::string ToUtf8(const std::u16string& text);
 
 /// The path of the program under test and of the painter of numbered frames.
 std::string ProgramPath();

@@ -1,5 +1,4 @@
 // The entry of the Linux program.
-#include <cstdio>
 #include <filesystem>
 
 #include "platform/Files.h"
@@ -8,7 +7,6 @@
 
 int main(int argumentCount, char** arguments) {
     if (!zv::OpenSession()) {
-        std::fputs("Zorvel needs an X display. Set DISPLAY and start it again.\n", stderr);
         return 1;
     }
     zv::Text commandLine;

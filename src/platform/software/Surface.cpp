@@ -1,12 +1,8 @@
-// Making surfaces and copying the desktop's image into one.
+// Makes surfaces and copies the desktop's image into one.
 #include "platform/software/Surface.h"
 
-#include <errno.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
+#include <cerrno>
 #include <cstring>
-#include <new>
 
 namespace zv {
 namespace {
@@ -26,32 +22,11 @@ void CopyRows(const DesktopPixels& from, Surface& to, const Rectangle& part) {
     const auto left = static_cast<std::size_t>(part.left) * 4;
     const auto bytes = static_cast<std::size_t>(part.right - part.left) * 4;
     for (auto row = static_cast<std::size_t>(part.top); row < static_cast<std::size_t>(part.bottom); ++row) {
-        std::memcpy(to.pixels + row * to.stride + left, from.store->bytes + row * from.Stride() + left, bytes);
+        std::memcpy(to.pixels + row * to.stride + left, from.memory.get() + row * from.Stride() + left, bytes);
     }
 }
 
 }  // namespace
-
-PixelStore::~PixelStore() {
-    if (bytes != nullptr) {
-        munmap(bytes, size);
-    }
-}
-
-std::shared_ptr<PixelStore> MakePixelStore(std::size_t size) {
-    auto store = std::make_shared<PixelStore>();
-    store->descriptor = Descriptor(memfd_create("zorvel-pixels", MFD_CLOEXEC));
-    if (!store->descriptor.Held() || ftruncate(store->descriptor.Get(), static_cast<off_t>(size)) != 0) {
-        return nullptr;
-    }
-    void* place = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, store->descriptor.Get(), 0);
-    if (place == MAP_FAILED) {
-        return nullptr;
-    }
-    store->bytes = static_cast<std::uint8_t*>(place);
-    store->size = size;
-    return store;
-}
 
 template <>
 void Closer<GraphicsDevice>::operator()(GraphicsDevice* device) const noexcept {
@@ -72,12 +47,12 @@ Result MakeCaptureSurface(GraphicsDevice& device, std::uint32_t width, std::uint
     made->width = width;
     made->height = height;
     made->stride = std::size_t{width} * 4;
-    const bool shared = device.desktop.width == width && device.desktop.height == height;
-    made->store = shared ? device.desktop.store : MakePixelStore(made->stride * height);
-    if (made->store == nullptr) {
-        return LastError();
+    const bool shared = device.duplicated.width == width && device.duplicated.height == height;
+    made->memory = shared ? device.duplicated.memory : AllocatePixels(made->stride * height);
+    if (made->memory == nullptr) {
+        return ResultOfSystemError(ENOMEM);
     }
-    made->pixels = made->store->bytes;
+    made->pixels = made->memory.get();
     made->changed.Add(WholeOf(*made));
     surface = std::move(made);
     return resultOk;
@@ -92,11 +67,11 @@ Result MakeNv12Surface(GraphicsDevice&, std::uint32_t width, std::uint32_t heigh
     made->width = width;
     made->height = height;
     made->stride = (std::size_t{width} + rowAlignment - 1) / rowAlignment * rowAlignment;
-    made->store = MakePixelStore(made->stride * height * 3 / 2);
-    if (made->store == nullptr) {
-        return LastError();
+    made->memory = AllocatePixels(made->stride * height * 3 / 2);
+    if (made->memory == nullptr) {
+        return ResultOfSystemError(ENOMEM);
     }
-    made->pixels = made->store->bytes;
+    made->pixels = made->memory.get();
     made->chroma = made->pixels + made->stride * height;
     made->changed.Add(WholeOf(*made));
     surface = std::move(made);
@@ -111,7 +86,7 @@ Result CopyImage(GraphicsDevice&, DesktopImage& image, Surface& surface) {
         surface.height != image.pixels.height) {
         return ResultOfSystemError(EINVAL);
     }
-    if (surface.store != image.pixels.store) {
+    if (surface.memory != image.pixels.memory) {
         for (const Rectangle& part : image.changed.Rectangles()) {
             CopyRows(image.pixels, surface, part);
         }

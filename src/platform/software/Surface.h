@@ -1,46 +1,30 @@
-// Pictures in main memory and what passes between duplication, scaler and encoder along with them.
+// Pictures in main memory, and the damage that duplication, scaler and encoder pass on with them.
 //
-// The duplication's image and the capture surface share one storage when their sizes agree: what the server writes
-// lands in the surface, and CopyImage only hands over what changed. So the surface shows a new image from AcquireImage
-// on, which nobody can see as long as each acquired image is copied before anything else is done with the surface.
-// Whoever writes into a surface adds to its damage; its one reader (scaler or encoder) takes it.
+// The duplication's image and the capture surface share one memory if their sizes agree: AcquireImage writes the pixels
+// of both, and CopyImage copies only the damage. Nobody can tell, because each acquired image is copied before the
+// surface is used again. Whoever writes into a surface adds to its damage; its one reader, scaler or encoder, clears
+// it.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
 #include "platform/DesktopCapture.h"
-#include "platform/linux/posix/Posix.h"
 #include "platform/software/Damage.h"
+#include "platform/software/PixelMemory.h"
 
 namespace zv {
 
-/// A mapping of its own, zeroed, that another process can map by its descriptor.
-struct PixelStore {
-    PixelStore() = default;
-    ~PixelStore();
-    PixelStore(const PixelStore&) = delete;
-    PixelStore& operator=(const PixelStore&) = delete;
-
-    std::uint8_t* bytes = nullptr;
-    std::size_t size = 0;
-    Descriptor descriptor;
-};
-
-/// Null, with errno in place, when the system has no memory to give.
-std::shared_ptr<PixelStore> MakePixelStore(std::size_t size);
-
 /// BGRA pixels, 4 bytes each, of a desktop.
 struct DesktopPixels {
-    std::shared_ptr<PixelStore> store;
+    PixelMemory memory;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::size_t Stride() const { return std::size_t{width} * 4; }
 };
 
 struct GraphicsDevice {
-    DesktopPixels desktop;  ///< storage of the duplication that was opened on this device
+    DesktopPixels duplicated;  ///< the pixels that the duplication of this device writes
 };
 
 struct DesktopImage {
@@ -57,9 +41,9 @@ struct Surface {
     std::uint32_t height = 0;
     std::size_t stride = 0;          ///< bytes a row, of both planes
     std::uint8_t* pixels = nullptr;  ///< BGRA, or luma
-    std::uint8_t* chroma = nullptr;  ///< NV12 only: Cb and Cr in turns, half as many rows
-    std::shared_ptr<PixelStore> store;
-    Damage changed;  ///< since the reader looked last
+    std::uint8_t* chroma = nullptr;  ///< NV12 only: Cb and Cr interleaved, half as many rows
+    PixelMemory memory;              ///< the duplication's own, if the surface shares it
+    Damage changed;                  ///< since the reader cleared it last
 };
 
 }  // namespace zv

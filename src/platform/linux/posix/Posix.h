@@ -22,6 +22,8 @@ public:
     int Get() const { return value_; }
     bool Held() const { return value_ >= 0; }
     void Reset() noexcept;
+    /// Gives the descriptor up without closing it.
+    int Release() noexcept { return std::exchange(value_, -1); }
 
 private:
     int value_ = -1;

@@ -298,7 +298,7 @@ TEST(LinuxWaveInput, WithoutAServerThereAreNoNamesAndNoMicrophone) {
 /// Reads the stream like the encoder does, on a thread of its own.
 class StreamReader {
 public:
-    explicit StreamReader(const Text& pipeName) : thread_([this, name = ToUtf8(pipeName)] { Read(name); }) {}
+    explicit StreamReader(const Text& pipeName) : thread_([this, name = support::ToUtf8(pipeName)] { Read(name); }) {}
     ~StreamReader() { Join(); }
     StreamReader(const StreamReader&) = delete;
     StreamReader& operator=(const StreamReader&) = delete;

@@ -1,28 +1,28 @@
-// The duplication of a monitor of an X screen: damage tells what changed, shared memory brings it.
+// The duplication of a monitor of an X screen: the DAMAGE extension reports what changed, shared memory transfers it.
 //
-// One connection for each capture, used by its thread alone. The server writes the changed bands, as full-width rows,
-// straight into the storage that the capture surface shares, so a new image costs one round trip to ask what changed
-// and one write by the server; a desktop that stands still costs an empty read of the socket. The pointer is not in
-// the image. XCB never ends the process: a server that dies is a failed acquire.
+// Each capture has a connection of its own, used by its thread alone. The server writes the changed bands, as
+// full-width rows, straight into the memory that the capture surface shares. A new image costs one round trip for the
+// damage and one for the pixels; a still desktop costs an empty read of the socket. The pointer is not in the image.
+// XCB never ends the process: if the server dies, AcquireImage fails.
 #include "platform/DesktopCapture.h"
 
 #include <errno.h>
 #include <poll.h>
-#include <unistd.h>
 #include <xcb/damage.h>
 #include <xcb/randr.h>
-#include <xcb/shm.h>
 #include <xcb/xcb.h>
 #include <xcb/xfixes.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <cstring>
 #include <span>
 
 #include "platform/linux/posix/Posix.h"
+#include "platform/linux/x11/Extensions.h"
+#include "platform/linux/x11/PixelFormat.h"
 #include "platform/linux/x11/RandrMonitors.h"
+#include "platform/linux/x11/SharedMemory.h"
 #include "platform/linux/x11/Xcb.h"
 #include "platform/linux/x11/capture/ExcludedWindows.h"
 #include "platform/linux/x11/capture/OccludedContent.h"
@@ -31,8 +31,8 @@
 namespace zv {
 namespace {
 
-constexpr std::int64_t beneathPeriodNs = 16'000'000;
-constexpr std::int32_t bandGap = 16;  ///< rows: bands that are nearer to each other are grabbed as one
+constexpr std::int64_t restorePeriodNs = 16'000'000;
+constexpr std::int32_t bandGap = 16;  ///< rows; bands that are closer together are grabbed as one
 
 const Result lostServer = ResultOfSystemError(EPIPE);
 const Result changedMonitor = ResultOfSystemError(ESTALE);
@@ -40,7 +40,6 @@ const Result goneMonitor = ResultOfSystemError(ENODEV);
 const Result unsuitableScreen = ResultOfSystemError(EOPNOTSUPP);
 const Result heldImage = ResultOf(0x887A0001U);  // DXGI_ERROR_INVALID_CALL
 
-/// The connection with what was asked of it once.
 struct Server {
     x11::Connection connection;
     const xcb_screen_t* screen = nullptr;
@@ -65,22 +64,22 @@ struct DesktopDuplication {
 
     std::shared_ptr<Server> server;
     OutputRecord output;
-    Rectangle monitor;  ///< in the coordinates of the root window
-    xcb_shm_seg_t segment = XCB_NONE;
+    Rectangle monitor;         ///< in the coordinates of the root window
+    x11::SharedMemory memory;  ///< of the image
     xcb_damage_damage_t damage = XCB_NONE;
     xcb_xfixes_region_t region = XCB_NONE;
     std::uint8_t damageEvent = 0;
     std::uint8_t randrEvent = 0;  ///< 0: the server has no RandR
 
-    bool first = true;            ///< no image was given out yet
-    bool damaged = false;         ///< the server has damage to tell of
-    bool displayChanged = false;  ///< monitors have to be looked at again
-    bool held = false;            ///< an image is out
+    bool first = true;            ///< no image has been acquired yet
+    bool damaged = false;         ///< the server has reported damage
+    bool displayChanged = false;  ///< the monitors have to be read again
+    bool held = false;            ///< an image has been acquired and not released
     DesktopImage image;
 
-    std::unique_ptr<x11::BeneathWindows> beneath;
-    Damage covered;                   ///< parts of the root where the image shows what lies beneath ours
-    std::int64_t coveredDrawnNs = 0;  ///< when what lies beneath them was drawn last
+    std::unique_ptr<x11::OccludedContent> occluded;
+    Damage restored;              ///< parts of the root where the image shows what our windows occlude
+    std::int64_t restoredNs = 0;  ///< when these parts were composed last
 };
 
 namespace {
@@ -115,45 +114,17 @@ Bands BandsOf(const Damage& damage) {
     return bands;
 }
 
-bool HasPixelsOfFourBytes(const Server& server) {
-    const xcb_setup_t* setup = xcb_get_setup(server.Get());
-    for (auto format = xcb_setup_pixmap_formats_iterator(setup); format.rem > 0; xcb_format_next(&format)) {
-        if (format.data->depth == server.screen->root_depth) {
-            return format.data->bits_per_pixel == 32 && setup->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
-        }
-    }
-    return false;
-}
-
-/// The root's visual puts red, green and blue where the conversion looks for them.
-bool HasUsualColors(const xcb_screen_t& screen) {
-    for (auto depth = xcb_screen_allowed_depths_iterator(&screen); depth.rem > 0; xcb_depth_next(&depth)) {
-        for (auto visual = xcb_depth_visuals_iterator(depth.data); visual.rem > 0; xcb_visualtype_next(&visual)) {
-            if (visual.data->visual_id == screen.root_visual) {
-                return visual.data->_class == XCB_VISUAL_CLASS_TRUE_COLOR && visual.data->red_mask == 0xFF0000U &&
-                       visual.data->green_mask == 0xFF00U && visual.data->blue_mask == 0xFFU;
-            }
-        }
-    }
-    return false;
-}
-
-bool Has(xcb_connection_t* connection, xcb_extension_t& extension) {
-    const xcb_query_extension_reply_t* reply = xcb_get_extension_data(connection, &extension);
-    return reply != nullptr && reply->present != 0;
-}
-
-/// Shared memory by descriptor, regions and damage.
-bool HasExtensions(xcb_connection_t* connection) {
-    if (!Has(connection, xcb_shm_id) || !Has(connection, xcb_xfixes_id) || !Has(connection, xcb_damage_id)) {
+/// Returns true if the server has shared memory by descriptor, regions and damage. Tells it the versions in use.
+bool PrepareExtensions(xcb_connection_t* connection) {
+    if (!x11::HasExtensions(connection, {&xcb_shm_id, &xcb_xfixes_id, &xcb_damage_id})) {
         return false;
     }
-    const x11::Reply<xcb_shm_query_version_reply_t> shm(
-        xcb_shm_query_version_reply(connection, xcb_shm_query_version(connection), nullptr));
-    const x11::Reply<xcb_xfixes_query_version_reply_t> fixes(
-        xcb_xfixes_query_version_reply(connection, xcb_xfixes_query_version(connection, 2, 0), nullptr));
-    const x11::Reply<xcb_damage_query_version_reply_t> damage(
-        xcb_damage_query_version_reply(connection, xcb_damage_query_version(connection, 1, 1), nullptr));
+    const auto shmCookie = xcb_shm_query_version(connection);
+    const auto fixesCookie = xcb_xfixes_query_version(connection, 2, 0);
+    const auto damageCookie = xcb_damage_query_version(connection, 1, 1);
+    const auto shm = x11::Adopt(xcb_shm_query_version_reply(connection, shmCookie, nullptr));
+    const auto fixes = x11::Adopt(xcb_xfixes_query_version_reply(connection, fixesCookie, nullptr));
+    const auto damage = x11::Adopt(xcb_damage_query_version_reply(connection, damageCookie, nullptr));
     return shm != nullptr && fixes != nullptr && damage != nullptr &&
            (shm->major_version > 1 || shm->minor_version >= 2);
 }
@@ -162,31 +133,19 @@ bool Accepted(const Server& server, xcb_void_cookie_t request) {
     return x11::Reply<xcb_generic_error_t>(xcb_request_check(server.Get(), request)) == nullptr && !server.Lost();
 }
 
-Result ShareStorage(DesktopDuplication& duplication) {
-    const Server& server = *duplication.server;
+Result ShareMemory(DesktopDuplication& duplication) {
     DesktopPixels& pixels = duplication.image.pixels;
-    pixels.width = static_cast<std::uint32_t>(duplication.monitor.right - duplication.monitor.left);
-    pixels.height = static_cast<std::uint32_t>(duplication.monitor.bottom - duplication.monitor.top);
-    pixels.store = MakePixelStore(pixels.Stride() * pixels.height);
-    if (pixels.store == nullptr) {
-        return LastError();
-    }
-    const int descriptor = dup(pixels.store->descriptor.Get());
-    if (descriptor < 0) {
-        return LastError();
-    }
-    const xcb_shm_seg_t segment = xcb_generate_id(server.Get());
-    // XCB closes the descriptor once it is sent.
-    if (!Accepted(server, xcb_shm_attach_fd_checked(server.Get(), segment, descriptor, 0))) {
-        return server.Lost() ? lostServer : unsuitableScreen;
-    }
-    duplication.segment = segment;
-    return resultOk;
+    pixels.width = static_cast<std::uint32_t>(duplication.monitor.Width());
+    pixels.height = static_cast<std::uint32_t>(duplication.monitor.Height());
+    const Result result = duplication.memory.Attach(duplication.server->Get(), pixels.Stride() * pixels.height,
+                                                    x11::ServerAccess::ReadWrite);
+    pixels.memory = duplication.memory.Bytes();
+    return result;
 }
 
 void WatchDisplay(DesktopDuplication& duplication) {
     const Server& server = *duplication.server;
-    if (!Has(server.Get(), xcb_randr_id)) {
+    if (!x11::HasExtension(server.Get(), xcb_randr_id)) {
         return;
     }
     duplication.randrEvent = xcb_get_extension_data(server.Get(), &xcb_randr_id)->first_event;
@@ -207,8 +166,8 @@ Result WatchDamage(DesktopDuplication& duplication) {
     return accepted ? resultOk : server.Lost() ? lostServer : unsuitableScreen;
 }
 
-/// Takes what the server sent without waiting. False when it is gone.
-bool TakeEvents(DesktopDuplication& duplication) {
+/// Reads the events that have arrived. Returns false if the server is gone.
+bool ReadEvents(DesktopDuplication& duplication) {
     xcb_connection_t* connection = duplication.server->Get();
     while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
         const std::uint8_t type = event->response_type & 0x7FU;
@@ -222,7 +181,7 @@ bool TakeEvents(DesktopDuplication& duplication) {
     return !duplication.server->Lost();
 }
 
-/// Whether the monitor is still where and what it was. Asks the server.
+/// Fails if the monitor has changed or is gone. Waits for the server.
 Result CheckMonitor(DesktopDuplication& duplication) {
     duplication.displayChanged = false;
     const OutputRecord& before = duplication.output;
@@ -239,7 +198,13 @@ Result CheckMonitor(DesktopDuplication& duplication) {
     return server.Lost() ? lostServer : goneMonitor;
 }
 
-/// Moves the server's damage into the image's, as far as it lies on the monitor. False when the server is gone.
+/// A part of the root in the coordinates of the monitor.
+Rectangle OnMonitor(const DesktopDuplication& duplication, const Rectangle& part) {
+    const Rectangle& monitor = duplication.monitor;
+    return {part.left - monitor.left, part.top - monitor.top, part.right - monitor.left, part.bottom - monitor.top};
+}
+
+/// Moves the server's damage on this monitor into the image's. Returns false if the server is gone.
 bool FetchDamage(DesktopDuplication& duplication) {
     xcb_connection_t* connection = duplication.server->Get();
     duplication.damaged = false;
@@ -249,17 +214,16 @@ bool FetchDamage(DesktopDuplication& duplication) {
     if (reply == nullptr) {
         return false;
     }
-    const Rectangle& monitor = duplication.monitor;
     const auto count = static_cast<std::size_t>(xcb_xfixes_fetch_region_rectangles_length(reply.get()));
     for (const xcb_rectangle_t& each : std::span(xcb_xfixes_fetch_region_rectangles(reply.get()), count)) {
-        const Rectangle part = Intersection(monitor, {each.x, each.y, each.x + each.width, each.y + each.height});
-        duplication.image.changed.Add(
-            {part.left - monitor.left, part.top - monitor.top, part.right - monitor.left, part.bottom - monitor.top});
+        const Rectangle part =
+            Intersection(duplication.monitor, {each.x, each.y, each.x + each.width, each.y + each.height});
+        duplication.image.changed.Add(OnMonitor(duplication, part));
     }
     return true;
 }
 
-/// Has the server write the changed bands into the shared storage. All requests go out before the first answer.
+/// Has the server write the changed bands into the shared memory. Sends all requests before it reads a reply.
 Result Grab(DesktopDuplication& duplication) {
     xcb_connection_t* connection = duplication.server->Get();
     const DesktopPixels& pixels = duplication.image.pixels;
@@ -271,15 +235,15 @@ Result Grab(DesktopDuplication& duplication) {
         requests[index] = xcb_shm_get_image(
             connection, duplication.server->screen->root, static_cast<std::int16_t>(duplication.monitor.left),
             static_cast<std::int16_t>(duplication.monitor.top + band.top), static_cast<std::uint16_t>(pixels.width),
-            static_cast<std::uint16_t>(band.bottom - band.top), ~0U, XCB_IMAGE_FORMAT_Z_PIXMAP, duplication.segment,
-            static_cast<std::uint32_t>(offset));
+            static_cast<std::uint16_t>(band.bottom - band.top), ~0U, XCB_IMAGE_FORMAT_Z_PIXMAP,
+            duplication.memory.Segment(), static_cast<std::uint32_t>(offset));
     }
     Result result = resultOk;
     for (std::size_t index = 0; index < bands.count; ++index) {
         xcb_generic_error_t* error = nullptr;
         const x11::Reply<xcb_shm_get_image_reply_t> reply(xcb_shm_get_image_reply(connection, requests[index], &error));
         if (reply == nullptr) {
-            // The server refuses a part that is no longer on the screen.
+            // The server refuses a part that is not on the screen any more.
             result = error != nullptr ? changedMonitor : lostServer;
         }
         std::free(error);
@@ -287,62 +251,45 @@ Result Grab(DesktopDuplication& duplication) {
     return result;
 }
 
-/// What lies beneath our own windows changes without damage to the screen: it is drawn anew so often.
-bool BeneathIsDue(const DesktopDuplication& duplication) {
+/// What our own windows occlude changes without damage to the screen, so it is composed again periodically.
+bool RestoreIsDue(const DesktopDuplication& duplication) {
     const std::int64_t nowNs = MonotonicNs();
-    return nowNs - duplication.coveredDrawnNs >= beneathPeriodNs &&
-           !(duplication.covered.Empty() && x11::PlacesSince(nowNs, duplication.monitor).Empty());
+    return nowNs - duplication.restoredNs >= restorePeriodNs &&
+           !(duplication.restored.Empty() && x11::PlacesSince(nowNs, duplication.monitor).Empty());
 }
 
-/// Puts what lies beneath into the image, black where the server cannot tell.
-void DrawBeneath(DesktopDuplication& duplication, const Rectangle& part) {
-    const DesktopPixels& pixels = duplication.image.pixels;
-    const std::uint8_t* drawn = duplication.beneath->Draw(part);
-    const std::size_t rowBytes = static_cast<std::size_t>(part.Width()) * 4;
-    const std::int32_t left = part.left - duplication.monitor.left;
-    const std::int32_t top = part.top - duplication.monitor.top;
-    for (std::int32_t y = 0; y < part.Height(); ++y) {
-        std::uint8_t* row = pixels.store->bytes + static_cast<std::size_t>(top + y) * pixels.Stride() +
-                            static_cast<std::size_t>(left) * 4;
-        if (drawn != nullptr) {
-            std::memcpy(row, drawn + static_cast<std::size_t>(y) * rowBytes, rowBytes);
-        } else {
-            std::memset(row, 0, rowBytes);
-        }
-    }
-    duplication.image.changed.Add({left, top, left + part.Width(), top + part.Height()});
-}
-
-/// Where ours are gone for good the screen itself is to be seen again, which may have no damage to tell of.
-void UncoverLeftPlaces(DesktopDuplication& duplication, std::int64_t nowNs) {
-    const Rectangle& monitor = duplication.monitor;
-    const Damage still = x11::PlacesSince(nowNs, monitor);
-    for (const Rectangle& part : duplication.covered.Rectangles()) {
+/// Parts that none of our windows occludes any more show the screen again. The screen may have no damage there.
+void AddNoLongerRestored(DesktopDuplication& duplication, std::int64_t nowNs) {
+    const Damage still = x11::PlacesSince(nowNs, duplication.monitor);
+    for (const Rectangle& part : duplication.restored.Rectangles()) {
         if (!still.Holds(part)) {
-            duplication.image.changed.Add({part.left - monitor.left, part.top - monitor.top, part.right - monitor.left,
-                                           part.bottom - monitor.top});
+            duplication.image.changed.Add(OnMonitor(duplication, part));
         }
     }
 }
 
-/// Takes the windows of ours out of the image. Their places are asked for after the grab, when all are noted that can
-/// be in it.
+/// Grabs the image and replaces our windows in it. Their bounds are read after the grab, because by then all that can
+/// be in it have been recorded.
 Result GrabWithoutOurs(DesktopDuplication& duplication) {
     const std::int64_t startNs = MonotonicNs();
-    UncoverLeftPlaces(duplication, startNs);
+    AddNoLongerRestored(duplication, startNs);
     const Result result = Grab(duplication);
-    duplication.covered = x11::PlacesSince(startNs, duplication.monitor);
-    for (const Rectangle& part : duplication.covered.Rectangles()) {
-        DrawBeneath(duplication, part);
+    duplication.restored = x11::PlacesSince(startNs, duplication.monitor);
+    const Rectangle& monitor = duplication.monitor;
+    const DesktopPixels& pixels = duplication.image.pixels;
+    duplication.occluded->Restore(duplication.restored,
+                                  {pixels.memory.get(), pixels.Stride(), {monitor.left, monitor.top}});
+    for (const Rectangle& part : duplication.restored.Rectangles()) {
+        duplication.image.changed.Add(OnMonitor(duplication, part));
     }
-    duplication.coveredDrawnNs = MonotonicNs();
+    duplication.restoredNs = MonotonicNs();
     return result;
 }
 
-/// Looks once: Timeout means that there is nothing new.
-Acquire LookForImage(DesktopDuplication& duplication, Result& code) {
+/// Does not wait for a change: returns Timeout if there is none.
+Acquire TryAcquire(DesktopDuplication& duplication, Result& code) {
     code = lostServer;
-    if (!TakeEvents(duplication)) {
+    if (!ReadEvents(duplication)) {
         return Acquire::Failed;
     }
     if (duplication.displayChanged) {
@@ -362,19 +309,19 @@ Acquire LookForImage(DesktopDuplication& duplication, Result& code) {
         duplication.image.changed.Add(
             {0, 0, static_cast<std::int32_t>(pixels.width), static_cast<std::int32_t>(pixels.height)});
     }
-    if (duplication.image.changed.Empty() && !BeneathIsDue(duplication)) {
+    if (duplication.image.changed.Empty() && !RestoreIsDue(duplication)) {
         return Acquire::Timeout;
     }
     code = GrabWithoutOurs(duplication);
     return Failed(code) ? Acquire::Failed : Acquire::Acquired;
 }
 
-/// False when the time is up.
+/// Returns false on timeout.
 bool WaitForServer(const DesktopDuplication& duplication, const Deadline& deadline) {
     pollfd socket{xcb_get_file_descriptor(duplication.server->Get()), POLLIN, 0};
-    constexpr int beneathMs = static_cast<int>(beneathPeriodNs / 1'000'000);
+    constexpr int restoreMs = static_cast<int>(restorePeriodNs / 1'000'000);
     const int remainingMs = deadline.RemainingMs();
-    const int waitMs = duplication.covered.Empty() ? remainingMs : std::min(remainingMs, beneathMs);
+    const int waitMs = duplication.restored.Empty() ? remainingMs : std::min(remainingMs, restoreMs);
     return poll(&socket, 1, waitMs) != 0 || waitMs < remainingMs;
 }
 
@@ -389,9 +336,6 @@ DesktopDuplication::~DesktopDuplication() {
     }
     if (region != XCB_NONE) {
         xcb_xfixes_destroy_region(server->Get(), region);
-    }
-    if (segment != XCB_NONE) {
-        xcb_shm_detach(server->Get(), segment);
     }
     xcb_flush(server->Get());
 }
@@ -408,7 +352,7 @@ template <>
 void Closer<DesktopDuplication>::operator()(DesktopDuplication* duplication) const noexcept {
     delete duplication;
 }
-// An image is a part of its duplication, so that a frame allocates nothing.
+// The image is a member of its duplication, so that a frame allocates nothing.
 template <>
 void Closer<DesktopImage>::operator()(DesktopImage*) const noexcept {}
 
@@ -452,7 +396,7 @@ Result OpenDuplication(GraphicsDevice& device, GraphicsOutput& output, Owned<Des
     if (server.Lost()) {
         return lostServer;
     }
-    if (!HasPixelsOfFourBytes(server) || !HasUsualColors(*server.screen) || !HasExtensions(server.Get())) {
+    if (!x11::IsSupported(server.Get(), *server.screen) || !PrepareExtensions(server.Get())) {
         return unsuitableScreen;
     }
     Owned<DesktopDuplication> made(new DesktopDuplication);
@@ -462,7 +406,7 @@ Result OpenDuplication(GraphicsDevice& device, GraphicsOutput& output, Owned<Des
     if (HoldsNothing(made->monitor)) {
         return goneMonitor;
     }
-    Result result = ShareStorage(*made);
+    Result result = ShareMemory(*made);
     if (Succeeded(result)) {
         WatchDisplay(*made);
         result = WatchDamage(*made);
@@ -470,9 +414,9 @@ Result OpenDuplication(GraphicsDevice& device, GraphicsOutput& output, Owned<Des
     if (Failed(result)) {
         return result;
     }
-    made->beneath = std::make_unique<x11::BeneathWindows>(server.Get(), *server.screen);
-    made->displayChanged = true;  // what happened between the look-up and now
-    device.desktop = made->image.pixels;
+    made->occluded = std::make_unique<x11::OccludedContent>(server.Get(), *server.screen);
+    made->displayChanged = true;  // it may have changed since LookUpOutput
+    device.duplicated = made->image.pixels;
     duplication = std::move(made);
     return resultOk;
 }
@@ -484,9 +428,9 @@ Acquire AcquireImage(DesktopDuplication& duplication, std::uint32_t timeoutMs, O
         return Acquire::Failed;
     }
     const Deadline deadline(timeoutMs);
-    Acquire outcome = LookForImage(duplication, code);
+    Acquire outcome = TryAcquire(duplication, code);
     while (outcome == Acquire::Timeout && timeoutMs > 0 && WaitForServer(duplication, deadline)) {
-        outcome = LookForImage(duplication, code);
+        outcome = TryAcquire(duplication, code);
     }
     if (outcome == Acquire::Acquired) {
         duplication.first = false;

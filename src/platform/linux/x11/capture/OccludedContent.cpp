@@ -1,63 +1,56 @@
 #include "platform/linux/x11/capture/OccludedContent.h"
 
-#include <unistd.h>
 #include <xcb/composite.h>
 #include <xcb/xfixes.h>
 
 #include <algorithm>
-#include <span>
+#include <cstring>
+#include <initializer_list>
+#include <limits>
 #include <string_view>
 
+#include "platform/linux/x11/Extensions.h"
 #include "platform/linux/x11/Xcb.h"
 #include "platform/linux/x11/capture/ExcludedWindows.h"
-#include "platform/software/Damage.h"
 
 namespace zv::x11 {
 namespace {
 
-bool Has(xcb_connection_t* connection, xcb_extension_t& extension) {
-    const xcb_query_extension_reply_t* reply = xcb_get_extension_data(connection, &extension);
-    return reply != nullptr && reply->present != 0;
-}
-
-bool Accepted(xcb_connection_t* connection, xcb_void_cookie_t request) {
-    return !Reply<xcb_generic_error_t>(xcb_request_check(connection, request)) &&
-           xcb_connection_has_error(connection) == 0;
-}
-
 std::int16_t Short(std::int32_t number) { return static_cast<std::int16_t>(number); }
 std::uint16_t Unsigned(std::int32_t number) { return static_cast<std::uint16_t>(number); }
 
-}  // namespace
-
-BeneathWindows::BeneathWindows(xcb_connection_t* connection, const xcb_screen_t& screen)
-    : connection_(connection), screen_(screen) {}
-
-BeneathWindows::~BeneathWindows() {
-    if (segment_ != XCB_NONE && xcb_connection_has_error(connection_) == 0) {
-        xcb_shm_detach(connection_, segment_);
-        xcb_flush(connection_);
+/// Requests about a window or pixmap that no longer exists fail. Their errors are of no interest.
+void DiscardErrors(xcb_connection_t* connection, std::initializer_list<xcb_void_cookie_t> requests) {
+    for (const xcb_void_cookie_t request : requests) {
+        xcb_discard_reply(connection, request.sequence);
     }
 }
 
-bool BeneathWindows::Open() {
+}  // namespace
+
+OccludedContent::OccludedContent(xcb_connection_t* connection, const xcb_screen_t& screen)
+    : connection_(connection), screen_(screen) {}
+
+bool OccludedContent::Open() {
     if (state_ != State::Closed) {
         return state_ == State::Ready;
     }
-    state_ = State::Impossible;
-    if (!Has(connection_, xcb_composite_id) || !Has(connection_, xcb_render_id) || !Has(connection_, xcb_xfixes_id) ||
-        !Has(connection_, xcb_shm_id)) {
+    state_ = State::Unsupported;
+    if (!HasExtensions(connection_, {&xcb_composite_id, &xcb_render_id, &xcb_xfixes_id, &xcb_shm_id})) {
         return false;
     }
-    const Reply<xcb_composite_query_version_reply_t> composite(
-        xcb_composite_query_version_reply(connection_, xcb_composite_query_version(connection_, 0, 4), nullptr));
-    const Reply<xcb_xfixes_query_version_reply_t> fixes(
-        xcb_xfixes_query_version_reply(connection_, xcb_xfixes_query_version(connection_, 2, 0), nullptr));
-    const Reply<xcb_render_query_version_reply_t> render(
-        xcb_render_query_version_reply(connection_, xcb_render_query_version(connection_, 0, 11), nullptr));
-    const Reply<xcb_render_query_pict_formats_reply_t> formats(
-        xcb_render_query_pict_formats_reply(connection_, xcb_render_query_pict_formats(connection_), nullptr));
-    if (!composite || !fixes || !render || !formats) {
+    constexpr std::string_view name = "_XROOTPMAP_ID";
+    const auto compositeCookie = xcb_composite_query_version(connection_, 0, 4);
+    const auto fixesCookie = xcb_xfixes_query_version(connection_, 2, 0);
+    const auto renderCookie = xcb_render_query_version(connection_, 0, 11);
+    const auto formatsCookie = xcb_render_query_pict_formats(connection_);
+    const auto atomCookie = xcb_intern_atom(connection_, 0, name.size(), name.data());
+    const auto composite = Adopt(xcb_composite_query_version_reply(connection_, compositeCookie, nullptr));
+    const auto fixes = Adopt(xcb_xfixes_query_version_reply(connection_, fixesCookie, nullptr));
+    const auto render = Adopt(xcb_render_query_version_reply(connection_, renderCookie, nullptr));
+    const auto formats = Adopt(xcb_render_query_pict_formats_reply(connection_, formatsCookie, nullptr));
+    const auto atom = Adopt(xcb_intern_atom_reply(connection_, atomCookie, nullptr));
+    if (!composite || !fixes || !render || !formats || !atom) {
         return false;
     }
     for (auto screen = xcb_render_query_pict_formats_screens_iterator(formats.get()); screen.rem > 0;
@@ -71,15 +64,12 @@ bool BeneathWindows::Open() {
             }
         }
     }
-    constexpr std::string_view name = "_XROOTPMAP_ID";
-    const Reply<xcb_intern_atom_reply_t> atom(
-        xcb_intern_atom_reply(connection_, xcb_intern_atom(connection_, 0, name.size(), name.data()), nullptr));
-    rootPicture_ = atom ? atom->atom : xcb_atom_t{XCB_ATOM_NONE};
-    state_ = FormatOf(screen_.root_visual) != XCB_NONE ? State::Ready : State::Impossible;
+    rootPixmapProperty_ = atom->atom;
+    state_ = FormatOf(screen_.root_visual) != XCB_NONE ? State::Ready : State::Unsupported;
     return state_ == State::Ready;
 }
 
-xcb_render_pictformat_t BeneathWindows::FormatOf(xcb_visualid_t visual) const {
+xcb_render_pictformat_t OccludedContent::FormatOf(xcb_visualid_t visual) const {
     for (const VisualFormat& row : formats_) {
         if (row.visual == visual) {
             return row.format;
@@ -88,134 +78,162 @@ xcb_render_pictformat_t BeneathWindows::FormatOf(xcb_visualid_t visual) const {
     return XCB_NONE;
 }
 
-/// The screen's windows that can be seen, from the bottom to the top. All questions go out before the first answer.
-std::vector<BeneathWindows::Layer> BeneathWindows::Layers() const {
-    const Reply<xcb_query_tree_reply_t> tree(
-        xcb_query_tree_reply(connection_, xcb_query_tree(connection_, screen_.root), nullptr));
+OccludedContent::Tiles OccludedContent::TilesOf(const Damage& parts) {
+    Tiles tiles;
+    for (const Rectangle& part : parts.Rectangles()) {
+        tiles.each[tiles.count++] = {part, tiles.height};
+        tiles.width = std::max(tiles.width, part.Width());
+        tiles.height += part.Height();
+    }
+    return tiles;
+}
+
+/// Waits for the server twice: for the tree, and for the windows in it.
+OccludedContent::Scene OccludedContent::ReadScene() const {
+    Scene scene;
+    const auto treeCookie = xcb_query_tree(connection_, screen_.root);
+    const auto pixmapCookie =
+        xcb_get_property(connection_, 0, screen_.root, rootPixmapProperty_, XCB_ATOM_PIXMAP, 0, 1);
+    const auto tree = Adopt(xcb_query_tree_reply(connection_, treeCookie, nullptr));
+    const auto pixmap = Adopt(xcb_get_property_reply(connection_, pixmapCookie, nullptr));
+    if (pixmap && xcb_get_property_value_length(pixmap.get()) >= 4) {
+        scene.background = *static_cast<const xcb_pixmap_t*>(xcb_get_property_value(pixmap.get()));
+    }
     if (!tree) {
-        return {};
+        return scene;
     }
     const std::span windows(xcb_query_tree_children(tree.get()),
                             static_cast<std::size_t>(xcb_query_tree_children_length(tree.get())));
-    std::vector<xcb_get_window_attributes_cookie_t> askedKinds;
-    std::vector<xcb_get_geometry_cookie_t> askedPlaces;
+    std::vector<xcb_get_window_attributes_cookie_t> attributeCookies;
+    std::vector<xcb_get_geometry_cookie_t> geometryCookies;
     for (const xcb_window_t window : windows) {
-        askedKinds.push_back(xcb_get_window_attributes(connection_, window));
-        askedPlaces.push_back(xcb_get_geometry(connection_, window));
+        attributeCookies.push_back(xcb_get_window_attributes(connection_, window));
+        geometryCookies.push_back(xcb_get_geometry(connection_, window));
     }
     const ExcludedWindows excluded = ListExcluded();
-    std::vector<Layer> layers;
     for (std::size_t i = 0; i < windows.size(); ++i) {
-        const Reply<xcb_get_window_attributes_reply_t> kind(
-            xcb_get_window_attributes_reply(connection_, askedKinds[i], nullptr));
-        const Reply<xcb_get_geometry_reply_t> place(xcb_get_geometry_reply(connection_, askedPlaces[i], nullptr));
-        if (!kind || !place || kind->map_state != XCB_MAP_STATE_VIEWABLE ||
-            kind->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT || excluded.Holds(windows[i])) {
+        const auto attributes = Adopt(xcb_get_window_attributes_reply(connection_, attributeCookies[i], nullptr));
+        const auto geometry = Adopt(xcb_get_geometry_reply(connection_, geometryCookies[i], nullptr));
+        if (!attributes || !geometry || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
+            attributes->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT || excluded.Holds(windows[i])) {
             continue;
         }
-        const int border = place->border_width;
-        const Rectangle bounds{place->x, place->y, place->x + place->width + 2 * border,
-                               place->y + place->height + 2 * border};
-        layers.push_back({windows[i], bounds, border, kind->visual});
+        const int border = geometry->border_width;
+        const Rectangle bounds{geometry->x, geometry->y, geometry->x + geometry->width + 2 * border,
+                               geometry->y + geometry->height + 2 * border};
+        scene.layers.push_back({windows[i], bounds, border, attributes->visual});
     }
-    return layers;
+    return scene;
 }
 
-/// The desktop's own picture, over and over where it is smaller than the screen; black where there is none.
-void BeneathWindows::DrawBackground(xcb_render_picture_t target, const Rectangle& part) const {
-    const xcb_rectangle_t all{0, 0, Unsigned(part.Width()), Unsigned(part.Height())};
+/// The desktop's wallpaper, repeated if it is smaller than the screen; black if there is none.
+void OccludedContent::DrawBackground(xcb_render_picture_t target, const Tiles& tiles, xcb_pixmap_t background) const {
+    const xcb_rectangle_t all{0, 0, Unsigned(tiles.width), Unsigned(tiles.height)};
     xcb_render_fill_rectangles(connection_, XCB_RENDER_PICT_OP_SRC, target, {0, 0, 0, 0xFFFF}, 1, &all);
-    const Reply<xcb_get_property_reply_t> property(xcb_get_property_reply(
-        connection_, xcb_get_property(connection_, 0, screen_.root, rootPicture_, XCB_ATOM_PIXMAP, 0, 1), nullptr));
-    if (!property || xcb_get_property_value_length(property.get()) < 4) {
+    if (background == XCB_NONE) {
         return;
     }
-    const auto pixmap = *static_cast<const xcb_pixmap_t*>(xcb_get_property_value(property.get()));
     const xcb_render_picture_t picture = xcb_generate_id(connection_);
     const std::uint32_t repeat = XCB_RENDER_REPEAT_NORMAL;
-    if (!Accepted(connection_,
-                  xcb_render_create_picture_checked(connection_, picture, pixmap, FormatOf(screen_.root_visual),
-                                                    XCB_RENDER_CP_REPEAT, &repeat))) {
-        return;
+    DiscardErrors(connection_,
+                  {xcb_render_create_picture_checked(connection_, picture, background, FormatOf(screen_.root_visual),
+                                                     XCB_RENDER_CP_REPEAT, &repeat)});
+    for (const Tile& tile : tiles.All()) {
+        DiscardErrors(connection_, {xcb_render_composite_checked(connection_, XCB_RENDER_PICT_OP_SRC, picture, XCB_NONE,
+                                                                 target, Short(tile.part.left), Short(tile.part.top), 0,
+                                                                 0, 0, Short(tile.top), Unsigned(tile.part.Width()),
+                                                                 Unsigned(tile.part.Height()))});
     }
-    xcb_render_composite(connection_, XCB_RENDER_PICT_OP_SRC, picture, XCB_NONE, target, Short(part.left),
-                         Short(part.top), 0, 0, 0, 0, all.width, all.height);
-    xcb_render_free_picture(connection_, picture);
+    DiscardErrors(connection_, {xcb_render_free_picture_checked(connection_, picture)});
 }
 
-/// A window that goes away in the meantime is left out: every request about it just fails.
-void BeneathWindows::DrawLayer(xcb_render_picture_t target, const Rectangle& part, const Layer& layer) const {
-    const Rectangle shared = Intersection(part, layer.bounds);
+void OccludedContent::DrawLayer(xcb_render_picture_t target, const Tiles& tiles, const Layer& layer) const {
     const xcb_render_pictformat_t format = FormatOf(layer.visual);
-    if (HoldsNothing(shared) || format == XCB_NONE) {
+    const auto covers = [&](const Tile& tile) { return !HoldsNothing(Intersection(tile.part, layer.bounds)); };
+    if (format == XCB_NONE || std::none_of(tiles.All().begin(), tiles.All().end(), covers)) {
         return;
     }
     const xcb_pixmap_t pixmap = xcb_generate_id(connection_);
     const xcb_render_picture_t picture = xcb_generate_id(connection_);
     const xcb_xfixes_region_t shape = xcb_generate_id(connection_);
-    const std::array<xcb_void_cookie_t, 7> requests{
-        xcb_composite_name_window_pixmap_checked(connection_, layer.window, pixmap),
-        xcb_render_create_picture_checked(connection_, picture, pixmap, format, 0, nullptr),
-        xcb_xfixes_create_region_from_window_checked(connection_, shape, layer.window, XCB_SHAPE_SK_BOUNDING),
-        // On the target: servers do not honour the clip of a source.
-        xcb_xfixes_set_picture_clip_region_checked(connection_, target, shape,
-                                                   Short(layer.bounds.left + layer.border - part.left),
-                                                   Short(layer.bounds.top + layer.border - part.top)),
-        xcb_render_composite_checked(connection_, XCB_RENDER_PICT_OP_OVER, picture, XCB_NONE, target,
-                                     Short(shared.left - layer.bounds.left), Short(shared.top - layer.bounds.top), 0, 0,
-                                     Short(shared.left - part.left), Short(shared.top - part.top),
-                                     Unsigned(shared.Width()), Unsigned(shared.Height())),
-        xcb_xfixes_destroy_region_checked(connection_, shape),
-        xcb_render_free_picture_checked(connection_, picture),
-    };
-    for (const xcb_void_cookie_t request : requests) {
-        xcb_discard_reply(connection_, request.sequence);
+    DiscardErrors(connection_, {xcb_composite_name_window_pixmap_checked(connection_, layer.window, pixmap),
+                                xcb_render_create_picture_checked(connection_, picture, pixmap, format, 0, nullptr),
+                                xcb_xfixes_create_region_from_window_checked(connection_, shape, layer.window,
+                                                                             XCB_SHAPE_SK_BOUNDING)});
+    for (const Tile& tile : tiles.All()) {
+        const Rectangle shared = Intersection(tile.part, layer.bounds);
+        if (HoldsNothing(shared)) {
+            continue;
+        }
+        const Point offset{-tile.part.left, tile.top - tile.part.top};  // from the root to the target
+        DiscardErrors(
+            connection_,
+            {// The clip is on the target, because servers ignore the clip of a source.
+             xcb_xfixes_set_picture_clip_region_checked(connection_, target, shape,
+                                                        Short(layer.bounds.left + layer.border + offset.x),
+                                                        Short(layer.bounds.top + layer.border + offset.y)),
+             xcb_render_composite_checked(connection_, XCB_RENDER_PICT_OP_OVER, picture, XCB_NONE, target,
+                                          Short(shared.left - layer.bounds.left), Short(shared.top - layer.bounds.top),
+                                          0, 0, Short(shared.left + offset.x), Short(shared.top + offset.y),
+                                          Unsigned(shared.Width()), Unsigned(shared.Height()))});
     }
-    xcb_discard_reply(connection_, xcb_free_pixmap_checked(connection_, pixmap).sequence);
+    DiscardErrors(connection_, {xcb_xfixes_destroy_region_checked(connection_, shape),
+                                xcb_render_free_picture_checked(connection_, picture),
+                                xcb_free_pixmap_checked(connection_, pixmap)});
 }
 
-bool BeneathWindows::Fetch(xcb_pixmap_t pixmap, const Rectangle& part) {
-    const std::size_t bytes =
-        static_cast<std::size_t>(part.Width()) * static_cast<std::size_t>(part.Height()) * sizeof(std::uint32_t);
-    if (!store_ || store_->size < bytes) {
-        if (segment_ != XCB_NONE) {
-            xcb_shm_detach(connection_, segment_);
-            segment_ = XCB_NONE;
-        }
-        store_ = MakePixelStore(bytes);
-        const int descriptor = store_ ? dup(store_->descriptor.Get()) : -1;
-        const xcb_shm_seg_t segment = xcb_generate_id(connection_);
-        if (descriptor < 0 || !Accepted(connection_, xcb_shm_attach_fd_checked(connection_, segment, descriptor, 0))) {
-            store_.reset();
-            return false;
-        }
-        segment_ = segment;
+/// Has the server write the composed tiles into the shared memory.
+bool OccludedContent::Fetch(xcb_pixmap_t pixmap, const Tiles& tiles) {
+    const std::size_t bytes = static_cast<std::size_t>(tiles.width) * static_cast<std::size_t>(tiles.height) * 4;
+    if (memory_.Size() < bytes && Failed(memory_.Attach(connection_, bytes, ServerAccess::ReadWrite))) {
+        return false;
     }
-    const Reply<xcb_shm_get_image_reply_t> reply(
-        xcb_shm_get_image_reply(connection_,
-                                xcb_shm_get_image(connection_, pixmap, 0, 0, Unsigned(part.Width()),
-                                                  Unsigned(part.Height()), ~0U, XCB_IMAGE_FORMAT_Z_PIXMAP, segment_, 0),
-                                nullptr));
-    return reply != nullptr;
+    const auto cookie = xcb_shm_get_image(connection_, pixmap, 0, 0, Unsigned(tiles.width), Unsigned(tiles.height), ~0U,
+                                          XCB_IMAGE_FORMAT_Z_PIXMAP, memory_.Segment(), 0);
+    return Adopt(xcb_shm_get_image_reply(connection_, cookie, nullptr)) != nullptr;
 }
 
-const std::uint8_t* BeneathWindows::Draw(const Rectangle& part) {
-    if (!Open() || HoldsNothing(part)) {
-        return nullptr;
+bool OccludedContent::Compose(const Tiles& tiles) {
+    constexpr std::int32_t tallest = std::numeric_limits<std::int16_t>::max();
+    if (!Open() || tiles.height > tallest) {
+        return false;
     }
+    const Scene scene = ReadScene();
     const xcb_pixmap_t pixmap = xcb_generate_id(connection_);
     const xcb_render_picture_t target = xcb_generate_id(connection_);
-    xcb_create_pixmap(connection_, screen_.root_depth, pixmap, screen_.root, Unsigned(part.Width()),
-                      Unsigned(part.Height()));
+    xcb_create_pixmap(connection_, screen_.root_depth, pixmap, screen_.root, Unsigned(tiles.width),
+                      Unsigned(tiles.height));
     xcb_render_create_picture(connection_, target, pixmap, FormatOf(screen_.root_visual), 0, nullptr);
-    DrawBackground(target, part);
-    for (const Layer& layer : Layers()) {
-        DrawLayer(target, part, layer);
+    DrawBackground(target, tiles, scene.background);
+    for (const Layer& layer : scene.layers) {
+        DrawLayer(target, tiles, layer);
     }
-    const bool fetched = Fetch(pixmap, part);
+    const bool fetched = Fetch(pixmap, tiles);
     xcb_render_free_picture(connection_, target);
     xcb_free_pixmap(connection_, pixmap);
-    return fetched ? store_->bytes : nullptr;
+    return fetched;
+}
+
+void OccludedContent::Restore(const Damage& parts, const RootPixels& pixels) {
+    if (parts.Empty()) {
+        return;
+    }
+    const Tiles tiles = TilesOf(parts);
+    const bool composed = Compose(tiles);
+    for (const Tile& tile : tiles.All()) {
+        const std::size_t rowBytes = static_cast<std::size_t>(tile.part.Width()) * 4;
+        const auto left = static_cast<std::size_t>(tile.part.left - pixels.origin.x) * 4;
+        for (std::int32_t y = 0; y < tile.part.Height(); ++y) {
+            const auto row = static_cast<std::size_t>(tile.part.top - pixels.origin.y + y);
+            std::uint8_t* to = pixels.bytes + row * pixels.stride + left;
+            if (composed) {
+                const auto from = static_cast<std::size_t>(tile.top + y) * static_cast<std::size_t>(tiles.width) * 4;
+                std::memcpy(to, memory_.Bytes().get() + from, rowBytes);
+            } else {
+                std::memset(to, 0, rowBytes);
+            }
+        }
+    }
 }
 
 }  // namespace zv::x11

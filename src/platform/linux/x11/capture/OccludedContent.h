@@ -1,31 +1,39 @@
-// What lies beneath the program's own windows, for captures that must not show them.
+// The content that the program's own windows occlude, for captures and screenshots that must not show these windows.
 //
-// As long as one of them is up, every window of the screen keeps a picture of its own; here the pictures of all others
-// are put over one another, from the bottom to the top, where ours lie. One connection, one thread.
+// While one of our windows is shown, the server keeps a pixmap of every top-level window. Here the pixmaps of all other
+// windows are composed in stacking order, wherever ours are.
 #pragma once
 
 #include <xcb/render.h>
-#include <xcb/shm.h>
 #include <xcb/xcb.h>
 
-#include <memory>
+#include <array>
+#include <cstddef>
+#include <span>
 #include <vector>
 
 #include "platform/Rectangle.h"
-#include "platform/software/Surface.h"
+#include "platform/linux/x11/SharedMemory.h"
+#include "platform/software/Damage.h"
 
 namespace zv::x11 {
 
-class BeneathWindows {
-public:
-    BeneathWindows(xcb_connection_t* connection, const xcb_screen_t& screen);
-    ~BeneathWindows();
-    BeneathWindows(const BeneathWindows&) = delete;
-    BeneathWindows& operator=(const BeneathWindows&) = delete;
+/// Pixels of the root window: 4 bytes each.
+struct RootPixels {
+    std::uint8_t* bytes = nullptr;
+    std::size_t stride = 0;  ///< bytes a row
+    Point origin;            ///< of the first pixel, in the root's coordinates
+};
 
-    /// Draws what lies beneath ours in `part` of the root into memory of this object: rows of as many pixels as the
-    /// part is wide, as the root's own. Null when the server cannot. Valid until the next call.
-    const std::uint8_t* Draw(const Rectangle& part);
+/// Belongs to one connection and its thread.
+class OccludedContent {
+public:
+    OccludedContent(xcb_connection_t* connection, const xcb_screen_t& screen);
+
+    /// Replaces `parts` of the root, which lie inside `pixels`, by the content that our windows occlude there; by black
+    /// if the server cannot compose it. Waits for the server three times, however many parts and windows there are, and
+    /// once more when the shared memory has to grow.
+    void Restore(const Damage& parts, const RootPixels& pixels);
 
 private:
     struct Layer {
@@ -34,25 +42,42 @@ private:
         int border;
         xcb_visualid_t visual;
     };
+    struct Scene {
+        std::vector<Layer> layers;  ///< the visible windows of others, the lowest first
+        xcb_pixmap_t background = XCB_NONE;
+    };
+    /// Part of the root, and its first row in the picture that all parts are composed in, one below the other.
+    struct Tile {
+        Rectangle part;
+        std::int32_t top = 0;
+    };
+    struct Tiles {
+        std::array<Tile, Damage::most> each;
+        std::size_t count = 0;
+        std::int32_t width = 0;
+        std::int32_t height = 0;
+        std::span<const Tile> All() const { return {each.data(), count}; }
+    };
 
     bool Open();
     xcb_render_pictformat_t FormatOf(xcb_visualid_t visual) const;
-    std::vector<Layer> Layers() const;
-    void DrawBackground(xcb_render_picture_t target, const Rectangle& part) const;
-    void DrawLayer(xcb_render_picture_t target, const Rectangle& part, const Layer& layer) const;
-    bool Fetch(xcb_pixmap_t pixmap, const Rectangle& part);
+    static Tiles TilesOf(const Damage& parts);
+    Scene ReadScene() const;
+    void DrawBackground(xcb_render_picture_t target, const Tiles& tiles, xcb_pixmap_t background) const;
+    void DrawLayer(xcb_render_picture_t target, const Tiles& tiles, const Layer& layer) const;
+    bool Compose(const Tiles& tiles);
+    bool Fetch(xcb_pixmap_t pixmap, const Tiles& tiles);
 
     xcb_connection_t* connection_;
     const xcb_screen_t& screen_;
-    enum class State { Closed, Ready, Impossible } state_ = State::Closed;
-    xcb_atom_t rootPicture_ = XCB_ATOM_NONE;
+    enum class State { Closed, Ready, Unsupported } state_ = State::Closed;
+    xcb_atom_t rootPixmapProperty_ = XCB_ATOM_NONE;
     struct VisualFormat {
         xcb_visualid_t visual;
         xcb_render_pictformat_t format;
     };
     std::vector<VisualFormat> formats_;
-    std::shared_ptr<PixelStore> store_;
-    xcb_shm_seg_t segment_ = XCB_NONE;
+    SharedMemory memory_;
 };
 
 }  // namespace zv::x11

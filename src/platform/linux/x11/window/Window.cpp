@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cstdio>
 #include <ctime>
 #include <new>
 
@@ -23,6 +24,7 @@
 #include "platform/Session.h"
 #include "platform/TrayIcon.h"
 #include "platform/linux/posix/Posix.h"
+#include "platform/linux/x11/PixelFormat.h"
 #include "platform/linux/x11/RandrMonitors.h"
 #include "platform/linux/x11/window/WindowSession.h"
 
@@ -185,15 +187,13 @@ xcb_window_t MakeServerWindow(Session& session, const WindowOptions& options) {
     xcb_connection_t* connection = session.connection.get();
     const xcb_window_t id = xcb_generate_id(connection);
     const bool bare = options.frame == WindowFrame::Bare;
-    const bool deepColour = session.screen->root_depth >= 24;
     constexpr std::uint32_t events =
         XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_POINTER_MOTION |
         XCB_EVENT_MASK_LEAVE_WINDOW | XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE |
         XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE | XCB_EVENT_MASK_FOCUS_CHANGE;
     // A window that grows keeps its picture until it is painted anew. One that comes up over a game shows what lies
     // beneath until then, not an empty box.
-    const std::uint32_t backPixel = deepColour ? background : session.screen->black_pixel;
-    const std::array<std::uint32_t, 4> values{bare ? std::uint32_t{XCB_BACK_PIXMAP_NONE} : backPixel,
+    const std::array<std::uint32_t, 4> values{bare ? std::uint32_t{XCB_BACK_PIXMAP_NONE} : background,
                                               XCB_GRAVITY_NORTH_WEST, bare ? 1U : 0U, events};
     const xcb_void_cookie_t made = xcb_create_window_checked(
         connection, XCB_COPY_FROM_PARENT, id, session.screen->root, static_cast<std::int16_t>(options.left),
@@ -476,16 +476,22 @@ void Closer<AppWindow>::operator()(AppWindow* window) const noexcept {
 
 bool OpenSession() {
     x11::EndSignals();
-    int screen = 0;
-    x11::Connection connection(xcb_connect(nullptr, &screen));
-    if (xcb_connection_has_error(connection.get()) != 0) {
+    int number = 0;
+    x11::Connection connection(xcb_connect(nullptr, &number));
+    const xcb_screen_t* screen = x11::ScreenOf(connection.get(), number);
+    if (screen == nullptr) {
+        std::fputs("Zorvel needs an X display. Set DISPLAY and start it again.\n", stderr);
+        return false;
+    }
+    if (!x11::IsSupported(connection.get(), *screen)) {
+        std::fputs(x11::unsupportedScreen, stderr);
         return false;
     }
     x11::Session& session = x11::CurrentSession();
     session = {};
     session.connection = std::move(connection);
-    session.screen = x11::ScreenOf(session.connection.get(), screen);
-    session.screenNumber = screen;
+    session.screen = screen;
+    session.screenNumber = number;
     x11::InternAtoms(session);
     x11::WatchRoot(session);
     x11::WatchDisplay(session);

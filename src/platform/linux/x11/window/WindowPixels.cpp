@@ -1,11 +1,11 @@
 // Painting: what a procedure has drawn goes to the server through shared memory, and where a window has a colour key,
 // the painted picture is its shape.
 #include <xcb/shape.h>
-#include <xcb/shm.h>
 
 #include <algorithm>
 #include <cstring>
 #include <span>
+#include <utility>
 
 #include "platform/linux/x11/window/WindowSession.h"
 
@@ -24,18 +24,6 @@ struct Picture {
                 static_cast<std::size_t>(width)};
     }
 };
-
-/// Whether pixels of 32 bits in the order of 0x00RRGGBB are what the screen takes.
-bool TakesPixels(const Session& session) {
-    const xcb_setup_t* setup = xcb_get_setup(session.connection.get());
-    for (auto at = xcb_setup_pixmap_formats_iterator(setup); at.rem > 0; xcb_format_next(&at)) {
-        if (at.data->depth == session.screen->root_depth) {
-            return at.data->bits_per_pixel == 32 && at.data->depth >= 24 &&
-                   setup->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
-        }
-    }
-    return false;
-}
 
 /// The runs of a row that are painted, as rectangles of one pixel's height.
 void AddRuns(std::span<const std::uint32_t> row, std::uint32_t key, int y, std::vector<xcb_rectangle_t>& runs) {
@@ -101,55 +89,23 @@ void FollowPicture(Session& session, AppWindow& window, const Picture& picture) 
     window.shape = std::move(parts);
 }
 
-void ReleaseSegment(Session& session, PaintSegment& segment) {
-    if (segment.id != XCB_NONE) {
-        xcb_shm_detach(session.connection.get(), segment.id);
-    }
-    if (segment.inUse) {
-        xcb_discard_reply(session.connection.get(), segment.lastUse.sequence);
-    }
-    segment = {};
-}
-
-/// A segment of at least so many bytes that the server reads no more. False where memory cannot be shared.
-bool PrepareSegment(Session& session, PaintSegment& segment, std::size_t bytes) {
+/// Returns false if no memory of so many bytes can be shared. Waits until the server has read the last picture.
+bool PrepareUpload(Session& session, PixelUpload& upload, std::size_t bytes) {
     xcb_connection_t* connection = session.connection.get();
-    if (segment.inUse) {
-        segment.inUse = false;
-        std::free(xcb_request_check(connection, segment.lastUse));
+    if (upload.pending) {
+        std::free(xcb_request_check(connection, *std::exchange(upload.pending, std::nullopt)));
     }
-    if (segment.store && segment.store->size >= bytes) {
-        return true;
-    }
-    ReleaseSegment(session, segment);
-    const xcb_query_extension_reply_t* extension = xcb_get_extension_data(connection, &xcb_shm_id);
-    if (extension == nullptr || extension->present == 0) {
-        return false;
-    }
-    segment.store = MakePixelStore(bytes);
-    const int descriptor = segment.store ? dup(segment.store->descriptor.Get()) : -1;
-    if (descriptor < 0) {
-        segment = {};
-        return false;
-    }
-    segment.id = xcb_generate_id(connection);
-    const Reply<xcb_generic_error_t> error(
-        xcb_request_check(connection, xcb_shm_attach_fd_checked(connection, segment.id, descriptor, 1)));
-    if (error) {
-        segment = {};
-    }
-    return !error;
+    return upload.memory.Size() >= bytes || Succeeded(upload.memory.Attach(connection, bytes, ServerAccess::Read));
 }
 
 void PutShared(Session& session, AppWindow& window, const Picture& picture, std::size_t bytes) {
-    std::memcpy(window.segment.store->bytes, picture.pixels, bytes);
+    std::memcpy(window.upload.memory.Bytes().get(), picture.pixels, bytes);
     const auto width = static_cast<std::uint16_t>(picture.width);
     const auto height = static_cast<std::uint16_t>(picture.height);
-    window.segment.lastUse =
+    window.upload.pending =
         xcb_shm_put_image_checked(session.connection.get(), window.id, window.context, width, height, 0, 0, width,
                                   height, 0, static_cast<std::int16_t>(picture.top), session.screen->root_depth,
-                                  XCB_IMAGE_FORMAT_Z_PIXMAP, 0, window.segment.id, 0);
-    window.segment.inUse = true;
+                                  XCB_IMAGE_FORMAT_Z_PIXMAP, 0, window.upload.memory.Segment(), 0);
 }
 
 /// In as many rows a request as the server takes.
@@ -182,7 +138,10 @@ bool DispatchPaint(Session& session) {
 }
 
 void ReleasePixels(Session& session, AppWindow& window) {
-    ReleaseSegment(session, window.segment);
+    if (window.upload.pending) {
+        xcb_discard_reply(session.connection.get(), window.upload.pending->sequence);
+    }
+    window.upload = {};
     if (window.context != XCB_NONE) {
         xcb_free_gc(session.connection.get(), window.context);
     }
@@ -208,8 +167,7 @@ void Put(AppWindow& window, const Picture& picture, bool whole) {
     Session& session = CurrentSession();
     xcb_connection_t* connection = session.connection.get();
     window.mustPaint = false;
-    if (picture.width <= 0 || picture.height <= 0 || window.ended || xcb_connection_has_error(connection) != 0 ||
-        !TakesPixels(session)) {
+    if (picture.width <= 0 || picture.height <= 0 || window.ended || xcb_connection_has_error(connection) != 0) {
         return;
     }
     if (window.context == XCB_NONE) {
@@ -221,7 +179,7 @@ void Put(AppWindow& window, const Picture& picture, bool whole) {
         FollowPicture(session, window, picture);
     }
     const std::size_t bytes = static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height) * 4;
-    if (PrepareSegment(session, window.segment, bytes)) {
+    if (PrepareUpload(session, window.upload, bytes)) {
         PutShared(session, window, picture, bytes);
     } else {
         PutCopied(session, window, picture);

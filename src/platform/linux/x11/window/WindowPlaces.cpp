@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/linux/cairo/IconPixels.h"
+#include "platform/linux/posix/Posix.h"
 #include "platform/linux/x11/capture/ExcludedWindows.h"
 #include "platform/linux/x11/window/WindowSession.h"
 

@@ -17,19 +17,17 @@
 #include <vector>
 
 #include "platform/Window.h"
+#include "platform/linux/x11/SharedMemory.h"
 #include "platform/linux/x11/Xcb.h"
-#include "platform/software/Surface.h"
 
 namespace zv {
 
 namespace x11 {
 
-/// Memory that the server reads a window's pixels from.
-struct PaintSegment {
-    std::shared_ptr<PixelStore> store;
-    xcb_shm_seg_t id = XCB_NONE;
-    xcb_void_cookie_t lastUse{};  ///< of the request that still may read it
-    bool inUse = false;
+/// The memory that the server reads a window's pixels from.
+struct PixelUpload {
+    SharedMemory memory;
+    std::optional<xcb_void_cookie_t> pending;  ///< the request that may still read it
 };
 
 }  // namespace x11
@@ -55,7 +53,7 @@ struct AppWindow {
     std::optional<std::uint32_t> keyPixel;  ///< 0x00RRGGBB: pixels that are not there
     std::vector<xcb_rectangle_t> shape;     ///< what the server was told last
     xcb_gcontext_t context = XCB_NONE;
-    x11::PaintSegment segment;
+    x11::PixelUpload upload;
     std::int64_t raisesSinceNs = 0;  ///< beginning of the second that `raises` counts in
     int raises = 0;
 };

@@ -175,10 +175,10 @@ TEST_F(DesktopOnX, WaitsForAChangeAsLongAsItIsAllowed) {
 TEST_F(DesktopOnX, SharesItsStorageWithTheCaptureSurfaceOfTheSameSize) {
     Start("640x480x24");
     Open();
-    EXPECT_EQ(surface->pixels, device->desktop.store->bytes);
+    EXPECT_EQ(surface->pixels, device->duplicated.memory.get());
     Owned<Surface> other;
     ASSERT_EQ(MakeCaptureSurface(*device, 320, 240, other), resultOk);
-    EXPECT_NE(other->pixels, device->desktop.store->bytes);
+    EXPECT_NE(other->pixels, device->duplicated.memory.get());
 }
 
 TEST_F(DesktopOnX, AnImageIsGivenBackBeforeTheNextOne) {
@@ -281,13 +281,18 @@ TEST_F(ChangingDesktop, AMonitorShowsItsOwnPartOfTheScreenOnly) {
     EXPECT_EQ(Count({0, 0, 500, 400}, 0xFF0000), 100);
 }
 
-TEST_F(DesktopOnX, AScreenWithoutFourBytesAPixelIsRefused) {
-    Start("640x480x16");
+struct UnsupportedDesktop : DesktopOnX, testing::WithParamInterface<const char*> {};
+
+TEST_P(UnsupportedDesktop, FailsToOpenADuplication) {
+    Start(GetParam());
     ASSERT_EQ(LookUpOutput(*factory, 0, 0, record, output), OutputLookup::Found);
     ASSERT_EQ(MakeGraphicsDevice(*output, device), resultOk);
     EXPECT_EQ(CodeOf(OpenDuplication(*device, *output, duplication)), 0x80070000U | EOPNOTSUPP);
     EXPECT_EQ(duplication, nullptr);
 }
+
+INSTANTIATE_TEST_SUITE_P(Depths, UnsupportedDesktop, testing::Values("640x480x16", "640x480x30"),
+                         [](const auto& row) { return "Depth" + std::string(row.param).substr(8); });
 
 TEST(DesktopWithoutAServer, CannotBeOpened) {
     setenv("DISPLAY", ":59999", 1);

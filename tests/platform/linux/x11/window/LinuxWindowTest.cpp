@@ -31,6 +31,7 @@
 #include "platform/Window.h"
 #include "support/EndToEnd.h"
 #include "support/XClient.h"
+#include "support/XServer.h"
 
 namespace zv {
 namespace {
@@ -126,6 +127,16 @@ protected:
     std::unique_ptr<OtherClient> other_;
     Owned<AppWindow> window_;
 };
+
+TEST(LinuxSession, FailsWithASentenceOnAScreenWithoutEightBitsAChannel) {
+    for (const char* screen : {"100x100x16", "100x100x30"}) {
+        const support::XServer server(screen);
+        testing::internal::CaptureStderr();
+        EXPECT_FALSE(OpenSession());
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "Zorvel needs a screen with 8 bits for each of red, green and blue in pixels of 32 bits.\n");
+    }
+}
 
 TEST(LinuxSession, WithoutADisplayThereIsNoSession) {
     setenv("DISPLAY", ":4242", 1);
