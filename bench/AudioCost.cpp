@@ -1,6 +1,6 @@
 // What the sound of a capture costs: the audio worker with the default speakers and the default microphone, read as
 // the encoder reads it. Prints the share of a core that its thread used, with the sum of the samples' squares as a
-// checksum of the work, and beside it what a thread uses on this machine that only waits as the worker does, for 3 ms
+// checksum of the work, and beside it what a thread uses on this machine that only waits as the worker does, for 10 ms
 // at a time.
 //
 //   AudioCost [SECONDS]     (10 unless told; needs a sound server with a microphone)
@@ -45,7 +45,7 @@ double WaitsAlone(double seconds) {
     const auto begin = std::chrono::steady_clock::now();
     const auto end = begin + std::chrono::duration<double>(seconds);
     while (std::chrono::steady_clock::now() < end) {
-        zv::WaitAny({never.get()}, 3);
+        zv::WaitAny({never.get()}, 10);
     }
     const double passed = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     return (SecondsOnCore("/proc/thread-self") - used) / passed * 100;

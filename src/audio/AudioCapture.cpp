@@ -19,7 +19,6 @@
 namespace zv {
 namespace {
 
-constexpr std::uint32_t pollMs = 3;
 constexpr std::uint32_t startUpWaitMs = 8000;
 constexpr std::uint32_t pipeBufferBytes = 384000;  ///< 1 s of audio
 constexpr TextView captureStopped = u"Audio capture stopped; a device or encoder disconnected";
@@ -129,7 +128,7 @@ Result WriteDueBlocks(AudioRun& run) {
 }
 
 Result Pump(AudioRun& run) {
-    while (WaitAny({&run.stop}, pollMs) == waitTimedOut) {
+    while (WaitForPackets(*run.enumerator, run.stop)) {
         Result result = DrainSources(run);
         if (Succeeded(result)) {
             result = WriteDueBlocks(run);

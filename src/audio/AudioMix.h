@@ -10,7 +10,6 @@
 namespace zv {
 
 inline constexpr float sourceGain = 1.0F;
-inline constexpr std::size_t blockBytes = blockFloats * sizeof(float);
 
 struct AudioMix {
     AudioRing* system = nullptr;      ///< null when system sound is off

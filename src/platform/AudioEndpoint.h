@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/Event.h"
 #include "platform/Owned.h"
 #include "platform/Result.h"
 
@@ -60,7 +61,11 @@ Result OpenCaptureService(AudioEndpoint& endpoint);
 Result StartEndpoint(AudioEndpoint& endpoint);
 void StopEndpoint(AudioEndpoint& endpoint);
 
-/// The frames of the next packet that is waiting, 0 when there is none.
+/// Waits some milliseconds, until packets may have arrived at the enumerator's endpoints. Returns false as soon as
+/// `stop` is signalled.
+bool WaitForPackets(AudioEnumerator& enumerator, Event& stop);
+
+/// The frames of the next packet that is waiting, 0 if there is none.
 Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames);
 
 struct AudioPacket {

@@ -27,6 +27,7 @@ using fake::ThePipe;
 using testing::ElementsAre;
 
 constexpr std::int64_t millisecond = 10000;
+constexpr std::int64_t forever = 60000 * millisecond;
 
 template <class Condition>
 bool Eventually(Condition condition) {
@@ -415,9 +416,6 @@ TEST_F(AudioCaptureTest, AStopWhilePumpingLeavesNoMessage) {
     capture.Stop();
     EXPECT_EQ(capture.Error(), u"");
     EXPECT_FALSE(capture.running);
-    const auto asked = fake::AskedTimeouts();
-    ASSERT_GE(asked.size(), 2U);
-    EXPECT_EQ(asked.back(), 3U);
 }
 
 TEST_F(AudioCaptureTest, AStopCutsABacklogShort) {
@@ -527,7 +525,19 @@ protected:
     }
 };
 
-TEST_F(StalledReader, OfOneSecondGetsTheBacklogOfAHundredBlocksBackToBackWithAllItsSound) {
+TEST_F(StalledReader, OfOneSecondGetsTheBacklogOfAHundredBlocksBackToBack) {
+    Stall(1000);
+    EXPECT_GE(LongestBurst(), 100);
+    EXPECT_LE(LongestBurst(), 102);
+    // Sound had been read up to 290 ms. The stall ended at 1300 ms, and the device had kept the last 20 ms.
+    for (std::size_t block = 0; block < ThePipe().received.size(); ++block) {
+        const bool lost = block >= 29 && block < 128;
+        ASSERT_EQ(Level(block), lost ? 0.0F : 0.5F) << block;
+    }
+}
+
+TEST_F(StalledReader, OfOneSecondGetsAllTheSoundOfADeviceThatKeepsIt) {
+    TheEndpoint(true).keeps = forever;
     Stall(1000);
     EXPECT_GE(LongestBurst(), 100);
     EXPECT_LE(LongestBurst(), 102);
@@ -537,6 +547,7 @@ TEST_F(StalledReader, OfOneSecondGetsTheBacklogOfAHundredBlocksBackToBackWithAll
 }
 
 TEST_F(StalledReader, OfFiveSecondsGetsEveryBlockAndTheSoundThatTheRingHeld) {
+    TheEndpoint(true).keeps = forever;
     Stall(5000);
     EXPECT_GE(LongestBurst(), 500);
     // Block 20 begins where the ring's two seconds begin; what lies behind them was dropped and is silent.

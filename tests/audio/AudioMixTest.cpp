@@ -144,10 +144,5 @@ TEST(AudioMix, NeverHandsOutAValueThatIsNotANumber) {
     EXPECT_EQ(mix.block[1], 0.0F);
 }
 
-TEST(AudioMix, ABlockIsThreeThousandEightHundredAndFortyBytes) {
-    EXPECT_EQ(blockBytes, 3840U);
-    EXPECT_EQ(sizeof(AudioMix::block), 3840U);
-}
-
 }  // namespace
 }  // namespace zv

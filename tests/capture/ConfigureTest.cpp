@@ -153,6 +153,7 @@ TEST_F(Configure, OtherSizesAndRatesAreRefusedWithNothingTouched) {
     EXPECT_TRUE(refuses(3840, 1440, 60));
     EXPECT_TRUE(refuses(1920, 1080, 0));
     EXPECT_TRUE(refuses(1920, 1080, 59));
+    EXPECT_TRUE(refuses(1920, 1080, 61));
     EXPECT_TRUE(refuses(1920, 1080, 144));
     EXPECT_EQ(engine->state, EngineState::Ready);
     EXPECT_TRUE(engine->replayRunning);

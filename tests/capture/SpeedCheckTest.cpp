@@ -33,6 +33,12 @@ TEST(Progress, ALastLineWithoutEndAndCarriageReturnsCount) {
     EXPECT_TRUE(FramesHaveReached("frame=   4\r\n", 4));
 }
 
+TEST(Progress, ANumberEndsWithItsText) {
+    const std::string_view longer = "frame=149";
+    EXPECT_FALSE(FramesHaveReached(longer.substr(0, longer.size() - 1), 15));
+    EXPECT_TRUE(FramesHaveReached(longer, 15));
+}
+
 TEST(SpeedCheck, OnlyFourKAndHighRatesAreMeasured) {
     EXPECT_FALSE(NeedsSpeedCheck(1920, 60));
     EXPECT_FALSE(NeedsSpeedCheck(2560, 60));

@@ -104,7 +104,7 @@ TEST(SettingsValidation, AnUnknownFrameRateBecomesSixtyWithoutAnIssue) {
         EXPECT_THAT(ValidateSettings(settings), IsEmpty());
         EXPECT_EQ(settings.fps, fps);
     }
-    for (const std::uint32_t fps : {0U, 29U, 144U, 241U, 4294967295U}) {
+    for (const std::uint32_t fps : {0U, 29U, 31U, 59U, 61U, 119U, 121U, 144U, 239U, 241U, 4294967295U}) {
         Settings settings = Good();
         settings.fps = fps;
         EXPECT_THAT(ValidateSettings(settings), IsEmpty());

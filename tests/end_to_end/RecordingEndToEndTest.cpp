@@ -299,23 +299,6 @@ TEST_P(RecordingFromReplay, OutlivesTheReplaysEncoderAndIsSavedWithEveryFrameOnc
     ExpectEveryFrameOnce(Output(), Numbers(Output()));
 }
 
-/// Not a promise but a figure: how long the user waits for the name.
-TEST_P(NumberedRecording, TheStopTakesAMoment) {
-    std::vector<double> took;
-    for (int round = 0; round < 5; ++round) {
-        const Text output = Output("stop-" + std::to_string(round) + ".mp4");
-        ASSERT_TRUE(engine.StartRecording(output)) << ToUtf8(engine.statusText);
-        ASSERT_TRUE(CaptureFor(2));
-        const auto begin = std::chrono::steady_clock::now();
-        engine.FinishRecording();
-        took.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count());
-        ASSERT_TRUE(fs::exists(ToPath(output))) << ToUtf8(engine.statusText);
-    }
-    std::sort(took.begin(), took.end());
-    std::printf("from the stop of a recording %s to its name: %.0f ms, from %.0f to %.0f\n",
-                GetParam() == Mode::FromReplay ? "from the replay" : "with its own capture", took[2], took[0], took[4]);
-}
-
 INSTANTIATE_TEST_SUITE_P(Recording, RecordingFromReplay, testing::Values(Mode::FromReplay), NameOf);
 INSTANTIATE_TEST_SUITE_P(Recording, NumberedRecording, testing::Values(Mode::FromReplay, Mode::OwnCapture), NameOf);
 

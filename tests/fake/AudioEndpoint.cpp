@@ -40,8 +40,8 @@ fake::ScriptedPacket* Waiting(AudioEndpoint& endpoint) {
     if (!controls.packets.empty()) {
         return controls.packets.front().arrives <= Counter100ns() ? &controls.packets.front() : nullptr;
     }
-    if (!endpoint.madeWaits && controls.source) {
-        endpoint.madeWaits = controls.source(endpoint.made);
+    while (!endpoint.madeWaits && controls.source && controls.source(endpoint.made)) {
+        endpoint.madeWaits = endpoint.made.position + controls.keeps >= Counter100ns();
     }
     return endpoint.madeWaits ? &endpoint.made : nullptr;
 }
@@ -166,6 +166,8 @@ void StopEndpoint(AudioEndpoint& endpoint) {
     ZV_ENDPOINT_CALL("StopEndpoint", endpoint.loopback);
     ControlsOf(endpoint).running = false;
 }
+
+bool WaitForPackets(AudioEnumerator&, Event& stop) { return WaitAny({&stop}, 1) == waitTimedOut; }
 
 Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
     ZV_ENDPOINT_CALL("NextPacketFrames", endpoint.loopback);

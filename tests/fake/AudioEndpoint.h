@@ -27,8 +27,12 @@ struct EndpointControls {
     MixFormat format;
     std::deque<ScriptedPacket> packets;
 
-    /// Makes the next packet when the queue is empty; false when there is none now. May fill in place.
+    /// Makes the next packet if the queue is empty; returns false if there is none now. May fill in place.
     std::function<bool(ScriptedPacket&)> source;
+
+    /// How long a packet of `source` waits for its reader, in 100 ns from its position. Older ones are lost, as in a
+    /// stream with a buffer of its shortest length.
+    std::int64_t keeps = 200000;
 
     bool initialized = false;
     bool initializedAsLoopback = false;

@@ -16,6 +16,7 @@ struct FreeTaskMemory {
 using TaskFormat = std::unique_ptr<WAVEFORMATEX, FreeTaskMemory>;
 
 constexpr WORD extensionBytes = 22;
+constexpr std::uint32_t pollMs = 3;
 
 }  // namespace
 
@@ -119,6 +120,8 @@ Result OpenCaptureService(AudioEndpoint& endpoint) {
 Result StartEndpoint(AudioEndpoint& endpoint) { return endpoint.client->Start(); }
 
 void StopEndpoint(AudioEndpoint& endpoint) { endpoint.client->Stop(); }
+
+bool WaitForPackets(AudioEnumerator&, Event& stop) { return WaitAny({&stop}, pollMs) == waitTimedOut; }
 
 Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
     UINT32 waiting = 0;

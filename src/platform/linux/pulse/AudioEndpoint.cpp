@@ -1,13 +1,14 @@
 // Endpoints of the sound server: the monitor of the default sink, and the default source.
 //
 // The server mixes, resamples and delivers what is asked for, so the mix format is always float at 48 kHz in
-// stereo, and the packets are of 20 ms at most. A device that goes away ends its stream; the stream is never moved.
+// stereo, in packets of 20 ms at most. If a device goes away its stream ends; the stream is never moved.
 #include "platform/AudioEndpoint.h"
 
 #include <optional>
 #include <utility>
 
 #include "platform/Clock.h"
+#include "platform/Event.h"
 #include "platform/linux/pulse/PulseClient.h"
 #include "platform/software/PacketClock.h"
 
@@ -22,9 +23,8 @@ struct AudioEnumerator {
 struct AudioEndpoint {
     std::shared_ptr<PulseClient> client;
     std::string source;  ///< the server's name of what is recorded
-    PulseStream stream;  ///< let go of before the client
+    PulseStream stream;  ///< destroyed before the client
     PacketClock clock;
-    std::uint64_t emptyAtTurn = 0;  ///< the client's turn by which nothing was left here
 };
 
 template <>
@@ -45,11 +45,11 @@ void Closer<AudioEndpoint>::operator()(AudioEndpoint* endpoint) const noexcept {
 namespace {
 
 constexpr std::uint32_t frameBytes = 8;
-/// 20 ms. Most of what the audio worker costs it pays by the packet, and the mix waits 100 ms for one.
+/// 20 ms: the audio worker's cost is per packet, and the mix waits 100 ms for one.
 constexpr std::uint32_t packetFrames = 960;
 constexpr std::uint32_t packetBytes = packetFrames * frameBytes;
 constexpr pa_sample_spec mixSpec{PA_SAMPLE_FLOAT32LE, 48000, 2};
-constexpr std::int64_t lookPeriod = 120000;  ///< 12 ms
+constexpr std::uint32_t pollMs = 10;
 
 struct DefaultNames {
     std::string sink;
@@ -59,7 +59,7 @@ struct DefaultNames {
 using NamesAnswer = PulseAnswer<DefaultNames>;
 using NameAnswer = PulseAnswer<std::string>;
 
-void TakeDefaultNames(pa_context*, const pa_server_info* info, void* answer) {
+void StoreDefaultNames(pa_context*, const pa_server_info* info, void* answer) {
     if (info != nullptr) {
         static_cast<NamesAnswer*>(answer)->Fill([info](DefaultNames& names) {
             names.sink = info->default_sink_name != nullptr ? info->default_sink_name : "";
@@ -68,27 +68,27 @@ void TakeDefaultNames(pa_context*, const pa_server_info* info, void* answer) {
     }
 }
 
-void TakeMonitorName(pa_context*, const pa_sink_info* info, int end, void* answer) {
+void StoreMonitorName(pa_context*, const pa_sink_info* info, int end, void* answer) {
     if (end == 0 && info->monitor_source_name != nullptr) {
         static_cast<NameAnswer*>(answer)->Fill([info](std::string& name) { name = info->monitor_source_name; });
     }
 }
 
 /// Without a microphone the server names a sink's monitor as the default source; that is no microphone.
-void TakeMicrophoneName(pa_context*, const pa_source_info* info, int end, void* answer) {
+void StoreMicrophoneName(pa_context*, const pa_source_info* info, int end, void* answer) {
     if (end == 0 && info->monitor_of_sink == PA_INVALID_INDEX) {
         static_cast<NameAnswer*>(answer)->Fill([info](std::string& name) { name = info->name; });
     }
 }
 
 pa_operation* AskForSource(pa_context* context, const DefaultNames& names, bool loopback, NameAnswer& source) {
-    return loopback ? pa_context_get_sink_info_by_name(context, names.sink.c_str(), TakeMonitorName, &source)
-                    : pa_context_get_source_info_by_name(context, names.source.c_str(), TakeMicrophoneName, &source);
+    return loopback ? pa_context_get_sink_info_by_name(context, names.sink.c_str(), StoreMonitorName, &source)
+                    : pa_context_get_source_info_by_name(context, names.source.c_str(), StoreMicrophoneName, &source);
 }
 
 Result FindSource(PulseClient& client, bool loopback, std::string& source) {
     NamesAnswer answer;
-    Result result = AwaitOperation(client, pa_context_get_server_info(client.context, TakeDefaultNames, &answer));
+    Result result = AwaitOperation(client, pa_context_get_server_info(client.context, StoreDefaultNames, &answer));
     if (Failed(result)) {
         return result;
     }
@@ -102,7 +102,7 @@ Result FindSource(PulseClient& client, bool loopback, std::string& source) {
     return Succeeded(result) && source.empty() ? resultNoEndpoint : result;
 }
 
-/// How old the frame at the stream's read position is, in 100 ns; nothing while the server has not told yet.
+/// The age of the frame at the stream's read position, in 100 ns; nothing until the server has reported it.
 std::optional<std::int64_t> AgeOf(pa_stream& stream) {
     pa_usec_t latency = 0;
     int negative = 0;
@@ -112,12 +112,6 @@ std::optional<std::int64_t> AgeOf(pa_stream& stream) {
     const auto age = static_cast<std::int64_t>(latency) * 10;
     return negative != 0 ? -age : age;
 }
-
-/// Whether all that the connection brought is taken. It is not, when another endpoint has looked at it since.
-bool AllIsTaken(const AudioEndpoint& endpoint) { return endpoint.emptyAtTurn == endpoint.client->turns; }
-
-/// A look at the connection costs more than all else between two packets, so there is one for every few calls.
-bool LookIsDue(const PulseClient& client) { return Counter100ns() >= client.lastTurn + lookPeriod; }
 
 }  // namespace
 
@@ -139,7 +133,7 @@ Result FindDefaultEndpoint(AudioEnumerator& enumerator, bool loopback, Owned<Aud
     std::string source;
     const Result result = FindSource(*enumerator.client, loopback, source);
     if (Succeeded(result)) {
-        endpoint.reset(new AudioEndpoint{enumerator.client, std::move(source), nullptr, {}, 0});
+        endpoint.reset(new AudioEndpoint{enumerator.client, std::move(source), nullptr, {}});
     }
     return result;
 }
@@ -175,18 +169,19 @@ void StopEndpoint(AudioEndpoint& endpoint) {
     }
 }
 
+// Waking up costs more than all else between two packets. The server keeps what is not read for seconds, and the mix
+// writes a block every 10 ms, so nothing is lost by looking no more often than that.
+bool WaitForPackets(AudioEnumerator& enumerator, Event& stop) {
+    if (WaitAny({&stop}, pollMs) != waitTimedOut) {
+        return false;
+    }
+    DispatchPending(*enumerator.client);  // a failure ends the streams, and reading from them reports it
+    return true;
+}
+
 Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
     frames = 0;
-    Result result = resultOk;
-    if (AllIsTaken(endpoint)) {
-        if (!LookIsDue(*endpoint.client)) {
-            return resultOk;
-        }
-        result = DispatchPending(*endpoint.client);
-    }
-    if (Succeeded(result)) {
-        result = StreamState(*endpoint.stream);
-    }
+    const Result result = StreamState(*endpoint.stream);
     if (Failed(result)) {
         return result;
     }
@@ -194,9 +189,6 @@ Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
     std::size_t bytes = 0;
     if (pa_stream_peek(endpoint.stream.get(), &data, &bytes) < 0) {
         return StreamState(*endpoint.stream);
-    }
-    if (bytes == 0) {
-        endpoint.emptyAtTurn = endpoint.client->turns;
     }
     frames = static_cast<std::uint32_t>(bytes / frameBytes);
     return resultOk;

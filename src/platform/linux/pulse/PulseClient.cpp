@@ -71,8 +71,6 @@ Result ConnectPulse(std::shared_ptr<PulseClient>& client) {
 }
 
 Result DispatchPending(PulseClient& client) {
-    ++client.turns;
-    client.lastTurn = Counter100ns();
     while (pa_mainloop_iterate(client.loop, 0, nullptr) > 0) {
     }
     return ContextState(client);

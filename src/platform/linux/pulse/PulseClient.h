@@ -1,7 +1,7 @@
 // A connection to the sound server (PulseAudio, or PipeWire speaking its protocol), driven by the calling thread.
 //
-// Nothing runs in the background: the server's messages are taken in by DispatchPending and by the waits, all of which
-// have a limit of their own. A dead server is noticed by the next call.
+// Nothing runs in the background: DispatchPending and the waits read the server's messages, and every wait has a
+// limit. The next call detects a dead server.
 #pragma once
 
 #include <pulse/pulseaudio.h>
@@ -19,8 +19,6 @@ namespace zv {
 struct PulseClient {
     pa_mainloop* loop = nullptr;
     pa_context* context = nullptr;
-    std::uint64_t turns = 0;    ///< so often DispatchPending has looked for messages
-    std::int64_t lastTurn = 0;  ///< when it last did; 100 ns
 
     PulseClient() = default;
     ~PulseClient();
@@ -31,24 +29,24 @@ struct PulseClient {
 /// Connects, without starting a server that does not run.
 Result ConnectPulse(std::shared_ptr<PulseClient>& client);
 
-/// Takes in all that has arrived, without waiting. Fails once the server is gone.
+/// Dispatches all messages that have arrived, without waiting. Fails if the server is gone.
 Result DispatchPending(PulseClient& client);
 
-/// Takes in messages until `done` answers true. Fails when the server is gone or some seconds have passed.
+/// Dispatches messages until `done` returns true. Fails if the server is gone or some seconds have passed.
 Result DispatchUntil(PulseClient& client, const std::function<bool()>& done);
 
-/// Waits for an operation that was just begun, and lets go of it.
+/// Waits for an operation that was just begun, and releases it.
 Result AwaitOperation(PulseClient& client, pa_operation* operation);
 
-/// What a callback of the server's library takes down. No exception may pass through the library's frames: it goes
-/// round them, to whoever asks for the value.
+/// The result of a callback of the client library. No exception may pass through the library's frames: Get rethrows
+/// it.
 template <class Value>
 class PulseAnswer {
 public:
-    template <class Take>
-    void Fill(Take take) noexcept {
+    template <class Store>
+    void Fill(Store store) noexcept {
         try {
-            take(value_);
+            store(value_);
         } catch (...) {
             failure_ = std::current_exception();
         }
@@ -73,12 +71,12 @@ struct PulseStreamDeleter {
 };
 using PulseStream = std::unique_ptr<pa_stream, PulseStreamDeleter>;
 
-/// Connects a record stream that does not run yet and waits until it stands. `fragmentBytes` is the packet size.
+/// Connects a corked record stream and waits until it is ready. `fragmentBytes` is the packet size.
 Result ConnectRecord(PulseClient& client, pa_stream& stream, const std::string& device, std::uint32_t fragmentBytes);
 
 Result Cork(PulseClient& client, pa_stream& stream, bool corked);
 
-/// Fails when the stream no longer stands, because its device was taken away or the server is gone.
+/// Fails if the stream has ended, because its device was removed or the server is gone.
 Result StreamState(pa_stream& stream);
 
 }  // namespace zv

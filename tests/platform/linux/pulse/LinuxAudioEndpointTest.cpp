@@ -24,6 +24,7 @@ struct OpenedEndpoint {
     Owned<AudioThread> thread;
     Owned<AudioEnumerator> enumerator;
     Owned<AudioEndpoint> endpoint;
+    Owned<Event> never = MakeEvent();
 
     Result Open(bool loopback) {
         Result result = EnterAudioThread(thread);
@@ -46,20 +47,21 @@ struct OpenedEndpoint {
     }
 };
 
-struct TakenPacket {
+struct RecordedPacket {
     std::uint32_t frames = 0;
     std::int64_t position = 0;
-    std::int64_t taken = 0;
+    std::int64_t read = 0;
     bool timestampError = false;
 };
 
-struct Taken {
-    std::vector<TakenPacket> packets;
+struct Recorded {
+    std::vector<RecordedPacket> packets;
     std::vector<float> samples;
 };
 
-/// Takes packets for so many seconds, or until a call fails; answers its code.
-Result TakeFor(AudioEndpoint& endpoint, double seconds, Taken& taken) {
+/// Reads packets for so many seconds, or until a call fails. Returns its code.
+Result ReadFor(OpenedEndpoint& sound, double seconds, Recorded& recorded) {
+    AudioEndpoint& endpoint = *sound.endpoint;
     const std::int64_t end = Counter100ns() + static_cast<std::int64_t>(seconds * 1e7);
     while (Counter100ns() < end) {
         std::uint32_t frames = 0;
@@ -68,7 +70,7 @@ Result TakeFor(AudioEndpoint& endpoint, double seconds, Taken& taken) {
             return result;
         }
         if (frames == 0) {
-            SleepMs(3);
+            EXPECT_TRUE(WaitForPackets(*sound.enumerator, *sound.never));
             continue;
         }
         AudioPacket packet;
@@ -77,12 +79,12 @@ Result TakeFor(AudioEndpoint& endpoint, double seconds, Taken& taken) {
             return result;
         }
         EXPECT_EQ(packet.frames, frames);
-        const std::size_t at = taken.samples.size();
-        taken.samples.resize(at + std::size_t{2} * packet.frames);
+        const std::size_t at = recorded.samples.size();
+        recorded.samples.resize(at + std::size_t{2} * packet.frames);
         if (!packet.silent) {
-            std::memcpy(taken.samples.data() + at, packet.data, std::size_t{8} * packet.frames);
+            std::memcpy(recorded.samples.data() + at, packet.data, std::size_t{8} * packet.frames);
         }
-        taken.packets.push_back({packet.frames, packet.position, Counter100ns(), packet.timestampError});
+        recorded.packets.push_back({packet.frames, packet.position, Counter100ns(), packet.timestampError});
         EXPECT_EQ(ReleasePacket(endpoint, packet.frames), resultOk);
     }
     return resultOk;
@@ -104,9 +106,9 @@ TEST(LinuxSystemSound, AToneArrivesWithItsFrequencyItsLevelAndItsSides) {
     auto player = server.PlayTone("speakers", 1000, 0.5F, 400, 0.25F);
     OpenedEndpoint sound;
     ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
-    Taken taken;
-    ASSERT_EQ(TakeFor(*sound.endpoint, 4, taken), resultOk);
-    const std::vector<float> tail = Tail(taken.samples, 2);
+    Recorded recorded;
+    ASSERT_EQ(ReadFor(sound, 4, recorded), resultOk);
+    const std::vector<float> tail = Tail(recorded.samples, 2);
     ASSERT_EQ(tail.size(), 192000U);
     EXPECT_NEAR(LateLevel(tail, 0, 1000), 0.5, 0.005);
     EXPECT_NEAR(LateLevel(tail, 1, 400), 0.25, 0.005);
@@ -121,29 +123,29 @@ TEST(LinuxSystemSound, ComesInFreshPacketsOfTwentyMillisecondsAtMostWithStampsTh
     auto player = server.PlayTone("speakers", 1000, 0.5F, 1000, 0.5F);
     OpenedEndpoint sound;
     ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
-    Taken taken;
-    ASSERT_EQ(TakeFor(*sound.endpoint, 3, taken), resultOk);  // the sink settles
-    taken = {};
-    ASSERT_EQ(TakeFor(*sound.endpoint, 3, taken), resultOk);
-    ASSERT_GE(taken.packets.size(), 125U);
+    Recorded recorded;
+    ASSERT_EQ(ReadFor(sound, 3, recorded), resultOk);  // the sink settles
+    recorded = {};
+    ASSERT_EQ(ReadFor(sound, 3, recorded), resultOk);
+    ASSERT_GE(recorded.packets.size(), 125U);
     std::size_t tiled = 0;
     std::size_t fresh = 0;
-    for (std::size_t i = 0; i < taken.packets.size(); ++i) {
-        const TakenPacket& packet = taken.packets[i];
+    for (std::size_t i = 0; i < recorded.packets.size(); ++i) {
+        const RecordedPacket& packet = recorded.packets[i];
         EXPECT_FALSE(packet.timestampError);
         EXPECT_LE(packet.frames, 960U);
         const std::int64_t end = packet.position + std::int64_t{packet.frames} * 625 / 3;
         // What the sink has mixed may be about to be played; a loaded machine takes a packet late.
-        EXPECT_LE(packet.position, packet.taken + 500000) << i;
-        fresh += std::abs(packet.taken - end) < 300000 ? 1U : 0U;
+        EXPECT_LE(packet.position, packet.read + 500000) << i;
+        fresh += std::abs(packet.read - end) < 300000 ? 1U : 0U;
         if (i > 0) {
-            const TakenPacket& before = taken.packets[i - 1];
+            const RecordedPacket& before = recorded.packets[i - 1];
             const std::int64_t gap = packet.position - before.position - std::int64_t{before.frames} * 625 / 3;
             tiled += std::abs(gap) <= 210 ? 1U : 0U;  // a frame at most
         }
     }
-    EXPECT_GE(tiled, taken.packets.size() * 95 / 100);  // now and then the clock is put right
-    EXPECT_GE(fresh, taken.packets.size() / 2);
+    EXPECT_GE(tiled, recorded.packets.size() * 95 / 100);  // now and then the clock is put right
+    EXPECT_GE(fresh, recorded.packets.size() / 2);
 }
 
 TEST(LinuxSystemSound, ReportsTheMixFormatThatTheServerDelivers) {
@@ -166,13 +168,13 @@ TEST(LinuxSystemSound, AChangeOfTheDefaultIsOfNoConcern) {
     auto player = server.PlayTone("speakers", 1000, 0.5F, 1000, 0.5F);
     OpenedEndpoint sound;
     ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
-    Taken taken;
-    ASSERT_EQ(TakeFor(*sound.endpoint, 1, taken), resultOk);
+    Recorded recorded;
+    ASSERT_EQ(ReadFor(sound, 1, recorded), resultOk);
     support::OutputOf({"pactl", "set-default-sink", "mic_feed"});
     auto another = server.PlayTone("speakers", 700, 0.5F, 700, 0.5F);  // a server may move what plays already
-    taken = {};
-    ASSERT_EQ(TakeFor(*sound.endpoint, 4, taken), resultOk);
-    EXPECT_NEAR(LateLevel(taken.samples, 0, 700), 0.5, 0.005);
+    recorded = {};
+    ASSERT_EQ(ReadFor(sound, 4, recorded), resultOk);
+    EXPECT_NEAR(LateLevel(recorded.samples, 0, 700), 0.5, 0.005);
 }
 
 TEST(LinuxSystemSound, ADeviceThatIsTakenAwayEndsItsStream) {
@@ -181,8 +183,8 @@ TEST(LinuxSystemSound, ADeviceThatIsTakenAwayEndsItsStream) {
     OpenedEndpoint sound;
     ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
     support::OutputOf({"pactl", "unload-module", "module-null-sink"});
-    Taken taken;
-    EXPECT_EQ(CodeOf(TakeFor(*sound.endpoint, 30, taken)), CodeOf(resultEndpointGone));
+    Recorded recorded;
+    EXPECT_EQ(CodeOf(ReadFor(sound, 30, recorded)), CodeOf(resultEndpointGone));
 }
 
 TEST(LinuxSystemSound, AServerThatDiesEndsItsStream) {
@@ -191,8 +193,8 @@ TEST(LinuxSystemSound, AServerThatDiesEndsItsStream) {
     OpenedEndpoint sound;
     ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
     server.Server().Send(SIGKILL);
-    Taken taken;
-    EXPECT_EQ(CodeOf(TakeFor(*sound.endpoint, 30, taken)), CodeOf(resultEndpointGone));
+    Recorded recorded;
+    EXPECT_EQ(CodeOf(ReadFor(sound, 30, recorded)), CodeOf(resultEndpointGone));
 }
 
 TEST(LinuxSystemSound, WithoutAServerTheEnumerationFailsAtOnce) {
@@ -202,6 +204,17 @@ TEST(LinuxSystemSound, WithoutAServerTheEnumerationFailsAtOnce) {
     EXPECT_EQ(CodeOf(sound.Open(true)), 0x8007006FU);
     EXPECT_FALSE(sound.enumerator);
     EXPECT_LT(Counter100ns() - before, 20000000);
+}
+
+TEST(LinuxSystemSound, AStopEndsTheWaitForPackets) {
+    SoundServer server;
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    OpenedEndpoint sound;
+    ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
+    const Owned<Event> stop = MakeEvent();
+    EXPECT_TRUE(WaitForPackets(*sound.enumerator, *stop));
+    Signal(*stop);
+    EXPECT_FALSE(WaitForPackets(*sound.enumerator, *stop));
 }
 
 TEST(LinuxSystemSound, AServerThatHangsIsGivenUp) {
@@ -227,9 +240,9 @@ TEST(LinuxMicrophone, AToneIsHeardThroughTheDefaultSource) {
     auto player = server.PlayTone("mic_feed", 600, 0.5F, 600, 0.5F);
     OpenedEndpoint sound;
     ASSERT_EQ(CodeOf(sound.Open(false)), 0U);
-    Taken taken;
-    ASSERT_EQ(TakeFor(*sound.endpoint, 4, taken), resultOk);
-    EXPECT_NEAR(LateLevel(taken.samples, 0, 600), 0.5, 0.005);
+    Recorded recorded;
+    ASSERT_EQ(ReadFor(sound, 4, recorded), resultOk);
+    EXPECT_NEAR(LateLevel(recorded.samples, 0, 600), 0.5, 0.005);
 }
 
 TEST(LinuxWaveInput, FillsItsBuffersInTurnWithMonoSamples) {
