@@ -17,16 +17,16 @@ struct ToastRule {
     bool lowered;                   ///< compare with a lower-case copy of the status
     std::array<TextView, 4> words;  ///< an empty one is unused
     TextView text;
-    IconKind icon = IconKind::Replay;
+    ToastKind kind = ToastKind::Replay;
 };
 
 /// The first match decides: a saved file wins over the rest of the text, a failure over its reasons.
 constexpr ToastRule toastRules[] = {
-    {Match::Beginning, false, {u"Screenshot saved:"}, u"Screenshot saved", IconKind::Camera},
-    {Match::AnyWord, false, {u"Recording saved"}, u"Recording saved", IconKind::Record},
+    {Match::Beginning, false, {u"Screenshot saved:"}, u"Screenshot saved", ToastKind::Camera},
+    {Match::AnyWord, false, {u"Recording saved"}, u"Recording saved", ToastKind::Record},
     {Match::AnyWord, false, {u"Replay saved"}, u"Clip saved"},
     {Match::AnyWord, false, {u"Clip saved"}, u"Clip saved"},
-    {Match::AnyWord, false, {u"Recording started"}, u"Recording has started", IconKind::Record},
+    {Match::AnyWord, false, {u"Recording started"}, u"Recording has started", ToastKind::Record},
     {Match::AnyWord, true, {u"failed", u"could not", u"cannot", u"error"}, u"Capture needs attention - check Status"},
     {Match::AnyWord, true, {u"paused", u"replay stopped"}, u"Instant replay is paused"},
     {Match::AnyWord, true, {u"warming up"}, u"Replay is warming up - try again shortly"},
@@ -57,7 +57,7 @@ Toast ToastTextForStatus(TextView status) {
     const Text lowered = Lowered(status);
     for (const ToastRule& rule : toastRules) {
         if (Matches(rule, rule.lowered ? TextView(lowered) : status)) {
-            return {Text(rule.text), rule.icon};
+            return {Text(rule.text), rule.kind};
         }
     }
     return {};

@@ -6,9 +6,12 @@
 
 namespace zv {
 
+/// The icon of a notification.
+using ToastKind = IconKind;
+
 struct Toast {
     Text text;  ///< empty: no notification
-    IconKind icon = IconKind::Replay;
+    ToastKind kind = ToastKind::Replay;
     bool operator==(const Toast&) const = default;
 };
 

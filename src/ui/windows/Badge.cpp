@@ -18,9 +18,9 @@
 namespace zv {
 namespace {
 
-/// Asks for the image only when another process has come to the front. Should yet another one have come there since,
-/// the next tick asks again.
-void FollowFrontProcess(std::uint32_t processId) {
+/// Looks the program up only when another process is in front. If the process in front has changed since, the next tick
+/// looks again.
+void RefreshFrontProcess(std::uint32_t processId) {
     UiGlobals& ui = Ui();
     if (processId == ui.badge.processId) {
         return;
@@ -67,7 +67,7 @@ void UpdateBadge() {
         return;
     }
     const std::optional<FrontWindow> front = LookUpFrontWindow();
-    FollowFrontProcess(front ? front->processId : 0);
+    RefreshFrontProcess(front ? front->processId : 0);
     const BadgeMoment moment = CurrentMoment(front);
     if (!ShowsBadge(moment)) {
         HideBadge();

@@ -26,7 +26,7 @@ void DrawToast(Canvas& canvas, const Rectangle& client) {
     FillBox(canvas, {0, 0, toastWidth, toastHeight}, color::toast);
     FillBox(canvas, {0, 0, stripeWidth, toastHeight}, accent);
     PushTransform(canvas, iconCentre, iconScale);
-    DrawVectorIcon(canvas, 0, 0, toast.icon, accent);
+    DrawVectorIcon(canvas, 0, 0, toast.kind, accent);
     PopTransform(canvas);
     DrawTextLine(canvas, textBox, toast.text, color::primaryText, FontRole::Small);
     PopTransform(canvas);

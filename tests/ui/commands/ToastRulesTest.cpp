@@ -13,7 +13,7 @@
 namespace zv {
 
 void PrintTo(const Toast& toast, std::ostream* out) {
-    *out << ToPath(toast.text) << " / " << static_cast<int>(toast.icon);
+    *out << ToPath(toast.text) << " / " << static_cast<int>(toast.kind);
 }
 
 namespace {
@@ -23,7 +23,7 @@ using testing::IsEmpty;
 struct StatusRow {
     TextView status;
     TextView text;
-    IconKind kind = IconKind::Replay;
+    ToastKind kind = ToastKind::Replay;
 };
 
 constexpr TextView attention = u"Capture needs attention - check Status";
@@ -44,11 +44,11 @@ void ExpectToasts(std::span<const StatusRow> rows) {
 
 /// One status for each rule, in the order of the rules, with nothing in it that any other rule looks for.
 constexpr StatusRow samples[] = {
-    {u"Screenshot saved: a.png", u"Screenshot saved", IconKind::Camera},
-    {u"The Recording saved a", u"Recording saved", IconKind::Record},
+    {u"Screenshot saved: a.png", u"Screenshot saved", ToastKind::Camera},
+    {u"The Recording saved a", u"Recording saved", ToastKind::Record},
     {u"The Replay saved a", u"Clip saved"},
     {u"The Clip saved a", u"Clip saved"},
-    {u"The Recording started a", u"Recording has started", IconKind::Record},
+    {u"The Recording started a", u"Recording has started", ToastKind::Record},
     {u"This has failed now", attention},
     {u"This is paused now", paused},
     {u"This is warming up now", warmingUp},
@@ -60,12 +60,6 @@ constexpr StatusRow samples[] = {
 };
 
 TEST(ToastRules, EveryRuleHasItsTextAndIcon) { ExpectToasts(samples); }
-
-TEST(ToastRules, TheIconsAreThoseOfReplayRecordingAndCamera) {
-    EXPECT_EQ(static_cast<int>(IconKind::Replay), 0);
-    EXPECT_EQ(static_cast<int>(IconKind::Record), 1);
-    EXPECT_EQ(static_cast<int>(IconKind::Camera), 4);
-}
 
 TEST(ToastRules, EachOfARulesWordsSetsItOff) {
     const StatusRow rows[] = {
@@ -125,7 +119,7 @@ TEST(ToastRules, AScreenshotIsSavedOnlyWithTheColonAndAtTheBeginning) {
         {u"Screenshot saved to a.png", none},
         {u" Screenshot saved: a.png", none},
         {u"The Screenshot saved: a.png", none},
-        {u"Screenshot saved:", u"Screenshot saved", IconKind::Camera},
+        {u"Screenshot saved:", u"Screenshot saved", ToastKind::Camera},
     };
     ExpectToasts(rows);
 }
@@ -150,7 +144,7 @@ TEST(ToastRules, EverySentenceOfTheCommandsGivesItsNotification) {
         {u"Capture operation failed. Check disk space and runtime files.", attention},
         {u"Capture check failed. Try restarting replay.", attention},
         {u"Saving screenshot...", none},
-        {u"Screenshot saved: C:\\Videos\\error\\a.png", u"Screenshot saved", IconKind::Camera},
+        {u"Screenshot saved: C:\\Videos\\error\\a.png", u"Screenshot saved", ToastKind::Camera},
         {u"Screenshot failed. Check Gallery > Folders and disk space.", attention},
         {u"Screenshot failed. Check Gallery > Folders.", attention},
         {u"Choose a screenshot folder in Gallery > Folders.", none},
@@ -193,8 +187,8 @@ TEST(ToastRules, EverySentenceOfTheEngineGivesItsNotification) {
         {u"Recording could not start from replay. Check the recording folder and audio device; details are in a.log",
          attention},
         {u"Recording started. Stop Recording to finalize video and selected audio.", u"Recording has started",
-         IconKind::Record},
-        {u"Recording saved: C:\\Videos\\Replay saved.mp4", u"Recording saved", IconKind::Record},
+         ToastKind::Record},
+        {u"Recording saved: C:\\Videos\\Replay saved.mp4", u"Recording saved", ToastKind::Record},
         {u"Recording failed or did not finalize. See C:\\recording.log", attention},
         {u"Recording audio stopped unexpectedly.", none},
         {u"Replay audio stopped unexpectedly.", none},

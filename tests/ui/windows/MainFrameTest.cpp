@@ -1,16 +1,7 @@
-// The main window's frame and its Home page: labels, states and actions.
+// The main window's frame: sidebar, heading, status strip, and the page between them.
 #include "ui/windows/MainFrame.h"
 
-#include "fake/Canvas.h"
-#include "ui/Interface.h"
-#include "ui/kit/Colors.h"
-#include "ui/kit/DrawingContext.h"
-#include "ui/kit/DrawingFrame.h"
-#include "ui/kit/Fonts.h"
-#include "ui/kit/HitTargets.h"
-#include "ui/navigation/Navigation.h"
-#include "ui/state/Engine.h"
-#include "ui/windows/Overlay.h"
+#include "ui/DesktopPages.h"
 
 namespace zv {
 namespace {
@@ -18,82 +9,6 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::Not;
-using Lines = std::vector<std::string>;
-
-class DesktopPages : public Interface {
-protected:
-    DesktopPages() {
-        fake::ResetCanvas();
-        fake::TheWindows().keyNames = {{88, u"X"}, {121, u"F10"}, {65, u"A"}};
-        fake::TheMonitors().monitors = {{u"DP-1", 0, 0, 2560, 1440, true}};
-        CreateFonts();
-        OpenMainWindow();
-        WindowOptions options;
-        options.procedure = OverlayProc;
-        options.frame = WindowFrame::Bare;
-        overlay_ = MakeWindow(options);
-        Size(1180, 740);
-    }
-    ~DesktopPages() override {
-        gate_.Open();
-        Ui().capture.captureJobSlot.Wait();
-        overlay_.reset();
-        window_.reset();
-        Ui().mainState = {};
-        Ui().overlayState = {};
-        DeleteFonts();
-        EXPECT_EQ(fake::LivingCanvases(), 0);
-        EXPECT_EQ(fake::LivingFonts(), 0);
-    }
-
-    void Size(std::int32_t width, std::int32_t height) { Record().bounds = {0, 0, width, height}; }
-    fake::WindowRecord& Record() { return fake::RecordOf(*window_); }
-    /// What one paint of the window draws, between the background and the end.
-    Lines Paint() {
-        fake::ResetCanvas();
-        Send(message::paint);
-        Lines lines = fake::Drawings();
-        // The back buffer's background, the scale, the page's own background.
-        EXPECT_THAT(Lines(lines.begin(), lines.begin() + 2),
-                    ElementsAre("fill 0,0,1180,740 17,18,25", "push 0,0 scale 1"));
-        EXPECT_EQ(lines.back(), "pop");
-        return {lines.begin() + 3, lines.end() - 1};
-    }
-    void Click(std::int32_t x, std::int32_t y) {
-        const std::intptr_t at = static_cast<std::intptr_t>(y) << 16 | x;
-        Send(message::paint);
-        Send(message::leftButtonDown, 0, at);
-        Send(message::leftButtonUp, 0, at);
-    }
-    /// The words of each line of text.
-    static Lines Texts(const Lines& lines) {
-        Lines texts;
-        for (const std::string& line : lines) {
-            if (line.starts_with("text ")) {
-                const std::size_t quote = line.find('"');
-                texts.push_back(line.substr(quote + 1, line.size() - quote - 2));
-            }
-        }
-        return texts;
-    }
-    /// The words that are drawn into exactly this box.
-    static std::string LabelIn(const Lines& lines, const Rectangle& box) {
-        const std::string start = "text " + std::to_string(box.left) + "," + std::to_string(box.top) + "," +
-                                  std::to_string(box.right) + "," + std::to_string(box.bottom) + " ";
-        const auto found =
-            std::find_if(lines.begin(), lines.end(), [&](const std::string& line) { return line.starts_with(start); });
-        return found == lines.end() ? "" : Texts({*found}).front();
-    }
-    static std::vector<std::int32_t> Ids() {
-        std::vector<std::int32_t> ids;
-        for (const HitTarget& target : Ui().mainState.targets) {
-            ids.push_back(target.id);
-        }
-        return ids;
-    }
-
-    Owned<AppWindow> overlay_;
-};
 
 struct PageTexts {
     const char* name;
@@ -229,72 +144,6 @@ TEST_F(DesktopPages, TheFocusMovesPastButtonsThatShareAnId) {
         focused.push_back(Ui().mainState.focusId);
     }
     EXPECT_THAT(focused, ElementsAre(1202, 1201, 1200, 14, 13, 12));
-}
-
-// Home.
-
-TEST_F(DesktopPages, HomeShowsHeroAndCards) {
-    const Lines texts = Texts(Paint());
-    for (const char* text : {"YOUR GAME. YOUR MOMENTS.", "Capture is one shortcut away.",
-                             "Alt + X opens replay, recording, screenshots and your gallery.", "Replay status",
-                             "Replay is off", "DP-1  /  2560 x 1440  (primary)", "Your library",
-                             "Clips, videos and photos together.", "Explore Recommended for updates from ZV."}) {
-        EXPECT_THAT(texts, Contains(text));
-    }
-}
-
-TEST_F(DesktopPages, EveryButtonOfHomeHasItsIdAndItsLabel) {
-    const Lines lines = Paint();
-    std::vector<std::pair<std::int32_t, std::string>> buttons;
-    for (const HitTarget& target : Ui().mainState.targets) {
-        buttons.emplace_back(target.id, LabelIn(lines, target.box));
-    }
-    EXPECT_THAT(buttons, ElementsAre(std::pair(10, "Home"), std::pair(11, "Recommended"), std::pair(12, "Settings"),
-                                     std::pair(13, "Updates"), std::pair(14, "Help"), std::pair(14, "Quick overlay"),
-                                     std::pair(1200, "Open capture overlay"), std::pair(1201, "Open gallery"),
-                                     std::pair(1202, "Recommended")));
-}
-
-TEST_F(DesktopPages, HomeShowsThatTheReplayRuns) {
-    Engine().replayRunning = true;
-    const Lines lines = Paint();
-    EXPECT_THAT(lines, Contains("text 244,419,661,450 17/400 151,119,255 \"Automatic replay is on\""));
-    EXPECT_THAT(lines, Not(Contains(testing::HasSubstr("Replay is off"))));
-}
-
-TEST_F(DesktopPages, HomeShowsThatTheMonitorIsDisconnected) {
-    CurrentSettings().monitorDevice = u"DP-7";
-    EXPECT_THAT(Paint(), Contains("text 244,468,661,503 15/400 158,164,187 \"Monitor disconnected\""));
-}
-
-TEST_F(DesktopPages, HomeOpensTheOverlayAtItsTilesAndClosesItToo) {
-    Ui().overlayPage = overlayPage::settings;
-    Click(370, 304);
-    EXPECT_TRUE(IsOverlayShown());
-    EXPECT_EQ(Ui().overlayPage, overlayPage::tiles);
-    Ui().overlayPage = overlayPage::settings;
-    Click(370, 304);
-    EXPECT_FALSE(IsOverlayShown());
-    EXPECT_EQ(Ui().overlayPage, overlayPage::tiles);
-}
-
-TEST_F(DesktopPages, HomeOpensTheGalleryAndLeavesAnOverlayOpen) {
-    Ui().gallery.galleryFirstIndex = 6;
-    Ui().gallery.galleryFilter = 2;
-    Ui().gallery.galleryGame = u"Foo";
-    for (int i = 0; i < 2; ++i) {
-        Click(900, 487);
-        EXPECT_TRUE(IsOverlayShown());
-        EXPECT_EQ(Ui().overlayPage, overlayPage::gallery);
-        EXPECT_EQ(Ui().gallery.galleryFirstIndex, 0);
-        EXPECT_EQ(Ui().gallery.galleryFilter, 0);
-        EXPECT_EQ(Ui().gallery.galleryGame, u"");
-    }
-}
-
-TEST_F(DesktopPages, HomeOpensRecommended) {
-    Click(300, 620);
-    EXPECT_EQ(Ui().desktopPage, 1);
 }
 
 TEST_F(DesktopPages, FitAtTheMinimumSize) {
