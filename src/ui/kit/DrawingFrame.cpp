@@ -8,8 +8,8 @@
 namespace zv {
 namespace {
 
-constexpr double leastMainScale = 0.25;
-constexpr double leastOverlayScale = 0.1;
+constexpr double minimumMainScale = 0.25;
+constexpr double minimumOverlayScale = 0.1;
 constexpr std::int32_t stripHeight = 32;
 
 /// Makes `state` the one that the controls register into until the end of the scope. An exception before End restores
@@ -63,7 +63,7 @@ void PaintInStrips(AppWindow& window, UiState& state, Color background, std::int
 void FitMainWindow(UiState& state, std::int32_t clientWidth, std::int32_t clientHeight, std::int32_t dpi) {
     const double byWidth = static_cast<double>(clientWidth) / mainWidth;
     const double byHeight = static_cast<double>(clientHeight) / mainHeight;
-    state.scale = std::max(std::min({byWidth, byHeight, dpi / 96.0}), leastMainScale);
+    state.scale = std::max(std::min({byWidth, byHeight, dpi / 96.0}), minimumMainScale);
     state.logicalWidth = static_cast<std::int32_t>(clientWidth / state.scale);
     state.logicalHeight = static_cast<std::int32_t>(clientHeight / state.scale);
 }
@@ -71,7 +71,7 @@ void FitMainWindow(UiState& state, std::int32_t clientWidth, std::int32_t client
 void FitOverlay(UiState& state, std::int32_t clientWidth, std::int32_t clientHeight) {
     const double byWidth = static_cast<double>(clientWidth) / overlayWidth;
     const double byHeight = static_cast<double>(clientHeight) / overlayHeight;
-    state.scale = std::max(std::min(byWidth, byHeight), leastOverlayScale);
+    state.scale = std::max(std::min(byWidth, byHeight), minimumOverlayScale);
     state.logicalWidth = overlayWidth;
     state.logicalHeight = overlayHeight;
 }

@@ -38,16 +38,16 @@ void OpenApp() {
 
 void OpenSettingsPage() { SelectOverlayPage(overlayPage::settings); }
 
-void FlipMicrophone() {
+void ToggleMicrophone() {
     ApplyCaptureChange([] { CurrentSettings().micEnabled = !CurrentSettings().micEnabled; });
 }
 
-void FlipSystemSound() {
+void ToggleSystemSound() {
     ApplyCaptureChange([] { CurrentSettings().gameAudioEnabled = !CurrentSettings().gameAudioEnabled; });
 }
 
-/// Switches what the engine does at the click, which the settings need not agree with.
-void FlipReplay() {
+/// Toggles the state of the engine at the click, not the setting.
+void ToggleReplay() {
     ApplyCaptureChange([] { CurrentSettings().instantReplay = !Engine().replayRunning; });
 }
 
@@ -119,14 +119,14 @@ void DrawRightColumn(Canvas& canvas, const TileState& state) {
                                .box = {726, 165, 768, 217},
                                .label = OnOrOff(settings.micEnabled),
                                .icon = OverlayIcon::Microphone,
-                               .action = FlipMicrophone,
+                               .action = ToggleMicrophone,
                                .active = settings.micEnabled,
                                .enabled = state.MayChange()});
     DrawOverlayButton(canvas, {.id = overlayTarget::systemSound,
                                .box = {768, 165, 810, 217},
                                .label = OnOrOff(settings.gameAudioEnabled),
                                .icon = OverlayIcon::Speaker,
-                               .action = FlipSystemSound,
+                               .action = ToggleSystemSound,
                                .active = settings.gameAudioEnabled,
                                .enabled = state.MayChange()});
     DrawOverlayButton(canvas, {.id = overlayTarget::settings,
@@ -153,7 +153,7 @@ void DrawReplayPopover(Canvas& canvas, const TileState& state) {
     DrawButton(canvas, {.id = overlayTarget::switchReplay,
                         .box = {521, 274, 691, 308},
                         .label = state.replay ? u"Turn off" : u"Turn on",
-                        .action = FlipReplay,
+                        .action = ToggleReplay,
                         .selected = state.replay,
                         .enabled = state.MayChange()});
     DrawTextLine(canvas, {337, 317, 515, 345}, Decimal(Ui().capture.secondsReady) + u" seconds ready", color::mutedText,

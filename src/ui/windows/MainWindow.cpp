@@ -25,7 +25,7 @@
 namespace zv {
 namespace {
 
-constexpr Point leastSize{900, 600};
+constexpr Point minimumSize{900, 600};
 
 namespace virtualKey {
 constexpr std::uintptr_t tab = 9;
@@ -155,7 +155,7 @@ std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
     }
     switch (code) {
         case message::getMinMaxInfo:
-            reinterpret_cast<MinMaxInfo*>(lParam)->minTrackSize = leastSize;
+            reinterpret_cast<MinMaxInfo*>(lParam)->minTrackSize = minimumSize;
             return 0;
         case message::create:
             OnCreate(window);
