@@ -1,4 +1,4 @@
-// The entry of the Linux program.
+// The entry point of the Linux program.
 #include <filesystem>
 
 #include "platform/Files.h"

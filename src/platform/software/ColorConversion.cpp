@@ -1,4 +1,4 @@
-// The kernels in plain C++, for every processor, and the choice among the sets.
+// The kernels in plain C++, for every processor, and the selection of a set.
 #include "platform/software/ColorConversion.h"
 
 #include "platform/software/ColorMatrix.h"

@@ -12,7 +12,7 @@ namespace zv {
 
 inline constexpr int blendedBits = 6;  ///< fraction bits of a blended row
 
-/// Where each pixel of a resampled row comes from: the pixel at `index`, blended with its right neighbour.
+/// The source of each pixel of a resampled row: the pixel at `index`, blended with its right neighbour.
 struct ColumnTaps {
     std::vector<std::uint32_t> index;
     std::vector<std::int16_t> weight;  ///< of the neighbour, 32768ths, four times the same for each pixel
@@ -34,13 +34,13 @@ struct ConversionKernels {
 
 const ConversionKernels& PlainKernels();
 
-/// Null where the processor has no AVX2.
+/// Null if the processor has no AVX2.
 const ConversionKernels* Avx2Kernels();
 
-/// Null where the processor has no AVX-512 with multiply-and-add of 16-bit pairs.
+/// Null if the processor has no AVX-512 with multiply-and-add of 16-bit pairs.
 const ConversionKernels* Avx512Kernels();
 
-/// The fastest that the processor has.
+/// The fastest set that the processor supports.
 const ConversionKernels& BestKernels();
 
 }  // namespace zv

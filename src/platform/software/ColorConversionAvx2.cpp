@@ -1,5 +1,5 @@
-// The kernels with AVX2: 32 columns of two rows, 16 values and 8 pixels at a time; what is left of a row goes to the
-// plain ones. The multiplications are the same, so the bytes are.
+// The kernels with AVX2: 32 columns of two rows, 16 values and 8 pixels at a time; the plain ones convert the rest of
+// a row. The multiplications are the same, so the bytes are.
 #include "platform/software/ColorConversion.h"
 #include "platform/software/ColorMatrix.h"
 
@@ -54,7 +54,7 @@ ZV_AVX2 inline Columns LoadColumns(const std::uint8_t* pixels) {
             Split(_mm256_castps_si256(_mm256_shuffle_ps(first, second, _MM_SHUFFLE(3, 1, 3, 1))))};
 }
 
-/// The upper halves of both, in turns.
+/// The upper halves of both, interleaved.
 ZV_AVX2 inline __m256i Interleave(__m256i first, __m256i second) {
     return _mm256_blend_epi16(_mm256_srli_epi32(first, matrix::shift), second, 0xAA);
 }
@@ -67,8 +67,8 @@ ZV_AVX2 inline __m256i Luma8(const Channels& channels) {
 
 ZV_AVX2 inline __m256i Luma16(const Columns& columns) { return Interleave(Luma8(columns.even), Luma8(columns.odd)); }
 
-/// Eight samples, Cb and Cr in turns, from the sums of their four pixels. Since the coefficients sum to zero, those of
-/// blue and red alone do for the differences from green.
+/// Eight samples, Cb and Cr interleaved, from the sums of their four pixels. Since the coefficients sum to zero, those
+/// of blue and red suffice for the differences from green.
 ZV_AVX2 inline __m256i Chroma8(const Channels& sums) {
     const __m256i differences = _mm256_sub_epi16(sums.blueRed, sums.green);
     const __m256i bias = _mm256_set1_epi32(matrix::chromaBias);
@@ -82,7 +82,7 @@ ZV_AVX2 inline __m256i PackInOrder(__m256i first, __m256i second) {
     return _mm256_permutevar8x32_epi32(_mm256_packus_epi16(first, second), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
 
-/// Writes the luma of 16 columns of two rows and answers their chroma.
+/// Writes the luma of 16 columns of two rows and returns their chroma.
 ZV_AVX2 inline __m256i Convert16(const std::uint8_t* top, const std::uint8_t* bottom, std::uint8_t* lumaTop,
                                  std::uint8_t* lumaBottom) {
     const Columns upper = LoadColumns(top);

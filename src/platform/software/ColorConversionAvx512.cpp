@@ -1,10 +1,10 @@
-// The conversion with AVX-512, 64 columns of two rows at a time, in the steps of the AVX2 kernel; what is left of a row
-// and the resampling go to that one. The multiplications are the same, so the bytes are.
+// The conversion with AVX-512, 64 columns of two rows at a time, in the steps of the AVX2 kernel; that kernel also
+// converts the rest of a row and resamples. The multiplications are the same, so the bytes are.
 #include "platform/software/ColorConversion.h"
 #include "platform/software/ColorMatrix.h"
 
 #if defined(__x86_64__)
-// GCC 12 takes its own header's undefined registers, which are so on purpose, for mistakes of the caller.
+// GCC 12 reports its own header's registers, which are undefined on purpose, as errors of the caller.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #include <immintrin.h>
@@ -52,7 +52,7 @@ ZV_AVX512 inline Columns LoadColumns(const std::uint8_t* pixels) {
             Split(_mm512_castps_si512(_mm512_shuffle_ps(first, second, _MM_SHUFFLE(3, 1, 3, 1))))};
 }
 
-/// The upper halves of both, in turns.
+/// The upper halves of both, interleaved.
 ZV_AVX512 inline __m512i Interleave(__m512i first, __m512i second) {
     return _mm512_mask_blend_epi16(0xAAAAAAAAU, _mm512_srli_epi32(first, matrix::shift), second);
 }
@@ -67,7 +67,7 @@ ZV_AVX512 inline __m512i Luma32(const Columns& columns) {
     return Interleave(Luma16(columns.even), Luma16(columns.odd));
 }
 
-/// Sixteen samples, Cb and Cr in turns, from the sums of their four pixels.
+/// Sixteen samples, Cb and Cr interleaved, from the sums of their four pixels.
 ZV_AVX512 inline __m512i Chroma16(const Channels& sums) {
     const __m512i differences = _mm512_sub_epi16(sums.blueRed, sums.green);
     const __m512i bias = _mm512_set1_epi32(matrix::chromaBias);
@@ -81,7 +81,7 @@ ZV_AVX512 inline __m512i PackInOrder(__m512i first, __m512i second) {
                                     _mm512_packus_epi16(first, second));
 }
 
-/// Writes the luma of 32 columns of two rows and answers their chroma.
+/// Writes the luma of 32 columns of two rows and returns their chroma.
 ZV_AVX512 inline __m512i Convert32(const std::uint8_t* top, const std::uint8_t* bottom, std::uint8_t* lumaTop,
                                    std::uint8_t* lumaBottom) {
     const Columns upper = LoadColumns(top);

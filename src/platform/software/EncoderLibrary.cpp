@@ -1,8 +1,8 @@
 // The encoder's function list served over a software encoder.
 //
-// It checks what it is given as a driver does: structure versions first, then the state that a call needs, then
-// parameters. What a session asks for and cannot have is refused, never ignored. The session's last failure can be
-// read as a sentence; it begins with a space because callers append it to theirs.
+// It checks its input as a driver does: structure versions first, then the state that a call needs, then parameters. An
+// unsupported parameter is refused, never ignored. The session's last failure can be read as a sentence; it begins with
+// a space because callers append it to theirs.
 #include "platform/EncoderLibrary.h"
 
 #include <algorithm>
@@ -27,7 +27,7 @@ constexpr std::uint32_t infiniteGop = 0xFFFFFFFFU;
 struct Registered {
     Surface* surface = nullptr;
     bool mapped = false;
-    char mapping = 0;  ///< its address is the handle of the mapped resource
+    char mapping = 0;  ///< its address is the mapped resource's handle
 };
 
 struct Bitstream {
@@ -74,7 +74,7 @@ Bitstream* FindBitstream(Session& session, const void* handle) {
     return found == session.bitstreams.end() ? nullptr : found->get();
 }
 
-/// What every call on a session has in common. Success when the structure has the version and the session its encoder.
+/// The common checks of all calls on a session. Succeeds if the structure has its version and the session its encoder.
 template <class Parameters>
 NVENCSTATUS Admit(void* handle, const Parameters* parameters, std::uint32_t version) {
     if (handle == nullptr || parameters == nullptr) {
@@ -137,7 +137,7 @@ NVENCSTATUS GetEncodePresetConfigEx(void* handle, NvencGuid codec, NvencGuid pre
     return NV_ENC_SUCCESS;
 }
 
-/// The first thing about the parameters that the encoder cannot do, or null.
+/// The first parameter that the encoder does not support, or null.
 const char* RefusedParameter(const NV_ENC_INITIALIZE_PARAMS& parameters) {
     const auto goodSide = [](std::uint32_t side) {
         return side >= smallestSide && side <= largestSide && side % 2 == 0;
@@ -208,7 +208,7 @@ SoftwareEncoderSettings SettingsOf(const NV_ENC_INITIALIZE_PARAMS& parameters) {
             .bitrate = config.rcParams.averageBitRate,
             .bufferBits = config.rcParams.vbvBufferSize,
             .initialBits = config.rcParams.vbvInitialDelay,
-            // The encoder's own word for "never" is its largest number.
+            // x264's largest value means "never".
             .keyFramePeriod = std::min(h264.idrPeriod, 1U << 30U),
             .delimiters = (h264.flags & h264OutputAUD) != 0,
             .repeatHeaders = (h264.flags & h264RepeatSPSPPS) != 0,
@@ -472,7 +472,7 @@ NVENCSTATUS DestroyEncoder(void* handle) {
     return NV_ENC_SUCCESS;
 }
 
-/// Calls come from portable code that handles no exceptions of a library: memory that is missing becomes a status.
+/// The callers do not handle exceptions of a library: a failed allocation becomes a status.
 template <auto function, class... Arguments>
 NVENCSTATUS Guarded(Arguments... arguments) {
     try {

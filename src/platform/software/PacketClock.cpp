@@ -9,7 +9,7 @@ namespace {
 constexpr std::int64_t millisecond = 10000;
 constexpr std::int64_t believableAge = 100 * millisecond;  ///< of a stream's first packet
 constexpr std::int64_t farLimit = 30 * millisecond;
-constexpr std::int64_t futureLimit = 50 * millisecond;  ///< a monitor hears what is about to be played
+constexpr std::int64_t futureLimit = 50 * millisecond;  ///< a monitor source delivers sound before it is played
 constexpr std::int64_t newerLimit = 48 * 50;            ///< frames: 50 ms
 constexpr std::int64_t olderLimit = 48000 * 5;          ///< frames: 5 s
 constexpr double stepLimit = 3.0 * millisecond;         ///< of smoothed error

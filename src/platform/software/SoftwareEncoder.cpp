@@ -1,8 +1,8 @@
-// How x264 is set up to keep a hardware encoder's promises: no delay, no B pictures, key frames on the dot, each unit
-// as large as its share of the bitrate.
+// Configures x264 to behave as a hardware encoder: no delay, no B pictures, exact key frame positions, each unit as
+// large as its share of the bitrate.
 //
-// Two things make a desktop cheap: macroblocks that did not change are marked as such, and the quantiser has a floor,
-// since below it a still picture would be refined for ever.
+// Two settings make a desktop cheap: unchanged macroblocks are marked as constant, and the quantiser has a minimum,
+// because a still picture would otherwise be refined for ever.
 #include "platform/software/SoftwareEncoder.h"
 
 #include <x264.h>
@@ -31,7 +31,7 @@ void KeepComplaint(void* place, int level, const char* format, std::va_list argu
     try {
         said = text;
     } catch (const std::bad_alloc&) {
-        return;  // it may not pass through the library's frames; what was said is lost
+        return;  // no exception may pass through the library's frames; the message is lost
     }
     while (!said.empty() && said.back() == '\n') {
         said.pop_back();
@@ -66,7 +66,7 @@ void SetPictures(x264_param_t& parameters, const SoftwareEncoderSettings& settin
     parameters.i_bframe = 0;
     parameters.b_open_gop = 0;
     parameters.b_intra_refresh = 0;
-    // Threads that share a picture's slices add no delay; threads with a picture each would.
+    // Sliced threads add no delay; frame threads would.
     parameters.b_sliced_threads = 1;
     parameters.i_threads = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, mostThreads));
     parameters.i_sync_lookahead = 0;
@@ -168,7 +168,7 @@ bool SoftwareEncoder::Encode(Surface& picture, std::int64_t stamp, AccessUnit& u
         reason = said_.empty() ? "the software encoder gave nothing" : said_;
         return false;
     }
-    // The payloads of all units of a picture lie one after the other.
+    // The payloads of a picture's units are contiguous.
     unit = {units[0].p_payload, static_cast<std::size_t>(size), output.b_keyframe != 0};
     picture.changed.Clear();
     first_ = false;

@@ -27,7 +27,7 @@ struct SoftwareEncoderSettings {
     bool delimiters = false;           ///< an access unit delimiter before each picture
     bool repeatHeaders = false;        ///< parameter sets before each key frame
     bool cabac = false;
-    bool describesSignal = false;  ///< the stream tells format and range
+    bool describesSignal = false;  ///< the stream contains format and range
     std::uint32_t signalFormat = 5;
     bool fullRange = false;
     bool describesColors = false;

@@ -24,7 +24,7 @@ struct DesktopPixels {
 };
 
 struct GraphicsDevice {
-    DesktopPixels duplicated;  ///< the pixels that the duplication of this device writes
+    DesktopPixels duplicated;  ///< written by the duplication that was opened on this device
 };
 
 struct DesktopImage {

@@ -1,8 +1,8 @@
-// What stands in for the fixed-function video processor: proportional or not as the rectangles say, bilinear, BT.709.
+// The software counterpart of the fixed-function video processor: bilinear scaling between the given rectangles,
+// BT.709.
 //
-// Only what changed in the source since the last run is converted again, widened to the pixels that the filter brings
-// it to and to the chroma grid; what was written is the target's damage. The first run also paints the bars, which no
-// later run touches.
+// Each run converts the source's damage, widened by the filter's reach and to the chroma grid, and adds what it wrote
+// to the target's damage. Only the first run paints the bars.
 #include "platform/software/VideoScaler.h"
 
 #include <errno.h>
@@ -35,7 +35,7 @@ std::uint8_t CodeOfLevel(float level) {
     return static_cast<std::uint8_t>(std::clamp(std::lround(level * 256.0F), 0L, 255L));
 }
 
-/// The bars are made of black pixels, so no other background can be had.
+/// Only black bars are supported.
 bool HasBlackBackground(const ScalerState& state) {
     return CodeOfLevel(state.backgroundY) == blackLuma && CodeOfLevel(state.backgroundCb) == blackChroma &&
            CodeOfLevel(state.backgroundCr) == blackChroma;
@@ -50,8 +50,8 @@ bool Usable(const ScalerFormat& format, const ScalerState& state) {
            HasBlackBackground(state);
 }
 
-/// Where the centre of a destination pixel lies in the source.
-RowTap PlaceOf(std::int32_t position, std::int32_t destinationSize, std::int32_t sourceSize) {
+/// The position of a destination pixel's centre in the source.
+RowTap TapAt(std::int32_t position, std::int32_t destinationSize, std::int32_t sourceSize) {
     const double center = (position + 0.5) * sourceSize / destinationSize - 0.5;
     const double inside = std::clamp(center, 0.0, sourceSize - 1.0);
     const double index = std::floor(inside);
@@ -65,15 +65,15 @@ void PrepareResampling(VideoScaler& scaler) {
     scaler.columns.index.resize(width);
     scaler.columns.weight.resize(4 * width);
     for (std::size_t x = 0; x < width; ++x) {
-        const RowTap place = PlaceOf(static_cast<std::int32_t>(x), WidthOf(state.destination), WidthOf(state.source));
-        scaler.columns.index[x] = place.index;
-        std::fill_n(scaler.columns.weight.begin() + static_cast<std::ptrdiff_t>(4 * x), 4, place.weight);
+        const RowTap tap = TapAt(static_cast<std::int32_t>(x), WidthOf(state.destination), WidthOf(state.source));
+        scaler.columns.index[x] = tap.index;
+        std::fill_n(scaler.columns.weight.begin() + static_cast<std::ptrdiff_t>(4 * x), 4, tap.weight);
     }
     scaler.rows.clear();
     for (std::int32_t y = 0; y < HeightOf(state.destination); ++y) {
-        scaler.rows.push_back(PlaceOf(y, HeightOf(state.destination), HeightOf(state.source)));
+        scaler.rows.push_back(TapAt(y, HeightOf(state.destination), HeightOf(state.source)));
     }
-    // One pixel more on the right: the neighbour of the last one.
+    // One more pixel: the right neighbour of the last one.
     scaler.blended.assign(4 * (static_cast<std::size_t>(WidthOf(state.source)) + 1), 0);
     for (auto& line : scaler.lines) {
         line.assign(4 * std::size_t{scaler.format.outputWidth}, 0);
@@ -151,15 +151,15 @@ void Resample(VideoScaler& scaler, const Surface& source, Surface& target, const
     }
 }
 
-struct Stretch {
+struct Range {
     std::int32_t first = 0;
-    std::int32_t last = 0;  ///< the one after it
+    std::int32_t last = 0;  ///< one past the end
 };
 
-/// The pixels of the destination that look at the source from `first` to before `last`: at one of them, or at the
-/// pixel before them with the first one as its neighbour.
+/// The destination pixels that depend on the source pixels from `first` to before `last`. A destination pixel depends
+/// on its source pixel and the neighbour after that.
 template <class Taps, class Projection>
-Stretch Reached(const Taps& taps, Projection indexOf, std::int32_t first, std::int32_t last) {
+Range Reached(const Taps& taps, Projection indexOf, std::int32_t first, std::int32_t last) {
     const auto firstAt = [&](std::int32_t source) {
         const auto index = static_cast<std::uint32_t>(std::max(source, 0));
         return static_cast<std::int32_t>(std::ranges::lower_bound(taps, index, {}, indexOf) - taps.begin());
@@ -180,8 +180,8 @@ Rectangle AffectedPart(const VideoScaler& scaler, const Rectangle& part) {
     if (scaler.direct) {
         return OnChromaGrid({moved.left + to.left, moved.top + to.top, moved.right + to.left, moved.bottom + to.top});
     }
-    const Stretch across = Reached(scaler.columns.index, std::identity{}, moved.left, moved.right);
-    const Stretch down = Reached(scaler.rows, &RowTap::index, moved.top, moved.bottom);
+    const Range across = Reached(scaler.columns.index, std::identity{}, moved.left, moved.right);
+    const Range down = Reached(scaler.rows, &RowTap::index, moved.top, moved.bottom);
     return OnChromaGrid({to.left + across.first, to.top + down.first, to.left + across.last, to.top + down.last});
 }
 

@@ -1,4 +1,4 @@
-// The scaler's records, and its one operation on plain surfaces for those who bring their own kernels.
+// The scaler's records.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace zv {
 
 struct VideoProcessing {};
 
-/// Where a row of the destination comes from: the row at `index`, blended with the one below.
+/// The source of a row of the destination: the row at `index`, blended with the one below.
 struct RowTap {
     std::uint32_t index = 0;
     std::int16_t weight = 0;  ///< of the one below, 32768ths
@@ -22,8 +22,8 @@ struct VideoScaler {
     ScalerFormat format;
     ScalerState state;
     const ConversionKernels* kernels = nullptr;
-    bool usable = false;  ///< the state is one that the scaler can carry out
-    bool whole = true;    ///< nothing of the target is right yet
+    bool usable = false;  ///< the scaler supports the state
+    bool whole = true;    ///< the whole target has to be converted
     bool direct = false;  ///< source and destination have one size and lie on the chroma grid
 
     // For the resampling only; columns and rows count from the destination's corner.

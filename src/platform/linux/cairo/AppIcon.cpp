@@ -1,4 +1,4 @@
-// Icons as plain pixels. The Linux program carries no resources, so its icon is always a painted one.
+// Icons as plain pixels. The Linux program has no resources, so its icon is always painted.
 #include "platform/AppIcon.h"
 
 #include <cstddef>

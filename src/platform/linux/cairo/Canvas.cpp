@@ -1,7 +1,7 @@
-// Drawing with cairo into memory, and letters with pango.
+// Draws into memory with cairo, and text with pango.
 //
-// The transform is kept here and all is drawn in pixels of the picture: so boxes and baselines land on whole pixels,
-// and letters are laid out for the very size at which they are seen.
+// The transform is applied here and cairo draws in pixels of the picture, so that boxes and baselines lie on whole
+// pixels and text is laid out for its final size.
 #include "platform/Canvas.h"
 
 #include <pango/pangocairo.h>
@@ -24,10 +24,10 @@ struct Font {
 
 namespace {
 
-// The typeface of the design where somebody has it, and the nearest to it that distributions ship.
+// The typeface of the design if it is installed, else the most similar one that distributions ship.
 constexpr char family[] = "Segoe UI, Open Sans, Noto Sans, DejaVu Sans, sans-serif";
-constexpr std::size_t longestText = 8192;  ///< no box of the interface shows more
-constexpr double leastNarrowing = 0.92;    ///< what stands in for the typeface of the design is up to 8 % wider
+constexpr std::size_t longestText = 8192;  ///< no box of the interface shows more characters
+constexpr double leastNarrowing = 0.92;    ///< the substitute of the design's typeface is up to 8 % wider
 
 struct Placement {
     double dx = 0;
@@ -139,8 +139,8 @@ void FillWith(const Canvas& canvas, Color color) {
 bool IsHigh(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool IsLow(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
-/// What pango takes: half a pair becomes the replacement character, and what would break or move a line a space. Only
-/// wrapped text has line breaks.
+/// Text for pango: a lone surrogate becomes the replacement character, and a control character a space. Only wrapped
+/// text has line breaks.
 std::string Displayable(TextView text, bool breaks) {
     Text shown;
     shown.reserve(std::min(text.size(), longestText));
@@ -161,7 +161,7 @@ std::string Displayable(TextView text, bool breaks) {
     return ToUtf8(shown);
 }
 
-/// Lines of the same height on every screen: what the user has set for documents does not count here.
+/// Disables the user's font settings, so that lines have the same height on every screen.
 PangoLayout* MakeLayout(cairo_t* context) {
     PangoLayout* layout = pango_cairo_create_layout(context);
     cairo_font_options_t* options = cairo_font_options_create();
@@ -189,13 +189,13 @@ void SetText(Canvas& canvas, const PixelBox& box, const std::string& text, const
     pango_font_description_free(description);
     pango_layout_set_alignment(layout, kind == TextLayout::CentredLine ? PANGO_ALIGN_CENTER : PANGO_ALIGN_LEFT);
     pango_layout_set_width(layout, PangoUnits(box.Width()));
-    // Below zero it is a number of lines.
+    // A negative height is a number of lines.
     pango_layout_set_height(layout, kind == TextLayout::Wrapped ? PangoUnits(box.Height()) : -1);
     pango_layout_set_text(layout, text.data(), static_cast<int>(text.size()));
 }
 
-/// How much narrower than by nature the letters have to be: by no more than they are too wide for the design, and not
-/// at all where that would not do either and the text ends in an ellipsis. To be called after SetText.
+/// The factor by which the letters are narrowed to fit the box: at most by what the substitute typeface is wider, and 1
+/// if the text ends in an ellipsis all the same. Called after SetText.
 double FitLetters(Canvas& canvas, const PixelBox& box, TextLayout kind) {
     PangoLayout* layout = canvas.layout;
     if (pango_layout_is_ellipsized(layout) == FALSE) {
@@ -410,7 +410,7 @@ void DrawPixels(Canvas& canvas, const Rectangle& box, const PixelView& picture) 
     cairo_translate(canvas.context, target.left, target.top);
     cairo_scale(canvas.context, target.Width() / picture.width, target.Height() / picture.height);
     cairo_set_source_surface(canvas.context, source, 0, 0);
-    // What is beyond an edge is the edge itself, or the picture would fade at its border.
+    // Pixels outside repeat the edge, so that the picture does not fade at its border.
     cairo_pattern_set_extend(cairo_get_source(canvas.context), CAIRO_EXTEND_PAD);
     cairo_pattern_set_filter(cairo_get_source(canvas.context), CAIRO_FILTER_GOOD);
     cairo_paint(canvas.context);

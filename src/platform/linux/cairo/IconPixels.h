@@ -1,4 +1,4 @@
-// What an icon is on X11: pixels that a window's property or the notification area's host is given.
+// The record of an icon: pixels for a window's property or for the notification area.
 #pragma once
 
 #include <cstdint>

@@ -1,11 +1,11 @@
-// How wide a line of text is, for what is sized by its words.
+// The width of a line of text, for controls that are sized by their labels.
 #pragma once
 
 #include "platform/Canvas.h"
 
 namespace zv {
 
-/// As DrawTextInBox draws it where it fits, in units of the canvas. 0 when it cannot be told.
+/// The width at which DrawTextInBox draws it if it fits, in units of the canvas. 0 on failure.
 double WidthOfLine(const Font& font, TextView text);
 
 }  // namespace zv

@@ -13,7 +13,7 @@ struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-/// errno of the operation that has just failed; a library may have lost it.
+/// errno of the operation that has just failed; EIO if a library has reset it.
 Result FailureOf(int error) { return ResultOfSystemError(error != 0 ? error : EIO); }
 
 }  // namespace
@@ -32,7 +32,7 @@ Result WritePng(const Pixels& pixels, const std::string& path) {
     if (png_image_write_to_stdio(&image, file.get(), 0, pixels.rgb.data(), 0, nullptr) == 0) {
         return FailureOf(errno);
     }
-    // Some file systems find out only now that there is no room.
+    // Some file systems report a full disk only now.
     return std::fclose(file.release()) == 0 ? resultOk : FailureOf(errno);
 }
 

@@ -1,4 +1,4 @@
-// Pixels into a PNG file.
+// Writes PNG files.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ struct Pixels {
     std::vector<std::uint8_t> rgb;  ///< 3 bytes a pixel, rows from the top without padding
 };
 
-/// Writes over whatever `path` was. A failure may leave a broken file.
+/// Replaces the file at `path`. A failure may leave a broken file.
 Result WritePng(const Pixels& pixels, const std::string& path);
 
 }  // namespace zv

@@ -1,4 +1,4 @@
-// The graphics adapters as the kernel lists them.
+// The graphics adapters that the kernel lists.
 #pragma once
 
 #include <filesystem>
@@ -8,8 +8,8 @@
 
 namespace zv {
 
-/// The cards under `folder` (of the shape of /sys/class/drm) in the order of their numbers. False when there is no
-/// such folder.
+/// Reads the cards in `folder`, which has the layout of /sys/class/drm, in the order of their numbers. Returns false if
+/// there is no such folder.
 bool ReadAdapters(const std::filesystem::path& folder, std::vector<AdapterRecord>& adapters);
 
 }  // namespace zv

@@ -1,8 +1,8 @@
 // Byte pipes over FIFOs.
 //
-// Nothing works for us in the background: a write in flight is the rest of its bytes and a place in the pipe's queue.
-// Whoever begins, finishes or asks next first moves what the queue's head has left, in order, as far as the reader
-// has made room. The queue runs through the writes themselves, so that writing allocates nothing.
+// There is no background thread: a pending write is the rest of its bytes in the pipe's queue. Each call first writes
+// the rest of the queue's head, in order, until the pipe is full. The queue is a list through the writes themselves, so
+// that writing allocates nothing.
 #include "platform/BytePipe.h"
 
 #include <fcntl.h>
@@ -31,7 +31,7 @@ namespace zv {
 struct BytePipe {
     std::string path;
     std::uint32_t bufferBytes = 0;
-    Descriptor end;  ///< held once the reader has opened the pipe
+    Descriptor end;  ///< open once the reader has opened the pipe
     PipeWrite* first = nullptr;
     PipeWrite* last = nullptr;
     bool broken = false;  ///< the reader is gone
@@ -41,7 +41,7 @@ struct BytePipe {
 struct PipeWrite {
     BytePipe* pipe = nullptr;
     PipeWrite* next = nullptr;
-    const std::byte* bytes = nullptr;  ///< what is left
+    const std::byte* bytes = nullptr;  ///< not written yet
     std::size_t size = 0;
     bool queued = false;
     bool complete = false;
@@ -51,8 +51,8 @@ namespace {
 
 constexpr std::uint32_t connectPollMs = 4;
 
-/// Writes until all is written (true) or the pipe is full or broken.
-bool Move(BytePipe& pipe, PipeWrite& write) {
+/// Returns true if all is written, false if the pipe is full or broken.
+bool WriteRest(BytePipe& pipe, PipeWrite& write) {
     while (write.size > 0 && !pipe.broken) {
         const ssize_t count = ::write(pipe.end.Get(), write.bytes, write.size);
         if (count >= 0) {
@@ -87,9 +87,9 @@ void Remove(BytePipe& pipe, PipeWrite& write) {
     write.queued = false;
 }
 
-/// Moves what is in flight, in order.
-void Drain(BytePipe& pipe) {
-    while (pipe.first != nullptr && Move(pipe, *pipe.first)) {
+/// Writes the pending writes in order.
+void WritePending(BytePipe& pipe) {
+    while (pipe.first != nullptr && WriteRest(pipe, *pipe.first)) {
         PipeWrite& done = *pipe.first;
         Remove(pipe, done);
         done.complete = true;
@@ -99,7 +99,7 @@ void Drain(BytePipe& pipe) {
 /// Ends every open() that waits on the FIFO for a writer; its reader then sees an empty stream.
 void WakeReaders(const char* path) { Descriptor(open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC)); }
 
-/// A reader may have found the name before it went and be about to wait for a writer only now.
+/// Wakes them several times, because a reader may open the FIFO only after the first time.
 void ReleaseReaders(const BytePipe& pipe) {
     constexpr int rounds = 3;
     const Descriptor fifo(open(pipe.path.c_str(), O_PATH | O_CLOEXEC | O_NOFOLLOW));
@@ -107,7 +107,7 @@ void ReleaseReaders(const BytePipe& pipe) {
         return;
     }
     unlink(pipe.path.c_str());
-    std::array<char, 32> byNumber{};  // in no need of memory: this is also how a capture ends that has none
+    std::array<char, 32> byNumber{};  // no allocation: a capture that has run out of memory ends here, too
     std::snprintf(byNumber.data(), byNumber.size(), "/proc/self/fd/%d", fifo.Get());
     WakeReaders(byNumber.data());
     for (int round = 1; round < rounds && !pipe.end.Held(); ++round) {
@@ -121,7 +121,7 @@ bool OpenAsWriter(BytePipe& pipe) {
     if (!pipe.end.Held()) {
         return false;
     }
-    // Where the user's share of pipe memory is used up the pipe keeps the size that it has.
+    // The pipe keeps its default size if the user's limit of pipe memory is reached.
     constexpr std::uint32_t largest = std::numeric_limits<int>::max();
     fcntl(pipe.end.Get(), F_SETPIPE_SZ, static_cast<int>(std::min(pipe.bufferBytes, largest)));
     return true;
@@ -152,7 +152,7 @@ template <>
 void Closer<BytePipe>::operator()(BytePipe* pipe) const noexcept {
     ReleaseReaders(*pipe);
     delete pipe;
-    LeavePipeFolder();
+    ReleasePipeFolder();
 }
 
 template <>
@@ -173,13 +173,13 @@ Result MakeBytePipe(TextView name, const PipeOptions& options, Owned<BytePipe>& 
     pipe.reset();
     std::string path = ToUtf8(name);
     auto made = std::make_unique<BytePipe>();
-    if (!EnterPipeFolder()) {
+    if (!AcquirePipeFolder()) {
         return LastError();
     }
-    // A name that exists is refused whether or not that is asked for: a pipe has one instance.
+    // An existing name is always refused: a pipe has one instance.
     if (mkfifo(path.c_str(), 0600) != 0) {
         const Result failure = LastError();
-        LeavePipeFolder();
+        ReleasePipeFolder();
         return failure;
     }
     made->path = std::move(path);
@@ -228,8 +228,8 @@ WriteBegin BeginWrite(PipeWrite& write, const std::byte* bytes, std::size_t size
     if (!pipe.end.Held()) {
         return WriteBegin::Refused;
     }
-    Drain(pipe);
-    if (pipe.first == nullptr && Move(pipe, write)) {
+    WritePending(pipe);
+    if (pipe.first == nullptr && WriteRest(pipe, write)) {
         write.complete = true;
         return WriteBegin::Done;
     }
@@ -247,7 +247,7 @@ WriteEnd FinishWrite(PipeWrite& write, Event& stop, std::uint32_t timeoutMs) {
         return Cancelled(write, WriteEnd::Stopped);
     }
     for (;;) {
-        Drain(pipe);
+        WritePending(pipe);
         if (write.complete) {
             return WriteEnd::Done;
         }
@@ -271,7 +271,7 @@ Result WriteFailure(const PipeWrite& write) {
     return write.pipe->error == 0 ? resultGenericFailure : ResultOfSystemError(write.pipe->error);
 }
 
-// A FIFO keeps what has been written for its reader, and its end comes with the close.
+// A FIFO keeps the written bytes for its reader and ends when it is closed.
 void DisconnectPipe(BytePipe&) {}
 
 }  // namespace zv

@@ -1,7 +1,7 @@
 // Children over vfork and pidfd. The job is the child's process group.
 //
-// A child that has ended stays uncollected until its process handle and its job are closed: as long as it does, its
-// number and its group's number are given to nobody else, so that a kill can only ever meet what is ours.
+// A child that has ended is not collected before its process handle and its job are closed. Until then its process id
+// and group id are not reused, so that a kill cannot hit another process.
 #include "platform/ChildProcess.h"
 
 #include <fcntl.h>
@@ -48,13 +48,13 @@ bool EndsWithin(const Started& child, std::uint32_t timeoutMs) {
     return ready > 0;
 }
 
-/// The child itself, should it have left its group, and all that it started and that stayed there.
+/// Kills the child, which may have left its group, and the rest of the group.
 void KillGroup(const Started& child) {
     kill(-child.pid, SIGKILL);
     syscall(SYS_pidfd_send_signal, child.descriptor.Get(), SIGKILL, nullptr, 0U);
 }
 
-/// The same file under a number that is none of the standard ones, so that placing one of them harms no other.
+/// The same file above the standard descriptors, so that assigning one of these overwrites no other.
 Descriptor AboveStandard(Descriptor descriptor) {
     if (descriptor.Get() > 2 || !descriptor.Held()) {
         return descriptor;
@@ -74,7 +74,7 @@ bool MakeInputPipe(InputPipe& input) {
     }
     input.readEnd = AboveStandard(Descriptor(ends[0]));
     input.writeEnd = AboveStandard(Descriptor(ends[1]));
-    // A child that never reads must not hold up the one who asks it to quit.
+    // A child that does not read its input must not block the request to quit.
     return input.readEnd.Held() && input.writeEnd.Held() && fcntl(input.writeEnd.Get(), F_SETFL, O_NONBLOCK) == 0;
 }
 
@@ -98,7 +98,7 @@ pid_t Start(const ChildOptions& options, int input, int log) {
     return SpawnFromPermanentThread({path.c_str(), pointers.data(), input, log});
 }
 
-/// Null when the system has no handle left for it; the child is killed then.
+/// Null if the system has no descriptor left; the child is killed then.
 std::shared_ptr<Started> Hold(pid_t pid) {
     Descriptor descriptor(static_cast<int>(syscall(SYS_pidfd_open, pid, 0U)));
     if (!descriptor.Held()) {

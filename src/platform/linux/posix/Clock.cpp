@@ -1,4 +1,4 @@
-// All clocks are CLOCK_MONOTONIC, which is also what the stamps of audio packets are made from.
+// All clocks are CLOCK_MONOTONIC, as are the time stamps of audio packets.
 #include "platform/Clock.h"
 
 #include <poll.h>

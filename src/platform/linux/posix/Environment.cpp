@@ -1,4 +1,4 @@
-// The environment of the process, its place, and the search path of the shell.
+// The environment of the process, its executable's folder, and the search path of the shell.
 #include "platform/Environment.h"
 
 #include <sys/stat.h>
@@ -22,7 +22,7 @@ std::string RawValue(const char* name) {
     return value != nullptr ? value : "";
 }
 
-/// Where other programs of this system keep what belongs to one machine and one user.
+/// The user's folder for the data of programs on this machine.
 std::string LocalDataFolder() {
     if (std::string folder = RawValue("XDG_DATA_HOME"); !folder.empty()) {
         return folder;
@@ -36,7 +36,7 @@ bool IsProgram(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && access(path.c_str(), X_OK) == 0;
 }
 
-/// `name` in one folder of the search path, which names the current folder by nothing at all.
+/// `name` in one folder of the search path. An empty folder is the current one.
 std::string ProgramIn(std::string_view folder, const std::string& name) {
     std::error_code code;
     const std::filesystem::path place = std::filesystem::absolute(folder.empty() ? "." : folder, code);

@@ -1,4 +1,4 @@
-// The C library's environment may not be read while it is being changed; whoever touches it holds this lock.
+// Held while the C library's environment is read or changed, which must not happen at the same time.
 #pragma once
 
 #include <mutex>

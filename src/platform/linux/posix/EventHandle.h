@@ -1,4 +1,4 @@
-// The inside of an event, for the services of this folder that wait for one together with something else.
+// The record of an event, for services that wait for an event together with something else.
 #pragma once
 
 #include <atomic>

@@ -1,4 +1,4 @@
-// Paths are bytes here; see Utf8.cpp for how every name survives being text in between.
+// Paths are bytes here. The conversion to text and back changes no name, see core/Utf8.h.
 #include "platform/Files.h"
 
 #include <unistd.h>
@@ -17,8 +17,8 @@ namespace {
 
 Result ResultOfCode(const std::error_code& code) { return code ? ResultOfSystemError(code.value()) : resultOk; }
 
-/// Copies under a name of its own beside the target, so that the target appears whole or not at all. A source that then
-/// cannot be removed stays, and no failure of the move: the target has what it should have.
+/// Copies to a temporary name beside the target, so that the target is complete or missing. The move also succeeds if
+/// the source cannot be removed afterwards.
 Result MoveAcrossVolumes(const std::filesystem::path& from, const std::filesystem::path& to) {
     std::filesystem::path copy = to;
     copy += ".moving-" + std::to_string(getpid());

@@ -44,21 +44,21 @@ std::string BaseFolder() {
 
 std::string UserPrefix() { return "zorvel-" + std::to_string(getuid()) + "-"; }
 
-/// The prefix and the number of a process: what begins alike and goes on differently is somebody's own.
+/// Returns true for the prefix followed by a process id and nothing else.
 bool IsPipeFolderName(std::string_view name) {
     const std::string prefix = UserPrefix();
     return name.starts_with(prefix) && name.size() > prefix.size() &&
            name.find_first_not_of("0123456789", prefix.size()) == std::string_view::npos;
 }
 
-/// Locked, or nothing when another process holds it or when it is no folder of this user's alone.
+/// The locked folder. Nothing if another process holds the lock, or if the folder is accessible to other users.
 Descriptor LockFolder(const std::string& path) {
     Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat opened {};
     struct stat named {};
     const bool ours = folder.Held() && fstat(folder.Get(), &opened) == 0 && opened.st_uid == getuid() &&
                       (opened.st_mode & 077U) == 0 && flock(folder.Get(), LOCK_EX | LOCK_NB) == 0;
-    // Whoever held the lock may have removed the folder under this name meanwhile.
+    // The previous holder of the lock may have removed the folder meanwhile.
     const bool still = ours && stat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino;
     return still ? std::move(folder) : Descriptor();
 }
@@ -67,8 +67,7 @@ struct CloseFolder {
     void operator()(DIR* folder) const { closedir(folder); }
 };
 
-/// Calls `each` with every name in a folder. The library's own iterators would end the process where there is no
-/// memory.
+/// Calls `each` with every name in a folder. The library's own iterators would end the process if there is no memory.
 template <class Each>
 void ForEachName(const std::string& path, Each each) {
     const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
@@ -81,7 +80,7 @@ void EmptyFolder(const std::string& path) {
     ForEachName(path, [&](std::string_view name) { unlink((path + "/").append(name).c_str()); });
 }
 
-/// Removes the folders of processes that ended without doing so.
+/// Removes the folders that killed processes have left.
 void RemoveLeftovers() {
     const std::string& own = PipeFolderPath();
     const std::string parent = own.substr(0, own.rfind('/') + 1);
@@ -98,7 +97,7 @@ void RemoveLeftovers() {
     });
 }
 
-/// A folder of this name that exists is one that an earlier process of our number has left.
+/// An existing folder of this name was left by an earlier process with our process id.
 Descriptor MakeFolder(const std::string& path) {
     constexpr int attempts = 100;  // another process may be removing it as a leftover between the two steps
     constexpr useconds_t pauseUs = 1000;
@@ -127,7 +126,7 @@ const std::string& PipeFolderPath() {
     return path;
 }
 
-bool EnterPipeFolder() {
+bool AcquirePipeFolder() {
     PipeFolder& folder = TheFolder();
     const std::lock_guard guard(folder.lock);
     if (folder.pipes == 0) {
@@ -141,7 +140,7 @@ bool EnterPipeFolder() {
     return true;
 }
 
-void LeavePipeFolder() {
+void ReleasePipeFolder() {
     PipeFolder& folder = TheFolder();
     const std::lock_guard guard(folder.lock);
     if (--folder.pipes == 0) {

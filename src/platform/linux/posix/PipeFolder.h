@@ -1,7 +1,7 @@
-// The private folder of this process in which its pipes appear.
+// The private folder of this process's pipes.
 //
-// It is made with the first pipe and removed with the last. As long as it is used it is locked, so that a later
-// process can tell what one that was killed has left, and removes it.
+// It is made with the first pipe and removed with the last. It is locked while it is in use, so that a later process
+// can recognize and remove the folder of a killed one.
 #pragma once
 
 #include <string>
@@ -11,10 +11,10 @@ namespace zv {
 /// "zorvel-<user>-<process>" in the user's runtime folder, else in TMPDIR, else in /tmp.
 const std::string& PipeFolderPath();
 
-/// Counts one more pipe in the folder and makes it when there is none. False with errno set when that fails.
-bool EnterPipeFolder();
+/// Adds a pipe to the folder's count and makes the folder for the first one. Returns false and sets errno on failure.
+bool AcquirePipeFolder();
 
-/// Counts one pipe less.
-void LeavePipeFolder();
+/// Removes a pipe from the folder's count, and the folder with the last one.
+void ReleasePipeFolder();
 
 }  // namespace zv

@@ -8,7 +8,7 @@
 
 namespace zv {
 
-/// Owns one file descriptor; -1 when nothing is held.
+/// Owns one file descriptor; -1 if it holds none.
 class Descriptor {
 public:
     Descriptor() = default;
@@ -29,16 +29,16 @@ private:
     int value_ = -1;
 };
 
-/// Nanoseconds of the clock that all others of this folder are made from.
+/// Nanoseconds of CLOCK_MONOTONIC.
 std::int64_t MonotonicNs();
 
-/// A point in time up to which something is waited for, in the form that poll wants.
+/// The end of a wait, in the form that poll needs.
 class Deadline {
 public:
-    /// `timeoutMs` from now; waitForever never ends.
+    /// `timeoutMs` from now; waitForever is never reached.
     explicit Deadline(std::uint32_t timeoutMs);
 
-    /// Milliseconds that are left, rounded up: -1 for ever, 0 when the time has come.
+    /// Remaining milliseconds, rounded up; -1 for waitForever.
     int RemainingMs() const;
 
 private:
@@ -49,7 +49,7 @@ private:
 /// errno as a result.
 Result LastError();
 
-/// A writer whose reader is gone gets EPIPE instead of a signal. Once is enough.
+/// Makes a write without a reader fail with EPIPE instead of raising a signal. May be called more than once.
 void IgnoreBrokenPipes();
 
 }  // namespace zv

@@ -1,4 +1,4 @@
-// Every open file can be replaced and deleted here; nothing has to be asked for.
+// On Linux every open file can be replaced and deleted.
 #include "platform/SharedFile.h"
 
 #include <fcntl.h>

@@ -1,5 +1,5 @@
-// Steps of a start: block signals, vfork, and in the child undo what it must not inherit, ask to die with this
-// thread, place the descriptors, close all others, exec. A pipe that closes on exec tells whether exec came about.
+// Steps of a start: block signals, vfork, and in the child reset what it must not inherit, request the death signal,
+// assign the standard descriptors, close all others, exec. A pipe that is closed by exec shows whether exec succeeded.
 #include "platform/linux/posix/Spawner.h"
 
 #include <fcntl.h>
@@ -38,7 +38,7 @@ struct Spawner {
     std::vector<pid_t> orphans;
 };
 
-/// Never destroyed: its thread runs until the process is gone.
+/// Never destroyed: its thread runs until the process ends.
 Spawner& TheSpawner() {
     static Spawner* const spawner = new Spawner;
     return *spawner;
@@ -55,12 +55,12 @@ void ResetSignals() {
     sigprocmask(SIG_SETMASK, &nothing, nullptr);
 }
 
-/// Runs in the memory of the parent, which stands still until exec: nothing here may change what the parent reads.
+/// Runs in the memory of the parent, which is suspended until exec: it must not change anything that the parent reads.
 [[noreturn]] void RunChild(const SpawnPlan& plan, pid_t parent, int report) {
     ResetSignals();
     setpgid(0, 0);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    // A parent that died before the line above is never reported.
+    // No signal is sent for a parent that died before the line above.
     if (getppid() == parent && dup2(plan.input, 0) == 0 && dup2(plan.log, 1) == 1 && dup2(plan.log, 2) == 2) {
         syscall(SYS_close_range, 3U, ~0U, CLOSE_RANGE_CLOEXEC);
         execve(plan.path, plan.arguments, environ);
@@ -70,7 +70,7 @@ void ResetSignals() {
     _exit(127);
 }
 
-/// True when the child runs its program: the pipe was closed by exec and nothing came through it.
+/// Returns true if exec succeeded: it closed the pipe and nothing was written to it.
 bool ProgramRuns(int report) {
     char failed = 0;
     ssize_t count = 0;
@@ -120,7 +120,7 @@ void Collect(std::vector<pid_t>& orphans) {
 }
 
 [[noreturn]] void ServeForEver(Spawner& spawner) {
-    // No handler of ours may run here: between vfork and exec it would run in the child.
+    // No signal handler may run between vfork and exec, because it would run in the child.
     sigset_t all;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, nullptr);
@@ -144,7 +144,7 @@ void Collect(std::vector<pid_t>& orphans) {
     }
 }
 
-/// With the lock held.
+/// Called with the lock held.
 bool EnsureStarted(Spawner& spawner) {
     if (spawner.started) {
         return true;

@@ -1,7 +1,7 @@
-// The one thread that starts every child of this process and collects those that nobody waits for any more.
+// The one thread that starts every child of this process and collects those that nobody waits for.
 //
-// The kernel's promise to kill a child with its parent holds for the thread that started it, and most of our threads
-// are short-lived. This one lives until the process ends, so its children die then and not before.
+// The kernel sends the death signal when the thread that started the child ends, and most of our threads are
+// short-lived. This one runs until the process ends, so its children die with the process and not before.
 #pragma once
 
 #include <sys/types.h>
@@ -17,11 +17,11 @@ struct SpawnPlan {
     int log = -1;    ///< becomes descriptors 1 and 2; 3 or above
 };
 
-/// Starts a child as the leader of a process group of its own and waits until it runs its program. The answer is its
-/// process id, or -1 when nothing was started.
+/// Starts a child as the leader of a process group of its own and waits until exec has succeeded. Returns its process
+/// id, or -1 on failure.
 pid_t SpawnFromPermanentThread(const SpawnPlan& plan);
 
-/// Takes over a child that has been killed, to collect it when it is gone.
+/// Collects a killed child when it has ended, without blocking the caller.
 void CollectLater(pid_t child);
 
 }  // namespace zv

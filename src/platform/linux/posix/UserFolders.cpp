@@ -10,7 +10,7 @@ std::string_view WithoutBlanks(std::string_view text) {
     return text;
 }
 
-/// The value behind `key=`, from its opening to its closing quote; false when the line is not of that form.
+/// Reads the quoted value of `key=`. Returns false if the line has another form.
 bool ReadValue(std::string_view line, std::string_view key, std::string& value) {
     line = WithoutBlanks(line);
     if (!line.starts_with(key)) {

@@ -1,4 +1,4 @@
-// The user's own choice of folders, as the desktop writes it down in "user-dirs.dirs".
+// The user's folders, as the desktop stores them in "user-dirs.dirs".
 #pragma once
 
 #include <string>
@@ -6,9 +6,9 @@
 
 namespace zv {
 
-/// The folder that `content` gives for `key` ("XDG_VIDEOS_DIR"), without a separator at its end; empty when there is
-/// none. The last valid line counts. A valid value is quoted and starts with "/" or "$HOME"; a backslash in front of a
-/// character stands for that character.
+/// The folder of `key` ("XDG_VIDEOS_DIR") in the file's `content`, without a separator at its end; empty if there is
+/// none. The last valid line counts. A valid value is quoted and starts with "/" or "$HOME"; a backslash escapes the
+/// character after it.
 std::string UserFolderFrom(std::string_view content, std::string_view key, std::string_view home);
 
 }  // namespace zv

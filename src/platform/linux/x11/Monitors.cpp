@@ -1,5 +1,5 @@
-// Monitors are those of the X screen. They all count as outputs of the first adapter, since one X screen is one desktop
-// image whatever drives its monitors.
+// The monitors of the X screen. All count as outputs of the first adapter, because one X screen is one desktop image
+// whatever adapters its monitors are connected to.
 #include "platform/Monitors.h"
 
 #include "platform/linux/posix/Adapters.h"

@@ -1,5 +1,5 @@
-// Asks RandR 1.5 for its monitors and their CRTCs for the rotation. The one fallback is the root window, which is what
-// a server without outputs shows.
+// Queries RandR 1.5 for the monitors, and their CRTCs for the rotation. The fallback is the root window, which is what
+// a server without outputs has.
 #include "platform/linux/x11/RandrMonitors.h"
 
 #include <xcb/randr.h>
@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "core/Utf8.h"
+#include "platform/linux/x11/Extensions.h"
 #include "platform/linux/x11/Xcb.h"
 
 namespace zv::x11 {
@@ -16,8 +17,7 @@ namespace {
 constexpr std::uint32_t upright = 1;
 
 bool HasMonitors(xcb_connection_t* connection) {
-    const xcb_query_extension_reply_t* extension = xcb_get_extension_data(connection, &xcb_randr_id);
-    if (extension == nullptr || extension->present == 0) {
+    if (!HasExtension(connection, xcb_randr_id)) {
         return false;
     }
     const Reply<xcb_randr_query_version_reply_t> version(
@@ -35,7 +35,7 @@ Text AtomName(xcb_connection_t* connection, xcb_atom_t atom) {
     return FromUtf8(std::string_view(xcb_get_atom_name_name(reply.get()), length));
 }
 
-/// RandR turns counter-clockwise, the record clockwise.
+/// RandR rotates counter-clockwise, the record clockwise.
 std::uint32_t RotationOf(std::uint16_t rotation) {
     switch (rotation & 0xFU) {
         case XCB_RANDR_ROTATION_ROTATE_90:
@@ -49,7 +49,7 @@ std::uint32_t RotationOf(std::uint16_t rotation) {
     }
 }
 
-/// How the picture of a monitor is turned: as that of its first output. One without an output of its own is not.
+/// The rotation of the monitor's first output; none if it has no output.
 std::uint32_t ReadRotation(xcb_connection_t* connection, const xcb_randr_monitor_info_t& monitor) {
     if (xcb_randr_monitor_info_outputs_length(&monitor) < 1) {
         return upright;
@@ -93,7 +93,7 @@ std::vector<ScreenMonitor> ReadRandr(xcb_connection_t* connection, xcb_window_t 
     return monitors;
 }
 
-/// The root window as one monitor, as large as it is now, under the name that servers without real outputs give theirs.
+/// The root window as one monitor, with the name that servers without real outputs use.
 std::vector<ScreenMonitor> ReadRoot(xcb_connection_t* connection, xcb_window_t root) {
     const Reply<xcb_get_geometry_reply_t> geometry(
         xcb_get_geometry_reply(connection, xcb_get_geometry(connection, root), nullptr));

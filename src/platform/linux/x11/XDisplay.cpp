@@ -9,7 +9,7 @@
 namespace zv {
 namespace {
 
-struct Kept {
+struct ThreadConnection {
     x11::Connection connection;
     std::string name;
     xcb_window_t root = 0;
@@ -21,20 +21,20 @@ std::string DisplayName() {
     return name != nullptr ? name : "";
 }
 
-void Connect(Kept& kept, const std::string& name) {
+void Connect(ThreadConnection& thread, const std::string& name) {
     int number = 0;
-    kept.name = name;
-    kept.connection.reset(xcb_connect(name.c_str(), &number));
-    const xcb_screen_t* screen = x11::ScreenOf(kept.connection.get(), number);
+    thread.name = name;
+    thread.connection.reset(xcb_connect(name.c_str(), &number));
+    const xcb_screen_t* screen = x11::ScreenOf(thread.connection.get(), number);
     if (screen == nullptr) {
-        kept.connection.reset();
+        thread.connection.reset();
         return;
     }
-    kept.root = screen->root;
+    thread.root = screen->root;
 }
 
-/// Asks for nothing but an answer, and throws away the events that every client gets.
-bool Answers(xcb_connection_t* connection) {
+/// Returns true if the server replies. Discards the events that every client gets.
+bool IsAlive(xcb_connection_t* connection) {
     const auto focus = Adopt(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
     while (Adopt(xcb_poll_for_event(connection))) {
     }
@@ -44,18 +44,18 @@ bool Answers(xcb_connection_t* connection) {
 }  // namespace
 
 std::optional<XDisplay> ThreadDisplay() {
-    thread_local Kept kept;
+    thread_local ThreadConnection thread;
     const std::string name = DisplayName();
     if (name.empty()) {
         return std::nullopt;
     }
-    if (!kept.connection || kept.name != name || !Answers(kept.connection.get())) {
-        Connect(kept, name);
+    if (!thread.connection || thread.name != name || !IsAlive(thread.connection.get())) {
+        Connect(thread, name);
     }
-    if (!kept.connection || kept.root == 0) {
+    if (!thread.connection || thread.root == 0) {
         return std::nullopt;
     }
-    return XDisplay{kept.connection.get(), kept.root};
+    return XDisplay{thread.connection.get(), thread.root};
 }
 
 xcb_atom_t ExistingAtom(const XDisplay& display, std::string_view name) {

@@ -1,7 +1,6 @@
-// A connection to the X server for questions that are asked now and then from whatever thread.
+// A connection per thread to the X server, for occasional queries from any thread.
 //
-// XCB never ends the process: with the server gone every answer is just missing, and the next question tries to
-// connect anew.
+// XCB never ends the process: without a server there are no replies, and the next query connects again.
 #pragma once
 
 #include <xcb/xcb.h>
@@ -21,11 +20,11 @@ struct XDisplay {
     xcb_window_t root = 0;
 };
 
-/// The calling thread's own connection, made when it is first asked for and kept as long as it works and the thread
-/// lives. Nothing when there is no display.
+/// The calling thread's own connection, opened on the first call and kept while it works and the thread lives. Nothing
+/// if there is no display.
 std::optional<XDisplay> ThreadDisplay();
 
-/// The number of a name that some client has used already, else 0.
+/// 0 if no client has interned the name.
 xcb_atom_t ExistingAtom(const XDisplay& display, std::string_view name);
 
 /// The first 32-bit value of a window's property.

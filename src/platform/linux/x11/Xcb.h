@@ -1,4 +1,4 @@
-// Owners for what XCB hands out. A connection that broke stays in place: every later call answers nothing, and the
+// Owners of XCB's replies and connections. A broken connection is kept: every later call returns no reply, and the
 // process goes on.
 #pragma once
 

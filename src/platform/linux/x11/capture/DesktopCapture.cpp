@@ -143,7 +143,7 @@ Result ShareMemory(DesktopDuplication& duplication) {
     return result;
 }
 
-void WatchDisplay(DesktopDuplication& duplication) {
+void SelectDisplayEvents(DesktopDuplication& duplication) {
     const Server& server = *duplication.server;
     if (!x11::HasExtension(server.Get(), xcb_randr_id)) {
         return;
@@ -154,7 +154,7 @@ void WatchDisplay(DesktopDuplication& duplication) {
         XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE | XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
 }
 
-Result WatchDamage(DesktopDuplication& duplication) {
+Result CreateDamage(DesktopDuplication& duplication) {
     const Server& server = *duplication.server;
     duplication.damageEvent = xcb_get_extension_data(server.Get(), &xcb_damage_id)->first_event;
     duplication.region = xcb_generate_id(server.Get());
@@ -255,12 +255,12 @@ Result Grab(DesktopDuplication& duplication) {
 bool RestoreIsDue(const DesktopDuplication& duplication) {
     const std::int64_t nowNs = MonotonicNs();
     return nowNs - duplication.restoredNs >= restorePeriodNs &&
-           !(duplication.restored.Empty() && x11::PlacesSince(nowNs, duplication.monitor).Empty());
+           !(duplication.restored.Empty() && x11::BoundsSince(nowNs, duplication.monitor).Empty());
 }
 
 /// Parts that none of our windows occludes any more show the screen again. The screen may have no damage there.
 void AddNoLongerRestored(DesktopDuplication& duplication, std::int64_t nowNs) {
-    const Damage still = x11::PlacesSince(nowNs, duplication.monitor);
+    const Damage still = x11::BoundsSince(nowNs, duplication.monitor);
     for (const Rectangle& part : duplication.restored.Rectangles()) {
         if (!still.Holds(part)) {
             duplication.image.changed.Add(OnMonitor(duplication, part));
@@ -274,7 +274,7 @@ Result GrabWithoutOurs(DesktopDuplication& duplication) {
     const std::int64_t startNs = MonotonicNs();
     AddNoLongerRestored(duplication, startNs);
     const Result result = Grab(duplication);
-    duplication.restored = x11::PlacesSince(startNs, duplication.monitor);
+    duplication.restored = x11::BoundsSince(startNs, duplication.monitor);
     const Rectangle& monitor = duplication.monitor;
     const DesktopPixels& pixels = duplication.image.pixels;
     duplication.occluded->Restore(duplication.restored,
@@ -408,8 +408,8 @@ Result OpenDuplication(GraphicsDevice& device, GraphicsOutput& output, Owned<Des
     }
     Result result = ShareMemory(*made);
     if (Succeeded(result)) {
-        WatchDisplay(*made);
-        result = WatchDamage(*made);
+        SelectDisplayEvents(*made);
+        result = CreateDamage(*made);
     }
     if (Failed(result)) {
         return result;

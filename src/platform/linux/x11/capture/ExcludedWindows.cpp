@@ -9,24 +9,24 @@
 namespace zv::x11 {
 namespace {
 
-constexpr std::size_t mostNotes = 32;
+constexpr std::size_t mostRecords = 32;
 constexpr std::int64_t never = std::numeric_limits<std::int64_t>::min();
-constexpr std::int64_t stillThere = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t stillShown = std::numeric_limits<std::int64_t>::max();
 
-/// Written by the interface thread alone. A reader that comes in between sees a place too many, never one too few:
-/// `place` is written before `untilNs` and read before it.
-struct Note {
+/// Written by the interface thread alone. A concurrent reader sees bounds too many, never too few: `packed` is written
+/// before `untilNs` and read before it.
+struct BoundsRecord {
     xcb_window_t window = XCB_WINDOW_NONE;      ///< for the interface thread only
-    std::atomic<std::uint64_t> place = 0;       ///< packed: the protocol's coordinates have 16 bits each
-    std::atomic<std::int64_t> untilNs = never;  ///< when the window left it
+    std::atomic<std::uint64_t> packed = 0;      ///< the bounds; the protocol's coordinates have 16 bits each
+    std::atomic<std::int64_t> untilNs = never;  ///< when the window left them
 };
 
-std::array<std::atomic<xcb_window_t>, mostExcluded> entered{};
-std::array<Note, mostNotes> notes{};
+std::array<std::atomic<xcb_window_t>, mostExcluded> registered{};
+std::array<BoundsRecord, mostRecords> records{};
 
-std::uint64_t Packed(const Rectangle& place) {
+std::uint64_t Packed(const Rectangle& bounds) {
     std::uint64_t packed = 0;
-    for (const std::int32_t edge : {place.left, place.top, place.right, place.bottom}) {
+    for (const std::int32_t edge : {bounds.left, bounds.top, bounds.right, bounds.bottom}) {
         const std::int32_t fitting = std::clamp<std::int32_t>(edge, std::numeric_limits<std::int16_t>::min(),
                                                               std::numeric_limits<std::int16_t>::max());
         packed = packed << 16U | static_cast<std::uint16_t>(fitting);
@@ -39,16 +39,16 @@ Rectangle Unpacked(std::uint64_t packed) {
     return {edge(48), edge(32), edge(16), edge(0)};
 }
 
-auto LongestLeft() {
-    return std::min_element(notes.begin(), notes.end(),
-                            [](const Note& a, const Note& b) { return a.untilNs < b.untilNs; });
+auto OldestRecord() {
+    return std::min_element(records.begin(), records.end(),
+                            [](const BoundsRecord& a, const BoundsRecord& b) { return a.untilNs < b.untilNs; });
 }
 
-/// The window has left every place but `kept`.
-void LeavePlaces(xcb_window_t window, const Note* kept) {
+/// The window has left all bounds but `kept`.
+void EndRecords(xcb_window_t window, const BoundsRecord* kept) {
     const std::int64_t nowNs = MonotonicNs();
-    for (Note& each : notes) {
-        if (&each != kept && each.window == window && each.untilNs == stillThere) {
+    for (BoundsRecord& each : records) {
+        if (&each != kept && each.window == window && each.untilNs == stillShown) {
             each.untilNs = nowNs;
         }
     }
@@ -61,45 +61,46 @@ bool ExcludedWindows::Holds(xcb_window_t window) const {
     return std::find(each.begin(), end, window) != end;
 }
 
-void EnterExcluded(xcb_window_t window) {
+void RegisterExcluded(xcb_window_t window) {
     if (ListExcluded().Holds(window)) {
         return;
     }
-    for (std::atomic<xcb_window_t>& place : entered) {
+    for (std::atomic<xcb_window_t>& slot : registered) {
         xcb_window_t none = XCB_WINDOW_NONE;
-        if (place.compare_exchange_strong(none, window)) {
+        if (slot.compare_exchange_strong(none, window)) {
             return;
         }
     }
 }
 
-void LeaveExcluded(xcb_window_t window) {
-    for (std::atomic<xcb_window_t>& place : entered) {
+void UnregisterExcluded(xcb_window_t window) {
+    for (std::atomic<xcb_window_t>& slot : registered) {
         xcb_window_t expected = window;
-        place.compare_exchange_strong(expected, XCB_WINDOW_NONE);
+        slot.compare_exchange_strong(expected, XCB_WINDOW_NONE);
     }
 }
 
-void NotePlace(xcb_window_t window, const Rectangle& place) {
-    const std::uint64_t packed = Packed(place);
-    auto note = std::find_if(notes.begin(), notes.end(),
-                             [&](const Note& each) { return each.window == window && each.place == packed; });
-    if (note == notes.end()) {
-        note = LongestLeft();
-        const bool counts = note->untilNs >= MonotonicNs() - lingerNs;
-        note->place = counts ? Packed(BoxAround(Unpacked(note->place), place)) : packed;
-        note->window = window;
+void RecordBounds(xcb_window_t window, const Rectangle& bounds) {
+    const std::uint64_t packed = Packed(bounds);
+    auto record = std::find_if(records.begin(), records.end(), [&](const BoundsRecord& each) {
+        return each.window == window && each.packed == packed;
+    });
+    if (record == records.end()) {
+        record = OldestRecord();
+        const bool counts = record->untilNs >= MonotonicNs() - lingerNs;
+        record->packed = counts ? Packed(BoxAround(Unpacked(record->packed), bounds)) : packed;
+        record->window = window;
     }
-    note->untilNs = stillThere;
-    LeavePlaces(window, &*note);
+    record->untilNs = stillShown;
+    EndRecords(window, &*record);
 }
 
-void NoteGone(xcb_window_t window) { LeavePlaces(window, nullptr); }
+void RecordHidden(xcb_window_t window) { EndRecords(window, nullptr); }
 
 ExcludedWindows ListExcluded() {
     ExcludedWindows list;
-    for (const std::atomic<xcb_window_t>& place : entered) {
-        const xcb_window_t window = place.load();
+    for (const std::atomic<xcb_window_t>& slot : registered) {
+        const xcb_window_t window = slot.load();
         if (window != XCB_WINDOW_NONE) {
             list.each[list.count++] = window;
         }
@@ -107,13 +108,13 @@ ExcludedWindows ListExcluded() {
     return list;
 }
 
-Damage PlacesSince(std::int64_t sinceNs, const Rectangle& area) {
+Damage BoundsSince(std::int64_t sinceNs, const Rectangle& area) {
     Damage found;
-    for (const Note& each : notes) {
-        const std::uint64_t place = each.place;
+    for (const BoundsRecord& each : records) {
+        const std::uint64_t packed = each.packed;
         const std::int64_t untilNs = each.untilNs;
         if (untilNs >= sinceNs - lingerNs) {
-            found.Add(Intersection(area, Unpacked(place)));
+            found.Add(Intersection(area, Unpacked(packed)));
         }
     }
     return found;

@@ -1,9 +1,9 @@
-// The windows of this program that its own captures must not show, and the places where the screen may show them.
+// The windows of this program that its own captures must not show, and the bounds in which the screen may show them.
 //
-// The interface thread enters a window once it is to be kept out, until the server has forgotten it, and notes every
-// place before it asks the server to put the window there. Only so does whoever looks at the notes after a grab know
-// all that can be in it: a window may move twice while one grab is under way, and what the server has carried out long
-// ago may still be on the screen, which a compositing manager paints in its own time.
+// The interface thread registers a window when it is excluded, until the server has destroyed it, and records all
+// bounds before it sends them to the server. So whoever reads the records after a grab knows everything that can be in
+// it: a window may move twice during one grab, and a compositing manager may paint a window at earlier bounds for a
+// while.
 #pragma once
 
 #include <xcb/xcb.h>
@@ -18,7 +18,7 @@ namespace zv::x11 {
 
 inline constexpr std::size_t mostExcluded = 8;
 
-/// A place counts for so long after its window has left it: many times what a compositing manager is late by.
+/// Bounds count for so long after the window has left them: many times the delay of a compositing manager.
 inline constexpr std::int64_t lingerNs = 250'000'000;
 
 struct ExcludedWindows {
@@ -29,18 +29,18 @@ struct ExcludedWindows {
 
 // The interface thread only.
 
-void EnterExcluded(xcb_window_t window);
-void LeaveExcluded(xcb_window_t window);
-/// The window is about to be shown there, or to move there from where it was. In the root's coordinates.
-void NotePlace(xcb_window_t window, const Rectangle& place);
-/// The screen's server does not show the window any more.
-void NoteGone(xcb_window_t window);
+void RegisterExcluded(xcb_window_t window);
+void UnregisterExcluded(xcb_window_t window);
+/// Called before the window is shown at these bounds or moves to them. In the root's coordinates.
+void RecordBounds(xcb_window_t window, const Rectangle& bounds);
+/// The server has unmapped or destroyed the window.
+void RecordHidden(xcb_window_t window);
 
-// Any thread. These take no lock and allocate nothing.
+// Any thread. No lock and no allocation.
 
-/// Also the hidden ones.
+/// Shown and hidden ones.
 ExcludedWindows ListExcluded();
-/// Where the screen may have shown one of them at any time since `sinceNs` of the steady clock, inside `area`.
-Damage PlacesSince(std::int64_t sinceNs, const Rectangle& area);
+/// The parts of `area` in which the screen may have shown one of them since `sinceNs` of the steady clock.
+Damage BoundsSince(std::int64_t sinceNs, const Rectangle& area);
 
 }  // namespace zv::x11

@@ -75,7 +75,7 @@ Result ReadScreen(const ScreenArea& area, Pixels& pixels) {
         return ResultOfSystemError(EPROTO);
     }
     x11::OccludedContent occluded(display->connection, screen);
-    occluded.Restore(x11::PlacesSince(startNs, bounds), {image.data(), stride, {area.left, area.top}});
+    occluded.Restore(x11::BoundsSince(startNs, bounds), {image.data(), stride, {area.left, area.top}});
     pixels = {width, height, RgbOf(image)};
     return resultOk;
 }

@@ -1,14 +1,14 @@
-// One copy of the program on a display, and the way from a second copy to the first one's window.
+// One copy of the program per display, and the message of a second copy to the first one's window.
 //
-// The claim is a selection that a small hidden window owns: the server lets go of it when its connection ends, however
-// the process ended. The first copy's window is found by the class name that every window of ours carries.
+// The claim is a selection that a small hidden window owns. The server releases it when the connection ends, however
+// the process ended. The first copy's window is found by the class name that is a property of each window of ours.
 #include <string>
 #include <vector>
 
 #include "platform/Files.h"
 #include "platform/SingleInstance.h"
 #include "platform/Window.h"
-#include "platform/linux/x11/window/WindowSession.h"
+#include "platform/linux/x11/window/Session.h"
 
 namespace zv {
 
@@ -37,7 +37,7 @@ xcb_window_t MakeHolder(Session& session) {
     return holder;
 }
 
-/// Looks through the windows below `parent`: the root's children, or theirs where a window manager frames them.
+/// Searches the descendants of `parent`, because a window manager may have framed the window.
 xcb_window_t FindByClass(Session& session, xcb_window_t parent, const std::string& className, int depth) {
     xcb_connection_t* connection = session.connection.get();
     const Reply<xcb_query_tree_reply_t> tree(
@@ -69,7 +69,7 @@ Owned<InstanceClaim> ClaimSingleInstance(TextView name) {
     xcb_connection_t* connection = session.connection.get();
     const xcb_atom_t selection = x11::InternAtom(connection, ToPath(name).string());
     const xcb_window_t holder = x11::MakeHolder(session);
-    // Nobody else gets between the look and the claim.
+    // So that no other client claims it between the query and the claim.
     xcb_grab_server(connection);
     const bool isFree = x11::SelectionOwner(session, selection) == XCB_WINDOW_NONE;
     if (isFree) {
@@ -90,8 +90,7 @@ bool BringOtherCopyForward(TextView className) {
     }
     x11::SendClientMessage(window, window, session.atoms.comeForward, 0, 0);
     // The server must have the message before this process ends.
-    std::free(
-        xcb_get_input_focus_reply(session.connection.get(), xcb_get_input_focus(session.connection.get()), nullptr));
+    x11::Synchronize(session);
     return true;
 }
 

@@ -1,8 +1,10 @@
 // The icon in the desktop's notification area, by the freedesktop system tray protocol.
 //
-// The area's host owns a selection of the screen; the icon is a window of ours that the host takes into its own, and
-// that ends with it. A new host says so to the root, and every window gets TaskbarCreatedMessage.
+// The area's host owns a selection of the screen. The icon is a window of ours that the host reparents into its own and
+// that is destroyed with it. A new host sends a message to the root; every window then gets TaskbarCreatedMessage.
 #include "platform/TrayIcon.h"
+
+#include <xcb/xcb_icccm.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -10,7 +12,8 @@
 
 #include "platform/Files.h"
 #include "platform/linux/cairo/IconPixels.h"
-#include "platform/linux/x11/window/WindowSession.h"
+#include "platform/linux/x11/window/PopupMenu.h"
+#include "platform/linux/x11/window/Session.h"
 
 namespace zv {
 
@@ -22,7 +25,7 @@ struct TrayIcon {
     std::uint32_t lastClickMs = 0;
     Point lastClick;  ///< on the screen
     bool clicked = false;
-    bool releaseIsDone = false;  ///< of a click that counted when it was pressed
+    bool releaseIsDone = false;  ///< of a click that was handled at its press
 };
 
 namespace x11 {
@@ -33,23 +36,25 @@ constexpr std::uint32_t doubleClickMs = 400;
 constexpr int doubleClickSlack = 4;
 constexpr int firstSize = 22;
 
-/// There is one. Null while it is not in any area.
-TrayIcon* standing = nullptr;
+/// The only icon. Null if there is none.
+TrayIcon* shownIcon = nullptr;
 
-/// The picture of a program that has none: a framed box.
+/// The picture if there is no icon: a framed box.
 std::uint32_t PlainPixel(int x, int y, int size) {
     const bool frame = x == 0 || y == 0 || x == size - 1 || y == size - 1;
     return frame ? 0xFF808080U : 0xFFE0E0E0U;
 }
 
-/// The icon, stretched over the window with the nearest pixel for each.
+/// The icon, scaled to the window by the nearest pixel.
 std::vector<std::uint32_t> PixelsAt(const TrayIcon& icon) {
     const AppIcon* picture = icon.options.icon;
     std::vector<std::uint32_t> pixels;
     pixels.reserve(static_cast<std::size_t>(icon.size) * static_cast<std::size_t>(icon.size));
     for (int y = 0; y < icon.size; ++y) {
         for (int x = 0; x < icon.size; ++x) {
-            const auto at = [&](int place) { return static_cast<std::size_t>(place * picture->size / icon.size); };
+            const auto at = [&](int position) {
+                return static_cast<std::size_t>(position * picture->size / icon.size);
+            };
             pixels.push_back(picture != nullptr
                                  ? picture->pixels[at(y) * static_cast<std::size_t>(picture->size) + at(x)]
                                  : PlainPixel(x, y, icon.size));
@@ -66,24 +71,24 @@ void Paint(Session& session, const TrayIcon& icon) {
                   reinterpret_cast<const std::uint8_t*>(pixels.data()));
 }
 
-void Tell(Session& session, const TrayIcon& icon, std::uint32_t event) {
-    session.queue.push_back({icon.options.window, icon.options.message, 0, static_cast<std::intptr_t>(event)});
+void QueueTrayEvent(Session& session, const TrayIcon& icon, std::uint32_t event) {
+    session.loop.queue.push_back({icon.options.window, icon.options.message, 0, static_cast<std::intptr_t>(event)});
 }
 
-/// The menu that the first click asked for goes, or does not come up at all.
-void TellDoubleClick(Session& session, const TrayIcon& icon) {
-    std::erase_if(session.queue, [&](const Message& waiting) {
+/// Closes the menu that the first click opened, or prevents it from opening.
+void QueueDoubleClick(Session& session, const TrayIcon& icon) {
+    std::erase_if(session.loop.queue, [&](const Message& waiting) {
         return waiting.window == icon.options.window && waiting.code == icon.options.message &&
                waiting.lParam == static_cast<std::intptr_t>(trayEvent::select);
     });
-    EndMenu();
-    Tell(session, icon, message::leftButtonDoubleClick);
+    CloseMenu();
+    QueueTrayEvent(session, icon, message::leftButtonDoubleClick);
 }
 
-/// The same events in the same order as Windows' area: the first click selects, the second one opens.
+/// Sends the events that Windows sends, in the same order: the first click selects, the second one opens.
 void HandleButton(Session& session, TrayIcon& icon, const xcb_button_press_event_t& event) {
     if (event.detail == XCB_BUTTON_INDEX_3) {
-        Tell(session, icon, message::rightButtonUp);
+        QueueTrayEvent(session, icon, message::rightButtonUp);
         return;
     }
     const bool inTime = event.time - icon.lastClickMs <= doubleClickMs;
@@ -95,17 +100,17 @@ void HandleButton(Session& session, TrayIcon& icon, const xcb_button_press_event
     icon.lastClickMs = event.time;
     icon.lastClick = {event.root_x, event.root_y};
     if (second) {
-        TellDoubleClick(session, icon);
+        QueueDoubleClick(session, icon);
     } else {
-        Tell(session, icon, trayEvent::select);
+        QueueTrayEvent(session, icon, trayEvent::select);
     }
 }
 
 bool HandleTrayEvent(Session& session, const xcb_generic_event_t& event) {
-    if (standing == nullptr) {
+    if (shownIcon == nullptr) {
         return false;
     }
-    TrayIcon& icon = *standing;
+    TrayIcon& icon = *shownIcon;
     const std::uint8_t type = event.response_type & 0x7FU;
     if (type == XCB_EXPOSE && reinterpret_cast<const xcb_expose_event_t&>(event).window == icon.id) {
         Paint(session, icon);
@@ -122,7 +127,7 @@ bool HandleTrayEvent(Session& session, const xcb_generic_event_t& event) {
         return true;
     }
     if (type == XCB_REPARENT_NOTIFY) {
-        // A host that ends leaves its icons on the screen's own window, where they have no business.
+        // A host that ends leaves its icons on the root window.
         const auto& moved = reinterpret_cast<const xcb_reparent_notify_event_t&>(event);
         if (moved.window == icon.id && moved.parent == session.screen->root) {
             xcb_destroy_window(session.connection.get(), icon.id);
@@ -157,26 +162,23 @@ void Describe(Session& session, const TrayIcon& icon) {
                             static_cast<std::uint32_t>(tip.size()), tip.data());
     }
     constexpr std::string_view className("zorvel\0Zorvel\0", 14);
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, icon.id, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
-                        static_cast<std::uint32_t>(className.size()), className.data());
-    // Hosts make a window as small as it allows.
-    constexpr std::uint32_t minimumSize = 16;
-    std::array<std::uint32_t, 18> hints{minimumSize};
-    hints[5] = hints[6] = firstSize;
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, icon.id, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS,
-                        32, static_cast<std::uint32_t>(hints.size()), hints.data());
-    constexpr std::array<std::uint32_t, 2> embedding{0, 1};  // version 0, to be shown
-    const xcb_atom_t info = InternAtom(connection, "_XEMBED_INFO");
+    xcb_icccm_set_wm_class(connection, icon.id, static_cast<std::uint32_t>(className.size()), className.data());
+    // Hosts shrink a window to its minimum size.
+    xcb_size_hints_t hints{};
+    xcb_icccm_size_hints_set_min_size(&hints, firstSize, firstSize);
+    xcb_icccm_set_wm_normal_hints(connection, icon.id, &hints);
+    constexpr std::array<std::uint32_t, 2> embedding{0, 1};  // version 0, mapped
+    const xcb_atom_t info = session.atoms.xembedInfo;
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, icon.id, info, info, 32, 2, embedding.data());
 }
 
-/// Asks the host to take the window in.
+/// Asks the host to embed the window.
 void Dock(Session& session, const TrayIcon& icon, xcb_window_t host) {
     xcb_client_message_event_t event{};
     event.response_type = XCB_CLIENT_MESSAGE;
     event.format = 32;
     event.window = host;
-    event.type = InternAtom(session.connection.get(), "_NET_SYSTEM_TRAY_OPCODE");
+    event.type = session.atoms.netSystemTrayOpcode;
     constexpr std::uint32_t requestDock = 0;
     event.data.data32[0] = XCB_CURRENT_TIME;
     event.data.data32[1] = requestDock;
@@ -186,8 +188,8 @@ void Dock(Session& session, const TrayIcon& icon, xcb_window_t host) {
 
 }  // namespace
 
-bool TakeSecondTrayClick(Session& session, const xcb_button_press_event_t& press) {
-    TrayIcon* icon = standing;
+bool HandleSecondTrayClick(Session& session, const xcb_button_press_event_t& press) {
+    TrayIcon* icon = shownIcon;
     if (icon == nullptr || !icon->clicked || press.detail != XCB_BUTTON_INDEX_1 ||
         press.time - icon->lastClickMs > doubleClickMs ||
         std::abs(press.root_x - icon->lastClick.x) > doubleClickSlack ||
@@ -197,7 +199,7 @@ bool TakeSecondTrayClick(Session& session, const xcb_button_press_event_t& press
     icon->clicked = false;
     icon->releaseIsDone = true;
     icon->lastClickMs = press.time;
-    TellDoubleClick(session, *icon);
+    QueueDoubleClick(session, *icon);
     return true;
 }
 
@@ -207,12 +209,12 @@ template <>
 void Closer<TrayIcon>::operator()(TrayIcon* icon) const noexcept {
     x11::Session& session = x11::CurrentSession();
     xcb_connection_t* connection = session.connection.get();
-    if (x11::standing == icon) {
-        x11::standing = nullptr;
+    if (x11::shownIcon == icon) {
+        x11::shownIcon = nullptr;
     }
     if (connection != nullptr) {
         xcb_free_gc(connection, icon->context);
-        if (icon->id != XCB_WINDOW_NONE) {  // else its host took it along
+        if (icon->id != XCB_WINDOW_NONE) {  // else it was destroyed with its host
             xcb_destroy_window(connection, icon->id);
         }
         xcb_flush(connection);
@@ -224,7 +226,7 @@ Owned<TrayIcon> AddTrayIcon(const TrayIconOptions& options) {
     x11::Session& session = x11::CurrentSession();
     xcb_connection_t* connection = session.connection.get();
     const xcb_window_t host = x11::SelectionOwner(session, session.atoms.traySelection).value_or(XCB_WINDOW_NONE);
-    if (host == XCB_WINDOW_NONE || x11::standing != nullptr) {
+    if (host == XCB_WINDOW_NONE || x11::shownIcon != nullptr) {
         return nullptr;
     }
     Owned<TrayIcon> icon(new TrayIcon);
@@ -236,7 +238,7 @@ Owned<TrayIcon> AddTrayIcon(const TrayIconOptions& options) {
     x11::Describe(session, *icon);
     x11::Dock(session, *icon, host);
     xcb_flush(connection);
-    x11::standing = icon.get();
+    x11::shownIcon = icon.get();
     if (std::find(session.listeners.begin(), session.listeners.end(), x11::HandleTrayEvent) ==
         session.listeners.end()) {
         session.listeners.push_back(x11::HandleTrayEvent);

@@ -1,9 +1,11 @@
-// Mouse, keys and focus of the windows, as messages.
-//
-// The server itself keeps the pointer with a window while a button is held, so capturing the mouse is only a note of
-// who is to hear of its end.
+// The server grabs the pointer for a window while a button is held, so CaptureMouse only records the window that gets
+// message::captureChanged.
+#include "platform/linux/x11/window/WindowInput.h"
+
+#include <xcb/xcb_cursor.h>
+
 #include "platform/Keyboard.h"
-#include "platform/linux/x11/window/WindowSession.h"
+#include "platform/linux/x11/window/Session.h"
 
 namespace zv {
 namespace x11 {
@@ -18,7 +20,7 @@ constexpr std::uint32_t f10Key = 121;
 
 void Queue(Session& session, AppWindow& window, std::uint32_t code, std::uintptr_t wParam = 0,
            std::intptr_t lParam = 0) {
-    session.queue.push_back({&window, code, wParam, lParam, session.readModifiers});
+    session.loop.queue.push_back({&window, code, wParam, lParam, session.input.readModifiers});
 }
 
 std::uintptr_t MouseState(std::uint16_t state) {
@@ -34,10 +36,10 @@ void HandleMotion(Session& session, const xcb_motion_notify_event_t& event) {
     if (window == nullptr) {
         return;
     }
-    session.readModifiers = ModifiersOf(session, event.state);
+    session.input.readModifiers = ModifiersOf(session, event.state);
     const bool inside =
         event.event_x >= 0 && event.event_y >= 0 && event.event_x < window->width && event.event_y < window->height;
-    if (inside && session.mouseOwner == nullptr) {
+    if (inside && session.input.mouseCapture == nullptr) {
         Queue(session, *window, message::setCursor, 0,
               MakeLParam(static_cast<int>(hitCode::client), static_cast<int>(message::mouseMove)));
     }
@@ -45,9 +47,9 @@ void HandleMotion(Session& session, const xcb_motion_notify_event_t& event) {
 }
 
 void HandleWheel(Session& session, AppWindow& window, const xcb_button_press_event_t& event) {
-    const int turn = event.detail == XCB_BUTTON_INDEX_4 ? wheelNotch : -wheelNotch;
+    const int delta = event.detail == XCB_BUTTON_INDEX_4 ? wheelNotch : -wheelNotch;
     Queue(session, window, message::mouseWheel,
-          MouseState(event.state) | static_cast<std::uintptr_t>(MakeLParam(0, turn)),
+          MouseState(event.state) | static_cast<std::uintptr_t>(MakeLParam(0, delta)),
           MakeLParam(event.root_x, event.root_y));
 }
 
@@ -56,20 +58,20 @@ void HandleButton(Session& session, const xcb_button_press_event_t& event, bool 
     if (window == nullptr) {
         return;
     }
-    session.readModifiers = ModifiersOf(session, event.state);
-    const std::intptr_t place = MakeLParam(event.event_x, event.event_y);
+    session.input.readModifiers = ModifiersOf(session, event.state);
+    const std::intptr_t position = MakeLParam(event.event_x, event.event_y);
     if (event.detail == XCB_BUTTON_INDEX_1) {
         Queue(session, *window, pressed ? message::leftButtonDown : message::leftButtonUp, MouseState(event.state),
-              place);
+              position);
     } else if (event.detail == XCB_BUTTON_INDEX_3) {
         Queue(session, *window, pressed ? message::rightButtonDown : message::rightButtonUp, MouseState(event.state),
-              place);
+              position);
     } else if (pressed && (event.detail == XCB_BUTTON_INDEX_4 || event.detail == XCB_BUTTON_INDEX_5)) {
         HandleWheel(session, *window, event);
     }
 }
 
-/// A grab that begins is no leaving; one that ends outside the window is.
+/// The start of a grab does not count as leaving; the end of one outside the window does.
 void HandleLeave(Session& session, const xcb_leave_notify_event_t& event) {
     AppWindow* window = WindowOf(session, event.event);
     const bool left = event.mode != XCB_NOTIFY_MODE_GRAB && event.detail != XCB_NOTIFY_DETAIL_INFERIOR;
@@ -85,9 +87,9 @@ void HandleKey(Session& session, const xcb_key_press_event_t& event, bool presse
     if (key == 0) {
         return;
     }
-    session.readModifiers = ModifiersOf(session, event.state);
-    const bool alt = (session.readModifiers & keyModifier::alt) != 0 || key == altKey;
-    const bool system = (alt && (session.readModifiers & keyModifier::control) == 0) || key == f10Key;
+    session.input.readModifiers = ModifiersOf(session, event.state);
+    const bool alt = (session.input.readModifiers & keyModifier::alt) != 0 || key == altKey;
+    const bool system = (alt && (session.input.readModifiers & keyModifier::control) == 0) || key == f10Key;
     Queue(session, *window,
           pressed  ? system ? message::systemKeyDown : message::keyDown
           : system ? message::systemKeyUp
@@ -104,22 +106,16 @@ void HandleFocus(Session& session, const xcb_focus_in_event_t& event, bool gaine
     }
 }
 
-/// A cursor of the standard font, made once.
+/// Of the user's cursor theme, or of the core font if there is no theme. Loads both shapes on the first call.
 xcb_cursor_t CursorOf(Session& session, CursorShape shape) {
-    xcb_cursor_t& cursor = session.cursors[shape == CursorShape::Hand ? 1 : 0];
-    if (cursor == XCB_CURSOR_NONE) {
-        constexpr std::uint16_t leftPointer = 68;
-        constexpr std::uint16_t hand = 60;
-        const std::uint16_t glyph = shape == CursorShape::Hand ? hand : leftPointer;
-        xcb_connection_t* connection = session.connection.get();
-        const xcb_font_t font = xcb_generate_id(connection);
-        xcb_open_font(connection, font, 6, "cursor");
-        cursor = xcb_generate_id(connection);
-        xcb_create_glyph_cursor(connection, cursor, font, font, glyph, static_cast<std::uint16_t>(glyph + 1), 0, 0, 0,
-                                0xFFFF, 0xFFFF, 0xFFFF);
-        xcb_close_font(connection, font);
+    std::array<xcb_cursor_t, 2>& cursors = session.input.cursors;
+    xcb_cursor_context_t* theme = nullptr;
+    xcb_screen_t screen = *session.screen;
+    if (cursors[0] == XCB_CURSOR_NONE && xcb_cursor_context_new(session.connection.get(), &screen, &theme) >= 0) {
+        cursors = {xcb_cursor_load_cursor(theme, "left_ptr"), xcb_cursor_load_cursor(theme, "hand2")};
+        xcb_cursor_context_free(theme);
     }
-    return cursor;
+    return cursors[shape == CursorShape::Hand ? 1 : 0];
 }
 
 }  // namespace
@@ -159,13 +155,13 @@ bool HandleInputEvent(Session& session, const xcb_generic_event_t& event) {
 
 void TrackMouseLeave(AppWindow& window) { window.tracksLeave = true; }
 
-void CaptureMouse(AppWindow& window) { x11::CurrentSession().mouseOwner = &window; }
+void CaptureMouse(AppWindow& window) { x11::CurrentSession().input.mouseCapture = &window; }
 
-bool HasMouse(AppWindow& window) { return x11::CurrentSession().mouseOwner == &window; }
+bool HasMouse(AppWindow& window) { return x11::CurrentSession().input.mouseCapture == &window; }
 
 void ReleaseMouse(AppWindow& window) {
     if (HasMouse(window)) {
-        x11::CurrentSession().mouseOwner = nullptr;
+        x11::CurrentSession().input.mouseCapture = nullptr;
         x11::Send(window, message::captureChanged);
     }
 }
@@ -185,6 +181,6 @@ Point CursorPosition() {
     return reply ? Point{reply->root_x, reply->root_y} : Point{};
 }
 
-std::uint32_t HeldModifiers() { return x11::CurrentSession().heldModifiers; }
+std::uint32_t HeldModifiers() { return x11::CurrentSession().input.heldModifiers; }
 
 }  // namespace zv

@@ -1,5 +1,5 @@
-// Painting: what a procedure has drawn goes to the server through shared memory, and where a window has a colour key,
-// the painted picture is its shape.
+// Sends what a procedure has drawn to the server, through shared memory if possible. With a colour key, the painted
+// pixels are the window's shape.
 #include <xcb/shape.h>
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 #include <span>
 #include <utility>
 
-#include "platform/linux/x11/window/WindowSession.h"
+#include "platform/linux/x11/window/Session.h"
 
 namespace zv {
 namespace x11 {
@@ -17,7 +17,7 @@ struct Picture {
     const std::uint32_t* pixels = nullptr;
     int width = 0;
     int height = 0;
-    int top = 0;  ///< where its first row goes
+    int top = 0;  ///< of its first row in the window
 
     std::span<const std::uint32_t> Row(int y) const {
         return {pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(width),
@@ -25,7 +25,7 @@ struct Picture {
     }
 };
 
-/// The runs of a row that are painted, as rectangles of one pixel's height.
+/// Appends the painted runs of a row as rectangles of one pixel's height.
 void AddRuns(std::span<const std::uint32_t> row, std::uint32_t key, int y, std::vector<xcb_rectangle_t>& runs) {
     constexpr std::uint32_t colorBits = 0xFFFFFF;
     const auto isKey = [key](std::uint32_t pixel) { return (pixel & colorBits) == key; };
@@ -48,7 +48,7 @@ bool SameRuns(std::span<const xcb_rectangle_t> a, std::span<const xcb_rectangle_
                       });
 }
 
-/// Bands of rows that are painted in the same places, from the top.
+/// The painted pixels as bands of equal rows, from the top.
 std::vector<xcb_rectangle_t> PaintedParts(const Picture& picture, std::uint32_t key) {
     std::vector<xcb_rectangle_t> parts;
     std::size_t bandStart = 0;
@@ -79,8 +79,8 @@ void SetShape(Session& session, const AppWindow& window, xcb_shape_kind_t kind,
                          static_cast<std::uint32_t>(parts.size()), parts.data());
 }
 
-void FollowPicture(Session& session, AppWindow& window, const Picture& picture) {
-    std::vector<xcb_rectangle_t> parts = PaintedParts(picture, *window.keyPixel);
+void UpdateShape(Session& session, AppWindow& window, const Picture& picture) {
+    std::vector<xcb_rectangle_t> parts = PaintedParts(picture, *window.transparentPixel);
     if (SameParts(parts, window.shape)) {
         return;
     }
@@ -108,7 +108,7 @@ void PutShared(Session& session, AppWindow& window, const Picture& picture, std:
                                   XCB_IMAGE_FORMAT_Z_PIXMAP, 0, window.upload.memory.Segment(), 0);
 }
 
-/// In as many rows a request as the server takes.
+/// Sends as many rows a request as the server accepts.
 void PutCopied(Session& session, AppWindow& window, const Picture& picture) {
     xcb_connection_t* connection = session.connection.get();
     const std::size_t rowBytes = static_cast<std::size_t>(picture.width) * 4;
@@ -147,14 +147,14 @@ void ReleasePixels(Session& session, AppWindow& window) {
     }
 }
 
-void LetClicksThrough(Session& session, AppWindow& window) { SetShape(session, window, XCB_SHAPE_SK_INPUT, {}); }
+void MakeClickThrough(Session& session, AppWindow& window) { SetShape(session, window, XCB_SHAPE_SK_INPUT, {}); }
 
 }  // namespace x11
 
 void InvalidateWindow(AppWindow& window) { window.mustPaint = true; }
 
 void PaintNow(AppWindow& window) {
-    if (window.mustPaint && window.shown && !window.ended) {
+    if (window.mustPaint && window.shown && !window.destroyed) {
         window.mustPaint = false;
         x11::Send(window, message::paint);
     }
@@ -167,7 +167,7 @@ void Put(AppWindow& window, const Picture& picture, bool whole) {
     Session& session = CurrentSession();
     xcb_connection_t* connection = session.connection.get();
     window.mustPaint = false;
-    if (picture.width <= 0 || picture.height <= 0 || window.ended || xcb_connection_has_error(connection) != 0) {
+    if (picture.width <= 0 || picture.height <= 0 || window.destroyed || xcb_connection_has_error(connection) != 0) {
         return;
     }
     if (window.context == XCB_NONE) {
@@ -175,8 +175,8 @@ void Put(AppWindow& window, const Picture& picture, bool whole) {
         window.context = xcb_generate_id(connection);
         xcb_create_gc(connection, window.context, window.id, XCB_GC_GRAPHICS_EXPOSURES, &noExposures);
     }
-    if (window.keyPixel && whole) {
-        FollowPicture(session, window, picture);
+    if (window.transparentPixel && whole) {
+        UpdateShape(session, window, picture);
     }
     const std::size_t bytes = static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height) * 4;
     if (PrepareUpload(session, window.upload, bytes)) {
@@ -199,8 +199,8 @@ void PutPixelRows(AppWindow& window, const std::uint32_t* pixels, int width, int
 }
 
 void SetColorKey(AppWindow& window, std::uint32_t color) {
-    window.keyPixel = (color & 0xFFU) << 16U | (color & 0xFF00U) | (color >> 16U & 0xFFU);
-    // Nothing of it is there before it has been painted.
+    window.transparentPixel = (color & 0xFFU) << 16U | (color & 0xFF00U) | (color >> 16U & 0xFFU);
+    // Nothing is visible or clickable before the first painting.
     x11::Session& session = x11::CurrentSession();
     x11::SetShape(session, window, XCB_SHAPE_SK_BOUNDING, {});
     x11::SetShape(session, window, XCB_SHAPE_SK_INPUT, {});

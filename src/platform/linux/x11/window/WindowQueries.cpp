@@ -9,14 +9,14 @@
 #include "platform/linux/x11/RandrMonitors.h"
 #include "platform/linux/x11/WindowOwner.h"
 #include "platform/linux/x11/XDisplay.h"
-#include "platform/linux/x11/window/WindowSession.h"
+#include "platform/linux/x11/window/Session.h"
 #include "platform/software/Damage.h"
 
 namespace zv {
 namespace x11 {
 namespace {
 
-/// The part of the screen that panels leave free, nothing when no window manager tells.
+/// The part of the screen that panels do not cover. Nothing without a window manager that publishes it.
 std::optional<Rectangle> WorkArea(Session& session) {
     constexpr std::uint32_t oneDesktop = 4;
     xcb_connection_t* connection = session.connection.get();
@@ -45,7 +45,7 @@ MonitorArea AreaOf(Session& session, const ScreenMonitor& monitor) {
     return area;
 }
 
-/// The monitor that `score` likes best, the primary one when it likes none.
+/// The monitor with the highest positive score, else the primary one.
 template <class Score>
 MonitorArea BestMonitor(Session& session, Score score) {
     const std::vector<ScreenMonitor> monitors = QueryMonitors(session.connection.get(), session.screen->root);
@@ -78,7 +78,7 @@ Rectangle BoundsOf(xcb_connection_t* connection, xcb_window_t window) {
 
 /// The desktop's own windows go by the names that Windows has for them, everybody else's by the name of their class.
 Text ClassNameOf(Session& session, xcb_window_t window) {
-    const auto type = NumberOf(session, window, session.atoms.netWmWindowType);
+    const auto type = ReadNumberProperty(session, window, session.atoms.netWmWindowType);
     if (type && *type == session.atoms.netWmWindowTypeDesktop) {
         return u"Progman";
     }
@@ -93,10 +93,6 @@ Text ClassNameOf(Session& session, xcb_window_t window) {
 }
 
 }  // namespace
-
-std::optional<std::uint32_t> NumberOf(Session& session, xcb_window_t window, xcb_atom_t property) {
-    return NumberProperty({session.connection.get(), session.screen->root}, window, property);
-}
 
 xcb_window_t TopLevelOf(xcb_connection_t* connection, xcb_window_t root, xcb_window_t window) {
     while (true) {

@@ -23,14 +23,14 @@ constexpr Rectangle second{200, 20, 300, 220};
 class LinuxExcludedWindows : public testing::Test {
 protected:
     ~LinuxExcludedWindows() override {
-        NoteGone(window_);
-        LeaveExcluded(window_);
-        while (!PlacesSince(SteadyNs(), screen).Empty()) {
+        RecordHidden(window_);
+        UnregisterExcluded(window_);
+        while (!BoundsSince(SteadyNs(), screen).Empty()) {
             SleepMs(10);
         }
     }
     static std::vector<Rectangle> Places(std::int64_t sinceNs, const Rectangle& area = screen) {
-        const Damage places = PlacesSince(sinceNs, area);
+        const Damage places = BoundsSince(sinceNs, area);
         return {places.Rectangles().begin(), places.Rectangles().end()};
     }
 
@@ -40,32 +40,32 @@ protected:
 TEST_F(LinuxExcludedWindows, NeverShownCoverNothing) { EXPECT_THAT(Places(SteadyNs()), IsEmpty()); }
 
 TEST_F(LinuxExcludedWindows, CoverTheirPlaceForAsLongAsTheyAreThere) {
-    NotePlace(window_, first);
+    RecordBounds(window_, first);
     EXPECT_THAT(Places(SteadyNs() + 100 * lingerNs), ElementsAre(first));
-    NotePlace(window_, first);
+    RecordBounds(window_, first);
     EXPECT_THAT(Places(SteadyNs() + 100 * lingerNs), ElementsAre(first));
 }
 
 TEST_F(LinuxExcludedWindows, CoverThePlaceThatTheyLeftForAWhile) {
-    NotePlace(window_, first);
+    RecordBounds(window_, first);
     const std::int64_t beforeNs = SteadyNs();
-    NotePlace(window_, second);
+    RecordBounds(window_, second);
     const std::int64_t afterNs = SteadyNs();
     EXPECT_THAT(Places(beforeNs + lingerNs), UnorderedElementsAre(first, second));
     EXPECT_THAT(Places(afterNs + lingerNs + 1), ElementsAre(second));
 }
 
 TEST_F(LinuxExcludedWindows, CoverThePlaceWhereTheyWereHiddenForAWhile) {
-    NotePlace(window_, first);
+    RecordBounds(window_, first);
     const std::int64_t beforeNs = SteadyNs();
-    NoteGone(window_);
+    RecordHidden(window_);
     const std::int64_t afterNs = SteadyNs();
     EXPECT_THAT(Places(beforeNs + lingerNs), ElementsAre(first));
     EXPECT_THAT(Places(afterNs + lingerNs + 1), IsEmpty());
 }
 
 TEST_F(LinuxExcludedWindows, CoverNoMoreThanTheAreaThatIsAskedFor) {
-    NotePlace(window_, {-40, -30, 50, 60});
+    RecordBounds(window_, {-40, -30, 50, 60});
     EXPECT_THAT(Places(SteadyNs()), ElementsAre(Rectangle{0, 0, 50, 60}));
     EXPECT_THAT(Places(SteadyNs(), {20, 10, 30, 100}), ElementsAre(Rectangle{20, 10, 30, 60}));
     EXPECT_THAT(Places(SteadyNs(), {100, 100, 200, 200}), IsEmpty());
@@ -74,21 +74,21 @@ TEST_F(LinuxExcludedWindows, CoverNoMoreThanTheAreaThatIsAskedFor) {
 TEST_F(LinuxExcludedWindows, CoverAlsoMorePlacesThanThereIsRoomFor) {
     const std::int64_t beforeNs = SteadyNs();
     for (int at = 0; at < 500; at += 5) {
-        NotePlace(window_, {at, at, at + 20, at + 20});
+        RecordBounds(window_, {at, at, at + 20, at + 20});
     }
-    const Damage places = PlacesSince(beforeNs, screen);
+    const Damage places = BoundsSince(beforeNs, screen);
     for (int at = 0; at < 500; at += 5) {
         EXPECT_TRUE(places.Holds({at, at, at + 20, at + 20})) << at;
     }
 }
 
 TEST_F(LinuxExcludedWindows, AreKnownWhileTheyAreHiddenUntilTheyEnd) {
-    EnterExcluded(window_);
-    EnterExcluded(window_);
-    NotePlace(window_, first);
-    NoteGone(window_);
+    RegisterExcluded(window_);
+    RegisterExcluded(window_);
+    RecordBounds(window_, first);
+    RecordHidden(window_);
     EXPECT_TRUE(ListExcluded().Holds(window_));
-    LeaveExcluded(window_);
+    UnregisterExcluded(window_);
     EXPECT_EQ(ListExcluded().count, 0U);
 }
 
@@ -97,16 +97,16 @@ TEST_F(LinuxExcludedWindows, AreCoveredAtEveryMomentOfAMove) {
     std::atomic<int> at = 0;
     std::atomic<bool> over = false;
     bool always = true;
-    NotePlace(window_, placeOf(at));
+    RecordBounds(window_, placeOf(at));
     std::thread capture([&] {
         while (!over) {
             const std::int64_t sinceNs = SteadyNs();
             const Rectangle place = placeOf(at);
-            always = always && PlacesSince(sinceNs, screen).Holds(place);
+            always = always && BoundsSince(sinceNs, screen).Holds(place);
         }
     });
     for (int step = 0; step < 20'000; ++step) {
-        NotePlace(window_, placeOf(step));
+        RecordBounds(window_, placeOf(step));
         at = step;
     }
     over = true;

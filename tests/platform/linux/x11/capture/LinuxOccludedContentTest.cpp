@@ -31,9 +31,9 @@ protected:
         other_.Cover({0, 0, width, height}, green);
         other_.Cover({100, 100, 200, 200}, blue);
         ours_ = other_.Cover({0, 0, width, height}, red);
-        EnterExcluded(ours_);
+        RegisterExcluded(ours_);
     }
-    ~LinuxOccludedContent() override { LeaveExcluded(ours_); }
+    ~LinuxOccludedContent() override { UnregisterExcluded(ours_); }
 
     void Restore(const Damage& parts) {
         content_.Restore(parts, {reinterpret_cast<std::uint8_t*>(pixels_.data()), std::size_t{width} * 4, {0, 0}});

@@ -60,7 +60,7 @@ class LinuxOwnWindows : public testing::TestWithParam<bool> {
 protected:
     LinuxOwnWindows() {
         // What a test before this one has noted is of another screen.
-        EXPECT_TRUE(support::WaitUntil([] { return x11::PlacesSince(SteadyNs(), {0, 0, width, height}).Empty(); }));
+        EXPECT_TRUE(support::WaitUntil([] { return x11::BoundsSince(SteadyNs(), {0, 0, width, height}).Empty(); }));
         setenv("DISPLAY", display_.Name().c_str(), 1);
         SetEndRequest(nullptr);
         EXPECT_TRUE(OpenSession());
@@ -327,7 +327,7 @@ TEST_P(LinuxOwnWindows, AreKnownForOursAlsoWhileTheyAreHidden) {
     const Rectangle place{100, 80, 400, 300};
     Show(*overlay, place);
     HideWindow(*overlay);
-    ASSERT_TRUE(RunUntil(*overlay, [&] { return x11::PlacesSince(SteadyNs(), place).Empty(); }));
+    ASSERT_TRUE(RunUntil(*overlay, [&] { return x11::BoundsSince(SteadyNs(), place).Empty(); }));
     // Who has listed the windows beneath before it came up again must not take it for another program's.
     EXPECT_TRUE(x11::ListExcluded().Holds(other_->Find("overlay")));
     overlay.reset();

@@ -1,0 +1,32 @@
+// Keys that the program reserves on the root window.
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "platform/Window.h"
+
+namespace zv::x11 {
+
+struct Session;
+
+struct GlobalKey {
+    AppWindow* window = nullptr;
+    int id = 0;
+    std::uint32_t modifiers = 0;
+    std::uint32_t virtualKey = 0;
+    std::vector<xcb_keycode_t> codes;  ///< the keys that are grabbed for it
+    bool down = false;
+};
+
+/// Returns true if the event was a global key's or a change of the mapping.
+bool HandleKeyboardEvent(Session& session, const xcb_generic_event_t& event);
+
+/// Grabs those keys again whose codes a change of the mapping has changed.
+void ApplyKeyboardMapping(Session& session);
+
+void UngrabKeysOf(Session& session, const AppWindow& window);
+
+}  // namespace zv::x11

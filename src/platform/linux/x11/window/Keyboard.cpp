@@ -1,0 +1,218 @@
+#include "platform/linux/x11/window/Keyboard.h"
+
+#include <X11/keysym.h>
+#include <xcb/xcb.h>
+// The header uses this keyword of C++ as a name.
+#define explicit explicit_
+#include <xcb/xkb.h>
+#undef explicit
+
+#include <algorithm>
+#include <string>
+
+#include "platform/Keyboard.h"
+#include "platform/linux/x11/Extensions.h"
+#include "platform/linux/x11/window/Session.h"
+
+namespace zv {
+namespace x11 {
+namespace {
+
+/// Virtual-key codes whose symbols follow one another.
+struct SymbolRange {
+    std::uint32_t first, last;
+    xcb_keysym_t firstSymbol;
+};
+constexpr SymbolRange symbolRanges[] = {
+    {48, 57, XK_0},      // digits
+    {65, 90, XK_a},      // letters
+    {96, 105, XK_KP_0},  // digits of the keypad
+    {106, 111, XK_KP_Multiply},
+    {112, 135, XK_F1},  // F1 to F24
+};
+
+/// The X key symbol of a Windows virtual-key code, 0 if there is none.
+xcb_keysym_t KeysymOf(std::uint32_t virtualKey) {
+    for (const SymbolRange& range : symbolRanges) {
+        if (virtualKey >= range.first && virtualKey <= range.last) {
+            return range.firstSymbol + (virtualKey - range.first);
+        }
+    }
+    return 0;
+}
+
+/// The keys that carry a symbol: those without Shift if there are any, else all.
+std::vector<xcb_keycode_t> CodesOf(Session& session, xcb_keysym_t symbol) {
+    xcb_connection_t* connection = session.connection.get();
+    const xcb_setup_t* setup = xcb_get_setup(connection);
+    if (symbol == 0 || setup == nullptr) {
+        return {};
+    }
+    const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
+    const Reply<xcb_get_keyboard_mapping_reply_t> mapping(xcb_get_keyboard_mapping_reply(
+        connection, xcb_get_keyboard_mapping(connection, setup->min_keycode, count), nullptr));
+    if (!mapping) {
+        return {};
+    }
+    const xcb_keysym_t* symbols = xcb_get_keyboard_mapping_keysyms(mapping.get());
+    const int columns = mapping->keysyms_per_keycode;
+    std::vector<xcb_keycode_t> plain;
+    std::vector<xcb_keycode_t> any;
+    for (int key = 0; key < count; ++key) {
+        const xcb_keysym_t* row = symbols + key * columns;
+        const auto code = static_cast<xcb_keycode_t>(setup->min_keycode + key);
+        if (columns > 0 && row[0] == symbol) {
+            plain.push_back(code);
+        }
+        if (std::find(row, row + columns, symbol) != row + columns) {
+            any.push_back(code);
+        }
+    }
+    return plain.empty() ? any : plain;
+}
+
+/// The mask of the modifier that the key of `symbol` sets, `fallback` if it sets none.
+std::uint16_t ModifierOf(Session& session, xcb_keysym_t symbol, std::uint16_t fallback) {
+    xcb_connection_t* connection = session.connection.get();
+    const std::vector<xcb_keycode_t> codes = CodesOf(session, symbol);
+    const Reply<xcb_get_modifier_mapping_reply_t> mapping(
+        xcb_get_modifier_mapping_reply(connection, xcb_get_modifier_mapping(connection), nullptr));
+    if (!mapping) {
+        return fallback;
+    }
+    const xcb_keycode_t* rows = xcb_get_modifier_mapping_keycodes(mapping.get());
+    const int width = mapping->keycodes_per_modifier;
+    for (int modifier = 0; modifier < 8; ++modifier) {
+        const xcb_keycode_t* row = rows + modifier * width;
+        if (std::find_first_of(row, row + width, codes.begin(), codes.end()) != row + width) {
+            return static_cast<std::uint16_t>(1 << modifier);
+        }
+    }
+    return fallback;
+}
+
+void OpenXkb(Session& session) {
+    xcb_connection_t* connection = session.connection.get();
+    if (!HasExtension(connection, xcb_xkb_id)) {
+        return;
+    }
+    session.keyboard.xkbEvent = xcb_get_extension_data(connection, &xcb_xkb_id)->first_event;
+    constexpr xcb_xkb_device_spec_t keyboard = XCB_XKB_ID_USE_CORE_KBD;
+    constexpr std::uint32_t detectableRepeat = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
+    constexpr std::uint16_t events = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+    constexpr std::uint16_t allParts = 0xFF;
+    xcb_discard_reply(connection, xcb_xkb_use_extension(connection, 1, 0).sequence);
+    xcb_discard_reply(
+        connection,
+        xcb_xkb_per_client_flags(connection, keyboard, detectableRepeat, detectableRepeat, 0, 0, 0).sequence);
+    xcb_xkb_select_events(connection, keyboard, events, 0, events, allParts, allParts, nullptr);
+}
+
+/// The first two symbols of every key.
+void ReadSymbols(Session& session) {
+    xcb_connection_t* connection = session.connection.get();
+    const xcb_setup_t* setup = xcb_get_setup(connection);
+    const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
+    const Reply<xcb_get_keyboard_mapping_reply_t> mapping(xcb_get_keyboard_mapping_reply(
+        connection, xcb_get_keyboard_mapping(connection, setup->min_keycode, count), nullptr));
+    std::vector<xcb_keysym_t>& symbols = session.keyboard.symbols;
+    symbols.assign(512, 0);
+    const xcb_keysym_t* rows = mapping ? xcb_get_keyboard_mapping_keysyms(mapping.get()) : nullptr;
+    const int columns = mapping ? mapping->keysyms_per_keycode : 0;
+    for (int key = 0; key < count && rows != nullptr; ++key) {
+        const auto at = static_cast<std::size_t>(2 * (setup->min_keycode + key));
+        symbols[at] = columns > 0 ? rows[key * columns] : 0;
+        symbols[at + 1] = columns > 1 ? rows[key * columns + 1] : 0;
+    }
+}
+
+struct NamedKey {
+    std::uint32_t virtualKey;
+    xcb_keysym_t symbol;
+    const char16_t* name;
+};
+constexpr NamedKey namedKeys[] = {
+    {8, XK_BackSpace, u"Backspace"}, {9, XK_Tab, u"Tab"},         {9, XK_ISO_Left_Tab, u"Tab"},
+    {13, XK_Return, u"Enter"},       {13, XK_KP_Enter, u"Enter"}, {16, XK_Shift_L, u"Shift"},
+    {16, XK_Shift_R, u"Shift"},      {17, XK_Control_L, u"Ctrl"}, {17, XK_Control_R, u"Ctrl"},
+    {18, XK_Alt_L, u"Alt"},          {18, XK_Alt_R, u"Alt"},      {20, XK_Caps_Lock, u"Caps Lock"},
+    {27, XK_Escape, u"Esc"},         {32, XK_space, u"Space"},    {33, XK_Prior, u"Page Up"},
+    {34, XK_Next, u"Page Down"},     {35, XK_End, u"End"},        {36, XK_Home, u"Home"},
+    {37, XK_Left, u"Left"},          {38, XK_Up, u"Up"},          {39, XK_Right, u"Right"},
+    {40, XK_Down, u"Down"},          {45, XK_Insert, u"Insert"},  {46, XK_Delete, u"Delete"},
+};
+
+std::uint32_t VirtualKeyOfSymbol(xcb_keysym_t symbol) {
+    for (const NamedKey& key : namedKeys) {
+        if (key.symbol == symbol) {
+            return key.virtualKey;
+        }
+    }
+    for (const SymbolRange& range : symbolRanges) {
+        if (symbol >= range.firstSymbol && symbol - range.firstSymbol <= range.last - range.first) {
+            return range.first + (symbol - range.firstSymbol);
+        }
+    }
+    return 0;
+}
+
+/// "F1" and the like.
+Text PrefixedNumber(const char16_t* prefix, std::uint32_t number) {
+    const std::string digits = std::to_string(number);
+    return prefix + Text(digits.begin(), digits.end());
+}
+
+}  // namespace
+
+void ReadModifiers(Session& session) {
+    session.keyboard.altMask = ModifierOf(session, XK_Alt_L, XCB_MOD_MASK_1);
+    session.keyboard.numLockMask = ModifierOf(session, XK_Num_Lock, XCB_MOD_MASK_2);
+}
+
+std::vector<xcb_keycode_t> CodesOfVirtualKey(Session& session, std::uint32_t virtualKey) {
+    return CodesOf(session, KeysymOf(virtualKey));
+}
+
+std::uint32_t VirtualKeyOf(Session& session, xcb_keycode_t code) {
+    if (session.keyboard.symbols.empty()) {
+        ReadSymbols(session);
+    }
+    const auto at = static_cast<std::size_t>(2 * code);
+    const std::uint32_t plain = VirtualKeyOfSymbol(session.keyboard.symbols[at]);
+    return plain != 0 ? plain : VirtualKeyOfSymbol(session.keyboard.symbols[at + 1]);
+}
+
+std::uint32_t ModifiersOf(const Session& session, std::uint16_t state) {
+    std::uint32_t modifiers = 0;
+    modifiers |= (state & session.keyboard.altMask) != 0 ? keyModifier::alt : 0U;
+    modifiers |= (state & XCB_MOD_MASK_CONTROL) != 0 ? keyModifier::control : 0U;
+    modifiers |= (state & XCB_MOD_MASK_SHIFT) != 0 ? keyModifier::shift : 0U;
+    return modifiers;
+}
+
+void OpenKeyboard(Session& session) {
+    OpenXkb(session);
+    ReadModifiers(session);
+}
+
+}  // namespace x11
+
+Text KeyName(std::uint32_t virtualKey) {
+    for (const x11::NamedKey& key : x11::namedKeys) {
+        if (key.virtualKey == virtualKey) {
+            return key.name;
+        }
+    }
+    if ((virtualKey >= 48 && virtualKey <= 57) || (virtualKey >= 65 && virtualKey <= 90)) {
+        return Text(1, static_cast<char16_t>(virtualKey));
+    }
+    if (virtualKey >= 96 && virtualKey <= 105) {
+        return x11::PrefixedNumber(u"Num ", virtualKey - 96);
+    }
+    if (virtualKey >= 112 && virtualKey <= 135) {
+        return x11::PrefixedNumber(u"F", virtualKey - 111);
+    }
+    return {};
+}
+
+}  // namespace zv

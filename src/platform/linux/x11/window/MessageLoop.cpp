@@ -1,0 +1,276 @@
+// The message loop of the interface thread.
+//
+// It sleeps in one ppoll on the server's connection, the end signals and the earliest timer. Events become messages in
+// a queue. Each iteration answers at most one timer, so that a slow handler never accumulates them.
+#include "platform/linux/x11/window/MessageLoop.h"
+
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+#include <xcb/randr.h>
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+#include <new>
+
+#include "platform/Session.h"
+#include "platform/TrayIcon.h"
+#include "platform/Window.h"
+#include "platform/linux/posix/Posix.h"
+#include "platform/linux/x11/window/Session.h"
+#include "platform/linux/x11/window/WindowGeometry.h"
+#include "platform/linux/x11/window/WindowPixels.h"
+#include "platform/linux/x11/window/WindowStacking.h"
+
+namespace zv {
+namespace x11 {
+namespace {
+
+constexpr std::int64_t nsPerMs = 1'000'000;
+constexpr std::int64_t displaySettleNs = 200 * nsPerMs;  ///< one change comes as several events
+
+void (*endRequest)() = nullptr;
+
+/// A descriptor that is readable when a signal asks the program to end. The signals are blocked in this thread and in
+/// all that it starts later, so that nothing else receives them.
+int EndSignals() {
+    static const int descriptor = [] {
+        sigset_t signals;
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGTERM);
+        sigaddset(&signals, SIGINT);
+        sigaddset(&signals, SIGHUP);
+        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+        return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+    }();
+    return descriptor;
+}
+
+bool IsKnown(const Session& session, const AppWindow* window) {
+    return std::find(session.windows.begin(), session.windows.end(), window) != session.windows.end();
+}
+
+void HandleClientMessage(Session& session, const xcb_client_message_event_t& event) {
+    if (event.window == session.screen->root && event.type == session.atoms.manager &&
+        event.data.data32[1] == session.atoms.traySelection) {
+        for (AppWindow* each : session.windows) {
+            session.loop.queue.push_back({each, TaskbarCreatedMessage(), 0, 0});
+        }
+        return;
+    }
+    AppWindow* window = WindowOf(session, event.window);
+    if (window == nullptr) {
+        return;
+    }
+    if (event.type == session.atoms.comeForward) {
+        ShowInFront(*window);
+    } else if (event.type == session.atoms.wmProtocols && event.data.data32[0] == session.atoms.wmDeleteWindow) {
+        session.loop.queue.push_back({window, message::close, 0, 0});
+    } else if (event.type == session.atoms.wmProtocols && event.data.data32[0] == session.atoms.netWmPing) {
+        xcb_client_message_event_t answer = event;
+        answer.window = session.screen->root;
+        xcb_send_event(session.connection.get(), 0, answer.window,
+                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                       reinterpret_cast<const char*>(&answer));
+    }
+}
+
+void HandleEvent(Session& session, const xcb_generic_event_t& event) {
+    const auto handles = [&](auto listener) { return listener(session, event); };
+    if (std::any_of(session.listeners.begin(), session.listeners.end(), handles) ||
+        HandleKeyboardEvent(session, event) || HandleInputEvent(session, event) ||
+        HandleGeometryEvent(session, event)) {
+        return;
+    }
+    const std::uint8_t type = event.response_type & 0x7FU;
+    if (type == XCB_CLIENT_MESSAGE) {
+        HandleClientMessage(session, reinterpret_cast<const xcb_client_message_event_t&>(event));
+    } else if (type == XCB_DESTROY_NOTIFY) {
+        AppWindow* window = WindowOf(session, reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window);
+        if (window != nullptr) {
+            DestroyAppWindow(*window);
+        }
+    } else if (session.randrEvent != 0 &&
+               (type == session.randrEvent || type == session.randrEvent + XCB_RANDR_NOTIFY)) {
+        session.loop.displayChangeDueNs = MonotonicNs() + displaySettleNs;
+    }
+}
+
+void ReadEvents(Session& session) {
+    xcb_connection_t* connection = session.connection.get();
+    while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
+        HandleEvent(session, *event);
+    }
+    ApplyKeyboardMapping(session);
+    RestoreStacking(session);
+    xcb_flush(connection);
+}
+
+bool DispatchQueued(Session& session) {
+    bool any = false;
+    while (!session.loop.queue.empty()) {
+        const Message next = session.loop.queue.front();
+        session.loop.queue.pop_front();
+        if (IsKnown(session, next.window)) {
+            session.input.heldModifiers = next.heldModifiers.value_or(session.input.heldModifiers);
+            Send(*next.window, next.code, next.wParam, next.lParam);
+        }
+        any = true;
+    }
+    return any;
+}
+
+void QueueSettledDisplayChange(Session& session, std::int64_t nowNs) {
+    if (session.loop.displayChangeDueNs == 0 || nowNs < session.loop.displayChangeDueNs) {
+        return;
+    }
+    session.loop.displayChangeDueNs = 0;
+    for (AppWindow* window : session.windows) {
+        session.loop.queue.push_back({window, message::displayChange, 0, 0});
+    }
+}
+
+/// Dispatches the timer that has been due the longest. Ticks that a late timer has missed are dropped.
+bool DispatchTimer(Session& session, std::int64_t nowNs) {
+    const auto first = std::min_element(session.loop.timers.begin(), session.loop.timers.end(),
+                                        [](const Timer& a, const Timer& b) { return a.dueNs < b.dueNs; });
+    if (first == session.loop.timers.end() || first->dueNs > nowNs) {
+        return false;
+    }
+    first->dueNs = std::max(first->dueNs + first->periodNs, nowNs + 1);
+    const Timer due = *first;
+    Send(*due.window, message::timer, due.id);
+    return true;
+}
+
+/// Nanoseconds until a timer or a display change is due, -1 if none is.
+std::int64_t NextDueNs(const Session& session, std::int64_t nowNs) {
+    std::int64_t due = session.loop.displayChangeDueNs == 0 ? INT64_MAX : session.loop.displayChangeDueNs;
+    for (const Timer& timer : session.loop.timers) {
+        due = std::min(due, timer.dueNs);
+    }
+    return due == INT64_MAX ? -1 : std::max<std::int64_t>(due - nowNs, 0);
+}
+
+void RequestEnd() {
+    if (endRequest != nullptr) {
+        endRequest();
+    } else {
+        PostQuit(0);
+    }
+}
+
+void ReadEndSignals() {
+    signalfd_siginfo signal{};
+    bool any = false;
+    while (read(EndSignals(), &signal, sizeof signal) == static_cast<ssize_t>(sizeof signal)) {
+        any = true;
+    }
+    if (any) {
+        RequestEnd();
+    }
+}
+
+/// Without a server nothing can be shown: requests the end of the program, with exit code 1 unless the program sets
+/// another one.
+bool EndOnLostServer(Session& session) {
+    if (session.loop.serverLost || xcb_connection_has_error(session.connection.get()) == 0) {
+        return false;
+    }
+    session.loop.serverLost = true;
+    PostQuit(1);
+    RequestEnd();
+    return true;
+}
+
+void WaitForWork(Session& session) {
+    const std::int64_t waitNs = NextDueNs(session, MonotonicNs());
+    const timespec wait{waitNs / 1'000'000'000, waitNs % 1'000'000'000};
+    std::array<pollfd, 2> sources{pollfd{xcb_get_file_descriptor(session.connection.get()), POLLIN, 0},
+                                  pollfd{EndSignals(), POLLIN, 0}};
+    if (ppoll(sources.data(), sources.size(), waitNs < 0 ? nullptr : &wait, nullptr) > 0 && sources[1].revents != 0) {
+        ReadEndSignals();
+    }
+}
+
+bool RunStep(Session& session) {
+    if (DispatchQueued(session)) {
+        return true;
+    }
+    if (session.loop.quitting) {
+        return false;
+    }
+    ReadEvents(session);
+    const std::int64_t nowNs = MonotonicNs();
+    QueueSettledDisplayChange(session, nowNs);
+    if (session.loop.queue.empty() && !EndOnLostServer(session) && !DispatchTimer(session, nowNs) &&
+        !DispatchPaint(session)) {
+        WaitForWork(session);
+    }
+    return true;
+}
+
+}  // namespace
+
+std::intptr_t Send(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
+    if (window.procedure == nullptr) {
+        return 0;
+    }
+    try {
+        return window.procedure(window, code, wParam, lParam);
+    } catch (...) {
+        // As if it had not been handled, except that no window is closed by default. The window may be gone by now.
+        return code == message::hitTest ? hitCode::client : 0;
+    }
+}
+
+void RemoveMessages(MessageLoop& loop, const AppWindow& window) {
+    std::erase_if(loop.timers, [&](const Timer& timer) { return timer.window == &window; });
+    std::erase_if(loop.queue, [&](const Message& waiting) { return waiting.window == &window; });
+}
+
+void BlockEndSignals() { EndSignals(); }
+
+bool RunLoopOnce(Session& session) {
+    try {
+        return RunStep(session);
+    } catch (const std::bad_alloc&) {
+        // An event is lost if there is no memory; the program goes on.
+        constexpr timespec pause{0, 10 * nsPerMs};
+        clock_nanosleep(CLOCK_MONOTONIC, 0, &pause, nullptr);
+        return true;
+    }
+}
+
+}  // namespace x11
+
+void StartTimer(AppWindow& window, std::uintptr_t id, std::uint32_t periodMs) {
+    StopTimer(window, id);
+    const std::int64_t periodNs = std::max<std::int64_t>(periodMs, 1) * x11::nsPerMs;
+    x11::CurrentSession().loop.timers.push_back({&window, id, periodNs, MonotonicNs() + periodNs});
+}
+
+void StopTimer(AppWindow& window, std::uintptr_t id) {
+    std::erase_if(x11::CurrentSession().loop.timers,
+                  [&](const x11::Timer& timer) { return timer.window == &window && timer.id == id; });
+}
+
+void PostQuit(int code) {
+    x11::CurrentSession().loop.quitting = true;
+    x11::CurrentSession().loop.quitCode = code;
+}
+
+void SetEndRequest(void (*request)()) { x11::endRequest = request; }
+
+int RunMessageLoop() {
+    x11::Session& session = x11::CurrentSession();
+    while (x11::RunLoopOnce(session)) {
+    }
+    session.loop.quitting = false;
+    return session.loop.quitCode;
+}
+
+}  // namespace zv

@@ -1,0 +1,58 @@
+// The messages, the timers and the loop that dispatches them.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <vector>
+
+#include "platform/Window.h"
+
+namespace zv::x11 {
+
+struct Session;
+
+struct Timer {
+    AppWindow* window = nullptr;
+    std::uintptr_t id = 0;
+    std::int64_t periodNs = 0;
+    std::int64_t dueNs = 0;
+};
+
+struct Message {
+    AppWindow* window = nullptr;
+    std::uint32_t code = message::null;
+    std::uintptr_t wParam = 0;
+    std::intptr_t lParam = 0;
+    /// Bits of keyModifier at the time of the user's input. Several events are read at once.
+    std::optional<std::uint32_t> heldModifiers = std::nullopt;
+};
+
+struct MessageLoop {
+    std::deque<Message> queue;
+    std::vector<Timer> timers;
+    std::int64_t displayChangeDueNs = 0;  ///< 0: none is pending
+    bool serverLost = false;
+    bool quitting = false;
+    int quitCode = 0;
+};
+
+/// Two coordinates in an lParam.
+inline std::intptr_t MakeLParam(int low, int high) {
+    return static_cast<std::intptr_t>(static_cast<std::uint32_t>(low & 0xFFFF) |
+                                      static_cast<std::uint32_t>(high & 0xFFFF) << 16U);
+}
+
+/// Calls the window's procedure. An exception ends here and counts as a message that was not handled.
+std::intptr_t Send(AppWindow& window, std::uint32_t code, std::uintptr_t wParam = 0, std::intptr_t lParam = 0);
+
+/// Removes the window's messages and timers.
+void RemoveMessages(MessageLoop& loop, const AppWindow& window);
+
+/// Blocks the signals that end the program, in this thread and all that it starts later; the loop reads them.
+void BlockEndSignals();
+
+/// One iteration, which waits if nothing is due. Returns false when the loop has to end.
+bool RunLoopOnce(Session& session);
+
+}  // namespace zv::x11

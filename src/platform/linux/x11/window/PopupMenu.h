@@ -1,0 +1,9 @@
+// The open menu.
+#pragma once
+
+namespace zv::x11 {
+
+/// Closes it without a choice. Does nothing if no menu is open.
+void CloseMenu();
+
+}  // namespace zv::x11

@@ -1,0 +1,345 @@
+#include "platform/linux/x11/window/WindowGeometry.h"
+
+#include <xcb/composite.h>
+#include <xcb/xcb_icccm.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <utility>
+
+#include "platform/Window.h"
+#include "platform/linux/cairo/IconPixels.h"
+#include "platform/linux/x11/Extensions.h"
+#include "platform/linux/x11/capture/ExcludedWindows.h"
+#include "platform/linux/x11/window/Session.h"
+#include "platform/linux/x11/window/WindowStacking.h"
+
+namespace zv {
+namespace x11 {
+namespace {
+
+/// Makes the server keep a pixmap of every top-level window, also of its covered parts: captures read the content from
+/// there that our windows occlude. Called before ours are shown.
+void RedirectWindows(Session& session) {
+    xcb_connection_t* connection = session.connection.get();
+    if (session.redirected || !HasExtension(connection, xcb_composite_id)) {
+        return;
+    }
+    xcb_discard_reply(connection, xcb_composite_query_version(connection, 0, 4).sequence);
+    xcb_composite_redirect_subwindows(connection, session.screen->root, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+    session.redirected = true;
+}
+
+bool AnyExcludedShown(const Session& session) {
+    return std::any_of(session.windows.begin(), session.windows.end(),
+                       [](const AppWindow* window) { return window->excluded && window->shown; });
+}
+
+/// A full-screen game is faster without redirection. Without a compositor the change makes every window repaint, which
+/// is visible, so the redirection stays then.
+void UnredirectWindows(Session& session) {
+    const auto composited = [&] {
+        return SelectionOwner(session, session.atoms.compositorSelection).value_or(XCB_WINDOW_NONE) != XCB_WINDOW_NONE;
+    };
+    if (session.redirected && !AnyExcludedShown(session) && composited()) {
+        session.redirected = false;
+        xcb_composite_unredirect_subwindows(session.connection.get(), session.screen->root,
+                                            XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+    }
+}
+
+/// Called before the server maps the window.
+void PrepareShow(Session& session, AppWindow& window) {
+    if (window.excluded) {
+        RecordBounds(window.id, window.bounds);
+        RedirectWindows(session);
+    }
+    if (window.shown) {
+        return;
+    }
+    Send(window, message::showWindow, 1);
+    window.shown = true;
+    window.mustPaint = true;
+}
+
+void MapWindow(Session& session, AppWindow& window) {
+    xcb_map_window(session.connection.get(), window.id);
+    if (window.topmost) {
+        SelectStackingEvents(session);
+    }
+    xcb_flush(session.connection.get());
+}
+
+void HandleUnmapped(Session& session, AppWindow& window) {
+    window.viewable = false;
+    if (session.input.mouseCapture == &window) {
+        ReleaseMouse(window);
+    }
+    if (!window.shown) {
+        RecordHidden(window.id);
+        UnredirectWindows(session);
+        SelectStackingEvents(session);
+    }
+}
+
+void QueueSize(AppWindow& window, int width, int height) {
+    if (window.width == width && window.height == height) {
+        return;
+    }
+    window.width = width;
+    window.height = height;
+    window.mustPaint = true;
+    CurrentSession().loop.queue.push_back({&window, message::size, 0, MakeLParam(width, height)});
+}
+
+void SetBounds(AppWindow& window, const Rectangle& bounds) {
+    window.bounds = bounds;
+    if (window.excluded && window.shown) {
+        RecordBounds(window.id, bounds);
+    }
+}
+
+void Configure(AppWindow& window, const Rectangle& bounds, bool raise) {
+    const std::int32_t width = std::max(bounds.Width(), 1);
+    const std::int32_t height = std::max(bounds.Height(), 1);
+    SetBounds(window, {bounds.left, bounds.top, bounds.left + width, bounds.top + height});
+    const std::array<std::uint32_t, 5> values{static_cast<std::uint32_t>(bounds.left),
+                                              static_cast<std::uint32_t>(bounds.top), static_cast<std::uint32_t>(width),
+                                              static_cast<std::uint32_t>(height), XCB_STACK_MODE_ABOVE};
+    const unsigned geometry =
+        XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT;
+    const unsigned mask = raise ? geometry | XCB_CONFIG_WINDOW_STACK_MODE : geometry;
+    const xcb_void_cookie_t request = xcb_configure_window(CurrentSession().connection.get(), window.id,
+                                                           static_cast<std::uint16_t>(mask), values.data());
+    window.configureSequence = request.sequence;
+}
+
+/// The DPI that the desktop has written into the screen's resources.
+int ReadDpi(Session& session) {
+    constexpr std::uint32_t mostUnits = 65536;
+    xcb_connection_t* connection = session.connection.get();
+    const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+        connection,
+        xcb_get_property(connection, 0, session.screen->root, XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING, 0, mostUnits),
+        nullptr));
+    const std::string text = reply ? std::string(static_cast<const char*>(xcb_get_property_value(reply.get())),
+                                                 static_cast<std::size_t>(xcb_get_property_value_length(reply.get())))
+                                   : std::string();
+    const std::string key = "Xft.dpi:";
+    const std::size_t at = text.starts_with(key) ? 0 : text.find("\n" + key);
+    const double dpi = at == std::string::npos ? 0 : std::atof(text.c_str() + text.find(key, at) + key.size());
+    return dpi >= 48 && dpi <= 960 ? static_cast<int>(dpi + 0.5) : 96;
+}
+
+void HandleProperty(Session& session, const xcb_property_notify_event_t& event) {
+    if (event.window == session.screen->root && event.atom == XCB_ATOM_RESOURCE_MANAGER) {
+        UpdateDpi(session);
+    }
+}
+
+/// Handles an event about a child of the root.
+void HandleForeignWindow(Session& session, xcb_window_t window) {
+    session.foreignStackChanged = session.foreignStackChanged || WindowOf(session, window) == nullptr;
+}
+
+/// Ignores an event that is older than our last request.
+void UpdateBounds(AppWindow& window, const Rectangle& bounds, std::uint32_t eventNumber) {
+    if (window.bare && window.bounds != bounds &&
+        static_cast<std::int32_t>(eventNumber - window.configureSequence) >= 0) {
+        SetBounds(window, bounds);
+    }
+}
+
+void HandleConfigure(Session& session, const xcb_configure_notify_event_t& event, std::uint32_t number) {
+    if (event.event != event.window) {
+        HandleForeignWindow(session, event.window);
+    } else if (AppWindow* window = WindowOf(session, event.window)) {
+        UpdateBounds(*window, {event.x, event.y, event.x + event.width, event.y + event.height}, number);
+        QueueSize(*window, event.width, event.height);
+    }
+}
+
+void HandleMap(Session& session, const xcb_map_notify_event_t& event) {
+    if (event.event != event.window) {
+        HandleForeignWindow(session, event.window);
+    } else if (AppWindow* window = WindowOf(session, event.window)) {
+        window->viewable = true;
+        window->mustPaint = true;
+    }
+}
+
+}  // namespace
+
+void UpdateDpi(Session& session) {
+    const int before = std::exchange(session.dpi, ReadDpi(session));
+    for (AppWindow* window : session.windows) {
+        if (before == session.dpi) {
+            return;
+        }
+        Rectangle bounds = WindowBounds(*window);
+        bounds.right = bounds.left + bounds.Width() * session.dpi / before;
+        bounds.bottom = bounds.top + bounds.Height() * session.dpi / before;
+        window->suggestedBounds = bounds;
+        session.loop.queue.push_back({window, message::dpiChanged,
+                                      static_cast<std::uintptr_t>(MakeLParam(session.dpi, session.dpi)),
+                                      reinterpret_cast<std::intptr_t>(&window->suggestedBounds)});
+    }
+}
+
+void ReleaseWindowState(Session& session, AppWindow& window) {
+    if (session.input.mouseCapture == &window) {
+        session.input.mouseCapture = nullptr;
+    }
+    window.shown = false;
+    RestoreFocus(session, window);
+    if (window.excluded) {
+        xcb_connection_t* connection = session.connection.get();
+        xcb_unmap_window(connection, window.id);
+        Synchronize(session);
+        RecordHidden(window.id);
+        UnregisterExcluded(window.id);
+    }
+}
+
+bool HandleGeometryEvent(Session& session, const xcb_generic_event_t& event) {
+    switch (event.response_type & 0x7FU) {
+        case XCB_EXPOSE:
+            if (AppWindow* window = WindowOf(session, reinterpret_cast<const xcb_expose_event_t&>(event).window)) {
+                window->mustPaint = true;
+            }
+            return true;
+        case XCB_CONFIGURE_NOTIFY:
+            HandleConfigure(session, reinterpret_cast<const xcb_configure_notify_event_t&>(event), event.full_sequence);
+            return true;
+        case XCB_MAP_NOTIFY:
+            HandleMap(session, reinterpret_cast<const xcb_map_notify_event_t&>(event));
+            return true;
+        case XCB_UNMAP_NOTIFY: {
+            const auto& unmapped = reinterpret_cast<const xcb_unmap_notify_event_t&>(event);
+            AppWindow* window = unmapped.event == unmapped.window ? WindowOf(session, unmapped.window) : nullptr;
+            if (window != nullptr) {
+                HandleUnmapped(session, *window);
+            }
+            return true;
+        }
+        case XCB_PROPERTY_NOTIFY:
+            HandleProperty(session, reinterpret_cast<const xcb_property_notify_event_t&>(event));
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace x11
+
+void ShowWindowPlain(AppWindow& window) {
+    x11::Session& session = x11::CurrentSession();
+    x11::PrepareShow(session, window);
+    x11::MapWindow(session, window);
+}
+
+void ShowWithoutActivating(AppWindow& window) { ShowWindowPlain(window); }
+
+void ShowInFront(AppWindow& window) {
+    x11::Session& session = x11::CurrentSession();
+    ShowWindowPlain(window);
+    x11::RaiseAndActivate(session, window);
+}
+
+void HideWindow(AppWindow& window) {
+    x11::Session& session = x11::CurrentSession();
+    if (window.shown) {
+        x11::Send(window, message::showWindow, 0);
+    }
+    window.shown = false;
+    x11::RestoreFocus(session, window);
+    xcb_unmap_window(session.connection.get(), window.id);
+    // Tells the window manager that the window is withdrawn, also while it is an icon.
+    xcb_unmap_notify_event_t withdrawn{};
+    withdrawn.response_type = XCB_UNMAP_NOTIFY;
+    withdrawn.event = session.screen->root;
+    withdrawn.window = window.id;
+    xcb_send_event(session.connection.get(), 0, session.screen->root,
+                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                   reinterpret_cast<const char*>(&withdrawn));
+    xcb_flush(session.connection.get());
+}
+
+bool IsWindowShown(AppWindow& window) { return window.shown && !window.destroyed; }
+
+bool IsWindowIcon(AppWindow& window) {
+    x11::Session& session = x11::CurrentSession();
+    return window.shown &&
+           x11::ReadNumberProperty(session, window.id, session.atoms.wmState) == XCB_ICCCM_WM_STATE_ICONIC;
+}
+
+void ShowTopmostAt(AppWindow& window, const Rectangle& bounds) {
+    x11::Session& session = x11::CurrentSession();
+    window.topmost = true;
+    x11::Configure(window, bounds, true);
+    x11::QueueSize(window, bounds.Width(), bounds.Height());
+    x11::PrepareShow(session, window);
+    x11::MapWindow(session, window);
+}
+
+void PlaceWindow(AppWindow& window, const Rectangle& bounds) {
+    x11::Configure(window, bounds, false);
+    if (window.bare) {
+        x11::QueueSize(window, bounds.Width(), bounds.Height());
+    }
+    xcb_flush(x11::CurrentSession().connection.get());
+}
+
+Rectangle ClientBounds(AppWindow& window) {
+    x11::Session& session = x11::CurrentSession();
+    xcb_connection_t* connection = session.connection.get();
+    const auto sizeCookie = xcb_get_geometry(connection, window.id);
+    const auto originCookie = xcb_translate_coordinates(connection, window.id, session.screen->root, 0, 0);
+    const auto size = x11::Adopt(xcb_get_geometry_reply(connection, sizeCookie, nullptr));
+    const auto origin = x11::Adopt(xcb_translate_coordinates_reply(connection, originCookie, nullptr));
+    if (!size || !origin) {
+        return {};
+    }
+    return {origin->dst_x, origin->dst_y, origin->dst_x + size->width, origin->dst_y + size->height};
+}
+
+Rectangle WindowBounds(AppWindow& window) { return ClientBounds(window); }
+
+int DpiOfWindow(AppWindow&) { return x11::CurrentSession().dpi; }
+
+void ExcludeFromCapture(AppWindow& window) {
+    window.excluded = true;
+    x11::RegisterExcluded(window.id);
+    if (window.shown) {
+        x11::RecordBounds(window.id, window.bounds);
+        x11::RedirectWindows(x11::CurrentSession());
+    }
+}
+
+void SetDarkFrame(AppWindow& window) {
+    x11::Session& session = x11::CurrentSession();
+    constexpr char dark[] = "dark";
+    xcb_change_property(session.connection.get(), XCB_PROP_MODE_REPLACE, window.id, session.atoms.gtkThemeVariant,
+                        session.atoms.utf8String, 8, sizeof dark - 1, dark);
+    xcb_flush(session.connection.get());
+}
+
+void SetWindowIcons(AppWindow& window, const AppIcon* big, const AppIcon* little) {
+    x11::Session& session = x11::CurrentSession();
+    std::vector<std::uint32_t> numbers;
+    for (const AppIcon* icon : {big, little}) {
+        if (icon != nullptr) {
+            numbers.insert(numbers.end(), 2, static_cast<std::uint32_t>(icon->size));
+            numbers.insert(numbers.end(), icon->pixels.begin(), icon->pixels.end());
+        }
+    }
+    if (numbers.empty()) {
+        return;
+    }
+    xcb_change_property(session.connection.get(), XCB_PROP_MODE_REPLACE, window.id, session.atoms.netWmIcon,
+                        XCB_ATOM_CARDINAL, 32, static_cast<std::uint32_t>(numbers.size()), numbers.data());
+    xcb_flush(session.connection.get());
+}
+
+}  // namespace zv

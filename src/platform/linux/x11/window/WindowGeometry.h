@@ -1,0 +1,21 @@
+// Visibility, position, size and DPI of the windows, and their exclusion from captures.
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include "platform/Window.h"
+
+namespace zv::x11 {
+
+struct Session;
+
+/// Turns an event into messages. Returns true if it was one of size, position, visibility or stacking.
+bool HandleGeometryEvent(Session& session, const xcb_generic_event_t& event);
+
+/// Reads the session's DPI. Queues message::dpiChanged for all windows if it has changed.
+void UpdateDpi(Session& session);
+
+/// Releases mouse, focus and exclusion of a window that is about to be destroyed.
+void ReleaseWindowState(Session& session, AppWindow& window);
+
+}  // namespace zv::x11

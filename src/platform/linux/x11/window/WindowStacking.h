@@ -1,0 +1,26 @@
+// The stacking order of the windows, and the keyboard focus where no window manager assigns it.
+//
+// No window manager covers a bare window on purpose. If another client covers a topmost one, it is raised again, at
+// most a few times a second.
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include "platform/Window.h"
+
+namespace zv::x11 {
+
+struct Session;
+
+/// Receives the root's events about all windows while one of ours has to stay on top of them.
+void SelectStackingEvents(Session& session);
+
+/// Raises the topmost windows that others have covered since the last call.
+void RestoreStacking(Session& session);
+
+void RaiseAndActivate(Session& session, AppWindow& window);
+
+/// Gives the keyboard back to the window that had it before, if `window` still has it.
+void RestoreFocus(Session& session, AppWindow& window);
+
+}  // namespace zv::x11
