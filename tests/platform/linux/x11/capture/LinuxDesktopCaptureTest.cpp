@@ -1,4 +1,4 @@
-// The duplication of a real X screen, on a private server of each test's own.
+// The duplication of a real X screen. Each test has a private server.
 #include <errno.h>
 #include <gtest/gtest.h>
 #include <xcb/randr.h>
@@ -21,7 +21,7 @@
 namespace zv {
 namespace {
 
-/// Somebody else who draws on the screen.
+/// Another client that draws on the screen.
 class Drawer {
 public:
     Drawer() : connection_(xcb_connect(nullptr, nullptr)) {
@@ -36,10 +36,10 @@ public:
                                         static_cast<std::uint16_t>(part.bottom - part.top)};
         xcb_change_gc(connection_.get(), context_, XCB_GC_FOREGROUND, &color);
         xcb_poly_fill_rectangle(connection_.get(), screen_->root, context_, 1, &rectangle);
-        Settle();
+        Synchronize();
     }
-    /// Returns when the server has done all of it.
-    void Settle() {
+    /// Returns when the server has executed all requests.
+    void Synchronize() {
         std::free(xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
     }
 
@@ -63,8 +63,8 @@ struct DesktopOnX : testing::Test {
                                      static_cast<std::uint32_t>(record.bottom - record.top), surface),
                   resultOk);
     }
-    /// The next image within the time, copied.
-    Acquire Take(std::uint32_t timeoutMs) {
+    /// Acquires and copies the next image.
+    Acquire AcquireAndCopy(std::uint32_t timeoutMs) {
         Owned<DesktopImage> image;
         const Acquire outcome = AcquireImage(*duplication, timeoutMs, image, code);
         if (outcome == Acquire::Acquired) {
@@ -73,10 +73,10 @@ struct DesktopOnX : testing::Test {
         }
         return outcome;
     }
-    /// Takes images until one fails, as a capture does at each tick.
-    Acquire TakeUntilFailure() {
+    /// Acquires images until one fails, as a capture does at each tick.
+    Acquire AcquireUntilFailure() {
         for (int tries = 0; tries < 3000; ++tries) {
-            if (Take(20) == Acquire::Failed) {
+            if (AcquireAndCopy(20) == Acquire::Failed) {
                 return Acquire::Failed;
             }
         }
@@ -87,7 +87,7 @@ struct DesktopOnX : testing::Test {
         std::memcpy(&pixel, surface->pixels + static_cast<std::size_t>(y) * surface->stride + 4 * x, 4);
         return pixel & 0xFFFFFFU;
     }
-    /// Counts the pixels of a part that have that colour.
+    /// Counts the pixels of that colour in a part.
     int Count(const Rectangle& part, std::uint32_t color) const {
         int count = 0;
         for (int y = part.top; y < part.bottom; ++y) {
@@ -127,52 +127,52 @@ TEST_F(DesktopOnX, IsDeliveredWholeAtOnceAndThenOnlyWhenItChanges) {
     drawer->Fill({0, 0, 640, 480}, 0x102030);
     drawer->Fill({100, 50, 300, 250}, 0xC08040);
     Open();
-    ASSERT_EQ(Take(0), Acquire::Acquired);
+    ASSERT_EQ(AcquireAndCopy(0), Acquire::Acquired);
     EXPECT_EQ(Count({100, 50, 300, 250}, 0xC08040), 200 * 200);
     EXPECT_EQ(Count({0, 0, 640, 480}, 0x102030), 640 * 480 - 200 * 200);
-    EXPECT_EQ(Take(0), Acquire::Timeout);
-    EXPECT_EQ(Take(20), Acquire::Timeout);
+    EXPECT_EQ(AcquireAndCopy(0), Acquire::Timeout);
+    EXPECT_EQ(AcquireAndCopy(20), Acquire::Timeout);
     drawer->Fill({10, 400, 20, 410}, 0xFFFFFF);
-    ASSERT_EQ(Take(5000), Acquire::Acquired);
+    ASSERT_EQ(AcquireAndCopy(5000), Acquire::Acquired);
     EXPECT_EQ(Count({0, 0, 640, 480}, 0xFFFFFF), 100);
     EXPECT_EQ(Count({10, 400, 20, 410}, 0xFFFFFF), 100);
-    EXPECT_EQ(Take(0), Acquire::Timeout);
+    EXPECT_EQ(AcquireAndCopy(0), Acquire::Timeout);
 }
 
-TEST_F(DesktopOnX, TellsWhichPartChanged) {
+TEST_F(DesktopOnX, ReportsTheChangedPart) {
     Start("640x480x24");
     Open();
-    ASSERT_EQ(Take(0), Acquire::Acquired);
+    ASSERT_EQ(AcquireAndCopy(0), Acquire::Acquired);
     surface->changed.Clear();
     drawer->Fill({33, 44, 55, 66}, 0xABCDEF);
-    ASSERT_EQ(Take(5000), Acquire::Acquired);
+    ASSERT_EQ(AcquireAndCopy(5000), Acquire::Acquired);
     ASSERT_EQ(surface->changed.Rectangles().size(), 1U);
     EXPECT_EQ(surface->changed.Rectangles()[0], (Rectangle{33, 44, 55, 66}));
 }
 
-TEST_F(DesktopOnX, ManySmallChangesAllArrive) {
+TEST_F(DesktopOnX, DeliversManySmallChanges) {
     Start("640x480x24");
     Open();
-    ASSERT_EQ(Take(0), Acquire::Acquired);
+    ASSERT_EQ(AcquireAndCopy(0), Acquire::Acquired);
     for (int index = 0; index < 40; ++index) {
         drawer->Fill({index * 16, index * 12, index * 16 + 4, index * 12 + 4}, 0x00FF00);
     }
-    ASSERT_EQ(Take(5000), Acquire::Acquired);
-    while (Take(0) == Acquire::Acquired) {
+    ASSERT_EQ(AcquireAndCopy(5000), Acquire::Acquired);
+    while (AcquireAndCopy(0) == Acquire::Acquired) {
     }
     EXPECT_EQ(Count({0, 0, 640, 480}, 0x00FF00), 40 * 16);
 }
 
-TEST_F(DesktopOnX, WaitsForAChangeAsLongAsItIsAllowed) {
+TEST_F(DesktopOnX, WaitsForAChangeUntilTheTimeout) {
     Start("640x480x24");
     Open();
-    ASSERT_EQ(Take(0), Acquire::Acquired);
+    ASSERT_EQ(AcquireAndCopy(0), Acquire::Acquired);
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(Take(60), Acquire::Timeout);
+    EXPECT_EQ(AcquireAndCopy(60), Acquire::Timeout);
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(59));
 }
 
-TEST_F(DesktopOnX, SharesItsStorageWithTheCaptureSurfaceOfTheSameSize) {
+TEST_F(DesktopOnX, SharesItsMemoryWithACaptureSurfaceOfTheSameSize) {
     Start("640x480x24");
     Open();
     EXPECT_EQ(surface->pixels, device->duplicated.memory.get());
@@ -181,7 +181,7 @@ TEST_F(DesktopOnX, SharesItsStorageWithTheCaptureSurfaceOfTheSameSize) {
     EXPECT_NE(other->pixels, device->duplicated.memory.get());
 }
 
-TEST_F(DesktopOnX, AnImageIsGivenBackBeforeTheNextOne) {
+TEST_F(DesktopOnX, FailsToAcquireWhileAnImageIsHeld) {
     Start("640x480x24");
     Open();
     Owned<DesktopImage> image;
@@ -189,28 +189,28 @@ TEST_F(DesktopOnX, AnImageIsGivenBackBeforeTheNextOne) {
     EXPECT_EQ(AcquireImage(*duplication, 0, image, code), Acquire::Failed);
     EXPECT_EQ(CodeOf(code), 0x887A0001U);
     ReleaseImage(*duplication);
-    EXPECT_EQ(Take(0), Acquire::Timeout);
+    EXPECT_EQ(AcquireAndCopy(0), Acquire::Timeout);
 }
 
-TEST_F(DesktopOnX, AKilledServerEndsTheCaptureAndNothingElse) {
+TEST_F(DesktopOnX, FailsWithACodeWhenTheServerIsKilled) {
     Start("640x480x24");
     Open();
-    ASSERT_EQ(Take(0), Acquire::Acquired);
+    ASSERT_EQ(AcquireAndCopy(0), Acquire::Acquired);
     server->Kill();
-    EXPECT_EQ(TakeUntilFailure(), Acquire::Failed);
+    EXPECT_EQ(AcquireUntilFailure(), Acquire::Failed);
     EXPECT_EQ(CodeOf(code), 0x80070000U | EPIPE);
     duplication.reset();
     EXPECT_EQ(CodeOf(MakeGraphicsDevice(*output, device)), 0x80070000U | EPIPE);
     EXPECT_NE(OpenGraphicsFactory(factory), resultOk);
 }
 
-TEST_F(DesktopOnX, AServerKilledDuringTheWaitEndsItAtOnce) {
+TEST_F(DesktopOnX, StopsWaitingWhenTheServerIsKilled) {
     Start("640x480x24");
     Open();
-    ASSERT_EQ(Take(0), Acquire::Acquired);
+    ASSERT_EQ(AcquireAndCopy(0), Acquire::Acquired);
     server->Kill();
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(Take(60000), Acquire::Failed);
+    EXPECT_EQ(AcquireAndCopy(60000), Acquire::Failed);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
 }
 
@@ -225,46 +225,46 @@ struct ChangingDesktop : DesktopOnX {
 };
 
 TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorShrinks) {
-    ASSERT_EQ(Take(0), Acquire::Acquired);
+    ASSERT_EQ(AcquireAndCopy(0), Acquire::Acquired);
     Resize("1024x768");
-    EXPECT_EQ(TakeUntilFailure(), Acquire::Failed);
+    EXPECT_EQ(AcquireUntilFailure(), Acquire::Failed);
     EXPECT_EQ(CodeOf(code), 0x80070000U | ESTALE);
 }
 
 TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorGrows) {
-    ASSERT_EQ(Take(0), Acquire::Acquired);
+    ASSERT_EQ(AcquireAndCopy(0), Acquire::Acquired);
     Resize("1920x1080");
-    EXPECT_EQ(TakeUntilFailure(), Acquire::Failed) << "the old part of the screen can still be grabbed";
+    EXPECT_EQ(AcquireUntilFailure(), Acquire::Failed) << "the old part of the screen can still be grabbed";
     EXPECT_EQ(CodeOf(code), 0x80070000U | ESTALE);
 }
 
 TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorChangedBeforeTheFirstImage) {
     Resize("1920x1080");
-    EXPECT_EQ(Take(0), Acquire::Failed);
+    EXPECT_EQ(AcquireAndCopy(0), Acquire::Failed);
     EXPECT_EQ(CodeOf(code), 0x80070000U | ESTALE);
 }
 
 TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorChangedBetweenItsChoiceAndItsDuplication) {
-    // A connection of its own, to which the server tells nothing yet.
+    // A new connection, which has not selected any events yet.
     duplication.reset();
     ASSERT_EQ(OpenGraphicsFactory(factory), resultOk);
     ASSERT_EQ(LookUpOutput(*factory, 0, 0, record, output), OutputLookup::Found);
     ASSERT_EQ(MakeGraphicsDevice(*output, device), resultOk);
     Resize("1920x1080");
     ASSERT_EQ(OpenDuplication(*device, *output, duplication), resultOk);
-    EXPECT_EQ(Take(0), Acquire::Failed);
+    EXPECT_EQ(AcquireAndCopy(0), Acquire::Failed);
     EXPECT_EQ(CodeOf(code), 0x80070000U | ESTALE);
 }
 
 TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorIsGone) {
-    ASSERT_EQ(Take(0), Acquire::Acquired);
+    ASSERT_EQ(AcquireAndCopy(0), Acquire::Acquired);
     display.Change({"--setmonitor", "OTHER", "auto", "DUMMY0"});
     Resize("1920x1080");
-    EXPECT_EQ(TakeUntilFailure(), Acquire::Failed);
+    EXPECT_EQ(AcquireUntilFailure(), Acquire::Failed);
     EXPECT_EQ(CodeOf(code), 0x80070000U | ENODEV);
 }
 
-TEST_F(ChangingDesktop, AMonitorShowsItsOwnPartOfTheScreenOnly) {
+TEST_F(ChangingDesktop, DeliversOnlyItsMonitorsPartOfTheScreen) {
     duplication.reset();
     display.Change({"--setmonitor", "right", "500/100x400/100+300+100", "DUMMY0"});
     drawer = std::make_unique<Drawer>();
@@ -272,11 +272,11 @@ TEST_F(ChangingDesktop, AMonitorShowsItsOwnPartOfTheScreenOnly) {
     ASSERT_EQ(record.deviceName, u"right");
     EXPECT_EQ(record.left, 300);
     EXPECT_EQ(record.bottom, 500);
-    ASSERT_EQ(Take(0), Acquire::Acquired);
+    ASSERT_EQ(AcquireAndCopy(0), Acquire::Acquired);
     drawer->Fill({0, 0, 300, 600}, 0x0000FF);
-    EXPECT_EQ(Take(30), Acquire::Timeout) << "another monitor's change is not this one's";
+    EXPECT_EQ(AcquireAndCopy(30), Acquire::Timeout) << "another monitor's change is not this one's";
     drawer->Fill({290, 90, 310, 110}, 0xFF0000);
-    ASSERT_EQ(Take(5000), Acquire::Acquired);
+    ASSERT_EQ(AcquireAndCopy(5000), Acquire::Acquired);
     EXPECT_EQ(Count({0, 0, 10, 10}, 0xFF0000), 100);
     EXPECT_EQ(Count({0, 0, 500, 400}, 0xFF0000), 100);
 }

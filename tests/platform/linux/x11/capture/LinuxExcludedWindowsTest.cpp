@@ -1,4 +1,4 @@
-// Which places a capture has to cover: every one that a window was about to be at, from before until a while after.
+// The bounds that a capture has to mask: all that a window has had, from before it has them until some time after.
 #include "platform/linux/x11/capture/ExcludedWindows.h"
 
 #include <gmock/gmock.h>
@@ -19,7 +19,7 @@ constexpr Rectangle screen{0, 0, 1920, 1080};
 constexpr Rectangle first{10, 20, 110, 220};
 constexpr Rectangle second{200, 20, 300, 220};
 
-/// No place of one test counts in the next.
+/// Waits until no bounds of one test count in the next.
 class LinuxExcludedWindows : public testing::Test {
 protected:
     ~LinuxExcludedWindows() override {
@@ -29,60 +29,60 @@ protected:
             SleepMs(10);
         }
     }
-    static std::vector<Rectangle> Places(std::int64_t sinceNs, const Rectangle& area = screen) {
-        const Damage places = BoundsSince(sinceNs, area);
-        return {places.Rectangles().begin(), places.Rectangles().end()};
+    static std::vector<Rectangle> Bounds(std::int64_t sinceNs, const Rectangle& area = screen) {
+        const Damage bounds = BoundsSince(sinceNs, area);
+        return {bounds.Rectangles().begin(), bounds.Rectangles().end()};
     }
 
     const xcb_window_t window_ = 7;
 };
 
-TEST_F(LinuxExcludedWindows, NeverShownCoverNothing) { EXPECT_THAT(Places(SteadyNs()), IsEmpty()); }
+TEST_F(LinuxExcludedWindows, MaskNothingBeforeTheyAreShown) { EXPECT_THAT(Bounds(SteadyNs()), IsEmpty()); }
 
-TEST_F(LinuxExcludedWindows, CoverTheirPlaceForAsLongAsTheyAreThere) {
+TEST_F(LinuxExcludedWindows, MaskTheirBoundsWhileShown) {
     RecordBounds(window_, first);
-    EXPECT_THAT(Places(SteadyNs() + 100 * lingerNs), ElementsAre(first));
+    EXPECT_THAT(Bounds(SteadyNs() + 100 * lingerNs), ElementsAre(first));
     RecordBounds(window_, first);
-    EXPECT_THAT(Places(SteadyNs() + 100 * lingerNs), ElementsAre(first));
+    EXPECT_THAT(Bounds(SteadyNs() + 100 * lingerNs), ElementsAre(first));
 }
 
-TEST_F(LinuxExcludedWindows, CoverThePlaceThatTheyLeftForAWhile) {
+TEST_F(LinuxExcludedWindows, MaskTheOldBoundsForAWhileAfterAMove) {
     RecordBounds(window_, first);
     const std::int64_t beforeNs = SteadyNs();
     RecordBounds(window_, second);
     const std::int64_t afterNs = SteadyNs();
-    EXPECT_THAT(Places(beforeNs + lingerNs), UnorderedElementsAre(first, second));
-    EXPECT_THAT(Places(afterNs + lingerNs + 1), ElementsAre(second));
+    EXPECT_THAT(Bounds(beforeNs + lingerNs), UnorderedElementsAre(first, second));
+    EXPECT_THAT(Bounds(afterNs + lingerNs + 1), ElementsAre(second));
 }
 
-TEST_F(LinuxExcludedWindows, CoverThePlaceWhereTheyWereHiddenForAWhile) {
+TEST_F(LinuxExcludedWindows, MaskTheirBoundsForAWhileAfterHiding) {
     RecordBounds(window_, first);
     const std::int64_t beforeNs = SteadyNs();
     RecordHidden(window_);
     const std::int64_t afterNs = SteadyNs();
-    EXPECT_THAT(Places(beforeNs + lingerNs), ElementsAre(first));
-    EXPECT_THAT(Places(afterNs + lingerNs + 1), IsEmpty());
+    EXPECT_THAT(Bounds(beforeNs + lingerNs), ElementsAre(first));
+    EXPECT_THAT(Bounds(afterNs + lingerNs + 1), IsEmpty());
 }
 
-TEST_F(LinuxExcludedWindows, CoverNoMoreThanTheAreaThatIsAskedFor) {
+TEST_F(LinuxExcludedWindows, MaskOnlyTheRequestedArea) {
     RecordBounds(window_, {-40, -30, 50, 60});
-    EXPECT_THAT(Places(SteadyNs()), ElementsAre(Rectangle{0, 0, 50, 60}));
-    EXPECT_THAT(Places(SteadyNs(), {20, 10, 30, 100}), ElementsAre(Rectangle{20, 10, 30, 60}));
-    EXPECT_THAT(Places(SteadyNs(), {100, 100, 200, 200}), IsEmpty());
+    EXPECT_THAT(Bounds(SteadyNs()), ElementsAre(Rectangle{0, 0, 50, 60}));
+    EXPECT_THAT(Bounds(SteadyNs(), {20, 10, 30, 100}), ElementsAre(Rectangle{20, 10, 30, 60}));
+    EXPECT_THAT(Bounds(SteadyNs(), {100, 100, 200, 200}), IsEmpty());
 }
 
-TEST_F(LinuxExcludedWindows, CoverAlsoMorePlacesThanThereIsRoomFor) {
+TEST_F(LinuxExcludedWindows, MaskMoreBoundsThanThereAreRecords) {
     const std::int64_t beforeNs = SteadyNs();
     for (int at = 0; at < 500; at += 5) {
         RecordBounds(window_, {at, at, at + 20, at + 20});
     }
-    const Damage places = BoundsSince(beforeNs, screen);
+    const Damage bounds = BoundsSince(beforeNs, screen);
     for (int at = 0; at < 500; at += 5) {
-        EXPECT_TRUE(places.Holds({at, at, at + 20, at + 20})) << at;
+        EXPECT_TRUE(bounds.Holds({at, at, at + 20, at + 20})) << at;
     }
 }
 
-TEST_F(LinuxExcludedWindows, AreKnownWhileTheyAreHiddenUntilTheyEnd) {
+TEST_F(LinuxExcludedWindows, StayRegisteredWhileHiddenUntilDestroyed) {
     RegisterExcluded(window_);
     RegisterExcluded(window_);
     RecordBounds(window_, first);
@@ -92,21 +92,21 @@ TEST_F(LinuxExcludedWindows, AreKnownWhileTheyAreHiddenUntilTheyEnd) {
     EXPECT_EQ(ListExcluded().count, 0U);
 }
 
-TEST_F(LinuxExcludedWindows, AreCoveredAtEveryMomentOfAMove) {
-    const auto placeOf = [](int step) { return Rectangle{step % 100, 0, step % 100 + 20, 20}; };
+TEST_F(LinuxExcludedWindows, AreMaskedAtEveryMomentOfAMove) {
+    const auto boundsAt = [](int step) { return Rectangle{step % 100, 0, step % 100 + 20, 20}; };
     std::atomic<int> at = 0;
     std::atomic<bool> over = false;
     bool always = true;
-    RecordBounds(window_, placeOf(at));
+    RecordBounds(window_, boundsAt(at));
     std::thread capture([&] {
         while (!over) {
             const std::int64_t sinceNs = SteadyNs();
-            const Rectangle place = placeOf(at);
-            always = always && BoundsSince(sinceNs, screen).Holds(place);
+            const Rectangle bounds = boundsAt(at);
+            always = always && BoundsSince(sinceNs, screen).Holds(bounds);
         }
     });
     for (int step = 0; step < 20'000; ++step) {
-        RecordBounds(window_, placeOf(step));
+        RecordBounds(window_, boundsAt(step));
         at = step;
     }
     over = true;

@@ -1,5 +1,5 @@
-// The program's own windows in its own captures: not there, and what lies beneath them is, moving or still, whether a
-// compositor runs or not.
+// The program's own windows are masked in its own captures and screenshots by the content that they occlude, with and
+// without a compositor.
 #include <gtest/gtest.h>
 #include <png.h>
 #include <xcb/shape.h>
@@ -59,7 +59,7 @@ std::intptr_t PaintRed(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
 class LinuxOwnWindows : public testing::TestWithParam<bool> {
 protected:
     LinuxOwnWindows() {
-        // What a test before this one has noted is of another screen.
+        // Bounds that an earlier test has recorded are of another screen.
         EXPECT_TRUE(support::WaitUntil([] { return x11::BoundsSince(SteadyNs(), {0, 0, width, height}).Empty(); }));
         setenv("DISPLAY", display_.Name().c_str(), 1);
         SetEndRequest(nullptr);
@@ -99,46 +99,46 @@ protected:
         StopTimer(window, checkTimer);
         return condition();
     }
-    void Show(AppWindow& window, const Rectangle& place) {
-        ShowTopmostAt(window, place);
-        ASSERT_TRUE(RunUntil(window, [&] { return other_->PixelAt(place.right - 1, place.bottom - 1) == red; }));
+    void Show(AppWindow& window, const Rectangle& bounds) {
+        ShowTopmostAt(window, bounds);
+        ASSERT_TRUE(RunUntil(window, [&] { return other_->PixelAt(bounds.right - 1, bounds.bottom - 1) == red; }));
     }
 
-    /// Until the screen shows it no more.
-    void Hide(AppWindow& window, const Rectangle& place) {
+    /// Waits until the screen does not show it.
+    void Hide(AppWindow& window, const Rectangle& bounds) {
         HideWindow(window);
-        ASSERT_TRUE(RunUntil(window, [&] { return other_->PixelAt(place.right - 1, place.bottom - 1) != red; }));
+        ASSERT_TRUE(RunUntil(window, [&] { return other_->PixelAt(bounds.right - 1, bounds.bottom - 1) != red; }));
     }
-    /// As a compositing manager paints: over all windows, and none of them knows.
-    void PaintOnScreen(const Rectangle& place, std::uint32_t color) const {
+    /// Paints over all windows without their knowledge, as a compositing manager does.
+    void PaintOnScreen(const Rectangle& bounds, std::uint32_t color) const {
         const xcb_gcontext_t context = xcb_generate_id(other_->Get());
         const std::uint32_t values[] = {color, XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS};
         xcb_create_gc(other_->Get(), context, other_->Root(), XCB_GC_FOREGROUND | XCB_GC_SUBWINDOW_MODE, values);
-        const xcb_rectangle_t all{static_cast<std::int16_t>(place.left), static_cast<std::int16_t>(place.top),
-                                  static_cast<std::uint16_t>(place.Width()),
-                                  static_cast<std::uint16_t>(place.Height())};
+        const xcb_rectangle_t all{static_cast<std::int16_t>(bounds.left), static_cast<std::int16_t>(bounds.top),
+                                  static_cast<std::uint16_t>(bounds.Width()),
+                                  static_cast<std::uint16_t>(bounds.Height())};
         xcb_poly_fill_rectangle(other_->Get(), other_->Root(), context, 1, &all);
         xcb_free_gc(other_->Get(), context);
         other_->Sync();
     }
-    /// Has a compositing manager that is late by some milliseconds show the window where it is no more, and asks then.
-    /// Asks again if the machine took so long for it that no manager would be that late.
-    void ExpectNoneOnALateScreen(AppWindow& window, const Rectangle& place, const std::function<void()>& leave,
-                                 const std::function<long()>& countSeen) {
+    /// Simulates a compositing manager that still paints the window at its old bounds, and counts then. Repeats this if
+    /// the machine took longer than the bounds stay recorded.
+    void ExpectMaskedOnALaggingScreen(AppWindow& window, const Rectangle& bounds, const std::function<void()>& leave,
+                                      const std::function<long()>& countSeen) {
         for (int attempt = 0; attempt < 100; ++attempt) {
-            Show(window, place);
+            Show(window, bounds);
             const std::int64_t leftNs = SteadyNs();
             leave();
-            PaintOnScreen(place, red);
+            PaintOnScreen(bounds, red);
             const long seen = countSeen();
             const bool quick = SteadyNs() - leftNs < x11::lingerNs;
-            PaintOnScreen(place, green);
+            PaintOnScreen(bounds, green);
             if (quick) {
                 EXPECT_EQ(seen, 0);
                 return;
             }
         }
-        FAIL() << "the machine is too slow";
+        FAIL() << "each attempt took too long";
     }
     std::vector<std::uint32_t> Screen() const {
         std::vector<std::uint32_t> pixels(std::size_t{width} * height);
@@ -177,7 +177,7 @@ protected:
         ASSERT_EQ(OpenDuplication(*device_, *output_, duplication_), resultOk);
         ASSERT_EQ(MakeCaptureSurface(*device_, width, height, surface_), resultOk);
     }
-    bool Take(std::uint32_t timeoutMs = 20) {
+    bool AcquireAndCopy(std::uint32_t timeoutMs = 20) {
         Owned<DesktopImage> image;
         Result code = resultOk;
         const Acquire outcome = AcquireImage(*duplication_, timeoutMs, image, code);
@@ -227,7 +227,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(WithAndWithoutCompositor, LinuxOwnWindows, testing::Bool(),
                          [](const auto& row) { return row.param ? "Composited" : "Plain"; });
 
-TEST_P(LinuxOwnWindows, AreNotInAScreenshotButWhatLiesBeneathIs) {
+TEST_P(LinuxOwnWindows, AreReplacedInAScreenshotByTheOccludedContent) {
     ScreenPainting game(nullptr, 0, 0, width, height);
     game.Fill<std::uint32_t>(ColorAt);
     const Owned<AppWindow> overlay = Make(true);
@@ -235,41 +235,41 @@ TEST_P(LinuxOwnWindows, AreNotInAScreenshotButWhatLiesBeneathIs) {
     Show(*overlay, {100, 80, 400, 300});
     Show(*notification, {380, 20, 620, 110});
     EXPECT_TRUE(Screenshot() == Expected(ColorAt));
-    // Also where only a part of them is asked for.
+    // Also if the area contains only a part of them.
     const std::vector<std::uint32_t> part = Screenshot({90, 70, 30, 20});
     EXPECT_EQ(part[0], ColorAt(90, 70));
     EXPECT_EQ(part[19 * 30 + 29], ColorAt(119, 89));
 }
 
-TEST_P(LinuxOwnWindows, ThatAreNotExcludedAreInAScreenshot) {
+TEST_P(LinuxOwnWindows, AppearInAScreenshotIfNotExcluded) {
     const Owned<AppWindow> window = Make(false);
     Show(*window, {100, 80, 400, 300});
     EXPECT_EQ(CountOf(Screenshot(), red), 300 * 220);
 }
 
-TEST_P(LinuxOwnWindows, AreNotInACaptureFromTheFirstImageOn) {
+TEST_P(LinuxOwnWindows, AreMaskedFromTheFirstImageOn) {
     ScreenPainting game(nullptr, 0, 0, width, height);
     game.Fill<std::uint32_t>(ColorAt);
     const Owned<AppWindow> overlay = Make(true);
     Show(*overlay, {100, 80, 400, 300});
     OpenCapture();
-    ASSERT_TRUE(Take());
+    ASSERT_TRUE(AcquireAndCopy());
     EXPECT_TRUE(Captured() == Expected(ColorAt));
 }
 
-TEST_P(LinuxOwnWindows, NeverShowInACaptureWhileTheyComeMoveAndGo) {
+TEST_P(LinuxOwnWindows, StayMaskedWhileTheyAreShownMovedAndHidden) {
     ScreenPainting game(nullptr, 0, 0, width, height);
     game.Fill<std::uint32_t>(ColorAt);
     OpenCapture();
-    ASSERT_TRUE(Take());
+    ASSERT_TRUE(AcquireAndCopy());
     const Owned<AppWindow> overlay = Make(true);
-    // The capture has a thread of its own, as in the program, so that everything falls between everything.
+    // The capture has a thread of its own, as in the program, so that all interleavings occur.
     std::atomic<bool> over = false;
     std::atomic<long> images = 0;
     long seen = 0;
     std::thread capture([&] {
         while (!over) {
-            if (Take(2)) {
+            if (AcquireAndCopy(2)) {
                 ++images;
                 seen += CountOf(Captured(), red);
             }
@@ -295,63 +295,63 @@ TEST_P(LinuxOwnWindows, NeverShowInACaptureWhileTheyComeMoveAndGo) {
     EXPECT_EQ(seen, 0);
     HideWindow(*overlay);
     EXPECT_TRUE(RunUntil(*overlay, [&] {
-        Take();
+        AcquireAndCopy();
         return Captured() == Expected(ColorAt);
     }));
 }
 
-TEST_P(LinuxOwnWindows, AreNotInACaptureOrAScreenshotThatACompositorIsLateFor) {
+TEST_P(LinuxOwnWindows, StayMaskedWhenTheCompositorLags) {
     ScreenPainting game(nullptr, 0, 0, width, height);
     game.Fill<std::uint32_t>(ColorAt);
     const Owned<AppWindow> overlay = Make(true);
     OpenCapture();
-    const Rectangle place{100, 80, 400, 300};
-    const auto hide = [&] { Hide(*overlay, place); };
+    const Rectangle bounds{100, 80, 400, 300};
+    const auto hide = [&] { Hide(*overlay, bounds); };
     const auto move = [&] {
         PlaceWindow(*overlay, {300, 20, 600, 240});
         ASSERT_TRUE(RunUntil(*overlay, [&] { return other_->PixelAt(599, 20) == red; }));
     };
     const auto captured = [&] {
-        Take();
+        AcquireAndCopy();
         return CountOf(Captured(), red);
     };
     const auto shot = [&] { return CountOf(Screenshot(), red); };
-    ExpectNoneOnALateScreen(*overlay, place, hide, captured);
-    ExpectNoneOnALateScreen(*overlay, place, hide, shot);
-    ExpectNoneOnALateScreen(*overlay, place, move, captured);
-    ExpectNoneOnALateScreen(*overlay, place, move, shot);
+    ExpectMaskedOnALaggingScreen(*overlay, bounds, hide, captured);
+    ExpectMaskedOnALaggingScreen(*overlay, bounds, hide, shot);
+    ExpectMaskedOnALaggingScreen(*overlay, bounds, move, captured);
+    ExpectMaskedOnALaggingScreen(*overlay, bounds, move, shot);
 }
 
-TEST_P(LinuxOwnWindows, AreKnownForOursAlsoWhileTheyAreHidden) {
+TEST_P(LinuxOwnWindows, StayRegisteredWhileHidden) {
     Owned<AppWindow> overlay = Make(true);
-    const Rectangle place{100, 80, 400, 300};
-    Show(*overlay, place);
+    const Rectangle bounds{100, 80, 400, 300};
+    Show(*overlay, bounds);
     HideWindow(*overlay);
-    ASSERT_TRUE(RunUntil(*overlay, [&] { return x11::BoundsSince(SteadyNs(), place).Empty(); }));
-    // Who has listed the windows beneath before it came up again must not take it for another program's.
+    ASSERT_TRUE(RunUntil(*overlay, [&] { return x11::BoundsSince(SteadyNs(), bounds).Empty(); }));
+    // A capture that lists the windows before it is shown again must not treat it as another program's.
     EXPECT_TRUE(x11::ListExcluded().Holds(other_->Find("overlay")));
     overlay.reset();
     EXPECT_EQ(x11::ListExcluded().count, 0U);
 }
 
-TEST_P(LinuxOwnWindows, GiveTheCaptureItsScreenBackOnceTheyAreGone) {
+TEST_P(LinuxOwnWindows, AreUnmaskedOnceTheyAreHidden) {
     ScreenPainting game(nullptr, 0, 0, width, height);
     game.Fill<std::uint32_t>(ColorAt);
     const Owned<AppWindow> overlay = Make(true);
-    const Rectangle place{100, 80, 400, 300};
+    const Rectangle bounds{100, 80, 400, 300};
     OpenCapture();
-    Show(*overlay, place);
-    Take();
-    Hide(*overlay, place);
-    // What no picture of a window holds.
+    Show(*overlay, bounds);
+    AcquireAndCopy();
+    Hide(*overlay, bounds);
+    // No pixmap of a window contains this.
     PaintOnScreen({120, 90, 140, 110}, blue);
     EXPECT_TRUE(RunUntil(*overlay, [&] {
-        Take();
+        AcquireAndCopy();
         return Captured() == Screen();
     }));
 }
 
-TEST_P(LinuxOwnWindows, AreNotInACaptureWhereAnotherProgramHasMovedThem) {
+TEST_P(LinuxOwnWindows, StayMaskedWhenAnotherClientMovesThem) {
     ScreenPainting game(nullptr, 0, 0, width, height);
     game.Fill<std::uint32_t>(ColorAt);
     const Owned<AppWindow> overlay = Make(true);
@@ -363,29 +363,29 @@ TEST_P(LinuxOwnWindows, AreNotInACaptureWhereAnotherProgramHasMovedThem) {
     OpenCapture();
     SleepMs(static_cast<std::uint32_t>(x11::lingerNs / 1'000'000));
     EXPECT_TRUE(RunUntil(*overlay, [&] {
-        Take();
+        AcquireAndCopy();
         return Captured() == Expected(ColorAt);
     }));
 }
 
-TEST_P(LinuxOwnWindows, WhatMovesBeneathThemMovesInTheCapture) {
+TEST_P(LinuxOwnWindows, ShowChangesOfTheOccludedContent) {
     const xcb_window_t game = other_->Cover({0, 0, width, height}, green);
     const Owned<AppWindow> overlay = Make(true);
     Show(*overlay, {100, 80, 400, 300});
     OpenCapture();
-    ASSERT_TRUE(Take());
+    ASSERT_TRUE(AcquireAndCopy());
     EXPECT_EQ(CountOf(Captured(), green), width * height);
-    // A change wholly beneath our window.
+    // A change completely below our window.
     const xcb_gcontext_t context = xcb_generate_id(other_->Get());
     xcb_create_gc(other_->Get(), context, game, XCB_GC_FOREGROUND, &blue);
     const xcb_rectangle_t ball{200, 150, 20, 20};
     xcb_poly_fill_rectangle(other_->Get(), game, context, 1, &ball);
     other_->Sync();
-    EXPECT_TRUE(support::WaitUntil([&] { return Take() && CountOf(Captured(), blue) == 400; }));
+    EXPECT_TRUE(support::WaitUntil([&] { return AcquireAndCopy() && CountOf(Captured(), blue) == 400; }));
     EXPECT_EQ(CountOf(Captured(), red), 0);
 }
 
-TEST_P(LinuxOwnWindows, OtherWindowsKeepTheirOrderAndTheirShapeBeneath) {
+TEST_P(LinuxOwnWindows, KeepOrderAndShapeOfTheWindowsBelow) {
     other_->Cover({0, 0, width, height}, green);
     const xcb_window_t upper = other_->Cover({150, 100, 250, 200}, blue);
     const xcb_rectangle_t left{0, 0, 50, 100};
@@ -401,15 +401,15 @@ TEST_P(LinuxOwnWindows, OtherWindowsKeepTheirOrderAndTheirShapeBeneath) {
     EXPECT_EQ(CountOf(pixels, green), width * height - 50 * 100);
 }
 
-TEST_P(LinuxOwnWindows, AStandingDesktopWithoutThemCostsNoImage) {
+TEST_P(LinuxOwnWindows, CostNoImageOnAStillDesktopAfterTheyAreHidden) {
     other_->Cover({0, 0, width, height}, green);
     const Owned<AppWindow> overlay = Make(true);
     Show(*overlay, {100, 80, 400, 300});
     OpenCapture();
-    ASSERT_TRUE(Take());
+    ASSERT_TRUE(AcquireAndCopy());
     HideWindow(*overlay);
     bool still = false;
-    EXPECT_TRUE(RunUntil(*overlay, [&] { return still = still || (!Take(40) && !Take(40)); }));
+    EXPECT_TRUE(RunUntil(*overlay, [&] { return still = still || (!AcquireAndCopy(40) && !AcquireAndCopy(40)); }));
 }
 
 }  // namespace

@@ -49,7 +49,7 @@ Picture ReadPng(const std::filesystem::path& path) {
     return picture;
 }
 
-/// How many pixels are not what `colorAt` says for their place on the desktop.
+/// The number of pixels that differ from `colorAt` of their desktop coordinates.
 template <class Color>
 int Differences(const Picture& picture, const ScreenArea& area, Color colorAt) {
     int count = 0;
@@ -83,7 +83,7 @@ TEST_F(LinuxScreenGrab, EqualsTheScreenPixelForPixelWithoutThePointer) {
     EXPECT_EQ(Differences(picture, area, ColorAt), 0);
 }
 
-TEST_F(LinuxScreenGrab, TakesThePartThatIsAskedForAndAllWindowsInIt) {
+TEST_F(LinuxScreenGrab, ContainsTheRequestedPartAndAllWindowsInIt) {
     const XServer server("640x480x24");
     ScreenPainting below(nullptr, 0, 0, 640, 480);
     below.Fill<std::uint32_t>(ColorAt);
@@ -110,7 +110,7 @@ TEST_F(LinuxScreenGrab, FailsOnAScreenWithoutEightBitsAChannel) {
     }
 }
 
-TEST_F(LinuxScreenGrab, OfAnAreaThatIsNotWhollyOnTheScreenIsRefused) {
+TEST_F(LinuxScreenGrab, FailsForAnAreaThatIsNotCompletelyOnTheScreen) {
     const XServer server("320x200x24");
     for (const ScreenArea& area : {ScreenArea{0, 0, 321, 200}, ScreenArea{1, 0, 320, 200}, ScreenArea{0, 1, 320, 200},
                                    ScreenArea{0, 0, 320, 201}, ScreenArea{-1, 0, 100, 100}, ScreenArea{0, -1, 100, 100},
@@ -122,32 +122,32 @@ TEST_F(LinuxScreenGrab, OfAnAreaThatIsNotWhollyOnTheScreenIsRefused) {
     EXPECT_EQ(Save({0, 0, 320, 200}), resultOk);
 }
 
-TEST_F(LinuxScreenGrab, WithoutADisplayFails) {
+TEST_F(LinuxScreenGrab, FailsWithoutADisplay) {
     for (const char* name : {"", ":4711"}) {
         setenv("DISPLAY", name, 1);
         EXPECT_EQ(CodeOf(Save({0, 0, 10, 10})), 0x80070006U);  // ENXIO
     }
 }
 
-TEST_F(LinuxScreenGrab, OfADeadServerFailsAndTheProgramLives) {
+TEST_F(LinuxScreenGrab, FailsWhenTheServerIsKilled) {
     XServer server("320x200x24");
     ASSERT_EQ(Save({0, 0, 320, 200}), resultOk);
     server.Kill();
     EXPECT_TRUE(Failed(Save({0, 0, 320, 200})));
 }
 
-TEST_F(LinuxScreenGrab, OnAFullDiskSaysSo) {
+TEST_F(LinuxScreenGrab, FailsWithACodeOnAFullDisk) {
     const XServer server("320x200x24");
     EXPECT_EQ(CodeOf(SaveScreenAsPng({0, 0, 320, 200}, u"/dev/full")), 0x8007001CU);  // ENOSPC
 }
 
-TEST_F(LinuxScreenGrab, IntoAFolderThatIsNotThereSaysSo) {
+TEST_F(LinuxScreenGrab, FailsWithACodeForAMissingFolder) {
     const XServer server("320x200x24");
     EXPECT_EQ(CodeOf(SaveScreenAsPng({0, 0, 320, 200}, FromPath(folder_.Path() / "no" / "picture.png"))),
               0x80070002U);  // ENOENT
 }
 
-TEST_F(LinuxScreenGrab, ReplacesWhatTheFileHeld) {
+TEST_F(LinuxScreenGrab, ReplacesTheFile) {
     const XServer server("32x20x24");
     support::WriteBytes(path_, std::string(100000, 'x'));
     ASSERT_EQ(Save({0, 0, 32, 20}), resultOk);
@@ -155,7 +155,7 @@ TEST_F(LinuxScreenGrab, ReplacesWhatTheFileHeld) {
     EXPECT_EQ(ReadPng(path_).width, 32);
 }
 
-TEST_F(LinuxScreenGrab, ComesFromAnyThreadAndLeavesNoDescriptor) {
+TEST_F(LinuxScreenGrab, WorksOnAnyThreadAndLeaksNoDescriptor) {
     const XServer server("320x200x24");
     const auto open = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
     const auto before = open();
