@@ -274,7 +274,7 @@ TEST_F(Conversion, PaintsTheBarsInVideoBlackAndNothingElse) {
     }
 }
 
-TEST_F(Conversion, OfWhatChangedGivesTheSameAsOfTheWhole) {
+TEST_F(Conversion, OfTheDamageEqualsTheConversionOfTheWhole) {
     const std::uint32_t sizes[][4] = {
         {192, 108, 192, 108}, {256, 144, 192, 108}, {128, 102, 192, 108}, {171, 96, 192, 108}, {344, 144, 192, 108}};
     for (const auto& [width, height, outWidth, outHeight] : sizes) {
@@ -297,7 +297,7 @@ TEST_F(Conversion, OfWhatChangedGivesTheSameAsOfTheWhole) {
     }
 }
 
-TEST_F(Conversion, OfOnePixelWritesAllThatItReachesAndNoMore) {
+TEST_F(Conversion, OfOnePixelWritesExactlyWhatDependsOnIt) {
     struct Row {
         std::uint32_t width, outWidth;
         std::int32_t column, left, right;
@@ -342,7 +342,7 @@ TEST_F(Conversion, TouchesNothingAndReportsNothingWhenNothingChanged) {
     EXPECT_TRUE(source->changed.Empty());
 }
 
-TEST_F(Conversion, RefusesSizesAndStatesThatItCannotCarryOut) {
+TEST_F(Conversion, RefusesUnsupportedSizesAndStates) {
     Make(192, 108, 192, 108);
     EXPECT_TRUE(Failed(MakeNv12Surface(device, 191, 108, target)));
     EXPECT_TRUE(Failed(MakeCaptureSurface(device, 0, 108, target)));

@@ -126,7 +126,7 @@ struct EncodedStream : testing::Test {
     std::vector<Bytes> units;
 };
 
-TEST_F(EncodedStream, IsHighProfileWithoutBPicturesAndTellsItsColors) {
+TEST_F(EncodedStream, IsHighProfileWithoutBPicturesAndWithItsColorDescription) {
     Open({640, 360, 30, 8});
     EncodeNumbered(61);
     EXPECT_EQ(Probed("stream=profile,width,height,pix_fmt,color_range,color_space,color_transfer,color_primaries"),
@@ -164,7 +164,7 @@ TEST_F(EncodedStream, BeginsEachUnitWithADelimiterAndEachKeyPictureWithItsParame
     }
 }
 
-TEST_F(EncodedStream, GivesEachPictureItsShareOfTheBitrateAndNoMore) {
+TEST_F(EncodedStream, GivesEachPictureExactlyItsShareOfTheBitrate) {
     for (const std::uint32_t bitrateMbps : {8U, 50U}) {
         session.Close();
         units.clear();
@@ -178,7 +178,7 @@ TEST_F(EncodedStream, GivesEachPictureItsShareOfTheBitrateAndNoMore) {
     }
 }
 
-TEST_F(EncodedStream, DecodesToThePicturesThatWentInOneForOneAndInOrder) {
+TEST_F(EncodedStream, DecodesToItsInputPicturesInOrder) {
     Open({640, 360, 30, 20});
     EncodeNumbered(40);
     const std::string decoded = Decoded();
@@ -192,7 +192,7 @@ TEST_F(EncodedStream, DecodesToThePicturesThatWentInOneForOneAndInOrder) {
     }
 }
 
-TEST_F(EncodedStream, FollowsASmallChangeOfAStillPicture) {
+TEST_F(EncodedStream, EncodesASmallChangeOfAStillPicture) {
     Open({640, 360, 30, 20});
     Paint(*surface, 7);
     for (int frame = 0; frame < 20; ++frame) {
@@ -217,7 +217,7 @@ TEST_F(EncodedStream, FollowsASmallChangeOfAStillPicture) {
     }
 }
 
-TEST_F(EncodedStream, TakesTheSurfacesDamageSoThatAStillDesktopIsNotLookedAtAgain) {
+TEST_F(EncodedStream, ClearsTheSurfacesDamage) {
     Open({640, 360, 30, 8});
     Paint(*surface, 3);
     EncodeNext();
@@ -248,7 +248,7 @@ TEST_F(EncodedStream, HoldsOnlyKeyPicturesEveryFpsFramesAtAllRates) {
     }
 }
 
-TEST_F(EncodedStream, ComesInAllSizesThatTheProgramOffers) {
+TEST_F(EncodedStream, SupportsAllSizesOfTheProgram) {
     for (const auto& [width, height] : {std::pair{1920U, 1080U}, {2560U, 1440U}, {3840U, 2160U}}) {
         session.Close();
         units.clear();
@@ -405,7 +405,7 @@ TEST_F(EncoderAnswers, AnEncoderIsInitializedOnce) {
     EXPECT_EQ(Initialize(), NV_ENC_ERR_INVALID_CALL);
 }
 
-TEST_F(EncoderAnswers, WhatTheEncoderCannotHonourIsRefusedAndNamed) {
+TEST_F(EncoderAnswers, AnUnsupportedParameterIsRefusedAndNamed) {
     struct Row {
         const char* sentence;
         NVENCSTATUS status;
@@ -501,7 +501,7 @@ TEST_F(EncoderAnswers, ABufferIsReadOnceForEachPictureAndUnlockedBeforeTheNext) 
     EXPECT_EQ(Unlock(), NV_ENC_SUCCESS);
 }
 
-TEST_F(EncoderAnswers, APictureThatDoesNotFitIsRefused) {
+TEST_F(EncoderAnswers, APictureOfAnotherSizeIsRefused) {
     Prepare();
     const NV_ENC_PIC_PARAMS good = picture;
     picture.inputWidth = 320;
@@ -519,7 +519,7 @@ TEST_F(EncoderAnswers, APictureThatDoesNotFitIsRefused) {
     EXPECT_EQ(Encode(), NV_ENC_SUCCESS);
 }
 
-TEST_F(EncoderAnswers, NothingFollowsTheEndOfTheStream) {
+TEST_F(EncoderAnswers, NothingIsEncodedAfterTheEndOfTheStream) {
     Prepare();
     NV_ENC_PIC_PARAMS end;
     end.version = NV_ENC_PIC_PARAMS_VER;
@@ -528,7 +528,7 @@ TEST_F(EncoderAnswers, NothingFollowsTheEndOfTheStream) {
     EXPECT_EQ(Encode(), NV_ENC_ERR_INVALID_CALL);
 }
 
-TEST_F(EncoderAnswers, AMissingHandleIsNoSession) {
+TEST_F(EncoderAnswers, AMissingHandleIsRefused) {
     EXPECT_EQ(list.nvEncInitializeEncoder(nullptr, &initialize), NV_ENC_ERR_INVALID_PTR);
     EXPECT_EQ(list.nvEncEncodePicture(nullptr, &picture), NV_ENC_ERR_INVALID_PTR);
     EXPECT_EQ(list.nvEncDestroyEncoder(nullptr), NV_ENC_ERR_INVALID_PTR);

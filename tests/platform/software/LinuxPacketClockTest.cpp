@@ -29,7 +29,7 @@ std::vector<std::int64_t> Stamps(std::size_t packets, Claim claim) {
     return stamps;
 }
 
-TEST(PacketClock, JitterOfTheClaimedAgeNeverReachesTheStamps) {
+TEST(PacketClock, JitterOfTheReportedAgeDoesNotChangeTheStamps) {
     std::mt19937 random(7);
     std::uniform_int_distribution<std::int64_t> jitter(-millisecond, millisecond);
     const auto stamps = Stamps(60000, [&](std::size_t i) { return trueAge + (i == 0 ? 0 : jitter(random)); });
@@ -38,7 +38,7 @@ TEST(PacketClock, JitterOfTheClaimedAgeNeverReachesTheStamps) {
     }
 }
 
-TEST(PacketClock, ADeviceThatRunsFastOrSlowIsFollowedInRareSmallSteps) {
+TEST(PacketClock, ClockDriftIsCorrectedInRareSmallSteps) {
     for (const double speed : {0.9998, 1.0002}) {
         PacketClock clock;
         int steps = 0;
@@ -58,7 +58,7 @@ TEST(PacketClock, ADeviceThatRunsFastOrSlowIsFollowedInRareSmallSteps) {
     }
 }
 
-TEST(PacketClock, ASinkThatHasJustWokenIsNotBelieved) {
+TEST(PacketClock, TheReportsOfASinkThatHasJustResumedAreIgnored) {
     // The claim falls from 650 ms to the truth within 1.3 s while packets come as they are captured.
     const auto stamps = Stamps(500, [](std::size_t i) {
         return trueAge + std::max<std::int64_t>(0, 650 * millisecond - static_cast<std::int64_t>(i) * 5 * millisecond);
@@ -69,7 +69,7 @@ TEST(PacketClock, ASinkThatHasJustWokenIsNotBelieved) {
     EXPECT_EQ(stamps[499] - stamps[300], Truth(199) - Truth(0));
 }
 
-TEST(PacketClock, AStrayClaimIsPassedOver) {
+TEST(PacketClock, ASingleWrongReportIsIgnored) {
     for (const std::int64_t stray : {-400 * millisecond, 400 * millisecond}) {
         const auto stamps = Stamps(100, [stray](std::size_t i) { return trueAge + (i >= 50 && i < 54 ? stray : 0); });
         for (std::size_t i = 0; i < stamps.size(); ++i) {
@@ -78,7 +78,7 @@ TEST(PacketClock, AStrayClaimIsPassedOver) {
     }
 }
 
-TEST(PacketClock, AfterAPauseTheStampsStandAtTheClaimedTimeAgain) {
+TEST(PacketClock, StampsHaveTheReportedTimeAfterAPause) {
     PacketClock clock;
     std::vector<std::int64_t> stamps;
     for (std::size_t i = 0; i < 100; ++i) {
@@ -90,7 +90,7 @@ TEST(PacketClock, AfterAPauseTheStampsStandAtTheClaimedTimeAgain) {
     EXPECT_EQ(stamps[99], Truth(99) + 2000 * millisecond);
 }
 
-TEST(PacketClock, ABacklogAfterAStallKeepsItsPlaces) {
+TEST(PacketClock, ABacklogAfterAStallKeepsItsStamps) {
     // Nobody takes packets between 1 s and 6 s; then they come at once, each with its right age.
     PacketClock clock;
     for (std::size_t i = 0; i < 800; ++i) {
@@ -99,7 +99,7 @@ TEST(PacketClock, ABacklogAfterAStallKeepsItsPlaces) {
     }
 }
 
-TEST(PacketClock, AnOlderClaimIsBelievedWhenItLastsForFiveSeconds) {
+TEST(PacketClock, AnOlderReportIsAcceptedAfterFiveSeconds) {
     // 500 packets in a row, beginning with the second.
     const auto stamps = Stamps(600, [](std::size_t i) { return i == 0 ? trueAge : trueAge + 50 * millisecond; });
     EXPECT_EQ(stamps[499], Truth(499));
@@ -107,7 +107,7 @@ TEST(PacketClock, AnOlderClaimIsBelievedWhenItLastsForFiveSeconds) {
     EXPECT_EQ(stamps[599], Truth(599) - 50 * millisecond);
 }
 
-TEST(PacketClock, ACountThatRunsIntoTheFutureIsPulledBack) {
+TEST(PacketClock, ACountInTheFutureIsCorrected) {
     PacketClock clock;
     for (int i = 0; i < 6; ++i) {  // six packets at one moment, the last beginning 50 ms from now
         ASSERT_EQ(StampPacket(clock, begin, i == 0 ? std::optional<std::int64_t>(0) : std::nullopt, 480),
@@ -116,14 +116,14 @@ TEST(PacketClock, ACountThatRunsIntoTheFutureIsPulledBack) {
     EXPECT_EQ(StampPacket(clock, begin, std::nullopt, 480), begin - 10 * millisecond);
 }
 
-TEST(PacketClock, WhatIsAboutToBePlayedLiesInTheFutureByItsLatency) {
+TEST(PacketClock, SoundBeforePlaybackIsInTheFutureByItsLatency) {
     PacketClock clock;
     EXPECT_EQ(StampPacket(clock, begin, -20 * millisecond, 480), begin + 20 * millisecond);
     PacketClock absurd;
     EXPECT_EQ(StampPacket(absurd, begin, -60 * millisecond, 480), begin - 10 * millisecond);
 }
 
-TEST(PacketClock, PacketsOfAllLengthsWithTheSameClaimAreNotCorrected) {
+TEST(PacketClock, PacketsOfAnyLengthWithTheSameReportAreNotCorrected) {
     // A sink that renders 523 frames at a time: 480 and 43, both there at once, the first 2 ms old.
     PacketClock clock;
     std::int64_t frames = 0;
@@ -148,7 +148,7 @@ TEST(PacketClock, PacketsOfOddLengthsAreCountedWithoutDrift) {
     }
 }
 
-TEST(PacketClock, WithoutAnyClaimTheFirstPacketEndsNowAndTheRestIsCounted) {
+TEST(PacketClock, WithoutReportsTheFirstPacketEndsNowAndTheRestIsCounted) {
     PacketClock clock;
     EXPECT_EQ(StampPacket(clock, begin, std::nullopt, 480), begin - 10 * millisecond);
     EXPECT_EQ(StampPacket(clock, begin + 13 * millisecond, std::nullopt, 480), begin);

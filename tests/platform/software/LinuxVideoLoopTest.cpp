@@ -100,7 +100,7 @@ TEST(LinuxVideoLoop, AllocatesNothingWhileItCapturesAMovingDesktop) { ExpectNoAl
 
 TEST(LinuxVideoLoop, AllocatesNothingWhileItScalesAMovingDesktop) { ExpectNoAllocationsInTheLoop({1280, 720, 60, 8}); }
 
-TEST(LinuxVideoLoop, EndsWithASentenceAndTidiesUpWhereverMemoryRunsOut) {
+TEST(LinuxVideoLoop, EndsWithASentenceAndCleansUpWhenMemoryRunsOut) {
     const support::XServer server("320x240x24");
     bool runs = false;
     for (std::uint64_t nth = 1; !runs && nth < 10000; nth += 1 + nth / 8) {

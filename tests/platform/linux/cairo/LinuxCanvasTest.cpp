@@ -42,7 +42,7 @@ bool EndsInItsLastLetter(Text text, const Rectangle& box, int height, TextLayout
 
 constexpr TextLayout allLayouts[] = {TextLayout::Line, TextLayout::CentredLine, TextLayout::Wrapped};
 
-TEST(LinuxCanvas, ShowsTheLongestNotificationWholeAtEverySize) {
+TEST(LinuxCanvas, FitsTheLongestNotificationAtEverySize) {
     for (const double scale : {1.0, 1.25, 1.5, 1.75, 2.0, 3.0}) {
         EXPECT_TRUE(EndsInItsLastLetter(u"Stop recording before changing capture settings", {68, 8, 314, 68}, 15,
                                         TextLayout::Line, scale))
@@ -68,7 +68,7 @@ TEST(LinuxCanvas, NarrowsATextThatIsALittleTooLongAndCutsALongerOne) {
     }
 }
 
-TEST(LinuxCanvas, LeavesTheLettersOfATextThatFitsOrThatIsCutAsTheyAre) {
+TEST(LinuxCanvas, DoesNotNarrowATextThatFitsOrIsCut) {
     const Text text(30, u'n');
     const auto whole = Drawn(text, {0, 0, 900, 17}, 17, TextLayout::Line, 1);
     const auto cut = Drawn(text, {0, 0, 100, 17}, 17, TextLayout::Line, 1);

@@ -126,13 +126,13 @@ protected:
     Owned<AppWindow> window_;
 };
 
-TEST_F(LinuxPaint, StripsComeToStandOneBelowTheOther) {
+TEST_F(LinuxPaint, StripsArePaintedOneBelowTheOther) {
     paint = PutStrips;
     ShowWindowPlain(*window_);
     EXPECT_TRUE(RunUntil(StripsShow));
 }
 
-TEST_F(LinuxPaint, StripsLeaveTheHolesOfAColourKeyWhereTheyWere) {
+TEST_F(LinuxPaint, StripsKeepTheShapeOfAColourKey) {
     paint = PutWithHole;
     SetColorKey(*window_, 0x030201);
     ShowWindowPlain(*window_);

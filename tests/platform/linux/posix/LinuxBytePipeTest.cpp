@@ -32,9 +32,9 @@ std::size_t OpenDescriptors() {
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
 }
 
-TEST(LinuxBytePipe, AnFfmpegOfThisSystemNeedsNoFlagsForARawPipe) { EXPECT_EQ(Text(rawPipeInputFlags), u""); }
+TEST(LinuxBytePipe, NeedsNoFfmpegFlagsForARawPipe) { EXPECT_EQ(Text(rawPipeInputFlags), u""); }
 
-TEST(LinuxBytePipe, ThePipeAndItsFolderAreTheUsersAloneAndGoWithTheLastPipe) {
+TEST(LinuxBytePipe, PipesAndTheirFolderArePrivateAndRemovedWithTheLastPipe) {
     const std::size_t before = OpenDescriptors();
     Owned<BytePipe> first;
     Owned<BytePipe> second;
@@ -52,7 +52,7 @@ TEST(LinuxBytePipe, ThePipeAndItsFolderAreTheUsersAloneAndGoWithTheLastPipe) {
     EXPECT_EQ(OpenDescriptors(), before);
 }
 
-TEST(LinuxBytePipe, MakingOneTurnsTheSignalOfABrokenPipeOff) {
+TEST(LinuxBytePipe, IgnoresTheSignalOfABrokenPipe) {
     Owned<BytePipe> pipe;
     ASSERT_EQ(MakeBytePipe(PipeName(u"ZVVideo-", 6), {}, pipe), resultOk);
     struct sigaction action {};
@@ -60,14 +60,14 @@ TEST(LinuxBytePipe, MakingOneTurnsTheSignalOfABrokenPipeOff) {
     EXPECT_EQ(action.sa_handler, SIG_IGN);
 }
 
-TEST(LinuxBytePipe, AFailureToMakeItAnswersTheSystemsNumber) {
+TEST(LinuxBytePipe, FailsWithTheSystemsErrorNumber) {
     Owned<BytePipe> pipe;
     EXPECT_EQ(CodeOf(MakeBytePipe(u"/no such folder/pipe", {}, pipe)), 0x80070000U | ENOENT);
     EXPECT_FALSE(pipe);
     EXPECT_FALSE(std::filesystem::exists(ToPath(PipeName(u"", 1)).parent_path()));
 }
 
-TEST(LinuxBytePipe, WhatAKilledProcessLeftIsRemovedByTheNextAndALivingOnesStays) {
+TEST(LinuxBytePipe, RemovesTheFoldersOfKilledProcessesButNotOfRunningOnes) {
     const support::TemporaryFolder folder;
     setenv("XDG_RUNTIME_DIR", folder.Path().c_str(), 1);
     // Begins like a folder of pipes and is none.
@@ -100,7 +100,7 @@ TEST(LinuxBytePipe, WhatAKilledProcessLeftIsRemovedByTheNextAndALivingOnesStays)
     EXPECT_EQ(ContentOf(own / "mine"), "mine");
 }
 
-TEST(LinuxBytePipe, AReaderThatWaitsForAWriterIsReleasedByTheClose) {
+TEST(LinuxBytePipe, ClosingReleasesAReaderThatWaitsForAWriter) {
     Owned<BytePipe> pipe;
     const Text name = PipeName(u"ZVVideo-", 3);
     ASSERT_EQ(MakeBytePipe(name, {}, pipe), resultOk);
@@ -117,7 +117,7 @@ TEST(LinuxBytePipe, AReaderThatWaitsForAWriterIsReleasedByTheClose) {
     EXPECT_EQ(got, 0);
 }
 
-TEST(LinuxBytePipe, ClosingWithAReaderInTheMiddleOfOpeningNeverLeavesItWaiting) {
+TEST(LinuxBytePipe, ClosingReleasesAReaderThatIsJustOpening) {
     for (int round = 0; round < 200; ++round) {
         Owned<BytePipe> pipe;
         const Text name = PipeName(u"ZVVideo-", 4);
@@ -137,7 +137,7 @@ TEST(LinuxBytePipe, ClosingWithAReaderInTheMiddleOfOpeningNeverLeavesItWaiting) 
     }
 }
 
-TEST(LinuxBytePipe, AShortWriteNeverSlipsInBeforeALongerOneThatFindsNoRoom) {
+TEST(LinuxBytePipe, WritesStayInOrderWhenThePipeIsFull) {
     Owned<BytePipe> pipe;
     const Text name = PipeName(u"ZVVideo-", 7);
     PipeOptions options;

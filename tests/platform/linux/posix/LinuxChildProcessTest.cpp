@@ -63,7 +63,7 @@ bool IsDead(int process) {
     return state.empty() || state.front() == 'Z' || state.front() == 'X';
 }
 
-TEST_F(LinuxChildProcess, NeitherAStartNorAFailedOneLeavesADescriptorOrAZombie) {
+TEST_F(LinuxChildProcess, StartingLeaksNoDescriptorAndNoZombie) {
     { OutputOf(u"/bin/true", u""); }
     const std::size_t before = OpenDescriptors();
     for (int i = 0; i < 20; ++i) {
@@ -77,7 +77,7 @@ TEST_F(LinuxChildProcess, NeitherAStartNorAFailedOneLeavesADescriptorOrAZombie) 
     EXPECT_TRUE(Eventually(HasNoChildren));
 }
 
-TEST_F(LinuxChildProcess, AFolderAndAFileThatIsNoProgramAreNotStarted) {
+TEST_F(LinuxChildProcess, FailsToStartAFolderAndANonExecutableFile) {
     Child child;
     EXPECT_FALSE(SpawnChild({FromPath(folder_.Path()), u"x", FromPath(Log())}, child));
     std::ofstream(folder_.Path() / "text") << "text";
@@ -86,7 +86,7 @@ TEST_F(LinuxChildProcess, AFolderAndAFileThatIsNoProgramAreNotStarted) {
     EXPECT_TRUE(Eventually(HasNoChildren));
 }
 
-TEST_F(LinuxChildProcess, TheChildGetsNoDescriptorOfOursButItsThree) {
+TEST_F(LinuxChildProcess, TheChildInheritsOnlyItsStandardDescriptors) {
     const int inheritable = open("/dev/null", O_RDONLY);
     const std::string listed = OutputOf(u"/bin/ls", u"/proc/self/fd");
     close(inheritable);
@@ -106,14 +106,14 @@ TEST_F(LinuxChildProcess, TheChildStartsWithoutBlockedAndIgnoredSignals) {
     EXPECT_EQ(status, "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n");
 }
 
-TEST_F(LinuxChildProcess, AChildThatASignalEndedHasExitCodeOne) {
+TEST_F(LinuxChildProcess, AChildKilledByASignalHasExitCodeOne) {
     Child child;
     ASSERT_TRUE(SpawnChild({u"/bin/sh", u"sh -c \"kill -TERM $$\"", FromPath(Log())}, child));
     ASSERT_TRUE(WaitForExit(*child.process, generousMs));
     EXPECT_EQ(ExitCode(*child.process), 1U);
 }
 
-TEST_F(LinuxChildProcess, AKilledParentTakesItsChildWithIt) {
+TEST_F(LinuxChildProcess, AChildDiesWithItsKilledParent) {
     const std::filesystem::path ticks = folder_.Path() / "ticks";
     Child parent;
     ASSERT_TRUE(SpawnChild(
@@ -129,7 +129,7 @@ TEST_F(LinuxChildProcess, AKilledParentTakesItsChildWithIt) {
     EXPECT_TRUE(Eventually([&] { return IsDead(child); }));
 }
 
-TEST_F(LinuxChildProcess, TheJobKillsWhatAScriptLeftBehindWhenItEnded) {
+TEST_F(LinuxChildProcess, TheJobKillsTheProcessesThatAScriptHasLeft) {
     Child child;
     ASSERT_TRUE(SpawnChild({u"/bin/sh", u"sh -c \"sleep 600 & echo $!\"", FromPath(Log())}, child));
     ASSERT_TRUE(WaitForExit(*child.process, generousMs));
@@ -139,14 +139,14 @@ TEST_F(LinuxChildProcess, TheJobKillsWhatAScriptLeftBehindWhenItEnded) {
     EXPECT_TRUE(Eventually([&] { return IsDead(left); }));
 }
 
-TEST_F(LinuxChildProcess, AChildThatDoesNotReadDoesNotHoldUpItsWriter) {
+TEST_F(LinuxChildProcess, AChildThatDoesNotReadDoesNotBlockItsWriter) {
     Child child;
     ASSERT_TRUE(SpawnChild({u"/bin/sleep", u"sleep 600", FromPath(Log())}, child));
     WriteInput(*child.input, std::string(1000000, 'q'));
     EXPECT_TRUE(IsRunning(*child.process));
 }
 
-TEST_F(LinuxChildProcess, StartsEvenWhenOurOwnStandardDescriptorsAreClosed) {
+TEST_F(LinuxChildProcess, StartsWithOurStandardDescriptorsClosed) {
     int saved[3] = {};
     for (int i = 0; i < 3; ++i) {
         saved[i] = fcntl(i, F_DUPFD_CLOEXEC, 100);

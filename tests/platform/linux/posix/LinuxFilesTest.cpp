@@ -12,7 +12,7 @@
 namespace zv {
 namespace {
 
-TEST(LinuxFiles, EveryNameOfAFolderSurvivesBeingText) {
+TEST(LinuxFiles, EveryFileNameConvertsToTextAndBack) {
     const support::TemporaryFolder folder;
     const std::set<std::string> names = {"plain.mp4", "Z\xFCrich.mp4", "\xED\xA0\x80.mp4", "\xC3.mp4"};
     for (const std::string& name : names) {
@@ -27,7 +27,7 @@ TEST(LinuxFiles, EveryNameOfAFolderSurvivesBeingText) {
     EXPECT_EQ(seen, names);
 }
 
-TEST(LinuxFiles, AFifoWithoutAWriterReadsAsNothingAtOnce) {
+TEST(LinuxFiles, AFifoWithoutAWriterReadsAsEmptyAtOnce) {
     const support::TemporaryFolder folder;
     const std::filesystem::path fifo = folder.Path() / "fifo";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
@@ -76,7 +76,7 @@ TEST_F(TwoVolumes, AMoveCopiesReplacesAndKeepsTheTime) {
     EXPECT_EQ(FilesIn(there_), 1) << "nothing of the copy is left beside it";
 }
 
-TEST(LinuxFiles, AMoveToAnotherVolumeSucceedsWhereItsSourceCannotBeRemoved) {
+TEST(LinuxFiles, AMoveToAnotherVolumeSucceedsIfItsSourceCannotBeRemoved) {
     const support::TemporaryFolder folder;
     const std::filesystem::path target = folder.Path() / "copy";
     EXPECT_EQ(MoveFileReplacing(u"/proc/version", FromPath(target)), resultOk);
@@ -85,7 +85,7 @@ TEST(LinuxFiles, AMoveToAnotherVolumeSucceedsWhereItsSourceCannotBeRemoved) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
 }
 
-TEST_F(TwoVolumes, AMoveThatFailsLeavesBothSides) {
+TEST_F(TwoVolumes, AFailedMoveChangesNothing) {
     std::filesystem::create_directory(to_);
     std::ofstream(from_) << "content";
 

@@ -49,12 +49,12 @@ protected:
     SavedVariables saved_;
 };
 
-TEST_F(LinuxFolders, WithoutAChoiceTheMediaFoldersLieInTheHomeFolder) {
+TEST_F(LinuxFolders, TheMediaFoldersAreInTheHomeFolderByDefault) {
     EXPECT_EQ(FolderOf(KnownFolder::Videos), u"/home/zoe/Videos");
     EXPECT_EQ(FolderOf(KnownFolder::Pictures), u"/home/zoe/Pictures");
 }
 
-TEST_F(LinuxFolders, WithoutAHomeFolderEveryFolderIsTheCurrentOne) {
+TEST_F(LinuxFolders, EveryFolderIsTheCurrentOneWithoutAHomeFolder) {
     unsetenv("HOME");
     EXPECT_EQ(FolderOf(KnownFolder::Videos), u".");
     EXPECT_EQ(FolderOf(KnownFolder::Pictures), u".");
@@ -62,7 +62,7 @@ TEST_F(LinuxFolders, WithoutAHomeFolderEveryFolderIsTheCurrentOne) {
     EXPECT_EQ(EnvironmentValue(u"LOCALAPPDATA"), u"");
 }
 
-TEST_F(LinuxFolders, TheUsersChoiceIsReadFromTheConfigurationFolder) {
+TEST_F(LinuxFolders, ReadsTheUsersFoldersFromTheConfigurationFolder) {
     const support::TemporaryFolder home;
     std::filesystem::create_directory(home.Path() / ".config");
     std::ofstream(home.Path() / ".config" / "user-dirs.dirs")
@@ -99,7 +99,7 @@ TEST_F(LinuxFolders, TheTemporaryFolderIsTheVariableElseTmp) {
     EXPECT_EQ(TemporaryFolder(), u"/");
 }
 
-TEST_F(LinuxFolders, TheSearchPathIsWalkedInOrderAndSkipsWhatIsNoProgram) {
+TEST_F(LinuxFolders, SearchesThePathInOrderForExecutables) {
     const support::TemporaryFolder folder;
     for (const char* name : {"a", "b", "c", "d"}) {
         std::filesystem::create_directory(folder.Path() / name);
@@ -121,7 +121,7 @@ TEST_F(LinuxFolders, TheSearchPathIsWalkedInOrderAndSkipsWhatIsNoProgram) {
     EXPECT_EQ(FindOnSearchPath(u"ffmpeg"), u"");
 }
 
-TEST_F(LinuxFolders, AnEmptyPartOfTheSearchPathIsTheCurrentFolderAndTheAnswerIsAFullPath) {
+TEST_F(LinuxFolders, AnEmptyPartOfTheSearchPathIsTheCurrentFolder) {
     const support::TemporaryFolder folder;
     std::ofstream(folder.Path() / "zv-here") << "x";
     std::filesystem::permissions(folder.Path() / "zv-here", std::filesystem::perms::owner_all);
@@ -137,7 +137,7 @@ struct Line {
     const char* folder;
 };
 
-TEST(UserFolders, EveryFormOfALineIsReadAsTheDesktopWritesIt) {
+TEST(UserFolders, ReadsEveryFormOfALine) {
     const Line lines[] = {
         {"XDG_VIDEOS_DIR=\"$HOME/Videos\"", "/home/zoe/Videos"},
         {"XDG_VIDEOS_DIR=\"$HOME/\"", "/home/zoe"},

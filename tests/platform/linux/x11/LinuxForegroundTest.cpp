@@ -72,13 +72,13 @@ protected:
     XServer server_{"640x480x24"};
 };
 
-TEST_F(LinuxForeground, AnEmptyDesktopHasNothingInFront) {
+TEST_F(LinuxForeground, NothingIsInFrontOnAnEmptyDesktop) {
     EXPECT_EQ(LookUpForeground().kind, ForegroundKind::NoWindow);
     SetActive(0);
     EXPECT_EQ(LookUpForeground().kind, ForegroundKind::NoWindow);
 }
 
-TEST_F(LinuxForeground, WithoutAWindowManagerTheWindowWithTheInputCounts) {
+TEST_F(LinuxForeground, IsTheFocusedWindowWithoutAWindowManager) {
     const Other other = StartOther(u"x_window_child", u"");
     const ForegroundProcess front = LookUpForeground();
     EXPECT_EQ(front.kind, ForegroundKind::Known);
@@ -86,7 +86,7 @@ TEST_F(LinuxForeground, WithoutAWindowManagerTheWindowWithTheInputCounts) {
     EXPECT_EQ(front.imagePath, JoinPath(ExecutableFolder(), u"x_window_child"));
 }
 
-TEST_F(LinuxForeground, TheActiveWindowCountsWhateverHasTheInput) {
+TEST_F(LinuxForeground, IsTheActiveWindowWhateverHasTheFocus) {
     const Other first = StartOther(u"first", u"");
     const Other second = StartOther(u"second", u"");
     SetActive(first.window);
@@ -97,14 +97,14 @@ TEST_F(LinuxForeground, TheActiveWindowCountsWhateverHasTheInput) {
     EXPECT_EQ(LookUpForeground().kind, ForegroundKind::NoWindow);
 }
 
-TEST_F(LinuxForeground, AWindowOfThisProgramIsItsOwn) {
+TEST_F(LinuxForeground, RecognizesThisProgramsWindows) {
     SetActive(MakeOwnWindow());
     const ForegroundProcess front = LookUpForeground();
     EXPECT_EQ(front.kind, ForegroundKind::Own);
     EXPECT_EQ(front.processId, OwnProcessId());
 }
 
-TEST_F(LinuxForeground, AWindowsGameUnderACompatibilityLayerCountsByItsExe) {
+TEST_F(LinuxForeground, IsTheExeOfAWindowsGameUnderACompatibilityLayer) {
     const std::pair<Text, Text> rows[] = {
         {u"Z:\\home\\zoe\\Games\\My Game\\Game-Win64-Shipping.exe",
          u"Z:/home/zoe/Games/My Game/Game-Win64-Shipping.exe"},
@@ -120,7 +120,7 @@ TEST_F(LinuxForeground, AWindowsGameUnderACompatibilityLayerCountsByItsExe) {
     }
 }
 
-TEST_F(LinuxForeground, AProgramsNameForItselfCountsOnlyWhenItEndsInExe) {
+TEST_F(LinuxForeground, IgnoresAProgramsOwnNameUnlessItEndsInExe) {
     for (const Text& name : {Text(u"game.exe.sh"), Text(u"exe"), Text(u"gameexe")}) {
         const Other other = StartOther(name, u"");
         SetActive(other.window);
@@ -128,12 +128,12 @@ TEST_F(LinuxForeground, AProgramsNameForItselfCountsOnlyWhenItEndsInExe) {
     }
 }
 
-TEST_F(LinuxForeground, TheServersWordCountsBeforeTheWindowsOwnClaim) {
+TEST_F(LinuxForeground, PrefersTheServersProcessIdToTheWindowsProperty) {
     const Other other = StartOther(u"x_window_child", u"claim 1");
     EXPECT_EQ(LookUpForeground().processId, other.process);
 }
 
-TEST_F(LinuxForeground, OnAServerThatCannotTellTheWindowsClaimCounts) {
+TEST_F(LinuxForeground, UsesTheWindowsPropertyIfTheServerHasNoProcessId) {
     const XServer plain("640x480x24 -extension X-Resource");
     const Other claiming = StartOther(u"x_window_child", u"claim " + FromUtf8(std::to_string(OwnProcessId())));
     EXPECT_EQ(LookUpForeground().kind, ForegroundKind::Own);
@@ -142,7 +142,7 @@ TEST_F(LinuxForeground, OnAServerThatCannotTellTheWindowsClaimCounts) {
     EXPECT_EQ(LookUpForeground().processId, 0U);
 }
 
-TEST_F(LinuxForeground, AWindowThatIsGoneIsUnknown) {
+TEST_F(LinuxForeground, ADestroyedWindowIsUnknown) {
     Other other = StartOther(u"x_window_child", u"");
     SetActive(other.window);
     other.child.job.reset();
@@ -150,7 +150,7 @@ TEST_F(LinuxForeground, AWindowThatIsGoneIsUnknown) {
     EXPECT_TRUE(Eventually([] { return LookUpForeground().kind == ForegroundKind::Unknown; }));
 }
 
-TEST_F(LinuxForeground, TheLookUpSurvivesTheServersDeath) {
+TEST_F(LinuxForeground, ReconnectsAfterTheServersDeathOnLookUp) {
     SetActive(MakeOwnWindow());
     ASSERT_EQ(LookUpForeground().kind, ForegroundKind::Own);
     server_.Kill();

@@ -34,7 +34,7 @@ const MonitorRecord* Find(const std::vector<MonitorRecord>& records, TextView na
     return nullptr;
 }
 
-TEST(LinuxMonitors, AScreenWithoutAPrimaryMonitorHasItsFirstForPrimary) {
+TEST(LinuxMonitors, TheFirstMonitorIsPrimaryIfTheServerHasNone) {
     const XServer server("1280x720x24");
     const std::vector<MonitorRecord> records = ListMonitorRecords();
     ASSERT_EQ(records.size(), 1U);
@@ -46,7 +46,7 @@ TEST(LinuxMonitors, AScreenWithoutAPrimaryMonitorHasItsFirstForPrimary) {
     EXPECT_TRUE(records[0].primary);
 }
 
-TEST(LinuxMonitors, EveryMonitorIsListedWithItsNameItsPlaceAndWhichIsPrimary) {
+TEST(LinuxMonitors, ListsNameBoundsAndPrimaryOfEveryMonitor) {
     const XServer server("1600x600x24");
     ASSERT_NO_FATAL_FAILURE(AddMonitor("left side", "1000/100x600/100+0+0"));
     ASSERT_NO_FATAL_FAILURE(AddMonitor("*right", "600/100x500/100+1000+0"));
@@ -66,7 +66,7 @@ TEST(LinuxMonitors, EveryMonitorIsListedWithItsNameItsPlaceAndWhichIsPrimary) {
     EXPECT_EQ(std::count_if(records.begin(), records.end(), [](const MonitorRecord& one) { return one.primary; }), 1);
 }
 
-TEST(LinuxMonitors, TheOutputsOfTheFirstAdapterAreTheMonitorsUpright) {
+TEST(LinuxMonitors, TheOutputsOfTheFirstAdapterAreTheUnrotatedMonitors) {
     const XServer server("1600x600x24");
     ASSERT_NO_FATAL_FAILURE(AddMonitor("*right", "600/100x500/100+1000+0"));
     const std::vector<MonitorRecord> records = ListMonitorRecords();
@@ -84,7 +84,7 @@ TEST(LinuxMonitors, TheOutputsOfTheFirstAdapterAreTheMonitorsUpright) {
     }
 }
 
-TEST(LinuxMonitors, WithoutADisplayThereIsNone) {
+TEST(LinuxMonitors, TheListIsEmptyWithoutADisplay) {
     std::vector<OutputRecord> outputs(1);
     for (const char* name : {"", ":4711"}) {
         setenv("DISPLAY", name, 1);
@@ -94,7 +94,7 @@ TEST(LinuxMonitors, WithoutADisplayThereIsNone) {
     }
 }
 
-TEST(LinuxMonitors, TheListSurvivesTheServersDeathAndFindsTheNextServer) {
+TEST(LinuxMonitors, ReconnectsAfterTheServersDeath) {
     XServer first("800x600x24");
     ASSERT_EQ(ListMonitorRecords().size(), 1U);
     first.Kill();
@@ -105,7 +105,7 @@ TEST(LinuxMonitors, TheListSurvivesTheServersDeathAndFindsTheNextServer) {
     EXPECT_EQ(ListMonitorRecords()[0].right, 640);
 }
 
-TEST(LinuxMonitors, TheListFindsAServerThatCameBackUnderTheSameNumber) {
+TEST(LinuxMonitors, ReconnectsToAServerWithTheSameNumber) {
     auto first = std::make_unique<XServer>("800x600x24");
     const int number = first->Number();
     ASSERT_EQ(ListMonitorRecords().size(), 1U);
@@ -115,7 +115,7 @@ TEST(LinuxMonitors, TheListFindsAServerThatCameBackUnderTheSameNumber) {
     EXPECT_EQ(ListMonitorRecords()[0].right, 640);
 }
 
-TEST(LinuxMonitors, EveryThreadAsksForItselfAndLeavesNoConnection) {
+TEST(LinuxMonitors, EachThreadHasAConnectionAndClosesIt) {
     const XServer server("800x600x24");
     const auto open = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
     ASSERT_EQ(ListMonitorRecords().size(), 1U);
@@ -172,7 +172,7 @@ TEST(Adapters, EveryKnownVendorHasItsName) {
     }
 }
 
-TEST(Adapters, ACardThatIsNoPciDeviceIsNotDescribed) {
+TEST(Adapters, ACardThatIsNotAPciDeviceIsNotDescribed) {
     const support::TemporaryFolder folder;
     std::filesystem::create_directories(folder.Path() / "card0/device");
     WriteText(folder.Path() / "card1/device/vendor", "nonsense");
@@ -184,7 +184,7 @@ TEST(Adapters, ACardThatIsNoPciDeviceIsNotDescribed) {
     EXPECT_FALSE(adapters[1].described);
 }
 
-TEST(Adapters, AKernelWithoutGraphicsHasNoList) {
+TEST(Adapters, FailsOnAKernelWithoutGraphics) {
     const support::TemporaryFolder folder;
     std::vector<AdapterRecord> adapters(1);
     EXPECT_FALSE(ReadAdapters(folder.Path() / "missing", adapters));

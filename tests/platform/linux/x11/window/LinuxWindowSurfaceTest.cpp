@@ -181,7 +181,7 @@ TEST_F(LinuxWindowSurface, AWindowOfEverySizeShowsItsWholePicture) {
     }
 }
 
-TEST_F(LinuxWindowSurface, APaintThatIsWantedNowHappensBeforeTheCallReturns) {
+TEST_F(LinuxWindowSurface, PaintNowPaintsBeforeItReturns) {
     const Owned<AppWindow> window = MakeWindow(Overlay());
     InvalidateWindow(*window);
     PaintNow(*window);
@@ -193,7 +193,7 @@ TEST_F(LinuxWindowSurface, APaintThatIsWantedNowHappensBeforeTheCallReturns) {
     EXPECT_EQ(CountOf(message::paint), 1);
 }
 
-TEST_F(LinuxWindowSurface, ThroughTheKeyColourTheGameShowsAndIsClicked) {
+TEST_F(LinuxWindowSurface, TheKeyColourIsTransparentAndClickThrough) {
     // A frame of 20 pixels around a hole that has an island.
     picture = [](int x, int y) {
         const bool hole = x >= 20 && x < 180 && y >= 20 && y < 100;
@@ -225,7 +225,7 @@ TEST_F(LinuxWindowSurface, ThroughTheKeyColourTheGameShowsAndIsClicked) {
     EXPECT_EQ(other_->PixelAt(105, 105), green);
 }
 
-TEST_F(LinuxWindowSurface, BeforeTheFirstPaintNothingOfAKeyedWindowShows) {
+TEST_F(LinuxWindowSurface, AKeyedWindowIsInvisibleBeforeItsFirstPaint) {
     other_->Cover({0, 0, 800, 600}, green);
     const Owned<AppWindow> window = MakeWindow(Overlay());
     SetColorKey(*window, keyColor);
@@ -234,7 +234,7 @@ TEST_F(LinuxWindowSurface, BeforeTheFirstPaintNothingOfAKeyedWindowShows) {
     EXPECT_EQ(other_->PixelAt(200, 160), green);
 }
 
-TEST_F(LinuxWindowSurface, BeforeTheFirstPaintANotificationIsNoEmptyBox) {
+TEST_F(LinuxWindowSurface, ANotificationShowsNoEmptyBoxBeforeItsFirstPaint) {
     other_->Cover({0, 0, 800, 600}, green);
     const Owned<AppWindow> window = MakeWindow(Overlay());
     ShowTopmostAt(*window, {100, 100, 300, 220});
@@ -276,7 +276,7 @@ TEST_F(LinuxWindowSurface, TheGameKeepsTheKeyboardWithAndWithoutAWindowManager) 
     }
 }
 
-TEST_F(LinuxWindowSurface, StaysOnTopOfWhatComesUpLater) {
+TEST_F(LinuxWindowSurface, StaysOnTopOfWindowsThatAreMappedLater) {
     for (const bool managed : {false, true}) {
         if (managed) {
             StartWindowManager();
@@ -294,7 +294,7 @@ TEST_F(LinuxWindowSurface, StaysOnTopOfWhatComesUpLater) {
     }
 }
 
-TEST_F(LinuxWindowSurface, TwoWindowsOnTopLeaveEachOtherInPeace) {
+TEST_F(LinuxWindowSurface, TwoTopmostWindowsDoNotRaiseEachOther) {
     const Owned<AppWindow> first = MakeWindow(Overlay());
     const Owned<AppWindow> second = MakeWindow(Overlay());
     ShowTopmostAt(*first, {100, 100, 300, 220});
@@ -306,7 +306,7 @@ TEST_F(LinuxWindowSurface, TwoWindowsOnTopLeaveEachOtherInPeace) {
     EXPECT_FALSE(changed);
 }
 
-TEST_F(LinuxWindowSurface, AFramedWindowOnTopStaysInFrontOfTheOverlayAndHasTheKeyboard) {
+TEST_F(LinuxWindowSurface, ATopmostFramedWindowStaysAboveTheOverlayWithTheKeyboard) {
     StartWindowManager();
     const Owned<AppWindow> overlay = MakeWindow(Overlay());
     ShowTopmostAt(*overlay, {0, 0, 700, 500});
@@ -331,7 +331,7 @@ TEST_F(LinuxWindowSurface, AFramedWindowOnTopStaysInFrontOfTheOverlayAndHasTheKe
     EXPECT_EQ(Last(message::keyDown)->window, editor.get());
 }
 
-TEST_F(LinuxWindowSurface, ShowingAWindowThatIsShownPaintsNothingAnew) {
+TEST_F(LinuxWindowSurface, ShowingAShownWindowDoesNotRepaintIt) {
     const Owned<AppWindow> window = MakeWindow(Overlay());
     ShowTopmostAt(*window, {100, 100, 300, 220});
     ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
@@ -347,7 +347,7 @@ TEST_F(LinuxWindowSurface, ShowingAWindowThatIsShownPaintsNothingAnew) {
     EXPECT_TRUE(RunUntil(*window, [&] { return CountOf(message::paint) > paints; }));
 }
 
-TEST_F(LinuxWindowSurface, AWindowThatInsistsIsLeftInFront) {
+TEST_F(LinuxWindowSurface, AWindowThatKeepsRaisingItselfStaysInFront) {
     const Owned<AppWindow> window = MakeWindow(Overlay());
     ShowTopmostAt(*window, {100, 100, 300, 220});
     const xcb_window_t cover = other_->Cover({0, 0, 800, 600}, green);
@@ -368,7 +368,7 @@ TEST_F(LinuxWindowSurface, AWindowThatInsistsIsLeftInFront) {
     EXPECT_LE(raises, 30) << "some eight a second; a hundred without a bound";
 }
 
-TEST_F(LinuxWindowSurface, IsPlacedWhereItWasAskedTo) {
+TEST_F(LinuxWindowSurface, HasTheRequestedBounds) {
     const Owned<AppWindow> window = MakeWindow(Overlay());
     EXPECT_EQ(WindowBounds(*window), (Rectangle{100, 100, 300, 220}));
     const Rectangle place{17, 23, 427, 323};
@@ -388,7 +388,7 @@ TEST_F(LinuxWindowSurface, IsPlacedWhereItWasAskedTo) {
     EXPECT_EQ(WindowBounds(*window), moved);
 }
 
-TEST_F(LinuxWindowSurface, MouseMessagesCarryThePlaceInTheWindow) {
+TEST_F(LinuxWindowSurface, MouseMessagesHaveClientCoordinates) {
     const Owned<AppWindow> window = MakeWindow(Overlay());
     ShowTopmostAt(*window, {100, 100, 300, 220});
     ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
@@ -436,7 +436,7 @@ TEST_F(LinuxWindowSurface, AHiddenWindowLosesTheMouse) {
     EXPECT_FALSE(HasMouse(*window));
 }
 
-TEST_F(LinuxWindowSurface, LeavingIsToldOnceForEachTimeItIsAskedFor) {
+TEST_F(LinuxWindowSurface, EachTrackingReportsOneLeave) {
     const Owned<AppWindow> window = MakeWindow(Overlay());
     ShowTopmostAt(*window, {100, 100, 300, 220});
     ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
@@ -452,7 +452,7 @@ TEST_F(LinuxWindowSurface, LeavingIsToldOnceForEachTimeItIsAskedFor) {
     EXPECT_EQ(CountOf(message::mouseLeave), 1);
 }
 
-TEST_F(LinuxWindowSurface, TheWindowInFrontHearsKeysWithTheirModifiers) {
+TEST_F(LinuxWindowSurface, TheFocusedWindowReceivesKeysWithTheirModifiers) {
     const Owned<AppWindow> window = MakeWindow(Plain());
     ShowInFront(*window);
     ASSERT_TRUE(RunUntilReceived(*window, message::setFocus));
@@ -489,7 +489,7 @@ TEST_F(LinuxWindowSurface, TheWindowInFrontHearsKeysWithTheirModifiers) {
     EXPECT_TRUE(RunUntilReceived(*window, message::killFocus));
 }
 
-TEST_F(LinuxWindowSurface, EachMessageHasTheModifiersOfItsOwnMoment) {
+TEST_F(LinuxWindowSurface, EachMessageHasTheModifiersOfItsEvent) {
     const Owned<AppWindow> window = MakeWindow(Plain());
     ShowInFront(*window);
     ASSERT_TRUE(RunUntilReceived(*window, message::setFocus));
@@ -505,7 +505,7 @@ TEST_F(LinuxWindowSurface, EachMessageHasTheModifiersOfItsOwnMoment) {
     EXPECT_EQ(keyModifiers['J'], 0U);
 }
 
-TEST_F(LinuxWindowSurface, KeysAreCalledByTheirNames) {
+TEST_F(LinuxWindowSurface, KeysHaveNames) {
     const struct {
         std::uint32_t virtualKey;
         const char16_t* name;
@@ -516,7 +516,7 @@ TEST_F(LinuxWindowSurface, KeysAreCalledByTheirNames) {
     }
 }
 
-TEST_F(LinuxWindowSurface, TheDesktopsDpiCountsAndAChangeSuggestsASize) {
+TEST_F(LinuxWindowSurface, ADpiChangeSuggestsABoundsChange) {
     const Owned<AppWindow> window = MakeWindow(Overlay());
     EXPECT_EQ(DpiOfWindow(*window), 96);
     const std::string resources = "*customization: -color\nXft.dpi:\t144\nXft.hinting: 1\n";
@@ -530,7 +530,7 @@ TEST_F(LinuxWindowSurface, TheDesktopsDpiCountsAndAChangeSuggestsASize) {
     EXPECT_EQ(*suggested, (Rectangle{100, 100, 400, 280}));
 }
 
-TEST_F(LinuxWindowSurface, AWindowManagerLearnsTheLeastSizeAndBringsTheWindowForward) {
+TEST_F(LinuxWindowSurface, AWindowManagerEnforcesTheMinimumSizeAndRaisesTheWindow) {
     StartWindowManager();
     const Owned<AppWindow> window = MakeWindow(Plain());
     const std::string hints = other_->Property(other_->Find("main"), "WM_NORMAL_HINTS");
@@ -567,12 +567,12 @@ TEST_F(LinuxWindowSurface, EveryPointBelongsToAMonitorOrToThePrimaryOne) {
     EXPECT_EQ(MonitorAt({1, 1}).work, (Rectangle{0, 24, 800, 564}));
 }
 
-TEST_F(LinuxWindowSurface, ThePointerIsWhereTheUserPutIt) {
+TEST_F(LinuxWindowSurface, CursorPositionIsThePointersPosition) {
     other_->MovePointer(123, 456);
     EXPECT_EQ(CursorPosition(), (Point{123, 456}));
 }
 
-TEST_F(LinuxWindowSurface, OpacityAndIconsAreTheServersProperties) {
+TEST_F(LinuxWindowSurface, OpacityAndIconsAreProperties) {
     const std::vector<std::uint32_t> pixels(4, 0x102030);
     const Owned<AppIcon> icon = MakeIcon(2, pixels.data());
     EXPECT_EQ(LoadProgramIcon(32), nullptr);
@@ -624,9 +624,9 @@ protected:
     std::optional<Point> place_;
 };
 
-TEST_F(LinuxTrayIcon, IsRefusedWhereThereIsNoNotificationArea) { EXPECT_EQ(Add(), nullptr); }
+TEST_F(LinuxTrayIcon, FailsWithoutANotificationArea) { EXPECT_EQ(Add(), nullptr); }
 
-TEST_F(LinuxTrayIcon, ShowsInTheAreaAndTellsOfClicks) {
+TEST_F(LinuxTrayIcon, IsShownInTheAreaAndReportsClicks) {
     StartHost();
     ASSERT_TRUE(RunUntilReceived(*window_, TaskbarCreatedMessage()));
     Owned<TrayIcon> icon = Add();
@@ -646,7 +646,7 @@ TEST_F(LinuxTrayIcon, ShowsInTheAreaAndTellsOfClicks) {
     EXPECT_TRUE(RunUntil(*window_, [&] { return !FindIcon(); }));
 }
 
-TEST_F(LinuxTrayIcon, ReturnsWhenTheAreaHasBeenRestarted) {
+TEST_F(LinuxTrayIcon, IsAddedAgainAfterARestartOfTheArea) {
     StartHost();
     ASSERT_TRUE(RunUntilReceived(*window_, TaskbarCreatedMessage()));
     Owned<TrayIcon> icon = Add();
@@ -662,7 +662,7 @@ TEST_F(LinuxTrayIcon, ReturnsWhenTheAreaHasBeenRestarted) {
     EXPECT_TRUE(RunUntilIconShows());
 }
 
-TEST_F(LinuxTrayIcon, ThatAnAreaPutsBackOnTheDesktopGoesAwayWithAllThatItHad) {
+TEST_F(LinuxTrayIcon, IsDestroyedWithItsResourcesWhenTheAreaReparentsItToTheRoot) {
     StartHost();
     ASSERT_TRUE(RunUntilReceived(*window_, TaskbarCreatedMessage()));
     Owned<TrayIcon> icon = Add();
@@ -710,21 +710,21 @@ protected:
 };
 
 // Rows are 28 pixels high and begin 4 pixels below the upper edge; the separator takes 9.
-TEST_F(LinuxPopupMenu, AnswersTheItemThatIsClicked) {
+TEST_F(LinuxPopupMenu, ReturnsTheClickedItem) {
     EXPECT_EQ(Choose([&] { other_->ClickAt(120, 100 + 4 + 14); }), 1);
     EXPECT_EQ(Choose([&] { other_->ClickAt(120, 100 + 4 + 28 + 14); }), 2);
     EXPECT_EQ(Choose([&] { other_->ClickAt(120, 100 + 4 + 56 + 9 + 14); }), 3);
     EXPECT_EQ(Choose([&] { other_->ClickAt(120, 100 + 4 + 14, 3); }), 1);
 }
 
-TEST_F(LinuxPopupMenu, EndsWithoutAChoiceByEscapeAndByAClickElsewhere) {
+TEST_F(LinuxPopupMenu, ClosesWithoutAChoiceByEscapeAndByAClickOutside) {
     EXPECT_EQ(Choose([&] { other_->Tap(other_->CodeOf(XK_Escape)); }), 0);
     EXPECT_EQ(Choose([&] { other_->ClickAt(700, 500); }), 0);
     received.clear();
     EXPECT_TRUE(RunUntilReceived(*window_, message::null));
 }
 
-TEST_F(LinuxPopupMenu, IsGoneAndGivesTheKeyboardBackAfterTheChoice) {
+TEST_F(LinuxPopupMenu, DisappearsAndReleasesTheKeyboardAfterTheChoice) {
     const std::size_t before = other_->TopLevels().size();
     EXPECT_EQ(Choose([&] { other_->Tap(other_->CodeOf(XK_Escape)); }), 0);
     EXPECT_EQ(other_->TopLevels().size(), before);
@@ -735,7 +735,7 @@ TEST_F(LinuxPopupMenu, IsGoneAndGivesTheKeyboardBackAfterTheChoice) {
     EXPECT_EQ(other_->Events(XCB_KEY_PRESS), 1);
 }
 
-TEST_F(LinuxPopupMenu, KeysGoRoundTheItemsAndLeaveTheSeparatorOut) {
+TEST_F(LinuxPopupMenu, KeysMoveTheHighlightAndSkipTheSeparator) {
     const xcb_keycode_t down = other_->CodeOf(XK_Down);
     const xcb_keycode_t up = other_->CodeOf(XK_Up);
     const xcb_keycode_t enter = other_->CodeOf(XK_Return);
@@ -751,7 +751,7 @@ TEST_F(LinuxPopupMenu, KeysGoRoundTheItemsAndLeaveTheSeparatorOut) {
     EXPECT_EQ(keys({up, enter}), 3);
 }
 
-TEST_F(LinuxPopupMenu, TheEndOfTheProgramEndsTheMenu) {
+TEST_F(LinuxPopupMenu, TheEndOfTheProgramClosesTheMenu) {
     EXPECT_EQ(Choose([] { PostQuit(4); }), 0);
     EXPECT_EQ(RunMessageLoop(), 4);
 }

@@ -173,7 +173,7 @@ TEST_F(LinuxWindow, IsShownAndHiddenOnTheServer) {
     EXPECT_TRUE(RunUntil([&] { return other_->IsMapped(id); }));
 }
 
-TEST_F(LinuxWindow, AFlushEndsWhenTheServerHasCaughtUp) {
+TEST_F(LinuxWindow, FlushWaitsForTheServer) {
     Open();
     const xcb_window_t id = other_->Find("Zorvel test");
     ASSERT_TRUE(RunUntil([&] { return other_->IsMapped(id); }));
@@ -195,14 +195,14 @@ TEST_F(LinuxWindow, AFlushEndsWhenTheServerHasCaughtUp) {
     EXPECT_FALSE(other_->IsMapped(id));
 }
 
-TEST_F(LinuxWindow, AFlushOfADeadServerReturns) {
+TEST_F(LinuxWindow, FlushReturnsIfTheServerIsDead) {
     Open();
     display_.Server().Send(SIGKILL);
     display_.Server().WaitExit();
     FlushScreen();
 }
 
-TEST_F(LinuxWindow, HearsOfItsCreationAndOnceOfItsEnd) {
+TEST_F(LinuxWindow, ReceivesCreateAndOneDestroy) {
     Open();
     const std::vector<Received> made = {{message::getMinMaxInfo, 0}, {message::create, 0}, {message::showWindow, 1}};
     EXPECT_EQ(received, made);
@@ -214,7 +214,7 @@ TEST_F(LinuxWindow, HearsOfItsCreationAndOnceOfItsEnd) {
     EXPECT_TRUE(support::WaitUntil([&] { return other_->Find("Zorvel test") == XCB_WINDOW_NONE; }));
 }
 
-TEST_F(LinuxWindow, AProcedureThatRaisesSomethingLeavesTheMessageUnhandledAndTheLoopRunning) {
+TEST_F(LinuxWindow, AnExceptionOfAProcedureLeavesTheLoopRunning) {
     beforehand = [](AppWindow&, std::uint32_t) { throw std::bad_alloc(); };
     Open();
     const xcb_window_t id = other_->Find("Zorvel test");
@@ -228,7 +228,7 @@ TEST_F(LinuxWindow, AProcedureThatRaisesSomethingLeavesTheMessageUnhandledAndThe
     EXPECT_TRUE(support::WaitUntil([&] { return other_->Find("Zorvel test") == XCB_WINDOW_NONE; }));
 }
 
-TEST_F(LinuxWindow, AProcedureThatHasEndedItsWindowMayRaiseSomething) {
+TEST_F(LinuxWindow, AProcedureMayThrowAfterItHasDestroyedItsWindow) {
     Open();
     const auto other = MakeWindow([] {
         WindowOptions options;
@@ -252,7 +252,7 @@ TEST_F(LinuxWindow, AProcedureThatHasEndedItsWindowMayRaiseSomething) {
     EXPECT_EQ(window_, nullptr);
 }
 
-TEST_F(LinuxWindow, EventsForWhichThereIsNoMemoryAreLostAndTheLoopGoesOn) {
+TEST_F(LinuxWindow, LosesEventsButNotTheLoopWithoutMemory) {
     Open();
     const xcb_window_t id = other_->Find("Zorvel test");
     ASSERT_TRUE(RunUntil([&] { return other_->IsMapped(id); }));
@@ -278,7 +278,7 @@ TEST_F(LinuxWindow, EventsForWhichThereIsNoMemoryAreLostAndTheLoopGoesOn) {
     EXPECT_TRUE(RunUntil([&] { return CountOf(message::close) > heard; }));
 }
 
-TEST_F(LinuxWindow, TheCloseBoxAsksTheProcedureFirst) {
+TEST_F(LinuxWindow, TheCloseBoxSendsAMessage) {
     Open();
     handleClose = true;
     other_->CloseByBox(other_->Find("Zorvel test"));
@@ -287,7 +287,7 @@ TEST_F(LinuxWindow, TheCloseBoxAsksTheProcedureFirst) {
     EXPECT_NE(other_->Find("Zorvel test"), xcb_window_t{XCB_WINDOW_NONE});
 }
 
-TEST_F(LinuxWindow, AWindowThatAnotherClientDestroysHearsOfIt) {
+TEST_F(LinuxWindow, ReceivesDestroyWhenAnotherClientDestroysIt) {
     Open();
     const xcb_window_t id = other_->Find("Zorvel test");
     WindowOptions options;
@@ -301,7 +301,7 @@ TEST_F(LinuxWindow, AWindowThatAnotherClientDestroysHearsOfIt) {
     EXPECT_NE(id, xcb_window_t{XCB_WINDOW_NONE});
 }
 
-TEST_F(LinuxWindow, APressedKeyArrivesWhicheverLocksAreOn) {
+TEST_F(LinuxWindow, AGlobalKeyArrivesWithAnyLocks) {
     Open();
     ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
     long presses = 0;
@@ -317,7 +317,7 @@ TEST_F(LinuxWindow, APressedKeyArrivesWhicheverLocksAreOn) {
     }
 }
 
-TEST_F(LinuxWindow, OtherModifiersAreAnotherKey) {
+TEST_F(LinuxWindow, OtherModifiersMakeAnotherGlobalKey) {
     Open();
     ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
     ASSERT_TRUE(RegisterGlobalKey(*window_, 2, keyModifier::control | alt | once, virtualX));
@@ -335,7 +335,7 @@ TEST_F(LinuxWindow, OtherModifiersAreAnotherKey) {
     EXPECT_EQ(CountOf(message::hotKey, 3), 1);
 }
 
-TEST_F(LinuxWindow, EveryLetterDigitAndFunctionKeyCanBeReserved) {
+TEST_F(LinuxWindow, EveryLetterDigitAndFunctionKeyCanBeRegistered) {
     Open();
     std::vector<std::uint32_t> keys;
     for (std::uint32_t key = 48; key <= 57; ++key) {
@@ -362,7 +362,7 @@ TEST_F(LinuxWindow, EveryLetterDigitAndFunctionKeyCanBeReserved) {
     EXPECT_FALSE(RegisterGlobalKey(*window_, 999, alt | once, 47));  // no such key
 }
 
-TEST_F(LinuxWindow, AKeyThatAnotherProgramHoldsIsRefused) {
+TEST_F(LinuxWindow, RegisteringAKeyThatAnotherClientHasGrabbedFails) {
     Open();
     const xcb_keycode_t x = other_->CodeOf(XK_x);
     const std::uint16_t masks[] = {XCB_MOD_MASK_1, XCB_MOD_MASK_1 | XCB_MOD_MASK_LOCK, XCB_MOD_MASK_1 | XCB_MOD_MASK_2,
@@ -380,7 +380,7 @@ TEST_F(LinuxWindow, AKeyThatAnotherProgramHoldsIsRefused) {
     EXPECT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
 }
 
-TEST_F(LinuxWindow, AReservedKeyIsRefusedToOthersUntilItIsGivenUp) {
+TEST_F(LinuxWindow, ARegisteredKeyIsGrabbedUntilItIsUnregistered) {
     Open();
     ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
     EXPECT_FALSE(RegisterGlobalKey(*window_, 2, alt | once, virtualX));
@@ -389,7 +389,7 @@ TEST_F(LinuxWindow, AReservedKeyIsRefusedToOthersUntilItIsGivenUp) {
     EXPECT_TRUE(RunUntil([&] { return other_->GrabKey(other_->CodeOf(XK_x), XCB_MOD_MASK_1); }));
 }
 
-TEST_F(LinuxWindow, AHeldKeyCountsOnceAndAgainWhenPressedAgain) {
+TEST_F(LinuxWindow, AHeldKeySendsOneMessageUntilItIsPressedAgain) {
     Open();
     const xcb_keycode_t f10 = other_->CodeOf(XK_F10);
     const xcb_keycode_t x = other_->CodeOf(XK_x);
@@ -410,7 +410,7 @@ TEST_F(LinuxWindow, AHeldKeyCountsOnceAndAgainWhenPressedAgain) {
     ASSERT_EQ(CountOf(message::hotKey, 1), 2);
 }
 
-TEST_F(LinuxWindow, KeysFollowAChangeOfTheKeyboardMapping) {
+TEST_F(LinuxWindow, KeysAreGrabbedAgainAfterAChangeOfTheMapping) {
     Open();
     ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
     const xcb_keycode_t oldCode = other_->CodeOf(XK_x);
@@ -433,7 +433,7 @@ TEST_F(LinuxWindow, KeysFollowAChangeOfTheKeyboardMapping) {
 }
 
 // A server tells of a new mapping whenever another keyboard is typed on.
-TEST_F(LinuxWindow, AChangeThatMovesNoKeyLeavesAReservedOneNobodyElse) {
+TEST_F(LinuxWindow, AnUnchangedKeyStaysGrabbedDuringAChangeOfTheMapping) {
     Open();
     ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
     std::atomic<int> gaps = 0;
@@ -472,7 +472,7 @@ TEST_F(LinuxWindow, TimersTickAtTheirPeriods) {
     EXPECT_LE(static_cast<double>(fast), elapsedMs / 16 + 1);
 }
 
-TEST_F(LinuxWindow, AStoppedTimerIsSilentAndARestartedOneBeginsAnew) {
+TEST_F(LinuxWindow, AStoppedTimerDoesNotTickAndARestartedOneStartsANewPeriod) {
     Open();
     StartTimer(*window_, 1, 10);
     StartTimer(*window_, 2, 10);
@@ -494,7 +494,7 @@ std::intptr_t QuitOnTimer(AppWindow& window, std::uint32_t code, std::uintptr_t 
     return DefaultProcedure(window, code, wParam, lParam);
 }
 
-TEST_F(LinuxWindow, NothingWakesTheLoopWhileNothingIsDue) {
+TEST_F(LinuxWindow, TheLoopSleepsWhileNothingIsDue) {
     ASSERT_TRUE(OpenSession());
     WindowOptions options;
     options.procedure = QuitOnTimer;
@@ -516,7 +516,7 @@ void RequestEnd() {
     PostQuit(3);
 }
 
-TEST_F(LinuxWindow, EverySignalThatEndsASessionRequestsTheEnd) {
+TEST_F(LinuxWindow, EverySessionEndSignalRequestsTheEnd) {
     Open();
     SetEndRequest(RequestEnd);
     for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
@@ -545,7 +545,7 @@ TEST_F(LinuxWindow, TheDeathOfTheServerRequestsTheEndOnce) {
     EXPECT_EQ(CountOf(message::destroy), 1);
 }
 
-TEST_F(LinuxWindow, TheDeathOfTheServerEndsTheLoopEvenIfNobodyAsksForTheEnd) {
+TEST_F(LinuxWindow, TheDeathOfTheServerEndsTheLoopWithoutAnEndRequest) {
     Open();
     SetEndRequest([] { ++endRequests; });
     display_.Server().Send(SIGKILL);
@@ -553,7 +553,7 @@ TEST_F(LinuxWindow, TheDeathOfTheServerEndsTheLoopEvenIfNobodyAsksForTheEnd) {
     EXPECT_EQ(endRequests, 1);
 }
 
-TEST_F(LinuxWindow, MessagesThatAreQueuedComeBeforeTheEnd) {
+TEST_F(LinuxWindow, QueuedMessagesAreDispatchedBeforeTheEnd) {
     Open();
     ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
     ASSERT_TRUE(RegisterGlobalKey(*window_, 2, alt | once, virtualF10));
@@ -565,7 +565,7 @@ TEST_F(LinuxWindow, MessagesThatAreQueuedComeBeforeTheEnd) {
     EXPECT_TRUE(RunUntilHotKeys(1, 1));
 }
 
-TEST_F(LinuxWindow, AChangeOfTheScreenArrivesOnce) {
+TEST_F(LinuxWindow, OneScreenChangeSendsOneMessage) {
     Open();
     other_->ShrinkScreen();
     EXPECT_TRUE(RunUntil([] { return CountOf(message::displayChange) == 1; }));
@@ -617,7 +617,7 @@ private:
     pid_t pid_ = -1;
 };
 
-TEST_F(LinuxWindow, ASecondCopyBringsTheHiddenWindowOfTheFirstForward) {
+TEST_F(LinuxWindow, ASecondCopyShowsTheHiddenWindowOfTheFirst) {
     FirstCopy first(true);
     ASSERT_TRUE(OpenSession());
     EXPECT_EQ(ClaimSingleInstance(u"Local\\Test"), nullptr);
@@ -633,14 +633,14 @@ TEST_F(LinuxWindow, ASecondCopyBringsTheHiddenWindowOfTheFirstForward) {
     EXPECT_TRUE(support::WaitUntil([] { return ClaimSingleInstance(u"Local\\Test") != nullptr; }));
 }
 
-TEST_F(LinuxWindow, AFirstCopyWithoutAWindowCannotBeBroughtForward) {
+TEST_F(LinuxWindow, BringingForwardFailsIfTheFirstCopyHasNoWindow) {
     const FirstCopy first(false);
     ASSERT_TRUE(OpenSession());
     EXPECT_EQ(ClaimSingleInstance(u"Local\\Test"), nullptr);
     EXPECT_FALSE(BringOtherCopyForward(u"ZVTestWindow"));
 }
 
-TEST_F(LinuxWindow, ASecondCopyBringsAWindowToTheFrontThatOthersCover) {
+TEST_F(LinuxWindow, ASecondCopyRaisesTheCoveredWindowOfTheFirst) {
     FirstCopy first(true);
     Open();
     const auto top = [&] { return other_->TopLevels().back(); };
@@ -675,7 +675,7 @@ protected:
     std::string path_;
 };
 
-TEST_F(InformationBox, IsTheDesktopsOwn) {
+TEST_F(InformationBox, UsesTheDesktopsProgram) {
     Install("zenity", "exit 0");
     Install("xmessage", "exit 0");
     ShowInformation(u"Text with <signs> & \u00E4", u"Zorvel");
@@ -683,13 +683,13 @@ TEST_F(InformationBox, IsTheDesktopsOwn) {
     EXPECT_EQ(Seen("xmessage"), "");
 }
 
-TEST_F(InformationBox, IsPlainWhereTheDesktopHasNone) {
+TEST_F(InformationBox, UsesThePlainProgramIfTheDesktopHasNone) {
     Install("xmessage", "exit 0");
     ShowInformation(u"Text", u"Zorvel");
     EXPECT_EQ(Seen("xmessage"), "-center\n-title\nZorvel\nText\n");
 }
 
-TEST_F(InformationBox, IsALineOnStandardErrorWhereThereIsNothing) {
+TEST_F(InformationBox, WritesALineToStandardErrorIfThereIsNoProgram) {
     testing::internal::CaptureStderr();
     ShowInformation(u"Text", u"Zorvel");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Zorvel: Text\n");
