@@ -100,12 +100,14 @@ void SetScalerState(VideoScaler& scaler, const ScalerState& state);
 
 enum class Acquire { Acquired, Timeout, Failed };
 
-/// The next desktop image, waiting up to `timeoutMs` for one. On Failed `code` holds the reason.
+/// The next desktop image, waiting up to `timeoutMs` for one. On Failed `code` holds the reason. A system may write the
+/// pixels of a capture surface of the same size already here; the surface is valid again after UpdateSurface.
 Acquire AcquireImage(DesktopDuplication& duplication, std::uint32_t timeoutMs, Owned<DesktopImage>& image,
                      Result& code);
 
-/// Copies the acquired image into the surface. Fails when the image cannot be read as a texture.
-Result CopyImage(GraphicsDevice& device, DesktopImage& image, Surface& surface);
+/// Brings the surface up to date with the acquired image: by a copy, unless they share memory. Fails if the image
+/// cannot be read as a texture.
+Result UpdateSurface(GraphicsDevice& device, DesktopImage& image, Surface& surface);
 
 /// Gives the image back to the duplication.
 void ReleaseImage(DesktopDuplication& duplication);

@@ -273,7 +273,7 @@ VideoWorker::FrameStatus VideoWorker::AcquireFrame(Owned<DesktopImage>& image) {
 }
 
 VideoWorker::FrameStatus VideoWorker::CopyFrame(DesktopImage& image) {
-    const Result copied = CopyImage(*device, image, *captureSurface);
+    const Result copied = UpdateSurface(*device, image, *captureSurface);
     ReleaseImage(*duplication);
     if (!Check(copied, u"Cannot read desktop texture")) {
         return FrameStatus::Failed;

@@ -221,8 +221,8 @@ Acquire AcquireImage(DesktopDuplication& duplication, std::uint32_t timeoutMs, O
     return answer.outcome;
 }
 
-Result CopyImage(GraphicsDevice&, DesktopImage& image, Surface& surface) {
-    const Call call("CopyImage");
+Result UpdateSurface(GraphicsDevice&, DesktopImage& image, Surface& surface) {
+    const Call call("UpdateSurface");
     if (call.Fails()) {
         return call.Code();
     }

@@ -353,7 +353,7 @@ TEST_F(VideoCaptureTest, EveryFailureOfTheLoopHasItsSentenceAndReleasesEverythin
          u"Desktop capture was interrupted. Unlock the desktop, then restart replay (0x887A0026)"},
         {"AcquireImage", 30, 0x887A0001,
          u"Desktop capture was interrupted. Unlock the desktop, then restart replay (0x887A0001)"},
-        {"CopyImage", 1, 0x80004002, u"Cannot read desktop texture (0x80004002)"},
+        {"UpdateSurface", 1, 0x80004002, u"Cannot read desktop texture (0x80004002)"},
         {"RunScaler", 7, 0x887A0005, u"GPU video conversion failed (0x887A0005)"},
         {"nvEncEncodePicture", 3, 20, u"Encode GPU frame failed (NVENC 20). (0x80004005)"},
         {"nvEncLockBitstream", 1, 15,
@@ -412,7 +412,7 @@ TEST_F(VideoCaptureTest, AnEmptyAccessUnitEndsTheCaptureWithTheCodeAlone) {
 }
 
 TEST_F(VideoCaptureTest, AnImageThatCannotBeReadIsStillGivenBack) {
-    FailCall("CopyImage", 1, ResultOf(0x80004002));
+    FailCall("UpdateSurface", 1, ResultOf(0x80004002));
     RunToFailure();
     EXPECT_EQ(CountOf("ReleaseImage"), 1);
     EXPECT_EQ(CountOf("~DesktopImage"), 1);
@@ -422,7 +422,7 @@ TEST_F(VideoCaptureTest, AnImageThatCannotBeReadIsStillGivenBack) {
 TEST_F(VideoCaptureTest, AnExceptionAnywhereIsOneSentenceAndReleasesEverything) {
     const Names calls =
         Joined({setUpCalls,
-                {"AcquireImage", "CopyImage", "ReleaseImage", "RunScaler", "FlushGraphics", "nvEncMapInputResource",
+                {"AcquireImage", "UpdateSurface", "ReleaseImage", "RunScaler", "FlushGraphics", "nvEncMapInputResource",
                  "nvEncEncodePicture", "nvEncLockBitstream", "BeginWrite", "WaitPrecisely"}});
     for (const std::string& call : calls) {
         Reset();
@@ -626,7 +626,7 @@ TEST_F(VideoCaptureTest, ARoundWithANewImageFollowsItsOrder) {
     RunFor(1);
     Names names = CallNames();
     names.erase(names.begin(), names.begin() + static_cast<std::ptrdiff_t>(setUpCalls.size()));
-    EXPECT_EQ(names, Joined({{"AcquireImage", "CopyImage", "ReleaseImage", "RunScaler", "FlushGraphics"},
+    EXPECT_EQ(names, Joined({{"AcquireImage", "UpdateSurface", "ReleaseImage", "RunScaler", "FlushGraphics"},
                              encodeCalls,
                              {"BeginWrite", "~DesktopImage", "WaitPrecisely"}}));
 }

@@ -78,7 +78,7 @@ Result MakeNv12Surface(GraphicsDevice&, std::uint32_t width, std::uint32_t heigh
     return resultOk;
 }
 
-Result CopyImage(GraphicsDevice&, DesktopImage& image, Surface& surface) {
+Result UpdateSurface(GraphicsDevice&, DesktopImage& image, Surface& surface) {
     if (!image.readable) {
         return ResultOf(0x80004002U);  // E_NOINTERFACE
     }

@@ -1,9 +1,8 @@
 // Pictures in main memory, and the damage that duplication, scaler and encoder pass on with them.
 //
 // The duplication's image and the capture surface share one memory if their sizes agree: AcquireImage writes the pixels
-// of both, and CopyImage copies only the damage. Nobody can tell, because each acquired image is copied before the
-// surface is used again. Whoever writes into a surface adds to its damage; its one reader, scaler or encoder, clears
-// it.
+// of both, and UpdateSurface adds only the damage. Every acquired image is followed by UpdateSurface before the surface
+// is read. Whoever writes into a surface adds to its damage; its one reader, scaler or encoder, clears it.
 #pragma once
 
 #include <cstddef>

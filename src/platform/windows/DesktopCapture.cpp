@@ -264,7 +264,7 @@ Acquire AcquireImage(DesktopDuplication& duplication, std::uint32_t timeoutMs, O
     return Acquire::Acquired;
 }
 
-Result CopyImage(GraphicsDevice& device, DesktopImage& image, Surface& surface) {
+Result UpdateSurface(GraphicsDevice& device, DesktopImage& image, Surface& surface) {
     Com<ID3D11Texture2D> texture;
     const HRESULT result = Query(reinterpret_cast<IDXGIResource*>(&image), texture);
     if (SUCCEEDED(result)) {

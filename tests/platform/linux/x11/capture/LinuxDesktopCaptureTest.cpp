@@ -68,7 +68,7 @@ struct DesktopOnX : testing::Test {
         Owned<DesktopImage> image;
         const Acquire outcome = AcquireImage(*duplication, timeoutMs, image, code);
         if (outcome == Acquire::Acquired) {
-            EXPECT_EQ(CopyImage(*device, *image, *surface), resultOk);
+            EXPECT_EQ(UpdateSurface(*device, *image, *surface), resultOk);
             ReleaseImage(*duplication);
         }
         return outcome;

@@ -185,7 +185,7 @@ protected:
         if (outcome != Acquire::Acquired) {
             return false;
         }
-        EXPECT_EQ(CopyImage(*device_, *image, *surface_), resultOk);
+        EXPECT_EQ(UpdateSurface(*device_, *image, *surface_), resultOk);
         ReleaseImage(*duplication_);
         return true;
     }
