@@ -2,8 +2,11 @@
 // and keys become. On a private X server, with a window manager and a notification area where these matter.
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
+#include <xcb/xfixes.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -19,6 +22,7 @@
 #include "platform/TrayIcon.h"
 #include "platform/Window.h"
 #include "support/EndToEnd.h"
+#include "support/FileBytes.h"
 #include "support/ServerWatch.h"
 #include "support/XClient.h"
 
@@ -570,6 +574,42 @@ TEST_F(LinuxWindowSurface, EveryPointBelongsToAMonitorOrToThePrimaryOne) {
 TEST_F(LinuxWindowSurface, CursorPositionIsThePointersPosition) {
     other_->MovePointer(123, 456);
     EXPECT_EQ(CursorPosition(), (Point{123, 456}));
+}
+
+/// A cursor file of one opaque picture.
+std::string CursorFile(std::uint32_t size, std::uint32_t color) {
+    constexpr std::uint32_t magic = 0x72756358;  // "Xcur"
+    constexpr std::uint32_t imageType = 0xFFFD0002;
+    constexpr std::uint32_t headerBytes = 16;
+    constexpr std::uint32_t imageAt = headerBytes + 12;
+    std::vector<std::uint32_t> words{magic, headerBytes, 0x10000, 1, imageType, size, imageAt};
+    words.insert(words.end(), {36, imageType, size, 1, size, size, 0, 0, 0});
+    words.insert(words.end(), std::size_t{size} * size, 0xFF000000U | color);
+    return {reinterpret_cast<const char*>(words.data()), words.size() * sizeof words[0]};
+}
+
+TEST_F(LinuxWindowSurface, UsesTheUsersCursorTheme) {
+    const std::filesystem::path cursors = folder_.Path() / "default" / "cursors";
+    std::filesystem::create_directories(cursors);
+    support::WriteBytes(cursors / "left_ptr", CursorFile(24, green));
+    support::WriteBytes(cursors / "hand2", CursorFile(24, red));
+    setenv("XCURSOR_PATH", folder_.Path().c_str(), 1);
+    WindowOptions options = Overlay();
+    options.arrowCursor = true;
+    const Owned<AppWindow> window = MakeWindow(options);
+    unsetenv("XCURSOR_PATH");
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    other_->MovePointer(150, 150);
+    std::free(xcb_xfixes_query_version_reply(other_->Get(), xcb_xfixes_query_version(other_->Get(), 2, 0), nullptr));
+    const auto shows = [&](std::uint32_t color) {
+        const support::Reply<xcb_xfixes_get_cursor_image_reply_t> image(
+            xcb_xfixes_get_cursor_image_reply(other_->Get(), xcb_xfixes_get_cursor_image(other_->Get()), nullptr));
+        return image && image->width == 24 &&
+               xcb_xfixes_get_cursor_image_cursor_image(image.get())[0] == (0xFF000000U | color);
+    };
+    EXPECT_TRUE(RunUntil(*window, [&] { return shows(green); }));
+    SetCursorShape(*window, CursorShape::Hand);
+    EXPECT_TRUE(RunUntil(*window, [&] { return shows(red); }));
 }
 
 TEST_F(LinuxWindowSurface, OpacityAndIconsAreProperties) {
