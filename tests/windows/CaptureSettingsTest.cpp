@@ -50,7 +50,7 @@ protected:
     std::string Switch(Point at, const std::string& setting) {
         const std::vector<DWORD> before = ProcessesNamed(L"ffmpeg.exe");
         const std::size_t captures = Captures().size();
-        EXPECT_TRUE(ClickUntil(OnOverlay(at.x, at.y), [&] { return Has(setting); })) << setting;
+        EXPECT_TRUE(ClickUntil(OnOverlay(at.x, at.y), [&] { return HasSetting(setting); })) << setting;
         EXPECT_TRUE(Eventually([&] { return Captures().size() > captures; })) << setting;
         EXPECT_TRUE(Eventually([&] {
             const std::vector<DWORD> now = ProcessesNamed(L"ffmpeg.exe");
@@ -120,7 +120,8 @@ TEST_F(CaptureSettings, SwitchesTheReplayOffAndOnByClicks) {
     const Game game;
     OpenOverlay();
     Click(OnOverlay(replayTile.x, replayTile.y));
-    EXPECT_TRUE(ClickUntil(OnOverlay(replayButton.x, replayButton.y), [this] { return Has("instantReplay=0"); }));
+    EXPECT_TRUE(
+        ClickUntil(OnOverlay(replayButton.x, replayButton.y), [this] { return HasSetting("instantReplay=0"); }));
     EXPECT_TRUE(EventuallyLogs("Replay stopped."));
     EXPECT_TRUE(ProcessesNamed(L"ffmpeg.exe").empty());
     EXPECT_EQ(ListedSegments(), 0U) << "what was buffered is gone";

@@ -2,9 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <fstream>
-#include <thread>
 
 #include "platform/Environment.h"
 #include "platform/Files.h"
@@ -12,6 +10,7 @@
 #include "video/Capabilities.h"
 #include "video/VideoCapture.h"
 #include "windows/DriverScene.h"
+#include "windows/PipeReader.h"
 #include "windows/Processes.h"
 
 namespace zv::windows {
@@ -22,37 +21,6 @@ using testing::IsEmpty;
 
 constexpr VideoFormat format = {1920, 1080, 240, 20};
 constexpr char16_t monitor[] = u"\\\\.\\DISPLAY1";
-
-/// Reads a pipe to its end, as FFmpeg does.
-class Reader {
-public:
-    explicit Reader(const Text& name) {
-        const std::wstring path(name.begin(), name.end());
-        EXPECT_TRUE(Eventually([&] {
-            pipe_ = CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-            return pipe_ != INVALID_HANDLE_VALUE;
-        }));
-        thread_ = std::thread([this] {
-            std::vector<char> bytes(0x10000);
-            DWORD size = 0;
-            while (ReadFile(pipe_, bytes.data(), static_cast<DWORD>(bytes.size()), &size, nullptr) && size != 0) {
-                count += size;
-            }
-        });
-    }
-    ~Reader() {
-        thread_.join();
-        CloseHandle(pipe_);
-    }
-    Reader(const Reader&) = delete;
-    Reader& operator=(const Reader&) = delete;
-
-    std::atomic<std::uint64_t> count = 0;
-
-private:
-    HANDLE pipe_ = INVALID_HANDLE_VALUE;
-    std::thread thread_;
-};
 
 class DriverCapture : public testing::Test {
 protected:
@@ -73,8 +41,9 @@ protected:
     static void RunOnce() {
         VideoCapture capture;
         ASSERT_TRUE(capture.Start(monitor, format)) << Narrow(capture.Error());
-        const Reader reader(capture.PipeName());
-        EXPECT_TRUE(Eventually([&] { return (capture.encodedFrames >= 3 && reader.count > 188) || !capture.running; }));
+        const PipeReader reader(capture.PipeName());
+        EXPECT_TRUE(
+            Eventually([&] { return (capture.encodedFrames >= 3 && reader.Bytes() > 188) || !capture.running; }));
         capture.Stop();
         EXPECT_EQ(capture.Error(), u"");
     }
@@ -99,7 +68,7 @@ protected:
             Script(std::string("set images always\nfail ") + entry + " 5 80004001");
             VideoCapture capture;
             EXPECT_TRUE(capture.Start(monitor, format)) << entry;
-            const Reader reader(capture.PipeName());
+            const PipeReader reader(capture.PipeName());
             EXPECT_TRUE(Eventually([&] { return !capture.running; })) << entry;
             EXPECT_NE(capture.Error(), u"") << entry;
             capture.Stop();
@@ -158,7 +127,7 @@ TEST_F(DriverCapture, EncodesTheDesktopWithTheRequestedSizeAndRates) {
     for (const VideoFormat& asked : {VideoFormat{2560, 1440, 60, 5}, VideoFormat{3840, 2160, 30, 200}}) {
         VideoCapture capture;
         ASSERT_TRUE(capture.Start(monitor, asked)) << Narrow(capture.Error());
-        const Reader reader(capture.PipeName());
+        const PipeReader reader(capture.PipeName());
         EXPECT_TRUE(Eventually([&] { return capture.encodedFrames >= 2 || !capture.running; }));
         capture.Stop();
         EXPECT_EQ(capture.Error(), u"");

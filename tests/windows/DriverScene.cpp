@@ -102,12 +102,14 @@ std::string RunShell(const std::filesystem::path& folder, const std::string& scr
     return content.substr(0, content.rfind("end "));
 }
 
-std::filesystem::path DriverScene::Data() { return ToPath(JoinPath(FolderOf(KnownFolder::LocalData), u"ZVReelsMax")); }
+std::filesystem::path DriverScene::DataFolder() {
+    return ToPath(JoinPath(FolderOf(KnownFolder::LocalData), u"ZVReelsMax"));
+}
 
 void DriverScene::SetUp() {
     ASSERT_FALSE(EnvironmentValue(u"ZV_TEST_FFMPEG").empty()) << "tests/windows/fetch_ffmpeg gets it";
-    std::filesystem::remove_all(Data());
-    std::filesystem::create_directories(Data());
+    std::filesystem::remove_all(DataFolder());
+    std::filesystem::create_directories(DataFolder());
     const std::filesystem::path captures = folder_.Path() / "captures";
     for (const char* line :
          {"audioCaptureVersion=1", "replayUiVersion=1", "width=1920", "height=1080", "fps=30", "bitrateMbps=20",
@@ -132,7 +134,7 @@ void DriverScene::TearDown() {
 }
 
 void DriverScene::Setting(const std::string& line) {
-    std::ofstream(Data() / "settings.ini", std::ios::app | std::ios::binary) << line << "\r\n";
+    std::ofstream(DataFolder() / "settings.ini", std::ios::app | std::ios::binary) << line << "\r\n";
 }
 
 void DriverScene::Script(const std::string& text) {
@@ -183,7 +185,7 @@ bool DriverScene::EndProgram() {
 
 std::vector<std::string> DriverScene::Activity() const {
     std::vector<std::string> texts;
-    for (const std::string& row : LinesOf(ContentOf(Data() / "History" / "activity.log"))) {
+    for (const std::string& row : LinesOf(ContentOf(DataFolder() / "History" / "activity.log"))) {
         texts.push_back(row.substr(row.rfind('\t') + 1));
     }
     return texts;

@@ -44,7 +44,7 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    static std::filesystem::path Data();
+    static std::filesystem::path DataFolder();
     std::filesystem::path Report() const { return folder_.Path() / "report"; }
 
     void Setting(const std::string& line);

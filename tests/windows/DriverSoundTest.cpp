@@ -154,6 +154,7 @@ constexpr Failure failures[] = {
     // The first event belongs to the video pipe.
     {"fail CreateEventW 2 5AA", "Cannot create audio synchronization events (0x800705AA)"},
     {"fail CreateEventW 3 8", "Cannot create audio synchronization events (0x80070008)"},
+    {"fail CreateEventW 4 5AA", "Cannot create audio synchronization events (0x800705AA)"},
     {"delay Activate.render 1 1000\nset wait 8000 200", "Audio initialization timed out (0x80004005)"},
     {"fail CoInitializeEx 1 80010106", "Cannot initialize Windows audio (0x80010106)"},
     {"fail CreateInstance 1 0x80040154",
@@ -166,8 +167,8 @@ constexpr Failure failures[] = {
      "Cannot open default audio device at audio client activation. Check Windows audio devices and microphone "
      "permission (0x80070005)"},
     {"fail CreateNamedPipeW:ZVReelsAudio 1 E7", "Cannot create the audio pipe (0x800700E7)"},
-    {"fail CreateEventW 4 5AA", "Cannot create the audio pipe (0x800705AA)"},
-    {"fail CreateEventW 5 8", "Cannot create the audio pipe (0x80070008)"},
+    {"fail CreateEventW 5 5AA", "Cannot create the audio pipe (0x800705AA)"},
+    {"fail CreateEventW 6 8", "Cannot create the audio pipe (0x80070008)"},
     {"fail ConnectNamedPipe:ZVReelsAudio 1 E8", "Encoder could not connect to the audio stream (0x80004005)"},
     {"fail Start.render 1 0x88890004", "Audio capture stopped; a device or encoder disconnected (0x88890004)"},
     {"set render gone 5", "Audio capture stopped; a device or encoder disconnected (0x88890004)"},

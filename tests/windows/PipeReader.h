@@ -1,4 +1,4 @@
-// A thread that reads an audio pipe to its end, as the encoder does.
+// A thread that reads a pipe to its end, as FFmpeg does.
 #pragma once
 
 #include <atomic>
@@ -32,7 +32,8 @@ public:
     bool Ended() const { return ended_; }
 
     void Pause(bool on) { paused_ = on; }
-    /// Returns true if the pipe has been full for at least 200 ms, so that a write is pending. While the reader pauses.
+    /// Returns true if an audio pipe has been full for at least 200 ms, so that a write is pending. While the reader
+    /// pauses.
     bool WriterWaits() const {
         DWORD waiting = 0;
         PeekNamedPipe(pipe_, nullptr, 0, nullptr, &waiting, nullptr);

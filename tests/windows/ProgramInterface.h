@@ -238,8 +238,8 @@ protected:
     }
 
     /// Returns true if the settings file has the line.
-    bool Has(const std::string& setting) const {
-        const std::string file = ReadSharedFile(FromPath(Data() / "settings.ini"), 0x10000);
+    bool HasSetting(const std::string& setting) const {
+        const std::string file = ReadSharedFile(FromPath(DataFolder() / "settings.ini"), 0x10000);
         return file.find("\n" + setting + "\r\n") != std::string::npos;
     }
 

@@ -177,8 +177,8 @@ TEST_F(ProgramInterface, TheOverlayTilesRecordSaveAndSwitchTheMicrophone) {
     const std::string saved = Activity().back().substr(std::string("Recording saved: ").size());
     EXPECT_TRUE(std::filesystem::exists(saved)) << saved;
 
-    EXPECT_TRUE(Has("micEnabled=0"));
-    EXPECT_TRUE(ClickUntil(OnOverlay(747, 200), [&] { return Has("micEnabled=1"); }));
+    EXPECT_TRUE(HasSetting("micEnabled=0"));
+    EXPECT_TRUE(ClickUntil(OnOverlay(747, 200), [&] { return HasSetting("micEnabled=1"); }));
     EXPECT_EQ(GetForegroundWindow(), game.Window());
     EXPECT_TRUE(Eventually([] { return !IsShown(toastClass); }));
     EXPECT_TRUE(EndProgram());
@@ -265,7 +265,7 @@ TEST_F(ProgramInterface, TheNotificationIconOpensTheWindowAndItsMenuExits) {
     EXPECT_TRUE(Eventually([] { return IsShown(mainClass); }));
 
     EXPECT_TRUE(Exit());
-    EXPECT_FALSE(std::filesystem::exists(Data() / "running.lock"));
+    EXPECT_FALSE(std::filesystem::exists(DataFolder() / "running.lock"));
     EXPECT_TRUE(Eventually([] { return ProcessesNamed(L"ffmpeg.exe").empty(); }));
     EXPECT_EQ(Find(overlayClass), nullptr);
 }
@@ -357,12 +357,12 @@ TEST_F(ShortcutEditing, AcceptsOnlyAKeyWithAModifier) {
     EXPECT_TRUE(PressUntil({'K'}, [&] { return LineOf(editor) != hint; })) << "no error is shown";
     EXPECT_TRUE(IsShown(editorClass));
     EXPECT_TRUE(PressUntil({VK_ESCAPE}, [] { return Find(editorClass) == nullptr; }));
-    EXPECT_TRUE(Has("bindKeys0=88"));
+    EXPECT_TRUE(HasSetting("bindKeys0=88"));
     EXPECT_TRUE(IsShown(overlayClass));
     OpenEditor();
     EXPECT_TRUE(PressUntil({VK_CONTROL, VK_SHIFT, 'K'}, [] { return Find(editorClass) == nullptr; }));
-    EXPECT_TRUE(Eventually([&] { return Has("bindKeys0=75"); }));
-    EXPECT_TRUE(Has("bindMods0=6"));
+    EXPECT_TRUE(Eventually([&] { return HasSetting("bindKeys0=75"); }));
+    EXPECT_TRUE(HasSetting("bindMods0=6"));
 
     EXPECT_TRUE(PressUntil({VK_CONTROL, VK_SHIFT, 'K'}, [] { return !IsShown(overlayClass); }));
     EXPECT_NE(RegisterHotKey(nullptr, 1, MOD_ALT, 'X'), FALSE) << "the old key is still registered";

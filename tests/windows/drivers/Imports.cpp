@@ -42,7 +42,7 @@ bool Fails(const std::string& entry) {
 
 // Memory
 
-bool MayHave(std::size_t size) {
+bool IsGranted(std::size_t size) {
     const DWORD thread = GetCurrentThreadId();
     if (thread == countedThread) {
         ++requests;
@@ -52,11 +52,11 @@ bool MayHave(std::size_t size) {
     return !painting && !working;
 }
 
-void* Allocate(std::size_t size) { return MayHave(size) ? std::malloc(size) : nullptr; }
+void* Allocate(std::size_t size) { return IsGranted(size) ? std::malloc(size) : nullptr; }
 void* AllocateZeroed(std::size_t count, std::size_t size) {
-    return MayHave(count * size) ? std::calloc(count, size) : nullptr;
+    return IsGranted(count * size) ? std::calloc(count, size) : nullptr;
 }
-void* Reallocate(void* memory, std::size_t size) { return MayHave(size) ? std::realloc(memory, size) : nullptr; }
+void* Reallocate(void* memory, std::size_t size) { return IsGranted(size) ? std::realloc(memory, size) : nullptr; }
 
 // Pipes, known by their handles
 
@@ -168,9 +168,9 @@ DWORD WINAPI WaitForSeveral(DWORD count, const HANDLE* handles, BOOL all, DWORD 
 
 HRESULT WINAPI EnterCom(void* reserved, DWORD kind) {
     const ScriptedResult scripted = CountCall("CoInitializeEx");
-    const unsigned long hungry = std::strtoul(Value("starve-sound", "0").c_str(), nullptr, 10);
-    if (hungry != 0 && kind == COINIT_MULTITHREADED) {
-        starvedBytes = hungry;
+    const unsigned long bytes = std::strtoul(Value("starve-sound", "0").c_str(), nullptr, 10);
+    if (bytes != 0 && kind == COINIT_MULTITHREADED) {
+        starvedBytes = bytes;
         starvedThread = GetCurrentThreadId();
     }
     return scripted.fails ? static_cast<HRESULT>(scripted.code) : CoInitializeEx(reserved, kind);
@@ -321,8 +321,8 @@ void Round(unsigned number) {
         countedThread = 0;
         Note("allocated memory " + std::to_string(requests) + " times in " + std::to_string(last - first) + " rounds");
     }
-    const auto [hungry, bytes] = TwoNumbers(Value("starve", "0 0"));
-    if (number == hungry) {
+    const auto [round, bytes] = TwoNumbers(Value("starve", "0 0"));
+    if (number == round) {
         starvedBytes = bytes;
         starvedThread = GetCurrentThreadId();
     }
