@@ -22,9 +22,7 @@ foreach(sanitizer address thread)
     target_include_directories(${target} PUBLIC src)
     target_link_libraries(${target} PUBLIC zorvel_${sanitizer} ${ZV_PLATFORM_LIBRARIES})
     target_compile_options(${target} PRIVATE -O1 -g1)  # these win over the build type's
-    # The headers that nearly every file reads. The plain build goes without, and so finds what a file forgot.
-    target_precompile_headers(${target} PRIVATE
-      <algorithm> <array> <atomic> <functional> <memory> <mutex> <optional> <string> <string_view> <vector>)
+    zv_compile_together(${target})
   endforeach()
   target_link_libraries(zorvel_platform_${sanitizer} PUBLIC zorvel_portable_${sanitizer})
   target_link_libraries(zorvel_portable_${sanitizer} PUBLIC zorvel_platform_${sanitizer})

@@ -5,7 +5,7 @@
 namespace zv {
 namespace {
 
-constexpr double penWidth = 2;
+constexpr double smallPenWidth = 2;
 
 void DrawWindow(Canvas& canvas, Pen pen) {
     const PointF edge[] = {{-11, -8}, {11, -8}, {11, 8}, {-11, 8}};
@@ -62,7 +62,7 @@ void PaintLines(Canvas& canvas, OverlayIcon icon, Pen pen) {
     }
 }
 
-void DrawGear(Canvas& canvas, OverlayIconState state) {
+void DrawSmallGear(Canvas& canvas, OverlayIconState state) {
     constexpr double gearScale = 0.4;
     PushTransform(canvas, {}, gearScale);
     DrawControlIcon(canvas, IconKind::Gear, state.hovered ? color::purple : color::primaryText, state.pressed);
@@ -82,10 +82,10 @@ bool IsAboveLabel(OverlayIcon icon) {
 
 void DrawOverlayIcon(Canvas& canvas, OverlayIcon icon, OverlayIconState state) {
     if (icon == OverlayIcon::Gear) {
-        DrawGear(canvas, state);
+        DrawSmallGear(canvas, state);
         return;
     }
-    PaintLines(canvas, icon, {state.active ? color::purple : color::primaryText, penWidth});
+    PaintLines(canvas, icon, {state.active ? color::purple : color::primaryText, smallPenWidth});
 }
 
 }  // namespace zv

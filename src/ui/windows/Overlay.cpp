@@ -42,7 +42,7 @@ void DrawPage(Canvas& canvas) {
     }
 }
 
-void OnCreate(AppWindow& window) {
+void OnOverlayCreate(AppWindow& window) {
     Ui().overlayWindow = &window;
     Ui().overlayState.pages = RenderQuickOverlay;
     Ui().overlayState.afterAction = InvalidatePages;
@@ -51,7 +51,7 @@ void OnCreate(AppWindow& window) {
 std::intptr_t OnOtherMessage(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
     switch (code) {
         case message::create:
-            OnCreate(window);
+            OnOverlayCreate(window);
             return 0;
         case message::destroy:
             Ui().overlayWindow = nullptr;
