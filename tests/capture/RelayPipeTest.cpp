@@ -6,9 +6,12 @@
 
 #include "SegmentRing.h"
 #include "capture/SegmentRelay.h"
+#include "support/Eventually.h"
 
 namespace zv {
 namespace {
+
+using support::Eventually;
 
 /// Reads the pipe on a thread of its own. A gate keeps it from reading.
 class PipeReader {

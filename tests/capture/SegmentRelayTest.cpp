@@ -9,6 +9,7 @@
 #include "fake/BytePipe.h"
 #include "fake/Calls.h"
 #include "fake/Event.h"
+#include "support/Eventually.h"
 
 namespace zv {
 
@@ -20,6 +21,8 @@ static void PrintTo(PipeConnect connect, std::ostream* out) {
 }
 
 namespace {
+
+using support::Eventually;
 
 using fake::CountOf;
 using fake::ThePipe;

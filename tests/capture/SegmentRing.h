@@ -71,16 +71,4 @@ private:
     int next_ = 0;
 };
 
-/// Looks every few milliseconds until the condition holds; false after half a minute.
-template <class Condition>
-bool Eventually(const Condition& condition) {
-    for (int pass = 0; pass < 15000; ++pass) {
-        if (condition()) {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return false;
-}
-
 }  // namespace zv

@@ -6,20 +6,12 @@
 #include <stdexcept>
 
 #include "fake/Event.h"
+#include "support/Eventually.h"
 
 namespace zv {
 namespace {
 
-bool Eventually(const std::function<bool()>& condition) {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > limit) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
+using support::Eventually;
 
 class WorkerTest : public testing::Test {
 protected:

@@ -10,12 +10,14 @@
 #include "platform/Environment.h"
 #include "platform/Files.h"
 #include "support/EndToEnd.h"
+#include "support/Eventually.h"
 #include "support/FrameNumber.h"
 
 namespace zv {
 namespace {
 
 using support::ClipFacts;
+using support::Eventually;
 using support::OpenFiles;
 using support::Probe;
 using support::TemporaryFolder;
@@ -33,7 +35,7 @@ struct Road : testing::Test {
         return config;
     }
     bool Buffered(int seconds) {
-        return WaitUntil([&] { return engine.BufferedSeconds() >= seconds; }, 120);
+        return Eventually([&] { return engine.BufferedSeconds() >= seconds; }, 120000);
     }
     Text Output(const char* name) const { return FromPath(folder.Path() / "captures" / name); }
 
@@ -137,7 +139,7 @@ TEST_F(Road, AFullRingHoldsItsLengthAndDropsTheOldestSecond) {
     ASSERT_TRUE(engine.StartReplay(true, 15));
     ASSERT_TRUE(Buffered(15));
     const auto oldest = ReadSegmentList(engine.replayDir).front();
-    ASSERT_TRUE(WaitUntil([&] { return ReadSegmentList(engine.replayDir).front() != oldest; }, 60));
+    ASSERT_TRUE(Eventually([&] { return ReadSegmentList(engine.replayDir).front() != oldest; }, 60000));
     EXPECT_EQ(ReadSegmentList(engine.replayDir).size(), 15U);
     ASSERT_TRUE(engine.SaveReplayClip(Output("clip.mp4")));
     const auto numbers = Numbers(Output("clip.mp4"));

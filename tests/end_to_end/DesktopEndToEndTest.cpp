@@ -30,7 +30,7 @@ protected:
         WriteAll(folder_.Path() / "rc.xml", windowManagerSettings);
         manager_ =
             StartOnDisplay(display_.Name(), {"openbox", "--config-file", folder_.Path() / "rc.xml"}, folder_.Path());
-        ASSERT_TRUE(WaitUntil([&] { return !user_.Property(user_.Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
+        ASSERT_TRUE(Eventually([&] { return !user_.Property(user_.Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
     }
     ProgramOptions Options(bool background) const {
         return {.display = display_.Name(), .settings = {{"instantReplay", "0"}}, .background = background};
@@ -47,7 +47,7 @@ protected:
     std::string BoxText() const { return ReadAll(folder_.Path() / "zenity.said"); }
     static void AwaitStart(const ProgramRun& run) { ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value()); }
     bool HasFocus() const {
-        return WaitUntil([&] { return user_.Focus() == user_.WindowOf(mainWindowName); });
+        return Eventually([&] { return user_.Focus() == user_.WindowOf(mainWindowName); });
     }
     int LogicalWidth() const {
         return static_cast<int>(user_.Client(mainWindowName).Width() / user_.Scale(mainWindowName));
@@ -75,7 +75,7 @@ protected:
             user_.PressButton(1);
             std::this_thread::sleep_for(std::chrono::milliseconds(betweenMs / 2));
             user_.ReleaseButton(1);
-            if (WaitUntil([&] { return user_.Shows(mainWindowName); }, 3)) {
+            if (Eventually([&] { return user_.Shows(mainWindowName); }, 3000)) {
                 return true;
             }
             user_.TapKey(XK_Escape);
@@ -176,7 +176,7 @@ TEST_F(DesktopEndToEnd, TheMainWindowGetsNoSmallerThanItsContentsAndMakesRoomWhe
     user_.MovePointer(before.right - 20, before.bottom - 20);
     user_.PressButton(3);
     int pull = 0;
-    EXPECT_TRUE(WaitUntil([&] {
+    EXPECT_TRUE(Eventually([&] {
         pull = std::min(pull + 50, 1000);
         user_.MovePointer(before.right - 20 - pull, before.bottom - 20 - pull * 7 / 10);
         const Rectangle now = user_.Client(mainWindowName);
@@ -193,7 +193,7 @@ TEST_F(DesktopEndToEnd, TheMainWindowGetsNoSmallerThanItsContentsAndMakesRoomWhe
     const std::uint32_t large[] = {1380, 940};
     xcb_configure_window(user_.Get(), user_.WindowOf(mainWindowName),
                          XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, large);
-    EXPECT_TRUE(WaitUntil([&] { return user_.Client(mainWindowName).Width() == 1380; }));
+    EXPECT_TRUE(Eventually([&] { return user_.Client(mainWindowName).Width() == 1380; }));
     EXPECT_EQ(user_.Scale(mainWindowName), 1);
     EXPECT_TRUE(ShowsPage(4));
     const Words quickOverlay{
@@ -236,7 +236,7 @@ TEST_F(DesktopEndToEnd, TheIconsMenuIsUsedByMouseAndByKeyboard) {
     const Text rows[] = {u"Open Zorvel", u"Save Clip (Alt + F10)", u"Start recording", u"Screenshot selected monitor",
                          u"Quick capture (Alt + X)"};
     for (int row = 0; row < 5; ++row) {
-        EXPECT_TRUE(WaitUntil([&] { return tray_.MenuSays(row, rows[row]); })) << row;
+        EXPECT_TRUE(Eventually([&] { return tray_.MenuSays(row, rows[row]); })) << row;
     }
     tray_.ClickMenuRow(4);
     EXPECT_TRUE(user_.WaitShown(overlayName));
@@ -254,7 +254,7 @@ TEST_F(DesktopEndToEnd, TheIconsMenuIsUsedByMouseAndByKeyboard) {
     user_.TapKey(XK_Return);
     ASSERT_TRUE(run.WaitForActivity("Recording started").has_value());
     ASSERT_TRUE(tray_.OpenMenu(3));
-    EXPECT_TRUE(WaitUntil([&] { return tray_.MenuSays(2, u"Stop and save recording"); }));
+    EXPECT_TRUE(Eventually([&] { return tray_.MenuSays(2, u"Stop and save recording"); }));
     EXPECT_TRUE(WaitRecorded(run));
     tray_.ClickMenuRow(2);
     ASSERT_TRUE(run.WaitForActivity("Recording saved: ").has_value());
@@ -264,7 +264,7 @@ TEST_F(DesktopEndToEnd, TheIconsMenuIsUsedByMouseAndByKeyboard) {
     }
     user_.TapKey(XK_Return);
     EXPECT_EQ(run.Process().WaitExit(), 0);
-    EXPECT_TRUE(WaitUntil([&] { return run.Children().empty(); }, 10));
+    EXPECT_TRUE(Eventually([&] { return run.Children().empty(); }, 10000));
     EXPECT_TRUE(tray_.WaitNoIcon());
     EXPECT_FALSE(std::filesystem::exists(run.DataFolder() / "running.lock"));
 }
@@ -284,7 +284,7 @@ TEST_F(DesktopEndToEnd, AClosedWindowComesBackByADoubleClickOnTheIcon) {
             const std::vector<xcb_window_t> before = user_.TopLevels();
             EXPECT_TRUE(ShowByDoubleClick(betweenMs)) << edge << " " << betweenMs;
             EXPECT_TRUE(HasFocus());
-            EXPECT_TRUE(WaitUntil([&] { return tray_.MenuBeside(before) == XCB_WINDOW_NONE; })) << "the menu has gone";
+            EXPECT_TRUE(Eventually([&] { return tray_.MenuBeside(before) == XCB_WINDOW_NONE; })) << "the menu has gone";
             // Another click is a first one again.
             std::this_thread::sleep_for(std::chrono::milliseconds(450));
             EXPECT_TRUE(tray_.OpenMenu(1)) << edge << " " << betweenMs;
@@ -305,7 +305,7 @@ TEST_F(DesktopEndToEnd, ANotificationAreaThatIsStartedAnewGetsTheIconAgain) {
     for (int round = 0; round < 2; ++round) {
         tray_.KillTray();
         EXPECT_TRUE(tray_.WaitNoIcon());
-        EXPECT_TRUE(WaitUntil([&] { return user_.Find("ZV Reels Max") == XCB_WINDOW_NONE; }))
+        EXPECT_TRUE(Eventually([&] { return user_.Find("ZV Reels Max") == XCB_WINDOW_NONE; }))
             << "it is no window of the desktop";
         tray_.StartTray();
         ASSERT_TRUE(tray_.WaitIcon());
@@ -329,7 +329,7 @@ TEST_F(DesktopEndToEnd, ASecondCopyBringsTheFirstForwardAndOfTwoStartedAtOnceOne
     const ProgramOptions options = BoxedOptions();
     ProgramRun first(options);
     ProgramRun rival(options);
-    ASSERT_TRUE(WaitUntil([&] { return !first.Process().Alive() || !rival.Process().Alive(); }));
+    ASSERT_TRUE(Eventually([&] { return !first.Process().Alive() || !rival.Process().Alive(); }));
     ProgramRun& winner = first.Process().Alive() ? first : rival;
     ProgramRun& loser = first.Process().Alive() ? rival : first;
     EXPECT_EQ(loser.Process().WaitExit(), 0);

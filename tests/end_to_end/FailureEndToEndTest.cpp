@@ -21,7 +21,7 @@ struct FailureEndToEnd : testing::Test {
     void TearDown() override {
         engine.StopAll();
         EXPECT_LE(OpenFiles(), filesBefore) << "a handle is left";
-        EXPECT_TRUE(WaitUntil([&] { return Children().empty(); }, 10)) << "a child is left";
+        EXPECT_TRUE(Eventually([&] { return Children().empty(); }, 10000)) << "a child is left";
         for (const auto& entry : fs::recursive_directory_iterator(folder.Path())) {
             const std::string name = entry.path().filename().string();
             EXPECT_FALSE(name.ends_with(".partial.mp4")) << name;
@@ -51,17 +51,17 @@ struct FailureEndToEnd : testing::Test {
     void StartBuffering(int seconds = 2) {
         ASSERT_TRUE(engine.Configure(Config())) << ToUtf8(engine.statusText);
         ASSERT_TRUE(engine.StartReplay(true, 15)) << ToUtf8(engine.statusText);
-        ASSERT_TRUE(WaitUntil([&] { return engine.BufferedSeconds() >= seconds; }, 90));
+        ASSERT_TRUE(Eventually([&] { return engine.BufferedSeconds() >= seconds; }, 90000));
     }
     /// Polls until something has changed, as the interface does twice a second.
     CapturePollResult PollUntilChanged() {
         CapturePollResult result;
-        WaitUntil(
+        Eventually(
             [&] {
                 result = PollCapture(engine);
                 return result.changed;
             },
-            90);
+            90000);
         return result;
     }
 
@@ -135,7 +135,7 @@ TEST_F(FailureEndToEnd, AnFfmpegThatStopsReadingForTenSecondsIsSaid) {
     StartBuffering();
     const pid_t child = Children().at(0);
     kill(child, SIGSTOP);
-    ASSERT_TRUE(WaitUntil([&] { return !engine.replay.video->running; }, 60));
+    ASSERT_TRUE(Eventually([&] { return !engine.replay.video->running; }, 60000));
     kill(child, SIGCONT);  // so that the stop need not wait for its time-out
     const auto result = PollUntilChanged();
     EXPECT_EQ(result.status, u"Video muxer disconnected (0x80004005)");

@@ -80,7 +80,7 @@ TEST_F(InterfaceCost, TheWindowsAnswerWhileAJobHangs) {
     chmod(script.c_str(), 0700);
     ProgramRun run({.display = display_.Name(), .variables = {{"ZV_FFMPEG", script.string()}}, .background = false});
     ASSERT_TRUE(user_.WaitShown(mainWindowName));
-    ASSERT_TRUE(WaitUntil([&] { return !ProcessesWith(hang).empty(); })) << "the job waits for its child";
+    ASSERT_TRUE(Eventually([&] { return !ProcessesWith(hang).empty(); })) << "the job waits for its child";
     ASSERT_TRUE(user_.WaitColor(mainWindowName, 100, 130, color::buttonSelected));
 
     // What counts is answered before the job has said anything.
@@ -136,7 +136,7 @@ TEST_F(InterfaceCost, HiddenWindowsAreNotPaintedAndCostNothing) {
     EXPECT_LT(spent, 8 * 0.03);
     // The watch hears paintings when there are any.
     ASSERT_TRUE(user_.OpenOverlay());
-    EXPECT_TRUE(WaitUntil([&] { return watch.Paintings() > 0; }));
+    EXPECT_TRUE(Eventually([&] { return watch.Paintings() > 0; }));
     EXPECT_EQ(run.End(), 0);
 }
 

@@ -242,7 +242,7 @@ TEST_F(SmallPictures, TheMenuOfTheIconLooksAsItDid) {
     ASSERT_TRUE(tray.OpenMenu(3));
     user_.TapKey(XK_Down);
     user_.TapKey(XK_Down);
-    ASSERT_TRUE(WaitUntil([&] { return tray.MenuSays(1, u"Save Clip (Alt + F10)", TrayUser::chosenColor); }));
+    ASSERT_TRUE(Eventually([&] { return tray.MenuSays(1, u"Save Clip (Alt + F10)", TrayUser::chosenColor); }));
     ExpectLikeReference(user_.Grab(tray.Menu()), "menu-100");
     user_.TapKey(XK_Escape);
     EXPECT_TRUE(tray.WaitNoMenu());

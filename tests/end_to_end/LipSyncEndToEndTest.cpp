@@ -193,7 +193,7 @@ TEST(LipSync, AClipAndBothKindsOfRecordingKeepSoundWithPicture) {
         ASSERT_TRUE(scene->run.WaitForActivity("Recording started.").has_value());
     }
     replay.StartClapping();
-    ASSERT_TRUE(WaitUntil([&] { return !ReadClaps(replay.log).empty(); }));
+    ASSERT_TRUE(Eventually([&] { return !ReadClaps(replay.log).empty(); }));
     own.StartClapping();
     ASSERT_EQ(replay.clapper.WaitExit(180), 0);
     ASSERT_EQ(own.clapper.WaitExit(180), 0);

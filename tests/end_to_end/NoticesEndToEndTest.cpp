@@ -28,7 +28,7 @@ class NoticesEndToEnd : public testing::Test {
 protected:
     void StartCompositor() {
         compositor_ = StartOnDisplay(display_.Name(), {"xcompmgr", "-n"}, folder_.Path());
-        ASSERT_TRUE(WaitUntil([&] {
+        ASSERT_TRUE(Eventually([&] {
             const Reply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
                 user_.Get(), xcb_get_selection_owner(user_.Get(), user_.Atom("_NET_WM_CM_S0")), nullptr));
             return reply && reply->owner != XCB_WINDOW_NONE;
@@ -38,12 +38,12 @@ protected:
     void StartGame() {
         game_ = other_.CoverAsGame({0, 0, width, height}, gameColor);
         other_.SetFocus(game_);
-        ASSERT_TRUE(WaitUntil([&] { return user_.PixelAt(960, 540) == gameColor; }));
+        ASSERT_TRUE(Eventually([&] { return user_.PixelAt(960, 540) == gameColor; }));
     }
     bool GameIsClickedAt(const Point& place) const {
         other_.Events(XCB_BUTTON_PRESS);
         user_.ClickAt(place.x, place.y);
-        return WaitUntil([&] { return other_.Events(XCB_BUTTON_PRESS) == 1; });
+        return Eventually([&] { return other_.Events(XCB_BUTTON_PRESS) == 1; });
     }
     static Point MiddleOf(const Rectangle& place) {
         return {(place.left + place.right) / 2, (place.top + place.bottom) / 2};
@@ -111,7 +111,7 @@ TEST_F(NoticesEndToEnd, BadgeAndNotificationLieOverAFullScreenGameLetClicksThrou
     ASSERT_TRUE(user_.WaitShown(badgeName));
     const Rectangle badge = user_.Client(badgeName);
     EXPECT_EQ(badge, (Rectangle{width - 90 - 18, 80, width - 18, 112}));
-    EXPECT_TRUE(WaitUntil([&] { return user_.PixelAt(badge.left, badge.top) == ScreenColor(color::badge); }));
+    EXPECT_TRUE(Eventually([&] { return user_.PixelAt(badge.left, badge.top) == ScreenColor(color::badge); }));
     EXPECT_EQ(user_.Grab(badgeName).CountOf(gameColor), 0U);
     EXPECT_TRUE(GameIsClickedAt(MiddleOf(badge)));
     EXPECT_EQ(user_.Focus(), game_);

@@ -65,10 +65,10 @@ TEST_F(OverlayEndToEnd, OpensOverAGameThatKeepsItsKeysAndTheClicksBetweenTheTile
 
     game_.Events(XCB_KEY_PRESS);
     user_.TapKey(XK_w);
-    EXPECT_TRUE(WaitUntil([&] { return game_.Events(XCB_KEY_PRESS) == 1; })) << "the game hears the keyboard";
+    EXPECT_TRUE(Eventually([&] { return game_.Events(XCB_KEY_PRESS) == 1; })) << "the game hears the keyboard";
     EXPECT_EQ(user_.ColorOf(overlayName, betweenTiles.x, betweenTiles.y), gameColor);
     Click(betweenTiles);
-    EXPECT_TRUE(WaitUntil([&] { return game_.Events(XCB_BUTTON_PRESS) == 1; })) << "the game is clicked between tiles";
+    EXPECT_TRUE(Eventually([&] { return game_.Events(XCB_BUTTON_PRESS) == 1; })) << "the game is clicked between tiles";
     EXPECT_TRUE(user_.Shows(overlayName));
     // A tile takes the click for itself, and still not the keyboard.
     Click(replayTile);
@@ -91,9 +91,9 @@ xcb_window_t OpenManagedWindow(const OtherClient& client) {
 
 TEST_F(OverlayEndToEnd, UnderAWindowManagerTheOtherProgramStaysTheActiveOne) {
     const Spawned manager = StartOnDisplay(display_.Name(), {"openbox", "--config-file", "/dev/null"}, folder_.Path());
-    ASSERT_TRUE(WaitUntil([&] { return !user_.Property(user_.Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
+    ASSERT_TRUE(Eventually([&] { return !user_.Property(user_.Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
     const xcb_window_t window = OpenManagedWindow(game_);
-    ASSERT_TRUE(WaitUntil([&] { return user_.Focus() == window; }));
+    ASSERT_TRUE(Eventually([&] { return user_.Focus() == window; }));
     const std::string active = user_.Property(user_.Root(), "_NET_ACTIVE_WINDOW");
     const ProgramRun run(Options("0"));
     AwaitStart(run);
@@ -104,7 +104,7 @@ TEST_F(OverlayEndToEnd, UnderAWindowManagerTheOtherProgramStaysTheActiveOne) {
     EXPECT_EQ(user_.Property(user_.Root(), "_NET_ACTIVE_WINDOW"), active);
     game_.Events(XCB_KEY_PRESS);
     user_.TapKey(XK_w);
-    EXPECT_TRUE(WaitUntil([&] { return game_.Events(XCB_KEY_PRESS) == 1; }));
+    EXPECT_TRUE(Eventually([&] { return game_.Events(XCB_KEY_PRESS) == 1; }));
     EXPECT_TRUE(user_.CloseOverlay());
     EXPECT_EQ(user_.Focus(), window);
 }
@@ -142,7 +142,7 @@ TEST_F(OverlayEndToEnd, OpenAppHidesItAndBringsTheMainWindow) {
     Click(openApp);
     EXPECT_TRUE(user_.WaitHidden(overlayName));
     EXPECT_TRUE(user_.WaitShown(mainWindowName));
-    EXPECT_TRUE(WaitUntil([&] { return user_.Focus() == user_.WindowOf(mainWindowName); }));
+    EXPECT_TRUE(Eventually([&] { return user_.Focus() == user_.WindowOf(mainWindowName); }));
 }
 
 TEST_F(OverlayEndToEnd, TheRecordTileStartsARecordingAndStopSavesIt) {
@@ -159,7 +159,7 @@ TEST_F(OverlayEndToEnd, TheRecordTileStartsARecordingAndStopSavesIt) {
     EXPECT_TRUE(user_.WaitSays(overlayName, title));
     EXPECT_TRUE(WaitFrame(recordFrame, color::purple));
     EXPECT_TRUE(WaitFrame(replayFrame, color::purple)) << "a disabled tile is framed";
-    EXPECT_TRUE(WaitUntil([&] { return !run.Children().empty(); }));
+    EXPECT_TRUE(Eventually([&] { return !run.Children().empty(); }));
     EXPECT_TRUE(WaitRecorded(run));
     Click(recordTile);
     const auto row = run.WaitForActivity("Recording saved: ");

@@ -103,7 +103,7 @@ TEST_F(ProgramEndToEnd, KillingTheProgramLeavesNoFfmpegAlive) {
     ASSERT_FALSE(run.FfmpegChildren().empty());
     run.Process().Send(SIGKILL);
     run.Process().WaitExit();
-    EXPECT_TRUE(WaitUntil([&] { return run.FfmpegChildren().empty(); }, 10));
+    EXPECT_TRUE(Eventually([&] { return run.FfmpegChildren().empty(); }, 10000));
     EXPECT_TRUE(fs::exists(run.DataFolder() / "running.lock")) << "what a crash leaves";
 }
 
@@ -113,7 +113,7 @@ TEST_F(ProgramEndToEnd, KillingTheProgramDuringASaveLeavesNoFfmpegAliveAndNoFini
     run.Press("alt+F10");
     run.Process().Send(SIGKILL);
     run.Process().WaitExit();
-    EXPECT_TRUE(WaitUntil([&] { return run.FfmpegChildren().empty(); }, 10));
+    EXPECT_TRUE(Eventually([&] { return run.FfmpegChildren().empty(); }, 10000));
     for (const auto& file : FilesBelow(run.CaptureRoot())) {
         // Either the save had ended, or its file still carries the working name.
         EXPECT_TRUE(file.string().ends_with(".partial.mp4") || Probe(file).duration > 0) << file;
@@ -141,7 +141,7 @@ TEST_F(ProgramEndToEnd, ADeadXServerEndsTheProgramInOrder) {
     const auto status = run.Process().WaitExit(60);
     ASSERT_TRUE(status.has_value());
     EXPECT_TRUE(WIFEXITED(*status)) << "it was killed by a signal";
-    EXPECT_TRUE(WaitUntil([&] { return run.FfmpegChildren().empty(); }, 10));
+    EXPECT_TRUE(Eventually([&] { return run.FfmpegChildren().empty(); }, 10000));
     EXPECT_FALSE(fs::exists(run.DataFolder() / "running.lock"));
     EXPECT_TRUE(run.ReplayFolder().empty());
 }
@@ -149,7 +149,7 @@ TEST_F(ProgramEndToEnd, ADeadXServerEndsTheProgramInOrder) {
 TEST_F(ProgramEndToEnd, TheSpeedCheckDecidesByWhatItMeasuredAndSaysSo) {
     Spawned desktop = Paint();
     ProgramRun run({.display = display.Name(), .settings = {{"fps", "120"}}});
-    ASSERT_TRUE(WaitUntil([&] { return !run.Activity().empty(); }, 90));
+    ASSERT_TRUE(Eventually([&] { return !run.Activity().empty(); }, 90000));
     const std::string told = run.Activity().front();
     std::istringstream lines(ReadAll(run.CacheFolder() / "performance.log"));
     int measured = -1;
@@ -164,7 +164,7 @@ TEST_F(ProgramEndToEnd, TheSpeedCheckDecidesByWhatItMeasuredAndSaysSo) {
     } else {
         EXPECT_EQ(told, "Speed check: " + std::to_string(measured) +
                             " / 120 FPS. Paused: choose Game friendly (60 FPS) in Settings > Capture.");
-        EXPECT_TRUE(WaitUntil([&] { return run.FfmpegChildren().empty(); }, 10));
+        EXPECT_TRUE(Eventually([&] { return run.FfmpegChildren().empty(); }, 10000));
     }
     EXPECT_EQ(run.End(), 0);
 }
@@ -201,7 +201,7 @@ TEST(DisplayChangeEndToEnd, AMonitorThatGetsAnotherNameIsNoLongerConnected) {
     display.Change({"--setmonitor", "OTHER", "auto", "DUMMY0"});
     display.Change({"--output", "DUMMY0", "--mode", "1280x1024"});
     EXPECT_TRUE(run.WaitForActivity("Selected monitor is not connected (0x887A0002)", rows).has_value());
-    EXPECT_TRUE(WaitUntil([&] { return run.FfmpegChildren().empty(); }, 30));
+    EXPECT_TRUE(Eventually([&] { return run.FfmpegChildren().empty(); }, 30000));
     EXPECT_EQ(run.End(), 0);
 }
 

@@ -44,7 +44,7 @@ struct RecordingKey : testing::TestWithParam<Mode> {
     }
     /// Waits until the working file holds so many seconds at 8 Mbit/s.
     bool WaitForRecorded(double seconds) {
-        return WaitUntil([&] {
+        return Eventually([&] {
             const auto files = FilesBelow(run->CaptureRoot());
             return files.size() == 1 && static_cast<double>(fs::file_size(files[0])) > seconds * 1'000'000;
         });
@@ -111,12 +111,12 @@ TEST_P(RecordingKey, AKilledFfmpegLeavesAWorkingFileThatPlaysAndTheKeyStartsAnot
     ASSERT_TRUE(WaitForRecorded(4.2));
     ASSERT_EQ(Recorders().size(), 1U);
     kill(Recorders()[0], SIGKILL);
-    ASSERT_TRUE(WaitUntil([&] { return Recorders().empty(); }));
+    ASSERT_TRUE(Eventually([&] { return Recorders().empty(); }));
     ExpectPlayableWorkingFile(4);
     // Once the poll has seen it the key starts a recording again; before, it ends the dead one and says so.
     const std::size_t rows = run->Activity().size();
     run->Press("ctrl+alt+r");
-    ASSERT_TRUE(WaitUntil([&] { return run->Activity().size() > rows; }));
+    ASSERT_TRUE(Eventually([&] { return run->Activity().size() > rows; }));
     if (run->Activity()[rows] != started) {
         EXPECT_TRUE(run->Activity()[rows].starts_with("Recording failed or did not finalize. See "));
         run->Press("ctrl+alt+r");
@@ -135,7 +135,7 @@ TEST_P(RecordingKey, AKilledProgramLeavesAWorkingFileThatPlaysAndNoChild) {
     ASSERT_TRUE(WaitForRecorded(4.2));
     run->Process().Send(SIGKILL);
     run->Process().WaitExit();
-    EXPECT_TRUE(WaitUntil([&] { return run->Children().empty() && Recorders().empty(); }, 10));
+    EXPECT_TRUE(Eventually([&] { return run->Children().empty() && Recorders().empty(); }, 10000));
     ExpectPlayableWorkingFile(4);
 }
 
@@ -156,19 +156,19 @@ struct NumberedRecording : testing::TestWithParam<Mode> {
         ASSERT_TRUE(engine.Configure(config)) << ToUtf8(engine.statusText);
         if (GetParam() == Mode::FromReplay) {
             ASSERT_TRUE(engine.StartReplay(true, 15)) << ToUtf8(engine.statusText);
-            ASSERT_TRUE(WaitUntil([&] { return engine.BufferedSeconds() >= 3; }));
+            ASSERT_TRUE(Eventually([&] { return engine.BufferedSeconds() >= 3; }));
         }
     }
     void TearDown() override {
         engine.StopAll();
-        EXPECT_TRUE(WaitUntil([&] { return ProcessesWith(folder.Path().string()).empty(); }, 10));
+        EXPECT_TRUE(Eventually([&] { return ProcessesWith(folder.Path().string()).empty(); }, 10000));
     }
     Text Output(const std::string& name = "recording.mp4") const { return FromPath(folder.Path() / "captures" / name); }
     static std::uint32_t Images() { return fake::TheNumberedDesktop().images; }
     /// Until so many more seconds of images have been captured.
     static bool CaptureFor(std::uint32_t seconds) {
         const std::uint32_t end = Images() + seconds * fps;
-        return WaitUntil([&] { return Images() >= end; }, 4.0 * seconds + 60);
+        return Eventually([&] { return Images() >= end; }, static_cast<std::uint32_t>(4.0 * seconds + 60 * 1000));
     }
     static std::vector<std::uint32_t> Numbers(const Text& file) {
         std::vector<std::uint32_t> numbers;
@@ -241,7 +241,7 @@ TEST_P(NumberedRecording, OneThatLosesItsFfmpegHoldsAllButTheLastSeconds) {
     const std::uint32_t images = Images();
     kill(recorders[0], SIGKILL);
     CapturePollResult poll;
-    ASSERT_TRUE(WaitUntil([&] {
+    ASSERT_TRUE(Eventually([&] {
         poll = PollCapture(engine);
         return poll.changed;
     }));
@@ -280,7 +280,7 @@ TEST_P(RecordingFromReplay, OutlivesTheReplaysEncoderAndIsSavedWithEveryFrameOnc
     ASSERT_EQ(replay.size(), 1U);
     kill(replay[0], SIGKILL);
     CapturePollResult poll;
-    ASSERT_TRUE(WaitUntil([&] {
+    ASSERT_TRUE(Eventually([&] {
         poll = PollCapture(engine);
         return poll.changed;
     }));

@@ -65,14 +65,14 @@ protected:
     static bool PressUntilPicture(const ProgramRun& run, const fs::path& folder) {
         for (int i = 0; i < 60; ++i) {
             run.Press(screenshotKey);
-            if (WaitUntil([&] { return !PicturesBelow(folder).empty(); }, 1)) {
+            if (Eventually([&] { return !PicturesBelow(folder).empty(); }, 1000)) {
                 return true;
             }
         }
         return false;
     }
     static bool AwaitPicture(const fs::path& folder) {
-        return WaitUntil([&] { return !PicturesBelow(folder).empty(); });
+        return Eventually([&] { return !PicturesBelow(folder).empty(); });
     }
 
     PrivateDisplay display_;
@@ -117,8 +117,8 @@ TEST_F(ScreenshotEndToEnd, AMonitorThatIsGoneGivesNoFileAndOneThatIsBackDoes) {
     display_.Change({"--delmonitor", "SECOND"});
     run.Press(screenshotKey);
     // The folder is the first thing that a screenshot makes, the file the last.
-    ASSERT_TRUE(WaitUntil([&] { return fs::exists(run.CaptureRoot() / "Desktop"); }));
-    EXPECT_FALSE(WaitUntil([&] { return !FilesBelow(run.CaptureRoot()).empty(); }, 1));
+    ASSERT_TRUE(Eventually([&] { return fs::exists(run.CaptureRoot() / "Desktop"); }));
+    EXPECT_FALSE(Eventually([&] { return !FilesBelow(run.CaptureRoot()).empty(); }, 1000));
     display_.Change({"--setmonitor", "SECOND", "640/160x400/100+1000+200", "none"});
     ASSERT_TRUE(PressUntilPicture(run, run.CaptureRoot()));
     ExpectPainted(PicturesBelow(run.CaptureRoot())[0], {1000, 200, 640, 400});
@@ -132,7 +132,7 @@ TEST_F(ScreenshotEndToEnd, AFileInPlaceOfTheFolderStaysAsItIs) {
     fs::create_directories(run.CaptureRoot());
     WriteAll(place, "in the way");
     run.Press(screenshotKey);
-    EXPECT_FALSE(WaitUntil([&] { return FilesBelow(run.CaptureRoot()).size() != 1; }, 1));
+    EXPECT_FALSE(Eventually([&] { return FilesBelow(run.CaptureRoot()).size() != 1; }, 1000));
     EXPECT_EQ(ReadAll(place), "in the way");
     fs::remove(place);
     ASSERT_TRUE(PressUntilPicture(run, place));
@@ -157,7 +157,7 @@ TEST_F(ScreenshotEndToEnd, APressRightBeforeTheEndStillGivesAWholePicture) {
     ProgramRun run(Options());
     AwaitStart(run);
     run.Press(screenshotKey);
-    ASSERT_TRUE(WaitUntil([&] { return fs::exists(run.CaptureRoot() / "Desktop"); }));
+    ASSERT_TRUE(Eventually([&] { return fs::exists(run.CaptureRoot() / "Desktop"); }));
     EXPECT_EQ(run.End(), 0);
     ASSERT_EQ(FilesBelow(run.CaptureRoot()).size(), 1U);
     ExpectPainted(FilesBelow(run.CaptureRoot())[0], {0, 0, 1920, 1080});
@@ -169,9 +169,9 @@ TEST_F(ScreenshotEndToEnd, AFullDiskLeavesNothingBehindAndRoomMakesItWorkAgain) 
     const SmallDisk disk(run.CaptureRoot(), "64k");
     ASSERT_TRUE(disk.Mounted());
     run.Press(screenshotKey);
-    ASSERT_TRUE(WaitUntil([&] { return fs::exists(run.CaptureRoot() / "Desktop"); }));
-    EXPECT_FALSE(WaitUntil([&] { return !PicturesBelow(run.CaptureRoot()).empty(); }, 1));
-    EXPECT_TRUE(WaitUntil([&] { return FilesBelow(run.CaptureRoot()).empty(); }));
+    ASSERT_TRUE(Eventually([&] { return fs::exists(run.CaptureRoot() / "Desktop"); }));
+    EXPECT_FALSE(Eventually([&] { return !PicturesBelow(run.CaptureRoot()).empty(); }, 1000));
+    EXPECT_TRUE(Eventually([&] { return FilesBelow(run.CaptureRoot()).empty(); }));
     ASSERT_TRUE(disk.Resize("64m"));
     ASSERT_TRUE(PressUntilPicture(run, run.CaptureRoot()));
     ExpectPainted(PicturesBelow(run.CaptureRoot())[0], {0, 0, 1920, 1080});

@@ -35,14 +35,14 @@ protected:
                                            color::primaryText,
                                            color::windowBackground,
                                            FontRole::Bold}) &&
-               WaitUntil([&] { return user_.Focus() == user_.WindowOf(editorName); });
+               Eventually([&] { return user_.Focus() == user_.WindowOf(editorName); });
     }
     bool EditorSays(const Text& text) const {
         return user_.WaitSays(editorName, {{20, 99, 550, 135}, text, color::purple});
     }
     std::size_t Pictures() const { return CapturesOf(run_, ".png").size(); }
     bool WaitPictures(std::size_t count) const {
-        return WaitUntil([&] { return Pictures() == count; });
+        return Eventually([&] { return Pictures() == count; });
     }
 
     PrivateDisplay display_{"1280x720"};
@@ -78,11 +78,11 @@ TEST_F(ShortcutEndToEnd, IsChangedByRealKeysAndTheOldOneIsGivenBack) {
 
     user_.TapKey({XK_Control_L, XK_Shift_L}, XK_j);
     EXPECT_TRUE(WaitPictures(1));
-    EXPECT_TRUE(WaitUntil([&] { return game_.GrabKey(game_.CodeOf(XK_s), XCB_MOD_MASK_1 | XCB_MOD_MASK_CONTROL); }))
+    EXPECT_TRUE(Eventually([&] { return game_.GrabKey(game_.CodeOf(XK_s), XCB_MOD_MASK_1 | XCB_MOD_MASK_CONTROL); }))
         << "the old key is free again";
     game_.Events(XCB_KEY_PRESS);
     user_.TapKey({XK_Control_L, XK_Alt_L}, XK_s);
-    EXPECT_TRUE(WaitUntil([&] { return game_.Events(XCB_KEY_PRESS) > 0; }));
+    EXPECT_TRUE(Eventually([&] { return game_.Events(XCB_KEY_PRESS) > 0; }));
     EXPECT_EQ(Pictures(), 1U);
 }
 

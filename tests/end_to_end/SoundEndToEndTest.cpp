@@ -115,7 +115,7 @@ TEST_F(SoundEndToEnd, ARecordingWithItsOwnCaptureHoldsWhatIsPlayedAndWhatIsSpoke
     ASSERT_TRUE(run->WaitForActivity("Replay stopped.").has_value());
     run->Press("ctrl+alt+r");
     ASSERT_TRUE(run->WaitForActivity(started).has_value());
-    ASSERT_TRUE(WaitUntil([&] {
+    ASSERT_TRUE(Eventually([&] {
         const auto files = FilesBelow(run->CaptureRoot());
         return files.size() == 1 && fs::file_size(files[0]) > 5'000'000;  // 5 s at 8 Mbit/s
     }));
@@ -195,7 +195,7 @@ struct SoundLoss : testing::Test {
     void SetUp() override { fake::ResetNumberedDesktop(); }
     void TearDown() override {
         engine.StopAll();
-        EXPECT_TRUE(WaitUntil([&] { return Children().empty(); }, 10)) << "a child is left";
+        EXPECT_TRUE(Eventually([&] { return Children().empty(); }, 10000)) << "a child is left";
         EXPECT_FALSE(fs::exists(ToPath(engine.replayDir)) && !engine.replayDir.empty());
     }
     void Configure(bool microphone = false) {
@@ -212,12 +212,12 @@ struct SoundLoss : testing::Test {
     void StartReplay(bool microphone = false) {
         Configure(microphone);
         ASSERT_TRUE(engine.StartReplay(true, 15)) << ToUtf8(engine.statusText);
-        ASSERT_TRUE(WaitUntil([&] { return engine.BufferedSeconds() >= 2; }));
+        ASSERT_TRUE(Eventually([&] { return engine.BufferedSeconds() >= 2; }));
     }
     /// Polls until something has changed, as the interface does twice a second; answers what it tells.
     std::string WhatThePollTells() {
         CapturePollResult result;
-        WaitUntil([&] {
+        Eventually([&] {
             result = PollCapture(engine);
             return result.changed;
         });
@@ -298,7 +298,7 @@ TEST_F(SoundLoss, EndsARecordingWithItsOwnCaptureWhichStaysAsAWorkingFileThatPla
     ASSERT_TRUE(server.Ready()) << server.Log();
     Configure();
     ASSERT_TRUE(engine.StartRecording(FromPath(Output()))) << ToUtf8(engine.statusText);
-    ASSERT_TRUE(WaitUntil([&] { return fake::TheNumberedDesktop().images >= 120; }));
+    ASSERT_TRUE(Eventually([&] { return fake::TheNumberedDesktop().images >= 120; }));
     server.Server().Send(SIGKILL);
     EXPECT_EQ(WhatThePollTells(), stopped);
     EXPECT_EQ(engine.state, EngineState::Failed);

@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/Eventually.h"
 #include "support/PlatformChild.h"
 #include "support/TemporaryFolder.h"
 
@@ -14,9 +15,8 @@ namespace {
 
 using support::ContentOf;
 using support::Eventually;
+using support::generousMs;
 using support::PlatformChild;
-
-constexpr std::uint32_t generousMs = 60000;
 
 /// Bytes without a short period, different for every seed.
 std::vector<std::byte> Pattern(std::size_t size, std::uint32_t seed) {

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <thread>
 
+#include "support/Eventually.h"
 #include "support/PlatformChild.h"
 #include "support/TemporaryFolder.h"
 
@@ -13,9 +14,8 @@ namespace {
 
 using support::ContentOf;
 using support::Eventually;
+using support::generousMs;
 using support::PlatformChild;
-
-constexpr std::uint32_t generousMs = 60000;
 
 class ChildProcess : public testing::Test {
 protected:

@@ -7,11 +7,12 @@
 #include <vector>
 
 #include "platform/Clock.h"
+#include "support/Eventually.h"
 
 namespace zv {
 namespace {
 
-constexpr std::uint32_t generousMs = 60000;
+using support::generousMs;
 
 TEST(Event, IsNotSignalledWhenItIsMade) {
     const Owned<Event> event = MakeEvent();

@@ -15,22 +15,13 @@
 #include <sstream>
 #include <thread>
 
+#include "support/Eventually.h"
+
 extern char** environ;
 
 namespace zv::support {
 
 namespace fs = std::filesystem;
-
-bool WaitUntil(const std::function<bool()>& condition, double seconds) {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > limit) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
-}
 
 std::string ReadAll(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -165,7 +156,7 @@ void Spawned::Send(int signal) const {
 }
 
 std::optional<int> Spawned::WaitExit(double seconds) {
-    WaitUntil(
+    Eventually(
         [this] {
             int status = 0;
             if (!status_ && pid_ > 0 && waitpid(pid_, &status, WNOHANG) == pid_) {  // -1 would be any child
@@ -173,7 +164,7 @@ std::optional<int> Spawned::WaitExit(double seconds) {
             }
             return status_.has_value();
         },
-        seconds);
+        static_cast<std::uint32_t>(seconds * 1000));
     return status_;
 }
 
@@ -369,7 +360,7 @@ std::vector<std::string> ProgramRun::Activity() const {
 std::optional<std::string> ProgramRun::WaitForActivity(const std::string& beginning, std::size_t skip,
                                                        double seconds) const {
     std::optional<std::string> found;
-    WaitUntil(
+    Eventually(
         [&] {
             const auto texts = Activity();
             for (std::size_t row = skip; row < texts.size() && !found; ++row) {
@@ -379,7 +370,7 @@ std::optional<std::string> ProgramRun::WaitForActivity(const std::string& beginn
             }
             return found.has_value();
         },
-        seconds);
+        static_cast<std::uint32_t>(seconds * 1000));
     return found;
 }
 
@@ -423,7 +414,7 @@ double ProgramRun::BufferedSeconds() const {
 }
 
 bool ProgramRun::WaitForBuffer(double seconds, double limit) const {
-    return WaitUntil([&] { return BufferedSeconds() >= seconds; }, limit);
+    return Eventually([&] { return BufferedSeconds() >= seconds; }, static_cast<std::uint32_t>(limit * 1000));
 }
 
 std::vector<pid_t> ProgramRun::FfmpegChildren() const { return ProcessesWith(temporary_.string() + "/ZVReelsMax"); }

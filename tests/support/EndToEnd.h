@@ -15,15 +15,13 @@
 #include <vector>
 
 #include "support/DisplayNumber.h"
+#include "support/Eventually.h"
 #include "support/TemporaryFolder.h"
 
 namespace zv::support {
 
 using Arguments = std::vector<std::string>;
 using Variables = std::map<std::string, std::string>;
-
-/// Asks every 20 ms until the answer is true. False when the time is up.
-bool WaitUntil(const std::function<bool()>& condition, double seconds = 60);
 
 std::string ReadAll(const std::filesystem::path& path);
 void WriteAll(const std::filesystem::path& path, const std::string& bytes);

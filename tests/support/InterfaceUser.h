@@ -13,6 +13,7 @@
 
 #include "platform/Canvas.h"
 #include "support/EndToEnd.h"
+#include "support/Eventually.h"
 #include "support/XClient.h"
 #include "ui/kit/Colors.h"
 #include "ui/kit/DrawingFrame.h"
@@ -75,10 +76,10 @@ public:
         return window != XCB_WINDOW_NONE && IsViewable(window);
     }
     bool WaitShown(const std::string& name) const {
-        return WaitUntil([&] { return Shows(name); });
+        return Eventually([&] { return Shows(name); });
     }
     bool WaitHidden(const std::string& name) const {
-        return WaitUntil([&] { return !Shows(name); });
+        return Eventually([&] { return !Shows(name); });
     }
     /// In coordinates of the screen, whatever window holds it.
     Rectangle OnScreen(xcb_window_t window) const {
@@ -117,7 +118,7 @@ public:
         return PixelAt(at.x, at.y);
     }
     bool WaitColor(const std::string& name, int x, int y, Color color) const {
-        return WaitUntil([&] { return ColorOf(name, x, y) == ScreenColor(color); });
+        return Eventually([&] { return ColorOf(name, x, y) == ScreenColor(color); });
     }
 
     Picture Grab(const Rectangle& area) const {
@@ -172,7 +173,7 @@ public:
         return any;  // an empty box says nothing
     }
     bool WaitSays(const std::string& name, const Words& words) const {
-        return WaitUntil([&] { return Says(name, words); });
+        return Eventually([&] { return Says(name, words); });
     }
 
     void TapKey(xcb_keysym_t symbol) const { Tap(CodeOf(symbol)); }
@@ -237,7 +238,7 @@ inline std::string SettingOf(const ProgramRun& run, const std::string& key) {
 }
 
 inline bool WaitSetting(const ProgramRun& run, const std::string& key, const std::string& value) {
-    return WaitUntil([&] { return SettingOf(run, key) == value; });
+    return Eventually([&] { return SettingOf(run, key) == value; });
 }
 
 /// What a run has captured so far, working files included.
@@ -250,7 +251,7 @@ inline std::vector<std::filesystem::path> CapturesOf(const ProgramRun& run, cons
 /// Waits until the recording that runs holds some seconds, at a test's 8 Mbit/s.
 inline bool WaitRecorded(const ProgramRun& run) {
     constexpr std::uintmax_t bytes = 2'500'000;
-    return WaitUntil([&] {
+    return Eventually([&] {
         const std::vector<std::filesystem::path> files = CapturesOf(run, ".mp4");
         return std::any_of(files.begin(), files.end(), [](const std::filesystem::path& file) {
             std::error_code ignored;

@@ -30,17 +30,4 @@ inline std::string ContentOf(const std::filesystem::path& path) {
     return content;
 }
 
-/// True when the condition came about within a generous time.
-template <class Condition>
-bool Eventually(Condition condition) {
-    const std::uint64_t limit = TickMs() + 60000;
-    while (!condition()) {
-        if (TickMs() > limit) {
-            return false;
-        }
-        SleepMs(5);
-    }
-    return true;
-}
-
 }  // namespace zv::support

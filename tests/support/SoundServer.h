@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/EndToEnd.h"
+#include "support/Eventually.h"
 
 namespace zv::support {
 
@@ -41,7 +42,7 @@ public:
                            {"PULSE_RUNTIME_PATH", home},
                            {"PULSE_STATE_PATH", home}},
                           folder_.Path() / "server.log");
-        ready_ = WaitUntil([this] { return std::system("pactl info >/dev/null 2>&1") == 0 && server_.Alive(); });
+        ready_ = Eventually([this] { return std::system("pactl info >/dev/null 2>&1") == 0 && server_.Alive(); });
     }
 
     bool Ready() const { return ready_; }

@@ -33,10 +33,10 @@ public:
     }
     /// Until the area has given it a size.
     bool WaitIcon() {
-        return WaitUntil([&] { return (icon_ = Icon()).has_value() && icon_->Width() > 8; });
+        return Eventually([&] { return (icon_ = Icon()).has_value() && icon_->Width() > 8; });
     }
     bool WaitNoIcon() const {
-        return WaitUntil([&] { return !Icon(); });
+        return Eventually([&] { return !Icon(); });
     }
     void ClickIcon(std::uint8_t button = 1) const {
         user_.ClickAt((icon_->left + icon_->right) / 2, (icon_->top + icon_->bottom) / 2, button);
@@ -45,7 +45,7 @@ public:
     bool OpenMenu(std::uint8_t button) {
         const std::vector<xcb_window_t> before = user_.TopLevels();
         ClickIcon(button);
-        return WaitUntil([&] { return (menu_ = MenuBeside(before)) != XCB_WINDOW_NONE; });
+        return Eventually([&] { return (menu_ = MenuBeside(before)) != XCB_WINDOW_NONE; });
     }
     /// The menu on the screen, which is none of the windows that were there before. 0 when there is none.
     xcb_window_t MenuBeside(const std::vector<xcb_window_t>& before) const {
@@ -60,7 +60,7 @@ public:
         return XCB_WINDOW_NONE;
     }
     bool WaitNoMenu() const {
-        return WaitUntil([&] { return !user_.IsViewable(menu_); });
+        return Eventually([&] { return !user_.IsViewable(menu_); });
     }
     Rectangle Menu() const { return user_.PlaceOf(menu_); }
     void ClickMenuRow(int row) const {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "support/DisplayNumber.h"
+#include "support/Eventually.h"
 #include "support/PlatformChild.h"
 #include "support/TemporaryFolder.h"
 

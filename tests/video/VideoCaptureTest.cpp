@@ -14,10 +14,13 @@
 #include "fake/DesktopCapture.h"
 #include "fake/EncoderLibrary.h"
 #include "fake/Event.h"
+#include "support/Eventually.h"
 #include "video/TransportStream.h"
 
 namespace zv {
 namespace {
+
+using support::Eventually;
 
 using namespace fake;
 using Names = std::vector<std::string>;
@@ -75,17 +78,6 @@ Names Joined(std::initializer_list<Names> parts) {
         all.insert(all.end(), part.begin(), part.end());
     }
     return all;
-}
-
-bool Eventually(const std::function<bool()>& condition) {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > limit) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
 }
 
 void Reset() {

@@ -10,27 +10,17 @@
 
 #include "platform/ChildProcess.h"
 #include "platform/Clock.h"
+#include "support/Eventually.h"
 #include "support/TemporaryFolder.h"
 
 namespace zv::windows {
 
-inline constexpr std::uint32_t generousMs = 60000;
+using support::Eventually;
+using support::generousMs;
 
 // The tones of the sound devices of a scene.
 inline constexpr double speakersHz = 1000;
 inline constexpr double microphoneHz = 640;
-
-template <class Condition>
-bool Eventually(Condition condition, std::uint32_t limitMs = generousMs) {
-    const std::uint64_t limit = TickMs() + limitMs;
-    while (!condition()) {
-        if (TickMs() > limit) {
-            return false;
-        }
-        SleepMs(20);
-    }
-    return true;
-}
 
 /// The lines of the doubles' report that begin with `kind` ("complaint: " or "note: "), without it.
 std::vector<std::string> ReportLines(const std::filesystem::path& report, const std::string& kind);

@@ -11,25 +11,15 @@
 #include "platform/Clock.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
+#include "support/Eventually.h"
 #include "support/TemporaryFolder.h"
 #include "windows/Processes.h"
 
 namespace zv {
 namespace {
 
-constexpr std::uint32_t generousMs = 60000;
-
-template <class Condition>
-bool Eventually(Condition condition) {
-    const std::uint64_t limit = TickMs() + generousMs;
-    while (!condition()) {
-        if (TickMs() > limit) {
-            return false;
-        }
-        SleepMs(10);
-    }
-    return true;
-}
+using support::Eventually;
+using support::generousMs;
 
 class FfmpegChild : public testing::Test {
 protected:

@@ -16,6 +16,7 @@
 #include "platform/Foreground.h"
 #include "platform/SingleInstance.h"
 #include "platform/Window.h"
+#include "support/Eventually.h"
 #include "support/TemporaryFolder.h"
 #include "windows/Processes.h"
 #include "windows/ScreenPattern.h"
@@ -23,24 +24,14 @@
 namespace zv {
 namespace {
 
+using support::Eventually;
+using support::generousMs;
+
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-constexpr std::uint32_t generousMs = 60000;
 constexpr wchar_t mainClass[] = L"ZVReelsMainV3";
-
-template <class Condition>
-bool Eventually(Condition condition) {
-    const std::uint64_t limit = TickMs() + generousMs;
-    while (!condition()) {
-        if (TickMs() > limit) {
-            return false;
-        }
-        SleepMs(20);
-    }
-    return true;
-}
 
 class Program : public testing::Test {
 protected:

@@ -16,6 +16,7 @@
 #include "platform/Clock.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
+#include "support/Eventually.h"
 #include "support/TemporaryFolder.h"
 #include "windows/Processes.h"
 #include "windows/ReplayScene.h"
@@ -23,25 +24,14 @@
 namespace zv {
 namespace {
 
+using support::Eventually;
+using support::generousMs;
+
 using testing::AllOf;
 using testing::Each;
 using testing::EndsWith;
 using testing::Ge;
 using testing::Le;
-
-constexpr std::uint32_t generousMs = 60000;
-
-template <class Condition>
-bool Eventually(Condition condition) {
-    const std::uint64_t limit = TickMs() + generousMs;
-    while (!condition()) {
-        if (TickMs() > limit) {
-            return false;
-        }
-        SleepMs(50);
-    }
-    return true;
-}
 
 /// The packets of one stream of a file.
 struct Packets {

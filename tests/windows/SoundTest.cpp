@@ -14,12 +14,15 @@
 #include "platform/AudioEndpoint.h"
 #include "platform/BytePipe.h"
 #include "platform/WaveInput.h"
+#include "support/Eventually.h"
 #include "windows/PipeReader.h"
 #include "windows/Processes.h"
 #include "windows/SoundDriver.h"
 
 namespace zv {
 namespace {
+
+using support::Eventually;
 
 using testing::AnyOf;
 using testing::Contains;
@@ -29,7 +32,6 @@ using testing::Not;
 using testing::StartsWith;
 using windows::PipeReader;
 
-constexpr std::uint32_t generousMs = 60000;
 constexpr double hertz = 233;  // 10 ms are not a whole number of its periods
 constexpr double level = 0.25;
 constexpr std::size_t packet = 480;  // output frames of one packet of 10 ms
@@ -37,18 +39,6 @@ constexpr std::size_t packet = 480;  // output frames of one packet of 10 ms
 /// Packets arrive early and none is overwritten, so that a busy machine loses none.
 const std::string aheadOfTime =
     "set render arrive -600\nset render keep 60000\nset capture arrive -600\nset capture keep 60000\n";
-
-template <class Condition>
-bool Eventually(Condition condition) {
-    const std::uint64_t limit = TickMs() + generousMs;
-    while (!condition()) {
-        if (TickMs() > limit) {
-            return false;
-        }
-        SleepMs(2);
-    }
-    return true;
-}
 
 /// The sound that the reader got, and the times of the starts, in 100 ns of the performance counter.
 struct Heard {

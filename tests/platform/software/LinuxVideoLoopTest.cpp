@@ -14,6 +14,7 @@
 #include "platform/linux/posix/PipeFolder.h"
 #include "platform/linux/posix/Posix.h"
 #include "platform/linux/x11/Xcb.h"
+#include "support/Eventually.h"
 #include "support/XServer.h"
 #include "video/VideoCapture.h"
 

@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/Eventually.h"
 #include "support/PlatformChild.h"
 #include "support/TemporaryFolder.h"
 
@@ -20,9 +21,8 @@ namespace {
 
 using support::ContentOf;
 using support::Eventually;
+using support::generousMs;
 using support::PlatformChild;
-
-constexpr std::uint32_t generousMs = 60000;
 
 class LinuxChildProcess : public testing::Test {
 protected:

@@ -9,11 +9,13 @@
 #include "platform/AudioEndpoint.h"
 #include "platform/Clock.h"
 #include "platform/WaveInput.h"
+#include "support/Eventually.h"
 #include "support/SoundServer.h"
 
 namespace zv {
 namespace {
 
+using support::Eventually;
 using support::LevelOf;
 using support::Microphone;
 using support::SoundServer;
@@ -259,7 +261,7 @@ TEST(LinuxWaveInput, FillsItsBuffersInTurnWithMonoSamples) {
     ASSERT_EQ(StartWaveInput(*input), 0);
     std::vector<float> samples;
     int current = 0;
-    ASSERT_TRUE(WaitUntil([&] {
+    ASSERT_TRUE(Eventually([&] {
         for (int taken = 0; taken < waveBufferCount; ++taken) {
             const WaveBuffer buffer = LookAtWaveBuffer(*input, current);
             if (!buffer.done) {
@@ -287,7 +289,7 @@ TEST(LinuxWaveInput, AServerThatDiesIsNoticedByThePosition) {
     ASSERT_EQ(OpenWaveInput(input), 0);
     ASSERT_EQ(StartWaveInput(*input), 0);
     server.Server().Send(SIGKILL);
-    EXPECT_TRUE(WaitUntil([&] { return CheckWavePosition(*input) == resultEndpointGone; }));
+    EXPECT_TRUE(Eventually([&] { return CheckWavePosition(*input) == resultEndpointGone; }));
 }
 
 TEST(LinuxWaveInput, ListsMicrophonesAndOutputsButNoMonitors) {
@@ -358,7 +360,7 @@ TEST(LinuxAudioCapture, MixesToneAndMicrophoneIntoAStreamThatFollowsTheWallClock
     AudioCapture capture;
     ASSERT_TRUE(capture.Start(true, true)) << Narrow(capture.Error());
     StreamReader reader(capture.PipeName());
-    ASSERT_TRUE(WaitUntil([&] { return reader.Bytes() > 0; }));
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() > 0; }));
     const std::int64_t first = Counter100ns();
     const std::size_t before = reader.Bytes();
     SleepMs(5000);
@@ -383,9 +385,9 @@ TEST(LinuxAudioCapture, AServerThatDiesEndsTheThreadWithTheSentence) {
     AudioCapture capture;
     ASSERT_TRUE(capture.Start(true, false)) << Narrow(capture.Error());
     StreamReader reader(capture.PipeName());
-    ASSERT_TRUE(WaitUntil([&] { return reader.Bytes() > 0; }));
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() > 0; }));
     server.Server().Send(SIGKILL);
-    EXPECT_TRUE(WaitUntil([&] { return !capture.running; }));
+    EXPECT_TRUE(Eventually([&] { return !capture.running; }));
     reader.Join();  // the stream has ended
     EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x88890004)");
     capture.Stop();
@@ -398,7 +400,7 @@ TEST(LinuxAudioCapture, AReaderThatLeavesEndsTheThreadWithTheSentence) {
     ASSERT_TRUE(capture.Start(true, false)) << Narrow(capture.Error());
     StreamReader reader(capture.PipeName());
     reader.CloseAfter(38400);
-    EXPECT_TRUE(WaitUntil([&] { return !capture.running; }));
+    EXPECT_TRUE(Eventually([&] { return !capture.running; }));
     EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x80070020)");
 }
 

@@ -9,6 +9,7 @@
 #include "platform/Foreground.h"
 #include "platform/linux/x11/WindowOwner.h"
 #include "platform/linux/x11/XDisplay.h"
+#include "support/Eventually.h"
 #include "support/TemporaryFolder.h"
 #include "support/XServer.h"
 

@@ -21,6 +21,7 @@
 #include "platform/linux/x11/capture/ExcludedWindows.h"
 #include "platform/software/Surface.h"
 #include "support/EndToEnd.h"
+#include "support/Eventually.h"
 #include "support/ScreenPainting.h"
 #include "support/XClient.h"
 
@@ -60,7 +61,7 @@ class LinuxOwnWindows : public testing::TestWithParam<bool> {
 protected:
     LinuxOwnWindows() {
         // Bounds that an earlier test has recorded are of another screen.
-        EXPECT_TRUE(support::WaitUntil([] { return x11::BoundsSince(SteadyNs(), {0, 0, width, height}).Empty(); }));
+        EXPECT_TRUE(support::Eventually([] { return x11::BoundsSince(SteadyNs(), {0, 0, width, height}).Empty(); }));
         setenv("DISPLAY", display_.Name().c_str(), 1);
         SetEndRequest(nullptr);
         EXPECT_TRUE(OpenSession());
@@ -68,7 +69,7 @@ protected:
         if (GetParam()) {
             compositor_ =
                 support::Spawned({"xcompmgr", "-n"}, {{"DISPLAY", display_.Name()}}, folder_.Path() / "compositor.log");
-            EXPECT_TRUE(support::WaitUntil([&] { return HasCompositor(); }));
+            EXPECT_TRUE(support::Eventually([&] { return HasCompositor(); }));
         }
     }
     bool HasCompositor() const {
@@ -381,7 +382,7 @@ TEST_P(LinuxOwnWindows, ShowChangesOfTheOccludedContent) {
     const xcb_rectangle_t ball{200, 150, 20, 20};
     xcb_poly_fill_rectangle(other_->Get(), game, context, 1, &ball);
     other_->Sync();
-    EXPECT_TRUE(support::WaitUntil([&] { return AcquireAndCopy() && CountOf(Captured(), blue) == 400; }));
+    EXPECT_TRUE(support::Eventually([&] { return AcquireAndCopy() && CountOf(Captured(), blue) == 400; }));
     EXPECT_EQ(CountOf(Captured(), red), 0);
 }
 

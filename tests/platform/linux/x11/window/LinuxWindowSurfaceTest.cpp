@@ -22,6 +22,7 @@
 #include "platform/TrayIcon.h"
 #include "platform/Window.h"
 #include "support/EndToEnd.h"
+#include "support/Eventually.h"
 #include "support/FileBytes.h"
 #include "support/ServerWatch.h"
 #include "support/XClient.h"
@@ -29,6 +30,7 @@
 namespace zv {
 namespace {
 
+using support::Eventually;
 using support::OtherClient;
 using support::WaitUntil;
 
@@ -147,7 +149,7 @@ protected:
     void StartWindowManager() {
         manager_ = support::Spawned({"openbox", "--config-file", "/dev/null"}, {{"DISPLAY", display_.Name()}},
                                     folder_.Path() / "manager.log");
-        ASSERT_TRUE(WaitUntil([&] { return !other_->Property(other_->Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
+        ASSERT_TRUE(Eventually([&] { return !other_->Property(other_->Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
     }
 
     support::TemporaryFolder folder_;

@@ -30,6 +30,7 @@
 #include "platform/SingleInstance.h"
 #include "platform/Window.h"
 #include "support/EndToEnd.h"
+#include "support/Eventually.h"
 #include "support/XClient.h"
 #include "support/XServer.h"
 
@@ -211,7 +212,7 @@ TEST_F(LinuxWindow, ReceivesCreateAndOneDestroy) {
     DefaultProcedure(*window_, message::close, 0, 0);
     window_.reset();
     EXPECT_EQ(received, (std::vector<Received>{{message::destroy, 0}}));
-    EXPECT_TRUE(support::WaitUntil([&] { return other_->Find("Zorvel test") == XCB_WINDOW_NONE; }));
+    EXPECT_TRUE(support::Eventually([&] { return other_->Find("Zorvel test") == XCB_WINDOW_NONE; }));
 }
 
 TEST_F(LinuxWindow, AnExceptionOfAProcedureLeavesTheLoopRunning) {
@@ -225,7 +226,7 @@ TEST_F(LinuxWindow, AnExceptionOfAProcedureLeavesTheLoopRunning) {
     EXPECT_NE(other_->Find("Zorvel test"), xcb_window_t{XCB_WINDOW_NONE});
     window_.reset();
     EXPECT_EQ(CountOf(message::destroy), 1);
-    EXPECT_TRUE(support::WaitUntil([&] { return other_->Find("Zorvel test") == XCB_WINDOW_NONE; }));
+    EXPECT_TRUE(support::Eventually([&] { return other_->Find("Zorvel test") == XCB_WINDOW_NONE; }));
 }
 
 TEST_F(LinuxWindow, AProcedureMayThrowAfterItHasDestroyedItsWindow) {
@@ -373,7 +374,7 @@ TEST_F(LinuxWindow, RegisteringAKeyThatAnotherClientHasGrabbedFails) {
         other_->UngrabKey(x, mask);
         // Nothing stays behind of the attempt.
         for (const std::uint16_t each : masks) {
-            EXPECT_TRUE(support::WaitUntil([&] { return other_->GrabKey(x, each); })) << mask << " " << each;
+            EXPECT_TRUE(support::Eventually([&] { return other_->GrabKey(x, each); })) << mask << " " << each;
             other_->UngrabKey(x, each);
         }
     }
@@ -626,11 +627,11 @@ TEST_F(LinuxWindow, ASecondCopyShowsTheHiddenWindowOfTheFirst) {
     const xcb_window_t window = other.Find("first copy");
     EXPECT_FALSE(other.IsMapped(window));
     EXPECT_TRUE(BringOtherCopyForward(u"ZVTestWindow"));
-    EXPECT_TRUE(support::WaitUntil([&] { return other.IsMapped(window); }));
+    EXPECT_TRUE(support::Eventually([&] { return other.IsMapped(window); }));
     EXPECT_FALSE(BringOtherCopyForward(u"ZVTest"));
     // However the first copy ends, its claim ends with it.
     first.Kill();
-    EXPECT_TRUE(support::WaitUntil([] { return ClaimSingleInstance(u"Local\\Test") != nullptr; }));
+    EXPECT_TRUE(support::Eventually([] { return ClaimSingleInstance(u"Local\\Test") != nullptr; }));
 }
 
 TEST_F(LinuxWindow, BringingForwardFailsIfTheFirstCopyHasNoWindow) {
@@ -656,7 +657,7 @@ TEST_F(LinuxWindow, ASecondCopyRaisesTheCoveredWindowOfTheFirst) {
     xcb_destroy_window(other_->Get(), other_->Find("Zorvel test"));  // only the first copy carries the class now
     other_->Sync();
     EXPECT_TRUE(BringOtherCopyForward(u"ZVTestWindow"));
-    EXPECT_TRUE(support::WaitUntil([&] { return isFirstCopy(top()); }));
+    EXPECT_TRUE(support::Eventually([&] { return isFirstCopy(top()); }));
 }
 
 class InformationBox : public testing::Test {
