@@ -1,12 +1,20 @@
 # Unity builds: the files of one folder are compiled as one, which takes a third of the time. The sanitizers' copies and,
 # with ZV_UNITY, the plain libraries are built so; a library that compiles every file by itself finds a missing #include.
 #
-# A file stays by itself if a fake of tests/fake/ replaces it, because the linker must be able to leave it out.
-file(GLOB fakes RELATIVE ${PROJECT_SOURCE_DIR}/tests/fake tests/fake/*.cpp)
+# A file stays by itself if a test may replace it, because the linker must be able to leave it out: the files that
+# implement a header of src/platform/, and those that have the name of a fake. The colour conversion's files repeat
+# each other's names.
+file(GLOB headers src/platform/*.h)
+file(GLOB fakes tests/fake/*.cpp)
+set(separate ColorConversion ColorConversionAvx2 ColorConversionAvx512)
+foreach(file IN LISTS headers fakes)
+  get_filename_component(name ${file} NAME_WE)
+  list(APPEND separate ${name})
+endforeach()
 foreach(source IN LISTS portable_sources platform_sources)
-  get_filename_component(name ${source} NAME)
+  get_filename_component(name ${source} NAME_WE)
   get_filename_component(folder ${source} DIRECTORY)
-  if(NOT name IN_LIST fakes AND NOT source MATCHES "/ColorConversion|/windows/(SingleInstance|WindowQueries)")
+  if(NOT name IN_LIST separate)
     file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR}/src ${folder})
     string(MAKE_C_IDENTIFIER ${folder} group)
     set_source_files_properties(${source} PROPERTIES UNITY_GROUP ${group})

@@ -21,7 +21,6 @@ using support::Eventually;
 using support::OpenFiles;
 using support::Probe;
 using support::TemporaryFolder;
-using support::WaitUntil;
 
 struct Road : testing::Test {
     CaptureConfig Config(int fps = 30) const {

@@ -19,7 +19,6 @@ using support::Eventually;
 using support::LevelOf;
 using support::Microphone;
 using support::SoundServer;
-using support::WaitUntil;
 
 /// One default endpoint, opened and started through all its steps.
 struct OpenedEndpoint {

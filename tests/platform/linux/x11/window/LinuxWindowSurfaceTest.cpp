@@ -32,7 +32,6 @@ namespace {
 
 using support::Eventually;
 using support::OtherClient;
-using support::WaitUntil;
 
 constexpr std::uintptr_t checkTimer = 1000;
 constexpr std::uint32_t trayMessage = 0x8016;
