@@ -1,10 +1,11 @@
 # zv_test(NAME SOURCES... [FAKES Clock ...] [LIBRARIES ...] [LABELS ...] [TIMEOUT seconds] [COST seconds] [SERIAL]
-#         [WHOLE] [ONE_THREAD] [LAUNCHER script])
+#         [NIGHTLY pattern] [WHOLE] [ONE_THREAD] [LAUNCHER script])
 #
 # One GoogleTest program. FAKES names files of tests/fake/ that replace the platform service of the same
 # name (or a portable part that the test wants to steer). On Linux every TEST becomes a ctest entry; WHOLE, and every
 # test on Windows, registers the program as one entry, which suits road tests that share an expensive set-up.
 # LAUNCHER runs a WHOLE program. What has a COST begins first, the longest at the head, so that none runs on alone.
+# The tests whose names match NIGHTLY take minutes: they have the label nightly, which ./test leaves out.
 #
 # With ZV_SANITIZERS a portable test is run as NAME_address and, unless ONE_THREAD says that neither it nor what it
 # tests starts a thread, as NAME_thread: one entry each.
@@ -96,7 +97,7 @@ function(zv_sanitized_test name)
 endfunction()
 
 function(zv_test name)
-  cmake_parse_arguments(T "SERIAL;WHOLE;ONE_THREAD" "TIMEOUT;COST;LAUNCHER" "SOURCES;FAKES;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(T "SERIAL;WHOLE;ONE_THREAD" "TIMEOUT;COST;LAUNCHER;NIGHTLY" "SOURCES;FAKES;LIBRARIES;LABELS" ${ARGN})
   list(APPEND T_SOURCES ${T_UNPARSED_ARGUMENTS})
   add_executable(${name} ${T_SOURCES})
   zv_test_program(${name} zorvel_compile "")
@@ -121,17 +122,30 @@ function(zv_test name)
       set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
     endif()
   elseif(T_WHOLE)
-    add_test(NAME ${name} COMMAND ${T_LAUNCHER} $<TARGET_FILE:${name}>)
+    set(ordinary)
+    if(T_NIGHTLY)
+      set(ordinary --gtest_filter=-${T_NIGHTLY})
+      add_test(NAME ${name}_nightly COMMAND ${T_LAUNCHER} $<TARGET_FILE:${name}> --gtest_filter=${T_NIGHTLY})
+      set_tests_properties(${name}_nightly PROPERTIES LABELS "${T_LABELS};nightly" TIMEOUT ${T_TIMEOUT} COST ${T_COST})
+    endif()
+    add_test(NAME ${name} COMMAND ${T_LAUNCHER} $<TARGET_FILE:${name}> ${ordinary})
     set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT} COST ${T_COST})
     if(T_SERIAL)
       set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
     endif()
   else()
-    set(properties LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT} COST ${T_COST})
+    set(properties TIMEOUT ${T_TIMEOUT} COST ${T_COST})
     if(T_SERIAL)
       list(APPEND properties RUN_SERIAL ON)
     endif()
-    gtest_discover_tests(${name} TEST_PREFIX "${name}/" PROPERTIES ${properties} DISCOVERY_TIMEOUT 60)
+    set(ordinary)
+    if(T_NIGHTLY)
+      set(ordinary TEST_FILTER -${T_NIGHTLY})
+      gtest_discover_tests(${name} TEST_PREFIX "${name}/" TEST_FILTER ${T_NIGHTLY} DISCOVERY_TIMEOUT 60
+        TEST_LIST ${name}_nightly_tests PROPERTIES LABELS nightly ${properties})
+    endif()
+    gtest_discover_tests(${name} TEST_PREFIX "${name}/" ${ordinary} DISCOVERY_TIMEOUT 60
+      PROPERTIES LABELS "${T_LABELS}" ${properties})
   endif()
   if(ZV_SANITIZERS AND NOT T_LABELS MATCHES "end-to-end|packaging|windows")
     zv_sanitized_test(${name})
