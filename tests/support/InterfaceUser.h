@@ -83,7 +83,7 @@ public:
     }
     /// In coordinates of the screen, whatever window holds it.
     Rectangle OnScreen(xcb_window_t window) const {
-        const Rectangle own = PlaceOf(window);
+        const Rectangle own = BoundsOf(window);
         const Reply<xcb_translate_coordinates_reply_t> at(
             xcb_translate_coordinates_reply(Get(), xcb_translate_coordinates(Get(), window, Root(), 0, 0), nullptr));
         return at ? Rectangle{at->dst_x, at->dst_y, at->dst_x + own.Width(), at->dst_y + own.Height()} : Rectangle{};

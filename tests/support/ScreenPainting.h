@@ -1,4 +1,4 @@
-// A picture that a program puts on an X screen, every pixel of which a test can work out.
+// A picture on an X screen whose pixels a test can compute.
 #pragma once
 
 #include <xcb/xcb.h>
@@ -9,17 +9,17 @@
 
 namespace zv::support {
 
-/// Noise, so that no two places look alike and no compressor makes it small. 0x00RRGGBB.
+/// Noise, so that every part is different and does not compress. 0x00RRGGBB.
 constexpr std::uint32_t ColorAt(int x, int y) {
     std::uint32_t mixed = static_cast<std::uint32_t>(x) * 0x9E3779B1U + static_cast<std::uint32_t>(y) * 0x85EBCA77U;
     mixed = (mixed ^ mixed >> 15U) * 0x2C1B3C6DU;
     return (mixed ^ mixed >> 12U) & 0xFFFFFFU;
 }
 
-/// Another program, whose window lies over a part of the screen.
+/// Another client whose window covers a part of the screen.
 class ScreenPainting {
 public:
-    /// `display` may be null for the process's own.
+    /// `display` null means the process's own.
     ScreenPainting(const char* display, int left, int top, int width, int height)
         : left_(left), top_(top), width_(width), height_(height) {
         int number = 0;
@@ -39,7 +39,7 @@ public:
     ScreenPainting(const ScreenPainting&) = delete;
     ScreenPainting& operator=(const ScreenPainting&) = delete;
 
-    /// The server itself repaints it when another window goes away. `pixelAt` takes coordinates of the desktop.
+    /// The picture is the window's background, which the server repaints. `pixelAt` gets desktop coordinates.
     template <class Unit, class PixelAt>
     void Fill(PixelAt pixelAt) {
         const xcb_pixmap_t picture = xcb_generate_id(connection_);

@@ -1,5 +1,5 @@
-// What an X server knows of one of its clients: which requests it makes, and how many things it keeps for it. The two
-// extensions are spoken to directly, since the library for them is not everywhere.
+// An X server's records of one client: the requests that it sends and the number of its resources. The requests of the
+// two extensions are encoded here.
 #pragma once
 
 #include <xcb/xcb.h>
@@ -20,7 +20,7 @@ namespace zv::support {
 inline xcb_extension_t resourceExtension = {"X-Resource", 0};
 inline xcb_extension_t recordExtension = {"RECORD", 0};
 
-/// Sends a request whose bytes begin behind its opcodes and its length. Its sequence number.
+/// Sends a request; `words` follow its opcodes and its length. Returns the sequence number.
 inline unsigned SendExtension(xcb_connection_t* connection, xcb_extension_t& extension, std::uint8_t opcode,
                               bool hasReply, std::span<const std::uint32_t> words) {
     std::vector<std::uint32_t> request(1 + words.size());
@@ -33,7 +33,7 @@ inline unsigned SendExtension(xcb_connection_t* connection, xcb_extension_t& ext
     return sequence;
 }
 
-/// Windows, pixmaps, contexts and the rest that the server holds for the client that made `window`.
+/// The number of windows, pixmaps, contexts and other resources of the client that made `window`.
 inline std::uint32_t ResourcesOf(xcb_connection_t* connection, xcb_window_t window) {
     constexpr std::uint8_t queryClientResources = 2;
     const std::array<std::uint32_t, 1> words{window};
@@ -54,14 +54,14 @@ inline std::uint32_t ResourcesOf(xcb_connection_t* connection, xcb_window_t wind
     return sum;
 }
 
-/// Listens to the requests of one client from here on.
+/// Counts the requests of the client that made `window`, or whose resource base it is, from now on.
 class RequestWatch {
 public:
     RequestWatch(const std::string& display, xcb_window_t window)
         : control_(display), data_(display), context_(xcb_generate_id(control_.Get())) {
         constexpr std::uint8_t createContext = 1;
         constexpr std::uint8_t enableContext = 5;
-        // One client, one range: core requests 1 to 127, and those of extensions whatever their number.
+        // One client, one range: core requests 1 to 127, and all requests of extensions.
         std::array<std::uint8_t, 24> range{};
         range[0] = 1;
         range[1] = 127;
@@ -76,7 +76,7 @@ public:
         const std::array<std::uint32_t, 1> enable{context_};
         sequence_ = SendExtension(data_.Get(), recordExtension, enableContext, true, enable);
     }
-    /// Major and minor opcode of every request so far, with how often it came.
+    /// How often each request came: major and minor opcode.
     const std::map<std::pair<int, int>, int>& Requests() {
         control_.Sync();
         void* reply = nullptr;
@@ -88,7 +88,7 @@ public:
         }
         return requests_;
     }
-    /// Of those that change what is in a window.
+    /// The number of requests that change the content of a window.
     int Paintings() {
         Requests();
         constexpr int clearArea = 61;

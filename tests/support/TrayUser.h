@@ -51,7 +51,7 @@ public:
     xcb_window_t MenuBeside(const std::vector<xcb_window_t>& before) const {
         for (const xcb_window_t top : user_.TopLevels()) {
             const bool fresh = std::find(before.begin(), before.end(), top) == before.end();
-            const Rectangle place = user_.PlaceOf(top);
+            const Rectangle place = user_.BoundsOf(top);
             if (fresh && user_.IsViewable(top) &&
                 user_.PixelAt(place.right - 3, place.top + 3) == ScreenColor(menuColor)) {
                 return top;
@@ -62,7 +62,7 @@ public:
     bool WaitNoMenu() const {
         return Eventually([&] { return !user_.IsViewable(menu_); });
     }
-    Rectangle Menu() const { return user_.PlaceOf(menu_); }
+    Rectangle Menu() const { return user_.BoundsOf(menu_); }
     void ClickMenuRow(int row) const {
         const Rectangle place = Menu();
         user_.ClickAt(place.left + 30, place.top + 4 + 28 * row + 14 - (row > 5 ? 19 : 0));

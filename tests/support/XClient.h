@@ -1,4 +1,4 @@
-// Another client of a display: the user's keyboard and mouse, or a program with windows and keys of its own.
+// Another client of a display: simulates the user's keyboard and mouse, or a program with windows and grabbed keys.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -25,7 +25,6 @@ struct FreeReply {
 template <class T>
 using Reply = std::unique_ptr<T, FreeReply>;
 
-/// Another client of the display: the user's keyboard, or a program that holds keys of its own.
 class OtherClient {
 public:
     explicit OtherClient(const std::string& display) : connection_(xcb_connect(display.c_str(), nullptr)) {
@@ -94,7 +93,7 @@ public:
             xcb_get_window_attributes_reply(connection_, xcb_get_window_attributes(connection_, window), nullptr));
         return reply && reply->map_state != XCB_MAP_STATE_UNMAPPED;
     }
-    /// The window of that title, 0 when there is none.
+    /// The window with that title, 0 if there is none.
     xcb_window_t Find(const std::string& title) const {
         for (const xcb_window_t window : TopLevels()) {
             if (Property(window, "_NET_WM_NAME") == title) {
@@ -146,7 +145,7 @@ public:
         PressButton(button);
         ReleaseButton(button);
     }
-    /// 0x00RRGGBB of what the screen shows.
+    /// A pixel of the screen as 0x00RRGGBB.
     std::uint32_t PixelAt(int x, int y) const {
         const Reply<xcb_get_image_reply_t> image(
             xcb_get_image_reply(connection_,
@@ -168,34 +167,34 @@ public:
         xcb_set_input_focus(connection_, XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
         Sync();
     }
-    Rectangle PlaceOf(xcb_window_t window) const {
+    Rectangle BoundsOf(xcb_window_t window) const {
         const Reply<xcb_get_geometry_reply_t> at(
             xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
         return at ? Rectangle{at->x, at->y, at->x + at->width, at->y + at->height} : Rectangle{};
     }
-    /// Something of its own on the screen, which no window manager touches. It hears of clicks and keys.
-    xcb_window_t Cover(const Rectangle& place, std::uint32_t color) const {
+    /// Maps an override-redirect window of one colour, which receives clicks and keys.
+    xcb_window_t Cover(const Rectangle& bounds, std::uint32_t color) const {
         const xcb_window_t window = xcb_generate_id(connection_);
         const std::uint32_t values[] = {color, 1, XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_KEY_PRESS};
-        xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window, root_, static_cast<std::int16_t>(place.left),
-                          static_cast<std::int16_t>(place.top), static_cast<std::uint16_t>(place.Width()),
-                          static_cast<std::uint16_t>(place.Height()), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+        xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window, root_, static_cast<std::int16_t>(bounds.left),
+                          static_cast<std::int16_t>(bounds.top), static_cast<std::uint16_t>(bounds.Width()),
+                          static_cast<std::uint16_t>(bounds.Height()), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
                           XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK,
                           values);
         xcb_map_window(connection_, window);
         Sync();
         return window;
     }
-    /// The same as a game's window: it says whose it is.
-    xcb_window_t CoverAsGame(const Rectangle& place, std::uint32_t color) const {
-        const xcb_window_t window = Cover(place, color);
+    /// The same with the property of its process id, as a game's window.
+    xcb_window_t CoverAsGame(const Rectangle& bounds, std::uint32_t color) const {
+        const xcb_window_t window = Cover(bounds, color);
         const auto process = static_cast<std::uint32_t>(getpid());
         xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, Atom("_NET_WM_PID"), XCB_ATOM_CARDINAL, 32, 1,
                             &process);
         Sync();
         return window;
     }
-    /// How many events of that kind have come in since the last time.
+    /// The number of events of that type since the last call.
     int Events(std::uint8_t type) const {
         Sync();
         int count = 0;

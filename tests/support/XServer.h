@@ -1,4 +1,4 @@
-// An X server of a test's own, without a screen and without a user.
+// A private X server of a test, without a screen or input devices.
 #pragma once
 
 #include <cstdlib>
@@ -13,9 +13,9 @@ namespace zv::support {
 
 class XServer {
 public:
-    /// Starts one and makes it this process's display. `screen` is "WIDTHxHEIGHTxDEPTH".
+    /// Starts a server and makes it this process's display. `screen` is "WIDTHxHEIGHTxDEPTH".
     explicit XServer(const std::string& screen) : XServer(screen, FreshDisplayNumber()) {}
-    /// Comes under a number that a killed one had.
+    /// Uses a display number that a killed server had.
     XServer(const std::string& screen, int displayNumber) : number_(displayNumber) {
         const std::filesystem::path log = folder_.Path() / "server.log";
         const std::string number = std::to_string(displayNumber);
@@ -38,7 +38,7 @@ public:
 
     int Number() const { return number_; }
 
-    /// As a crash would end it.
+    /// Ends it as a crash would.
     void Kill() {
         TerminateJob(*server_.job);
         WaitForExit(*server_.process, 60000);

@@ -28,7 +28,7 @@ protected:
         std::uint32_t process = 0;
     };
 
-    /// Another program with a window that takes the input; `name` is what it was started as.
+    /// Another program with a focused window; `name` is its executable.
     Other StartOther(const Text& name, const Text& arguments) {
         Other other;
         const std::filesystem::path log = folder_.Path() / ("log" + std::to_string(++count_));
@@ -46,7 +46,7 @@ protected:
         return log_;
     }
 
-    /// What a window manager does when it activates a window.
+    /// Sets the active window as a window manager does.
     static void SetActive(xcb_window_t window) {
         const std::optional<XDisplay> display = ThreadDisplay();
         const std::string name = "_NET_ACTIVE_WINDOW";

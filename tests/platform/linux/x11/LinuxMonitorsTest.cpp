@@ -18,8 +18,8 @@ namespace {
 
 using support::XServer;
 
-/// Adds a monitor that is one part of the screen; a star before the name makes it the primary one. By the command,
-/// because the library's request sends memory that it has not written.
+/// Adds a monitor for a part of the screen; a star before the name makes it the primary one. Uses the command, because
+/// the library's request sends uninitialized memory.
 void AddMonitor(const std::string& name, const std::string& place) {
     const std::string command = "xrandr --setmonitor '" + name + "' " + place + " none";
     ASSERT_EQ(std::system(command.c_str()), 0);

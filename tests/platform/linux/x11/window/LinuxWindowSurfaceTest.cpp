@@ -1,5 +1,5 @@
-// The windows that lie over a game: what they show, what they let through, whom they leave the keyboard, and what mouse
-// and keys become. On a private X server, with a window manager and a notification area where these matter.
+// The windows over a game: painting, shape, focus, mouse and key messages. On a private X server, with a window manager
+// and a notification area where the tests need them.
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
 #include <xcb/xfixes.h>
@@ -165,7 +165,7 @@ TEST_F(LinuxWindowSurface, ShowsThePixelsThatItsProcedurePaints) {
     EXPECT_EQ(other_->PixelAt(40, 30), 0U);
     EXPECT_EQ(other_->PixelAt(40 + 17, 30 + 5), 17U << 8U | 5U);
     EXPECT_EQ(other_->PixelAt(39, 30), 0U);
-    // Painted anew only when asked, in one message for many requests.
+    // Repainted only on request, with one message for many requests.
     received.clear();
     picture = [](int, int) { return green; };
     InvalidateWindow(*window);
@@ -223,7 +223,7 @@ TEST_F(LinuxWindowSurface, TheKeyColourIsTransparentAndClickThrough) {
     other_->ClickAt(105, 105);
     EXPECT_TRUE(RunUntil(*window, [] { return CountOf(message::leftButtonUp) == 2; }));
     EXPECT_EQ(other_->Events(XCB_BUTTON_PRESS), 0);
-    // What is painted later is there, and what is no longer painted is gone.
+    // The shape changes with the next painting.
     picture = [](int x, int) { return x < 100 ? key : red; };
     InvalidateWindow(*window);
     ASSERT_TRUE(RunUntilPixel(*window, 270, 150, red));
@@ -340,7 +340,7 @@ TEST_F(LinuxWindowSurface, ShowingAShownWindowDoesNotRepaintIt) {
     const Owned<AppWindow> window = MakeWindow(Overlay());
     ShowTopmostAt(*window, {100, 100, 300, 220});
     ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
-    ClientBounds(*window);  // whose answer comes after all events of the first showing
+    ClientBounds(*window);  // its reply comes after all events of the first showing
     int turns = 0;
     RunUntil(*window, [&] { return ++turns > 3; });
     const long paints = CountOf(message::paint);
@@ -379,7 +379,7 @@ TEST_F(LinuxWindowSurface, HasTheRequestedBounds) {
     const Rectangle place{17, 23, 427, 323};
     ShowTopmostAt(*window, place);
     EXPECT_EQ(WindowBounds(*window), place);
-    EXPECT_EQ(other_->PlaceOf(other_->Find("overlay")), place);
+    EXPECT_EQ(other_->BoundsOf(other_->Find("overlay")), place);
     EXPECT_EQ(HighWord(Last(message::showWindow)->lParam), 0);
     EXPECT_EQ(Last(message::showWindow)->wParam, 1U);
     const Rectangle moved{40, 23, 140, 123};
@@ -409,7 +409,7 @@ TEST_F(LinuxWindowSurface, MouseMessagesHaveClientCoordinates) {
     other_->PressButton(1);
     ASSERT_TRUE(RunUntilReceived(*window, message::leftButtonDown));
     EXPECT_EQ(LowWord(Last(message::leftButtonDown)->lParam), 30);
-    // A held button keeps the messages coming from outside the window, with places left of it below 0.
+    // While a button is held, messages also come from outside the window, with negative coordinates on its left.
     CaptureMouse(*window);
     EXPECT_TRUE(HasMouse(*window));
     other_->MovePointer(90, 60);
@@ -498,7 +498,7 @@ TEST_F(LinuxWindowSurface, EachMessageHasTheModifiersOfItsEvent) {
     const Owned<AppWindow> window = MakeWindow(Plain());
     ShowInFront(*window);
     ASSERT_TRUE(RunUntilReceived(*window, message::setFocus));
-    // All of it waits in one reading of events, as after a busy moment of the program.
+    // All events are read at once, as after a busy moment of the program.
     other_->Press(other_->CodeOf(XK_Control_L));
     other_->Press(other_->CodeOf(XK_Shift_L));
     other_->Tap(other_->CodeOf(XK_k));
@@ -643,7 +643,7 @@ protected:
         options.tip = u"ZV Reels Max";
         return AddTrayIcon(options);
     }
-    /// Where the icon's colour shows first on the screen's upper edge.
+    /// The first position of the icon's colour on the screen's upper edge.
     std::optional<Point> FindIcon() const {
         for (int y = 2; y < 24; y += 4) {
             for (int x = 0; x < 800; x += 4) {
@@ -728,12 +728,12 @@ TEST_F(LinuxTrayIcon, IsDestroyedWithItsResourcesWhenTheAreaReparentsItToTheRoot
 
 class LinuxPopupMenu : public LinuxWindowSurface {
 protected:
-    /// Opens the menu at (100, 100) and plays the user once it is there.
+    /// Opens the menu at (100, 100) and simulates the user once it is open.
     int Choose(std::function<void()> user) {
         other_->MovePointer(100, 100);
         int turn = 0;
         condition = [&] {
-            // The first turn that finds the menu open.
+            // The first iteration with an open menu.
             if (turn++ == 10) {
                 user();
             }
@@ -750,7 +750,7 @@ protected:
     Owned<AppWindow> window_ = MakeWindow(Plain());
 };
 
-// Rows are 28 pixels high and begin 4 pixels below the upper edge; the separator takes 9.
+// Rows are 28 pixels high and begin 4 pixels below the upper edge; the separator is 9 high.
 TEST_F(LinuxPopupMenu, ReturnsTheClickedItem) {
     EXPECT_EQ(Choose([&] { other_->ClickAt(120, 100 + 4 + 14); }), 1);
     EXPECT_EQ(Choose([&] { other_->ClickAt(120, 100 + 4 + 28 + 14); }), 2);

@@ -1,5 +1,5 @@
-// The window service on a private X server: what it tells the server, and what it makes of real key presses, signals,
-// a second copy and the server's death. A second connection plays the user and the other programs.
+// The window service on a private X server: properties, key presses, timers, signals, a second copy and the server's
+// death. A second connection simulates the user and other programs.
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -60,7 +60,7 @@ std::function<bool()> condition;
 Clock::time_point limit;
 bool handleClose = false;
 int endRequests = 0;
-std::function<void(AppWindow& window, std::uint32_t code)> beforehand;  ///< may raise something
+std::function<void(AppWindow& window, std::uint32_t code)> beforehand;  ///< may throw
 
 std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
     if (code == message::timer && wParam == checkTimer) {
@@ -103,7 +103,7 @@ protected:
         window_ = MakeWindow(options);
         ASSERT_NE(window_, nullptr);
     }
-    /// Runs the loop until the condition holds. False when it does not within a long time.
+    /// Runs the loop until the condition holds. Returns false on timeout.
     bool RunUntil(std::function<bool()> wanted, double seconds = 30) {
         condition = std::move(wanted);
         limit = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
@@ -115,7 +115,7 @@ protected:
     bool RunUntilHotKeys(long count, std::uintptr_t id) {
         return RunUntil([=] { return CountOf(message::hotKey, id) >= count; });
     }
-    /// A key of its own whose message comes after all that were caused before it.
+    /// Presses a key whose message comes after all earlier ones.
     void ExpectNoMoreHotKeys(std::uintptr_t id, long count) {
         ASSERT_TRUE(RegisterGlobalKey(*window_, 77, alt | once, virtualF10));
         other_->TapWith(XK_Alt_L, other_->CodeOf(XK_F10));
@@ -178,7 +178,7 @@ TEST_F(LinuxWindow, FlushWaitsForTheServer) {
     Open();
     const xcb_window_t id = other_->Find("Zorvel test");
     ASSERT_TRUE(RunUntil([&] { return other_->IsMapped(id); }));
-    // While another client holds the server, nobody else's requests are carried out.
+    // While another client has grabbed the server, no other client's requests are executed.
     xcb_grab_server(other_->Get());
     other_->Sync();
     HideWindow(*window_);
@@ -260,7 +260,7 @@ TEST_F(LinuxWindow, LosesEventsButNotTheLoopWithoutMemory) {
     handleClose = true;
     received.clear();
     received.reserve(1000);
-    constexpr int sent = 40;  // more than the queue has room for
+    constexpr int sent = 40;  // more than the queue has preallocated
     bool refused = false;
     EXPECT_TRUE(RunUntil([&] {
         if (std::exchange(refused, true)) {
@@ -372,7 +372,7 @@ TEST_F(LinuxWindow, RegisteringAKeyThatAnotherClientHasGrabbedFails) {
         ASSERT_TRUE(other_->GrabKey(x, mask));
         EXPECT_FALSE(RegisterGlobalKey(*window_, 1, alt | once, virtualX)) << mask;
         other_->UngrabKey(x, mask);
-        // Nothing stays behind of the attempt.
+        // The failed attempt leaves no grab.
         for (const std::uint16_t each : masks) {
             EXPECT_TRUE(support::Eventually([&] { return other_->GrabKey(x, each); })) << mask << " " << each;
             other_->UngrabKey(x, each);
@@ -421,7 +421,7 @@ TEST_F(LinuxWindow, KeysAreGrabbedAgainAfterAChangeOfTheMapping) {
     xcb_change_keyboard_mapping(other_->Get(), 1, newCode, 2, x);
     xcb_change_keyboard_mapping(other_->Get(), 1, oldCode, 2, q);
     other_->Sync();
-    // The old key is free as soon as the change has been followed.
+    // The old key is released once the change is applied.
     EXPECT_TRUE(RunUntil([&] {
         const bool isFree = other_->GrabKey(oldCode, XCB_MOD_MASK_1);
         other_->UngrabKey(oldCode, XCB_MOD_MASK_1);
@@ -433,7 +433,7 @@ TEST_F(LinuxWindow, KeysAreGrabbedAgainAfterAChangeOfTheMapping) {
     ExpectNoMoreHotKeys(1, 1);
 }
 
-// A server tells of a new mapping whenever another keyboard is typed on.
+// A server reports a new mapping whenever another keyboard is used.
 TEST_F(LinuxWindow, AnUnchangedKeyStaysGrabbedDuringAChangeOfTheMapping) {
     Open();
     ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
@@ -469,7 +469,7 @@ TEST_F(LinuxWindow, TimersTickAtTheirPeriods) {
     const double elapsedMs = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
     EXPECT_GE(elapsedMs, 1000);
     const long fast = CountOf(message::timer, 43);
-    EXPECT_GE(fast, 5);  // 62 on a machine with time to spare
+    EXPECT_GE(fast, 5);  // 62 on an idle machine
     EXPECT_LE(static_cast<double>(fast), elapsedMs / 16 + 1);
 }
 
@@ -538,7 +538,7 @@ TEST_F(LinuxWindow, TheDeathOfTheServerRequestsTheEndOnce) {
     display_.Server().Send(SIGKILL);
     EXPECT_EQ(RunMessageLoop(), 3);
     EXPECT_EQ(endRequests, 1);
-    // Everything stays callable, so that the shutdown can take its ordinary course.
+    // Everything stays callable, so that the program can shut down as usual.
     HideWindow(*window_);
     UnregisterGlobalKey(*window_, 1);
     EXPECT_FALSE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
@@ -575,7 +575,7 @@ TEST_F(LinuxWindow, OneScreenChangeSendsOneMessage) {
     EXPECT_EQ(CountOf(message::displayChange), 1);
 }
 
-/// A first copy in a process of its own. It says by a byte that it stands, then serves its window until it is killed.
+/// A first copy in a process of its own. It writes a byte when it is ready, then runs its loop until it is killed.
 class FirstCopy {
 public:
     explicit FirstCopy(bool withWindow) {
@@ -629,7 +629,7 @@ TEST_F(LinuxWindow, ASecondCopyShowsTheHiddenWindowOfTheFirst) {
     EXPECT_TRUE(BringOtherCopyForward(u"ZVTestWindow"));
     EXPECT_TRUE(support::Eventually([&] { return other.IsMapped(window); }));
     EXPECT_FALSE(BringOtherCopyForward(u"ZVTest"));
-    // However the first copy ends, its claim ends with it.
+    // The claim ends with the first copy, however it ends.
     first.Kill();
     EXPECT_TRUE(support::Eventually([] { return ClaimSingleInstance(u"Local\\Test") != nullptr; }));
 }
@@ -654,7 +654,7 @@ TEST_F(LinuxWindow, ASecondCopyRaisesTheCoveredWindowOfTheFirst) {
     xcb_map_window(other_->Get(), cover);
     other_->Sync();
     ASSERT_FALSE(isFirstCopy(top()));
-    xcb_destroy_window(other_->Get(), other_->Find("Zorvel test"));  // only the first copy carries the class now
+    xcb_destroy_window(other_->Get(), other_->Find("Zorvel test"));  // now only the first copy has the class
     other_->Sync();
     EXPECT_TRUE(BringOtherCopyForward(u"ZVTestWindow"));
     EXPECT_TRUE(support::Eventually([&] { return isFirstCopy(top()); }));
