@@ -40,11 +40,13 @@ constexpr int width = 640;
 constexpr int height = 480;
 
 std::function<bool()> condition;
+bool fulfilled = false;  ///< the condition held; it need not hold any more
 std::chrono::steady_clock::time_point limit;
 
 std::intptr_t PaintRed(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
     if (code == message::timer && wParam == checkTimer) {
-        if (condition() || std::chrono::steady_clock::now() > limit) {
+        fulfilled = condition();
+        if (fulfilled || std::chrono::steady_clock::now() > limit) {
             PostQuit(0);
         }
         return 0;
@@ -93,12 +95,13 @@ protected:
     }
     bool RunUntil(AppWindow& window, std::function<bool()> wanted, double seconds = 30) {
         condition = std::move(wanted);
+        fulfilled = false;
         limit = std::chrono::steady_clock::now() +
                 std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds));
         StartTimer(window, checkTimer, 5);
         RunMessageLoop();
         StopTimer(window, checkTimer);
-        return condition();
+        return fulfilled || condition();
     }
     void Show(AppWindow& window, const Rectangle& bounds) {
         ShowTopmostAt(window, bounds);

@@ -49,6 +49,7 @@ struct Received {
 std::vector<Received> received;
 std::map<std::uintptr_t, std::uint32_t> keyModifiers;  ///< held at the last press of each key
 std::function<bool()> condition;
+bool fulfilled = false;  ///< the condition held; it need not hold any more
 std::chrono::steady_clock::time_point limit;
 std::function<std::uint32_t(int, int)> picture;
 
@@ -65,7 +66,8 @@ void Paint(AppWindow& window) {
 
 std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
     if (code == message::timer && wParam == checkTimer) {
-        if (condition() || std::chrono::steady_clock::now() > limit) {
+        fulfilled = condition();
+        if (fulfilled || std::chrono::steady_clock::now() > limit) {
             PostQuit(0);
         }
         return 0;
@@ -132,12 +134,13 @@ protected:
     }
     bool RunUntil(AppWindow& window, std::function<bool()> wanted, double seconds = 30) {
         condition = std::move(wanted);
+        fulfilled = false;
         limit = std::chrono::steady_clock::now() +
                 std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds));
         StartTimer(window, checkTimer, 5);
         RunMessageLoop();
         StopTimer(window, checkTimer);
-        return condition();
+        return fulfilled || condition();
     }
     bool RunUntilPixel(AppWindow& window, int x, int y, std::uint32_t color) {
         return RunUntil(window, [=, this] { return other_->PixelAt(x, y) == color; });

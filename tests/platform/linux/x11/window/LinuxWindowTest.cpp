@@ -57,6 +57,7 @@ struct Received {
 
 std::vector<Received> received;
 std::function<bool()> condition;
+bool fulfilled = false;  ///< the condition held; it need not hold any more
 Clock::time_point limit;
 bool handleClose = false;
 int endRequests = 0;
@@ -64,7 +65,8 @@ std::function<void(AppWindow& window, std::uint32_t code)> beforehand;  ///< may
 
 std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
     if (code == message::timer && wParam == checkTimer) {
-        if (condition() || Clock::now() > limit) {
+        fulfilled = condition();
+        if (fulfilled || Clock::now() > limit) {
             PostQuit(0);
         }
         return 0;
@@ -106,11 +108,12 @@ protected:
     /// Runs the loop until the condition holds. Returns false on timeout.
     bool RunUntil(std::function<bool()> wanted, double seconds = 30) {
         condition = std::move(wanted);
+        fulfilled = false;
         limit = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
         StartTimer(*window_, checkTimer, 5);
         RunMessageLoop();
         StopTimer(*window_, checkTimer);
-        return condition();
+        return fulfilled || condition();
     }
     bool RunUntilHotKeys(long count, std::uintptr_t id) {
         return RunUntil([=] { return CountOf(message::hotKey, id) >= count; });
