@@ -52,8 +52,7 @@ bool GrabMonitor(const Text& monitorDevice, const Text& path) {
         return false;
     }
     const WorkingFile file(path);
-    const ScreenArea area{monitor->left, monitor->top, monitor->width, monitor->height};
-    return Succeeded(SaveScreenAsPng(area, file.Name())) && file.Finish();
+    return Succeeded(SaveScreenAsPng(monitor->Bounds(), file.Name())) && file.Finish();
 }
 
 Text SaveScreenshot(const Text& folder, const Text& monitorDevice) {

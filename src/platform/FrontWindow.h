@@ -16,7 +16,7 @@ struct FrontWindow {
     Rectangle bounds;
     Text className;
     int dpi = 96;
-    MonitorArea monitor;  ///< the one that shows most of it, else the primary one
+    MonitorEntry monitor;  ///< the one that shows most of it, else the primary one
 };
 /// The window in front. Nothing when there is none.
 std::optional<FrontWindow> LookUpFrontWindow();

@@ -2,31 +2,15 @@
 
 #include <algorithm>
 
-#include "platform/Monitors.h"
-
 namespace zv {
 namespace {
 
 constexpr std::uint32_t rotationIdentity = 1;
 
-MonitorEntry EntryOf(const MonitorRecord& record) {
-    MonitorEntry entry;
-    entry.deviceName = record.deviceName;
-    entry.left = record.left;
-    entry.top = record.top;
-    entry.width = record.right - record.left;
-    entry.height = record.bottom - record.top;
-    entry.primary = record.primary;
-    return entry;
-}
-
 }  // namespace
 
 std::vector<MonitorEntry> ListMonitors() {
-    std::vector<MonitorEntry> entries;
-    for (const MonitorRecord& record : ListMonitorRecords()) {
-        entries.push_back(EntryOf(record));
-    }
+    std::vector<MonitorEntry> entries = EnumerateMonitors();
     std::vector<OutputRecord> outputs;
     if (!ListFirstAdapterOutputs(outputs)) {
         return entries;

@@ -171,8 +171,8 @@ bool VideoWorker::OpenDesktop() {
 
 bool VideoWorker::MakeSurfaces() {
     ScalerFormat scaling;
-    scaling.sourceWidth = static_cast<std::uint32_t>(outputRecord.right - outputRecord.left);
-    scaling.sourceHeight = static_cast<std::uint32_t>(outputRecord.bottom - outputRecord.top);
+    scaling.sourceWidth = static_cast<std::uint32_t>(outputRecord.bounds.Width());
+    scaling.sourceHeight = static_cast<std::uint32_t>(outputRecord.bounds.Height());
     scaling.outputWidth = format.width;
     scaling.outputHeight = format.height;
     scaling.fps = format.fps;
@@ -192,7 +192,7 @@ bool VideoWorker::MakeViews() {
                u"Cannot create video processor views")) {
         return false;
     }
-    const PixelSize source = {outputRecord.right - outputRecord.left, outputRecord.bottom - outputRecord.top};
+    const PixelSize source = {outputRecord.bounds.Width(), outputRecord.bounds.Height()};
     const PixelSize frame = {static_cast<std::int32_t>(format.width), static_cast<std::int32_t>(format.height)};
     ScalerState state;
     state.source = {0, 0, source.width, source.height};

@@ -34,8 +34,7 @@ DesktopControls& TheDesktop() {
 OutputRecord MonitorNamed(TextView name) {
     OutputRecord output;
     output.deviceName = Text(name);
-    output.right = 1920;
-    output.bottom = 1080;
+    output.bounds = {0, 0, 1920, 1080};
     output.rotation = 1;
     output.described = true;
     output.attached = true;

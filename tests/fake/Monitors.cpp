@@ -1,5 +1,7 @@
 #include "fake/Monitors.h"
 
+#include <algorithm>
+
 #include "fake/Calls.h"
 
 namespace zv {
@@ -11,9 +13,19 @@ bool ListAdapterRecords(std::vector<AdapterRecord>& adapters) {
     return !controls.adaptersFail;
 }
 
-std::vector<MonitorRecord> ListMonitorRecords() {
-    const fake::Call call("ListMonitorRecords");
+std::vector<MonitorEntry> EnumerateMonitors() {
+    const fake::Call call("EnumerateMonitors");
     return fake::TheMonitors().monitors;
+}
+
+Rectangle WorkAreaAt(Point point) {
+    const std::vector<fake::WorkArea>& areas = fake::TheMonitors().workAreas;
+    const auto found = std::find_if(areas.begin(), areas.end(),
+                                    [&](const fake::WorkArea& area) { return area.monitor.Contains(point); });
+    if (found != areas.end()) {
+        return found->work;
+    }
+    return areas.empty() ? Rectangle{} : areas.front().work;
 }
 
 bool ListFirstAdapterOutputs(std::vector<OutputRecord>& outputs) {

@@ -5,12 +5,19 @@
 
 namespace zv::fake {
 
+struct WorkArea {
+    Rectangle monitor;
+    Rectangle work;
+};
+
 struct MonitorsControls {
     std::vector<AdapterRecord> adapters;
     bool adaptersFail = false;
-    std::vector<MonitorRecord> monitors;
+    std::vector<MonitorEntry> monitors;
     std::vector<OutputRecord> outputs;  ///< of adapter 0
     bool outputsFail = false;
+    /// The first one is the primary monitor's.
+    std::vector<WorkArea> workAreas = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}}};
 };
 
 MonitorsControls& TheMonitors();

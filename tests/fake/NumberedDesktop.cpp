@@ -103,8 +103,7 @@ OutputLookup LookUpOutput(GraphicsFactory&, std::uint32_t adapterIndex, std::uin
     }
     const auto& controls = fake::TheNumberedDesktop();
     record = {.deviceName = controls.monitorName,
-              .right = static_cast<std::int32_t>(controls.width),
-              .bottom = static_cast<std::int32_t>(controls.height),
+              .bounds = {0, 0, static_cast<std::int32_t>(controls.width), static_cast<std::int32_t>(controls.height)},
               .rotation = controls.rotation,
               .described = true,
               .attached = controls.attached};

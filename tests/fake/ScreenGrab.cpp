@@ -26,7 +26,7 @@ void ResetScreenGrab() {
 
 }  // namespace fake
 
-Result SaveScreenAsPng(const ScreenArea& area, TextView path) {
+Result SaveScreenAsPng(const Rectangle& area, TextView path) {
     {
         const std::lock_guard lock(fake::mutex);
         fake::grabs.push_back({area, Text(path)});

@@ -13,7 +13,7 @@ namespace zv::fake {
 inline constexpr char screenBytes[] = "a whole picture";
 
 struct Grab {
-    ScreenArea area;
+    Rectangle area;
     Text path;
 };
 

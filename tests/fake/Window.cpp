@@ -208,17 +208,6 @@ Text KeyName(std::uint32_t virtualKey) {
     return found == TheWindows().keyNames.end() ? Text() : found->second;
 }
 
-MonitorArea MonitorAt(Point point) {
-    const std::vector<MonitorArea>& monitors = TheWindows().monitors;
-    for (const MonitorArea& monitor : monitors) {
-        const Rectangle& bounds = monitor.bounds;
-        if (point.x >= bounds.left && point.x < bounds.right && point.y >= bounds.top && point.y < bounds.bottom) {
-            return monitor;
-        }
-    }
-    return monitors.empty() ? MonitorArea{} : monitors.front();
-}
-
 std::optional<FrontWindow> LookUpFrontWindow() {
     const Call call("LookUpFrontWindow");
     return TheWindows().front;

@@ -12,7 +12,6 @@
 #include "platform/FrontWindow.h"
 #include "platform/InformationBox.h"
 #include "platform/Keyboard.h"
-#include "platform/Monitors.h"
 #include "platform/Session.h"
 #include "platform/SingleInstance.h"
 #include "platform/Window.h"
@@ -71,8 +70,6 @@ struct WindowControls {
     Point cursor;
     std::uint32_t heldModifiers = 0;
     std::map<std::uint32_t, Text> keyNames;
-    /// The first one is the primary.
-    std::vector<MonitorArea> monitors = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}, u"Main"}};
     std::optional<FrontWindow> front;
 };
 

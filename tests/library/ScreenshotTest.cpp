@@ -29,11 +29,11 @@ protected:
         fake::ResetClock();
         fake::TheClock().localNow = {2026, 11, 15, 5, 9, 18, 42};
         fake::TheMonitors() = {};
-        fake::TheMonitors().monitors = {{u"LEFT", -1280, 56, 0, 1080, false},
-                                        {u"MAIN", 0, 0, 1920, 1080, true},
-                                        {u"FLAT", 1920, 0, 2920, 0, false},
-                                        {u"THIN", 1920, 0, 1920, 700, false},
-                                        {u"TURNED", 5, 5, 1, 1, false}};
+        fake::TheMonitors().monitors = {{u"LEFT", -1280, 56, 1280, 1024, -1, false},
+                                        {u"MAIN", 0, 0, 1920, 1080, -1, true},
+                                        {u"FLAT", 1920, 0, 1000, 0, -1, false},
+                                        {u"THIN", 1920, 0, 0, 700, -1, false},
+                                        {u"TURNED", 5, 5, -4, -4, -1, false}};
     }
 
     Text FolderText() const { return FromPath(folder_.Path()); }
@@ -63,13 +63,13 @@ TEST_F(Screenshot, WithoutAFolderAsksForOneAndTakesNothing) {
 TEST_F(Screenshot, ShowsTheChosenMonitorFromItsCornerAtItsOwnSize) {
     SaveScreenshot(FolderText(), u"LEFT");
     ASSERT_EQ(fake::Grabs().size(), 1U);
-    EXPECT_EQ(fake::Grabs()[0].area, (ScreenArea{-1280, 56, 1280, 1024}));
+    EXPECT_EQ(fake::Grabs()[0].area, (Rectangle{-1280, 56, 0, 1080}));
 }
 
 TEST_F(Screenshot, WithoutAChosenMonitorShowsThePrimaryOne) {
     SaveScreenshot(FolderText(), u"");
     ASSERT_EQ(fake::Grabs().size(), 1U);
-    EXPECT_EQ(fake::Grabs()[0].area, (ScreenArea{0, 0, 1920, 1080}));
+    EXPECT_EQ(fake::Grabs()[0].area, (Rectangle{0, 0, 1920, 1080}));
 }
 
 TEST_F(Screenshot, CarriesAWorkingNameThatIsNoImageUntilItIsWhole) {

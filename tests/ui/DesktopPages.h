@@ -24,7 +24,7 @@ protected:
     DesktopPages() {
         fake::ResetCanvas();
         fake::TheWindows().keyNames = {{88, u"X"}, {121, u"F10"}, {65, u"A"}};
-        fake::TheMonitors().monitors = {{u"DP-1", 0, 0, 2560, 1440, true}};
+        fake::TheMonitors().monitors = {{u"DP-1", 0, 0, 2560, 1440, -1, true}};
         CreateFonts();
         OpenMainWindow();
         WindowOptions options;

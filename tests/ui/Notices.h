@@ -26,9 +26,10 @@ protected:
         toast_ = Make(u"toast", ToastProc);
         Ui().overlayWindow = overlay_.get();
         fake::RecordOf(*overlay_).bounds = {100, 50, 1110, 618};
-        fake::TheMonitors().monitors = {{u"Main", 0, 0, 1920, 1080, true}, {u"Side", 1920, 0, 4480, 1440, false}};
-        fake::TheWindows().monitors = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}, u"Main"},
-                                       {{1920, 0, 4480, 1440}, {1920, 0, 4480, 1400}, u"Side"}};
+        fake::TheMonitors().monitors = {{u"Main", 0, 0, 1920, 1080, -1, true},
+                                        {u"Side", 1920, 0, 2560, 1440, -1, false}};
+        fake::TheMonitors().workAreas = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}},
+                                         {{1920, 0, 4480, 1440}, {1920, 0, 4480, 1400}}};
         CurrentSettings().monitorDevice = u"Main";
     }
     ~Notices() override {

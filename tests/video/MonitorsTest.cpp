@@ -14,8 +14,8 @@ class MonitorList : public testing::Test {
 protected:
     MonitorList() {
         fake::TheMonitors() = {};
-        fake::TheMonitors().monitors = {{u"\\\\.\\DISPLAY2", -1080, 10, 0, 1930, false},
-                                        {u"\\\\.\\DISPLAY1", 0, 0, 2560, 1440, true}};
+        fake::TheMonitors().monitors = {{u"\\\\.\\DISPLAY2", -1080, 10, 1080, 1920, -1, false},
+                                        {u"\\\\.\\DISPLAY1", 0, 0, 2560, 1440, -1, true}};
         fake::TheMonitors().outputs = {Output(u"\\\\.\\DISPLAY1"), Output(u"\\\\.\\DISPLAY2")};
     }
 
@@ -65,7 +65,7 @@ TEST_F(MonitorList, AnOutputThatIsNotDescribedOrNotAttachedIsPassedOver) {
 }
 
 TEST_F(MonitorList, MirroredEntriesOfOneNameShareTheOutput) {
-    fake::TheMonitors().monitors = {{u"a", 0, 0, 1, 1, true}, {u"a", 0, 0, 1, 1, false}};
+    fake::TheMonitors().monitors = {{u"a", 0, 0, 1, 1, -1, true}, {u"a", 0, 0, 1, 1, -1, false}};
     fake::TheMonitors().outputs = {Output(u"b"), Output(u"a")};
     EXPECT_THAT(Indices(), ElementsAre(1, 1));
 }

@@ -189,10 +189,7 @@ TEST_F(VideoCaptureTest, NothingRunsBeforeThePipeExists) {
 
 TEST_F(VideoCaptureTest, SizesAndRatesReachScalerSurfacesAndEncoder) {
     OutputRecord monitor = MonitorNamed(u"MONITOR");
-    monitor.left = -3440;
-    monitor.top = 100;
-    monitor.right = 0;
-    monitor.bottom = 1540;
+    monitor.bounds = {-3440, 100, 0, 1540};
     TheDesktop().adapters = {{monitor}};
     TheClock().parkAtNs = 0;
     ASSERT_TRUE(capture.Start(u"MONITOR", {1920, 1080, 120, 40}));
@@ -265,8 +262,7 @@ TEST_F(VideoCaptureTest, AllOutputsOfAllAdaptersAreSearchedUntilTheFirstHit) {
     OutputRecord detached = MonitorNamed(u"MONITOR");
     detached.attached = false;
     OutputRecord wanted = MonitorNamed(u"MONITOR");
-    wanted.right = 2560;
-    wanted.bottom = 1440;
+    wanted.bounds = {0, 0, 2560, 1440};
     TheDesktop().adapters = {{undescribed, MonitorNamed(u"OTHER")}, {}, {detached, wanted, MonitorNamed(u"MONITOR")}};
     RunFor(1);
     EXPECT_EQ(TheDesktop().captureWidth, 2560U);

@@ -189,9 +189,9 @@ TEST_F(Exceptions, AThrowingEndRequestIsCaught) {
 }
 
 TEST_F(Exceptions, AnExceptionInACallbackReachesTheCallerOfTheSystem) {
-    ASSERT_GE(ListMonitorRecords().size(), 1U);
+    ASSERT_GE(EnumerateMonitors().size(), 1U);
     fake::RefuseAllocationsHere(1);
-    EXPECT_THROW(ListMonitorRecords(), std::bad_alloc);
+    EXPECT_THROW(EnumerateMonitors(), std::bad_alloc);
     fake::RefuseAllocationsHere(0);
 }
 

@@ -17,14 +17,9 @@ namespace {
 constexpr VideoFormat format = {1920, 1080, 60, 20};
 
 TEST(WindowsMonitors, TheDesktopIsOnePrimaryMonitorThatTheFirstAdapterOwns) {
-    const std::vector<MonitorRecord> monitors = ListMonitorRecords();
+    const std::vector<MonitorEntry> monitors = EnumerateMonitors();
     ASSERT_EQ(monitors.size(), 1U);
-    EXPECT_EQ(monitors[0].deviceName, u"\\\\.\\DISPLAY1");
-    EXPECT_EQ(monitors[0].left, 0);
-    EXPECT_EQ(monitors[0].top, 0);
-    EXPECT_EQ(monitors[0].right, 1920);
-    EXPECT_EQ(monitors[0].bottom, 1080);
-    EXPECT_TRUE(monitors[0].primary);
+    EXPECT_EQ(monitors[0], (MonitorEntry{u"\\\\.\\DISPLAY1", 0, 0, 1920, 1080, -1, true}));
     const std::optional<MonitorEntry> found = ResolveMonitor(u"");
     ASSERT_TRUE(found);
     EXPECT_EQ(found->deviceName, monitors[0].deviceName);
@@ -39,8 +34,8 @@ TEST(WindowsMonitors, OutputsAreDescribedWithTheirBoundsAndRotation) {
     EXPECT_TRUE(outputs[0].attached);
     EXPECT_EQ(outputs[0].deviceName, u"\\\\.\\DISPLAY1");
     EXPECT_EQ(outputs[0].rotation, 1U);
-    EXPECT_EQ(outputs[0].right - outputs[0].left, 1920);
-    EXPECT_EQ(outputs[0].bottom - outputs[0].top, 1080);
+    EXPECT_EQ(outputs[0].bounds.Width(), 1920);
+    EXPECT_EQ(outputs[0].bounds.Height(), 1080);
 }
 
 TEST(WindowsMonitors, AdaptersAreListed) {

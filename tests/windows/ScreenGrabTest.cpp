@@ -36,7 +36,7 @@ protected:
 TEST_F(ScreenGrab, EqualsTheScreenPixelForPixel) {
     const Painting painting;
     SetCursorPos(left + 50, top + 50);
-    const ScreenArea area{left, top, width, height};
+    const Rectangle area{left, top, left + width, top + height};
     ASSERT_EQ(SaveScreenAsPng(area, FromPath(path_)), resultOk);
     EXPECT_TRUE(support::ReadBytes(path_).starts_with("\x89PNG\r\n\x1a\n"));
     const Picture picture = ReadPng(path_);
@@ -47,13 +47,13 @@ TEST_F(ScreenGrab, EqualsTheScreenPixelForPixel) {
 
 TEST_F(ScreenGrab, StartsAtTheRequestedCorner) {
     const Painting painting;
-    const ScreenArea area{left - 13, top - 7, width + 40, height + 30};
+    const Rectangle area{left - 13, top - 7, left + width + 27, top + height + 23};
     ASSERT_EQ(SaveScreenAsPng(area, FromPath(path_)), resultOk);
     EXPECT_EQ(Differences(ReadPng(path_), area), 0);
 }
 
 TEST_F(ScreenGrab, FailsForAnEmptyArea) {
-    for (const ScreenArea& area : {ScreenArea{0, 0, -5, 10}, ScreenArea{0, 0, 0, 10}, ScreenArea{0, 0, 10, 0}}) {
+    for (const Rectangle& area : {Rectangle{0, 0, -5, 10}, Rectangle{0, 0, 0, 10}, Rectangle{0, 0, 10, 0}}) {
         EXPECT_EQ(CodeOf(SaveScreenAsPng(area, FromPath(path_))), 0x80070057U);  // ERROR_INVALID_PARAMETER
     }
     EXPECT_FALSE(std::filesystem::exists(path_));

@@ -115,7 +115,7 @@ inline Picture ReadPng(const std::filesystem::path& path) {
 }
 
 /// The number of pixels of the pattern that differ in a picture of `area`.
-inline int Differences(const Picture& picture, const ScreenArea& area) {
+inline int Differences(const Picture& picture, const Rectangle& area) {
     int count = 0;
     for (int y = top; y < top + height; ++y) {
         for (int x = left; x < left + width; ++x) {

@@ -8,26 +8,16 @@
 #include <cstdint>
 #include <span>
 
-#include "platform/DesktopCapture.h"
+#include "platform/Rectangle.h"
 
 namespace zv {
-
-inline Rectangle Intersection(const Rectangle& a, const Rectangle& b) {
-    return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right), std::min(a.bottom, b.bottom)};
-}
-inline Rectangle BoxAround(const Rectangle& a, const Rectangle& b) {
-    return {std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right), std::max(a.bottom, b.bottom)};
-}
-inline bool HoldsNothing(const Rectangle& rectangle) {
-    return rectangle.left >= rectangle.right || rectangle.top >= rectangle.bottom;
-}
 
 class Damage {
 public:
     static constexpr std::size_t most = 16;
 
     void Add(const Rectangle& rectangle) {
-        if (HoldsNothing(rectangle)) {
+        if (rectangle.IsEmpty()) {
             return;
         }
         if (Holds(rectangle)) {
@@ -38,9 +28,9 @@ public:
             return;
         }
         for (const Rectangle& known : Rectangles()) {
-            rectangles_[0] = BoxAround(rectangles_[0], known);
+            rectangles_[0] = BoundingBox(rectangles_[0], known);
         }
-        rectangles_[0] = BoxAround(rectangles_[0], rectangle);
+        rectangles_[0] = BoundingBox(rectangles_[0], rectangle);
         count_ = 1;
     }
     void Add(const Damage& other) {

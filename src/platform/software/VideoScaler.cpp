@@ -44,8 +44,8 @@ bool HasBlackBackground(const ScalerState& state) {
 bool Usable(const ScalerFormat& format, const ScalerState& state) {
     const Rectangle source = SizeOnly(format.sourceWidth, format.sourceHeight);
     const Rectangle frame = SizeOnly(format.outputWidth, format.outputHeight);
-    return Intersection(state.source, source) == state.source && !HoldsNothing(state.source) &&
-           Intersection(state.destination, frame) == state.destination && !HoldsNothing(state.destination) &&
+    return Intersection(state.source, source) == state.source && !state.source.IsEmpty() &&
+           Intersection(state.destination, frame) == state.destination && !state.destination.IsEmpty() &&
            state.target == frame && state.streamColorSpace == fullRangeRgb && state.outputColorSpace == limitedBt709 &&
            HasBlackBackground(state);
 }
@@ -172,7 +172,7 @@ Rectangle AffectedPart(const VideoScaler& scaler, const Rectangle& part) {
     const Rectangle& from = scaler.state.source;
     const Rectangle& to = scaler.state.destination;
     const Rectangle inside = Intersection(part, from);
-    if (HoldsNothing(inside)) {
+    if (inside.IsEmpty()) {
         return {};
     }
     const Rectangle moved{inside.left - from.left, inside.top - from.top, inside.right - from.left,
@@ -186,7 +186,7 @@ Rectangle AffectedPart(const VideoScaler& scaler, const Rectangle& part) {
 }
 
 void ConvertPart(VideoScaler& scaler, const Surface& source, Surface& target, const Rectangle& part) {
-    if (HoldsNothing(part)) {
+    if (part.IsEmpty()) {
         return;
     }
     if (scaler.direct) {

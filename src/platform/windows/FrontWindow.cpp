@@ -22,7 +22,7 @@ std::optional<FrontWindow> LookUpFrontWindow() {
     front.className = TextOf(name);
     const UINT dpi = GetDpiForWindow(handle);
     front.dpi = dpi != 0 ? static_cast<int>(dpi) : USER_DEFAULT_SCREEN_DPI;
-    front.monitor = AreaOf(MonitorFromWindow(handle, MONITOR_DEFAULTTOPRIMARY));
+    front.monitor = EntryOf(MonitorFromWindow(handle, MONITOR_DEFAULTTOPRIMARY)).value_or(MonitorEntry{});
     return front;
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/Monitors.h"
-#include "platform/windows/Native.h"
+#include "platform/windows/MonitorHandle.h"
 
 namespace zv {
 
@@ -11,12 +11,8 @@ inline OutputRecord DescribeOutput(IDXGIOutput& output) {
     DXGI_OUTPUT_DESC description{};
     record.described = SUCCEEDED(output.GetDesc(&description));
     if (record.described) {
-        const RECT& bounds = description.DesktopCoordinates;
         record.deviceName = TextOf(description.DeviceName);
-        record.left = bounds.left;
-        record.top = bounds.top;
-        record.right = bounds.right;
-        record.bottom = bounds.bottom;
+        record.bounds = RectangleOf(description.DesktopCoordinates);
         record.rotation = static_cast<std::uint32_t>(description.Rotation);
         record.attached = description.AttachedToDesktop != 0;
     }

@@ -1,6 +1,8 @@
 // What the files of this folder share of the system's monitors.
 #pragma once
 
+#include <optional>
+
 #include "platform/Monitors.h"
 #include "platform/windows/Native.h"
 
@@ -8,7 +10,7 @@ namespace zv {
 
 inline Rectangle RectangleOf(const RECT& native) { return {native.left, native.top, native.right, native.bottom}; }
 
-/// Empty if the monitor is gone.
-MonitorArea AreaOf(HMONITOR monitor);
+/// Nothing if the monitor is gone.
+std::optional<MonitorEntry> EntryOf(HMONITOR monitor);
 
 }  // namespace zv

@@ -23,25 +23,17 @@ AdapterRecord RecordOf(IDXGIAdapter1& adapter) {
 }
 
 struct MonitorListing {
-    std::vector<MonitorRecord> monitors;
+    std::vector<MonitorEntry> monitors;
     std::exception_ptr failure;
 };
-
-void AddMonitor(HMONITOR monitor, std::vector<MonitorRecord>& monitors) {
-    MONITORINFOEXW information{};
-    information.cbSize = sizeof(information);
-    if (GetMonitorInfoW(monitor, &information)) {
-        const RECT& bounds = information.rcMonitor;
-        monitors.push_back({TextOf(information.szDevice), bounds.left, bounds.top, bounds.right, bounds.bottom,
-                            (information.dwFlags & MONITORINFOF_PRIMARY) != 0});
-    }
-}
 
 /// No exception may pass through the system's frames: it goes round them.
 BOOL CALLBACK ListMonitor(HMONITOR monitor, HDC, RECT*, LPARAM place) {
     auto& listing = *reinterpret_cast<MonitorListing*>(place);
     try {
-        AddMonitor(monitor, listing.monitors);
+        if (std::optional<MonitorEntry> entry = EntryOf(monitor)) {
+            listing.monitors.push_back(std::move(*entry));
+        }
         return TRUE;
     } catch (...) {
         listing.failure = std::current_exception();
@@ -64,7 +56,7 @@ bool ListAdapterRecords(std::vector<AdapterRecord>& adapters) {
     return true;
 }
 
-std::vector<MonitorRecord> ListMonitorRecords() {
+std::vector<MonitorEntry> EnumerateMonitors() {
     MonitorListing listing;
     EnumDisplayMonitors(nullptr, nullptr, ListMonitor, reinterpret_cast<LPARAM>(&listing));
     if (listing.failure) {
@@ -73,16 +65,28 @@ std::vector<MonitorRecord> ListMonitorRecords() {
     return std::move(listing.monitors);
 }
 
-MonitorArea AreaOf(HMONITOR monitor) {
-    MONITORINFOEXW info{};
-    info.cbSize = sizeof(info);
-    if (GetMonitorInfoW(monitor, &info) == FALSE) {
-        return {};
+std::optional<MonitorEntry> EntryOf(HMONITOR monitor) {
+    MONITORINFOEXW information{};
+    information.cbSize = sizeof(information);
+    if (GetMonitorInfoW(monitor, &information) == FALSE) {
+        return std::nullopt;
     }
-    return {RectangleOf(info.rcMonitor), RectangleOf(info.rcWork), TextOf(info.szDevice)};
+    const Rectangle bounds = RectangleOf(information.rcMonitor);
+    return MonitorEntry{TextOf(information.szDevice),
+                        bounds.left,
+                        bounds.top,
+                        bounds.Width(),
+                        bounds.Height(),
+                        -1,
+                        (information.dwFlags & MONITORINFOF_PRIMARY) != 0};
 }
 
-MonitorArea MonitorAt(Point point) { return AreaOf(MonitorFromPoint({point.x, point.y}, MONITOR_DEFAULTTOPRIMARY)); }
+Rectangle WorkAreaAt(Point point) {
+    MONITORINFO information{};
+    information.cbSize = sizeof(information);
+    GetMonitorInfoW(MonitorFromPoint({point.x, point.y}, MONITOR_DEFAULTTOPRIMARY), &information);
+    return RectangleOf(information.rcWork);
+}
 
 bool ListFirstAdapterOutputs(std::vector<OutputRecord>& outputs) {
     outputs.clear();

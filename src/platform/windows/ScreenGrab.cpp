@@ -43,17 +43,17 @@ Result ResultOfStatus(Gdiplus::Status status) {
     return status == Gdiplus::Win32Error ? LastError() : resultGenericFailure;
 }
 
-Result CopyScreen(const ScreenArea& area, BitmapHandle& bitmap) {
+Result CopyScreen(const Rectangle& area, BitmapHandle& bitmap) {
     const ScreenContext screen(GetDC(nullptr));
     const MemoryContext memory(screen ? CreateCompatibleDC(screen.get()) : nullptr);
-    bitmap.reset(memory ? CreateCompatibleBitmap(screen.get(), area.width, area.height) : nullptr);
+    bitmap.reset(memory ? CreateCompatibleBitmap(screen.get(), area.Width(), area.Height()) : nullptr);
     if (!bitmap) {
         return LastError();
     }
     // Until the copy is made: GDI+ takes only a bitmap that is selected nowhere.
     const Selection selected(memory.get(), bitmap.get());
-    const bool copied = selected.Made() && BitBlt(memory.get(), 0, 0, area.width, area.height, screen.get(), area.left,
-                                                  area.top, SRCCOPY | CAPTUREBLT);
+    const bool copied = selected.Made() && BitBlt(memory.get(), 0, 0, area.Width(), area.Height(), screen.get(),
+                                                  area.left, area.top, SRCCOPY | CAPTUREBLT);
     return copied ? resultOk : LastError();
 }
 
@@ -92,8 +92,8 @@ Result SaveBitmap(HBITMAP bitmap, const Text& path) {
 
 }  // namespace
 
-Result SaveScreenAsPng(const ScreenArea& area, TextView path) {
-    if (area.width <= 0 || area.height <= 0) {
+Result SaveScreenAsPng(const Rectangle& area, TextView path) {
+    if (area.IsEmpty()) {
         return ResultOfSystemError(ERROR_INVALID_PARAMETER);
     }
     const GdiPlus session;

@@ -16,7 +16,7 @@ namespace {
 /// Of the captured monitor. If it is disconnected, of the monitor at the desktop's origin.
 Rectangle WorkAreaOfCapture() {
     const std::optional<MonitorEntry> monitor = ResolveMonitor(CurrentSettings().monitorDevice);
-    return MonitorAt(monitor ? Point{monitor->left, monitor->top} : Point{}).work;
+    return WorkAreaAt(monitor ? Point{monitor->left, monitor->top} : Point{});
 }
 
 }  // namespace

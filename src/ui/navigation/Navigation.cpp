@@ -48,7 +48,7 @@ void ToggleQuickOverlay() {
         HideWindow(*window);
         return;
     }
-    ShowTopmostAt(*window, OverlayBounds(MonitorAt(AnchorPoint()).work));
+    ShowTopmostAt(*window, OverlayBounds(WorkAreaAt(AnchorPoint())));
     NoteOverlayActivity();
     InvalidateWindow(*window);
 }

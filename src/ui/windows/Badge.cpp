@@ -73,7 +73,7 @@ void UpdateBadge() {
         HideBadge();
         return;
     }
-    ShowTopmostAt(*ui.badgeWindow, BadgeBounds(front->monitor.bounds, front->dpi));
+    ShowTopmostAt(*ui.badgeWindow, BadgeBounds(front->monitor.Bounds(), front->dpi));
     const auto state = static_cast<std::uint32_t>(BadgeStateOf(moment));
     if (state != ui.badge.badgeState) {
         ui.badge.badgeState = state;

@@ -36,7 +36,7 @@ BadgeState BadgeStateOf(const BadgeMoment& moment) {
 bool FillsMonitor(const FrontWindow& window) {
     constexpr std::int32_t tolerance = 8;
     const Rectangle& bounds = window.bounds;
-    const Rectangle& monitor = window.monitor.bounds;
+    const Rectangle monitor = window.monitor.Bounds();
     const bool reachesEdges = bounds.left <= monitor.left + tolerance && bounds.top <= monitor.top + tolerance &&
                               bounds.right >= monitor.right - tolerance && bounds.bottom >= monitor.bottom - tolerance;
     return reachesEdges &&

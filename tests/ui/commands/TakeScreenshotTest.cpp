@@ -30,7 +30,8 @@ protected:
     TakeScreenshotTest() {
         CurrentSettings().captureRoot = Folder(u"captures");
         CurrentSettings().monitorDevice = u"SECOND";
-        fake::TheMonitors().monitors = {{u"FIRST", 0, 0, 1920, 1080, true}, {u"SECOND", 1920, 10, 3200, 1034, false}};
+        fake::TheMonitors().monitors = {{u"FIRST", 0, 0, 1920, 1080, -1, true},
+                                        {u"SECOND", 1920, 10, 1280, 1024, -1, false}};
         fake::TheForeground().process = {ForegroundKind::Known, 99, u"C:\\Games\\r5apex.exe"};
         OpenMainWindow();
     }
@@ -79,7 +80,7 @@ TEST_F(TakeScreenshotTest, SavesTheSelectedMonitorInTheGamesFolderAndShowsThePat
     EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
     EXPECT_EQ(support::ReadBytes(ToPath(Picture())), fake::screenBytes);
     ASSERT_EQ(fake::Grabs().size(), 1U);
-    EXPECT_EQ(fake::Grabs()[0].area, (ScreenArea{1920, 10, 1280, 1024}));
+    EXPECT_EQ(fake::Grabs()[0].area, (Rectangle{1920, 10, 3200, 1034}));
     EXPECT_FALSE(FastTimerRuns());
     EXPECT_FALSE(Ui().screenshot.screenshotSlot.IsBusy());
 }
@@ -96,7 +97,7 @@ TEST_F(TakeScreenshotTest, FlushesTheScreenBeforeItStarts) {
     FinishScreenshot();
     const auto calls = fake::CallNames();
     EXPECT_THAT(std::vector<std::string>(calls.begin() + static_cast<std::ptrdiff_t>(before), calls.end()),
-                ElementsAre("FlushScreen", "StartTimer", "ListMonitorRecords", grab, "StopTimer"));
+                ElementsAre("FlushScreen", "StartTimer", "EnumerateMonitors", grab, "StopTimer"));
 }
 
 TEST_F(TakeScreenshotTest, ASecondPressIsRefusedAndOneFileIsWritten) {

@@ -110,7 +110,7 @@ protected:
 
     /// Shows the overlay at one device pixel to a design pixel and paints it.
     void Open() {
-        TheWindows().monitors = {{{0, 0, 1010, 568}, {0, 0, 1010, 568}, u"Main"}};
+        fake::TheMonitors().workAreas = {{{0, 0, 1010, 568}, {0, 0, 1010, 568}}};
         if (!IsOverlayShown()) {
             ToggleQuickOverlay();
         }
@@ -425,7 +425,7 @@ TEST_F(OverlayTiles, TheRecordTileStartsARecordingAndEndsIt) {
 }
 
 TEST_F(OverlayTiles, TheScreenshotTileIsDisabledUntilTheScreenshotIsSaved) {
-    fake::TheMonitors().monitors = {{u"Main", 0, 0, 1010, 568, true}};
+    fake::TheMonitors().monitors = {{u"Main", 0, 0, 1010, 568, -1, true}};
     Click(903);
     EXPECT_TRUE(Ui().screenshot.screenshotSlot.IsBusy());
     EXPECT_THAT(Page(), Contains(Label("581,193,701,213", muted, "Saving...")));

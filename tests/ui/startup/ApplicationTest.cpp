@@ -31,7 +31,8 @@ protected:
     Application() {
         CurrentSettings() = {};
         fake::ResetCanvas();
-        fake::TheMonitors().monitors = {{u"left", 0, 0, 1920, 1080, false}, {u"main", 1920, 0, 3840, 1080, true}};
+        fake::TheMonitors().monitors = {{u"left", 0, 0, 1920, 1080, -1, false},
+                                        {u"main", 1920, 0, 1920, 1080, -1, true}};
         fs::remove_all(folder_.Path() / "videos");
         TheWindows().loop = [this] { InLoop(); };
     }
@@ -78,7 +79,7 @@ TEST_F(Application, StartsAndEndsInItsOrder) {
     std::erase(calls, "DefaultProcedure");
     const Calls expected{"ClaimSingleInstance",
                          // Settings, survey, engine.
-                         "ListMonitorRecords", "ListAdapterRecords", "Configure",
+                         "EnumerateMonitors", "ListAdapterRecords", "Configure",
                          // What the windows need.
                          "MakeFont", "MakeFont", "MakeFont", "MakeFont", "MakeFont", "LoadProgramIcon",
                          "LoadProgramIcon", "SetTaskbarIdentity",
@@ -106,7 +107,7 @@ TEST_F(Application, StartsAndEndsInItsOrder) {
 TEST_F(Application, AFirstRunSavesTheSettingsTwiceAndUsesThePurpleTheme) {
     std::string first;
     // Between the two savings the monitors are asked for.
-    At("ListMonitorRecords", [&] { first = SettingsBytes(); });
+    At("EnumerateMonitors", [&] { first = SettingsBytes(); });
     std::string second;
     inLoop = [&] { second = SettingsBytes(); };
     RunApplication(u"zorvel");

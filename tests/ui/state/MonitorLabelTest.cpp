@@ -9,8 +9,8 @@ namespace {
 class MonitorLabels : public Interface {
 protected:
     MonitorLabels() {
-        fake::TheMonitors().monitors = {{u"\\\\.\\DISPLAY2", -1080, 0, 0, 1920, false},
-                                        {u"\\\\.\\DISPLAY1", 0, 0, 2560, 1440, true}};
+        fake::TheMonitors().monitors = {{u"\\\\.\\DISPLAY2", -1080, 0, 1080, 1920, -1, false},
+                                        {u"\\\\.\\DISPLAY1", 0, 0, 2560, 1440, -1, true}};
     }
     static Text LabelOf(const Text& device) {
         CurrentSettings().monitorDevice = device;
@@ -23,7 +23,7 @@ TEST_F(MonitorLabels, ContainTheDeviceTheSizeAndThePrimaryMark) {
     EXPECT_EQ(LabelOf(u"\\\\.\\DISPLAY1"), u"DISPLAY1  /  2560 x 1440  (primary)");
     EXPECT_EQ(LabelOf(u"\\\\.\\DISPLAY2"), u"DISPLAY2  /  1080 x 1920");
     EXPECT_EQ(LabelOf(u""), u"DISPLAY1  /  2560 x 1440  (primary)");
-    fake::TheMonitors().monitors = {{u"HDMI-1", 0, 0, 1920, 1080, false}};
+    fake::TheMonitors().monitors = {{u"HDMI-1", 0, 0, 1920, 1080, -1, false}};
     EXPECT_EQ(LabelOf(u"HDMI-1"), u"HDMI-1  /  1920 x 1080");
 }
 
@@ -31,7 +31,7 @@ TEST_F(MonitorLabels, AreCachedUntilTheyAreCleared) {
     EXPECT_EQ(LabelOf(u"\\\\.\\DISPLAY2"), u"DISPLAY2  /  1080 x 1920");
     CurrentSettings().monitorDevice = u"\\\\.\\DISPLAY1";
     EXPECT_EQ(MonitorLabel(), u"DISPLAY2  /  1080 x 1920");
-    EXPECT_EQ(fake::CountOf("ListMonitorRecords"), 1);
+    EXPECT_EQ(fake::CountOf("EnumerateMonitors"), 1);
     Ui().monitorLabel.clear();
     EXPECT_EQ(MonitorLabel(), u"DISPLAY1  /  2560 x 1440  (primary)");
 }
@@ -39,12 +39,12 @@ TEST_F(MonitorLabels, AreCachedUntilTheyAreCleared) {
 TEST_F(MonitorLabels, ReportADisconnectedMonitorAndFindItAgain) {
     EXPECT_EQ(LabelOf(u"\\\\.\\DISPLAY3"), u"Monitor disconnected");
     EXPECT_EQ(Ui().monitorLabel, u"");
-    fake::TheMonitors().monitors.push_back({u"\\\\.\\DISPLAY3", 0, 0, 800, 600, false});
+    fake::TheMonitors().monitors.push_back({u"\\\\.\\DISPLAY3", 0, 0, 800, 600, -1, false});
     EXPECT_EQ(MonitorLabel(), u"DISPLAY3  /  800 x 600");
 }
 
 TEST_F(MonitorLabels, ReportADisconnectedMonitorWithoutAPrimaryOne) {
-    fake::TheMonitors().monitors = {{u"HDMI-1", 0, 0, 1920, 1080, false}};
+    fake::TheMonitors().monitors = {{u"HDMI-1", 0, 0, 1920, 1080, -1, false}};
     EXPECT_EQ(LabelOf(u""), u"Monitor disconnected");
 }
 

@@ -12,8 +12,8 @@ protected:
     BadgeRules() {
         front_.processId = 42;
         front_.className = u"GameWindow";
-        front_.monitor = {{0, 0, 1920, 1080}, {0, 0, 1920, 1040}, u"Main"};
-        front_.bounds = front_.monitor.bounds;
+        front_.monitor = {u"Main", 0, 0, 1920, 1080, 0, true};
+        front_.bounds = front_.monitor.Bounds();
         moment_.replaying = true;
         moment_.monitorDevice = u"Main";
         moment_.front = &front_;
@@ -104,7 +104,7 @@ TEST_F(BadgeRules, AKnownGameShowsItWhateverItsWindowClass) {
 }
 
 TEST_F(BadgeRules, AWindowFillsTheMonitorWithinEightPixelsOnEachSide) {
-    front_.monitor.bounds = {1920, -200, 3840, 880};
+    front_.monitor = {u"Side", 1920, -200, 1920, 1080, 1, false};
     front_.bounds = {1928, -192, 3832, 872};
     EXPECT_TRUE(FillsMonitor(front_));
     const auto fillsWith = [&](std::int32_t Rectangle::*side, std::int32_t by) {

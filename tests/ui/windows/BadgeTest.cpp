@@ -11,6 +11,7 @@ namespace {
 
 using fake::CountOf;
 using fake::TheForeground;
+using fake::TheMonitors;
 using fake::TheWindows;
 using testing::ElementsAre;
 
@@ -21,7 +22,7 @@ protected:
         FrontWindow front;
         front.processId = processId;
         front.className = u"GameWindow";
-        front.monitor = TheWindows().monitors.front();
+        front.monitor = TheMonitors().monitors.front();
         front.bounds = {100, 100, 1380, 820};
         TheWindows().front = front;
         TheForeground().process = {ForegroundKind::Known, processId, Text(image)};
@@ -29,7 +30,7 @@ protected:
     }
     void PlayFullScreen() {
         PlayInWindow(77, u"C:\\Games\\Unheard.exe");
-        TheWindows().front->bounds = TheWindows().front->monitor.bounds;
+        TheWindows().front->bounds = TheWindows().front->monitor.Bounds();
     }
     bool Shown() { return Of(badge_).shown; }
     bool ShownAfterUpdate() {

@@ -56,7 +56,7 @@ protected:
         FrontWindow front;
         front.processId = 77;
         front.bounds = {0, 0, 1920, 1080};
-        front.monitor = TheWindows().monitors[0];
+        front.monitor = {u"Main", 0, 0, 1920, 1080, 0, true};
         TheWindows().front = front;
     }
     fake::WindowRecord& OverlayRecord() { return fake::RecordOf(*overlay_); }

@@ -41,9 +41,9 @@ TEST_F(OverlayWindow, FillsTheWorkAreaInHeightOrWidthCentredAtTheTop) {
 }
 
 TEST_F(OverlayWindow, OpensOnTheCapturedMonitor) {
-    TheWindows().monitors = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}, u"Left"},
-                             {{1920, 0, 3840, 1080}, {1920, 30, 3840, 1080}, u"Right"}};
-    TheMonitors().monitors = {{u"Left", 0, 0, 1920, 1080, true}, {u"Right", 1920, 0, 3840, 1080, false}};
+    fake::TheMonitors().workAreas = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}},
+                                     {{1920, 0, 3840, 1080}, {1920, 30, 3840, 1080}}};
+    TheMonitors().monitors = {{u"Left", 0, 0, 1920, 1080, -1, true}, {u"Right", 1920, 0, 1920, 1080, -1, false}};
     TheWindows().cursor = {5, 5};
     CurrentSettings().monitorDevice = u"Right";
     ToggleQuickOverlay();
@@ -53,9 +53,9 @@ TEST_F(OverlayWindow, OpensOnTheCapturedMonitor) {
 }
 
 TEST_F(OverlayWindow, OpensUnderTheCursorWhenTheCapturedMonitorIsUnplugged) {
-    TheWindows().monitors = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}, u"Left"},
-                             {{1920, 0, 3840, 1080}, {1920, 30, 3840, 1080}, u"Right"}};
-    TheMonitors().monitors = {{u"Left", 0, 0, 1920, 1080, true}, {u"Right", 1920, 0, 3840, 1080, false}};
+    fake::TheMonitors().workAreas = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}},
+                                     {{1920, 0, 3840, 1080}, {1920, 30, 3840, 1080}}};
+    TheMonitors().monitors = {{u"Left", 0, 0, 1920, 1080, -1, true}, {u"Right", 1920, 0, 1920, 1080, -1, false}};
     CurrentSettings().monitorDevice = u"Gone";
     TheWindows().cursor = {3000, 900};
     ToggleQuickOverlay();
@@ -141,7 +141,7 @@ TEST_F(OverlayWindow, AClickNeverActivatesItAndNothingIsErased) {
 }
 
 TEST_F(OverlayWindow, PaintsItsPagesAtItsOwnScale) {
-    TheWindows().monitors = {{{0, 0, 1515, 852}, {0, 0, 1515, 852}, u"Main"}};
+    fake::TheMonitors().workAreas = {{{0, 0, 1515, 852}, {0, 0, 1515, 852}}};
     ToggleQuickOverlay();
     fake::PaintIfNeeded(*overlay_);
     EXPECT_DOUBLE_EQ(State().scale, 1.5);
@@ -178,7 +178,7 @@ TEST_F(OverlayWindow, TheCursorIsAHandOverTargetsAndLeftToTheSystemOutside) {
 }
 
 TEST_F(OverlayWindow, APressThatIsDraggedOffDoesNothing) {
-    TheWindows().monitors = {{{0, 0, 1010, 568}, {0, 0, 1010, 568}, u"Main"}};
+    fake::TheMonitors().workAreas = {{{0, 0, 1010, 568}, {0, 0, 1010, 568}}};
     ToggleQuickOverlay();
     SendToOverlay(message::leftButtonDown, 0, At(995, 20));  // the first click ever: its targets are painted for it
     EXPECT_EQ(State().pressedId, 901);

@@ -13,25 +13,20 @@ std::vector<x11::ScreenMonitor> MonitorsOf(const XDisplay& display) {
     return x11::QueryMonitors(display.connection, display.root);
 }
 
-MonitorRecord RecordOf(const x11::ScreenMonitor& monitor) {
-    const OutputRecord& output = monitor.output;
-    return {output.deviceName, output.left, output.top, output.right, output.bottom, monitor.primary};
-}
-
 }  // namespace
 
 bool ListAdapterRecords(std::vector<AdapterRecord>& adapters) { return ReadAdapters("/sys/class/drm", adapters); }
 
-std::vector<MonitorRecord> ListMonitorRecords() {
-    std::vector<MonitorRecord> records;
+std::vector<MonitorEntry> EnumerateMonitors() {
+    std::vector<MonitorEntry> monitors;
     if (const std::optional<XDisplay> display = ThreadDisplay()) {
         for (const x11::ScreenMonitor& monitor : MonitorsOf(*display)) {
             if (monitor.output.described) {
-                records.push_back(RecordOf(monitor));
+                monitors.push_back(x11::EntryOf(monitor));
             }
         }
     }
-    return records;
+    return monitors;
 }
 
 bool ListFirstAdapterOutputs(std::vector<OutputRecord>& outputs) {

@@ -68,10 +68,7 @@ std::uint32_t ReadRotation(xcb_connection_t* connection, const xcb_randr_monitor
 ScreenMonitor Describe(xcb_connection_t* connection, const xcb_randr_monitor_info_t& info) {
     ScreenMonitor monitor;
     monitor.output.deviceName = AtomName(connection, info.name);
-    monitor.output.left = info.x;
-    monitor.output.top = info.y;
-    monitor.output.right = info.x + info.width;
-    monitor.output.bottom = info.y + info.height;
+    monitor.output.bounds = {info.x, info.y, info.x + info.width, info.y + info.height};
     monitor.output.described = !monitor.output.deviceName.empty();
     monitor.output.attached = true;
     monitor.primary = info.primary != 0;
@@ -101,11 +98,16 @@ std::vector<ScreenMonitor> ReadRoot(xcb_connection_t* connection, xcb_window_t r
         return {};
     }
     ScreenMonitor monitor;
-    monitor.output = {u"screen", 0, 0, geometry->width, geometry->height, upright, true, true};
+    monitor.output = {u"screen", {0, 0, geometry->width, geometry->height}, upright, true, true};
     return {monitor};
 }
 
 }  // namespace
+
+MonitorEntry EntryOf(const ScreenMonitor& monitor) {
+    const Rectangle& bounds = monitor.output.bounds;
+    return {monitor.output.deviceName, bounds.left, bounds.top, bounds.Width(), bounds.Height(), -1, monitor.primary};
+}
 
 std::vector<ScreenMonitor> QueryMonitors(xcb_connection_t* connection, xcb_window_t root) {
     std::vector<ScreenMonitor> monitors;

@@ -14,6 +14,9 @@ struct ScreenMonitor {
     bool primary = false;  ///< exactly one of a non-empty list
 };
 
+/// Without its output.
+MonitorEntry EntryOf(const ScreenMonitor& monitor);
+
 /// In the server's order; empty if the connection is broken. All are attached to the desktop; one whose name cannot be
 /// read any more is not described.
 std::vector<ScreenMonitor> QueryMonitors(xcb_connection_t* connection, xcb_window_t root);

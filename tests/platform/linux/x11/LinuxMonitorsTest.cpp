@@ -25,8 +25,8 @@ void AddMonitor(const std::string& name, const std::string& place) {
     ASSERT_EQ(std::system(command.c_str()), 0);
 }
 
-const MonitorRecord* Find(const std::vector<MonitorRecord>& records, TextView name) {
-    for (const MonitorRecord& record : records) {
+const MonitorEntry* Find(const std::vector<MonitorEntry>& monitors, TextView name) {
+    for (const MonitorEntry& record : monitors) {
         if (record.deviceName == name) {
             return &record;
         }
@@ -36,48 +36,36 @@ const MonitorRecord* Find(const std::vector<MonitorRecord>& records, TextView na
 
 TEST(LinuxMonitors, TheFirstMonitorIsPrimaryIfTheServerHasNone) {
     const XServer server("1280x720x24");
-    const std::vector<MonitorRecord> records = ListMonitorRecords();
-    ASSERT_EQ(records.size(), 1U);
-    EXPECT_EQ(records[0].deviceName, u"screen");
-    EXPECT_EQ(records[0].left, 0);
-    EXPECT_EQ(records[0].top, 0);
-    EXPECT_EQ(records[0].right, 1280);
-    EXPECT_EQ(records[0].bottom, 720);
-    EXPECT_TRUE(records[0].primary);
+    const std::vector<MonitorEntry> monitors = EnumerateMonitors();
+    ASSERT_EQ(monitors.size(), 1U);
+    EXPECT_EQ(monitors[0], (MonitorEntry{u"screen", 0, 0, 1280, 720, -1, true}));
 }
 
 TEST(LinuxMonitors, ListsNameBoundsAndPrimaryOfEveryMonitor) {
     const XServer server("1600x600x24");
     ASSERT_NO_FATAL_FAILURE(AddMonitor("left side", "1000/100x600/100+0+0"));
     ASSERT_NO_FATAL_FAILURE(AddMonitor("*right", "600/100x500/100+1000+0"));
-    const std::vector<MonitorRecord> records = ListMonitorRecords();
-    const MonitorRecord* left = Find(records, u"left side");
-    const MonitorRecord* right = Find(records, u"right");
+    const std::vector<MonitorEntry> monitors = EnumerateMonitors();
+    const MonitorEntry* left = Find(monitors, u"left side");
+    const MonitorEntry* right = Find(monitors, u"right");
     ASSERT_TRUE(left && right);
-    EXPECT_EQ(left->left, 0);
-    EXPECT_EQ(left->right, 1000);
-    EXPECT_EQ(left->bottom, 600);
+    EXPECT_EQ(left->Bounds(), (Rectangle{0, 0, 1000, 600}));
     EXPECT_FALSE(left->primary);
-    EXPECT_EQ(right->left, 1000);
-    EXPECT_EQ(right->top, 0);
-    EXPECT_EQ(right->right, 1600);
-    EXPECT_EQ(right->bottom, 500);
+    EXPECT_EQ(right->Bounds(), (Rectangle{1000, 0, 1600, 500}));
     EXPECT_TRUE(right->primary);
-    EXPECT_EQ(std::count_if(records.begin(), records.end(), [](const MonitorRecord& one) { return one.primary; }), 1);
+    EXPECT_EQ(std::count_if(monitors.begin(), monitors.end(), [](const MonitorEntry& one) { return one.primary; }), 1);
 }
 
 TEST(LinuxMonitors, TheOutputsOfTheFirstAdapterAreTheUnrotatedMonitors) {
     const XServer server("1600x600x24");
     ASSERT_NO_FATAL_FAILURE(AddMonitor("*right", "600/100x500/100+1000+0"));
-    const std::vector<MonitorRecord> records = ListMonitorRecords();
+    const std::vector<MonitorEntry> monitors = EnumerateMonitors();
     std::vector<OutputRecord> outputs(3);
     ASSERT_TRUE(ListFirstAdapterOutputs(outputs));
-    ASSERT_EQ(outputs.size(), records.size());
+    ASSERT_EQ(outputs.size(), monitors.size());
     for (std::size_t i = 0; i < outputs.size(); ++i) {
-        EXPECT_EQ(outputs[i].deviceName, records[i].deviceName);
-        EXPECT_EQ(outputs[i].left, records[i].left);
-        EXPECT_EQ(outputs[i].right, records[i].right);
-        EXPECT_EQ(outputs[i].bottom, records[i].bottom);
+        EXPECT_EQ(outputs[i].deviceName, monitors[i].deviceName);
+        EXPECT_EQ(outputs[i].bounds, monitors[i].Bounds());
         EXPECT_EQ(outputs[i].rotation, 1U);
         EXPECT_TRUE(outputs[i].described);
         EXPECT_TRUE(outputs[i].attached);
@@ -88,7 +76,7 @@ TEST(LinuxMonitors, TheListIsEmptyWithoutADisplay) {
     std::vector<OutputRecord> outputs(1);
     for (const char* name : {"", ":4711"}) {
         setenv("DISPLAY", name, 1);
-        EXPECT_TRUE(ListMonitorRecords().empty());
+        EXPECT_TRUE(EnumerateMonitors().empty());
         EXPECT_FALSE(ListFirstAdapterOutputs(outputs));
         EXPECT_TRUE(outputs.empty());
     }
@@ -96,32 +84,32 @@ TEST(LinuxMonitors, TheListIsEmptyWithoutADisplay) {
 
 TEST(LinuxMonitors, ReconnectsAfterTheServersDeath) {
     XServer first("800x600x24");
-    ASSERT_EQ(ListMonitorRecords().size(), 1U);
+    ASSERT_EQ(EnumerateMonitors().size(), 1U);
     first.Kill();
-    EXPECT_TRUE(ListMonitorRecords().empty());
-    EXPECT_TRUE(ListMonitorRecords().empty());
+    EXPECT_TRUE(EnumerateMonitors().empty());
+    EXPECT_TRUE(EnumerateMonitors().empty());
     const XServer second("640x480x24");
-    ASSERT_EQ(ListMonitorRecords().size(), 1U);
-    EXPECT_EQ(ListMonitorRecords()[0].right, 640);
+    ASSERT_EQ(EnumerateMonitors().size(), 1U);
+    EXPECT_EQ(EnumerateMonitors()[0].width, 640);
 }
 
 TEST(LinuxMonitors, ReconnectsToAServerWithTheSameNumber) {
     auto first = std::make_unique<XServer>("800x600x24");
     const int number = first->Number();
-    ASSERT_EQ(ListMonitorRecords().size(), 1U);
+    ASSERT_EQ(EnumerateMonitors().size(), 1U);
     first.reset();
     const XServer second("640x480x24", number);
-    ASSERT_EQ(ListMonitorRecords().size(), 1U);
-    EXPECT_EQ(ListMonitorRecords()[0].right, 640);
+    ASSERT_EQ(EnumerateMonitors().size(), 1U);
+    EXPECT_EQ(EnumerateMonitors()[0].width, 640);
 }
 
 TEST(LinuxMonitors, EachThreadHasAConnectionAndClosesIt) {
     const XServer server("800x600x24");
     const auto open = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
-    ASSERT_EQ(ListMonitorRecords().size(), 1U);
+    ASSERT_EQ(EnumerateMonitors().size(), 1U);
     const auto before = open();
     for (int i = 0; i < 4; ++i) {
-        std::thread([] { EXPECT_EQ(ListMonitorRecords().size(), 1U); }).join();
+        std::thread([] { EXPECT_EQ(EnumerateMonitors().size(), 1U); }).join();
     }
     EXPECT_EQ(open(), before);
 }

@@ -191,8 +191,7 @@ Result CheckMonitor(DesktopDuplication& duplication) {
         if (now.deviceName != before.deviceName) {
             continue;
         }
-        const bool same = now.left == before.left && now.top == before.top && now.right == before.right &&
-                          now.bottom == before.bottom && now.rotation == before.rotation;
+        const bool same = now.bounds == before.bounds && now.rotation == before.rotation;
         return same ? resultOk : changedMonitor;
     }
     return server.Lost() ? lostServer : goneMonitor;
@@ -402,8 +401,8 @@ Result OpenDuplication(GraphicsDevice& device, GraphicsOutput& output, Owned<Des
     Owned<DesktopDuplication> made(new DesktopDuplication);
     made->server = output.server;
     made->output = output.record;
-    made->monitor = {output.record.left, output.record.top, output.record.right, output.record.bottom};
-    if (HoldsNothing(made->monitor)) {
+    made->monitor = output.record.bounds;
+    if (made->monitor.IsEmpty()) {
         return goneMonitor;
     }
     Result result = ShareMemory(*made);

@@ -88,7 +88,7 @@ void RecordBounds(xcb_window_t window, const Rectangle& bounds) {
     if (record == records.end()) {
         record = OldestRecord();
         const bool counts = record->untilNs >= MonotonicNs() - lingerNs;
-        record->packed = counts ? Packed(BoxAround(Unpacked(record->packed), bounds)) : packed;
+        record->packed = counts ? Packed(BoundingBox(Unpacked(record->packed), bounds)) : packed;
         record->window = window;
     }
     record->untilNs = stillShown;

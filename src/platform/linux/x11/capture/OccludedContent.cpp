@@ -149,7 +149,7 @@ void OccludedContent::DrawBackground(xcb_render_picture_t target, const Tiles& t
 
 void OccludedContent::DrawLayer(xcb_render_picture_t target, const Tiles& tiles, const Layer& layer) const {
     const xcb_render_pictformat_t format = FormatOf(layer.visual);
-    const auto covers = [&](const Tile& tile) { return !HoldsNothing(Intersection(tile.part, layer.bounds)); };
+    const auto covers = [&](const Tile& tile) { return !Intersection(tile.part, layer.bounds).IsEmpty(); };
     if (format == XCB_NONE || std::none_of(tiles.All().begin(), tiles.All().end(), covers)) {
         return;
     }
@@ -162,7 +162,7 @@ void OccludedContent::DrawLayer(xcb_render_picture_t target, const Tiles& tiles,
                                                                              XCB_SHAPE_SK_BOUNDING)});
     for (const Tile& tile : tiles.All()) {
         const Rectangle shared = Intersection(tile.part, layer.bounds);
-        if (HoldsNothing(shared)) {
+        if (shared.IsEmpty()) {
             continue;
         }
         const Point offset{-tile.part.left, tile.top - tile.part.top};  // from the root to the target

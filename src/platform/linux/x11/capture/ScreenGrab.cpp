@@ -40,14 +40,14 @@ std::vector<std::uint8_t> RgbOf(std::span<const std::uint8_t> image) {
 }
 
 /// X has 16 bits for a coordinate or a length.
-bool FitsTheProtocol(const ScreenArea& area) {
+bool FitsTheProtocol(const Rectangle& area) {
     constexpr std::int32_t longest = std::numeric_limits<std::int16_t>::max();
-    return area.left >= 0 && area.left <= longest && area.top >= 0 && area.top <= longest && area.width > 0 &&
-           area.width <= longest && area.height > 0 && area.height <= longest;
+    return area.left >= 0 && area.left <= longest && area.top >= 0 && area.top <= longest && area.Width() > 0 &&
+           area.Width() <= longest && area.Height() > 0 && area.Height() <= longest;
 }
 
 /// Fails if the area is not wholly on the screen: the server refuses it.
-Result ReadScreen(const ScreenArea& area, Pixels& pixels) {
+Result ReadScreen(const Rectangle& area, Pixels& pixels) {
     const std::optional<XDisplay> display = ThreadDisplay();
     if (!display) {
         return ResultOfSystemError(ENXIO);
@@ -56,10 +56,9 @@ Result ReadScreen(const ScreenArea& area, Pixels& pixels) {
     if (!x11::IsSupported(display->connection, screen)) {
         return ResultOfSystemError(EOPNOTSUPP);
     }
-    const Rectangle bounds{area.left, area.top, area.left + area.width, area.top + area.height};
     const std::int64_t startNs = MonotonicNs();
-    const auto width = static_cast<std::uint16_t>(area.width);
-    const auto height = static_cast<std::uint16_t>(area.height);
+    const auto width = static_cast<std::uint16_t>(area.Width());
+    const auto height = static_cast<std::uint16_t>(area.Height());
     const auto cookie =
         xcb_get_image(display->connection, XCB_IMAGE_FORMAT_Z_PIXMAP, display->root,
                       static_cast<std::int16_t>(area.left), static_cast<std::int16_t>(area.top), width, height, ~0U);
@@ -75,14 +74,14 @@ Result ReadScreen(const ScreenArea& area, Pixels& pixels) {
         return ResultOfSystemError(EPROTO);
     }
     x11::OccludedContent occluded(display->connection, screen);
-    occluded.Restore(x11::BoundsSince(startNs, bounds), {image.data(), stride, {area.left, area.top}});
+    occluded.Restore(x11::BoundsSince(startNs, area), {image.data(), stride, {area.left, area.top}});
     pixels = {width, height, RgbOf(image)};
     return resultOk;
 }
 
 }  // namespace
 
-Result SaveScreenAsPng(const ScreenArea& area, TextView path) {
+Result SaveScreenAsPng(const Rectangle& area, TextView path) {
     if (!FitsTheProtocol(area)) {
         return ResultOfSystemError(EINVAL);
     }

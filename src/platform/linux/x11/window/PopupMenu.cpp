@@ -10,12 +10,12 @@
 #include <ctime>
 
 #include "platform/Canvas.h"
-#include "platform/Monitors.h"
 #include "platform/linux/cairo/LineWidth.h"
 #include "platform/linux/x11/window/PopupMenu.h"
 #include "platform/linux/x11/window/Session.h"
 #include "platform/linux/x11/window/TrayIcon.h"
 #include "platform/linux/x11/window/WindowPixels.h"
+#include "platform/linux/x11/window/WindowQueries.h"
 #include "platform/software/PopupMenuModel.h"
 
 namespace zv {
@@ -176,7 +176,7 @@ int ChooseFromMenu(AppWindow& owner, std::span<const MenuItem> items) {
     }
     menu.model = MakePopupMenuModel(items, x11::WidestLabel(items, *menu.font), session.dpi / 96.0);
     const Point pointer = CursorPosition();
-    const Rectangle bounds = MenuBoundsAt(menu.model, pointer, MonitorAt(pointer).bounds);
+    const Rectangle bounds = MenuBoundsAt(menu.model, pointer, x11::MonitorBoundsAt(x11::CurrentSession(), pointer));
     menu.canvas = MakeCanvas(bounds.Width(), bounds.Height());
     if (!menu.canvas) {
         return 0;

@@ -10,7 +10,7 @@
 #include "platform/linux/x11/WindowOwner.h"
 #include "platform/linux/x11/XDisplay.h"
 #include "platform/linux/x11/window/Session.h"
-#include "platform/software/Damage.h"
+#include "platform/linux/x11/window/WindowQueries.h"
 
 namespace zv {
 namespace x11 {
@@ -32,38 +32,19 @@ std::optional<Rectangle> WorkArea(Session& session) {
     return Rectangle{numbers[0], numbers[1], numbers[0] + numbers[2], numbers[1] + numbers[3]};
 }
 
-Rectangle BoundsOf(const ScreenMonitor& monitor) {
-    return {monitor.output.left, monitor.output.top, monitor.output.right, monitor.output.bottom};
-}
-
-MonitorArea AreaOf(Session& session, const ScreenMonitor& monitor) {
-    MonitorArea area{BoundsOf(monitor), BoundsOf(monitor), monitor.output.deviceName};
-    if (const std::optional<Rectangle> work = WorkArea(session)) {
-        const Rectangle part = Intersection(area.bounds, *work);
-        area.work = HoldsNothing(part) ? area.bounds : part;
-    }
-    return area;
-}
-
-/// The monitor with the highest positive score, else the primary one.
-template <class Score>
-MonitorArea BestMonitor(Session& session, Score score) {
+/// The monitor that shows most of `part`, or the primary one.
+MonitorEntry MonitorOf(Session& session, const Rectangle& part) {
     const std::vector<ScreenMonitor> monitors = QueryMonitors(session.connection.get(), session.screen->root);
     const ScreenMonitor* best = nullptr;
     std::int64_t most = 0;
     for (const ScreenMonitor& monitor : monitors) {
-        const std::int64_t points = score(BoundsOf(monitor));
-        if (points > most || (best == nullptr && monitor.primary)) {
+        const std::int64_t pixels = Intersection(monitor.output.bounds, part).Area();
+        if (pixels > most || (best == nullptr && monitor.primary)) {
             best = &monitor;
-            most = points;
+            most = pixels;
         }
     }
-    return best != nullptr ? AreaOf(session, *best) : MonitorArea{};
-}
-
-std::int64_t SharedPixels(const Rectangle& a, const Rectangle& b) {
-    const Rectangle part = Intersection(a, b);
-    return HoldsNothing(part) ? 0 : std::int64_t{part.Width()} * part.Height();
+    return best != nullptr ? EntryOf(*best) : MonitorEntry{};
 }
 
 Rectangle BoundsOf(xcb_connection_t* connection, xcb_window_t window) {
@@ -94,6 +75,10 @@ Text ClassNameOf(Session& session, xcb_window_t window) {
 
 }  // namespace
 
+Rectangle MonitorBoundsAt(Session& session, Point point) {
+    return MonitorOf(session, {point.x, point.y, point.x + 1, point.y + 1}).Bounds();
+}
+
 xcb_window_t TopLevelOf(xcb_connection_t* connection, xcb_window_t root, xcb_window_t window) {
     while (true) {
         const Reply<xcb_query_tree_reply_t> tree(
@@ -107,10 +92,11 @@ xcb_window_t TopLevelOf(xcb_connection_t* connection, xcb_window_t root, xcb_win
 
 }  // namespace x11
 
-MonitorArea MonitorAt(Point point) {
-    const Rectangle spot{point.x, point.y, point.x + 1, point.y + 1};
-    return x11::BestMonitor(x11::CurrentSession(),
-                            [&](const Rectangle& monitor) { return x11::SharedPixels(monitor, spot); });
+Rectangle WorkAreaAt(Point point) {
+    x11::Session& session = x11::CurrentSession();
+    const Rectangle monitor = x11::MonitorBoundsAt(session, point);
+    const Rectangle work = Intersection(monitor, x11::WorkArea(session).value_or(monitor));
+    return work.IsEmpty() ? monitor : work;
 }
 
 std::optional<FrontWindow> LookUpFrontWindow() {
@@ -126,8 +112,7 @@ std::optional<FrontWindow> LookUpFrontWindow() {
     front.bounds = x11::BoundsOf(display.connection, x11::TopLevelOf(display.connection, display.root, window));
     front.className = x11::ClassNameOf(session, window);
     front.dpi = session.dpi;
-    front.monitor =
-        x11::BestMonitor(session, [&](const Rectangle& monitor) { return x11::SharedPixels(monitor, front.bounds); });
+    front.monitor = x11::MonitorOf(session, front.bounds);
     return front;
 }
 

@@ -158,7 +158,7 @@ protected:
     }
 
     /// A screenshot as 0x00RRGGBB, row after row.
-    std::vector<std::uint32_t> Screenshot(const ScreenArea& area = {0, 0, width, height}) {
+    std::vector<std::uint32_t> Screenshot(const Rectangle& area = {0, 0, width, height}) {
         const std::filesystem::path path = folder_.Path() / "picture.png";
         EXPECT_EQ(SaveScreenAsPng(area, FromPath(path)), resultOk);
         png_image image{};
@@ -240,7 +240,7 @@ TEST_P(LinuxOwnWindows, AreReplacedInAScreenshotByTheOccludedContent) {
     Show(*notification, {380, 20, 620, 110});
     EXPECT_TRUE(Screenshot() == Expected(ColorAt));
     // Also if the area contains only a part of them.
-    const std::vector<std::uint32_t> part = Screenshot({90, 70, 30, 20});
+    const std::vector<std::uint32_t> part = Screenshot({90, 70, 120, 90});
     EXPECT_EQ(part[0], ColorAt(90, 70));
     EXPECT_EQ(part[19 * 30 + 29], ColorAt(119, 89));
 }

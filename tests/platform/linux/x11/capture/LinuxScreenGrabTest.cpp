@@ -51,7 +51,7 @@ Picture ReadPng(const std::filesystem::path& path) {
 
 /// The number of pixels that differ from `colorAt` of their desktop coordinates.
 template <class Color>
-int Differences(const Picture& picture, const ScreenArea& area, Color colorAt) {
+int Differences(const Picture& picture, const Rectangle& area, Color colorAt) {
     int count = 0;
     for (int y = 0; y < picture.height; ++y) {
         for (int x = 0; x < picture.width; ++x) {
@@ -63,7 +63,7 @@ int Differences(const Picture& picture, const ScreenArea& area, Color colorAt) {
 
 class LinuxScreenGrab : public testing::Test {
 protected:
-    Result Save(const ScreenArea& area) { return SaveScreenAsPng(area, FromPath(path_)); }
+    Result Save(const Rectangle& area) { return SaveScreenAsPng(area, FromPath(path_)); }
 
     support::TemporaryFolder folder_;
     std::filesystem::path path_ = folder_.Path() / "picture.png";
@@ -74,7 +74,7 @@ TEST_F(LinuxScreenGrab, EqualsTheScreenPixelForPixelWithoutThePointer) {
     ScreenPainting painting(nullptr, 0, 0, 641, 360);
     painting.Fill<std::uint32_t>(ColorAt);
     painting.MovePointer(300, 200);
-    const ScreenArea area{0, 0, 641, 360};
+    const Rectangle area{0, 0, 641, 360};
     ASSERT_EQ(Save(area), resultOk);
     const Picture picture = ReadPng(path_);
     EXPECT_EQ(picture.width, 641);
@@ -89,7 +89,7 @@ TEST_F(LinuxScreenGrab, ContainsTheRequestedPartAndAllWindowsInIt) {
     below.Fill<std::uint32_t>(ColorAt);
     ScreenPainting above(nullptr, 200, 100, 50, 40);
     above.Fill<std::uint32_t>([](int, int) { return 0x102030; });
-    const ScreenArea area{151, 73, 333, 207};
+    const Rectangle area{151, 73, 151 + 333, 73 + 207};
     ASSERT_EQ(Save(area), resultOk);
     const Picture picture = ReadPng(path_);
     EXPECT_EQ(picture.width, 333);
@@ -112,10 +112,10 @@ TEST_F(LinuxScreenGrab, FailsOnAScreenWithoutEightBitsAChannel) {
 
 TEST_F(LinuxScreenGrab, FailsForAnAreaThatIsNotCompletelyOnTheScreen) {
     const XServer server("320x200x24");
-    for (const ScreenArea& area : {ScreenArea{0, 0, 321, 200}, ScreenArea{1, 0, 320, 200}, ScreenArea{0, 1, 320, 200},
-                                   ScreenArea{0, 0, 320, 201}, ScreenArea{-1, 0, 100, 100}, ScreenArea{0, -1, 100, 100},
-                                   ScreenArea{0, 0, 0, 100}, ScreenArea{0, 0, 100, 0}, ScreenArea{0, 0, -5, 100},
-                                   ScreenArea{0, 0, 65536 + 10, 100}, ScreenArea{65536, 0, 100, 100}}) {
+    for (const Rectangle& area :
+         {Rectangle{0, 0, 321, 200}, Rectangle{1, 0, 321, 200}, Rectangle{0, 1, 320, 201}, Rectangle{0, 0, 320, 201},
+          Rectangle{-1, 0, 99, 100}, Rectangle{0, -1, 100, 99}, Rectangle{0, 0, 0, 100}, Rectangle{0, 0, 100, 0},
+          Rectangle{0, 0, -5, 100}, Rectangle{0, 0, 65546, 100}, Rectangle{65536, 0, 65636, 100}}) {
         EXPECT_EQ(CodeOf(Save(area)), 0x80070016U) << area.left << " " << area.top;  // EINVAL
     }
     EXPECT_FALSE(std::filesystem::exists(path_));

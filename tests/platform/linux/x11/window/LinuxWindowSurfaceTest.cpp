@@ -557,22 +557,19 @@ TEST_F(LinuxWindowSurface, AWindowManagerEnforcesTheMinimumSizeAndRaisesTheWindo
     const std::optional<FrontWindow> front = LookUpFrontWindow();
     EXPECT_EQ(front->className, u"Zorvel");
     EXPECT_GT(front->bounds.Height(), 300) << "with its frame";
-    EXPECT_EQ(front->monitor.bounds, (Rectangle{0, 0, 800, 600}));
+    EXPECT_EQ(front->monitor, (MonitorEntry{u"screen", 0, 0, 800, 600, -1, true}));
     EXPECT_FALSE(IsWindowIcon(*window));
 }
 
 TEST_F(LinuxWindowSurface, EveryPointBelongsToAMonitorOrToThePrimaryOne) {
     for (const Point point : {Point{0, 0}, Point{799, 599}, Point{-50, 20}, Point{5000, 5000}}) {
-        const MonitorArea area = MonitorAt(point);
-        EXPECT_EQ(area.bounds, (Rectangle{0, 0, 800, 600}));
-        EXPECT_EQ(area.work, area.bounds);
-        EXPECT_EQ(area.deviceName, u"screen");
+        EXPECT_EQ(WorkAreaAt(point), (Rectangle{0, 0, 800, 600}));
     }
     const std::int32_t work[] = {0, 24, 800, 540};
     xcb_change_property(other_->Get(), XCB_PROP_MODE_REPLACE, other_->Root(), other_->Atom("_NET_WORKAREA"),
                         XCB_ATOM_CARDINAL, 32, 4, work);
     other_->Sync();
-    EXPECT_EQ(MonitorAt({1, 1}).work, (Rectangle{0, 24, 800, 564}));
+    EXPECT_EQ(WorkAreaAt({1, 1}), (Rectangle{0, 24, 800, 564}));
 }
 
 TEST_F(LinuxWindowSurface, CursorPositionIsThePointersPosition) {
