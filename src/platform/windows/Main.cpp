@@ -1,11 +1,9 @@
 // The entry of the Windows program.
 #include "platform/Session.h"
-#include "platform/windows/ExceptionReserve.h"
 #include "platform/windows/Native.h"
 #include "ui/startup/Application.h"
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int) {
-    zv::PrepareExceptionReserve();
     zv::OpenSession();
     return zv::RunApplication(zv::TextOf(GetCommandLineW()));
 }

@@ -6,12 +6,10 @@
 #include <xcb/xcb.h>
 
 #include <atomic>
-#include <filesystem>
 #include <thread>
 
 #include "core/Utf8.h"
 #include "fake/Allocations.h"
-#include "platform/linux/posix/PipeFolder.h"
 #include "platform/linux/posix/Posix.h"
 #include "platform/linux/x11/Xcb.h"
 #include "support/Eventually.h"
@@ -100,26 +98,6 @@ void ExpectNoAllocationsInTheLoop(const VideoFormat& format) {
 TEST(LinuxVideoLoop, AllocatesNothingWhileItCapturesAMovingDesktop) { ExpectNoAllocationsInTheLoop({640, 480, 60, 8}); }
 
 TEST(LinuxVideoLoop, AllocatesNothingWhileItScalesAMovingDesktop) { ExpectNoAllocationsInTheLoop({1280, 720, 60, 8}); }
-
-TEST(LinuxVideoLoop, EndsWithASentenceAndCleansUpWhenMemoryRunsOut) {
-    const support::XServer server("320x240x24");
-    bool runs = false;
-    for (std::uint64_t nth = 1; !runs && nth < 10000; nth += 1 + nth / 8) {
-        VideoCapture capture;
-        fake::RefuseAllocationsElsewhereFrom(nth);
-        if (capture.Start(u"screen", {320, 240, 60, 8})) {
-            const Drain reader(capture.PipeName());
-            EXPECT_TRUE(support::Eventually([&] { return capture.encodedFrames >= 3 || !capture.running; })) << nth;
-            runs = capture.running;
-            fake::RefuseAllocationsElsewhereFrom(0);
-            capture.Stop();
-        }
-        fake::RefuseAllocationsElsewhereFrom(0);
-        EXPECT_EQ(capture.Error().empty(), runs) << nth;
-        EXPECT_FALSE(std::filesystem::exists(PipeFolderPath())) << nth;
-    }
-    EXPECT_TRUE(runs);
-}
 
 }  // namespace
 }  // namespace zv
