@@ -17,6 +17,8 @@ struct AppWindow {
 
 struct InstanceClaim {};
 
+struct ShellServices {};
+
 namespace {
 
 /// The window's class, for the log of the calls.
@@ -72,6 +74,17 @@ template <>
 void Closer<InstanceClaim>::operator()(InstanceClaim* claim) const noexcept {
     const Call call("ReleaseInstance");
     delete claim;
+}
+
+template <>
+void Closer<ShellServices>::operator()(ShellServices* services) const noexcept {
+    const Call call("CloseShellServices");
+    delete services;
+}
+
+Owned<ShellServices> OpenShellServices() {
+    const Call call("OpenShellServices");
+    return Owned<ShellServices>(new ShellServices);
 }
 
 bool OpenSession() { return !Call("OpenSession").Fails(); }

@@ -13,6 +13,20 @@ void (*sessionEnd)() = nullptr;
 
 }  // namespace
 
+struct ShellServices {
+    bool initialized = SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+};
+
+template <>
+void Closer<ShellServices>::operator()(ShellServices* services) const noexcept {
+    if (services->initialized) {
+        CoUninitialize();
+    }
+    delete services;
+}
+
+Owned<ShellServices> OpenShellServices() { return Owned<ShellServices>(new ShellServices); }
+
 bool EndSession() {
     if (sessionEnd == nullptr) {
         return false;

@@ -93,6 +93,7 @@ int RunApplication(const Text& commandLine) {
         HandOverToFirstCopy();
         return 0;
     }
+    const Owned<ShellServices> shell = OpenShellServices();
     CurrentAppFolders() = MakeAppFolders();
     CreateAppFolders(CurrentAppFolders());
     PrepareSettings();

@@ -77,29 +77,29 @@ TEST_F(Application, StartsAndEndsInItsOrder) {
     // The first job runs on its worker while the interface thread enters its loop.
     std::erase(calls, "StartReplay");
     std::erase(calls, "DefaultProcedure");
-    const Calls expected{"ClaimSingleInstance",
-                         // Settings, survey, engine.
-                         "EnumerateMonitors", "ListAdapterRecords", "Configure",
-                         // What the windows need.
-                         "MakeFont", "MakeFont", "MakeFont", "MakeFont", "MakeFont", "LoadProgramIcon",
-                         "LoadProgramIcon", "SetTaskbarIdentity",
-                         // The windows.
-                         "MakeWindow ZVReelsMainV3", "StartTimer 42", "RegisterGlobalKey 1", "RegisterGlobalKey 2",
-                         "RegisterGlobalKey 3", "RegisterGlobalKey 4", "MakeWindow ZVReelsOverlayV3",
-                         "MakeWindow ZVGameStatusBadge", "SetConstantAlpha ZVGameStatusBadge",
-                         "ExcludeFromCapture ZVGameStatusBadge", "MakeWindow ZVCaptureNotification315",
-                         "ExcludeFromCapture ZVCaptureNotification315", "SetColorKey ZVReelsOverlayV3",
-                         "ExcludeFromCapture ZVReelsOverlayV3", "SetWindowIcons ZVReelsMainV3",
-                         // The first job, the notification area, the loop.
-                         "StartTimer 43", "AddTrayIcon", "SetDarkFrame ZVReelsMainV3", "SetDarkFrame ZVReelsOverlayV3",
-                         "RunMessageLoop", "LookUpFrontWindow", "StopTimer 43",
-                         // The shutdown.
-                         "HideWindow ZVReelsMainV3", "HideWindow ZVReelsOverlayV3", "destroy ZVReelsMainV3",
-                         "destroy ZVCaptureNotification315", "StopTimer 42", "StopTimer 43",
-                         "destroy ZVGameStatusBadge", "RemoveTrayIcon", "StopAll", "UnregisterGlobalKey 1",
-                         "UnregisterGlobalKey 2", "UnregisterGlobalKey 3", "UnregisterGlobalKey 4", "PostQuit",
-                         // What is left after the loop.
-                         "DestroyIcon", "DestroyIcon", "destroy ZVReelsOverlayV3", "ReleaseInstance"};
+    const Calls expected{
+        "ClaimSingleInstance", "OpenShellServices",
+        // Settings, survey, engine.
+        "EnumerateMonitors", "ListAdapterRecords", "Configure",
+        // What the windows need.
+        "MakeFont", "MakeFont", "MakeFont", "MakeFont", "MakeFont", "LoadProgramIcon", "LoadProgramIcon",
+        "SetTaskbarIdentity",
+        // The windows.
+        "MakeWindow ZVReelsMainV3", "StartTimer 42", "RegisterGlobalKey 1", "RegisterGlobalKey 2",
+        "RegisterGlobalKey 3", "RegisterGlobalKey 4", "MakeWindow ZVReelsOverlayV3", "MakeWindow ZVGameStatusBadge",
+        "SetConstantAlpha ZVGameStatusBadge", "ExcludeFromCapture ZVGameStatusBadge",
+        "MakeWindow ZVCaptureNotification315", "ExcludeFromCapture ZVCaptureNotification315",
+        "SetColorKey ZVReelsOverlayV3", "ExcludeFromCapture ZVReelsOverlayV3", "SetWindowIcons ZVReelsMainV3",
+        // The first job, the notification area, the loop.
+        "StartTimer 43", "AddTrayIcon", "SetDarkFrame ZVReelsMainV3", "SetDarkFrame ZVReelsOverlayV3", "RunMessageLoop",
+        "LookUpFrontWindow", "StopTimer 43",
+        // The shutdown.
+        "HideWindow ZVReelsMainV3", "HideWindow ZVReelsOverlayV3", "destroy ZVReelsMainV3",
+        "destroy ZVCaptureNotification315", "StopTimer 42", "StopTimer 43", "destroy ZVGameStatusBadge",
+        "RemoveTrayIcon", "StopAll", "UnregisterGlobalKey 1", "UnregisterGlobalKey 2", "UnregisterGlobalKey 3",
+        "UnregisterGlobalKey 4", "PostQuit",
+        // What is left after the loop.
+        "DestroyIcon", "DestroyIcon", "destroy ZVReelsOverlayV3", "CloseShellServices", "ReleaseInstance"};
     EXPECT_THAT(calls, ElementsAreArray(expected));
     EXPECT_EQ(TheWindows().claimedName, u"Local\\ZVReelsMax_SingleInstance");
 }

@@ -1,0 +1,15 @@
+// The shell services of Windows have no counterpart that needs preparation here.
+#include "platform/Session.h"
+
+namespace zv {
+
+struct ShellServices {};
+
+template <>
+void Closer<ShellServices>::operator()(ShellServices* services) const noexcept {
+    delete services;
+}
+
+Owned<ShellServices> OpenShellServices() { return Owned<ShellServices>(new ShellServices); }
+
+}  // namespace zv
