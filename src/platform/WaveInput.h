@@ -1,5 +1,5 @@
 // The older way to a microphone, for drivers that refuse the shared stream: the system's default input at 48 kHz,
-// 16 bits, one channel, recorded into four buffers of 10 ms that go round. And the names of all audio devices.
+// 16 bits, one channel, recorded into four buffers of 10 ms that go round.
 //
 // Calls that answer an int answer 0, or a positive code of the device, or a negative Result. One thread uses an
 // input; the device fills a queued buffer from its side, so its bytes are only looked at once it is done.
@@ -7,9 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
-#include "core/Text.h"
 #include "platform/Owned.h"
 
 namespace zv {
@@ -39,13 +37,5 @@ WaveBuffer LookAtWaveBuffer(const WaveInput& input, int index);
 
 /// Asks the device for its position; only the failure is of interest.
 int CheckWavePosition(WaveInput& input);
-
-struct AudioDeviceName {
-    Text name;
-    bool input = false;
-};
-
-/// All devices that record, then all that play, in the system's order. For display only.
-std::vector<AudioDeviceName> ListAudioDeviceNames();
 
 }  // namespace zv

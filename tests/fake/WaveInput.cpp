@@ -87,9 +87,4 @@ int CheckWavePosition(WaveInput&) {
     return call.Code();
 }
 
-std::vector<AudioDeviceName> ListAudioDeviceNames() {
-    const fake::Call call("ListAudioDeviceNames");
-    return fake::TheWaveInput().names;
-}
-
 }  // namespace zv

@@ -1,4 +1,4 @@
-// A wave input whose four buffers a test fills by hand, and device names as a test sets them.
+// A wave input whose four buffers a test fills by hand.
 //
 // Calls are noted under the function's name; a failing call answers the planned code.
 #pragma once
@@ -23,7 +23,6 @@ struct WaveInputControls {
     std::vector<int> queueOrder;  ///< indices as they were handed to the device
     bool running = false;
     int live = 0;  ///< devices that are open
-    std::vector<AudioDeviceName> names;
 };
 
 WaveInputControls& TheWaveInput();

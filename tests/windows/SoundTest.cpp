@@ -11,6 +11,7 @@
 
 #include "audio/AudioCapture.h"
 #include "fake/Allocations.h"
+#include "platform/AudioDevices.h"
 #include "platform/AudioEndpoint.h"
 #include "platform/BytePipe.h"
 #include "platform/WaveInput.h"

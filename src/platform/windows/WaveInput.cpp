@@ -32,26 +32,6 @@ int CodeOfCall(MMRESULT result) { return static_cast<int>(result); }
 
 WAVEHDR& HeaderAt(WaveInput& input, int index) { return input.headers[static_cast<std::size_t>(index)]; }
 
-void AppendInputs(std::vector<AudioDeviceName>& names) {
-    const UINT count = waveInGetNumDevs();
-    for (UINT index = 0; index < count; ++index) {
-        WAVEINCAPSW caps{};
-        if (waveInGetDevCapsW(index, &caps, sizeof caps) == MMSYSERR_NOERROR) {
-            names.push_back({TextOf(caps.szPname), true});
-        }
-    }
-}
-
-void AppendOutputs(std::vector<AudioDeviceName>& names) {
-    const UINT count = waveOutGetNumDevs();
-    for (UINT index = 0; index < count; ++index) {
-        WAVEOUTCAPSW caps{};
-        if (waveOutGetDevCapsW(index, &caps, sizeof caps) == MMSYSERR_NOERROR) {
-            names.push_back({TextOf(caps.szPname), false});
-        }
-    }
-}
-
 }  // namespace
 
 int OpenWaveInput(Owned<WaveInput>& input) {
@@ -99,13 +79,6 @@ int CheckWavePosition(WaveInput& input) {
     MMTIME time{};
     time.wType = TIME_SAMPLES;
     return CodeOfCall(waveInGetPosition(input.device, &time, sizeof time));
-}
-
-std::vector<AudioDeviceName> ListAudioDeviceNames() {
-    std::vector<AudioDeviceName> names;
-    AppendInputs(names);
-    AppendOutputs(names);
-    return names;
 }
 
 }  // namespace zv

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "audio/AudioCapture.h"
+#include "platform/AudioDevices.h"
 #include "platform/AudioEndpoint.h"
 #include "platform/Clock.h"
 #include "platform/WaveInput.h"
