@@ -87,12 +87,12 @@ struct ScalerState {
     Rectangle destination;  ///< where it lands in the frame, enabled
     Rectangle target;       ///< the whole frame, enabled
     bool autoProcessing = false;
-    std::uint32_t streamColorSpace = 0;   ///< D3D11_VIDEO_PROCESSOR_COLOR_SPACE bits: full-range RGB
-    std::uint32_t outputColorSpace = 20;  ///< the same: BT.709 matrix, nominal range 16 to 235
-    float backgroundY = 0.0625F;          ///< video black
-    float backgroundCb = 0.5F;
-    float backgroundCr = 0.5F;
-    float backgroundAlpha = 1.0F;
+    std::uint32_t streamColorSpace = 0;  ///< bits of D3D11_VIDEO_PROCESSOR_COLOR_SPACE
+    std::uint32_t outputColorSpace = 0;  ///< the same
+    float backgroundY = 0;               ///< of what the destination leaves of the target, 0 to 1
+    float backgroundCb = 0;
+    float backgroundCr = 0;
+    float backgroundAlpha = 0;
 };
 
 /// Sets the state of stream 0, once, in the order of the record's fields.

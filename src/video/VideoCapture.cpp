@@ -24,6 +24,12 @@ namespace {
 constexpr std::uint32_t readyTimeoutMs = 15000;
 constexpr std::uint32_t firstImageTimeoutMs = 20;
 constexpr std::uint32_t pipeBufferBytes = 0x100000;
+// Bits of D3D11_VIDEO_PROCESSOR_COLOR_SPACE.
+constexpr std::uint32_t fullRangeRgb = 0;
+constexpr std::uint32_t limitedRangeBt709 = 20;  // BT.709 matrix, nominal range 16 to 235
+// Of the bars around the picture, in the limited range.
+constexpr float blackLuma = 0.0625F;
+constexpr float neutralChroma = 0.5F;
 constexpr std::uint32_t firstRotated = 2;  // 0 is unspecified, 1 is not rotated
 
 std::atomic<std::uint32_t> startCounter{0};
@@ -198,6 +204,12 @@ bool VideoWorker::MakeViews() {
     state.source = {0, 0, source.width, source.height};
     state.destination = FitRectangle(source, frame);
     state.target = {0, 0, frame.width, frame.height};
+    state.streamColorSpace = fullRangeRgb;
+    state.outputColorSpace = limitedRangeBt709;
+    state.backgroundY = blackLuma;
+    state.backgroundCb = neutralChroma;
+    state.backgroundCr = neutralChroma;
+    state.backgroundAlpha = 1.0F;
     SetScalerState(*scaler, state);
     return true;
 }

@@ -228,6 +228,10 @@ Result MakeVideoScaler(VideoProcessing&, const ScalerFormat& format, Owned<Video
     ScalerState whole;
     whole.source = SizeOnly(format.sourceWidth, format.sourceHeight);
     whole.destination = whole.target = SizeOnly(format.outputWidth, format.outputHeight);
+    whole.streamColorSpace = fullRangeRgb;
+    whole.outputColorSpace = limitedBt709;
+    whole.backgroundY = blackLuma / 256.0F;
+    whole.backgroundCb = whole.backgroundCr = blackChroma / 256.0F;
     SetScalerState(*scaler, whole);
     return resultOk;
 }

@@ -33,6 +33,15 @@ Ycc Reference(const Rgb& color) {
             128 + (color.r - luma) / 1.5748 * 224 / 255};
 }
 
+ScalerState LimitedBt709WithBlackBars() {
+    ScalerState state;
+    state.outputColorSpace = 20;
+    state.backgroundY = 0.0625F;
+    state.backgroundCb = 0.5F;
+    state.backgroundCr = 0.5F;
+    return state;
+}
+
 struct Conversion : testing::Test {
     void Make(std::uint32_t width, std::uint32_t height, std::uint32_t outWidth, std::uint32_t outHeight,
               const ConversionKernels& kernels = BestKernels()) {
@@ -133,7 +142,7 @@ struct Conversion : testing::Test {
     Owned<VideoProcessing> processing;
     Owned<VideoScaler> scaler;
     Owned<ScalerViews> views;
-    ScalerState state;
+    ScalerState state = LimitedBt709WithBlackBars();
 };
 
 /// All that this processor can run.
