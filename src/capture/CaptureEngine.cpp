@@ -4,6 +4,7 @@
 
 #include "capture/CaptureFiles.h"
 #include "capture/FfmpegRuntime.h"
+#include "core/CreateFolder.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
@@ -49,7 +50,7 @@ bool CaptureEngine::Configure(const CaptureConfig& requested) {
     ffmpegPath = FindFfmpeg();
     if (cacheDir.empty()) {
         cacheDir = CacheFolderName();
-        if (!MakeFolder(cacheDir)) {
+        if (!CreateFolder(cacheDir)) {
             statusText = u"Cannot create capture cache.";
             state = EngineState::Failed;
             return false;

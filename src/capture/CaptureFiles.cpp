@@ -10,12 +10,6 @@ namespace zv {
 
 std::string ReadFileCapped(TextView path) { return ReadSharedFile(path, 0x100000); }
 
-bool MakeFolder(TextView folder) {
-    std::error_code error;
-    std::filesystem::create_directories(ToPath(folder), error);
-    return !error;
-}
-
 bool HasMediaData(TextView path) {
     constexpr std::uintmax_t smallest = 1025;
     std::error_code error;

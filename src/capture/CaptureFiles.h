@@ -12,9 +12,6 @@ namespace zv {
 /// opened.
 std::string ReadFileCapped(TextView path);
 
-/// Creates the folder with all its parents where it is missing. False when there is none in the end.
-bool MakeFolder(TextView folder);
-
 /// True when the file can be examined and is at least 1025 bytes long. Less than that is no finished MP4.
 bool HasMediaData(TextView path);
 

@@ -9,6 +9,7 @@
 #include "capture/CaptureEngine.h"
 #include "capture/CaptureFiles.h"
 #include "capture/FfmpegCommandLine.h"
+#include "core/CreateFolder.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
 
@@ -21,10 +22,8 @@ constexpr int proofPasses = 480;  // 12 seconds
 
 /// An examination of the files that fails raises the file system's own exception.
 bool CanWriteRecording(const Text& outputPath) {
-    const std::filesystem::path output = ToPath(outputPath);
-    std::error_code error;
-    std::filesystem::create_directories(output.parent_path(), error);
-    return !error && !std::filesystem::exists(output) && !std::filesystem::exists(ToPath(WorkingName(outputPath)));
+    return CreateParentFolder(outputPath) && !std::filesystem::exists(ToPath(outputPath)) &&
+           !std::filesystem::exists(ToPath(WorkingName(outputPath)));
 }
 
 bool WaitForBufferedMedia(CaptureEngine& engine) {

@@ -10,6 +10,7 @@
 #include "capture/CaptureFiles.h"
 #include "capture/FfmpegCommandLine.h"
 #include "capture/ReplayPlaylist.h"
+#include "core/CreateFolder.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
 
@@ -45,7 +46,7 @@ bool CaptureEngine::StartReplay(bool enable, std::int32_t seconds) {
         return true;
     }
     replayDir = JoinPath(cacheDir, u"replay-" + DecimalUnsigned(TickMs()));
-    if (!MakeFolder(replayDir)) {
+    if (!CreateFolder(replayDir)) {
         statusText = u"Cannot create replay cache.";
         return false;
     }

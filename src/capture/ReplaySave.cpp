@@ -10,6 +10,7 @@
 #include "capture/CaptureFiles.h"
 #include "capture/FfmpegCommandLine.h"
 #include "capture/ReplayPlaylist.h"
+#include "core/CreateFolder.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
 
@@ -50,7 +51,7 @@ bool SaveSegments(CaptureEngine& engine, const SegmentNames& names, const Text& 
     const Text folder = JoinPath(engine.cacheDir, u"save-" + DecimalUnsigned(TickMs()));
     const Text concatPath = JoinPath(folder, u"input.ffconcat");
     const Text workingName = WorkingName(outputPath);
-    const bool copied = MakeFolder(folder) && CopySegments(engine.replayDir, names, folder, concatPath);
+    const bool copied = CreateFolder(folder) && CopySegments(engine.replayDir, names, folder, concatPath);
     bool saved = copied && JoinSegments(engine, concatPath, workingName, logPath);
     if (saved) {
         saved = Succeeded(MoveFileReplacing(workingName, outputPath));
@@ -65,10 +66,7 @@ bool SaveSegments(CaptureEngine& engine, const SegmentNames& names, const Text& 
 
 /// An examination of the output that fails raises the file system's own exception.
 bool IsFreeOutput(const Text& outputPath) {
-    const std::filesystem::path output = ToPath(outputPath);
-    std::error_code error;
-    std::filesystem::create_directories(output.parent_path(), error);
-    return !error && !std::filesystem::exists(output);
+    return CreateParentFolder(outputPath) && !std::filesystem::exists(ToPath(outputPath));
 }
 
 }  // namespace

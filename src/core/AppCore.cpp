@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "core/AppFolders.h"
+#include "core/CreateFolder.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
 
@@ -15,11 +16,6 @@ namespace {
 constexpr std::size_t rowsKept = 200;
 
 AppCore currentCore;
-
-void MakeFolder(TextView folder) {
-    std::error_code ignored;
-    std::filesystem::create_directories(ToPath(folder), ignored);
-}
 
 Text ClockText(const LocalTime& time) {
     std::array<char, 16> text{};
@@ -40,16 +36,16 @@ Text DateText(const LocalTime& time) {
 AppCore& CurrentAppCore() { return currentCore; }
 
 void AppLogStart(TextView data) {
-    MakeFolder(data);
+    CreateFolder(data);
     const Text logs = Below(data, u"Logs");
-    MakeFolder(logs);
+    CreateFolder(logs);
     {
         const std::lock_guard lock(currentCore.logMutex);
         currentCore.logPath = Below(logs, u"zv-reels.log");
         currentCore.logStream.Open(currentCore.logPath, OpenFor::Appending);
     }
     const Text history = Below(data, u"History");
-    MakeFolder(history);
+    CreateFolder(history);
     currentCore.history.path = Below(history, u"activity.log");
 }
 

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "core/CreateFolder.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
 
@@ -43,9 +44,7 @@ AppFolders MakeAppFolders() {
 bool CreateAppFolders(const AppFolders& folders) {
     for (const Text* folder :
          {&folders.root, &folders.logs, &folders.crash, &folders.history, &folders.reports, &folders.profiles}) {
-        std::error_code error;
-        std::filesystem::create_directories(ToPath(*folder), error);
-        if (error) {
+        if (!CreateFolder(*folder)) {
             return false;
         }
     }

@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "core/AppFolders.h"
+#include "core/CreateFolder.h"
 #include "platform/Files.h"
 
 namespace zv {
@@ -26,8 +27,7 @@ bool Exists(const std::filesystem::path& path) {
 SessionMarker& CurrentSessionMarker() { return currentMarker; }
 
 void SessionMarkerBegin(TextView data) {
-    std::error_code ignored;
-    std::filesystem::create_directories(ToPath(data), ignored);
+    CreateFolder(data);
     currentMarker.path = Below(data, u"running.lock");
     const std::filesystem::path path = ToPath(currentMarker.path);
     currentMarker.previousRunUnclean = Exists(path);

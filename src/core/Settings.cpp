@@ -9,6 +9,7 @@
 #include <variant>
 
 #include "core/AppFolders.h"
+#include "core/CreateFolder.h"
 #include "core/OneByteText.h"
 #include "platform/Files.h"
 #include "platform/Folders.h"
@@ -204,8 +205,7 @@ void ResetSettings(Settings& settings) {
     settings.recordingsFolder = Below(settings.captureRoot, u"Recordings");
     settings.screenshotsFolder = Below(FolderOf(KnownFolder::Pictures), u"Zorvel");
     for (const Text* folder : {&settings.clipsFolder, &settings.recordingsFolder, &settings.screenshotsFolder}) {
-        std::error_code ignored;
-        std::filesystem::create_directories(ToPath(*folder), ignored);
+        CreateFolder(*folder);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "core/CreateFolder.h"
 #include "platform/Files.h"
 
 namespace zv {
@@ -95,9 +96,7 @@ void CheckFolder(const FolderRow& row, const Settings& settings, Issues& issues)
     if (folder.empty()) {
         return;
     }
-    std::error_code error;
-    std::filesystem::create_directories(ToPath(folder), error);
-    if (error) {
+    if (!CreateFolder(folder)) {
         issues.push_back({Text(row.key), u"Folder could not be created. Check permissions.", false});
     }
 }

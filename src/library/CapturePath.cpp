@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <filesystem>
-#include <system_error>
 
+#include "core/CreateFolder.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
 
@@ -26,8 +25,7 @@ Text TimeText(const LocalTime& time) {
 }  // namespace
 
 Text BuildCapturePath(TextView folder, TextView stem, TextView extension) {
-    std::error_code ignored;
-    std::filesystem::create_directories(ToPath(folder), ignored);
+    CreateFolder(folder);
     Text name(stem);
     name += TimeText(LocalNow());
     name += extension;

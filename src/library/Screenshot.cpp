@@ -6,6 +6,7 @@
 #include <optional>
 #include <system_error>
 
+#include "core/CreateFolder.h"
 #include "library/CapturePath.h"
 #include "platform/Files.h"
 #include "platform/ScreenGrab.h"
@@ -13,13 +14,6 @@
 
 namespace zv {
 namespace {
-
-bool CreateParentOf(const Text& path) {
-    const std::filesystem::path folder = ToPath(path).parent_path();
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    return !folder.empty() && !error;
-}
 
 /// The working file of a picture, removed unless the picture has got its name.
 class WorkingFile {
@@ -44,7 +38,7 @@ private:
 }  // namespace
 
 bool GrabMonitor(const Text& monitorDevice, const Text& path) {
-    if (path.empty() || !CreateParentOf(path)) {
+    if (path.empty() || !CreateParentFolder(path)) {
         return false;
     }
     const std::optional<MonitorEntry> monitor = ResolveMonitor(monitorDevice);
