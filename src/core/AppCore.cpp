@@ -1,12 +1,8 @@
 #include "core/AppCore.h"
 
-#include <array>
-#include <cstdio>
-#include <filesystem>
-#include <system_error>
-
 #include "core/AppFolders.h"
 #include "core/CreateFolder.h"
+#include "core/TimeText.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
 
@@ -14,22 +10,9 @@ namespace zv {
 namespace {
 
 constexpr std::size_t rowsKept = 200;
+constexpr char timeSeparator = ':';
 
 AppCore currentCore;
-
-Text ClockText(const LocalTime& time) {
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "%02u:%02u:%02u", static_cast<unsigned>(time.hour),
-                  static_cast<unsigned>(time.minute), static_cast<unsigned>(time.second));
-    return Widen(text.data());
-}
-
-Text DateText(const LocalTime& time) {
-    std::array<char, 48> text{};
-    std::snprintf(text.data(), text.size(), "%04u-%02u-%02u ", static_cast<unsigned>(time.year),
-                  static_cast<unsigned>(time.month), static_cast<unsigned>(time.day));
-    return Widen(text.data());
-}
 
 }  // namespace
 
@@ -55,7 +38,7 @@ void AppLogWrite(TextView level, TextView category, TextView message) {
     if (!stream.IsOpen()) {
         return;
     }
-    Text line = u"[" + ClockText(LocalNow()) + u"] [";
+    Text line = u"[" + ClockText(LocalNow(), timeSeparator) + u"] [";
     line.append(level).append(u"] [").append(category).append(u"] ").append(message).append(u"\n");
     stream.Write(line);
     stream.Flush();
@@ -66,7 +49,7 @@ void AppLogInfo(TextView category, TextView message) { AppLogWrite(u"INFO", cate
 void AddActivity(TextView category, TextView text) {
     const LocalTime now = LocalNow();
     ActivityHistory& history = currentCore.history;
-    history.rows.push_back({DateText(now) + ClockText(now), Text(category), Text(text)});
+    history.rows.push_back({DateText(now) + u" " + ClockText(now, timeSeparator), Text(category), Text(text)});
     if (history.rows.size() > rowsKept) {
         history.rows.erase(history.rows.begin(), history.rows.end() - rowsKept);
     }

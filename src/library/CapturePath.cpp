@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "core/CreateFolder.h"
+#include "core/TimeText.h"
 #include "platform/Clock.h"
 #include "platform/Files.h"
 
@@ -13,13 +14,11 @@ namespace {
 
 constexpr std::size_t longestFileName = 191;
 
-Text TimeText(const LocalTime& time) {
-    std::array<char, 96> text{};
-    std::snprintf(text.data(), text.size(), "_%04u-%02u-%02u_%02u-%02u-%02u-%03u", static_cast<unsigned>(time.year),
-                  static_cast<unsigned>(time.month), static_cast<unsigned>(time.day), static_cast<unsigned>(time.hour),
-                  static_cast<unsigned>(time.minute), static_cast<unsigned>(time.second),
-                  static_cast<unsigned>(time.millisecond));
-    return Widen(text.data());
+/// "_2026-03-14_15-09-26-535".
+Text TimeSuffix(const LocalTime& time) {
+    std::array<char, 48> milliseconds{};
+    std::snprintf(milliseconds.data(), milliseconds.size(), "-%03u", static_cast<unsigned>(time.millisecond));
+    return u"_" + DateText(time) + u"_" + ClockText(time, '-') + Widen(milliseconds.data());
 }
 
 }  // namespace
@@ -27,7 +26,7 @@ Text TimeText(const LocalTime& time) {
 Text BuildCapturePath(TextView folder, TextView stem, TextView extension) {
     CreateFolder(folder);
     Text name(stem);
-    name += TimeText(LocalNow());
+    name += TimeSuffix(LocalNow());
     name += extension;
     name.resize(std::min(name.size(), longestFileName));
     return JoinPath(folder, name);
