@@ -168,6 +168,15 @@ TEST(FolderName, StaysAsItIsWhenItIsMadeSafeAgain) {
     }
 }
 
+TEST(ProcessName, ADriveWithoutAFolderIsNoPartOfTheName) {
+    for (const TextView drive : {u"a:", u"m:", u"z:", u"A:", u"M:", u"Z:"}) {
+        EXPECT_EQ(IdentifyProcess(Text(drive) + u"Tux.exe"), u"Tux") << Narrow(drive);
+    }
+    for (const TextView other : {u"@:", u"[:", u"`:", u"{:", u"1:"}) {
+        EXPECT_EQ(IdentifyProcess(Text(other) + u"Tux.exe"), other.substr(0, 1)) << Narrow(other);
+    }
+}
+
 class ForegroundGame : public testing::Test {
 protected:
     static Text NameOf(ForegroundKind kind, const char16_t* path = u"") {
