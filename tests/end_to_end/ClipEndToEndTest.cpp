@@ -22,7 +22,7 @@ using support::OpenFiles;
 using support::Probe;
 using support::TemporaryFolder;
 
-struct Road : testing::Test {
+struct ClipEndToEnd : testing::Test {
     CaptureConfig Config(int fps = 30) const {
         CaptureConfig config;
         config.width = 1920;
@@ -87,7 +87,7 @@ void ExpectSpecifiedStream(const ClipFacts& facts, int fps) {
     EXPECT_NEAR(facts.seconds[1] - facts.seconds[0], 1.0 / fps, 1e-6);
 }
 
-TEST_F(Road, AClipHoldsEveryNumberOfItsSecondsExactlyOnceAndInOrder) {
+TEST_F(ClipEndToEnd, AClipHoldsEveryNumberOfItsSecondsExactlyOnceAndInOrder) {
     ASSERT_TRUE(engine.Configure(Config())) << support::ToUtf8(engine.statusText);
     ASSERT_TRUE(engine.StartReplay(true, 15)) << support::ToUtf8(engine.statusText);
     ASSERT_TRUE(Buffered(6));
@@ -110,7 +110,7 @@ TEST_F(Road, AClipHoldsEveryNumberOfItsSecondsExactlyOnceAndInOrder) {
     engine.StopAll();
 }
 
-TEST_F(Road, SavingInTheMiddleLosesNoFrameOfTheRingOrOfTheNextClip) {
+TEST_F(ClipEndToEnd, SavingInTheMiddleLosesNoFrameOfTheRingOrOfTheNextClip) {
     ASSERT_TRUE(engine.Configure(Config()));
     ASSERT_TRUE(engine.StartReplay(true, 15));
     ASSERT_TRUE(Buffered(3));
@@ -133,7 +133,7 @@ TEST_F(Road, SavingInTheMiddleLosesNoFrameOfTheRingOrOfTheNextClip) {
     engine.StopAll();
 }
 
-TEST_F(Road, AFullRingHoldsItsLengthAndDropsTheOldestSecond) {
+TEST_F(ClipEndToEnd, AFullRingHoldsItsLengthAndDropsTheOldestSecond) {
     ASSERT_TRUE(engine.Configure(Config()));
     ASSERT_TRUE(engine.StartReplay(true, 15));
     ASSERT_TRUE(Buffered(15));
@@ -148,7 +148,7 @@ TEST_F(Road, AFullRingHoldsItsLengthAndDropsTheOldestSecond) {
     engine.StopAll();
 }
 
-TEST_F(Road, AClipAtSixtyFramesASecondIsWholeAsWell) {
+TEST_F(ClipEndToEnd, AClipAtSixtyFramesASecondIsWholeAsWell) {
     ASSERT_TRUE(engine.Configure(Config(60)));
     ASSERT_TRUE(engine.StartReplay(true, 15)) << support::ToUtf8(engine.statusText);
     ASSERT_TRUE(Buffered(3));
@@ -158,7 +158,7 @@ TEST_F(Road, AClipAtSixtyFramesASecondIsWholeAsWell) {
     engine.StopAll();
 }
 
-TEST_F(Road, TheReplayFolderIsGoneAfterTheStop) {
+TEST_F(ClipEndToEnd, TheReplayFolderIsGoneAfterTheStop) {
     ASSERT_TRUE(engine.Configure(Config()));
     ASSERT_TRUE(engine.StartReplay(true, 15));
     const auto replay = ToPath(engine.replayDir);
@@ -177,7 +177,7 @@ std::size_t ResidentKiB() {
     return static_cast<std::size_t>(std::atoll(status.c_str() + status.find("VmRSS:") + 6));
 }
 
-TEST_F(Road, TwoHundredStartsAndStopsLeaveNoHandleThreadOrMemoryBehind) {
+TEST_F(ClipEndToEnd, TwoHundredStartsAndStopsLeaveNoHandleThreadOrMemoryBehind) {
     ASSERT_TRUE(engine.Configure(Config()));
     std::size_t files = 0;
     std::size_t threads = 0;

@@ -21,7 +21,7 @@ struct ProgramEndToEnd : testing::Test {
         command.insert(command.end(), more.begin(), more.end());
         return Spawned(command, {{"DISPLAY", display.Name()}}, folder.Path() / "desktop.log");
     }
-    TemporaryFolder folder{"zorvel-road"};
+    TemporaryFolder folder{"zorvel-program"};
     PrivateDisplay display;
 };
 
