@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "platform/Foreground.h"
-
 namespace zv {
 namespace {
 
@@ -126,18 +124,17 @@ Text SanitizeFolderName(Text name) {
     return name;
 }
 
-Text ForegroundGameName() {
-    const ForegroundProcess process = LookUpForeground();
-    switch (process.kind) {
-        case ForegroundKind::NoWindow:
-        case ForegroundKind::Own:
+Text ForegroundGameName(const FrontWindow& front) {
+    switch (front.kind) {
+        case FrontKind::None:
+        case FrontKind::Own:
             return {};
-        case ForegroundKind::Unknown:
+        case FrontKind::Unknown:
             return Text(desktopName);
-        case ForegroundKind::Known:
+        case FrontKind::Known:
             break;
     }
-    return IdentifyProcess(process.imagePath);
+    return IdentifyProcess(front.imagePath);
 }
 
 bool IsKnownGame(TextView imagePath) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "core/Text.h"
+#include "platform/FrontWindow.h"
 
 namespace zv {
 
@@ -13,8 +14,8 @@ Text IdentifyProcess(TextView imagePath);
 /// A name that every file system takes as a folder: at most 80 units, 85 with the "Game_" of a reserved name.
 Text SanitizeFolderName(Text name);
 
-/// The name of the game in front; empty when the present name should stay. Interface thread.
-Text ForegroundGameName();
+/// The name of the game in front. Empty if nothing or a window of this program is in front, and the last name stays.
+Text ForegroundGameName(const FrontWindow& front);
 
 /// Whether the capture badge shows over this process. A list of its own, narrower than the naming rules.
 bool IsKnownGame(TextView imagePath);

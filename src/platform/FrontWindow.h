@@ -1,8 +1,7 @@
-// The window in front, of whichever program. Interface thread only, after OpenSession.
+// The window in front, of any program. Interface thread only.
 #pragma once
 
 #include <cstdint>
-#include <optional>
 
 #include "core/Text.h"
 #include "platform/Monitors.h"
@@ -10,15 +9,25 @@
 
 namespace zv {
 
-struct FrontWindow {
-    std::uint32_t processId = 0;  ///< 0 when it cannot be told
-    bool ours = false;
-    Rectangle bounds;
-    Text className;
-    int dpi = 96;
-    MonitorEntry monitor;  ///< the one that shows most of it, else the primary one
+enum class FrontKind {
+    None,     ///< no window is in front
+    Own,      ///< a window of this program
+    Unknown,  ///< of a process that cannot be opened or read
+    Known     ///< `imagePath` is filled
 };
-/// The window in front. Nothing when there is none.
-std::optional<FrontWindow> LookUpFrontWindow();
+
+struct FrontWindow {
+    FrontKind kind = FrontKind::None;
+    std::uint32_t processId = 0;  ///< 0 if it is unknown
+    Text imagePath = {};          ///< full path of the process's image
+    Text className = {};
+    Rectangle bounds = {};  ///< with its frame, in coordinates of the desktop
+    int dpi = 96;
+    MonitorEntry monitor = {};  ///< shows most of the window, else the primary one; without its output
+};
+
+/// Asks the system anew. On Linux a Windows game under a compatibility layer has the path of its ".exe", and the
+/// desktop's own windows have the class names of Windows.
+FrontWindow LookUpFrontWindow();
 
 }  // namespace zv

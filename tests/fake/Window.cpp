@@ -221,11 +221,6 @@ Text KeyName(std::uint32_t virtualKey) {
     return found == TheWindows().keyNames.end() ? Text() : found->second;
 }
 
-std::optional<FrontWindow> LookUpFrontWindow() {
-    const Call call("LookUpFrontWindow");
-    return TheWindows().front;
-}
-
 void FlushScreen() { const Call call("FlushScreen"); }
 
 std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t code, std::uintptr_t, std::intptr_t) {

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "fake/Calls.h"
-#include "platform/FrontWindow.h"
 #include "platform/InformationBox.h"
 #include "platform/Keyboard.h"
 #include "platform/Session.h"
@@ -70,7 +69,6 @@ struct WindowControls {
     Point cursor;
     std::uint32_t heldModifiers = 0;
     std::map<std::uint32_t, Text> keyNames;
-    std::optional<FrontWindow> front;
 };
 
 WindowControls& TheWindows();

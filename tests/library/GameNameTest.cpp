@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "fake/Foreground.h"
-
 namespace zv {
 namespace {
 
@@ -179,29 +177,20 @@ TEST(ProcessName, ADriveWithoutAFolderIsNoPartOfTheName) {
 
 class ForegroundGame : public testing::Test {
 protected:
-    static Text NameOf(ForegroundKind kind, const char16_t* path = u"") {
-        fake::TheForeground().process = {kind, 12, path};
-        return ForegroundGameName();
-    }
+    static Text NameOf(FrontKind kind, const char16_t* path = u"") { return ForegroundGameName({kind, 12, path}); }
 };
 
-TEST_F(ForegroundGame, WithoutAWindowTheNameStays) { EXPECT_EQ(NameOf(ForegroundKind::NoWindow), u""); }
+TEST_F(ForegroundGame, WithoutAWindowTheNameStays) { EXPECT_EQ(NameOf(FrontKind::None), u""); }
 
 TEST_F(ForegroundGame, WithTheProgramsOwnWindowTheNameStays) {
-    EXPECT_EQ(NameOf(ForegroundKind::Own, u"C:\\zorvel.exe"), u"");
+    EXPECT_EQ(NameOf(FrontKind::Own, u"C:\\zorvel.exe"), u"");
 }
 
-TEST_F(ForegroundGame, ThatCannotBeReadIsTheDesktop) { EXPECT_EQ(NameOf(ForegroundKind::Unknown), u"Desktop"); }
+TEST_F(ForegroundGame, ThatCannotBeReadIsTheDesktop) { EXPECT_EQ(NameOf(FrontKind::Unknown), u"Desktop"); }
 
 TEST_F(ForegroundGame, IsNamedByItsImage) {
-    EXPECT_EQ(NameOf(ForegroundKind::Known, u"C:\\r5apex.exe"), u"Apex Legends");
-    EXPECT_EQ(NameOf(ForegroundKind::Known, u"/usr/games/Tux-Shipping"), u"Tux");
-}
-
-TEST_F(ForegroundGame, IsLookedUpOnceForEachQuestion) {
-    const int before = fake::TheForeground().lookUps;
-    NameOf(ForegroundKind::Known, u"C:\\r5apex.exe");
-    EXPECT_EQ(fake::TheForeground().lookUps, before + 1);
+    EXPECT_EQ(NameOf(FrontKind::Known, u"C:\\r5apex.exe"), u"Apex Legends");
+    EXPECT_EQ(NameOf(FrontKind::Known, u"/usr/games/Tux-Shipping"), u"Tux");
 }
 
 TEST(KnownGame, EveryKeywordCountsAnywhereInTheFileName) {

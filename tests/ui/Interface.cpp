@@ -34,7 +34,7 @@ Interface::Interface() {
     fake::ResetEngine(Engine());
     fake::ResetClock();
     fake::TheEnvironment() = {};
-    fake::TheForeground() = {};
+    fake::TheFront() = {};
     fake::TheMonitors() = {};
     fake::ResetScreenGrab();
     fake::ResetTray();

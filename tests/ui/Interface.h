@@ -20,7 +20,7 @@
 #include "fake/Clock.h"
 #include "fake/Environment.h"
 #include "fake/Folders.h"
-#include "fake/Foreground.h"
+#include "fake/FrontWindow.h"
 #include "fake/Monitors.h"
 #include "fake/PopupMenu.h"
 #include "fake/ScreenGrab.h"

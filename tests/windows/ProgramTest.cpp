@@ -13,7 +13,7 @@
 #include "platform/Environment.h"
 #include "platform/Files.h"
 #include "platform/Folders.h"
-#include "platform/Foreground.h"
+#include "platform/FrontWindow.h"
 #include "platform/SingleInstance.h"
 #include "platform/Window.h"
 #include "support/Eventually.h"
@@ -123,8 +123,8 @@ TEST_F(Program, ASecondCopyBringsTheFirstForwardAndWritesNothing) {
     EXPECT_EQ(ContentOf(Data() / "Logs" / "zv-reels.log"), log);
     EXPECT_EQ(std::filesystem::last_write_time(Data() / "settings.ini"), written);
 
-    const ForegroundProcess front = LookUpForeground();
-    EXPECT_EQ(front.kind, ForegroundKind::Known);
+    const FrontWindow front = LookUpFrontWindow();
+    EXPECT_EQ(front.kind, FrontKind::Known);
     EXPECT_TRUE(front.imagePath.ends_with(u"\\zorvel.exe")) << Narrow(front.imagePath);
 }
 

@@ -285,12 +285,12 @@ TEST_F(OverlayWindow, IsShownOnTopWithoutActivation) {
     EXPECT_EQ(GetForegroundWindow(), Native());
     PlaceWindow(*window, {40, 30, 140, 90});
     EXPECT_EQ(WindowBounds(*window), (Rectangle{40, 30, 140, 90}));
-    const std::optional<FrontWindow> inFront = LookUpFrontWindow();
-    ASSERT_TRUE(inFront);
-    EXPECT_TRUE(inFront->ours);
-    EXPECT_EQ(inFront->processId, GetCurrentProcessId());
-    EXPECT_EQ(inFront->className, className);
-    EXPECT_EQ(inFront->bounds, WindowBounds(*front));
+    const FrontWindow inFront = LookUpFrontWindow();
+    EXPECT_EQ(inFront.kind, FrontKind::Own);
+    EXPECT_EQ(inFront.imagePath, u"");
+    EXPECT_EQ(inFront.processId, GetCurrentProcessId());
+    EXPECT_EQ(inFront.className, className);
+    EXPECT_EQ(inFront.bounds, WindowBounds(*front));
 }
 
 class CaptionedWindow : public Window {

@@ -39,7 +39,7 @@ void SelectDesktopPage(std::int32_t page) {
 }
 
 void ToggleQuickOverlay() {
-    RefreshGameName();
+    RefreshGameName(LookUpFrontWindow());
     AppWindow* window = Ui().overlayWindow;
     if (window == nullptr) {
         return;

@@ -7,15 +7,15 @@
 
 namespace zv {
 
-void RefreshGameName() {
-    Text name = ForegroundGameName();
+void RefreshGameName(const FrontWindow& front) {
+    Text name = ForegroundGameName(front);
     if (!name.empty()) {
         Ui().gameName = std::move(name);
     }
 }
 
 Text CurrentGameFolder() {
-    RefreshGameName();
+    RefreshGameName(LookUpFrontWindow());
     return JoinPath(CurrentSettings().captureRoot, Ui().gameName);
 }
 

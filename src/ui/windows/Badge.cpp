@@ -4,8 +4,6 @@
 
 #include "core/Settings.h"
 #include "library/GameName.h"
-#include "platform/Foreground.h"
-#include "platform/FrontWindow.h"
 #include "ui/kit/Colors.h"
 #include "ui/kit/Controls.h"
 #include "ui/kit/DrawingContext.h"
@@ -18,20 +16,16 @@
 namespace zv {
 namespace {
 
-/// Looks the program up only when another process is in front. If the process in front has changed since, the next tick
-/// looks again.
-void RefreshFrontProcess(std::uint32_t processId) {
-    UiGlobals& ui = Ui();
-    if (processId == ui.badge.processId) {
-        return;
+/// Decides once for each process that comes to the front whether it is a known game.
+void RefreshFrontProcess(const FrontWindow& front) {
+    BadgeRecord& badge = Ui().badge;
+    if (front.processId != badge.processId) {
+        badge.processId = front.processId;
+        badge.processIsKnownGame = IsKnownGame(front.imagePath);
     }
-    const ForegroundProcess process = LookUpForeground();
-    const bool same = process.processId == processId;
-    ui.badge.processId = same ? processId : 0;
-    ui.badge.processIsKnownGame = same && IsKnownGame(process.imagePath);
 }
 
-BadgeMoment CurrentMoment(const std::optional<FrontWindow>& front) {
+BadgeMoment CurrentMoment(const FrontWindow& front) {
     UiGlobals& ui = Ui();
     BadgeMoment moment;
     moment.overlayShown = IsOverlayShown();
@@ -41,12 +35,12 @@ BadgeMoment CurrentMoment(const std::optional<FrontWindow>& front) {
     moment.captureJobRuns = ui.capture.captureJobSlot.IsBusy();
     moment.monitorDevice = CurrentSettings().monitorDevice;
     moment.frontIsGame = ui.badge.processIsKnownGame;
-    moment.front = front ? &*front : nullptr;
+    moment.front = &front;
     return moment;
 }
 
 void DrawBadge(Canvas& canvas, const Rectangle& client) {
-    const BadgeState state = BadgeStateOf(CurrentMoment(std::nullopt));
+    const BadgeState state = BadgeStateOf(CurrentMoment({}));
     const Color accent = Drawing().accentColor;
     const std::int32_t middle = client.right / 2;
     const Rectangle right{middle, 0, client.right - 3, client.bottom};
@@ -61,19 +55,18 @@ void DrawBadge(Canvas& canvas, const Rectangle& client) {
 
 }  // namespace
 
-void UpdateBadge() {
+void UpdateBadge(const FrontWindow& front) {
     UiGlobals& ui = Ui();
     if (ui.badgeWindow == nullptr) {
         return;
     }
-    const std::optional<FrontWindow> front = LookUpFrontWindow();
-    RefreshFrontProcess(front ? front->processId : 0);
+    RefreshFrontProcess(front);
     const BadgeMoment moment = CurrentMoment(front);
     if (!ShowsBadge(moment)) {
         HideBadge();
         return;
     }
-    ShowTopmostAt(*ui.badgeWindow, BadgeBounds(front->monitor.Bounds(), front->dpi));
+    ShowTopmostAt(*ui.badgeWindow, BadgeBounds(front.monitor.Bounds(), front.dpi));
     const auto state = static_cast<std::uint32_t>(BadgeStateOf(moment));
     if (state != ui.badge.badgeState) {
         ui.badge.badgeState = state;

@@ -13,7 +13,7 @@ std::int32_t AtDpi(std::int32_t value, std::int32_t dpi) { return (value * dpi +
 
 bool IsCandidate(const BadgeMoment& moment) {
     const FrontWindow* front = moment.front;
-    if (front == nullptr || front->processId == 0 || front->ours) {
+    if (front == nullptr || front->processId == 0 || front->kind == FrontKind::Own) {
         return false;
     }
     const bool otherMonitor = !moment.monitorDevice.empty() && moment.monitorDevice != front->monitor.deviceName;

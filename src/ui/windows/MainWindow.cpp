@@ -117,7 +117,7 @@ void OnDisplayChange() {
 void OnCollectionTimer(AppWindow& window) {
     if (CollectFastJobs()) {
         InvalidatePages();
-        UpdateBadge();
+        UpdateBadge(LookUpFrontWindow());
     }
     if (!IsFastJobBusy()) {
         StopTimer(window, collectionTimer);
@@ -125,8 +125,9 @@ void OnCollectionTimer(AppWindow& window) {
 }
 
 void OnHousekeepingTimer() {
-    RefreshGameName();
-    UpdateBadge();
+    const FrontWindow front = LookUpFrontWindow();
+    RefreshGameName(front);
+    UpdateBadge(front);
     if (Ui().capture.displayChangePending && !Ui().capture.captureJobSlot.IsBusy()) {
         Ui().capture.displayChangePending = false;
         RestartCaptureJob();

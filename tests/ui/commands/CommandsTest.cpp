@@ -29,9 +29,7 @@ protected:
         StartReplayJob();
         RunTo("StartReplay");
     }
-    void Foreground(TextView imagePath) {
-        fake::TheForeground().process = {ForegroundKind::Known, 99, Text(imagePath)};
-    }
+    void Foreground(TextView imagePath) { fake::TheFront() = {FrontKind::Known, 99, Text(imagePath)}; }
 };
 
 // Refusals, a row for each.
@@ -141,11 +139,11 @@ TEST_F(Commands, AClipIsSavedForTheGameInFrontAtTheTimeOfTheCommand) {
 TEST_F(Commands, AnUnknownForegroundKeepsTheLastGame) {
     Foreground(u"/games/r5apex");
     EXPECT_EQ(CurrentGameFolder(), JoinPath(Folder(u"captures"), u"Apex Legends"));
-    fake::TheForeground().process = {ForegroundKind::Own, 1, u""};
+    fake::TheFront() = {FrontKind::Own, 1, u""};
     EXPECT_EQ(CurrentGameFolder(), JoinPath(Folder(u"captures"), u"Apex Legends"));
-    fake::TheForeground().process = {ForegroundKind::NoWindow, 0, u""};
+    fake::TheFront() = {FrontKind::None, 0, u""};
     EXPECT_EQ(CurrentGameFolder(), JoinPath(Folder(u"captures"), u"Apex Legends"));
-    fake::TheForeground().process = {ForegroundKind::Unknown, 5, u""};
+    fake::TheFront() = {FrontKind::Unknown, 5, u""};
     EXPECT_EQ(CurrentGameFolder(), JoinPath(Folder(u"captures"), u"Desktop"));
     EXPECT_FALSE(std::filesystem::exists(ToPath(Folder(u"captures"))));
 }

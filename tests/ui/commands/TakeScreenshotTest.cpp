@@ -32,7 +32,7 @@ protected:
         CurrentSettings().monitorDevice = u"SECOND";
         fake::TheMonitors().monitors = {{u"FIRST", 0, 0, 1920, 1080, -1, true},
                                         {u"SECOND", 1920, 10, 1280, 1024, -1, false}};
-        fake::TheForeground().process = {ForegroundKind::Known, 99, u"C:\\Games\\r5apex.exe"};
+        fake::TheFront() = {FrontKind::Known, 99, u"C:\\Games\\r5apex.exe"};
         OpenMainWindow();
     }
     ~TakeScreenshotTest() override {
@@ -97,7 +97,8 @@ TEST_F(TakeScreenshotTest, FlushesTheScreenBeforeItStarts) {
     FinishScreenshot();
     const auto calls = fake::CallNames();
     EXPECT_THAT(std::vector<std::string>(calls.begin() + static_cast<std::ptrdiff_t>(before), calls.end()),
-                ElementsAre("FlushScreen", "StartTimer", "EnumerateMonitors", grab, "StopTimer"));
+                ElementsAre("FlushScreen", "LookUpFrontWindow", "StartTimer", "EnumerateMonitors", grab,
+                            "LookUpFrontWindow", "StopTimer"));
 }
 
 TEST_F(TakeScreenshotTest, ASecondPressIsRefusedAndOneFileIsWritten) {

@@ -10,6 +10,7 @@ namespace {
 class BadgeRules : public testing::Test {
 protected:
     BadgeRules() {
+        front_.kind = FrontKind::Known;
         front_.processId = 42;
         front_.className = u"GameWindow";
         front_.monitor = {u"Main", 0, 0, 1920, 1080, 0, true};
@@ -44,7 +45,7 @@ TEST_F(BadgeRules, AnUnknownProcessHidesIt) {
 }
 
 TEST_F(BadgeRules, TheProgramsOwnWindowsHaveNone) {
-    front_.ours = true;
+    front_.kind = FrontKind::Own;
     EXPECT_FALSE(Shows());
 }
 

@@ -10,7 +10,7 @@ namespace zv {
 namespace {
 
 using fake::CountOf;
-using fake::TheForeground;
+using fake::TheFront;
 using fake::TheMonitors;
 using fake::TheWindows;
 using testing::ElementsAre;
@@ -19,19 +19,18 @@ class Badge : public Notices {
 protected:
     /// A game of that image in front, in a window of the captured monitor, while the replay runs.
     void PlayInWindow(std::uint32_t processId, TextView image) {
-        FrontWindow front;
-        front.processId = processId;
+        FrontWindow front{FrontKind::Known, processId, Text(image)};
         front.className = u"GameWindow";
         front.monitor = TheMonitors().monitors.front();
         front.bounds = {100, 100, 1380, 820};
-        TheWindows().front = front;
-        TheForeground().process = {ForegroundKind::Known, processId, Text(image)};
+        TheFront() = front;
         Engine().replayRunning = true;
     }
     void PlayFullScreen() {
         PlayInWindow(77, u"C:\\Games\\Unheard.exe");
-        TheWindows().front->bounds = TheWindows().front->monitor.Bounds();
+        TheFront().bounds = TheFront().monitor.Bounds();
     }
+    static void UpdateBadge() { zv::UpdateBadge(LookUpFrontWindow()); }
     bool Shown() { return Of(badge_).shown; }
     bool ShownAfterUpdate() {
         UpdateBadge();
@@ -70,7 +69,7 @@ TEST_F(Badge, OnlyTheFileNameOfTheProgramCounts) {
 
 TEST_F(Badge, UsesTheDpiOfTheWindowInFront) {
     PlayFullScreen();
-    TheWindows().front->dpi = 144;
+    TheFront().dpi = 144;
     UpdateBadge();
     EXPECT_EQ(Of(badge_).bounds, (Rectangle{1767, 80, 1902, 128}));
 }
@@ -83,19 +82,19 @@ TEST_F(Badge, IsShownOverAFullScreenWindowOfAnyProgram) {
 TEST_F(Badge, IsHiddenWhenTheGameIsNoLongerInFront) {
     PlayFullScreen();
     UpdateBadge();
-    TheWindows().front.reset();
+    TheFront() = {};
     EXPECT_FALSE(ShownAfterUpdate());
 }
 
 TEST_F(Badge, TheDesktopHasNone) {
     PlayFullScreen();
-    TheWindows().front->className = u"Progman";
+    TheFront().className = u"Progman";
     EXPECT_FALSE(ShownAfterUpdate());
 }
 
 TEST_F(Badge, TheProgramsOwnWindowsHaveNone) {
     PlayFullScreen();
-    TheWindows().front->ours = true;
+    TheFront().kind = FrontKind::Own;
     EXPECT_FALSE(ShownAfterUpdate());
 }
 
@@ -141,37 +140,14 @@ TEST_F(Badge, IsHiddenOverAGameOnAnotherMonitor) {
     EXPECT_TRUE(ShownAfterUpdate());
 }
 
-TEST_F(Badge, TheProgramInFrontIsLookedUpOnceForEachProcess) {
-    PlayInWindow(5, u"C:\\cs2.exe");
-    for (int i = 0; i < 3; ++i) {
-        UpdateBadge();
-    }
-    EXPECT_EQ(TheForeground().lookUps, 1);
-    PlayInWindow(6, u"C:\\notepad.exe");
-    UpdateBadge();
-    UpdateBadge();
-    EXPECT_EQ(TheForeground().lookUps, 2);
-}
-
 TEST_F(Badge, AnUnreadableProcessIsNoGameUntilAnotherIsInFront) {
     PlayInWindow(5, u"");
-    TheForeground().process.kind = ForegroundKind::Unknown;
+    TheFront().kind = FrontKind::Unknown;
     EXPECT_FALSE(ShownAfterUpdate());
-    TheForeground().process = {ForegroundKind::Known, 5, u"C:\\cs2.exe"};
+    PlayInWindow(5, u"C:\\cs2.exe");
     EXPECT_FALSE(ShownAfterUpdate());
     PlayInWindow(6, u"C:\\cs2.exe");
     EXPECT_TRUE(ShownAfterUpdate());
-}
-
-TEST_F(Badge, AProcessThatCameToTheFrontMeanwhileIsNotMistakenForTheFirst) {
-    PlayInWindow(5, u"C:\\cs2.exe");
-    TheForeground().process = {ForegroundKind::Known, 6, u"C:\\notepad.exe"};
-    EXPECT_FALSE(ShownAfterUpdate());
-    TheForeground().process = {ForegroundKind::Known, 5, u"C:\\cs2.exe"};
-    EXPECT_TRUE(ShownAfterUpdate());
-    PlayInWindow(7, u"C:\\notepad.exe");
-    TheForeground().process = {ForegroundKind::Known, 8, u"C:\\cs2.exe"};
-    EXPECT_FALSE(ShownAfterUpdate());
 }
 
 TEST_F(Badge, IsRepaintedOnlyWhenItsStateChanges) {
@@ -195,15 +171,15 @@ TEST_F(Badge, IsRepaintedOnlyWhenItsStateChanges) {
     EXPECT_EQ(Of(badge_).invalidations, 3);
 }
 
-TEST_F(Badge, WithoutItsWindowNothingIsLookedUp) {
+TEST_F(Badge, WithoutItsWindowNothingIsShown) {
     PlayFullScreen();
     EXPECT_EQ(Ui().badgeWindow, badge_.get());
     badge_.reset();
     EXPECT_EQ(Ui().badgeWindow, nullptr);
-    const int before = CountOf("LookUpFrontWindow");
     UpdateBadge();
     HideBadge();
-    EXPECT_EQ(CountOf("LookUpFrontWindow"), before);
+    EXPECT_EQ(CountOf("ShowTopmostAt"), 0);
+    EXPECT_EQ(CountOf("HideWindow"), 0);
 }
 
 TEST_F(Badge, IsHiddenOnlyWhenItIsShown) {
@@ -259,7 +235,7 @@ TEST_F(Badge, SaysRecInRedWhileARecordingRuns) {
 TEST_F(Badge, ItsHalvesScaleWithTheWindowAndUseTheThemesColour) {
     Drawing().accentColor = Rgb(81, 151, 255);
     PlayFullScreen();
-    TheWindows().front->dpi = 192;
+    TheFront().dpi = 192;
     UpdateBadge();
     EXPECT_THAT(Paint(*badge_),
                 ElementsAre("fill 0,0,180,64 20,15,30", "text 2,0,90,64 17/600 centred 81,151,255 \"ZV\"",

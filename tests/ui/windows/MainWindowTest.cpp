@@ -54,10 +54,11 @@ protected:
     /// A game that fills its monitor, in front.
     static void PutGameInFront() {
         FrontWindow front;
+        front.kind = FrontKind::Known;
         front.processId = 77;
         front.bounds = {0, 0, 1920, 1080};
         front.monitor = {u"Main", 0, 0, 1920, 1080, 0, true};
-        TheWindows().front = front;
+        fake::TheFront() = front;
     }
     fake::WindowRecord& OverlayRecord() { return fake::RecordOf(*overlay_); }
     Owned<AppWindow> overlay_;
@@ -168,11 +169,17 @@ TEST_F(MainWindow, APollThatThrowsShowsAFixedText) {
     EXPECT_EQ(Ui().capture.secondsReady, 0);
 }
 
+TEST_F(MainWindow, EachTickLooksOnceForTheWindowInFront) {
+    const int before = CountOf("LookUpFrontWindow");
+    Tick();
+    EXPECT_EQ(CountOf("LookUpFrontWindow"), before + 1);
+}
+
 TEST_F(MainWindow, EachTickAsksForTheGameInFront) {
-    fake::TheForeground().process = {ForegroundKind::Known, 9, u"C:\\x\\RocketLeague.exe"};
+    fake::TheFront() = {FrontKind::Known, 9, u"C:\\x\\RocketLeague.exe"};
     Tick();
     EXPECT_EQ(Ui().gameName, u"Rocket League");
-    fake::TheForeground().process = {ForegroundKind::Own, 1, u""};
+    fake::TheFront() = {FrontKind::Own, 1, u""};
     Tick();
     EXPECT_EQ(Ui().gameName, u"Rocket League");
 }
@@ -544,7 +551,7 @@ TEST_F(MainWindow, TheTickShowsTheBadgeOverAGameAndHidesItElsewhere) {
     Tick();
     EXPECT_TRUE(IsWindowShown(*badge_));
     AwaitPoll();
-    TheWindows().front.reset();
+    fake::TheFront() = {};
     Tick();
     EXPECT_FALSE(IsWindowShown(*badge_));
 }

@@ -85,10 +85,10 @@ TEST_F(OverlayWindow, OpensAndClosesWithoutActivation) {
 }
 
 TEST_F(OverlayWindow, RefreshesTheGameNameWhenItOpensAndCloses) {
-    fake::TheForeground().process = {ForegroundKind::Known, 99, u"/games/Alpha.exe"};
+    fake::TheFront() = {FrontKind::Known, 99, u"/games/Alpha.exe"};
     ToggleQuickOverlay();
     EXPECT_EQ(Ui().gameName, u"Alpha");
-    fake::TheForeground().process = {ForegroundKind::Known, 100, u"/games/Beta.exe"};
+    fake::TheFront() = {FrontKind::Known, 100, u"/games/Beta.exe"};
     ToggleQuickOverlay();
     EXPECT_EQ(Ui().gameName, u"Beta");
 }

@@ -5,7 +5,9 @@
 #include <xcb/randr.h>
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 #include "core/Utf8.h"
 #include "platform/linux/x11/Extensions.h"
@@ -15,25 +17,6 @@ namespace zv::x11 {
 namespace {
 
 constexpr std::uint32_t upright = 1;
-
-bool HasMonitors(xcb_connection_t* connection) {
-    if (!HasExtension(connection, xcb_randr_id)) {
-        return false;
-    }
-    const Reply<xcb_randr_query_version_reply_t> version(
-        xcb_randr_query_version_reply(connection, xcb_randr_query_version(connection, 1, 5), nullptr));
-    return version != nullptr && (version->major_version > 1 || version->minor_version >= 5);
-}
-
-Text AtomName(xcb_connection_t* connection, xcb_atom_t atom) {
-    const Reply<xcb_get_atom_name_reply_t> reply(
-        xcb_get_atom_name_reply(connection, xcb_get_atom_name(connection, atom), nullptr));
-    if (reply == nullptr) {
-        return {};
-    }
-    const auto length = static_cast<std::size_t>(xcb_get_atom_name_name_length(reply.get()));
-    return FromUtf8(std::string_view(xcb_get_atom_name_name(reply.get()), length));
-}
 
 /// RandR rotates counter-clockwise, the record clockwise.
 std::uint32_t RotationOf(std::uint16_t rotation) {
@@ -49,43 +32,83 @@ std::uint32_t RotationOf(std::uint16_t rotation) {
     }
 }
 
-/// The rotation of the monitor's first output; none if it has no output.
-std::uint32_t ReadRotation(xcb_connection_t* connection, const xcb_randr_monitor_info_t& monitor) {
-    if (xcb_randr_monitor_info_outputs_length(&monitor) < 1) {
-        return upright;
-    }
-    const xcb_randr_output_t output = *xcb_randr_monitor_info_outputs(&monitor);
-    const Reply<xcb_randr_get_output_info_reply_t> info(xcb_randr_get_output_info_reply(
-        connection, xcb_randr_get_output_info(connection, output, XCB_CURRENT_TIME), nullptr));
-    if (info == nullptr || info->crtc == XCB_NONE) {
-        return upright;
-    }
-    const Reply<xcb_randr_get_crtc_info_reply_t> crtc(xcb_randr_get_crtc_info_reply(
-        connection, xcb_randr_get_crtc_info(connection, info->crtc, XCB_CURRENT_TIME), nullptr));
-    return crtc == nullptr ? upright : RotationOf(crtc->rotation);
-}
-
-ScreenMonitor Describe(xcb_connection_t* connection, const xcb_randr_monitor_info_t& info) {
+struct AskedMonitor {
     ScreenMonitor monitor;
-    monitor.output.deviceName = AtomName(connection, info.name);
-    monitor.output.bounds = {info.x, info.y, info.x + info.width, info.y + info.height};
-    monitor.output.described = !monitor.output.deviceName.empty();
-    monitor.output.attached = true;
-    monitor.primary = info.primary != 0;
-    monitor.output.rotation = ReadRotation(connection, info);
-    return monitor;
+    std::optional<xcb_randr_output_t> output = std::nullopt;  ///< the first one, whose rotation counts
+    xcb_get_atom_name_cookie_t name = {};
+    xcb_randr_get_output_info_cookie_t outputInfo = {};
+    std::optional<xcb_randr_get_crtc_info_cookie_t> crtcInfo = std::nullopt;
+};
+
+/// Sends the questions about a monitor that do not depend on an answer.
+AskedMonitor Ask(xcb_connection_t* connection, const xcb_randr_monitor_info_t& info) {
+    AskedMonitor asked;
+    asked.monitor.output.bounds = {info.x, info.y, info.x + info.width, info.y + info.height};
+    asked.monitor.output.attached = true;
+    asked.monitor.output.rotation = upright;  // of a monitor without an output
+    asked.monitor.primary = info.primary != 0;
+    asked.name = xcb_get_atom_name(connection, info.name);
+    if (xcb_randr_monitor_info_outputs_length(&info) > 0) {
+        asked.output = *xcb_randr_monitor_info_outputs(&info);
+        asked.outputInfo = xcb_randr_get_output_info(connection, *asked.output, XCB_CURRENT_TIME);
+    }
+    return asked;
 }
 
-std::vector<ScreenMonitor> ReadRandr(xcb_connection_t* connection, xcb_window_t root) {
-    std::vector<ScreenMonitor> monitors;
-    const Reply<xcb_randr_get_monitors_reply_t> reply(
-        xcb_randr_get_monitors_reply(connection, xcb_randr_get_monitors(connection, root, 1), nullptr));
-    if (reply == nullptr) {
-        return monitors;
+void ReadNameAndAskForRotation(xcb_connection_t* connection, AskedMonitor& asked) {
+    const Reply<xcb_get_atom_name_reply_t> name(xcb_get_atom_name_reply(connection, asked.name, nullptr));
+    if (name != nullptr) {
+        const auto length = static_cast<std::size_t>(xcb_get_atom_name_name_length(name.get()));
+        asked.monitor.output.deviceName = FromUtf8(std::string_view(xcb_get_atom_name_name(name.get()), length));
     }
+    asked.monitor.output.described = !asked.monitor.output.deviceName.empty();
+    if (!asked.output) {
+        return;
+    }
+    const Reply<xcb_randr_get_output_info_reply_t> info(
+        xcb_randr_get_output_info_reply(connection, asked.outputInfo, nullptr));
+    if (info != nullptr && info->crtc != XCB_NONE) {
+        asked.crtcInfo = xcb_randr_get_crtc_info(connection, info->crtc, XCB_CURRENT_TIME);
+    }
+}
+
+void ReadRotation(xcb_connection_t* connection, AskedMonitor& asked) {
+    if (!asked.crtcInfo) {
+        return;
+    }
+    const Reply<xcb_randr_get_crtc_info_reply_t> crtc(
+        xcb_randr_get_crtc_info_reply(connection, *asked.crtcInfo, nullptr));
+    if (crtc != nullptr) {
+        asked.monitor.output.rotation = RotationOf(crtc->rotation);
+    }
+}
+
+/// Three round trips, whatever the number of monitors. Empty if the server's RandR is older than 1.5.
+std::vector<ScreenMonitor> ReadRandr(xcb_connection_t* connection, xcb_window_t root) {
+    if (!HasExtension(connection, xcb_randr_id)) {
+        return {};
+    }
+    const auto versionCookie = xcb_randr_query_version(connection, 1, 5);
+    const auto monitorsCookie = xcb_randr_get_monitors(connection, root, 1);
+    const Reply<xcb_randr_query_version_reply_t> version(
+        xcb_randr_query_version_reply(connection, versionCookie, nullptr));
+    const Reply<xcb_randr_get_monitors_reply_t> reply(
+        xcb_randr_get_monitors_reply(connection, monitorsCookie, nullptr));
+    if (version == nullptr || reply == nullptr) {
+        return {};
+    }
+    std::vector<AskedMonitor> asked;
     for (auto each = xcb_randr_get_monitors_monitors_iterator(reply.get()); each.rem > 0;
          xcb_randr_monitor_info_next(&each)) {
-        monitors.push_back(Describe(connection, *each.data));
+        asked.push_back(Ask(connection, *each.data));
+    }
+    for (AskedMonitor& each : asked) {
+        ReadNameAndAskForRotation(connection, each);
+    }
+    std::vector<ScreenMonitor> monitors;
+    for (AskedMonitor& each : asked) {
+        ReadRotation(connection, each);
+        monitors.push_back(std::move(each.monitor));
     }
     return monitors;
 }
@@ -110,10 +133,7 @@ MonitorEntry EntryOf(const ScreenMonitor& monitor) {
 }
 
 std::vector<ScreenMonitor> QueryMonitors(xcb_connection_t* connection, xcb_window_t root) {
-    std::vector<ScreenMonitor> monitors;
-    if (HasMonitors(connection)) {
-        monitors = ReadRandr(connection, root);
-    }
+    std::vector<ScreenMonitor> monitors = ReadRandr(connection, root);
     if (monitors.empty()) {
         monitors = ReadRoot(connection, root);
     }
@@ -125,6 +145,19 @@ std::vector<ScreenMonitor> QueryMonitors(xcb_connection_t* connection, xcb_windo
         monitors.front().primary = true;
     }
     return monitors;
+}
+
+MonitorEntry MonitorShowing(const std::vector<ScreenMonitor>& monitors, const Rectangle& part) {
+    const ScreenMonitor* best = nullptr;
+    std::int64_t most = 0;
+    for (const ScreenMonitor& monitor : monitors) {
+        const std::int64_t pixels = Intersection(monitor.output.bounds, part).Area();
+        if (pixels > most || (best == nullptr && monitor.primary)) {
+            best = &monitor;
+            most = pixels;
+        }
+    }
+    return best != nullptr ? EntryOf(*best) : MonitorEntry{};
 }
 
 const xcb_screen_t* ScreenOf(xcb_connection_t* connection, int index) {

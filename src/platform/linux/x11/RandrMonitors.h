@@ -21,6 +21,9 @@ MonitorEntry EntryOf(const ScreenMonitor& monitor);
 /// read any more is not described.
 std::vector<ScreenMonitor> QueryMonitors(xcb_connection_t* connection, xcb_window_t root);
 
+/// The one that shows most of `part`, else the primary one.
+MonitorEntry MonitorShowing(const std::vector<ScreenMonitor>& monitors, const Rectangle& part);
+
 /// The screen that the display's name selects, or null if the connection is broken.
 const xcb_screen_t* ScreenOf(xcb_connection_t* connection, int index);
 

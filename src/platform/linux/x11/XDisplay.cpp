@@ -1,7 +1,11 @@
 #include "platform/linux/x11/XDisplay.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <iterator>
 #include <string>
+#include <string_view>
 
 #include "platform/linux/posix/EnvironmentLock.h"
 #include "platform/linux/x11/RandrMonitors.h"
@@ -13,12 +17,28 @@ struct ThreadConnection {
     x11::Connection connection;
     std::string name;
     xcb_window_t root = 0;
+    FrontAtoms atoms;
 };
 
 std::string DisplayName() {
     const std::lock_guard guard(EnvironmentLock());
     const char* name = std::getenv("DISPLAY");
     return name != nullptr ? name : "";
+}
+
+FrontAtoms ReadAtoms(xcb_connection_t* connection) {
+    constexpr std::string_view names[] = {"_NET_ACTIVE_WINDOW", "_NET_WM_PID", "_NET_WM_WINDOW_TYPE",
+                                          "_NET_WM_WINDOW_TYPE_DESKTOP", "_NET_WM_WINDOW_TYPE_DOCK"};
+    std::array<xcb_intern_atom_cookie_t, std::size(names)> cookies{};
+    std::transform(std::begin(names), std::end(names), cookies.begin(), [&](std::string_view name) {
+        return xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
+    });
+    std::array<xcb_atom_t, std::size(names)> atoms{};
+    std::transform(cookies.begin(), cookies.end(), atoms.begin(), [&](xcb_intern_atom_cookie_t cookie) {
+        const auto reply = Adopt(xcb_intern_atom_reply(connection, cookie, nullptr));
+        return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+    });
+    return {atoms[0], atoms[1], atoms[2], atoms[3], atoms[4]};
 }
 
 void Connect(ThreadConnection& thread, const std::string& name) {
@@ -31,6 +51,7 @@ void Connect(ThreadConnection& thread, const std::string& name) {
         return;
     }
     thread.root = screen->root;
+    thread.atoms = ReadAtoms(thread.connection.get());
 }
 
 /// Returns true if the server replies. Discards the events that every client gets.
@@ -55,13 +76,7 @@ std::optional<XDisplay> ThreadDisplay() {
     if (!thread.connection || thread.root == 0) {
         return std::nullopt;
     }
-    return XDisplay{thread.connection.get(), thread.root};
-}
-
-xcb_atom_t ExistingAtom(const XDisplay& display, std::string_view name) {
-    const auto cookie = xcb_intern_atom(display.connection, 1, static_cast<std::uint16_t>(name.size()), name.data());
-    const auto reply = Adopt(xcb_intern_atom_reply(display.connection, cookie, nullptr));
-    return reply ? reply->atom : 0;
+    return XDisplay{thread.connection.get(), thread.root, thread.atoms};
 }
 
 std::optional<std::uint32_t> NumberProperty(const XDisplay& display, xcb_window_t window, xcb_atom_t property) {
@@ -71,11 +86,6 @@ std::optional<std::uint32_t> NumberProperty(const XDisplay& display, xcb_window_
         return std::nullopt;
     }
     return *static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
-}
-
-std::optional<std::uint32_t> NumberProperty(const XDisplay& display, xcb_window_t window, std::string_view name) {
-    const xcb_atom_t atom = ExistingAtom(display, name);
-    return atom == 0 ? std::nullopt : NumberProperty(display, window, atom);
 }
 
 }  // namespace zv

@@ -7,7 +7,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string_view>
 
 #include "platform/linux/x11/Xcb.h"
 
@@ -15,20 +14,26 @@ namespace zv {
 
 using x11::Adopt;
 
+/// Numbers of names on the server.
+struct FrontAtoms {
+    xcb_atom_t netActiveWindow = XCB_ATOM_NONE;
+    xcb_atom_t netWmPid = XCB_ATOM_NONE;
+    xcb_atom_t netWmWindowType = XCB_ATOM_NONE;
+    xcb_atom_t netWmWindowTypeDesktop = XCB_ATOM_NONE;
+    xcb_atom_t netWmWindowTypeDock = XCB_ATOM_NONE;
+};
+
 struct XDisplay {
     xcb_connection_t* connection = nullptr;
     xcb_window_t root = 0;
+    FrontAtoms atoms;
 };
 
 /// The calling thread's own connection, opened on the first call and kept while it works and the thread lives. Nothing
 /// if there is no display.
 std::optional<XDisplay> ThreadDisplay();
 
-/// 0 if no client has interned the name.
-xcb_atom_t ExistingAtom(const XDisplay& display, std::string_view name);
-
 /// The first 32-bit value of a window's property.
 std::optional<std::uint32_t> NumberProperty(const XDisplay& display, xcb_window_t window, xcb_atom_t property);
-std::optional<std::uint32_t> NumberProperty(const XDisplay& display, xcb_window_t window, std::string_view name);
 
 }  // namespace zv

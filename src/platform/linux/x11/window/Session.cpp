@@ -89,7 +89,7 @@ void SendClientMessage(xcb_window_t target, xcb_window_t subject, xcb_atom_t typ
 }
 
 std::optional<std::uint32_t> ReadNumberProperty(Session& session, xcb_window_t window, xcb_atom_t property) {
-    return NumberProperty({session.connection.get(), session.screen->root}, window, property);
+    return NumberProperty({session.connection.get(), session.screen->root, {}}, window, property);
 }
 
 bool Synchronize(Session& session) {

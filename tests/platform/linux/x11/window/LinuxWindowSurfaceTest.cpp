@@ -550,14 +550,11 @@ TEST_F(LinuxWindowSurface, AWindowManagerEnforcesTheMinimumSizeAndRaisesTheWindo
     EXPECT_EQ(numbers[6], 200U);
     ShowInFront(*window);
     EXPECT_TRUE(RunUntilReceived(*window, message::setFocus));
-    ASSERT_TRUE(RunUntil(*window, [] {
-        const auto front = LookUpFrontWindow();
-        return front && front->ours;
-    }));
-    const std::optional<FrontWindow> front = LookUpFrontWindow();
-    EXPECT_EQ(front->className, u"Zorvel");
-    EXPECT_GT(front->bounds.Height(), 300) << "with its frame";
-    EXPECT_EQ(front->monitor, (MonitorEntry{u"screen", 0, 0, 800, 600, -1, true}));
+    ASSERT_TRUE(RunUntil(*window, [] { return LookUpFrontWindow().kind == FrontKind::Own; }));
+    const FrontWindow front = LookUpFrontWindow();
+    EXPECT_EQ(front.className, u"Zorvel");
+    EXPECT_GT(front.bounds.Height(), 300) << "with its frame";
+    EXPECT_EQ(front.monitor, (MonitorEntry{u"screen", 0, 0, 800, 600, -1, true}));
     EXPECT_FALSE(IsWindowIcon(*window));
 }
 

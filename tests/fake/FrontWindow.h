@@ -1,0 +1,10 @@
+// The window in front, as a test sets it. A look is noted as "LookUpFrontWindow".
+#pragma once
+
+#include "platform/FrontWindow.h"
+
+namespace zv::fake {
+
+FrontWindow& TheFront();
+
+}  // namespace zv::fake
