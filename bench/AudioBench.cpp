@@ -41,7 +41,7 @@ void ConvertAndFile(benchmark::State& state, zv::SourceFormat format) {
     zv::AudioRing ring;
     std::int64_t position = 0;
     for (auto _ : state) {
-        zv::StorePacket(ring, format, {bytes.data(), frames}, zv::PacketPlace(position, 0, frames, format.sampleRate));
+        zv::StorePacket(ring, format, {bytes.data(), frames}, zv::PacketRange(position, 0, frames, format.sampleRate));
         position += 100000;
         ring.readPosition += 480;
     }

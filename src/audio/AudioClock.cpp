@@ -20,7 +20,7 @@ std::int64_t TargetFrame(std::int64_t now, std::int64_t captureStartTime) {
     return (now - outputLag - captureStartTime) * outputRate / unitsPerSecond;
 }
 
-FrameRange PacketPlace(std::int64_t position, std::int64_t captureStartTime, std::uint32_t frames,
+FrameRange PacketRange(std::int64_t position, std::int64_t captureStartTime, std::uint32_t frames,
                        std::uint32_t sampleRate) {
     const double exact = static_cast<double>(Difference(position, captureStartTime)) * framesPerUnit;
     const std::int64_t first = std::llround(exact);
@@ -32,7 +32,7 @@ std::int64_t PositionEndingNow(std::int64_t now, std::uint32_t frames, std::uint
     return now - static_cast<std::int64_t>(frames) * unitsPerSecond / sampleRate;
 }
 
-std::int64_t CountedPlace(std::int64_t startTime, std::int64_t captureStartTime, std::int64_t framesBefore) {
+std::int64_t CountedFrame(std::int64_t startTime, std::int64_t captureStartTime, std::int64_t framesBefore) {
     return (startTime - captureStartTime) * outputRate / unitsPerSecond + framesBefore;
 }
 

@@ -3,7 +3,7 @@
 namespace zv {
 namespace {
 
-/// A sum that is not a number becomes silence: a reader of raw floats takes it for a broken stream.
+/// A sum that is not a number becomes silence: a reader of raw floats would treat it as a broken stream.
 float Clip(float value) {
     if (value != value) {
         return 0.0F;

@@ -18,7 +18,7 @@ struct AudioMix {
     std::array<float, blockFloats> block{};
 };
 
-/// True as long as the wall clock says that another block should exist.
+/// Returns true while another block is due by the wall clock.
 bool BlockIsDue(const AudioMix& mix, std::int64_t targetFrame);
 
 /// Makes the block at `nextBlockFrame` from silence and both sources, clipped to -1 and +1.

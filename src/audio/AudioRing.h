@@ -1,7 +1,7 @@
-// Two seconds of output audio of one source, each frame filed under its number on the output timeline.
+// Two seconds of output audio of one source, each frame stored by its number on the output timeline.
 //
-// A slot counts only while its stamp equals the frame asked for; whatever else lies there is two seconds old and
-// reads as silence. Only the audio thread touches a ring.
+// A slot is valid only if its stamp equals the requested frame; anything else is two seconds old and reads as
+// silence. Only the audio thread touches a ring.
 #pragma once
 
 #include <cstdint>
@@ -32,10 +32,10 @@ struct FrameRange {
     std::int64_t end = 0;
 };
 
-/// The part of a range that the ring takes now: not yet past, and not more than two seconds ahead.
+/// The part of a range that the ring accepts now: not yet past, and not more than two seconds ahead.
 FrameRange Acceptable(const AudioRing& ring, FrameRange range);
 
-/// Files one frame. `t` lies in what Acceptable answered.
+/// Stores one frame. `t` is within the range that Acceptable returned.
 inline void StoreFrame(AudioRing& ring, std::int64_t t, StereoFrame frame) {
     const auto slot = static_cast<std::size_t>(t % ringFrames);
     ring.stamps[slot] = t;

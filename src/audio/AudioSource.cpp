@@ -39,11 +39,11 @@ Result OpenStream(AudioSource& source, const MixFormat& mix, bool loopback) {
     return OpenCaptureService(*source.endpoint);
 }
 
-void FileEndpointPacket(AudioSource& source, const AudioPacket& packet, std::int64_t captureStartTime) {
+void StoreEndpointPacket(AudioSource& source, const AudioPacket& packet, std::int64_t captureStartTime) {
     const std::uint32_t rate = source.format.sampleRate;
     const std::int64_t position =
         packet.timestampError ? PositionEndingNow(Counter100ns(), packet.frames, rate) : packet.position;
-    const FrameRange place = PacketPlace(position, captureStartTime, packet.frames, rate);
+    const FrameRange place = PacketRange(position, captureStartTime, packet.frames, rate);
     StorePacket(source.ring, source.format, {packet.silent ? nullptr : packet.data, packet.frames}, place);
 }
 
@@ -59,7 +59,7 @@ Result DrainEndpoint(AudioSource& source, std::int64_t captureStartTime) {
         if (Failed(result)) {
             return result;
         }
-        FileEndpointPacket(source, packet, captureStartTime);
+        StoreEndpointPacket(source, packet, captureStartTime);
         result = ReleasePacket(*source.endpoint, packet.frames);
         if (Failed(result)) {
             return result;

@@ -1,8 +1,8 @@
 // One audio endpoint that is being captured into a ring: system sound or the microphone.
 //
-// Each packet finds its place on the output timeline by its stamp, not by the samples before it, so a device clock
-// that runs fast or slow is put right at every packet. A microphone whose driver refuses the shared stream goes on
-// over the wave input instead. Only the audio thread touches a source.
+// Each packet is placed on the output timeline by its stamp, not by the samples before it, so a device clock that runs
+// fast or slow is corrected at every packet. A microphone whose driver refuses the shared stream uses the wave input
+// instead. Only the audio thread touches a source.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +25,7 @@ struct AudioSource {
     AudioRing ring;
     bool started = false;
     SourceFormat format;
-    Text stage;  ///< the step of opening under way, in the words of the failure message
+    Text stage;  ///< the current step of opening, as the failure message names it
 
     Owned<WaveInput> waveIn;
     int currentBuffer = 0;  ///< the buffer that is expected back next
@@ -33,15 +33,15 @@ struct AudioSource {
     std::int64_t waveInStartTime = 0;  ///< 100 ns
 };
 
-/// Opens the default endpoint; does not start it. Leaves `stage` at the step that failed.
+/// Opens the default endpoint without starting it. `stage` names the step that failed.
 Result OpenEndpoint(AudioSource& source, AudioEnumerator& enumerator, bool loopback);
 
 Result StartSource(AudioSource& source);
 
-/// Files everything that is waiting in the ring.
+/// Stores all waiting packets in the ring.
 Result DrainSource(AudioSource& source, std::int64_t captureStartTime);
 
-/// Stops and lets go of the device.
+/// Stops and releases the device.
 void DestroySource(AudioSource& source);
 
 }  // namespace zv

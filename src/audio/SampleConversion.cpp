@@ -43,7 +43,7 @@ float DecodeInteger32(const std::byte* at) {
     return static_cast<float>(static_cast<double>(Load<std::int32_t>(at)) * 4.656612873077393e-10);
 }
 
-/// The channels of one frame on the sides on which they are heard; `value` gives the value of a channel.
+/// Mixes the channels of one frame to stereo; `value` returns the value of a channel.
 template <class Value>
 StereoFrame MixChannels(std::uint32_t channels, const Value& value) {
     if (channels == 1) {
@@ -60,11 +60,11 @@ StereoFrame MixChannels(std::uint32_t channels, const Value& value) {
 }
 
 // The output frames from number `i` of a packet on. `channels` is the format's count, as a constant where it is the
-// usual one, so that the loop over further channels falls away.
+// usual one, so that the compiler removes the loop over further channels.
 
-/// At the output's own rate every output frame lies on a frame of the packet: there is nothing to interpolate.
+/// At the output's own rate every output frame is a frame of the packet, without interpolation.
 template <float (*Decode)(const std::byte*), std::size_t sampleBytes, class Channels>
-void TakeFrames(const SourceFormat& format, Channels channels, PacketSound sound, std::int64_t i,
+void CopyFrames(const SourceFormat& format, Channels channels, PacketSound sound, std::int64_t i,
                 std::span<StereoFrame> output) {
     const std::int64_t last = std::int64_t{sound.frames} - 1;
     for (StereoFrame& frame : output) {
@@ -92,10 +92,10 @@ void InterpolateFrames(const SourceFormat& format, Channels channels, PacketSoun
     }
 }
 
-/// Files run by run of slots, one or, across the ring's end, two, so that nothing is looked at twice for each frame.
+/// Stores contiguous runs of slots: one, or two across the ring's end.
 template <float (*Decode)(const std::byte*), std::size_t sampleBytes, class Channels>
-void FileRuns(AudioRing& ring, const SourceFormat& format, Channels channels, PacketSound sound, FrameRange part,
-              std::int64_t first) {
+void StoreRuns(AudioRing& ring, const SourceFormat& format, Channels channels, PacketSound sound, FrameRange part,
+               std::int64_t first) {
     for (std::int64_t t = part.begin; t < part.end;) {
         const std::int64_t slot = t % ringFrames;
         const std::int64_t count = std::min(part.end - t, ringFrames - slot);
@@ -103,7 +103,7 @@ void FileRuns(AudioRing& ring, const SourceFormat& format, Channels channels, Pa
         std::iota(stamp, stamp + count, t);
         const std::span<StereoFrame> output(ring.samples.begin() + slot, static_cast<std::size_t>(count));
         if (format.sampleRate == outputRate) {
-            TakeFrames<Decode, sampleBytes>(format, channels, sound, t - first, output);
+            CopyFrames<Decode, sampleBytes>(format, channels, sound, t - first, output);
         } else {
             InterpolateFrames<Decode, sampleBytes>(format, channels, sound, t - first, output);
         }
@@ -112,30 +112,30 @@ void FileRuns(AudioRing& ring, const SourceFormat& format, Channels channels, Pa
 }
 
 template <float (*Decode)(const std::byte*), std::size_t sampleBytes>
-void FileConverted(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange part,
-                   std::int64_t first) {
+void StoreConverted(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange part,
+                    std::int64_t first) {
     using Two = std::integral_constant<std::uint32_t, 2>;
     if (format.channels == Two::value) {
-        FileRuns<Decode, sampleBytes>(ring, format, Two(), sound, part, first);
+        StoreRuns<Decode, sampleBytes>(ring, format, Two(), sound, part, first);
     } else {
-        FileRuns<Decode, sampleBytes>(ring, format, format.channels, sound, part, first);
+        StoreRuns<Decode, sampleBytes>(ring, format, format.channels, sound, part, first);
     }
 }
 
-void FileSound(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange part, std::int64_t first) {
+void StoreSound(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange part, std::int64_t first) {
     if (format.isFloat) {
-        return format.bitsPerSample == 32 ? FileConverted<DecodeFloat32, 4>(ring, format, sound, part, first)
-                                          : FileConverted<DecodeFloat64, 8>(ring, format, sound, part, first);
+        return format.bitsPerSample == 32 ? StoreConverted<DecodeFloat32, 4>(ring, format, sound, part, first)
+                                          : StoreConverted<DecodeFloat64, 8>(ring, format, sound, part, first);
     }
     switch (format.bitsPerSample) {
         case 8:
-            return FileConverted<DecodeInteger8, 1>(ring, format, sound, part, first);
+            return StoreConverted<DecodeInteger8, 1>(ring, format, sound, part, first);
         case 16:
-            return FileConverted<DecodeInteger16, 2>(ring, format, sound, part, first);
+            return StoreConverted<DecodeInteger16, 2>(ring, format, sound, part, first);
         case 24:
-            return FileConverted<DecodeInteger24, 3>(ring, format, sound, part, first);
+            return StoreConverted<DecodeInteger24, 3>(ring, format, sound, part, first);
         default:
-            return FileConverted<DecodeInteger32, 4>(ring, format, sound, part, first);
+            return StoreConverted<DecodeInteger32, 4>(ring, format, sound, part, first);
     }
 }
 
@@ -168,7 +168,7 @@ void StorePacket(AudioRing& ring, const SourceFormat& format, PacketSound sound,
         }
         return;
     }
-    FileSound(ring, format, sound, part, place.begin);
+    StoreSound(ring, format, sound, part, place.begin);
 }
 
 }  // namespace zv

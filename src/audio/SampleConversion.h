@@ -1,7 +1,7 @@
 // From an endpoint's mix format to 48 kHz stereo float.
 //
-// Which formats are taken, how one sample is decoded, and how the frames of one packet become output frames: linear
-// interpolation that looks at this packet only and carries nothing over to the next.
+// Which formats are accepted, how one sample is decoded, and how the frames of one packet become output frames: linear
+// interpolation within one packet, with no state between packets.
 #pragma once
 
 #include <cstddef>
@@ -20,10 +20,10 @@ struct SourceFormat {
     bool isFloat = false;
 };
 
-/// The tag that counts: the extension's when there is one.
+/// The effective tag: that of the extension if there is one.
 std::uint32_t EffectiveTag(const MixFormat& mix);
 
-/// False when no conversion exists; `format` is filled in any case.
+/// Returns false if no conversion exists; `format` is filled in either case.
 bool AcceptFormat(const MixFormat& mix, SourceFormat& format);
 
 /// One packet's sound: `frames` frames of `format`. Null data or no frames is silence.
@@ -32,8 +32,8 @@ struct PacketSound {
     std::uint32_t frames = 0;
 };
 
-/// Converts and files the output frames of one packet, which together lie at `place`. What the ring does not take
-/// is not converted. Frames of silence are filed as zeros.
+/// Converts one packet and stores its output frames at `place`. Frames that the ring does not accept are not
+/// converted. Silence is stored as zeros.
 void StorePacket(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange place);
 
 }  // namespace zv

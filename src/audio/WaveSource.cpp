@@ -17,7 +17,7 @@ StereoFrame DecodeSample(const std::byte* at) {
 
 void StoreBuffer(AudioSource& source, const WaveBuffer& buffer, std::int64_t captureStartTime) {
     const std::int64_t count = buffer.bytesRecorded / 2;
-    const std::int64_t first = CountedPlace(source.waveInStartTime, captureStartTime, source.waveInFrames);
+    const std::int64_t first = CountedFrame(source.waveInStartTime, captureStartTime, source.waveInFrames);
     const FrameRange part = Acceptable(source.ring, {first, first + count});
     for (std::int64_t t = part.begin; t < part.end; ++t) {
         StoreFrame(source.ring, t, DecodeSample(buffer.data + 2 * (t - first)));

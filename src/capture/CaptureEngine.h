@@ -1,7 +1,7 @@
 // The capture engine: the one record that owns FFmpeg's children and what feeds them, and the operations on it.
 //
-// It knows nothing of windows. Every operation reports by a boolean and by a sentence in statusText. It has no lock:
-// at most one worker holds it at a time (ui/CaptureJobs.h), and the interface thread reads only the atomics.
+// It does not depend on the interface. Every operation reports by a boolean and by a sentence in statusText. It has no
+// lock: at most one worker holds it at a time (ui/CaptureJobs.h), and the interface thread reads only the atomics.
 #pragma once
 
 #include <atomic>

@@ -1,5 +1,5 @@
-// The files that a capture leaves on disk: their folders, reading them while they are written, and telling whether one
-// holds media.
+// The files that a capture leaves on disk: reading them while they are written, and checking whether
+// one holds media.
 #pragma once
 
 #include <string>
@@ -12,10 +12,10 @@ namespace zv {
 /// opened.
 std::string ReadFileCapped(TextView path);
 
-/// True when the file can be examined and is at least 1025 bytes long. Less than that is no finished MP4.
+/// Returns true if the file can be examined and has at least 1025 bytes. A finished MP4 is never shorter.
 bool HasMediaData(TextView path);
 
-/// `outputPath` with ".partial.mp4" behind it: the name under which a file is written until it is whole.
+/// `outputPath` with the suffix ".partial.mp4": the name of a file until it is complete.
 Text WorkingName(TextView outputPath);
 
 }  // namespace zv

@@ -1,4 +1,4 @@
-// Starting and stopping FFmpeg, the same way for every child that the engine has.
+// Starting and stopping FFmpeg, the same for every child of the engine.
 #include "capture/CaptureEngine.h"
 #include "capture/FfmpegCommandLine.h"
 
@@ -23,7 +23,7 @@ void AskToQuit(EncoderProcess& process) {
     }
 }
 
-/// True when the child ended by itself, within the time and with exit code 0; otherwise it is dead all the same.
+/// Returns true if the child ended by itself, within the time and with exit code 0; otherwise it is killed.
 bool EndChild(EncoderProcess& process, std::uint32_t timeoutMs) {
     if (WaitForExit(*process.process, timeoutMs)) {
         return ExitCode(*process.process) == 0;
@@ -64,11 +64,11 @@ bool CaptureEngine::StopChild(EncoderProcess& process, std::uint32_t timeoutMs) 
         StopFeeders(process);
         process.audio.reset();
         process.video.reset();
-        return false;  // the relay, stopped, stays
+        return false;  // keeps the stopped relay
     }
     AskToQuit(process);
     const bool endedWell = EndChild(process, timeoutMs);
-    StopFeeders(process);  // only now: FFmpeg finishes its file while its inputs are still there
+    StopFeeders(process);  // only now: FFmpeg finishes its file while its inputs still exist
     ResetProcess(process);
     return endedWell;
 }

@@ -1,5 +1,5 @@
-// The watch over what runs: notices a thread or a child that has died, stops the activity that it belongs to and says
-// why. Nothing is started again.
+// The health poll: detects a thread or a child that has died, stops the activity that it belongs to and reports why.
+// Nothing is restarted.
 #include "capture/CaptureEngine.h"
 #include "capture/SpeedCheck.h"
 #include "platform/Clock.h"
@@ -50,7 +50,7 @@ Text ErrorOr(const AudioCapture& audio, TextView otherwise) {
 /// A child that is held but has ended.
 bool HasDied(const EncoderProcess& process) { return process.process && !IsChildRunning(process); }
 
-/// The replay's video is gone. A recording that reads from the replay has all that it can get: it is saved first.
+/// The replay's video has ended. A recording that reads from the replay gets no more input, so it is saved first.
 void EndReplayWithoutVideo(CaptureEngine& engine) {
     const Text error = engine.replay.video->Error();
     if (engine.recording.relay && engine.recording.process) {

@@ -1,7 +1,7 @@
 // A recording of open length: from the segments of a running replay, or with a capture of its own.
 //
 // Either way the file is a fragmented MP4 under a working name, which gets its final name only when the child ended by
-// itself. A working file that was not renamed stays where it is.
+// itself. A working file that was not renamed is kept.
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -20,7 +20,7 @@ constexpr std::uint32_t passMs = 25;
 constexpr int mediaPasses = 160;  // 4 seconds
 constexpr int proofPasses = 480;  // 12 seconds
 
-/// An examination of the files that fails raises the file system's own exception.
+/// Throws the file system's exception if the files cannot be examined.
 bool CanWriteRecording(const Text& outputPath) {
     return CreateParentFolder(outputPath) && !std::filesystem::exists(ToPath(outputPath)) &&
            !std::filesystem::exists(ToPath(WorkingName(outputPath)));
@@ -33,7 +33,7 @@ bool WaitForBufferedMedia(CaptureEngine& engine) {
     return engine.BufferedSeconds() >= 1;
 }
 
-/// True once the remuxing child has written media and still runs.
+/// Returns true once the remuxing child has written media and still runs.
 bool WaitForProofOfLife(const EncoderProcess& process, const Text& workingName) {
     for (int pass = 0; pass < proofPasses && IsChildRunning(process) && !HasMediaData(workingName); ++pass) {
         SleepMs(passMs);
@@ -57,7 +57,7 @@ bool StartFromReplay(CaptureEngine& engine, const Text& workingName) {
 }
 
 bool StartOwnCapture(CaptureEngine& engine, const Text& workingName) {
-    engine.recording.relay.reset();  // of a start that failed; a child beside a relay is never asked to quit
+    engine.recording.relay.reset();  // left by a failed start; a child with a relay gets no quit command
     return engine.StartEncoder(engine.recording, RecordingArguments(workingName),
                                JoinPath(engine.cacheDir, u"recording.log"));
 }

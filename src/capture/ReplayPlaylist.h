@@ -32,7 +32,7 @@ Text PlaylistPath(TextView folder);
 /// The names that the playlist of `folder` lists; none when there is no playlist.
 SegmentNames ReadSegmentList(TextView folder);
 
-/// A segment's place for file-system calls. Empty for a name that the system has no form for.
+/// A segment's path for file-system calls. Empty if the system cannot represent the name.
 std::filesystem::path SegmentPath(TextView folder, const std::string& name);
 
 }  // namespace zv

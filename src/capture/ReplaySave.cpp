@@ -1,7 +1,7 @@
 // Saving a replay: the segments that the playlist lists at this moment become one MP4.
 //
 // They are copied aside first, so that the running FFmpeg cannot delete them, and a second, short FFmpeg joins the
-// copies without encoding anything. The file has its final name only when it is whole.
+// copies without encoding anything. The file gets its final name only when it is complete.
 #include <filesystem>
 #include <fstream>
 #include <system_error>
@@ -20,7 +20,7 @@ namespace {
 constexpr std::uint32_t joinMs = 60000;
 constexpr std::uint32_t stopMs = 1000;
 
-/// Copies the segments into `folder` and lists the copies in its concat file. False when a copy failed.
+/// Copies the segments into `folder` and lists the copies in its concat file. Returns false if a copy failed.
 bool CopySegments(const Text& replayFolder, const SegmentNames& names, const Text& folder, const Text& concatPath) {
     std::ofstream concat(ToPath(concatPath));
     concat << "ffconcat version 1.0\n";
@@ -35,7 +35,7 @@ bool CopySegments(const Text& replayFolder, const SegmentNames& names, const Tex
     return true;
 }
 
-/// Runs the joining child to its end. True when it ended by itself and the file holds something.
+/// Runs the joining child to its end. Returns true if it ended by itself and the file holds media.
 bool JoinSegments(CaptureEngine& engine, const Text& concatPath, const Text& workingName, const Text& logPath) {
     EncoderProcess child;
     if (!engine.StartChild(child, JoinArguments(concatPath, workingName), logPath)) {
@@ -64,7 +64,7 @@ bool SaveSegments(CaptureEngine& engine, const SegmentNames& names, const Text& 
     return saved;
 }
 
-/// An examination of the output that fails raises the file system's own exception.
+/// Throws the file system's exception if the output cannot be examined.
 bool IsFreeOutput(const Text& outputPath) {
     return CreateParentFolder(outputPath) && !std::filesystem::exists(ToPath(outputPath));
 }

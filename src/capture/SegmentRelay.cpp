@@ -14,10 +14,7 @@ namespace zv {
 namespace {
 
 constexpr std::uint32_t readyMs = 5000;
-constexpr std::uint32_t connectMs = 5000;
-constexpr std::uint32_t writeMs = 5000;
 constexpr std::uint32_t stopMs = 6000;
-constexpr std::uint32_t pollMs = 25;
 constexpr std::uint32_t pipeBytes = 0x100000;
 constexpr std::size_t blockBytes = 0x40000;
 
@@ -29,6 +26,7 @@ std::atomic<std::uint32_t> pipeCounter{0};
 struct RelayWorker {
     SegmentRelay& relay;
     Text folder;
+    RelayLimits limits;
     Owned<BytePipe> pipe;
     Owned<PipeWrite> write;  ///< destroyed before its pipe
     std::string lastSent;
@@ -38,11 +36,11 @@ struct RelayWorker {
             return;
         }
         relay.worker_.ReportReady();
-        if (ConnectPipe(*pipe, *relay.abortEvent_, connectMs) != PipeConnect::Connected) {
+        if (ConnectPipe(*pipe, *relay.abortEvent_, limits.connectMs) != PipeConnect::Connected) {
             return;  // still marked as running: the reader fails, and that is reported
         }
         while (!relay.worker_.StopRequested() && SendNewSegments()) {
-            WaitAny({&relay.worker_.StopEvent()}, pollMs);
+            WaitAny({&relay.worker_.StopEvent()}, limits.pollMs);
         }
         relay.running = false;
     }
@@ -84,8 +82,8 @@ struct RelayWorker {
 
     bool SendBlock(const std::byte* bytes, std::size_t count) {
         const WriteBegin begun = BeginWrite(*write, bytes, count);
-        return begun == WriteBegin::Done ||
-               (begun == WriteBegin::Pending && FinishWrite(*write, *relay.abortEvent_, writeMs) == WriteEnd::Done);
+        return begun == WriteBegin::Done || (begun == WriteBegin::Pending &&
+                                             FinishWrite(*write, *relay.abortEvent_, limits.writeMs) == WriteEnd::Done);
     }
 };
 
@@ -93,7 +91,7 @@ SegmentRelay::SegmentRelay() = default;
 
 SegmentRelay::~SegmentRelay() { Stop(); }
 
-bool SegmentRelay::Start(const Text& replayFolder) {
+bool SegmentRelay::Start(const Text& replayFolder, const RelayLimits& limits) {
     Stop();
     abortEvent_ = MakeEvent();
     if (!abortEvent_) {
@@ -102,8 +100,8 @@ bool SegmentRelay::Start(const Text& replayFolder) {
     pipeName_ = zv::PipeName(u"ZVSegments-", ++pipeCounter);
     WorkerOptions options;
     options.readyMs = readyMs;
-    return worker_.Start(std::move(options), [this, replayFolder] {
-        RelayWorker{*this, replayFolder, nullptr, nullptr, {}}.Serve();
+    return worker_.Start(std::move(options), [this, replayFolder, limits] {
+        RelayWorker{*this, replayFolder, limits, nullptr, nullptr, {}}.Serve();
     });
 }
 

@@ -5,12 +5,19 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 
 #include "core/Text.h"
 #include "core/Worker.h"
 #include "platform/Event.h"
 
 namespace zv {
+
+struct RelayLimits {
+    std::uint32_t connectMs = 5000;  ///< for the reader to open the pipe
+    std::uint32_t writeMs = 5000;    ///< for the reader to accept one block
+    std::uint32_t pollMs = 25;       ///< between two reads of the playlist
+};
 
 class SegmentRelay {
 public:
@@ -21,7 +28,7 @@ public:
 
     /// Stops a relay that still runs, starts the thread and waits up to 5000 ms until its pipe exists.
     /// Returns true if a reader may connect.
-    bool Start(const Text& replayFolder);
+    bool Start(const Text& replayFolder, const RelayLimits& limits = {});
 
     /// Lets the current segment finish, for 6 seconds at most, and joins the thread.
     /// In any state, any number of times; not from the relay's own thread.

@@ -13,7 +13,7 @@ namespace zv {
 /// Frames that FFmpeg must have reported before an encoder counts as started.
 std::int64_t FrameThreshold(std::int32_t fps);
 
-/// True when a "frame=" line of FFmpeg's progress text has a count of at least `threshold`.
+/// Returns true if a "frame=" line of FFmpeg's progress text has a count of at least `threshold`.
 bool FramesHaveReached(std::string_view progress, std::int64_t threshold);
 
 /// Only demanding modes are measured.

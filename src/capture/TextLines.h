@@ -20,8 +20,8 @@ void ForEachLine(std::string_view text, const Use& use) {
     }
 }
 
-/// A decimal number at the start of `text`, after blanks; whatever follows it is ignored. Nothing when there is none or
-/// when it is out of range. Infinity and "not a number" are no numbers here.
+/// A decimal number at the start of `text`, after blanks; what follows it is ignored. Nothing if there is none or it is
+/// out of range. Infinity and "not a number" are no numbers here.
 std::optional<double> LeadingReal(std::string_view text);
 std::optional<std::int64_t> LeadingInteger(std::string_view text);
 

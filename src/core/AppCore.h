@@ -1,6 +1,6 @@
 // The small records on disk that a session leaves behind: the line log and the history of activity.
 //
-// Neither ever reports an error of its own, and nothing on disk is ever trimmed.
+// Neither reports errors, and nothing on disk is trimmed.
 #pragma once
 
 #include <mutex>

@@ -25,7 +25,7 @@ Text Below(TextView folder, TextView name);
 /// The six paths from "LOCALAPPDATA"; a value that is missing or has 260 units or more counts as ".".
 AppFolders MakeAppFolders();
 
-/// Creates the folders in field order. The first failure ends it and answers false.
+/// Creates the folders in field order. Returns false at the first failure.
 bool CreateAppFolders(const AppFolders& folders);
 
 /// The folder of the logs and the session marker, from a second reading of "LOCALAPPDATA": missing counts as ".",

@@ -1,4 +1,4 @@
-// Which combinations of resolution, frame rate and bit rate there are.
+// The presets: combinations of resolution, frame rate and bit rate.
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // The text files of the application core: settings, log, history.
 //
 // On disk one byte is one code unit of the same value and a line ends in CR LF, on every system. A unit of 256 or
-// above has no byte: the writer is bad from there on and drops everything that follows.
+// above has no byte: from there on the writer drops everything.
 #pragma once
 
 #include <fstream>
@@ -13,17 +13,17 @@ namespace zv {
 
 enum class OpenFor { Replacing, Appending };
 
-/// Writes to one file. Nothing it does raises or reports; a file that did not open swallows what is written.
+/// Writes to one file. It neither throws nor reports; if the file did not open, writes are dropped.
 class OneByteWriter {
 public:
     OneByteWriter() = default;
     OneByteWriter(TextView path, OpenFor purpose) { Open(path, purpose); }
 
-    /// Closes what was open and forgets a bad state.
+    /// Closes the open file and resets the state.
     void Open(TextView path, OpenFor purpose);
     bool IsOpen() const { return stream_.is_open(); }
 
-    /// Each LF becomes CR LF. Up to the first unit without a byte; from that unit on the writer is bad.
+    /// Each LF becomes CR LF. Up to the first unit without a byte; from that unit on writes are dropped.
     void Write(TextView text);
     void Flush();
     void Close();
@@ -33,10 +33,10 @@ private:
     bool bad_ = false;
 };
 
-/// The whole file up to the first Ctrl-Z, CR LF as LF. False when it cannot be opened.
+/// Reads the file up to the first Ctrl-Z, CR LF as LF. Returns false if it cannot be opened.
 bool ReadOneByteText(TextView path, Text& text);
 
-/// The lines between the LFs. What stands behind the last LF counts as a line unless it is empty.
+/// The lines between the LFs. Text after the last LF counts as a line unless it is empty.
 std::vector<TextView> SplitLines(TextView text);
 
 }  // namespace zv

@@ -1,4 +1,4 @@
-// The file that exists while a session runs, and so tells the next session how this one ended.
+// A file that exists while a session runs. If it is still there at the next start, the last session ended uncleanly.
 #pragma once
 
 #include "core/Text.h"
@@ -13,8 +13,8 @@ struct SessionMarker {
 /// The one record of the process. Interface thread.
 SessionMarker& CurrentSessionMarker();
 
-/// Looks for the marker under `data` and writes it anew. Raises a filesystem_error named "exists" when the system
-/// cannot tell whether it is there.
+/// Looks for the marker under `data` and rewrites it. Throws a filesystem_error named "exists" if the system cannot
+/// examine it.
 void SessionMarkerBegin(TextView data);
 
 /// Removes the marker.

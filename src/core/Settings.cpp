@@ -26,7 +26,7 @@ struct KeyRow {
     Field field;
 };
 
-// The plain keys in the order of the file, around the places of the two lists.
+// The plain keys in the order of the file, around the two lists.
 constexpr KeyRow rowsBeforeRoots[] = {
     {u"monitorDevice", &Settings::monitorDevice},
     {u"captureCursor", &Settings::captureCursor},
@@ -65,7 +65,7 @@ constexpr TextView audioVersionKey = u"audioCaptureVersion";
 constexpr TextView replayVersionKey = u"replayUiVersion";
 
 constexpr TextView previousRootKey = u"previousCaptureRoot";
-constexpr std::size_t previousRootsRead = 64;  // more are written, and lost at the next load
+constexpr std::size_t previousRootsRead = 64;  // more are written, but not read
 constexpr TextView bindModsKey = u"bindMods";
 constexpr TextView bindKeysKey = u"bindKeys";
 constexpr std::uint32_t modifierMask = 7;
@@ -118,7 +118,7 @@ void ReadRow(const KeyRow& row, const ValueMap& values, Settings& settings) {
         row.field);
 }
 
-// A file from before a version key existed, or that lost it, gets the values that came with the key.
+// A file without a version key gets the values that were introduced with the key.
 void Migrate(const ValueMap& values, Settings& settings) {
     if (Find(values, replayVersionKey) == nullptr) {
         settings.instantReplay = true;

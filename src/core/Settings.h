@@ -1,7 +1,7 @@
 // All that the user can configure, and the one file that keeps it.
 //
 // The interface thread owns the record; workers receive copies. The file has one key=value a line. Keys are read back
-// each by its own rule: what is missing or malformed keeps its default, and nothing of it is ever reported.
+// each by its own rule: a missing or malformed key keeps its default, and is not reported.
 #pragma once
 
 #include <array>
@@ -48,23 +48,23 @@ struct Settings {
 /// The one record of the process. Interface thread.
 Settings& CurrentSettings();
 
-/// The file's path; creates its folder. Raises a filesystem_error named "create_directories" when that fails.
+/// The file's path; creates its folder. Throws a filesystem_error named "create_directories" if that fails.
 Text SettingsPath();
 
-/// Every field to its default, and the three library folders created where that is possible.
+/// Every field to its default, and creates the three library folders if possible.
 void ResetSettings(Settings& settings);
 
-/// Resets, then reads the file where there is one. May raise as SettingsPath does.
+/// Resets, then reads the file if there is one. Throws as SettingsPath does.
 void LoadSettings(Settings& settings);
 
-/// Rewrites the file in place. Only SettingsPath's exception tells of a failure.
+/// Rewrites the file in place. Throws as SettingsPath does; other failures are not reported.
 void SaveSettings(const Settings& settings);
 
-/// "1" is true and "0" is false; everything else answers the fallback.
+/// "1" is true and "0" is false; everything else is the fallback.
 bool ParseBool(TextView text, bool fallback);
 
-/// The decimal number at the start of the text, behind white space and a sign. The fallback without digits and
-/// outside 32 signed bits.
+/// The decimal number at the start of the text, after white space and a sign. The fallback if there are no digits or
+/// it exceeds 32 signed bits.
 std::int32_t ParseInt(TextView text, std::int32_t fallback);
 
 }  // namespace zv

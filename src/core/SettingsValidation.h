@@ -1,4 +1,4 @@
-// Forces the settings into what the capture path can do.
+// Clamps the settings to what the capture path supports.
 #pragma once
 
 #include <vector>
@@ -14,7 +14,7 @@ struct SettingsIssue {
     bool operator==(const SettingsIssue&) const = default;
 };
 
-/// Repairs the record in place and answers what it found. Creates the library folders. Interface thread.
+/// Repairs the record in place and returns the issues found. Creates the library folders. Interface thread.
 std::vector<SettingsIssue> ValidateSettings(Settings& settings);
 
 }  // namespace zv

@@ -1,4 +1,4 @@
-// The accent colour that the theme's name stands for.
+// The accent colour of a theme's name.
 #pragma once
 
 #include <cstdint>

@@ -18,7 +18,7 @@
 namespace zv {
 
 struct BytePipe;
-struct PipeWrite;  ///< the record of one write at a time; must be destroyed before its pipe
+struct PipeWrite;  ///< one write at a time; destroying it cancels the write; to be destroyed before its pipe
 template <>
 void Closer<BytePipe>::operator()(BytePipe* pipe) const noexcept;
 template <>
@@ -67,6 +67,9 @@ enum class WriteEnd {
     TimedOut,  ///< the write was cancelled
     Failed     ///< the reader is gone, or fewer bytes were written than asked
 };
+
+/// True from a pending BeginWrite until FinishWrite or CancelWrite.
+bool IsPending(const PipeWrite& write);
 
 /// Waits for a pending write. Whatever the answer, the write is no longer in flight.
 WriteEnd FinishWrite(PipeWrite& write, Event& stop, std::uint32_t timeoutMs);

@@ -38,7 +38,7 @@ struct CapabilityReport {
 /// The one record of the process. Interface thread.
 CapabilityReport& CurrentCapabilities();
 
-/// Always succeeds; without a single adapter the table still stands.
+/// Always succeeds, even without any adapter.
 void DetectCapabilities(CapabilityReport& report);
 
 }  // namespace zv

@@ -1,4 +1,4 @@
-// Where a desktop of one size lands in a frame of another: scaled to fit, proportions kept, centred, sides even.
+// The rectangle of a desktop of one size in a frame of another: scaled to fit, proportions kept, centred, sides even.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ struct PixelSize {
     std::int32_t height = 0;
 };
 
-/// Both sizes positive. What the answer leaves of the frame stays black.
+/// Both sizes positive. The rest of the frame stays black.
 Rectangle FitRectangle(PixelSize source, PixelSize frame);
 
 }  // namespace zv

@@ -16,7 +16,7 @@ void ConfigureRateControl(NV_ENC_RC_PARAMS& rate, std::uint32_t bitrate, std::ui
     rate.multiPass = NV_ENC_MULTI_PASS_DISABLED;
 }
 
-// Must agree with what the scaler is told to produce: BT.709, limited range.
+// Must agree with the scaler's output: BT.709, limited range.
 void DescribeColours(NV_ENC_CONFIG_H264_VUI_PARAMETERS& vui) {
     vui.videoSignalTypePresentFlag = 1;
     vui.videoFormat = NV_ENC_VUI_VIDEO_FORMAT_UNSPECIFIED;
@@ -181,7 +181,7 @@ bool NvencSession::ReadBitstream(std::vector<std::byte>& outBytes) {
         api_.nvEncUnlockBitstream(encoder_, bitstreamBuffer_);
         throw;
     }
-    // Both before either result is looked at, so that a failed unlock does not leave the texture mapped.
+    // Both calls before either result is checked, so that a failed unlock does not leave the texture mapped.
     const NVENCSTATUS unlocked = api_.nvEncUnlockBitstream(encoder_, bitstreamBuffer_);
     const NVENCSTATUS unmapped = api_.nvEncUnmapInputResource(encoder_, mappedResource_);
     if (unmapped == NV_ENC_SUCCESS) {

@@ -1,7 +1,7 @@
 // One H.264 encoding session: NV12 surface in, one Annex B access unit out, synchronously.
 //
-// Configured for least delay at a hard constant bit rate with a group of pictures of one second: the child that
-// writes the files only copies the stream, so what is set here is what they have. Used by the capture thread alone.
+// Configured for the least delay at a hard constant bit rate with a group of pictures of one second: the child that
+// writes the files copies the stream, so these settings are those of the files. Used by the capture thread alone.
 #pragma once
 
 #include <cstddef>
@@ -23,18 +23,18 @@ public:
     NvencSession(const NvencSession&) = delete;
     NvencSession& operator=(const NvencSession&) = delete;
 
-    /// Loads the library, opens and configures the session and registers the texture. On false ErrorText() has the
-    /// reason, and what was acquired is held until Close.
+    /// Loads the library, opens and configures the session and registers the texture. If it returns false, ErrorText()
+    /// has the reason, and what was acquired is held until Close.
     bool Open(void* device, void* nv12Texture, const VideoFormat& format);
 
-    /// Replaces `outBytes` with the access unit of the texture's present content. False on any failure and, without
-    /// a text of its own, when the access unit is empty. Frames are numbered from 0 without gaps.
+    /// Replaces `outBytes` with the access unit of the texture's content. Returns false on any failure and, without an
+    /// ErrorText, if the access unit is empty. Frames are numbered from 0 without gaps.
     bool EncodeFrame(std::uint32_t frameIndex, std::vector<std::byte>& outBytes);
 
     /// Releases everything that is held. In any state, any number of times.
     void Close();
 
-    /// The last failure in words.
+    /// The sentence of the last failure.
     const Text& ErrorText() const { return errorText_; }
 
 private:
@@ -63,7 +63,7 @@ private:
     Text errorText_;
 };
 
-/// Sets over a preset's configuration what the program wants different. Everything else keeps the preset's value.
+/// Overrides a preset's configuration. Fields that are not set here keep the preset's value.
 void ConfigureEncoder(NV_ENC_CONFIG& config, std::uint32_t fps, std::uint32_t bitrateMbps);
 
 }  // namespace zv

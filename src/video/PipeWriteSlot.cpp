@@ -7,14 +7,6 @@ constexpr std::size_t reservedBytes = 0x40000;
 
 }  // namespace
 
-void PipeWriteSlot::ReleaseSlot() {
-    if (pending) {
-        CancelWrite(*write);
-        pending = false;
-    }
-    write.reset();
-}
-
 bool PrepareSlot(PipeWriteSlot& slot, BytePipe& pipe) {
     slot.write = MakePipeWrite(pipe);
     slot.bytes.reserve(reservedBytes);
@@ -22,17 +14,12 @@ bool PrepareSlot(PipeWriteSlot& slot, BytePipe& pipe) {
 }
 
 SlotWait WaitForSlot(PipeWriteSlot& slot, Event& stop) {
-    if (!slot.pending) {
+    if (!IsPending(*slot.write)) {
         return SlotWait::Free;
     }
-    slot.pending = false;  // whatever the answer, the write is over
     return FinishWrite(*slot.write, stop, videoPipeTimeoutMs) == WriteEnd::Done ? SlotWait::Finished : SlotWait::Lost;
 }
 
-WriteBegin WriteSlot(PipeWriteSlot& slot) {
-    const WriteBegin begun = BeginWrite(*slot.write, slot.bytes.data(), slot.bytes.size());
-    slot.pending = begun == WriteBegin::Pending;
-    return begun;
-}
+WriteBegin WriteSlot(PipeWriteSlot& slot) { return BeginWrite(*slot.write, slot.bytes.data(), slot.bytes.size()); }
 
 }  // namespace zv

@@ -1,7 +1,7 @@
 // Muxes H.264 access units into an MPEG-2 transport stream (ISO/IEC 13818-1) with one program and one video stream.
 //
 // Pure logic: bytes and two integers in, bytes out. All times follow from the frame's index, never from a clock.
-// Tables stand in front of every frame whose index is a multiple of the rate, where the encoder puts its key frames;
+// Tables precede every frame whose index is a multiple of the rate, where the encoder puts its key frames;
 // every frame carries a PCR that equals its PTS.
 #pragma once
 

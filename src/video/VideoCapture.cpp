@@ -139,7 +139,7 @@ bool VideoWorker::SetUp() {
     return true;
 }
 
-// The first output of the first adapter that has it; the capture always runs on the adapter that owns the monitor.
+// Finds the output by its name. The capture always runs on the adapter that owns the monitor.
 bool VideoWorker::FindOutput() {
     if (!Check(OpenGraphicsFactory(factory), u"Cannot enumerate graphics adapters")) {
         return false;

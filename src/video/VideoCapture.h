@@ -1,7 +1,7 @@
 // The video worker: one thread that turns one monitor's desktop into H.264 in a transport stream in a pipe.
 //
-// The owner starts it with five values and watches three figures and an error text. It knows nothing of frames,
-// and the worker knows nothing of segments or files. The stream has a constant frame rate by construction: one
+// The owner starts it with five values and reads three figures and an error text. The owner does not handle frames,
+// and the worker does not handle segments or files. The stream has a constant frame rate by construction: one
 // frame a tick, whether the desktop changed or not, and every timestamp comes from the count of frames.
 #pragma once
 

@@ -2,10 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <cstring>
 #include <span>
-#include <thread>
 
 #include "fake/Allocations.h"
 #include "fake/AudioEndpoint.h"
@@ -202,7 +200,7 @@ TEST_F(AudioCaptureTest, SourcesAreOpenedBeforeThePipeAndStartedAfterTheReaderIs
                     "ConnectPipe", "StartEndpoint.render", "StartEndpoint.capture", "NextPacketFrames.render"));
 }
 
-TEST_F(AudioCaptureTest, ThePipeGoesFirstAndTheMicrophoneBeforeSystemSound) {
+TEST_F(AudioCaptureTest, ThePipeIsReleasedFirstAndTheMicrophoneBeforeSystemSound) {
     ASSERT_TRUE(capture.Start(true, true));
     ASSERT_TRUE(Eventually([] { return CountOf("NextPacketFrames.capture") > 0; }));
     capture.Stop();
@@ -299,7 +297,7 @@ TEST_F(AudioCaptureTest, WithoutEventsThereIsNoThread) {
     EXPECT_EQ(CountOf("EnterAudioThread"), 0);
 }
 
-TEST_F(AudioCaptureTest, AnOpeningThatTakesTooLongIsGivenUp) {
+TEST_F(AudioCaptureTest, AnOpeningThatTimesOutHasItsSentence) {
     fake::ShortenWaits(50);
     fake::TheCalls().hook = [this](const char* name, int) {
         if (std::string(name) == "MakeAudioEnumerator") {
@@ -348,7 +346,7 @@ TEST_F(AudioCaptureTest, AMicrophoneIsNotStartedWhenSystemSoundIsNot) {
     EXPECT_EQ(CountOf("StopEndpoint.render"), 0);
 }
 
-TEST_F(AudioCaptureTest, AReaderThatGoesAwayEndsTheCapture) {
+TEST_F(AudioCaptureTest, AClosedReaderEndsTheCapture) {
     system.movesClock = true;
     system.until = start + 500 * millisecond;
     ThePipe().begin = [](int nth) { return nth < 5 ? WriteBegin::Done : WriteBegin::Refused; };
@@ -451,13 +449,13 @@ TEST_F(AudioCaptureTest, AFreshStartClearsTheOldMessage) {
     EXPECT_EQ(capture.Error(), u"");
 }
 
-TEST_F(AudioCaptureTest, NothingIsWrittenBeforeHundredAndTenMilliseconds) {
+TEST_F(AudioCaptureTest, NothingIsWrittenBefore110Milliseconds) {
     system.stepMs = 1;
     RunUntil(109);
     EXPECT_EQ(ThePipe().received.size(), 0U);
 }
 
-TEST_F(AudioCaptureTest, TheFirstBlockGoesOutAtHundredAndTenMilliseconds) {
+TEST_F(AudioCaptureTest, TheFirstBlockIsWrittenAt110Milliseconds) {
     system.stepMs = 1;
     RunUntil(110);
     EXPECT_EQ(ThePipe().received.size(), 1U);

@@ -36,32 +36,32 @@ TEST(AudioClock, ATargetStaysExactAfterAHundredDays) {
 }
 
 TEST(AudioClock, TenMillisecondsAt44100HzAtTimeZeroTakeFourHundredAndEightyFrames) {
-    const FrameRange place = PacketPlace(start, start, 441, 44100);
+    const FrameRange place = PacketRange(start, start, 441, 44100);
     EXPECT_EQ(place.begin, 0);
     EXPECT_EQ(place.end, 480);
 }
 
 TEST(AudioClock, APacketStampedBeforeTheStartLiesAtNegativeFrames) {
-    const FrameRange place = PacketPlace(start - 20 * millisecond, start, 480, 48000);
+    const FrameRange place = PacketRange(start - 20 * millisecond, start, 480, 48000);
     EXPECT_EQ(place.begin, -960);
     EXPECT_EQ(place.end, -480);
 }
 
 TEST(AudioClock, BothEndsAreRoundedToTheNearestFrame) {
     // 104 units are 0.4992 frames, 105 are 0.504.
-    EXPECT_EQ(PacketPlace(start + 104, start, 480, 48000).begin, 0);
-    EXPECT_EQ(PacketPlace(start + 105, start, 480, 48000).begin, 1);
-    EXPECT_EQ(PacketPlace(start + 105, start, 480, 48000).end, 481);
-    EXPECT_EQ(PacketPlace(start - 105, start, 480, 48000).begin, -1);
-    EXPECT_EQ(PacketPlace(start - 105, start, 480, 48000).end, 479);
+    EXPECT_EQ(PacketRange(start + 104, start, 480, 48000).begin, 0);
+    EXPECT_EQ(PacketRange(start + 105, start, 480, 48000).begin, 1);
+    EXPECT_EQ(PacketRange(start + 105, start, 480, 48000).end, 481);
+    EXPECT_EQ(PacketRange(start - 105, start, 480, 48000).begin, -1);
+    EXPECT_EQ(PacketRange(start - 105, start, 480, 48000).end, 479);
     // Half a frame of length at time 0 rounds away from zero: 1 frame at 96 kHz.
-    EXPECT_EQ(PacketPlace(start, start, 1, 96000).end, 1);
-    EXPECT_EQ(PacketPlace(start, start, 1, 192000).end, 0);
+    EXPECT_EQ(PacketRange(start, start, 1, 96000).end, 1);
+    EXPECT_EQ(PacketRange(start, start, 1, 192000).end, 0);
 }
 
 TEST(AudioClock, TheEndIsRoundedAndNotTheLength) {
     // 100 frames at 44100 Hz are 108.84 frames; from 0.6 on they end at 109.44, and not at 1 + 109.
-    const FrameRange place = PacketPlace(start + 125, start, 100, 44100);
+    const FrameRange place = PacketRange(start + 125, start, 100, 44100);
     EXPECT_EQ(place.begin, 1);
     EXPECT_EQ(place.end, 109);
 }
@@ -75,9 +75,9 @@ TEST(AudioClock, PacketsWhoseStampsFollowOnOneAnotherTileFromWhereverTheFirstOne
         // 625 units are 3 frames: all places between two frames that there are.
         for (std::int64_t offset = 0; offset < 625; ++offset) {
             std::int64_t stamp = start + offset;
-            std::int64_t end = PacketPlace(stamp, start, 0, device.rate).begin;
+            std::int64_t end = PacketRange(stamp, start, 0, device.rate).begin;
             for (int packet = 0; packet < 100; ++packet) {
-                const FrameRange place = PacketPlace(stamp, start, device.frames, device.rate);
+                const FrameRange place = PacketRange(stamp, start, device.frames, device.rate);
                 ASSERT_EQ(place.begin, end) << device.rate << " Hz, offset " << offset << ", packet " << packet;
                 end = place.end;
                 stamp += device.length;
@@ -86,12 +86,12 @@ TEST(AudioClock, PacketsWhoseStampsFollowOnOneAnotherTileFromWhereverTheFirstOne
     }
 }
 
-TEST(AudioClock, AnAbsurdStampFromADriverIsPlacedWithoutOverflow) {
-    const FrameRange far = PacketPlace(INT64_MIN, INT64_MAX, 480, 48000);
+TEST(AudioClock, AnAbsurdStampFromADriverDoesNotOverflow) {
+    const FrameRange far = PacketRange(INT64_MIN, INT64_MAX, 480, 48000);
     EXPECT_LE(far.begin, far.end);
-    const FrameRange past = PacketPlace(INT64_MIN, 0, 480, 48000);
+    const FrameRange past = PacketRange(INT64_MIN, 0, 480, 48000);
     EXPECT_LT(past.end, 0);
-    const FrameRange long_ = PacketPlace(start, start, 0xFFFFFFFFU, 1);
+    const FrameRange long_ = PacketRange(start, start, 0xFFFFFFFFU, 1);
     EXPECT_EQ(long_.end, 0xFFFFFFFFLL * 48000);
 }
 
@@ -102,11 +102,11 @@ TEST(AudioClock, APacketWithoutAUsableStampEndsNow) {
 }
 
 TEST(AudioClock, CountedFramesBeginWhereTheDeviceWasStarted) {
-    EXPECT_EQ(CountedPlace(start + 5 * millisecond, start, 0), 240);
-    EXPECT_EQ(CountedPlace(start + 5 * millisecond, start, 480), 720);
+    EXPECT_EQ(CountedFrame(start + 5 * millisecond, start, 0), 240);
+    EXPECT_EQ(CountedFrame(start + 5 * millisecond, start, 480), 720);
     // 208 units are 0.9984 frames: truncated toward zero.
-    EXPECT_EQ(CountedPlace(start + 208, start, 7), 7);
-    EXPECT_EQ(CountedPlace(start - 208, start, 7), 7);
+    EXPECT_EQ(CountedFrame(start + 208, start, 7), 7);
+    EXPECT_EQ(CountedFrame(start - 208, start, 7), 7);
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ TEST(AudioRing, IsTwoSecondsOfSilenceWithoutStampsAtTheStart) {
     EXPECT_EQ(ring.readPosition, 0);
 }
 
-TEST(AudioRing, TakesFramesFromTheReadPositionToTwoSecondsAhead) {
+TEST(AudioRing, AcceptsFramesFromTheReadPositionToTwoSecondsAhead) {
     AudioRing ring;
     ring.readPosition = 1000;
     const auto taken = [&ring](std::int64_t begin, std::int64_t end) {
@@ -74,7 +74,7 @@ TEST(AudioMix, ABlockThatWrapsAroundTheEndOfTheRingIsWhole) {
     }
 }
 
-TEST(AudioMix, WhatHasBeenMixedIsPastAndNothingElse) {
+TEST(AudioMix, OnlyMixedFramesArePast) {
     AudioRing ring;
     AudioMix mix{.system = &ring, .microphone = nullptr, .nextBlockFrame = 0, .block = {}};
     FillBlock(mix);
@@ -132,7 +132,7 @@ TEST(AudioMix, TheClipComesAfterTheSumAndNotBefore) {
     EXPECT_EQ(mix.block[0], 0.5F);
 }
 
-TEST(AudioMix, NeverHandsOutAValueThatIsNotANumber) {
+TEST(AudioMix, NeverWritesAValueThatIsNotANumber) {
     AudioRing system;
     AudioRing microphone;
     constexpr float infinity = std::numeric_limits<float>::infinity();

@@ -61,7 +61,7 @@ protected:
     AudioSource source;
 };
 
-TEST_F(AudioSourceTest, OpeningGoesThroughItsStepsInOrder) {
+TEST_F(AudioSourceTest, OpeningFollowsItsStepsInOrder) {
     EXPECT_EQ(Open(true), resultOk);
     EXPECT_THAT(CallNames(),
                 ElementsAre("FindDefaultEndpoint.render", "ActivateEndpoint.render", "ReadMixFormat.render",
@@ -83,7 +83,7 @@ struct StageRow {
     TextView stage;
 };
 
-TEST_F(AudioSourceTest, EveryStepThatFailsLeavesItsWordsAndItsCode) {
+TEST_F(AudioSourceTest, EveryFailedStepLeavesItsStageAndItsCode) {
     const StageRow rows[] = {
         {"FindDefaultEndpoint", u"default device lookup"},
         {"ActivateEndpoint", u"audio client activation"},
@@ -308,7 +308,7 @@ TEST_F(AudioSourceTest, NoOutputFrameIsCoveredTwiceByPacketsWithContinuousStamps
         for (std::int64_t k = 0; k < 60000; ++k) {
             // Exact stamps where the length has one; else the difference is at most the rounding of the stamp.
             const std::int64_t position = k * frames * 10000000 / rate;
-            const FrameRange place = PacketPlace(start + position, start, frames, rate);
+            const FrameRange place = PacketRange(start + position, start, frames, rate);
             apart = std::max(apart, std::abs(place.begin - end));
             end = place.end;
         }
@@ -320,7 +320,7 @@ TEST_F(AudioSourceTest, ADeviceClockThatRunsFastOrSlowNeverDriftsAway) {
     for (const double speed : {0.999, 1.001}) {
         for (std::int64_t k = 0; k < 60000; ++k) {
             const auto position = static_cast<std::int64_t>(static_cast<double>(k) * 100000.0 / speed);
-            const FrameRange place = PacketPlace(start + position, start, 480, 48000);
+            const FrameRange place = PacketRange(start + position, start, 480, 48000);
             const double truth = static_cast<double>(position) * 0.0048;
             ASSERT_NEAR(static_cast<double>(place.begin), truth, 0.51);
         }

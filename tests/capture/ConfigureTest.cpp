@@ -5,7 +5,7 @@ namespace {
 
 class Configure : public EngineTest {};
 
-TEST_F(Configure, MakesTheEngineReadyAndTakesEveryValue) {
+TEST_F(Configure, MakesTheEngineReadyAndStoresEveryValue) {
     CaptureConfig config = PlainConfig();
     config.encoder = u"e";
     config.codec = u"c";
@@ -160,7 +160,7 @@ TEST_F(Configure, OtherSizesAndRatesAreRefusedWithNothingTouched) {
     EXPECT_EQ(engine->config.width, 1920);
 }
 
-TEST_F(Configure, EverySizeAndRateThatIsOfferedIsTaken) {
+TEST_F(Configure, AcceptsEveryOfferedSizeAndRate) {
     const std::vector<std::pair<int, int>> sizes = {{1920, 1080}, {2560, 1440}, {3840, 2160}};
     for (const auto& [width, height] : sizes) {
         for (const int fps : {30, 60, 120, 240}) {

@@ -91,7 +91,7 @@ TEST_F(EncoderInputs, WithSoundHaveTwoInputs) {
               u"-map 0:v:0 -map 1:a:0 -af aresample=async=1000:first_pts=0 -c:a aac -b:a 192k -ar 48000 ");
 }
 
-TEST_F(EncoderInputs, WithoutSoundHaveOne) {
+TEST_F(EncoderInputs, WithoutSoundHaveOneInput) {
     AddVideo();
     EXPECT_EQ(BuildEncoderInputs(process),
               u"-thread_queue_size 64 -f mpegts -probesize 65536 -analyzeduration 0 -i \"video pipe\" "
@@ -233,7 +233,7 @@ TEST_F(ChildControl, AChildThatIgnoresTheQuitCommandIsKilled) {
     EXPECT_TRUE(IsEmpty());
 }
 
-TEST_F(ChildControl, AKilledChildCountsAsFailedWhateverItsExitCode) {
+TEST_F(ChildControl, AKilledChildCountsAsFailedWithEveryExitCode) {
     ASSERT_TRUE(Start());
     fake::LastChild().obeysQuit = false;
     fake::LastChild().diesOfTerminate = false;
@@ -261,7 +261,7 @@ TEST_F(ChildControl, AnExitCodeOtherThanZeroAfterTheQuitCommandIsNotTrusted) {
     EXPECT_FALSE(engine->StopChild(process, 30000));
 }
 
-TEST_F(ChildControl, AChildThatTakesItsTimeWithinTheLimitIsTrusted) {
+TEST_F(ChildControl, AChildThatEndsWithinTheLimitIsTrusted) {
     ASSERT_TRUE(Start());
     fake::LastChild().obeysQuit = false;
     fake::TheChildren().onWait = [](fake::ScriptedChild& child, std::uint32_t) { fake::EndChild(child, 0); };

@@ -164,7 +164,7 @@ TEST_F(EncoderStart, FramesEndTheWaitAtOnce) {
     EXPECT_THAT(fake::LastChild().waits, IsEmpty());
 }
 
-TEST_F(EncoderStart, TheWaitGoesOnInStepsUntilTheThresholdIsReached) {
+TEST_F(EncoderStart, WaitsInStepsUntilTheThresholdIsReached) {
     Configure(1920, 1080, 60);
     fake::TheChildren().onSpawn = [](fake::ScriptedChild& child) { WriteProgress(child, "frame=14\n"); };
     fake::TheChildren().onWait = [](fake::ScriptedChild& child, std::uint32_t) {
@@ -176,7 +176,7 @@ TEST_F(EncoderStart, TheWaitGoesOnInStepsUntilTheThresholdIsReached) {
     EXPECT_THAT(fake::LastChild().waits, ElementsAre(250U, 250U, 250U));
 }
 
-TEST_F(EncoderStart, AMissingProgressFileJustGoesOnWaiting) {
+TEST_F(EncoderStart, AMissingProgressFileKeepsWaiting) {
     Configure(1920, 1080, 60);
     ProgressAfter(5, "frame=15\n");
     EXPECT_TRUE(Start());

@@ -134,7 +134,7 @@ TEST_F(EngineWithFfmpeg, SavesARingWithoutSound) {
     EXPECT_EQ(facts.stamps.size(), 90U);
 }
 
-TEST_F(EngineWithFfmpeg, ADamagedRingFailsTheSaveAndTheLogTellsWhy) {
+TEST_F(EngineWithFfmpeg, ADamagedRingFailsTheSaveAndTheLogHasTheReason) {
     ASSERT_NO_FATAL_FAILURE(StartReplayScript());
     WriteAll(ToPath(JoinPath(engine.replayDir, u"seg00000000.ts")), "this is no transport stream");
     WriteAll(ToPath(PlaylistPath(engine.replayDir)), "#EXTM3U\n#EXTINF:1.000000,\nseg00000000.ts\n");
@@ -226,7 +226,7 @@ TEST_F(RecordingWithFfmpeg, FollowsTheRingWithoutAHoleUntilItIsFinished) {
     EXPECT_TRUE(IsChildRunning(engine.replay));
 }
 
-TEST_F(RecordingWithFfmpeg, AChildThatIsKilledIsNoticedAndItsFileStays) {
+TEST_F(RecordingWithFfmpeg, AKilledChildIsDetectedAndItsFileStays) {
     Spawned ring;
     ASSERT_NO_FATAL_FAILURE(StartFromLiveRing(ring));
     ASSERT_NO_FATAL_FAILURE(KillRecordingChild());

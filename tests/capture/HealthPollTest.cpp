@@ -172,7 +172,7 @@ TEST_F(HealthPoll, NothingIsEverStartedAgain) {
 
 class FrameRateSample : public HealthPoll {};
 
-TEST_F(FrameRateSample, TheFirstPollAfterAStartJustTakesASample) {
+TEST_F(FrameRateSample, TheFirstPollAfterAStartOnlyTakesASample) {
     StartReplayWith(1);
     fake::TheClock().nowNs = 50'000'000'000;
     engine->replay.video->encodedFrames = 300;
@@ -230,7 +230,7 @@ TEST_F(FrameRateSample, IsClearedWhenNothingCaptures) {
 
 class PollCaptureTest : public HealthPoll {};
 
-TEST_F(PollCaptureTest, TellsTheSecondsAndNoTextWhileNothingChanged) {
+TEST_F(PollCaptureTest, ReportsTheSecondsAndNoTextWhileNothingChanged) {
     StartReplayWith(4);
     const CapturePollResult result = PollCapture(*engine);
     EXPECT_EQ(result.bufferedSeconds, 4);
@@ -238,7 +238,7 @@ TEST_F(PollCaptureTest, TellsTheSecondsAndNoTextWhileNothingChanged) {
     EXPECT_EQ(result.status, u"");
 }
 
-TEST_F(PollCaptureTest, TellsOnceThatTheReplayDied) {
+TEST_F(PollCaptureTest, ReportsOnceThatTheReplayDied) {
     StartReplayWith(4);
     fake::EndChild(ChildNumber(0), 1);
     CapturePollResult result = PollCapture(*engine);
@@ -250,7 +250,7 @@ TEST_F(PollCaptureTest, TellsOnceThatTheReplayDied) {
     EXPECT_EQ(result.status, u"");
 }
 
-TEST_F(PollCaptureTest, TellsThatTheStateChanged) {
+TEST_F(PollCaptureTest, ReportsThatTheStateChanged) {
     StartOwnRecording();
     fake::EndChild(fake::LastChild(), 1);
     const CapturePollResult result = PollCapture(*engine);

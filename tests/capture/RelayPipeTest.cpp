@@ -31,14 +31,12 @@ public:
     }
 
     std::atomic<bool> gateOpen{true};
-    std::atomic<bool> opened{false};
     std::atomic<bool> ended{false};
     std::atomic<std::size_t> bytes{0};
 
 private:
     void Read(const Text& name) {
         std::ifstream pipe(ToPath(name), std::ios::binary);
-        opened = pipe.is_open();
         std::string block(0x10000, '\0');
         while (pipe) {
             Eventually([this] { return gateOpen.load(); });
@@ -72,7 +70,7 @@ protected:
 
 TEST_F(RelayPipe, TwentyMinutesOfARingArriveByteForByte) {
     constexpr int seconds = 1200;
-    constexpr int perStep = 8;  // as many as may appear between two looks without leaving the ring
+    constexpr int perStep = 8;  // as many as may appear between two polls without leaving the ring
     std::string expected;
     ring.Add(RandomContent(1000));  // three segments from before the start, of which the first is not sent
     for (int number = 0; number < 2; ++number) {
@@ -80,9 +78,9 @@ TEST_F(RelayPipe, TwentyMinutesOfARingArriveByteForByte) {
         ring.Add(expected.substr(expected.size() - 50000));
     }
     ring.Publish(15);
-    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(relay.Start(ring.Folder(), {60000, 60000, 1}));
     PipeReader reader(relay);
-    ASSERT_TRUE(Eventually([&] { return reader.bytes > 0; }));  // the first look at the playlist has been taken
+    ASSERT_TRUE(Eventually([&] { return reader.bytes > 0; }));  // the playlist has been read
     for (int second = 0; second < seconds; second += perStep) {
         for (int number = 0; number < perStep; ++number) {
             const std::size_t size = number == 0 ? random() % 600000 : random() % 20000;
@@ -91,11 +89,10 @@ TEST_F(RelayPipe, TwentyMinutesOfARingArriveByteForByte) {
             expected += content;
         }
         ring.Publish(15);
-        // Whatever the reader still misses is in the pipe or in the reader's block.
+        // What the reader still misses is in the pipe or in the reader's block.
         ASSERT_TRUE(Eventually([&] { return reader.bytes + 0x10000 >= expected.size() || reader.ended; }));
     }
     ASSERT_TRUE(Eventually([&] { return reader.bytes + 0x10000 >= expected.size(); }));
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // several more looks at the last playlist
     relay.Stop();
     const std::string stream = reader.Finish();
     EXPECT_EQ(stream.size(), expected.size());
@@ -103,35 +100,34 @@ TEST_F(RelayPipe, TwentyMinutesOfARingArriveByteForByte) {
 }
 
 TEST_F(RelayPipe, AStopIsTheEndOfTheStreamForTheReader) {
-    ring.Add("only");
+    const std::string only = RandomContent(0x10000);  // one block of the reader
+    ring.Add(only);
     ring.Publish(15);
     ASSERT_TRUE(relay.Start(ring.Folder()));
     PipeReader reader(relay);
-    ASSERT_TRUE(Eventually([&] { return reader.opened.load(); }));
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    ASSERT_TRUE(Eventually([&] { return reader.bytes == only.size(); }));
     EXPECT_FALSE(reader.ended);
     relay.Stop();
-    EXPECT_EQ(reader.Finish(), "only");
+    EXPECT_TRUE(reader.Finish() == only);
     EXPECT_FALSE(relay.running);
 }
 
-TEST_F(RelayPipe, AReaderThatStopsReadingEndsTheRelayFiveSecondsAfterTheBlockedWrite) {
+TEST_F(RelayPipe, AReaderThatStopsReadingEndsTheRelayAtTheWriteLimit) {
     ring.Add(RandomContent(0x400000));
     ring.Publish(15);
-    ASSERT_TRUE(relay.Start(ring.Folder()));
+    ASSERT_TRUE(relay.Start(ring.Folder(), {60000, 1000, 1}));
     PipeReader reader(relay);
     ASSERT_TRUE(Eventually([&] { return reader.bytes > 0; }));
     reader.gateOpen = false;
-    EXPECT_TRUE(relay.running);
     EXPECT_TRUE(Eventually([&] { return !relay.running; }));
     EXPECT_LT(reader.Finish().size(), 0x400000U);
 }
 
-TEST_F(RelayPipe, AReaderThatNeverComesEndsTheRelayAndThePipeDisappears) {
-    ASSERT_TRUE(relay.Start(ring.Folder()));
-    // Nothing may look for the pipe before its five seconds are over: whoever opens it is the reader.
-    std::this_thread::sleep_for(std::chrono::milliseconds(5500));
-    EXPECT_TRUE(relay.running);  // the reader's failure is what tells
+TEST_F(RelayPipe, WithoutAReaderTheRelayEndsAtTheConnectLimitAndItsPipeDisappears) {
+    ASSERT_TRUE(relay.Start(ring.Folder(), {100, 100, 1}));
+    // Whoever opens the pipe is its reader, so the test must not look for it before the limit has passed.
+    std::this_thread::sleep_for(std::chrono::seconds(2));
+    EXPECT_TRUE(relay.running);  // the reader's failure is reported instead
     EXPECT_TRUE(Eventually([&] { return !std::ifstream(ToPath(relay.PipeName())).is_open(); }));
 }
 

@@ -30,17 +30,17 @@ TEST(ReplayPlaylist, AHeaderAloneOrNothingAtAllListsNoSegment) {
     EXPECT_EQ(SecondsIn(""), 0);
 }
 
-TEST(ReplayPlaylist, NamesThatLeaveTheFolderAreNotTaken) {
+TEST(ReplayPlaylist, NamesOutsideTheFolderAreIgnored) {
     EXPECT_THAT(SegmentNamesIn("seg/../../x.ts\nseg\\x.ts\nseg1:x.ts\nseg00000001.ts\n"),
                 ElementsAre("seg00000001.ts"));
 }
 
-TEST(ReplayPlaylist, OtherBeginningsAndLongerEndingsAreNotTaken) {
+TEST(ReplayPlaylist, OtherPrefixesAndLongerSuffixesAreIgnored) {
     EXPECT_THAT(SegmentNamesIn("seg1.tsx\nseg1.ts.tmp\nSEG1.ts\n seg1.ts\nseg\nse\n#seg1.ts\nother.ts\nseg1.TS\n"),
                 IsEmpty());
 }
 
-TEST(ReplayPlaylist, TheShortestNameIsTaken) { EXPECT_THAT(SegmentNamesIn("seg.ts"), ElementsAre("seg.ts")); }
+TEST(ReplayPlaylist, TheShortestNameIsAccepted) { EXPECT_THAT(SegmentNamesIn("seg.ts"), ElementsAre("seg.ts")); }
 
 TEST(ReplayPlaylist, LinesMayEndInCarriageReturnAndLineFeed) {
     EXPECT_THAT(SegmentNamesIn("seg1.ts\r\nseg2.ts\r\n"), ElementsAre("seg1.ts", "seg2.ts"));
@@ -51,7 +51,7 @@ TEST(ReplayPlaylist, OnlyOneCarriageReturnBelongsToTheLineEnd) {
     EXPECT_THAT(SegmentNamesIn("seg1.ts\r\r\n"), IsEmpty());
 }
 
-TEST(ReplayPlaylist, ACutLastLineThatStillLooksLikeANameIsTaken) {
+TEST(ReplayPlaylist, ATruncatedLastLineThatLooksLikeANameIsAccepted) {
     EXPECT_THAT(SegmentNamesIn("seg00000001.ts\nseg0000.ts"), ElementsAre("seg00000001.ts", "seg0000.ts"));
 }
 
@@ -110,7 +110,7 @@ TEST(SegmentsToRelay, ANewStreamStartsAtMostTwoSegmentsBack) {
                 ElementsAre("seg8.ts", "seg9.ts"));
 }
 
-TEST(SegmentsToRelay, ARunningStreamTakesEverythingNew) {
+TEST(SegmentsToRelay, ARunningStreamSendsEverythingNew) {
     EXPECT_THAT(SegmentsToRelay({"seg1.ts", "seg2.ts", "seg3.ts", "seg4.ts"}, "seg1.ts"),
                 ElementsAre("seg2.ts", "seg3.ts", "seg4.ts"));
 }

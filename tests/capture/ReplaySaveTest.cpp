@@ -39,7 +39,7 @@ protected:
     std::vector<Text> entries;
 };
 
-TEST_F(ReplaySave, TakesEveryListedSegmentFromTheOldestToTheNewest) {
+TEST_F(ReplaySave, JoinsEveryListedSegmentFromTheOldestToTheNewest) {
     StartReplayWith(3);
     ScriptJoin(1025, 0);
     EXPECT_TRUE(engine->SaveReplayClip(output));
@@ -72,7 +72,7 @@ TEST_F(ReplaySave, RunsFfmpegWithItsExactCommandLine) {
     EXPECT_EQ(fake::LastChild().options.logPath, InCache(u"save-replay.log"));
 }
 
-TEST_F(ReplaySave, TheReplayGoesOnUntouched) {
+TEST_F(ReplaySave, TheReplayKeepsRunning) {
     StartReplayWith(3);
     ScriptJoin(1025, 0);
     ASSERT_TRUE(engine->SaveReplayClip(output));
@@ -117,7 +117,7 @@ TEST_F(ReplaySave, IsRefusedWithoutARunningChild) {
     EXPECT_EQ(engine->statusText, u"Replay is not running. Enable Instant Replay first.");
 }
 
-TEST_F(ReplaySave, ADeadChildIsNoticed) {
+TEST_F(ReplaySave, ADeadChildIsDetected) {
     StartReplayWith(3);
     fake::EndChild(ChildNumber(0), 1);
     EXPECT_FALSE(engine->SaveReplayClip(output));
@@ -182,7 +182,7 @@ TEST_F(ReplaySave, AnOutputOf1024BytesFailsTheSave) {
     ExpectNothingLeft();
 }
 
-TEST_F(ReplaySave, AChildThatTakesMoreThanSixtySecondsIsStoppedAndFails) {
+TEST_F(ReplaySave, AChildThatRunsLongerThanSixtySecondsIsStoppedAndFails) {
     StartReplayWith(3);
     fake::TheChildren().onSpawn = [](fake::ScriptedChild& child) {
         WriteFile(LastArgument(child.options.commandLine), std::string(5000, 'x'));

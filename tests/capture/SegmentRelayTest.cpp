@@ -157,7 +157,7 @@ TEST_F(Relay, WaitsForThePlaylistToAppear) {
     EXPECT_EQ(Stream(), "<0>");
 }
 
-TEST_F(Relay, GoesOnWatchingAFolderThatIsGone) {
+TEST_F(Relay, KeepsWatchingARemovedFolder) {
     AddSegments(1);
     ASSERT_TRUE(relay.Start(ring.Folder()));
     ASSERT_TRUE(Sent(1));
@@ -201,7 +201,7 @@ TEST_F(Relay, ASegmentThatHasLeftTheRingEndsIt) {
     EXPECT_EQ(Stream(), "<0>");
 }
 
-TEST_F(Relay, AReaderThatIsGoneEndsIt) {
+TEST_F(Relay, AClosedReaderEndsIt) {
     ThePipe().begin = [](int nth) { return nth == 2 ? WriteBegin::Refused : WriteBegin::Done; };
     AddSegments(3);
     relay.Start(ring.Folder());  // may already have seen the end
@@ -233,7 +233,7 @@ TEST_F(Relay, AnExceptionInItsThreadEndsItLikeAnyOtherFault) {
     EXPECT_EQ(ThePipe().liveWrites, 0);
 }
 
-TEST_F(Relay, AnExceptionBeforeThePipeStandsIsAFailedStart) {
+TEST_F(Relay, AnExceptionBeforeThePipeExistsIsAFailedStart) {
     fake::ThrowInCall("MakePipeWrite", 1);
     EXPECT_FALSE(relay.Start(ring.Folder()));
     EXPECT_EQ(fake::AskedTimeouts(), std::vector<std::uint32_t>{5000});
@@ -286,7 +286,7 @@ TEST_F(Relay, AStopEndsTheWaitBetweenTwoPollsWithoutAnAbort) {
     EXPECT_EQ(ThePipe().livePipes, 0);
 }
 
-TEST_F(Relay, AStopBeforeTheReaderCameSendsNothing) {
+TEST_F(Relay, AStopBeforeTheReaderConnectsSendsNothing) {
     AddSegments(2);
     std::atomic<bool> connecting{false};
     std::atomic<bool> goOn{false};
@@ -303,7 +303,7 @@ TEST_F(Relay, AStopBeforeTheReaderCameSendsNothing) {
     EXPECT_THAT(ThePipe().received, IsEmpty());
 }
 
-TEST_F(Relay, AStopLetsTheSegmentInHandGoToItsEnd) {
+TEST_F(Relay, AStopFinishesTheCurrentSegment) {
     ring.Add(std::string(0x40000 * 3, 'x'));
     ring.Publish(60);
     std::atomic<bool> writing{false};

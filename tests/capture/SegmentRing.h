@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    /// Where an open file cannot be replaced, the reader has let go of it a moment later.
+    /// Retries where an open file cannot be replaced, until the reader has closed it.
     void ReplacePlaylist() {
         std::error_code error;
         do {

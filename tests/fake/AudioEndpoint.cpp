@@ -13,7 +13,7 @@ struct AudioEnumerator {};
 struct AudioEndpoint {
     bool loopback = false;
     fake::ScriptedPacket made;  ///< by the source, kept so that its memory is used again
-    bool madeWaits = false;
+    bool hasMade = false;
 };
 
 namespace {
@@ -40,10 +40,10 @@ fake::ScriptedPacket* Waiting(AudioEndpoint& endpoint) {
     if (!controls.packets.empty()) {
         return controls.packets.front().arrives <= Counter100ns() ? &controls.packets.front() : nullptr;
     }
-    while (!endpoint.madeWaits && controls.source && controls.source(endpoint.made)) {
-        endpoint.madeWaits = endpoint.made.position + controls.keeps >= Counter100ns();
+    while (!endpoint.hasMade && controls.source && controls.source(endpoint.made)) {
+        endpoint.hasMade = endpoint.made.position + controls.keeps >= Counter100ns();
     }
-    return endpoint.madeWaits ? &endpoint.made : nullptr;
+    return endpoint.hasMade ? &endpoint.made : nullptr;
 }
 
 Result AnswerOf(const fake::Call& call) { return call.Fails() ? call.Code() : resultOk; }
@@ -193,7 +193,7 @@ Result ReleasePacket(AudioEndpoint& endpoint, std::uint32_t) {
     if (!controls.packets.empty()) {
         controls.packets.pop_front();
     } else {
-        endpoint.madeWaits = false;
+        endpoint.hasMade = false;
     }
     return AnswerOf(call);
 }

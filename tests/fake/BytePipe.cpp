@@ -60,7 +60,7 @@ void Closer<BytePipe>::operator()(BytePipe* pipe) const noexcept {
 template <>
 void Closer<PipeWrite>::operator()(PipeWrite* write) const noexcept {
     const Call call("~PipeWrite");
-    ThePipe().touchedInFlight = ThePipe().touchedInFlight || write->inFlight;
+    fake::Land(*write);
     --ThePipe().liveWrites;
     delete write;
 }
@@ -119,6 +119,8 @@ WriteBegin BeginWrite(PipeWrite& write, const std::byte* bytes, std::size_t size
     }
     return begun;
 }
+
+bool IsPending(const PipeWrite& write) { return write.inFlight; }
 
 WriteEnd FinishWrite(PipeWrite& write, Event& stop, std::uint32_t timeoutMs) {
     const Call call("FinishWrite");

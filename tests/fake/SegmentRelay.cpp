@@ -28,7 +28,7 @@ SegmentRelay::~SegmentRelay() {
     std::erase(TheRelays().alive, this);
 }
 
-bool SegmentRelay::Start(const Text& replayFolder) {
+bool SegmentRelay::Start(const Text& replayFolder, const RelayLimits&) {
     const Call call("SegmentRelay::Start");
     TheRelays().folders.push_back(replayFolder);
     if (call.Fails()) {

@@ -273,7 +273,7 @@ TEST_F(NvencSessionTest, AnAccessUnitReplacesWhatTheBufferHeld) {
     EXPECT_EQ(bytes, AccessUnitOf(7, 3, 20));
 }
 
-TEST_F(NvencSessionTest, AnEmptyAccessUnitFailsWithoutWords) {
+TEST_F(NvencSessionTest, AnEmptyAccessUnitFailsWithoutAText) {
     TheEncoder().sizes = {0};
     ASSERT_TRUE(Open());
     Encode();
@@ -302,7 +302,7 @@ const Stage frameStages[] = {
     {"nvEncUnmapInputResource", u"Release encoded GPU frame"},
 };
 
-TEST_F(NvencSessionTest, EveryStageOfOpeningHasItsWordsAndEndsIt) {
+TEST_F(NvencSessionTest, EveryFailedStageOfOpeningHasItsTextAndEndsIt) {
     for (const Stage& stage : openStages) {
         ResetCalls();
         ResetEncoder();
@@ -316,7 +316,7 @@ TEST_F(NvencSessionTest, EveryStageOfOpeningHasItsWordsAndEndsIt) {
     }
 }
 
-TEST_F(NvencSessionTest, EveryStageOfAFrameHasItsWords) {
+TEST_F(NvencSessionTest, EveryFailedStageOfAFrameHasItsText) {
     for (const Stage& stage : frameStages) {
         ResetCalls();
         ResetEncoder();
@@ -361,7 +361,7 @@ TEST_F(NvencSessionTest, AStatusThatAsksForMoreInputIsAFailure) {
     EXPECT_EQ(session.ErrorText(), u"Encode GPU frame failed (NVENC 17).");
 }
 
-TEST_F(NvencSessionTest, TheLibrarysOwnWordsAreAppendedAsTheyAre) {
+TEST_F(NvencSessionTest, TheLibrarysOwnTextIsAppendedVerbatim) {
     TheEncoder().lastErrorString = "Bad \xE9";
     FailCall("nvEncInitializeEncoder", 1, 15);
     EXPECT_FALSE(Open());
@@ -369,7 +369,7 @@ TEST_F(NvencSessionTest, TheLibrarysOwnWordsAreAppendedAsTheyAre) {
               u"Initialize NVIDIA encoder failed (NVENC 15). Update the NVIDIA graphics driver.Bad \u00E9");
 }
 
-TEST_F(NvencSessionTest, WithoutASessionTheLibraryIsNotAskedForWords) {
+TEST_F(NvencSessionTest, WithoutASessionTheLibraryIsNotAskedForAText) {
     TheEncoder().lastErrorString = "words";
     TheEncoder().handleDespiteFailure = false;
     FailCall("nvEncOpenEncodeSessionEx", 1, 8);
@@ -379,7 +379,7 @@ TEST_F(NvencSessionTest, WithoutASessionTheLibraryIsNotAskedForWords) {
     EXPECT_EQ(CountOf("nvEncDestroyEncoder"), 0);
 }
 
-TEST_F(NvencSessionTest, AFailedOpenThatLeftASessionAppendsItsWordsAndDestroysIt) {
+TEST_F(NvencSessionTest, AFailedOpenWithASessionAppendsItsTextAndDestroysIt) {
     TheEncoder().lastErrorString = "words";
     FailCall("nvEncOpenEncodeSessionEx", 1, 8);
     EXPECT_FALSE(Open());
@@ -388,7 +388,7 @@ TEST_F(NvencSessionTest, AFailedOpenThatLeftASessionAppendsItsWordsAndDestroysIt
     EXPECT_EQ(TheEncoder().releasedHandles, std::vector<void*>{EncoderHandle()});
 }
 
-TEST_F(NvencSessionTest, ALibraryWithoutWordsIsNoTrouble) {
+TEST_F(NvencSessionTest, ALibraryMayHaveNoText) {
     for (const bool slotMissing : {true, false}) {
         ResetCalls();
         ResetEncoder();
@@ -402,14 +402,14 @@ TEST_F(NvencSessionTest, ALibraryWithoutWordsIsNoTrouble) {
     }
 }
 
-TEST_F(NvencSessionTest, AMissingDriverIsSaidInOneSentence) {
+TEST_F(NvencSessionTest, AMissingDriverHasItsSentence) {
     TheEncoder().libraryMissing = true;
     EXPECT_FALSE(Open());
     EXPECT_EQ(session.ErrorText(), u"NVIDIA encoder driver is unavailable. Install the NVIDIA graphics driver.");
     EXPECT_TRUE(CallsOf(&NvencSessionTest::Close).empty());
 }
 
-TEST_F(NvencSessionTest, AMissingEntryPointIsSaidInOneSentence) {
+TEST_F(NvencSessionTest, AMissingEntryPointHasItsSentence) {
     TheEncoder().entryPointMissing = true;
     EXPECT_FALSE(Open());
     EXPECT_EQ(session.ErrorText(), u"NVIDIA encoder entry point is unavailable.");
@@ -446,7 +446,7 @@ TEST_F(NvencSessionTest, AFailedUnlockStillUnmapsTheTexture) {
     EXPECT_EQ(CountOf("nvEncUnmapInputResource"), 2);
 }
 
-TEST_F(NvencSessionTest, ACopyThatFindsNoMemoryUnlocksBeforeTheExceptionGoesOn) {
+TEST_F(NvencSessionTest, ACopyWithoutMemoryUnlocksBeforeTheExceptionPropagates) {
     ASSERT_TRUE(Open());
     RefuseAllocationsHere(1000);
     bool raised = false;
@@ -460,7 +460,7 @@ TEST_F(NvencSessionTest, ACopyThatFindsNoMemoryUnlocksBeforeTheExceptionGoesOn) 
     EXPECT_EQ(CallNames().back(), "nvEncUnlockBitstream");
 }
 
-TEST_F(NvencSessionTest, ASessionThatGoesAwayIsClosed) {
+TEST_F(NvencSessionTest, ADestroyedSessionIsClosed) {
     {
         NvencSession other;
         ASSERT_TRUE(other.Open(&device, &picture, {1920, 1080, 60, 50}));

@@ -163,7 +163,7 @@ TEST(TransportStream, PacketsAreAsManyAsTheBytesNeed) {
     }
 }
 
-TEST(TransportStream, TablesComeOnceASecondInFrontOfEachKeyFrame) {
+TEST(TransportStream, TablesPrecedeEachKeyFrameOnceASecond) {
     TsMuxState state;
     for (std::uint32_t frame = 0; frame < 30 * 20; ++frame) {
         const Bytes stream = Mux(state, Unit(5), frame, 30);
@@ -252,7 +252,7 @@ Reassembled Reassemble(const Bytes& stream) {
     return frame;
 }
 
-TEST(TransportStream, EveryFrameComesBackWholeAndWithItsTime) {
+TEST(TransportStream, EveryFrameIsDemuxedWholeAndWithItsTime) {
     std::mt19937 random(20261121);  // fixed seed
     std::uniform_int_distribution<std::size_t> sizes(1, 5000);
     std::vector<std::byte> out;
@@ -289,7 +289,7 @@ TEST(TransportStream, TimesWrapAfter33Bits) {
     EXPECT_EQ(Part(after, 178, 183), (Bytes{0x21, 0x00, 0x01, 0x0B, 0x01}));
 }
 
-TEST(TransportStream, ABufferIsReplacedWhateverItHeld) {
+TEST(TransportStream, TheOutputBufferIsReplaced) {
     TsMuxState state;
     std::vector<std::byte> out(50000, std::byte{0xAA});
     MuxFrame(state, Unit(300), 1, 60, out);

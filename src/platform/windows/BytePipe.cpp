@@ -152,6 +152,8 @@ WriteBegin BeginWrite(PipeWrite& write, const std::byte* bytes, std::size_t size
     return write.pending ? WriteBegin::Pending : WriteBegin::Refused;
 }
 
+bool IsPending(const PipeWrite& write) { return write.pending; }
+
 WriteEnd FinishWrite(PipeWrite& write, Event& stop, std::uint32_t timeoutMs) {
     if (!write.pending) {
         return WriteEnd::Done;

@@ -44,7 +44,7 @@ struct PipeWrite {
     const std::byte* bytes = nullptr;  ///< not written yet
     std::size_t size = 0;
     bool queued = false;
-    bool complete = false;
+    bool complete = false;  ///< left the queue with all its bytes written, and is not finished yet
 };
 
 namespace {
@@ -224,13 +224,11 @@ WriteBegin BeginWrite(PipeWrite& write, const std::byte* bytes, std::size_t size
     CancelWrite(write);
     write.bytes = bytes;
     write.size = size;
-    write.complete = false;
     if (!pipe.end.Held()) {
         return WriteBegin::Refused;
     }
     WritePending(pipe);
     if (pipe.first == nullptr && WriteRest(pipe, write)) {
-        write.complete = true;
         return WriteBegin::Done;
     }
     if (pipe.broken) {
@@ -240,6 +238,8 @@ WriteBegin BeginWrite(PipeWrite& write, const std::byte* bytes, std::size_t size
     return WriteBegin::Pending;
 }
 
+bool IsPending(const PipeWrite& write) { return write.queued || write.complete; }
+
 WriteEnd FinishWrite(PipeWrite& write, Event& stop, std::uint32_t timeoutMs) {
     BytePipe& pipe = *write.pipe;
     const Deadline deadline(timeoutMs);
@@ -248,7 +248,8 @@ WriteEnd FinishWrite(PipeWrite& write, Event& stop, std::uint32_t timeoutMs) {
     }
     for (;;) {
         WritePending(pipe);
-        if (write.complete) {
+        if (!write.queued && write.size == 0) {
+            write.complete = false;
             return WriteEnd::Done;
         }
         if (!write.queued || pipe.broken) {
@@ -262,6 +263,7 @@ WriteEnd FinishWrite(PipeWrite& write, Event& stop, std::uint32_t timeoutMs) {
 }
 
 void CancelWrite(PipeWrite& write) {
+    write.complete = false;
     if (write.queued) {
         Remove(*write.pipe, write);
     }

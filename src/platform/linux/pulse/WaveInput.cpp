@@ -15,7 +15,7 @@ namespace zv {
 
 struct WaveInput {
     std::shared_ptr<PulseClient> client;
-    PulseStream stream;  ///< let go of before the client
+    PulseStream stream;  ///< destroyed before the client
 
     struct Buffer {
         std::array<std::byte, waveBufferBytes> bytes{};
