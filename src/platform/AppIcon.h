@@ -1,4 +1,4 @@
-// The program's icon in one size, for windows and for the notification area.
+// The program's icon in one size, for windows and for the notification area. Interface thread only.
 #pragma once
 
 #include <cstdint>
@@ -11,11 +11,11 @@ struct AppIcon;
 template <>
 void Closer<AppIcon>::operator()(AppIcon* icon) const noexcept;
 
-/// The program's own icon resource, number 101, in exactly this size. Null where the program carries none, as the
-/// Linux program always does.
+/// The program's own icon resource, number 101, in exactly this size. Null if the program carries none, as on
+/// Linux.
 Owned<AppIcon> LoadProgramIcon(int size);
 
-/// An icon from `size` rows of as many pixels, 0xXXRRGGBB, opaque all over. Null on failure.
+/// An icon from `size` rows of as many pixels, 0xXXRRGGBB, all opaque. Null on failure.
 Owned<AppIcon> MakeIcon(int size, const std::uint32_t* pixels);
 
 }  // namespace zv

@@ -1,9 +1,9 @@
 // The default audio endpoints: what the speakers play (loopback) and the microphone.
 //
-// An endpoint is opened step by step, in the order in which the functions stand here, so that the caller can name
-// the step that failed. It delivers packets in its own mix format, each stamped on the clock of Counter100ns().
-// One thread does all of it: the one that holds the AudioThread. Everything an AudioThread has given must be
-// destroyed before it. No call waits for sound; a step that has to ask a server waits a few seconds at most.
+// An endpoint is opened in steps, in the order of the functions below, so that the caller can name the step that
+// failed. It delivers packets in its own mix format, stamped on the clock of Counter100ns(). One thread makes all
+// calls: the one that owns the AudioThread, which must outlive everything that was made with it. No call waits for
+// sound. A step that asks a server waits a few seconds at most.
 #pragma once
 
 #include <cstddef>
@@ -33,7 +33,7 @@ void Closer<AudioEndpoint>::operator()(AudioEndpoint* endpoint) const noexcept; 
 Result EnterAudioThread(Owned<AudioThread>& thread);
 Result MakeAudioEnumerator(AudioThread& thread, Owned<AudioEnumerator>& enumerator);
 
-/// The default device of now; a later change of the default is of no concern to the endpoint.
+/// The current default device. A later change of the default does not affect the endpoint.
 Result FindDefaultEndpoint(AudioEnumerator& enumerator, bool loopback, Owned<AudioEndpoint>& endpoint);
 Result ActivateEndpoint(AudioEndpoint& endpoint);
 
@@ -54,7 +54,7 @@ struct MixFormat {
 
 Result ReadMixFormat(AudioEndpoint& endpoint, MixFormat& format);
 
-/// Sets up the shared stream in the mix format that ReadMixFormat answered.
+/// Sets up the shared stream in the mix format that ReadMixFormat returned.
 Result InitializeEndpoint(AudioEndpoint& endpoint, bool loopback);
 Result OpenCaptureService(AudioEndpoint& endpoint);
 
@@ -65,7 +65,7 @@ void StopEndpoint(AudioEndpoint& endpoint);
 /// `stop` is signalled.
 bool WaitForPackets(AudioEnumerator& enumerator, Event& stop);
 
-/// The frames of the next packet that is waiting, 0 if there is none.
+/// The number of frames in the next packet, 0 if none is waiting.
 Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames);
 
 struct AudioPacket {

@@ -2,8 +2,9 @@
 //
 // This process is the writer. A pipe buffers `bufferBytes`; beyond that a write stays in flight, and its bytes
 // must not be touched until FinishWrite or CancelWrite has returned. Writes reach the reader in the order in
-// which they were begun. Closing the pipe is the end of the stream for the reader; a reader that has not opened
-// it yet fails or sees an empty stream, it never hangs. One thread uses a pipe and its writes.
+// which they were begun. Closing the pipe ends the stream for the
+// reader. A reader that has not opened the pipe by then fails or reads an empty stream; it never hangs. One thread uses
+// a pipe and its writes.
 #pragma once
 
 #include <cstddef>
@@ -50,7 +51,7 @@ enum class PipeConnect {
 /// Waits for the reader to open the pipe.
 PipeConnect ConnectPipe(BytePipe& pipe, Event& stop, std::uint32_t timeoutMs);
 
-/// Null when the system is out of handles; `code` then gets its reason.
+/// Null if the system is out of handles; `code` then receives the reason.
 Owned<PipeWrite> MakePipeWrite(BytePipe& pipe, Result* code = nullptr);
 
 enum class WriteBegin {
@@ -74,13 +75,13 @@ bool IsPending(const PipeWrite& write);
 /// Waits for a pending write. Whatever the answer, the write is no longer in flight.
 WriteEnd FinishWrite(PipeWrite& write, Event& stop, std::uint32_t timeoutMs);
 
-/// The code of the last write that was refused or failed; resultGenericFailure when the system gave none.
+/// The code of the last write that was refused or failed; resultGenericFailure if the system gave none.
 Result WriteFailure(const PipeWrite& write);
 
-/// Cancels a write that may be in flight and waits until the system has let go of its bytes.
+/// Cancels a write that may be in flight and waits until the system no longer uses its bytes.
 void CancelWrite(PipeWrite& write);
 
-/// Cuts the reader off before the pipe is closed. Where the system can, what the reader has not read yet is lost.
+/// Disconnects the reader before the pipe is closed. Unread bytes are lost where the system can discard them.
 void DisconnectPipe(BytePipe& pipe);
 
 }  // namespace zv

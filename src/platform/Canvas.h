@@ -1,8 +1,8 @@
 // Pictures that the interface draws into, before a window shows them: filled and framed boxes, text, lines, arcs and
 // other pictures, all under one transform.
 //
-// Nothing that is drawn reports a failure: what a system cannot draw stays unpainted. One thread draws into a canvas
-// and everything that it draws with; the icon's painter and the tests may use a canvas of their own beside it.
+// Drawing reports no failure: what a system cannot draw stays unpainted. A canvas and the fonts it draws with are used
+// by one thread at a time; other threads may use canvases of their own.
 #pragma once
 
 #include <cstdint>
@@ -26,7 +26,7 @@ struct PointF {
     double y = 0;
 };
 
-/// Rows from the top without padding, 0xXXRRGGBB each: the highest byte means nothing. Not owned.
+/// Rows from the top without padding, 0xXXRRGGBB each; the highest byte is ignored. Not owned.
 struct PixelView {
     const std::uint32_t* pixels = nullptr;
     std::int32_t width = 0;
@@ -50,14 +50,14 @@ struct Canvas;
 template <>
 void Closer<Canvas>::operator()(Canvas* canvas) const noexcept;
 
-/// Black all over. Null when there is no memory for it, or a side is not above 0.
+/// Black. Null if there is no memory for it or a side is not above 0.
 Owned<Canvas> MakeCanvas(std::int32_t width, std::int32_t height);
 
 /// What has been drawn so far. Valid until the next drawing call or the canvas's end.
 PixelView PixelsOf(Canvas& canvas);
 
-/// From here on a point (x, y) lies where (dx + scale * x, dy + scale * y) lay before. Each one is taken back by a
-/// PopTransform. Lengths, pens and letters are scaled with the points.
+/// Draws a point (x, y) at (origin.x + scale * x, origin.y + scale * y) of the transform before, until the matching
+/// PopTransform. Lengths, pens and letters are scaled too.
 void PushTransform(Canvas& canvas, PointF origin, double scale);
 void PopTransform(Canvas& canvas);
 
@@ -82,9 +82,9 @@ enum class TextLayout {
     Wrapped       ///< from the top left, broken between words
 };
 
-/// Nothing is painted outside the box. A line that is too long for it, and the last that fits where there are too
-/// many, end in an ellipsis; where another typeface stands in for the interface's own, its letters may be made as much
-/// narrower first as they are wider than that. "&" is a letter as any other.
+/// Paints nothing outside the box. A line that is too long, and the last line that fits if there are too many, end in
+/// an ellipsis. If the interface's typeface is replaced by a wider one, its letters may first be narrowed by as much as
+/// they are wider. "&" is an ordinary letter.
 void DrawTextInBox(Canvas& canvas, const Rectangle& box, TextView text, Color color, const Font& font,
                    TextLayout layout);
 

@@ -1,7 +1,8 @@
 // Child processes that never outlive this one.
 //
-// A child gets a pipe as its standard input, a fresh log file as its standard output and error, nothing else of
-// ours, and a job: when the job's handle closes, or this process ends in whatever way, the child is killed.
+// A child gets a pipe as its standard input and a new log file as its standard output and error, and inherits no other
+// handle. It runs in a job: the child is killed when the job's handle is closed or this process ends for any reason.
+// Any thread; one thread uses a child at a time.
 #pragma once
 
 #include <cstdint>
@@ -34,19 +35,19 @@ struct Child {
     Owned<Job> job;
 };
 
-/// Starts a child that only ever runs inside its job. On false nothing is held and nothing runs.
+/// Starts a child inside its job. Returns false if it could not be started; `child` then owns nothing and nothing runs.
 bool SpawnChild(const ChildOptions& options, Child& child);
 
-/// True as long as the child has not ended. Never waits.
+/// Returns true until the child has ended. Does not wait.
 bool IsRunning(Process& process);
 
-/// True when the child ended within the time.
+/// Returns true if the child ended within the time.
 bool WaitForExit(Process& process, std::uint32_t timeoutMs);
 
-/// The exit code of a child that has ended; 1 when it cannot be read.
+/// The exit code of a child that has ended; 1 if it cannot be read.
 std::uint32_t ExitCode(Process& process);
 
-/// Writes to the child's standard input. The outcome is of no interest: a child that is gone is noticed elsewhere.
+/// Writes to the child's standard input. Ignores failures: the end of a child is noticed by IsRunning.
 void WriteInput(ProcessInput& input, std::string_view bytes);
 
 /// Kills every process of the job with exit code 1, without waiting.

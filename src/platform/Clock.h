@@ -1,4 +1,4 @@
-// Clocks and the precise wait.
+// Clocks and the precise wait. Any thread; a timer belongs to one thread.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +29,7 @@ struct LocalTime {
 
 LocalTime LocalNow();
 
-/// Blocks the calling thread. Not for the capture thread, which waits on its events instead.
+/// Blocks the calling thread. Workers wait for their events instead.
 void SleepMs(std::uint32_t milliseconds);
 
 /// A one-shot high-resolution timer for the frame loop.
@@ -37,7 +37,7 @@ struct PreciseTimer;
 template <>
 void Closer<PreciseTimer>::operator()(PreciseTimer* timer) const noexcept;
 
-/// Null when the system has none to give.
+/// Null if the system has none left.
 Owned<PreciseTimer> MakePreciseTimer();
 
 enum class PreciseWait {

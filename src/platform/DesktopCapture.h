@@ -1,9 +1,9 @@
-// The desktop as images, and the way from such an image to the encoder's surface.
+// Captures the desktop as images and scales them into the encoder's surface.
 //
 // The calls mirror desktop duplication and a fixed-function video processor: an output of an adapter, a device on
-// that adapter, the duplication of the output, two surfaces and a scaler between them. All calls for one capture
-// are made on one thread. Handles are released in the reverse order of their making, and every AcquireImage that
-// answered Acquired is followed by ReleaseImage before the next one.
+// that adapter, the duplication of the output, two surfaces and a scaler between them. One thread makes all calls of a
+// capture. Handles are released in the reverse order of their creation. After AcquireImage has returned Acquired,
+// ReleaseImage is called before the next AcquireImage.
 #pragma once
 
 #include <cstdint>
@@ -109,7 +109,7 @@ Acquire AcquireImage(DesktopDuplication& duplication, std::uint32_t timeoutMs, O
 /// cannot be read as a texture.
 Result UpdateSurface(GraphicsDevice& device, DesktopImage& image, Surface& surface);
 
-/// Gives the image back to the duplication.
+/// Returns the image to the duplication.
 void ReleaseImage(DesktopDuplication& duplication);
 
 /// One conversion from the source surface to the target surface. `frameIndex` is the output frame.

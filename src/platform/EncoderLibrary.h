@@ -1,6 +1,7 @@
-// The video encoder's library, loaded at run time: gives the entry point of the NVENC 12.2 function list.
-// Windows loads the driver's library from the system folder and from nowhere else. Linux serves the same list
-// over a software encoder and honours what a session configures.
+// The video encoder's library, loaded at run time. It has the entry point of the NVENC 12.2 function list.
+//
+// Windows loads the driver's library, from the system folder only. Linux implements the same list with a software
+// encoder, which carries out what a session configures. Any thread; a session belongs to one thread.
 #pragma once
 
 #include "platform/NvencApi.h"
@@ -12,10 +13,10 @@ struct EncoderLibrary;
 template <>
 void Closer<EncoderLibrary>::operator()(EncoderLibrary* library) const noexcept;
 
-/// Null when the library cannot be loaded.
+/// Null if the library cannot be loaded.
 Owned<EncoderLibrary> LoadEncoderLibrary();
 
-/// The library's "NvEncodeAPICreateInstance"; null when it has none. Valid as long as the library is held.
+/// The library's "NvEncodeAPICreateInstance"; null if it has none. Valid while the library is loaded.
 NvEncodeApiCreateInstance EncoderEntryPoint(EncoderLibrary& library);
 
 }  // namespace zv

@@ -1,4 +1,4 @@
-// The process and what surrounds it: variables, its own number and place, the search path.
+// The process: environment variables, its id, the folder of its executable, the search path. Any thread.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 namespace zv {
 
-/// The value of an environment variable, empty when it is missing or empty.
+/// The value of an environment variable, empty if it is missing or empty.
 /// On Linux "LOCALAPPDATA" falls back to XDG_DATA_HOME and then to $HOME/.local/share.
 Text EnvironmentValue(TextView name);
 
@@ -22,7 +22,7 @@ Text ExecutableFolder();
 /// "ffmpeg.exe" or "ffmpeg".
 extern const char16_t* const ffmpegFileName;
 
-/// The first hit of a file name on the system's search path for programs, empty when there is none.
+/// The first hit of a file name on the system's search path for programs, empty if there is none.
 Text FindOnSearchPath(TextView fileName);
 
 }  // namespace zv

@@ -1,4 +1,4 @@
-// Manual-reset events: signalled from any thread, waited for by any number of threads, cleared by hand.
+// Manual-reset events: signalled from any thread, waited for by any number of threads, cleared explicitly.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ struct Event;
 template <>
 void Closer<Event>::operator()(Event* event) const noexcept;
 
-/// A new event, not signalled. Null only when the system is out of handles; `code` then gets the system's reason.
+/// A new event, not signalled. Null if the system is out of handles; `code` then receives the reason.
 Owned<Event> MakeEvent(Result* code = nullptr);
 
 void Signal(Event& event);
@@ -23,7 +23,7 @@ bool IsSignalled(Event& event);
 inline constexpr std::uint32_t waitForever = 0xFFFFFFFFU;
 inline constexpr int waitTimedOut = -1;
 
-/// The index of the first signalled event in the list, or waitTimedOut. A time-out of 0 only looks.
+/// The index of the first signalled event in the list, or waitTimedOut. A timeout of 0 does not wait.
 int WaitAny(std::initializer_list<Event*> events, std::uint32_t timeoutMs);
 
 }  // namespace zv

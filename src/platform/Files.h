@@ -1,4 +1,4 @@
-// What std::filesystem lacks: text to path and back, shared reading, a replacing move.
+// What std::filesystem lacks: text to path and back, shared reading, a replacing move. Any thread.
 #pragma once
 
 #include <cstddef>
@@ -10,9 +10,9 @@
 
 namespace zv {
 
-/// The native path of `text`, and back. Neither ever throws for a name without a valid form: on Linux a lone
-/// surrogate becomes its three-byte form, and a byte that is no UTF-8 becomes the unit 0xDC00 + byte, so that
-/// every name of a directory survives the way there and back.
+/// The native path of `text`, and back. Names that are not valid Unicode do not throw: on Linux a lone surrogate
+/// becomes its three-byte form, and a byte that is not UTF-8 becomes the unit 0xDC00 + byte, so that every file name
+/// survives the conversion in both directions.
 std::filesystem::path ToPath(TextView text);
 Text FromPath(const std::filesystem::path& path);
 

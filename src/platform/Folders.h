@@ -1,4 +1,4 @@
-// The user's folders.
+// The user's folders. Any thread.
 #pragma once
 
 #include "core/Text.h"
@@ -7,7 +7,7 @@ namespace zv {
 
 enum class KnownFolder { Videos, Pictures, LocalData };
 
-/// The user's folder without a separator at its end, or "." when the system cannot tell.
+/// The user's folder without a separator at its end, or "." if the system does not know it.
 Text FolderOf(KnownFolder folder);
 
 /// The user's temporary folder, without a separator at its end.

@@ -1,7 +1,7 @@
 // Ownership of the platform's handles.
 //
-// A service declares an opaque handle type and the specialisation of Closer for it. The closing call of the
-// system stands in that specialisation and nowhere else. A null Owned means that nothing is held.
+// A service declares an opaque handle type and specialises Closer for it. Only that specialisation calls the system's
+// closing function. A null Owned owns nothing.
 #pragma once
 
 #include <memory>

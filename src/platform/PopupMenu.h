@@ -1,4 +1,4 @@
-// A menu at the pointer.
+// A menu at the pointer. Interface thread only.
 #pragma once
 
 #include <span>
@@ -13,9 +13,9 @@ struct MenuItem {
     Text label;
 };
 
-/// Opens the menu at the pointer and answers the id of the item that the user chose, 0 when he chose none. Messages go
-/// on being dispatched in the meantime. Brings `owner` to the foreground first, so that a click elsewhere ends the
-/// menu, and posts it message::null in the end. A second call while a menu is open answers 0 at once.
+/// Opens the menu at the pointer and returns the id of the chosen item, or 0 if none was chosen. Dispatches messages
+/// while the menu is open. Brings `owner` to the foreground first, so that a click elsewhere closes the menu, and posts
+/// message::null to it at the end. Returns 0 at once while another menu is open.
 int ChooseFromMenu(AppWindow& owner, std::span<const MenuItem> items);
 
 }  // namespace zv

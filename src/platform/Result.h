@@ -1,6 +1,6 @@
-// What an operation that can fail with a code answers: 32 bits with the meaning of a Windows HRESULT.
-// Zero or positive is success. Windows passes its own codes through; Linux maps errno e to 0x80070000 | e,
-// so that a sentence keeps its "(0x%08X)" ending on both.
+// The result of an operation that can fail with a code: 32 bits with the meaning of a Windows HRESULT.
+// Zero or positive is success. Windows passes its own codes through; Linux maps errno e to 0x80070000 | e, so that
+// sentences end in "(0x%08X)" on both.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Reads a file that another process may be writing, replacing or deleting, block by block.
+// Reads a file that another process may be writing, replacing or deleting, block by block. One thread a file.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ void Closer<SharedFile>::operator()(SharedFile* file) const noexcept;
 /// opened.
 Owned<SharedFile> OpenSharedFile(const std::filesystem::path& path);
 
-/// Up to `size` bytes into `bytes`. Answers how many there were: 0 at the end of the file, and after a failure.
+/// Up to `size` bytes into `bytes`. Returns their number: 0 at the end of the file and after a failure.
 std::size_t ReadBlock(SharedFile& file, std::byte* bytes, std::size_t size);
 
 }  // namespace zv

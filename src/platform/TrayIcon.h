@@ -1,6 +1,7 @@
 // The program's icon in the notification area.
 //
-// On Linux the area is a program of its own, spoken to by the freedesktop system tray protocol. Interface thread only.
+// On Linux the area belongs to another program, which the freedesktop system tray protocol talks to. Interface thread
+// only.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +14,7 @@
 namespace zv {
 
 struct TrayIcon;
-/// Takes the icon away.
+/// Removes the icon.
 template <>
 void Closer<TrayIcon>::operator()(TrayIcon* icon) const noexcept;
 
@@ -30,11 +31,10 @@ inline constexpr std::uint32_t select = 0x0400;
 inline constexpr std::uint32_t keySelect = 0x0401;
 }  // namespace trayEvent
 
-/// Null when there is no notification area or it refuses. There is one icon at a time: an
-/// earlier one is to be released before.
+/// Null if there is no notification area or it refuses. There is one icon at a time: release the earlier one first.
 Owned<TrayIcon> AddTrayIcon(const TrayIconOptions& options);
 
-/// The message that every window gets when a notification area has come up: all icons have to be added again.
+/// The message that every window receives when a notification area has started: icons have to be added again.
 std::uint32_t TaskbarCreatedMessage();
 
 }  // namespace zv

@@ -1,8 +1,8 @@
 // The older way to a microphone, for drivers that refuse the shared stream: the system's default input at 48 kHz,
 // 16 bits, one channel, recorded into four buffers of 10 ms that go round.
 //
-// Calls that answer an int answer 0, or a positive code of the device, or a negative Result. One thread uses an
-// input; the device fills a queued buffer from its side, so its bytes are only looked at once it is done.
+// Calls that return an int return 0, a positive code of the device, or a negative Result. One thread uses an input. The
+// device fills a queued buffer on a thread of its own: its bytes are read only once the buffer is done.
 #pragma once
 
 #include <cstddef>
@@ -16,14 +16,14 @@ inline constexpr int waveBufferCount = 4;
 inline constexpr std::uint32_t waveBufferBytes = 960;  ///< 480 samples, 10 ms
 
 struct WaveInput;
-/// Takes all buffers back and closes the device.
+/// Cancels all buffers and closes the device.
 template <>
 void Closer<WaveInput>::operator()(WaveInput* input) const noexcept;
 
 int OpenWaveInput(Owned<WaveInput>& input);
 int PrepareWaveBuffer(WaveInput& input, int index);
 
-/// Hands a prepared buffer to the device, with nothing recorded in it. Buffers are filled in the order of queueing.
+/// Queues a prepared, empty buffer with the device. Buffers are filled in the order of queueing.
 int QueueWaveBuffer(WaveInput& input, int index);
 int StartWaveInput(WaveInput& input);
 
@@ -35,7 +35,7 @@ struct WaveBuffer {
 
 WaveBuffer LookAtWaveBuffer(const WaveInput& input, int index);
 
-/// Asks the device for its position; only the failure is of interest.
+/// Asks the device for its position, to notice a failure.
 int CheckWavePosition(WaveInput& input);
 
 }  // namespace zv

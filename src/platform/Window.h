@@ -75,7 +75,7 @@ using WindowProc = std::intptr_t (*)(AppWindow& window, std::uint32_t message, s
                                      std::intptr_t lParam);
 
 enum class WindowFrame {
-    Full,     ///< caption, border to size it by, all boxes; wherever the system puts it
+    Full,     ///< caption, sizing border, all boxes; the system chooses its position
     Caption,  ///< caption and close box
     Bare      ///< nothing but its client area
 };
@@ -106,30 +106,30 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options);
 
 // Attributes.
 
-/// Pixels of this colour (0x00BBGGRR) are not there: what lies beneath shows and is clicked.
+/// Makes pixels of this colour (0x00BBGGRR) transparent, also to clicks. A later call replaces the colour.
 void SetColorKey(AppWindow& window, std::uint32_t color);
-/// 255 is opaque. On X11 a compositor is what carries it out.
+/// 255 is opaque. Needs a compositor on X11.
 void SetConstantAlpha(AppWindow& window, std::uint8_t alpha);
-/// Keeps the window out of captures and screenshots: of everybody's on Windows, of the program's own on X11, where the
+/// Keeps the window out of captures and screenshots: of all programs on Windows, of this program on X11, where the
 /// window has to be bare.
 void ExcludeFromCapture(AppWindow& window);
 void SetDarkFrame(AppWindow& window);
-/// Either may be null. The icons have to outlive the window.
+/// Either may be null. The icons must outlive the window.
 void SetWindowIcons(AppWindow& window, const AppIcon* big, const AppIcon* little);
 
-// Showing and placing. Rectangles are those of whole windows, in coordinates of the desktop.
+// Visibility and bounds. Rectangles are those of whole windows, in coordinates of the desktop.
 
 void ShowWindowPlain(AppWindow& window);
 void ShowWithoutActivating(AppWindow& window);
-/// Shows the window, back from an icon too, in front of the others and with the focus.
+/// Shows or restores the window in front of the others and gives it the focus.
 void ShowInFront(AppWindow& window);
 void HideWindow(AppWindow& window);
-/// A window that is an icon counts as shown.
+/// A minimized window counts as shown.
 bool IsWindowShown(AppWindow& window);
 bool IsWindowIcon(AppWindow& window);
-/// Shows the window there, in front of all that are not topmost, without activating it.
+/// Shows the window at these bounds, above all that are not topmost, without activating it.
 void ShowTopmostAt(AppWindow& window, const Rectangle& bounds);
-/// Moves and sizes the window, no more.
+/// Moves and sizes the window without showing or raising it.
 void PlaceWindow(AppWindow& window, const Rectangle& bounds);
 Rectangle WindowBounds(AppWindow& window);
 /// The client area, in coordinates of the desktop.
@@ -160,14 +160,14 @@ void CaptureMouse(AppWindow& window);
 bool HasMouse(AppWindow& window);
 void ReleaseMouse(AppWindow& window);
 enum class CursorShape { Arrow, Hand };
-/// Of the pointer while it is over the window; asked for by message::setCursor.
+/// The pointer's shape over the window. Called from message::setCursor.
 void SetCursorShape(AppWindow& window, CursorShape shape);
-/// In coordinates of the desktop.
+/// The pointer, in coordinates of the desktop.
 Point CursorPosition();
 
-// The rest.
+// Messages and timers.
 
-/// Waits until what was shown and hidden so far is so on the screen: for a refresh or two.
+/// Waits until the screen shows all changes so far: one or two refreshes.
 void FlushScreen();
 
 /// What the system does with a message that the procedure does not handle: message::close destroys the window.

@@ -25,7 +25,7 @@ namespace {
 std::string ClassOf(const WindowOptions& options) { return {options.className.begin(), options.className.end()}; }
 std::string ClassOf(const AppWindow& window) { return ClassOf(window.record.options); }
 
-std::vector<AppWindow*>& Standing() {
+std::vector<AppWindow*>& LiveWindows() {
     static std::vector<AppWindow*> windows;
     return windows;
 }
@@ -59,7 +59,7 @@ void End(AppWindow& window) {
     window.procedure(window, message::destroy, 0, 0);
     TheWindows().shownWindows -= static_cast<int>(window.record.shown);
     window.record.shown = false;
-    std::erase(Standing(), &window);
+    std::erase(LiveWindows(), &window);
 }
 
 }  // namespace
@@ -99,7 +99,7 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options) {
     window->record.options = options;
     window->record.topmost = options.topmost;
     window->record.bounds = {options.left, options.top, options.left + options.width, options.top + options.height};
-    Standing().push_back(window.get());
+    LiveWindows().push_back(window.get());
     options.procedure(*window, message::create, 0, 0);
     SetShown(*window, options.visible);
     return window;
@@ -316,10 +316,10 @@ void ResetWindows() { TheWindows() = {}; }
 WindowRecord& RecordOf(AppWindow& window) { return window.record; }
 
 AppWindow* FindWindowOf(TextView className) {
-    const auto found = std::find_if(Standing().rbegin(), Standing().rend(), [&](const AppWindow* window) {
+    const auto found = std::find_if(LiveWindows().rbegin(), LiveWindows().rend(), [&](const AppWindow* window) {
         return window->record.options.className == className;
     });
-    return found == Standing().rend() ? nullptr : *found;
+    return found == LiveWindows().rend() ? nullptr : *found;
 }
 
 void PaintIfNeeded(AppWindow& window) {

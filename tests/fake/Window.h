@@ -75,7 +75,7 @@ WindowControls& TheWindows();
 void ResetWindows();
 
 WindowRecord& RecordOf(AppWindow& window);
-/// The window of that class that was made last and still stands, null when there is none.
+/// The window of that class that was made last and still exists, null if there is none.
 AppWindow* FindWindowOf(TextView className);
 /// Sends message::paint when the window is shown and has to be painted, as the system would.
 void PaintIfNeeded(AppWindow& window);

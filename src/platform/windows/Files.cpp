@@ -10,7 +10,7 @@ namespace {
 
 bool IsSeparator(char16_t unit) { return unit == u'\\' || unit == u'/'; }
 
-/// A name that stands for itself: "C:..." or one that begins at a root or a share.
+/// A name that begins with a drive, a root or a share.
 bool IsAbsolute(TextView name) {
     return (!name.empty() && IsSeparator(name[0])) || (name.size() > 1 && name[1] == u':');
 }

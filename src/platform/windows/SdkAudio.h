@@ -1,5 +1,5 @@
-// The part of the Windows SDK that speaks of audio sessions. It stands apart from Sdk.h because it and the media
-// player's header declare the same names and can't be in one translation unit.
+// The audio session headers of the Windows SDK. Apart from Sdk.h, because some of their names are also declared by the
+// media player's header, which cannot be in the same translation unit.
 #pragma once
 
 #include "platform/windows/Sdk.h"

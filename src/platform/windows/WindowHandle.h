@@ -1,4 +1,4 @@
-// What stands behind the handles of windows and icons, for the files that speak about them to the system.
+// The handles of windows and icons, for the files that pass them to the system.
 #pragma once
 
 #include "platform/AppIcon.h"
