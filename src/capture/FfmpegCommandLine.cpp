@@ -2,7 +2,7 @@
 
 #include "capture/ReplayPlaylist.h"
 #include "core/CommandLine.h"
-#include "platform/BytePipe.h"
+#include "platform/FfmpegInput.h"
 #include "platform/Files.h"
 
 namespace zv {

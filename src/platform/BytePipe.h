@@ -29,11 +29,6 @@ void Closer<PipeWrite>::operator()(PipeWrite* write) const noexcept;
 /// stem, the decimal process id, "-", the decimal counter. On Windows "\\.\pipe\ZVVideo-4711-1".
 Text PipeName(TextView stem, std::uint32_t counter);
 
-/// What an FFmpeg of this platform needs in front of a raw input that it reads from such a pipe, with a blank at
-/// its end, or nothing. Windows: "-avioflags direct ". Linux: nothing, because an FFmpeg older than 8 loses the
-/// bytes that it probes when it may not buffer, and distributions ship older ones.
-extern const char16_t* const rawPipeInputFlags;
-
 struct PipeOptions {
     std::uint32_t bufferBytes = 0x100000;
     bool firstInstanceOnly = false;  ///< refuse a name that exists already

@@ -15,6 +15,7 @@
 #include "fake/AudioCapture.h"
 #include "fake/VideoCapture.h"
 #include "platform/BytePipe.h"
+#include "platform/FfmpegInput.h"
 #include "platform/Files.h"
 #include "support/EndToEnd.h"
 

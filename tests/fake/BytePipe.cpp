@@ -14,8 +14,6 @@ struct PipeWrite {
     std::vector<std::byte> copy;
 };
 
-const char16_t* const rawPipeInputFlags = u"";
-
 namespace fake {
 
 PipeControls& ThePipe() {

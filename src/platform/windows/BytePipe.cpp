@@ -81,8 +81,6 @@ PipeConnect WaitForReader(BytePipe& pipe, OVERLAPPED& overlapped, Event& stop, s
 
 }  // namespace
 
-const char16_t* const rawPipeInputFlags = u"-avioflags direct ";
-
 Text PipeName(TextView stem, std::uint32_t counter) {
     return Text(u"\\\\.\\pipe\\").append(stem) + DecimalUnsigned(OwnProcessId()) + u"-" + DecimalUnsigned(counter);
 }

@@ -166,8 +166,6 @@ Text PipeName(TextView stem, std::uint32_t counter) {
     return FromUtf8(PipeFolderPath() + "/" + ToUtf8(stem) + number);
 }
 
-const char16_t* const rawPipeInputFlags = u"";
-
 Result MakeBytePipe(TextView name, const PipeOptions& options, Owned<BytePipe>& pipe) {
     IgnoreBrokenPipes();
     pipe.reset();

@@ -1,13 +1,11 @@
 // Videos and Pictures from the user's XDG folders; temporary files where TMPDIR says.
 #include "platform/Folders.h"
 
-#include <string>
-#include <string_view>
+#include <glib.h>
 
 #include "core/Utf8.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
-#include "platform/linux/posix/UserFolders.h"
 
 namespace zv {
 namespace {
@@ -19,22 +17,14 @@ Text WithoutTrailingSeparators(Text folder) {
     return folder;
 }
 
-std::string UserFolderFile(TextView home) {
-    constexpr std::size_t cap = 0x10000;
-    Text folder = EnvironmentValue(u"XDG_CONFIG_HOME");
-    if (folder.empty()) {
-        folder = JoinPath(home, u".config");
-    }
-    return ReadSharedFile(JoinPath(folder, u"user-dirs.dirs"), cap);
-}
-
-Text MediaFolder(std::string_view key, TextView usualName) {
+/// The desktop's folder, which GLib reads once from "user-dirs.dirs".
+Text MediaFolder(GUserDirectory directory, TextView usualName) {
     const Text home = EnvironmentValue(u"HOME");
     if (home.empty()) {
         return u".";
     }
-    const std::string chosen = UserFolderFrom(UserFolderFile(home), key, ToUtf8(home));
-    return chosen.empty() ? JoinPath(home, usualName) : FromUtf8(chosen);
+    const char* chosen = g_get_user_special_dir(directory);
+    return chosen == nullptr ? JoinPath(home, usualName) : WithoutTrailingSeparators(FromUtf8(chosen));
 }
 
 }  // namespace
@@ -42,9 +32,9 @@ Text MediaFolder(std::string_view key, TextView usualName) {
 Text FolderOf(KnownFolder folder) {
     switch (folder) {
         case KnownFolder::Videos:
-            return MediaFolder("XDG_VIDEOS_DIR", u"Videos");
+            return MediaFolder(G_USER_DIRECTORY_VIDEOS, u"Videos");
         case KnownFolder::Pictures:
-            return MediaFolder("XDG_PICTURES_DIR", u"Pictures");
+            return MediaFolder(G_USER_DIRECTORY_PICTURES, u"Pictures");
         case KnownFolder::LocalData:
             break;
     }

@@ -13,6 +13,7 @@
 
 #include "fake/Allocations.h"
 #include "platform/BytePipe.h"
+#include "platform/FfmpegInput.h"
 #include "support/Eventually.h"
 #include "support/PlatformChild.h"
 #include "support/TemporaryFolder.h"

@@ -2,12 +2,9 @@
 //
 // Requests that do not depend on one another are sent together. A look takes one round trip for the check of the
 // connection, one for the window, one for each level between the window and the root, and three for the monitors.
-//
-// The X-Resource extension's one request that is needed here is put together by hand: QueryClientIds (4) with one
-// client asked for, whose answer is a list of (client, mask, length in bytes, values).
 #include "platform/FrontWindow.h"
 
-#include <xcb/xcbext.h>
+#include <xcb/res.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -59,55 +56,15 @@ std::string ImageOf(const std::string& process) {
     return image;
 }
 
-constexpr std::uint8_t queryClientIds = 4;
-constexpr std::uint32_t localClientPid = 2;
-
-xcb_extension_t resourceExtension = {"X-Resource", 0};
-
-struct ClientIdsRequest {
-    std::uint8_t majorOpcode;
-    std::uint8_t minorOpcode;
-    std::uint16_t length;
-    std::uint32_t count;
-    std::uint32_t client;
-    std::uint32_t mask;
-};
-
-/// One value follows it.
-struct ClientIds {
-    std::uint8_t type;
-    std::uint8_t unused;
-    std::uint16_t sequence;
-    std::uint32_t length;  ///< of what follows the first 32 bytes, in units of 4 bytes
-    std::uint32_t count;
-    std::uint8_t padding[20];
-    std::uint32_t client;
-    std::uint32_t mask;
-    std::uint32_t valueBytes;
-    std::uint32_t value;
-};
-static_assert(sizeof(ClientIds) == 48);
-
-unsigned SendQuery(xcb_connection_t* connection, xcb_window_t window) {
-    ClientIdsRequest request{0, queryClientIds, 0, 1, window, localClientPid};
-    const xcb_protocol_request_t protocol = {2, &resourceExtension, queryClientIds, 0};
-    // The library uses up to two places in front of the first for itself, and puts opcode and length in.
-    iovec parts[4] = {};
-    parts[2] = {&request, sizeof request};
-    parts[3] = {nullptr, 0};
-    return xcb_send_request(connection, XCB_REQUEST_CHECKED, parts + 2, &protocol);
-}
-
 /// The process at the other end of the connection that made the window; 0 if the server does not know it.
-std::uint32_t ProcessOf(xcb_connection_t* connection, unsigned query) {
-    xcb_generic_error_t* error = nullptr;
-    const auto reply = Adopt(static_cast<ClientIds*>(xcb_wait_for_reply(connection, query, &error)));
-    const auto failed = Adopt(error);
-    constexpr std::uint32_t oneValue = 4;
-    if (!reply || failed || reply->count < 1 || reply->length < oneValue || reply->valueBytes < sizeof reply->value) {
+std::uint32_t ProcessOf(xcb_connection_t* connection, xcb_res_query_client_ids_cookie_t cookie) {
+    const auto reply = Adopt(xcb_res_query_client_ids_reply(connection, cookie, nullptr));
+    if (!reply) {
         return 0;
     }
-    return reply->value;
+    const auto ids = xcb_res_query_client_ids_ids_iterator(reply.get());
+    const bool hasValue = ids.rem > 0 && xcb_res_client_id_value_value_length(ids.data) > 0;
+    return hasValue ? *xcb_res_client_id_value_value(ids.data) : 0;
 }
 
 xcb_get_property_cookie_t AskForProperty(const XDisplay& display, xcb_window_t window, xcb_atom_t property,
@@ -158,15 +115,19 @@ struct WindowFacts {
 
 WindowFacts AskAbout(const XDisplay& display, xcb_window_t window) {
     xcb_connection_t* connection = display.connection;
-    const bool tellsProcess = x11::HasExtension(connection, resourceExtension);
-    const unsigned processQuery = tellsProcess ? SendQuery(connection, window) : 0;
+    const bool tellsProcess = x11::HasExtension(connection, xcb_res_id);
+    const xcb_res_client_id_spec_t client{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    xcb_res_query_client_ids_cookie_t processCookie{};
+    if (tellsProcess) {
+        processCookie = xcb_res_query_client_ids(connection, 1, &client);
+    }
     const auto treeCookie = xcb_query_tree(connection, window);
     const auto geometryCookie = xcb_get_geometry(connection, window);
     const auto claimedCookie = AskForProperty(display, window, display.atoms.netWmPid, 1);
     const auto typeCookie = AskForProperty(display, window, display.atoms.netWmWindowType, 1);
     const auto classCookie = AskForProperty(display, window, XCB_ATOM_WM_CLASS, 256);
     WindowFacts facts;
-    facts.process = tellsProcess ? ProcessOf(connection, processQuery) : 0;
+    facts.process = tellsProcess ? ProcessOf(connection, processCookie) : 0;
     if (const auto tree = Adopt(xcb_query_tree_reply(connection, treeCookie, nullptr))) {
         facts.parent = tree->parent;
     }

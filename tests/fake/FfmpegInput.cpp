@@ -1,6 +1,6 @@
 // The reader flags of a platform whose pipes FFmpeg must read unbuffered, so that command lines can be compared in that
 // form everywhere.
-#include "platform/BytePipe.h"
+#include "platform/FfmpegInput.h"
 
 namespace zv {
 
