@@ -22,8 +22,8 @@ struct ClipList {
 /// The one list of the process. Interface thread.
 ClipList& CurrentClipList();
 
-/// Lists the top level of the clips folder, and of the recordings folder if that is another one. A missing folder counts
-/// as empty.
+/// Lists the top level of the clips folder, and of the recordings folder if that is another one. A missing folder
+/// counts as empty.
 void RefreshClipList(const Text& clipsFolder, const Text& recordingsFolder);
 
 }  // namespace zv
