@@ -59,8 +59,8 @@ struct DesktopOnX : testing::Test {
         ASSERT_EQ(LookUpOutput(*factory, 0, index, record, output), OutputLookup::Found);
         ASSERT_EQ(MakeGraphicsDevice(*output, device), resultOk);
         ASSERT_EQ(OpenDuplication(*device, *output, duplication), resultOk);
-        ASSERT_EQ(MakeCaptureSurface(*device, static_cast<std::uint32_t>(record.right - record.left),
-                                     static_cast<std::uint32_t>(record.bottom - record.top), surface),
+        ASSERT_EQ(MakeCaptureSurface(*device, static_cast<std::uint32_t>(record.bounds.right - record.bounds.left),
+                                     static_cast<std::uint32_t>(record.bounds.bottom - record.bounds.top), surface),
                   resultOk);
     }
     /// Acquires and copies the next image.
@@ -113,8 +113,8 @@ TEST_F(DesktopOnX, IsOneOutputOfTheFirstAdapter) {
     Start("640x480x24");
     ASSERT_EQ(LookUpOutput(*factory, 0, 0, record, output), OutputLookup::Found);
     EXPECT_EQ(record.deviceName, u"screen");
-    EXPECT_EQ(record.right - record.left, 640);
-    EXPECT_EQ(record.bottom - record.top, 480);
+    EXPECT_EQ(record.bounds.right - record.bounds.left, 640);
+    EXPECT_EQ(record.bounds.bottom - record.bounds.top, 480);
     EXPECT_TRUE(record.described);
     EXPECT_TRUE(record.attached);
     EXPECT_LE(record.rotation, 1U);
@@ -270,8 +270,8 @@ TEST_F(ChangingDesktop, DeliversOnlyItsMonitorsPartOfTheScreen) {
     drawer = std::make_unique<Drawer>();
     Open();
     ASSERT_EQ(record.deviceName, u"right");
-    EXPECT_EQ(record.left, 300);
-    EXPECT_EQ(record.bottom, 500);
+    EXPECT_EQ(record.bounds.left, 300);
+    EXPECT_EQ(record.bounds.bottom, 500);
     ASSERT_EQ(AcquireAndCopy(0), Acquire::Acquired);
     drawer->Fill({0, 0, 300, 600}, 0x0000FF);
     EXPECT_EQ(AcquireAndCopy(30), Acquire::Timeout) << "another monitor's change is not this one's";
