@@ -49,7 +49,7 @@ Result StartWaveSource(AudioSource& source) {
 
 Result DrainWaveSource(AudioSource& source, std::int64_t captureStartTime) {
     for (int taken = 0; taken < waveBufferCount; ++taken) {
-        const WaveBuffer buffer = LookAtWaveBuffer(*source.waveIn, source.currentBuffer);
+        const WaveBuffer buffer = PeekWaveBuffer(*source.waveIn, source.currentBuffer);
         if (!buffer.done) {
             break;
         }

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "core/ReadSharedFile.h"
 #include "platform/Files.h"
 
 namespace zv {

@@ -1,4 +1,4 @@
-// Where a new capture goes.
+// The path of a new capture.
 #pragma once
 
 #include "core/Text.h"
@@ -11,8 +11,8 @@ inline constexpr TextView screenshotStem = u"ZV_Screenshot";
 inline constexpr TextView videoExtension = u".mp4";
 inline constexpr TextView imageExtension = u".png";
 
-/// The full path of a new file in `folder`, named with the local time of this moment. Creates the folder; a failure
-/// to do so shows when the file is written. Any thread.
+/// Returns the full path of a new file in `folder`, whose name contains the current local time. Creates the folder and
+/// ignores a failure, because writing the file then fails. Any thread.
 Text BuildCapturePath(TextView folder, TextView stem, TextView extension);
 
 }  // namespace zv

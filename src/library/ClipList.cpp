@@ -13,13 +13,13 @@ namespace fs = std::filesystem;
 
 struct FoundClip {
     ClipRow row;
-    std::optional<fs::file_time_type> written;  ///< nothing: it could not be read
+    std::optional<fs::file_time_type> written;  ///< nullopt: could not be read
 };
 
-/// Case counts, unlike in the library's own scan.
+/// Case-sensitive, unlike the scan of the library page.
 bool IsClipName(TextView name) {
     const bool isVideo = EndsWith(name, u".mp4") || EndsWith(name, u".mkv") || EndsWith(name, u".mov");
-    const bool hasStem = name.size() > 4;  // a name that is all extension has none
+    const bool hasStem = name.size() > 4;  // not only an extension
     return isVideo && hasStem && !EndsWith(name, u".partial.mp4");
 }
 

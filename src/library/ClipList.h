@@ -1,4 +1,4 @@
-// The plain listing of the clip folders that is made once at start-up.
+// The list of clips, which is read from the folders once at start-up.
 #pragma once
 
 #include <cstddef>
@@ -16,14 +16,14 @@ struct ClipRow {
 
 struct ClipList {
     std::vector<ClipRow> rows;  ///< newest first
-    std::size_t selected = 0;   ///< within the rows, 0 when there are none
+    std::size_t selected = 0;   ///< index of a row; 0 if the list is empty
 };
 
-/// The one list of the process. Interface thread.
+/// The only list of the process. Interface thread.
 ClipList& CurrentClipList();
 
-/// Lists the top level of the clips folder, and of the recordings folder if that is another one. A missing folder
-/// counts as empty.
+/// Lists the files directly in the clips folder, and in the recordings folder if it is a different one. A missing
+/// folder counts as empty.
 void RefreshClipList(const Text& clipsFolder, const Text& recordingsFolder);
 
 }  // namespace zv

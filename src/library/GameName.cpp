@@ -12,7 +12,7 @@ enum class Match { Contains, Equals };
 
 struct NameRule {
     Match match;
-    TextView text;  ///< against the lower-cased stem
+    TextView text;  ///< compared with the stem in lower case
     TextView name;
 };
 

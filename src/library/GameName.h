@@ -1,6 +1,6 @@
-// From the process in front to the name of the folder that its captures go to.
+// Computes the name of the folder for captures from the process in front.
 //
-// There is no database of games: a few special cases, a list of programs that are no games, and a general rule.
+// The name comes from a few special cases, a list of programs that are not games, and a general rule.
 #pragma once
 
 #include "core/Text.h"
@@ -8,16 +8,20 @@
 
 namespace zv {
 
-/// The display name for the full path of a process's image, safe as a folder name. "/" and "\" both separate.
+/// Returns the display name of a process from the full path of its image. The name is a valid folder name. "/" and "\"
+/// both separate folders.
 Text IdentifyProcess(TextView imagePath);
 
-/// A name that every file system takes as a folder: at most 80 units, 85 with the "Game_" of a reserved name.
+/// Converts a name to one that is valid for a folder on every file system: at most 80 units, or 85 with the "Game_"
+/// before a reserved name.
 Text SanitizeFolderName(Text name);
 
-/// The name of the game in front. Empty if nothing or a window of this program is in front, and the last name stays.
+/// The name of the game in front. Empty if no window or a window of this program is in front; the caller then keeps the
+/// last name.
 Text ForegroundGameName(const FrontWindow& front);
 
-/// Whether the capture badge shows over this process. A list of its own, narrower than the naming rules.
+/// Returns true if the capture badge is shown over this process. Has its own list, which is shorter than that of the
+/// names.
 bool IsKnownGame(TextView imagePath);
 
 }  // namespace zv

@@ -1,5 +1,5 @@
-// The picture is written under a working name that no listing of the library takes for an image, and gets its own
-// name when it is complete. A full disk leaves neither.
+// Writes the picture under a working name that the library does not list as an image, and renames it when it is
+// complete. A full disk leaves no file.
 #include "library/Screenshot.h"
 
 #include <filesystem>
@@ -15,7 +15,7 @@
 namespace zv {
 namespace {
 
-/// The working file of a picture, removed unless the picture has got its name.
+/// The working file of a picture. Removed by the destructor, unless Finish has renamed it.
 class WorkingFile {
 public:
     explicit WorkingFile(const Text& path) : path_(path), name_(path + u".partial"), native_(ToPath(name_)) {}

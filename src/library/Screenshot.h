@@ -1,19 +1,20 @@
-// The picture of one monitor as a file among the captures. Everything here blocks and belongs to a worker: it touches
-// neither the engine nor the settings, only the copies that it is given.
+// Saves a picture of one monitor. All functions block and run on a worker thread. They use only their arguments,
+// neither the engine nor the settings.
 #pragma once
 
 #include "core/Text.h"
 
 namespace zv {
 
-/// What a screenshot ends with when something nobody expected breaks it off.
+/// The status of a screenshot that an exception has ended.
 inline constexpr TextView screenshotBrokenOff = u"Screenshot failed. Check Gallery > Folders.";
 
-/// Takes the monitor of that name, the primary one for an empty name, into a new file in `folder`. Answers the text
-/// to show.
+/// Saves a picture of the monitor of this name to a new file in `folder`. An empty name selects the primary monitor.
+/// Returns the status text.
 Text SaveScreenshot(const Text& folder, const Text& monitorDevice);
 
-/// Writes what the monitor shows, at its own size, to `path`. Creates the folder. False leaves no file behind.
+/// Writes the monitor's content in full size to `path`. Creates the folder. Returns false and leaves no file on
+/// failure.
 bool GrabMonitor(const Text& monitorDevice, const Text& path);
 
 }  // namespace zv

@@ -11,11 +11,11 @@ struct AppIcon;
 template <>
 void Closer<AppIcon>::operator()(AppIcon* icon) const noexcept;
 
-/// The program's own icon resource, number 101, in exactly this size. Null if the program carries none, as on
+/// Loads the program's icon resource, number 101, in exactly this size. Returns null if the program has none, as on
 /// Linux.
 Owned<AppIcon> LoadProgramIcon(int size);
 
-/// An icon from `size` rows of as many pixels, 0xXXRRGGBB, all opaque. Null on failure.
+/// Makes an opaque icon from `size` rows of `size` pixels, 0xXXRRGGBB. Returns null on failure.
 Owned<AppIcon> MakeIcon(int size, const std::uint32_t* pixels);
 
 }  // namespace zv

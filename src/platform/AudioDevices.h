@@ -9,10 +9,10 @@ namespace zv {
 
 struct AudioDeviceName {
     Text name;
-    bool input = false;  ///< records; else it plays
+    bool input = false;  ///< true: records; false: plays
 };
 
-/// All devices that record, then all that play, in the system's order. Empty if the system does not answer.
+/// Returns all input devices, then all output devices, in the system's order. Empty on failure.
 std::vector<AudioDeviceName> ListAudioDeviceNames();
 
 }  // namespace zv

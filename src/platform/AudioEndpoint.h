@@ -1,9 +1,9 @@
 // The default audio endpoints: what the speakers play (loopback) and the microphone.
 //
 // An endpoint is opened in steps, in the order of the functions below, so that the caller can name the step that
-// failed. It delivers packets in its own mix format, stamped on the clock of Counter100ns(). One thread makes all
-// calls: the one that owns the AudioThread, which must outlive everything that was made with it. No call waits for
-// sound. A step that asks a server waits a few seconds at most.
+// failed. It delivers packets in its own mix format, with time stamps of Counter100ns(). All calls are made by one
+// thread, which owns the AudioThread. The AudioThread must outlive all handles made with it. No call waits for sound. A
+// step that queries a server waits a few seconds at most.
 #pragma once
 
 #include <cstddef>
@@ -16,12 +16,12 @@
 namespace zv {
 
 inline constexpr Result resultInvalidArgument = ResultOf(0x80070057U);    ///< E_INVALIDARG
-inline constexpr Result resultNoEndpoint = ResultOf(0x80070490U);         ///< no such default device
-inline constexpr Result resultEndpointGone = ResultOf(0x88890004U);       ///< AUDCLNT_E_DEVICE_INVALIDATED
+inline constexpr Result resultNoEndpoint = ResultOf(0x80070490U);         ///< there is no default device
+inline constexpr Result resultEndpointRemoved = ResultOf(0x88890004U);    ///< AUDCLNT_E_DEVICE_INVALIDATED
 inline constexpr Result resultFormatUnsupported = ResultOf(0x88890008U);  ///< AUDCLNT_E_UNSUPPORTED_FORMAT
 
-struct AudioThread;      ///< the calling thread may use sound
-struct AudioEnumerator;  ///< knows the default devices
+struct AudioThread;      ///< while it exists, the calling thread may use the functions below
+struct AudioEnumerator;  ///< finds the default devices
 struct AudioEndpoint;    ///< one default endpoint
 template <>
 void Closer<AudioThread>::operator()(AudioThread* thread) const noexcept;
@@ -49,12 +49,12 @@ struct MixFormat {
     std::uint32_t blockAlign = 0;  ///< bytes of one frame
     std::uint32_t bitsPerSample = 0;
     std::uint32_t extraBytes = 0;    ///< `cbSize`
-    std::uint32_t subFormatTag = 0;  ///< low 16 bits of the extension's first field, 0 without an extension
+    std::uint32_t subFormatTag = 0;  ///< low 16 bits of the extension's first field; 0 without an extension
 };
 
 Result ReadMixFormat(AudioEndpoint& endpoint, MixFormat& format);
 
-/// Sets up the shared stream in the mix format that ReadMixFormat returned.
+/// Initializes the shared stream with the mix format that ReadMixFormat returned.
 Result InitializeEndpoint(AudioEndpoint& endpoint, bool loopback);
 Result OpenCaptureService(AudioEndpoint& endpoint);
 
@@ -71,8 +71,8 @@ Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames);
 struct AudioPacket {
     const std::byte* data = nullptr;  ///< `frames` frames, valid until ReleasePacket; null means silence
     std::uint32_t frames = 0;
-    bool silent = false;          ///< the data are to be ignored
-    bool timestampError = false;  ///< the position is to be ignored
+    bool silent = false;          ///< ignore the data
+    bool timestampError = false;  ///< ignore the position
     std::int64_t position = 0;    ///< when the first frame was captured, in 100 ns of Counter100ns()
 };
 

@@ -1,8 +1,8 @@
-// Pictures that the interface draws into, before a window shows them: filled and framed boxes, text, lines, arcs and
+// The memory that the interface is drawn into before a window shows it: filled and framed boxes, text, lines, arcs and
 // other pictures, all under one transform.
 //
-// Drawing reports no failure: what a system cannot draw stays unpainted. A canvas and the fonts it draws with are used
-// by one thread at a time; other threads may use canvases of their own.
+// Drawing functions report no failure: a shape that the system cannot draw is left out. A canvas and its fonts are used
+// by one thread at a time. Different threads may use different canvases.
 #pragma once
 
 #include <cstdint>
@@ -35,13 +35,13 @@ struct PixelView {
 
 // Fonts.
 
-/// One size and weight of the interface's typeface. Made for any canvas.
+/// One size and weight of the interface's typeface. May be used with any canvas.
 struct Font;
 template <>
 void Closer<Font>::operator()(Font* font) const noexcept;
 
-/// `height` is that of a line, from the highest ascender to the lowest descender, in units of the canvas; `weight` is
-/// 400 for regular, 600 for semibold, 700 for bold. Null on failure.
+/// `height` is the height of a line, from the highest ascender to the lowest descender, in units of the canvas.
+/// `weight` is 400 for regular, 600 for semibold, 700 for bold. Returns null on failure.
 Owned<Font> MakeFont(std::int32_t height, std::int32_t weight);
 
 // The canvas itself.
@@ -50,41 +50,41 @@ struct Canvas;
 template <>
 void Closer<Canvas>::operator()(Canvas* canvas) const noexcept;
 
-/// Black. Null if there is no memory for it or a side is not above 0.
+/// Makes a black canvas. Returns null if there is not enough memory or a side is 0 or less.
 Owned<Canvas> MakeCanvas(std::int32_t width, std::int32_t height);
 
-/// What has been drawn so far. Valid until the next drawing call or the canvas's end.
+/// Returns what has been drawn so far. Valid until the next drawing call or until the canvas is destroyed.
 PixelView PixelsOf(Canvas& canvas);
 
-/// Draws a point (x, y) at (origin.x + scale * x, origin.y + scale * y) of the transform before, until the matching
-/// PopTransform. Lengths, pens and letters are scaled too.
+/// Until the matching PopTransform, draws a point (x, y) at (origin.x + scale * x, origin.y + scale * y) of the
+/// previous transform. Lengths, pens and letters are scaled too.
 void PushTransform(Canvas& canvas, PointF origin, double scale);
 void PopTransform(Canvas& canvas);
 
-// Boxes. Their edges land on whole pixels.
+// Boxes. Their edges lie on whole pixels.
 
 void FillBox(Canvas& canvas, const Rectangle& box, Color color);
 
 /// `corner` is the width and the height of the ellipse that rounds a corner: twice its radius.
 void FillRoundBox(Canvas& canvas, const Rectangle& box, std::int32_t corner, Color color);
 
-/// The outermost `depth` units of the box.
+/// Fills the outermost `depth` units of the box.
 void FrameBox(Canvas& canvas, const Rectangle& box, std::int32_t depth, Color color);
 
-/// A line of one unit along the inside of a rounded box.
+/// Draws a line of one unit along the inside of a rounded box.
 void FrameRoundBox(Canvas& canvas, const Rectangle& box, std::int32_t corner, Color color);
 
 // Text.
 
 enum class TextLayout {
-    Line,         ///< one line, from the left, in the middle of the height
-    CentredLine,  ///< one line in the middle of the box
-    Wrapped       ///< from the top left, broken between words
+    Line,         ///< one line, left-aligned and vertically centred
+    CentredLine,  ///< one line, centred in both directions
+    Wrapped       ///< from the top left, with line breaks between words
 };
 
-/// Paints nothing outside the box. A line that is too long, and the last line that fits if there are too many, end in
-/// an ellipsis. If the interface's typeface is replaced by a wider one, its letters may first be narrowed by as much as
-/// they are wider. "&" is an ordinary letter.
+/// Paints nothing outside the box. Text that does not fit ends in an ellipsis: at the end of the line, or of the last
+/// line that fits. If a wider typeface replaces the interface's own, its letters may be narrowed to the width of the
+/// original first. "&" is an ordinary letter.
 void DrawTextInBox(Canvas& canvas, const Rectangle& box, TextView text, Color color, const Font& font,
                    TextLayout layout);
 
@@ -95,11 +95,12 @@ struct Pen {
     double width = 1;
 };
 
-/// Joins the points in their order, and the last one with the first when `closed`.
+/// Connects the points in their order, and the last one to the first if `closed`.
 void StrokeLines(Canvas& canvas, std::span<const PointF> points, bool closed, Pen pen);
 void FillPolygon(Canvas& canvas, std::span<const PointF> points, Color color);
 
-/// Part of a circle's line. 0 degrees is to the right, and degrees grow clockwise; 360 are the whole circle.
+/// A part of a circle's outline. 0 degrees points to the right, and angles increase clockwise; 360 degrees are the
+/// whole circle.
 struct Arc {
     PointF centre;
     double radius = 0;
@@ -111,7 +112,7 @@ void FillDisc(Canvas& canvas, PointF centre, double radius, Color color);
 
 // Pictures.
 
-/// Stretches the whole picture over the box, averaging where it gets smaller.
+/// Scales the whole picture to the box, with averaging if the box is smaller.
 void DrawPixels(Canvas& canvas, const Rectangle& box, const PixelView& picture);
 
 }  // namespace zv

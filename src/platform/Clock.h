@@ -14,7 +14,8 @@ std::uint64_t TickMs();
 /// Nanoseconds of a steady clock, for the video loop and for elapsed times.
 std::int64_t SteadyNs();
 
-/// The performance counter in units of 100 ns, for the audio path. Same origin as the stamps of audio packets.
+/// The performance counter in units of 100 ns, for the audio path. Has the same origin as the time stamps of audio
+/// packets.
 std::int64_t Counter100ns();
 
 struct LocalTime {
@@ -29,7 +30,7 @@ struct LocalTime {
 
 LocalTime LocalNow();
 
-/// Blocks the calling thread. Workers wait for their events instead.
+/// Blocks the calling thread. Worker threads wait for their events instead.
 void SleepMs(std::uint32_t milliseconds);
 
 /// A one-shot high-resolution timer for the frame loop.
@@ -37,15 +38,15 @@ struct PreciseTimer;
 template <>
 void Closer<PreciseTimer>::operator()(PreciseTimer* timer) const noexcept;
 
-/// Null if the system has none left.
+/// Returns null if the system is out of timers.
 Owned<PreciseTimer> MakePreciseTimer();
 
 enum class PreciseWait {
     Elapsed,
-    Stopped  ///< `stop` was signalled; it wins when both have happened
+    Stopped  ///< `stop` was signalled; takes precedence if the time has elapsed too
 };
 
-/// Waits `units` of 100 ns (at least 1) or until `stop` is signalled, without a time limit of its own.
+/// Waits `units` of 100 ns (at least 1) or until `stop` is signalled.
 PreciseWait WaitPrecisely(PreciseTimer& timer, Event& stop, std::int64_t units);
 
 }  // namespace zv

@@ -23,7 +23,7 @@ struct DesktopImage;  ///< the resource of one acquired image
 struct Surface;
 struct VideoProcessing;  ///< video device and video context
 struct VideoScaler;      ///< enumerator and processor
-struct ScalerViews;      ///< a scaler's input and output view; released before the surfaces that it looks at
+struct ScalerViews;      ///< a scaler's input and output view; released before the surfaces that they refer to
 template <>
 void Closer<GraphicsFactory>::operator()(GraphicsFactory* factory) const noexcept;
 template <>
@@ -46,7 +46,7 @@ void Closer<ScalerViews>::operator()(ScalerViews* views) const noexcept;
 Result OpenGraphicsFactory(Owned<GraphicsFactory>& factory);
 
 enum class OutputLookup {
-    Found,     ///< `output` is made and `record` filled; `record.described` may still be false
+    Found,     ///< `output` and `record` are set; `record.described` may be false
     NoOutput,  ///< the adapter has no output of that index
     NoAdapter  ///< there is no adapter of that index
 };
@@ -54,12 +54,12 @@ enum class OutputLookup {
 OutputLookup LookUpOutput(GraphicsFactory& factory, std::uint32_t adapterIndex, std::uint32_t outputIndex,
                           OutputRecord& record, Owned<GraphicsOutput>& output);
 
-/// Device and context on the adapter of `output`, with BGRA and video support.
+/// Makes a device and its context on the adapter of `output`, with BGRA and video support.
 Result MakeGraphicsDevice(GraphicsOutput& output, Owned<GraphicsDevice>& device);
 
 Result OpenDuplication(GraphicsDevice& device, GraphicsOutput& output, Owned<DesktopDuplication>& duplication);
 
-/// The video interfaces of the device.
+/// Queries the video interfaces of the device.
 Result OpenVideoProcessing(GraphicsDevice& device, Owned<VideoProcessing>& processing);
 
 struct ScalerFormat {
@@ -70,26 +70,26 @@ struct ScalerFormat {
     std::uint32_t fps = 0;
 };
 
-/// Enumerator and processor, without views yet.
+/// Makes the enumerator and the processor.
 Result MakeVideoScaler(VideoProcessing& processing, const ScalerFormat& format, Owned<VideoScaler>& scaler);
 
-/// The surface that keeps the last desktop image: BGRA, 8 bits a channel.
+/// Makes the surface that holds the last desktop image: BGRA, 8 bits a channel.
 Result MakeCaptureSurface(GraphicsDevice& device, std::uint32_t width, std::uint32_t height, Owned<Surface>& surface);
 
-/// The surface that the encoder reads: NV12.
+/// Makes the surface that the encoder reads: NV12.
 Result MakeNv12Surface(GraphicsDevice& device, std::uint32_t width, std::uint32_t height, Owned<Surface>& surface);
 
-/// Input view on `source`, output view on `target`.
+/// Makes an input view of `source` and an output view of `target`.
 Result MakeScalerViews(VideoScaler& scaler, Surface& source, Surface& target, Owned<ScalerViews>& views);
 
 struct ScalerState {
     Rectangle source;       ///< part of the desktop image, enabled
-    Rectangle destination;  ///< where it lands in the frame, enabled
+    Rectangle destination;  ///< its position in the frame, enabled
     Rectangle target;       ///< the whole frame, enabled
     bool autoProcessing = false;
     std::uint32_t streamColorSpace = 0;  ///< bits of D3D11_VIDEO_PROCESSOR_COLOR_SPACE
     std::uint32_t outputColorSpace = 0;  ///< the same
-    float backgroundY = 0;               ///< of what the destination leaves of the target, 0 to 1
+    float backgroundY = 0;               ///< of the target outside the destination, 0 to 1
     float backgroundCb = 0;
     float backgroundCr = 0;
     float backgroundAlpha = 0;
@@ -100,13 +100,13 @@ void SetScalerState(VideoScaler& scaler, const ScalerState& state);
 
 enum class Acquire { Acquired, Timeout, Failed };
 
-/// The next desktop image, waiting up to `timeoutMs` for one. On Failed `code` holds the reason. A system may write the
-/// pixels of a capture surface of the same size already here; the surface is valid again after UpdateSurface.
+/// Waits up to `timeoutMs` for the next desktop image. On Failed `code` holds the reason. The call may write to a
+/// capture surface of the same size; the surface is valid again after UpdateSurface.
 Acquire AcquireImage(DesktopDuplication& duplication, std::uint32_t timeoutMs, Owned<DesktopImage>& image,
                      Result& code);
 
-/// Brings the surface up to date with the acquired image: by a copy, unless they share memory. Fails if the image
-/// cannot be read as a texture.
+/// Updates the surface with the acquired image: copies it, unless they share memory. Fails if the image cannot be read
+/// as a texture.
 Result UpdateSurface(GraphicsDevice& device, DesktopImage& image, Surface& surface);
 
 /// Returns the image to the duplication.
@@ -115,10 +115,10 @@ void ReleaseImage(DesktopDuplication& duplication);
 /// One conversion from the source surface to the target surface. `frameIndex` is the output frame.
 Result RunScaler(VideoScaler& scaler, ScalerViews& views, std::uint32_t frameIndex);
 
-/// Submits what has been queued on the device.
+/// Submits the commands that are queued on the device.
 void FlushGraphics(GraphicsDevice& device);
 
-/// What the encoder library is given as its device and as its input texture.
+/// The pointers that the encoder library receives as its device and its input texture.
 void* NativeDevice(GraphicsDevice& device);
 void* NativeTexture(Surface& surface);
 

@@ -1,7 +1,7 @@
 // The video encoder's library, loaded at run time. It has the entry point of the NVENC 12.2 function list.
 //
 // Windows loads the driver's library, from the system folder only. Linux implements the same list with a software
-// encoder, which carries out what a session configures. Any thread; a session belongs to one thread.
+// encoder that honours the session's configuration. Any thread; a session belongs to one thread.
 #pragma once
 
 #include "platform/NvencApi.h"
@@ -13,10 +13,10 @@ struct EncoderLibrary;
 template <>
 void Closer<EncoderLibrary>::operator()(EncoderLibrary* library) const noexcept;
 
-/// Null if the library cannot be loaded.
+/// Returns null if the library cannot be loaded.
 Owned<EncoderLibrary> LoadEncoderLibrary();
 
-/// The library's "NvEncodeAPICreateInstance"; null if it has none. Valid while the library is loaded.
+/// Returns the library's "NvEncodeAPICreateInstance", or null if it has none. Valid while the library is loaded.
 NvEncodeApiCreateInstance EncoderEntryPoint(EncoderLibrary& library);
 
 }  // namespace zv

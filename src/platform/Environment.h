@@ -1,4 +1,4 @@
-// The process: environment variables, its id, the folder of its executable, the search path. Any thread.
+// The process: environment variables, process id, the folder of its executable, the search path. Any thread.
 #pragma once
 
 #include <cstdint>
@@ -7,11 +7,11 @@
 
 namespace zv {
 
-/// The value of an environment variable, empty if it is missing or empty.
+/// The value of an environment variable; empty if the variable is not set.
 /// On Linux "LOCALAPPDATA" falls back to XDG_DATA_HOME and then to $HOME/.local/share.
 Text EnvironmentValue(TextView name);
 
-/// Sets a variable for this process and the children that it starts later.
+/// Sets a variable of this process and of all children that it starts later.
 void SetEnvironmentValue(TextView name, TextView value);
 
 std::uint32_t OwnProcessId();
@@ -22,7 +22,7 @@ Text ExecutableFolder();
 /// "ffmpeg.exe" or "ffmpeg".
 extern const char16_t* const ffmpegFileName;
 
-/// The first hit of a file name on the system's search path for programs, empty if there is none.
+/// Returns the full path of the first file of this name on the search path for programs; empty if there is none.
 Text FindOnSearchPath(TextView fileName);
 
 }  // namespace zv

@@ -13,7 +13,7 @@ struct Event;
 template <>
 void Closer<Event>::operator()(Event* event) const noexcept;
 
-/// A new event, not signalled. Null if the system is out of handles; `code` then receives the reason.
+/// Makes an event that is not signalled. Returns null if the system is out of handles; `code` then receives the reason.
 Owned<Event> MakeEvent(Result* code = nullptr);
 
 void Signal(Event& event);
@@ -23,7 +23,8 @@ bool IsSignalled(Event& event);
 inline constexpr std::uint32_t waitForever = 0xFFFFFFFFU;
 inline constexpr int waitTimedOut = -1;
 
-/// The index of the first signalled event in the list, or waitTimedOut. A timeout of 0 does not wait.
+/// Waits until an event is signalled. Returns the index of the first signalled event in the list, or waitTimedOut. Does
+/// not wait if the timeout is 0.
 int WaitAny(std::initializer_list<Event*> events, std::uint32_t timeoutMs);
 
 }  // namespace zv

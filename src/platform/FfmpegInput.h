@@ -3,9 +3,9 @@
 
 namespace zv {
 
-/// The options in front of a raw input that FFmpeg reads from a BytePipe, with a blank at
-/// its end, or nothing. Windows: "-avioflags direct ". Linux: nothing, because an FFmpeg older than 8 loses the
-/// bytes that it probes when it may not buffer, and distributions ship older ones.
+/// The options before a raw input that FFmpeg reads from a BytePipe: empty, or ending in a blank. Windows: "-avioflags
+/// direct ". Linux: empty, because FFmpeg before 8 loses the bytes that it probes if buffering is disabled, and
+/// distributions ship older versions.
 extern const char16_t* const rawPipeInputFlags;
 
 }  // namespace zv

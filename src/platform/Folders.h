@@ -7,7 +7,7 @@ namespace zv {
 
 enum class KnownFolder { Videos, Pictures, LocalData };
 
-/// The user's folder without a separator at its end, or "." if the system does not know it.
+/// The user's folder without a separator at its end; "." if the system has none.
 Text FolderOf(KnownFolder folder);
 
 /// The user's temporary folder, without a separator at its end.

@@ -12,8 +12,8 @@ namespace zv {
 enum class FrontKind {
     None,     ///< no window is in front
     Own,      ///< a window of this program
-    Unknown,  ///< of a process that cannot be opened or read
-    Known     ///< `imagePath` is filled
+    Unknown,  ///< a window of a process that cannot be opened or read
+    Known     ///< `imagePath` is set
 };
 
 struct FrontWindow {
@@ -21,13 +21,13 @@ struct FrontWindow {
     std::uint32_t processId = 0;  ///< 0 if it is unknown
     Text imagePath = {};          ///< full path of the process's image
     Text className = {};
-    Rectangle bounds = {};  ///< with its frame, in coordinates of the desktop
+    Rectangle bounds = {};  ///< including its frame, in coordinates of the desktop
     int dpi = 96;
-    MonitorEntry monitor = {};  ///< shows most of the window, else the primary one; without its output
+    MonitorEntry monitor = {};  ///< the monitor that shows most of the window, else the primary one; without its output
 };
 
-/// Asks the system anew. On Linux a Windows game under a compatibility layer has the path of its ".exe", and the
-/// desktop's own windows have the class names of Windows.
+/// Queries the system. On Linux `imagePath` of a Windows game under a compatibility layer is the path of its ".exe",
+/// and the desktop's own windows have the class names of Windows.
 FrontWindow LookUpFrontWindow();
 
 }  // namespace zv

@@ -5,7 +5,7 @@
 
 namespace zv {
 
-/// Shows a box without an owner, with an information sign and an OK button, and returns when the user closes it.
+/// Shows a box with an information sign and an OK button, without an owner. Returns when the user closes it.
 void ShowInformation(TextView text, TextView caption);
 
 }  // namespace zv

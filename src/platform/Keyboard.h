@@ -1,5 +1,5 @@
-// Keys: what they are called, which modifiers are held, and keys that reach the program from inside every other one.
-// Interface thread only, after OpenSession. Keys go by the virtual-key codes of Windows on every platform.
+// Key names, held modifiers, and global keys, which the program receives while another program has the focus. Interface
+// thread only, after OpenSession. Keys are virtual-key codes of Windows on every platform.
 #pragma once
 
 #include <cstdint>
@@ -16,14 +16,14 @@ inline constexpr std::uint32_t shift = 4;
 inline constexpr std::uint32_t noRepeat = 0x4000;
 }  // namespace keyModifier
 
-/// The bits of keyModifier that were held at the message that is being handled.
+/// The bits of keyModifier that were held when the current message was sent.
 std::uint32_t HeldModifiers();
 
-/// The keyboard's own name for the key, empty if it has none.
+/// The name of the key in the user's keyboard layout; empty if it has none.
 Text KeyName(std::uint32_t virtualKey);
 
-/// Reserves a key for the whole session: pressing it sends message::hotKey with `id` to the window. Returns false if
-/// the key is taken. `modifiers` are bits of keyModifier.
+/// Reserves a key in the whole session: pressing it sends message::hotKey with `id` to the window. Returns false if
+/// another program has reserved it. `modifiers` are bits of keyModifier.
 bool RegisterGlobalKey(AppWindow& window, int id, std::uint32_t modifiers, std::uint32_t virtualKey);
 void UnregisterGlobalKey(AppWindow& window, int id);
 

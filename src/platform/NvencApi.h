@@ -1,8 +1,8 @@
 // The part of the NVENC 12.2 interface that the program uses, declared for x64.
 //
-// Own declarations: every size and every offset that is used is asserted below against the published binary
-// layout (natural alignment, little-endian, 8-byte pointers). Names are the interface's own. Structure versions are
-// API version + (revision << 16) + (7 << 28), some with the top bit set.
+// These are the program's own declarations. Every size and every used offset is asserted below against the published
+// binary layout (natural alignment, little-endian, 8-byte pointers). Names are those of the interface. Structure
+// versions are API version + (revision << 16) + (7 << 28), some with the top bit set.
 #pragma once
 
 #include <cstddef>
@@ -66,7 +66,7 @@ inline constexpr std::uint32_t NV_ENC_PIC_FLAG_EOS = 8;
 inline constexpr std::uint32_t NV_ENC_PIC_TYPE_P = 0;
 inline constexpr std::uint32_t NV_ENC_PIC_TYPE_IDR = 3;
 inline constexpr std::uint32_t NV_ENC_VUI_VIDEO_FORMAT_UNSPECIFIED = 5;
-inline constexpr std::uint32_t NV_ENC_VUI_BT709 = 1;  ///< primaries, transfer and matrix alike
+inline constexpr std::uint32_t NV_ENC_VUI_BT709 = 1;  ///< for primaries, transfer and matrix
 inline constexpr std::uint32_t NV_ENC_H264_ENTROPY_CODING_MODE_CABAC = 1;
 
 struct NV_ENC_QP {
@@ -178,7 +178,7 @@ static_assert(sizeof(NV_ENC_CONFIG_H264) == 1792 && alignof(NV_ENC_CONFIG_H264) 
 static_assert(offsetof(NV_ENC_CONFIG_H264, h264VUIParameters) == 72 && offsetof(NV_ENC_CONFIG_H264, reserved2) == 1280);
 static_assert(offsetof(NV_ENC_CONFIG_H264, chromaFormatIDC) == 192 && offsetof(NV_ENC_CONFIG_H264, reserved1) == 220);
 
-/// In the interface a union over codecs of which the H.264 alternative is the largest; here only that one is used.
+/// In the interface, a union of all codecs. H.264, the largest member, is the only one that the program uses.
 struct NV_ENC_CODEC_CONFIG {
     NV_ENC_CONFIG_H264 h264Config;
 };
@@ -418,7 +418,7 @@ static_assert(offsetof(NV_ENCODE_API_FUNCTION_LIST, nvEncGetLastErrorString) == 
 static_assert(offsetof(NV_ENCODE_API_FUNCTION_LIST, nvEncGetEncodePresetConfigEx) == 320);
 static_assert(offsetof(NV_ENCODE_API_FUNCTION_LIST, reserved2) == 352);
 
-/// "NvEncodeAPICreateInstance": the caller sets the list's version, the library fills the slots.
+/// "NvEncodeAPICreateInstance": the caller sets the list's version, the library sets the function pointers.
 using NvEncodeApiCreateInstance = NVENCSTATUS (*)(NV_ENCODE_API_FUNCTION_LIST*);
 
 }  // namespace zv

@@ -13,9 +13,9 @@ struct MenuItem {
     Text label;
 };
 
-/// Opens the menu at the pointer and returns the id of the chosen item, or 0 if none was chosen. Dispatches messages
-/// while the menu is open. Brings `owner` to the foreground first, so that a click elsewhere closes the menu, and posts
-/// message::null to it at the end. Returns 0 at once while another menu is open.
+/// Opens the menu at the pointer. Returns the id of the chosen item, or 0 if the user chose none. Dispatches messages
+/// while the menu is open. First brings `owner` to the foreground, so that a click elsewhere closes the menu; at the
+/// end posts message::null to it. Returns 0 at once if another menu is open.
 int ChooseFromMenu(AppWindow& owner, std::span<const MenuItem> items);
 
 }  // namespace zv

@@ -1,4 +1,5 @@
-// Points and rectangles of whole pixels. A rectangle's left and top belong to it, its right and bottom do not.
+// Points and rectangles of whole pixels. A rectangle includes its left column and top row, and excludes its right
+// column and bottom row.
 #pragma once
 
 #include <algorithm>
@@ -29,12 +30,12 @@ struct Rectangle {
     }
 };
 
-/// Empty if they have no pixel in common.
+/// Returns an empty rectangle if they have no pixel in common.
 inline Rectangle Intersection(const Rectangle& a, const Rectangle& b) {
     return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right), std::min(a.bottom, b.bottom)};
 }
 
-/// The smallest rectangle around both, neither of which is empty.
+/// The smallest rectangle that contains both. Neither may be empty.
 inline Rectangle BoundingBox(const Rectangle& a, const Rectangle& b) {
     return {std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right), std::max(a.bottom, b.bottom)};
 }

@@ -7,9 +7,8 @@
 
 namespace zv {
 
-/// Writes what the screen shows in `area`, in coordinates of the desktop, pixel for pixel and without the pointer.
-/// Replaces the file of `path`; a failure may leave a broken one. Blocks for as long as compressing and writing take.
-/// Any thread.
+/// Writes the content of the screen in `area`, in coordinates of the desktop, pixel for pixel and without the pointer.
+/// Replaces the file at `path`; a failure may leave a broken file. Blocks while it compresses and writes. Any thread.
 Result SaveScreenAsPng(const Rectangle& area, TextView path);
 
 }  // namespace zv

@@ -7,28 +7,28 @@
 namespace zv {
 
 /// Connects to the session and makes the process aware of the DPI of each monitor. Returns false if there is no session
-/// to show windows in (X11 without a display). Called before everything else that concerns windows, keys and monitors.
+/// to show windows in (X11 without a display). Must be called before all other functions of windows, keys and monitors.
 bool OpenSession();
 
-/// What the system's shell services need of the interface thread: COM on Windows, nothing on Linux.
+/// Initializes the interface thread for the system's shell services: COM on Windows, nothing on Linux.
 struct ShellServices;
 template <>
 void Closer<ShellServices>::operator()(ShellServices* services) const noexcept;
-/// Called once the program is known to be the only copy in the session. Kept until the interface thread ends.
+/// Called after ClaimSingleInstance has succeeded. The caller keeps the result until the interface thread ends.
 Owned<ShellServices> OpenShellServices();
 
-/// The id by which the taskbar groups the windows that are made from now on. Does nothing on X11, where the class that
-/// every window of the program carries has that effect.
+/// Sets the id by which the taskbar groups windows that are made later. Does nothing on X11, where desktops group
+/// windows by their class.
 void SetTaskbarIdentity(TextView id);
 
-/// Registers what is called on the interface thread when the system asks the program to end: at the end of a Windows
-/// session, on SIGTERM, SIGINT and SIGHUP on Linux. Set before RunMessageLoop.
+/// Registers the function that is called on the interface thread when the system requests the end of the program: at
+/// the end of a Windows session; on SIGTERM, SIGINT and SIGHUP on Linux. Called before RunMessageLoop.
 void SetEndRequest(void (*endRequest)());
 
-/// Dispatches messages until PostQuit, and returns its code.
+/// Dispatches messages until PostQuit is called, and returns its code.
 int RunMessageLoop();
 
-/// Ends RunMessageLoop after the messages that are queued already.
+/// Ends RunMessageLoop after all queued messages have been dispatched.
 void PostQuit(int code);
 
 }  // namespace zv

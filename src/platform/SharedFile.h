@@ -12,11 +12,11 @@ struct SharedFile;
 template <>
 void Closer<SharedFile>::operator()(SharedFile* file) const noexcept;
 
-/// Opens an existing file for reading and lets others read, write and delete it meanwhile. Null when it cannot be
-/// opened.
+/// Opens an existing file for reading. Others may read, write and delete it while it is open. Returns null if it cannot
+/// be opened.
 Owned<SharedFile> OpenSharedFile(const std::filesystem::path& path);
 
-/// Up to `size` bytes into `bytes`. Returns their number: 0 at the end of the file and after a failure.
+/// Reads up to `size` bytes into `bytes`. Returns their number: 0 at the end of the file and on failure.
 std::size_t ReadBlock(SharedFile& file, std::byte* bytes, std::size_t size);
 
 }  // namespace zv

@@ -6,15 +6,15 @@
 
 namespace zv {
 
-/// Held by the one copy of the program in this session. The claim ends with the process at the latest.
+/// Owned by the one copy of the program in this session. Released when the process ends, however it ends.
 struct InstanceClaim;
 template <>
 void Closer<InstanceClaim>::operator()(InstanceClaim* claim) const noexcept;
 
-/// Returns null if another copy holds `name` or if the system does not answer.
+/// Returns null if another copy holds `name` or on failure.
 Owned<InstanceClaim> ClaimSingleInstance(TextView name);
 
-/// Shows and raises the first copy's main window, found by its class name. Returns false if there is none.
+/// Shows and raises the first copy's main window, which has this class name. Returns false if there is none.
 bool BringOtherCopyForward(TextView className);
 
 }  // namespace zv

@@ -1,7 +1,6 @@
 // The program's icon in the notification area.
 //
-// On Linux the area belongs to another program, which the freedesktop system tray protocol talks to. Interface thread
-// only.
+// On Linux another program owns the area; the icon uses the freedesktop system tray protocol. Interface thread only.
 #pragma once
 
 #include <cstdint>
@@ -20,9 +19,9 @@ void Closer<TrayIcon>::operator()(TrayIcon* icon) const noexcept;
 
 struct TrayIconOptions {
     AppWindow* window = nullptr;    ///< receives `message`
-    std::uint32_t message = 0;      ///< the low word of its lParam is a mouse message or one of trayEvent
-    const AppIcon* icon = nullptr;  ///< null: the system's picture of a program
-    Text tip;                       ///< at most 127 units of it are shown
+    std::uint32_t message = 0;      ///< the low word of its lParam is a mouse message or a trayEvent
+    const AppIcon* icon = nullptr;  ///< null: the system's default program icon
+    Text tip;                       ///< only its first 127 units are shown
 };
 
 namespace trayEvent {
@@ -31,10 +30,11 @@ inline constexpr std::uint32_t select = 0x0400;
 inline constexpr std::uint32_t keySelect = 0x0401;
 }  // namespace trayEvent
 
-/// Null if there is no notification area or it refuses. There is one icon at a time: release the earlier one first.
+/// Returns null if there is no notification area or the area refuses the icon. Only one icon may exist: release the
+/// previous one first.
 Owned<TrayIcon> AddTrayIcon(const TrayIconOptions& options);
 
-/// The message that every window receives when a notification area has started: icons have to be added again.
+/// The message that every window receives when a notification area has started. The receiver adds its icon again.
 std::uint32_t TaskbarCreatedMessage();
 
 }  // namespace zv

@@ -1,8 +1,8 @@
-// The older way to a microphone, for drivers that refuse the shared stream: the system's default input at 48 kHz,
-// 16 bits, one channel, recorded into four buffers of 10 ms that go round.
+// The legacy interface to a microphone, for drivers that refuse the shared stream: the system's default input at
+// 48 kHz, 16 bits, one channel, recorded into four buffers of 10 ms that are queued again after each use.
 //
-// Calls that return an int return 0, a positive code of the device, or a negative Result. One thread uses an input. The
-// device fills a queued buffer on a thread of its own: its bytes are read only once the buffer is done.
+// Functions that return an int return 0, a positive code of the device, or a negative Result. One thread uses an input.
+// The device fills a queued buffer on its own thread: the bytes may be read only after the buffer is done.
 #pragma once
 
 #include <cstddef>
@@ -23,7 +23,7 @@ void Closer<WaveInput>::operator()(WaveInput* input) const noexcept;
 int OpenWaveInput(Owned<WaveInput>& input);
 int PrepareWaveBuffer(WaveInput& input, int index);
 
-/// Queues a prepared, empty buffer with the device. Buffers are filled in the order of queueing.
+/// Passes a prepared, empty buffer to the device. The device fills buffers in the order in which they were queued.
 int QueueWaveBuffer(WaveInput& input, int index);
 int StartWaveInput(WaveInput& input);
 
@@ -33,9 +33,10 @@ struct WaveBuffer {
     const std::byte* data = nullptr;  ///< little-endian 16-bit samples
 };
 
-WaveBuffer LookAtWaveBuffer(const WaveInput& input, int index);
+/// Returns the state of a buffer without waiting.
+WaveBuffer PeekWaveBuffer(const WaveInput& input, int index);
 
-/// Asks the device for its position, to notice a failure.
+/// Queries the device's position, to detect a failed device.
 int CheckWavePosition(WaveInput& input);
 
 }  // namespace zv

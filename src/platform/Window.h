@@ -1,4 +1,4 @@
-// The program's own windows: their messages, looks, bounds, pixels and timers. Interface thread only, after
+// The program's own windows: messages, attributes, bounds, pixels and timers. Interface thread only, after
 // OpenSession.
 //
 // Messages carry the numbers of Windows on every platform: Windows passes them through, X11 translates its events into
@@ -15,11 +15,12 @@
 namespace zv {
 
 struct AppWindow;
-/// Destroys the window if it still exists; its procedure receives message::destroy.
+/// Destroys the window if it exists; its procedure receives message::destroy.
 template <>
 void Closer<AppWindow>::operator()(AppWindow* window) const noexcept;
 
-/// Coordinates in lParam are those of the client area, x in the low word and y in the high word, unless it says so.
+/// Coordinates in lParam are relative to the client area unless stated otherwise: x in the low word, y in the high
+/// word.
 namespace message {
 inline constexpr std::uint32_t null = 0x0000;
 inline constexpr std::uint32_t create = 0x0001;
@@ -30,7 +31,7 @@ inline constexpr std::uint32_t killFocus = 0x0008;
 inline constexpr std::uint32_t paint = 0x000F;  ///< answered by PutPixels
 inline constexpr std::uint32_t close = 0x0010;
 inline constexpr std::uint32_t eraseBackground = 0x0014;
-inline constexpr std::uint32_t showWindow = 0x0018;  ///< wParam: 1 is being shown, 0 is being hidden
+inline constexpr std::uint32_t showWindow = 0x0018;  ///< wParam: 1 shown, 0 hidden
 inline constexpr std::uint32_t cancelMode = 0x001F;
 inline constexpr std::uint32_t setCursor = 0x0020;      ///< lParam: hit code in the low word
 inline constexpr std::uint32_t mouseActivate = 0x0021;  ///< answer: activateNo
@@ -48,7 +49,7 @@ inline constexpr std::uint32_t leftButtonUp = 0x0202;
 inline constexpr std::uint32_t leftButtonDoubleClick = 0x0203;
 inline constexpr std::uint32_t rightButtonDown = 0x0204;
 inline constexpr std::uint32_t rightButtonUp = 0x0205;
-inline constexpr std::uint32_t mouseWheel = 0x020A;  ///< high word of wParam: 120 a notch; lParam: of the screen
+inline constexpr std::uint32_t mouseWheel = 0x020A;  ///< high word of wParam: 120 a notch; lParam: on the screen
 inline constexpr std::uint32_t captureChanged = 0x0215;
 inline constexpr std::uint32_t mouseLeave = 0x02A3;
 inline constexpr std::uint32_t dpiChanged = 0x02E0;  ///< low word of wParam: DPI; lParam: the suggested Rectangle
@@ -77,22 +78,22 @@ using WindowProc = std::intptr_t (*)(AppWindow& window, std::uint32_t message, s
 enum class WindowFrame {
     Full,     ///< caption, sizing border, all boxes; the system chooses its position
     Caption,  ///< caption and close box
-    Bare      ///< nothing but its client area
+    Bare      ///< client area only
 };
 
 struct WindowOptions {
-    Text className;  ///< what a second copy of the program looks for
+    Text className;  ///< a second copy of the program finds the window by it
     Text title;
     WindowProc procedure = nullptr;
     int width = 0;
     int height = 0;
     bool visible = false;
     WindowFrame frame = WindowFrame::Full;
-    int left = 0;  ///< of a window whose frame is not full
+    int left = 0;  ///< for frames other than Full
     int top = 0;
     bool topmost = false;
     bool toolWindow = false;  ///< not in the taskbar
-    bool noActivate = false;  ///< never takes the focus
+    bool noActivate = false;  ///< never receives the focus
     bool layered = false;     ///< hidden until SetColorKey or SetConstantAlpha has been called
     bool clickThrough = false;
     AppWindow* owner = nullptr;
@@ -101,7 +102,7 @@ struct WindowOptions {
     const AppIcon* littleIcon = nullptr;
 };
 
-/// Makes a top-level window. Its procedure receives message::create inside this call. Null on failure.
+/// Makes a top-level window. Its procedure receives message::create during this call. Returns null on failure.
 Owned<AppWindow> MakeWindow(const WindowOptions& options);
 
 // Attributes.
@@ -110,11 +111,11 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options);
 void SetColorKey(AppWindow& window, std::uint32_t color);
 /// 255 is opaque. Needs a compositor on X11.
 void SetConstantAlpha(AppWindow& window, std::uint8_t alpha);
-/// Keeps the window out of captures and screenshots: of all programs on Windows, of this program on X11, where the
-/// window has to be bare.
+/// Excludes the window from captures and screenshots: of all programs on Windows; of this program on X11, where the
+/// window must be bare.
 void ExcludeFromCapture(AppWindow& window);
 void SetDarkFrame(AppWindow& window);
-/// Either may be null. The icons must outlive the window.
+/// Either icon may be null. The icons must outlive the window.
 void SetWindowIcons(AppWindow& window, const AppIcon* big, const AppIcon* little);
 
 // Visibility and bounds. Rectangles are those of whole windows, in coordinates of the desktop.
@@ -126,43 +127,43 @@ void ShowInFront(AppWindow& window);
 void HideWindow(AppWindow& window);
 /// A minimized window counts as shown.
 bool IsWindowShown(AppWindow& window);
-bool IsWindowIcon(AppWindow& window);
-/// Shows the window at these bounds, above all that are not topmost, without activating it.
+bool IsWindowMinimized(AppWindow& window);
+/// Shows the window at these bounds, above all windows that are not topmost, without activating it.
 void ShowTopmostAt(AppWindow& window, const Rectangle& bounds);
 /// Moves and sizes the window without showing or raising it.
 void PlaceWindow(AppWindow& window, const Rectangle& bounds);
 Rectangle WindowBounds(AppWindow& window);
 /// The client area, in coordinates of the desktop.
 Rectangle ClientBounds(AppWindow& window);
-/// 96 is one device pixel to a design pixel.
+/// 96 if a design pixel is one device pixel.
 int DpiOfWindow(AppWindow& window);
 
 // Painting.
 
-/// Has message::paint sent soon, once however often this was called. Nothing is erased.
+/// Requests a message::paint. Several calls result in one message. Erases nothing.
 void InvalidateWindow(AppWindow& window);
-/// Sends message::paint at once if the window is visible and has to be painted.
+/// Sends message::paint at once if the window is visible and a paint is due.
 void PaintNow(AppWindow& window);
-/// The answer to message::paint, and only to it: `pixels` go to the client area's upper left, row after row from the
-/// top without padding, 0xXXRRGGBB each. What they are is copied.
+/// Called only while message::paint is handled: copies `pixels` to the client area's upper left. Rows from the top
+/// without padding, 0xXXRRGGBB each.
 void PutPixels(AppWindow& window, const std::uint32_t* pixels, int width, int height);
-/// The same for rows from `top` on, where there is no memory for a whole picture: one call for each strip. A colour
-/// key's holes stay where they were.
+/// The same for the rows from `top` on, if there is not enough memory for a whole picture: one call for each strip.
+/// Transparent parts of a colour key do not change.
 void PutPixelRows(AppWindow& window, const std::uint32_t* pixels, int width, int rows, int top);
 
 // Mouse and keyboard.
 
-/// Asks for one message::mouseLeave when the pointer leaves the window.
+/// Requests one message::mouseLeave when the pointer leaves the window.
 void TrackMouseLeave(AppWindow& window);
-/// Mouse messages go to the window wherever the pointer is, until ReleaseMouse or something else ends it. Then the
-/// window receives message::captureChanged.
+/// Sends all mouse messages to the window, wherever the pointer is, until ReleaseMouse or the system ends the capture.
+/// Then the window receives message::captureChanged.
 void CaptureMouse(AppWindow& window);
-bool HasMouse(AppWindow& window);
+bool HasMouseCapture(AppWindow& window);
 void ReleaseMouse(AppWindow& window);
 enum class CursorShape { Arrow, Hand };
-/// The pointer's shape over the window. Called from message::setCursor.
+/// Sets the pointer's shape over the window. Called while message::setCursor is handled.
 void SetCursorShape(AppWindow& window, CursorShape shape);
-/// The pointer, in coordinates of the desktop.
+/// The pointer's position, in coordinates of the desktop.
 Point CursorPosition();
 
 // Messages and timers.
@@ -170,7 +171,7 @@ Point CursorPosition();
 /// Waits until the screen shows all changes so far: one or two refreshes.
 void FlushScreen();
 
-/// What the system does with a message that the procedure does not handle: message::close destroys the window.
+/// The system's handling of a message that the procedure does not handle: message::close destroys the window.
 std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
 
 /// Starts or restarts a periodic timer of the window.

@@ -161,7 +161,7 @@ TEST_F(AudioCaptureTest, StartAnswersOnceThePipeExistsAndBeforeTheReaderConnects
     ThePipe().connect = PipeConnect::Stopped;
     ASSERT_TRUE(capture.Start(true, true));
     EXPECT_TRUE(capture.running);
-    EXPECT_EQ(fake::AskedTimeouts(), std::vector<std::uint32_t>{8000});
+    EXPECT_EQ(fake::RequestedTimeouts(), std::vector<std::uint32_t>{8000});
     EXPECT_TRUE(Eventually([] { return CountOf("ConnectPipe") == 1; }));
     capture.Stop();
     EXPECT_EQ(ThePipe().connectTimeouts, std::vector<std::uint32_t>{waitForever});
@@ -307,7 +307,7 @@ TEST_F(AudioCaptureTest, AnOpeningThatTimesOutHasItsSentence) {
     EXPECT_FALSE(capture.Start(true, false));
     EXPECT_EQ(capture.Error(), u"Audio initialization timed out (0x80004005)");
     EXPECT_FALSE(capture.running);
-    EXPECT_EQ(fake::AskedTimeouts().front(), 8000U);
+    EXPECT_EQ(fake::RequestedTimeouts().front(), 8000U);
 }
 
 TEST_F(AudioCaptureTest, AFailureAfterTheTimeOutDoesNotReplaceItsSentence) {

@@ -486,7 +486,7 @@ TEST_F(WaveSourceTest, ADrainTakesFourBuffersAtMost) {
     OpenAndStartWave();
     fake::TheCalls().hook = [](const char* name, int) {
         // A device that fills each buffer again at once.
-        if (std::string(name) == "LookAtWaveBuffer") {
+        if (std::string(name) == "PeekWaveBuffer") {
             for (int index = 0; index < waveBufferCount; ++index) {
                 fake::CompleteWaveBuffer(index, Samples(480, 1));
             }
@@ -502,7 +502,7 @@ TEST_F(WaveSourceTest, ADrainTakesFourBuffersAtMost) {
 TEST_F(WaveSourceTest, ThePositionIsAskedForAfterEveryDrain) {
     OpenAndStartWave();
     EXPECT_EQ(DrainSource(source, start), resultOk);
-    EXPECT_THAT(CallNames(), ElementsAre("LookAtWaveBuffer", "CheckWavePosition"));
+    EXPECT_THAT(CallNames(), ElementsAre("PeekWaveBuffer", "CheckWavePosition"));
 }
 
 TEST_F(WaveSourceTest, AFailingQueueOrPositionEndsTheDrainWithItsCode) {

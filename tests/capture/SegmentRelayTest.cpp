@@ -50,7 +50,7 @@ protected:
         ring.Publish(60);
     }
     static auto Polls() {
-        const std::vector<std::uint32_t> asked = fake::AskedTimeouts();
+        const std::vector<std::uint32_t> asked = fake::RequestedTimeouts();
         return std::count(asked.begin(), asked.end(), 25U);
     }
     /// Until it has looked at the playlist two more times and sent all that was new there.
@@ -236,7 +236,7 @@ TEST_F(Relay, AnExceptionInItsThreadEndsItLikeAnyOtherFault) {
 TEST_F(Relay, AnExceptionBeforeThePipeExistsIsAFailedStart) {
     fake::ThrowInCall("MakePipeWrite", 1);
     EXPECT_FALSE(relay.Start(ring.Folder()));
-    EXPECT_EQ(fake::AskedTimeouts(), std::vector<std::uint32_t>{5000});
+    EXPECT_EQ(fake::RequestedTimeouts(), std::vector<std::uint32_t>{5000});
     relay.Stop();
     EXPECT_EQ(ThePipe().livePipes, 0);
 }
@@ -329,7 +329,7 @@ TEST_F(Relay, AWriteThatBlocksIsCutOffSixSecondsAfterTheStop) {
     ASSERT_TRUE(Eventually([] { return CountOf("FinishWrite") >= 1; }));
     fake::ShortenWaits(50);
     relay.Stop();
-    EXPECT_EQ(fake::AskedTimeouts().back(), 6000U);
+    EXPECT_EQ(fake::RequestedTimeouts().back(), 6000U);
     EXPECT_EQ(fake::Signals(), 5) << "ready, stop twice, abort, ended";
     EXPECT_FALSE(relay.running);
     EXPECT_EQ(CountOf("FinishWrite"), 1);

@@ -40,7 +40,7 @@ TEST_F(WorkerTest, StartReturnsOnceTheThreadIsReady) {
         WaitForStop();
     }));
     EXPECT_TRUE(running);
-    EXPECT_EQ(fake::AskedTimeouts(), std::vector<std::uint32_t>{7000});
+    EXPECT_EQ(fake::RequestedTimeouts(), std::vector<std::uint32_t>{7000});
     worker.Stop();
     EXPECT_FALSE(running);
     EXPECT_EQ(worker.Error(), u"");

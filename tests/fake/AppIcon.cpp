@@ -9,7 +9,7 @@ struct AppIcon {
 template <>
 void Closer<AppIcon>::operator()(AppIcon* icon) const noexcept {
     const fake::Call call("DestroyIcon");
-    --fake::StandingIcons();
+    --fake::LiveIcons();
     delete icon;
 }
 
@@ -18,7 +18,7 @@ Owned<AppIcon> LoadProgramIcon(int size) {
     if (call.Fails() || !fake::HasProgramIcon()) {
         return nullptr;
     }
-    ++fake::StandingIcons();
+    ++fake::LiveIcons();
     return Owned<AppIcon>(new AppIcon{{size, true, {}}});
 }
 
@@ -27,7 +27,7 @@ Owned<AppIcon> MakeIcon(int size, const std::uint32_t* pixels) {
     if (call.Fails()) {
         return nullptr;
     }
-    ++fake::StandingIcons();
+    ++fake::LiveIcons();
     return Owned<AppIcon>(new AppIcon{{size, false, {pixels, pixels + size * size}}});
 }
 
@@ -38,7 +38,7 @@ bool& HasProgramIcon() {
     return has;
 }
 
-int& StandingIcons() {
+int& LiveIcons() {
     static int count = 0;
     return count;
 }

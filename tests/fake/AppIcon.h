@@ -16,7 +16,7 @@ struct IconRecord {
 
 /// False: the program carries no icon of its own. True again after ResetIcons.
 bool& HasProgramIcon();
-int& StandingIcons();
+int& LiveIcons();
 void ResetIcons();
 const IconRecord& RecordOf(const AppIcon& icon);
 

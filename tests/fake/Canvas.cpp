@@ -20,8 +20,8 @@ namespace fake {
 namespace {
 
 std::vector<std::string> allDrawn;
-int livingCanvases = 0;
-int livingFonts = 0;
+int liveCanvases = 0;
+int liveFonts = 0;
 
 void Write(Canvas& canvas, std::string line) {
     allDrawn.push_back(line);
@@ -88,8 +88,8 @@ std::vector<std::string> Drawings(const std::string& beginning) {
     return found;
 }
 
-int LivingCanvases() { return livingCanvases; }
-int LivingFonts() { return livingFonts; }
+int LiveCanvases() { return liveCanvases; }
+int LiveFonts() { return liveFonts; }
 void ResetCanvas() { allDrawn.clear(); }
 
 }  // namespace fake
@@ -102,7 +102,7 @@ using fake::WrittenColor;
 
 template <>
 void Closer<Font>::operator()(Font* font) const noexcept {
-    --fake::livingFonts;
+    --fake::liveFonts;
     delete font;
 }
 
@@ -111,13 +111,13 @@ Owned<Font> MakeFont(std::int32_t height, std::int32_t weight) {
     if (call.Fails()) {
         return nullptr;
     }
-    ++fake::livingFonts;
+    ++fake::liveFonts;
     return Owned<Font>(new Font{height, weight});
 }
 
 template <>
 void Closer<Canvas>::operator()(Canvas* canvas) const noexcept {
-    --fake::livingCanvases;
+    --fake::liveCanvases;
     delete canvas;
 }
 
@@ -126,7 +126,7 @@ Owned<Canvas> MakeCanvas(std::int32_t width, std::int32_t height) {
     if (call.Fails() || width <= 0 || height <= 0) {
         return nullptr;
     }
-    ++fake::livingCanvases;
+    ++fake::liveCanvases;
     Owned<Canvas> canvas(new Canvas{width, height, {}, {}});
     canvas->pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
     return canvas;

@@ -22,8 +22,8 @@ const std::vector<std::string>& Drawn(const Canvas& canvas);
 /// The lines of all canvases that begin so, in order of drawing.
 std::vector<std::string> Drawings(const std::string& beginning = {});
 
-int LivingCanvases();
-int LivingFonts();
+int LiveCanvases();
+int LiveFonts();
 
 /// Forgets what was drawn, also by canvases that still live.
 void ResetCanvas();

@@ -68,7 +68,7 @@ void HoldWaits(std::uint32_t timeoutMs) {
     TheState().held = timeoutMs;
 }
 
-std::vector<std::uint32_t> AskedTimeouts() {
+std::vector<std::uint32_t> RequestedTimeouts() {
     const std::lock_guard lock(TheState().mutex);
     return TheState().asked;
 }

@@ -15,7 +15,7 @@ void ShortenWaits(std::uint32_t milliseconds);
 void HoldWaits(std::uint32_t timeoutMs);
 
 /// The finite time-outs other than 0 that WaitAny was given, in order.
-std::vector<std::uint32_t> AskedTimeouts();
+std::vector<std::uint32_t> RequestedTimeouts();
 
 /// Calls of Signal since the reset.
 int Signals();

@@ -30,7 +30,7 @@ void ResetNumberedDesktop() {
     controls.height = fresh.height;
     controls.rotation = fresh.rotation;
     controls.attached = fresh.attached;
-    controls.standsStill = false;
+    controls.frozen = false;
     controls.withoutImages = false;
     controls.failingAcquire = 0;
     controls.failureCode = resultGenericFailure;
@@ -139,7 +139,7 @@ Acquire AcquireImage(DesktopDuplication& duplication, std::uint32_t timeoutMs, O
         code = controls.failureCode;
         return Acquire::Failed;
     }
-    if (controls.withoutImages || (controls.standsStill && !duplication.first)) {
+    if (controls.withoutImages || (controls.frozen && !duplication.first)) {
         std::this_thread::sleep_for(std::chrono::milliseconds(timeoutMs));
         return Acquire::Timeout;
     }

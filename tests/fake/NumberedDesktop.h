@@ -19,7 +19,7 @@ struct NumberedDesktopControls {
     bool attached = true;
 
     // Any time
-    std::atomic<bool> standsStill{false};          ///< a capture gets its first image and no other
+    std::atomic<bool> frozen{false};               ///< a capture gets its first image and no other
     std::atomic<bool> withoutImages{false};        ///< there is none at all
     std::atomic<std::uint32_t> failingAcquire{0};  ///< the call of that number fails, the first is 1; 0: none
     std::atomic<Result> failureCode{resultGenericFailure};

@@ -76,8 +76,8 @@ int StartWaveInput(WaveInput&) {
     return call.Code();
 }
 
-WaveBuffer LookAtWaveBuffer(const WaveInput&, int index) {
-    const fake::Call call("LookAtWaveBuffer");
+WaveBuffer PeekWaveBuffer(const WaveInput&, int index) {
+    const fake::Call call("PeekWaveBuffer");
     const auto& buffer = BufferAt(index);
     return {buffer.done, buffer.recorded, buffer.bytes.data()};
 }

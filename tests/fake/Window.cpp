@@ -129,7 +129,7 @@ void ShowInFront(AppWindow& window) {
 
 bool IsWindowShown(AppWindow& window) { return window.record.shown; }
 
-bool IsWindowIcon(AppWindow& window) { return window.record.icon; }
+bool IsWindowMinimized(AppWindow& window) { return window.record.icon; }
 
 void ShowTopmostAt(AppWindow& window, const Rectangle& bounds) {
     const Call call("ShowTopmostAt", ClassOf(window));
@@ -201,7 +201,7 @@ void TrackMouseLeave(AppWindow& window) { ++window.record.leaveTracks; }
 
 void CaptureMouse(AppWindow& window) { window.record.hasMouse = true; }
 
-bool HasMouse(AppWindow& window) { return window.record.hasMouse; }
+bool HasMouseCapture(AppWindow& window) { return window.record.hasMouse; }
 
 void ReleaseMouse(AppWindow& window) {
     if (window.record.hasMouse) {
@@ -253,7 +253,7 @@ bool RegisterGlobalKey(AppWindow&, int id, std::uint32_t modifiers, std::uint32_
     const bool ours = std::any_of(controls.keys.begin(), controls.keys.end(), [&](const auto& key) {
         return key.second == Combination{modifiers, virtualKey};
     });
-    if (call.Fails() || ours || controls.takenByOthers.contains({modifiers & ~keyModifier::noRepeat, virtualKey})) {
+    if (call.Fails() || ours || controls.reservedByOthers.contains({modifiers & ~keyModifier::noRepeat, virtualKey})) {
         return false;
     }
     controls.keys[id] = {modifiers, virtualKey};

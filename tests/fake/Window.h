@@ -53,7 +53,7 @@ struct WindowControls {
     std::vector<WindowOptions> made;
     std::map<std::uintptr_t, std::uint32_t> timers;  ///< id to period, of whatever window
     std::map<int, Combination> keys;                 ///< reserved now
-    std::set<Combination> takenByOthers;             ///< modifiers without noRepeat
+    std::set<Combination> reservedByOthers;          ///< modifiers without noRepeat
     int shownWindows = 0;
     bool quitPosted = false;
     int quitCode = 0;

@@ -19,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "core/ReadSharedFile.h"
 #include "platform/BytePipe.h"
 #include "platform/ChildProcess.h"
 #include "platform/Environment.h"

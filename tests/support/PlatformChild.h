@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <string>
 
+#include "core/ReadSharedFile.h"
 #include "platform/ChildProcess.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"

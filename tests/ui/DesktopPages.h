@@ -41,8 +41,8 @@ protected:
         Ui().mainState = {};
         Ui().overlayState = {};
         DeleteFonts();
-        EXPECT_EQ(fake::LivingCanvases(), 0);
-        EXPECT_EQ(fake::LivingFonts(), 0);
+        EXPECT_EQ(fake::LiveCanvases(), 0);
+        EXPECT_EQ(fake::LiveFonts(), 0);
     }
 
     void Size(std::int32_t width, std::int32_t height) { Record().bounds = {0, 0, width, height}; }

@@ -37,7 +37,7 @@ protected:
         Ui().overlayWindow = nullptr;
         badge_.reset();
         toast_.reset();
-        EXPECT_EQ(fake::LivingCanvases(), 0);
+        EXPECT_EQ(fake::LiveCanvases(), 0);
     }
 
     static fake::WindowRecord& Of(const Owned<AppWindow>& window) { return fake::RecordOf(*window); }

@@ -44,8 +44,8 @@ protected:
         Ui() = {};
         Drawing() = {};
         ClearIconCache();
-        EXPECT_EQ(fake::LivingCanvases(), 0);
-        EXPECT_EQ(fake::LivingFonts(), 0);
+        EXPECT_EQ(fake::LiveCanvases(), 0);
+        EXPECT_EQ(fake::LiveFonts(), 0);
         fake::ResetCalls();
         fake::ResetWindows();
     }

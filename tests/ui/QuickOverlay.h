@@ -42,8 +42,8 @@ protected:
         Ui().overlayState = {};
         DeleteFonts();
         ClearIconCache();
-        EXPECT_EQ(fake::LivingCanvases(), 0);
-        EXPECT_EQ(fake::LivingFonts(), 0);
+        EXPECT_EQ(fake::LiveCanvases(), 0);
+        EXPECT_EQ(fake::LiveFonts(), 0);
     }
 
     static UiState& State() { return Ui().overlayState; }

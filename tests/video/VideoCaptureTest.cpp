@@ -467,7 +467,7 @@ TEST_F(VideoCaptureTest, AStartThatTimesOutLeavesNoError) {
         }
     };
     EXPECT_FALSE(Start());
-    EXPECT_EQ(AskedTimeouts(), std::vector<std::uint32_t>{15000});
+    EXPECT_EQ(RequestedTimeouts(), std::vector<std::uint32_t>{15000});
     EXPECT_EQ(capture.Error(), u"");
     EXPECT_FALSE(capture.running);
     ExpectEverythingReleased();

@@ -4,6 +4,7 @@
 
 #include <sstream>
 
+#include "core/ReadSharedFile.h"
 #include "platform/Environment.h"
 #include "windows/FileSound.h"
 #include "windows/ProgramInterface.h"

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "capture/SpeedCheck.h"
+#include "core/ReadSharedFile.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
 #include "platform/Folders.h"

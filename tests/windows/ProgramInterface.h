@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "core/ReadSharedFile.h"
 #include "platform/Files.h"
 #include "platform/Rectangle.h"
 #include "windows/DriverScene.h"

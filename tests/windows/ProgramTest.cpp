@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/AppFolders.h"
+#include "core/ReadSharedFile.h"
 #include "platform/ChildProcess.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"

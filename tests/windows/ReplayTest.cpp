@@ -12,6 +12,7 @@
 #include "capture/CaptureFiles.h"
 #include "capture/ReplayPlaylist.h"
 #include "core/CommandLine.h"
+#include "core/ReadSharedFile.h"
 #include "fake/EncodedUnits.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"

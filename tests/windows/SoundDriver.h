@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "core/ReadSharedFile.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
 #include "support/TemporaryFolder.h"

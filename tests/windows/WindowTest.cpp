@@ -402,11 +402,11 @@ TEST_F(OverlayWindow, ShowsItsPixels) {
 
 TEST_F(OverlayWindow, CapturesTheMouseAndIsNotifiedOfTheEnd) {
     const Owned<AppWindow> window = Make(true);
-    EXPECT_FALSE(HasMouse(*window));
+    EXPECT_FALSE(HasMouseCapture(*window));
     CaptureMouse(*window);
-    EXPECT_TRUE(HasMouse(*window));
+    EXPECT_TRUE(HasMouseCapture(*window));
     ReleaseMouse(*window);
-    EXPECT_FALSE(HasMouse(*window));
+    EXPECT_FALSE(HasMouseCapture(*window));
     EXPECT_EQ(CountOf(message::captureChanged), 1);
 }
 

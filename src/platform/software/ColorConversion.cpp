@@ -1,4 +1,4 @@
-// The kernels in plain C++, for every processor, and the selection of a set.
+// The kernels in portable C++, and the selection of the fastest set.
 #include "platform/software/ColorConversion.h"
 
 #include "platform/software/ColorMatrix.h"

@@ -1,5 +1,5 @@
 // The kernels with AVX2: 32 columns of two rows, 16 values and 8 pixels at a time; the plain ones convert the rest of
-// a row. The multiplications are the same, so the bytes are.
+// a row. Both perform the same multiplications and produce the same bytes.
 #include "platform/software/ColorConversion.h"
 #include "platform/software/ColorMatrix.h"
 
@@ -14,10 +14,10 @@ namespace {
 
 #define ZV_AVX2 __attribute__((target("avx2")))
 
-ZV_AVX2 inline __m256i Load(const void* place) { return _mm256_loadu_si256(static_cast<const __m256i*>(place)); }
-ZV_AVX2 inline void Store(void* place, __m256i value) { _mm256_storeu_si256(static_cast<__m256i*>(place), value); }
-ZV_AVX2 inline void StoreHalf(void* place, __m128i value) { _mm_storeu_si128(static_cast<__m128i*>(place), value); }
-ZV_AVX2 inline __m128i LoadHalf(const void* place) { return _mm_loadu_si128(static_cast<const __m128i*>(place)); }
+ZV_AVX2 inline __m256i Load(const void* address) { return _mm256_loadu_si256(static_cast<const __m256i*>(address)); }
+ZV_AVX2 inline void Store(void* address, __m256i value) { _mm256_storeu_si256(static_cast<__m256i*>(address), value); }
+ZV_AVX2 inline void StoreHalf(void* address, __m128i value) { _mm_storeu_si128(static_cast<__m128i*>(address), value); }
+ZV_AVX2 inline __m128i LoadHalf(const void* address) { return _mm_loadu_si128(static_cast<const __m128i*>(address)); }
 
 /// Two coefficients as a pair of 16-bit values, the first one in the low half.
 ZV_AVX2 inline __m256i Pair(std::int32_t low, std::int32_t high) {
@@ -25,7 +25,7 @@ ZV_AVX2 inline __m256i Pair(std::int32_t low, std::int32_t high) {
                                                        (static_cast<std::uint32_t>(low) & 0xFFFFU)));
 }
 
-/// Of eight pixels: blue and red as 16-bit pairs, and green twice.
+/// The channels of eight pixels: blue and red as 16-bit pairs, and green twice.
 struct Channels {
     __m256i blueRed;
     __m256i green;
@@ -41,7 +41,7 @@ ZV_AVX2 inline Channels Sum(const Channels& a, const Channels& b) {
     return {_mm256_add_epi16(a.blueRed, b.blueRed), _mm256_add_epi16(a.green, b.green)};
 }
 
-/// The pixels of even and of odd columns among sixteen; eight and eight halves of them in each lane.
+/// Sixteen pixels, separated into even and odd columns.
 struct Columns {
     Channels even;
     Channels odd;
@@ -77,7 +77,7 @@ ZV_AVX2 inline __m256i Chroma8(const Channels& sums) {
     return Interleave(_mm256_add_epi32(cb, bias), _mm256_add_epi32(cr, bias));
 }
 
-/// Packs to bytes and undoes the order in which the lanes of LoadColumns and of the packing leave groups of four.
+/// Packs to bytes and restores the order of the groups of four, which LoadColumns and packing by lanes have changed.
 ZV_AVX2 inline __m256i PackInOrder(__m256i first, __m256i second) {
     return _mm256_permutevar8x32_epi32(_mm256_packus_epi16(first, second), _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }

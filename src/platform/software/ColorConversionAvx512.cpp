@@ -1,10 +1,10 @@
 // The conversion with AVX-512, 64 columns of two rows at a time, in the steps of the AVX2 kernel; that kernel also
-// converts the rest of a row and resamples. The multiplications are the same, so the bytes are.
+// converts the rest of a row and resamples. Both perform the same multiplications and produce the same bytes.
 #include "platform/software/ColorConversion.h"
 #include "platform/software/ColorMatrix.h"
 
 #if defined(__x86_64__)
-// GCC 12 reports its own header's registers, which are undefined on purpose, as errors of the caller.
+// GCC 12 warns about registers that its own header leaves undefined on purpose.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #include <immintrin.h>
@@ -23,7 +23,7 @@ ZV_AVX512 inline __m512i Pair(std::int32_t low, std::int32_t high) {
                                                        (static_cast<std::uint32_t>(low) & 0xFFFFU)));
 }
 
-/// Of sixteen pixels: blue and red as 16-bit pairs, and green twice.
+/// The channels of sixteen pixels: blue and red as 16-bit pairs, and green twice.
 struct Channels {
     __m512i blueRed;
     __m512i green;
@@ -39,7 +39,7 @@ ZV_AVX512 inline Channels Sum(const Channels& a, const Channels& b) {
     return {_mm512_add_epi16(a.blueRed, b.blueRed), _mm512_add_epi16(a.green, b.green)};
 }
 
-/// The pixels of even and of odd columns among thirty-two.
+/// Thirty-two pixels, separated into even and odd columns.
 struct Columns {
     Channels even;
     Channels odd;
@@ -75,7 +75,7 @@ ZV_AVX512 inline __m512i Chroma16(const Channels& sums) {
                       _mm512_dpwssd_epi32(bias, differences, Pair(matrix::crBlue, matrix::crRed)));
 }
 
-/// Packs to bytes and undoes the order in which the lanes of LoadColumns and of the packing leave groups of four.
+/// Packs to bytes and restores the order of the groups of four, which LoadColumns and packing by lanes have changed.
 ZV_AVX512 inline __m512i PackInOrder(__m512i first, __m512i second) {
     return _mm512_permutexvar_epi32(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15),
                                     _mm512_packus_epi16(first, second));

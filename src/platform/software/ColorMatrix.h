@@ -11,7 +11,7 @@ inline constexpr int shift = 16;
 
 inline constexpr std::int32_t lumaRed = 11966;
 inline constexpr std::int32_t lumaGreenHalf =
-    20127;  ///< counts twice: the whole is too large for a signed 16-bit value
+    20127;  ///< applied twice, because the sum is too large for a signed 16-bit value
 inline constexpr std::int32_t lumaBlue = 4064;
 inline constexpr std::int32_t lumaBias = (16 << shift) + (1 << (shift - 1));
 

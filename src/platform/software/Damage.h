@@ -1,5 +1,4 @@
-// The parts of a picture that changed: up to 16 rectangles, and the box around all of them when there are more.
-// Allocates nothing.
+// The parts of a picture that changed: up to 16 rectangles; more are merged into their bounding box. Allocates nothing.
 #pragma once
 
 #include <algorithm>
@@ -40,7 +39,7 @@ public:
     }
     void Clear() { count_ = 0; }
     bool Empty() const { return count_ == 0; }
-    /// Whether one of the parts has all of it.
+    /// Returns true if one of the parts contains the whole rectangle.
     bool Holds(const Rectangle& rectangle) const {
         return std::any_of(rectangles_.begin(), rectangles_.begin() + static_cast<std::ptrdiff_t>(count_),
                            [&](const Rectangle& known) { return Intersection(known, rectangle) == rectangle; });

@@ -1,8 +1,8 @@
-// The encoder's function list served over a software encoder.
+// Implements the encoder's function list with a software encoder.
 //
-// It checks its input as a driver does: structure versions first, then the state that a call needs, then parameters. An
-// unsupported parameter is refused, never ignored. The session's last failure can be read as a sentence; it begins with
-// a space because callers append it to theirs.
+// It checks its input as a driver does: first structure versions, then the state of the session, then parameters. An
+// unsupported parameter is refused, never ignored. The session stores its last failure as a sentence, which begins with
+// a space because callers append it to their own.
 #include "platform/EncoderLibrary.h"
 
 #include <algorithm>
@@ -27,7 +27,7 @@ constexpr std::uint32_t infiniteGop = 0xFFFFFFFFU;
 struct Registered {
     Surface* surface = nullptr;
     bool mapped = false;
-    char mapping = 0;  ///< its address is the mapped resource's handle
+    char mapping = 0;  ///< its address is the handle of the mapped resource
 };
 
 struct Bitstream {
@@ -74,7 +74,7 @@ Bitstream* FindBitstream(Session& session, const void* handle) {
     return found == session.bitstreams.end() ? nullptr : found->get();
 }
 
-/// The common checks of all calls on a session. Succeeds if the structure has its version and the session its encoder.
+/// The common checks of all calls on a session: the structure has the right version, and the session has an encoder.
 template <class Parameters>
 NVENCSTATUS Admit(void* handle, const Parameters* parameters, std::uint32_t version) {
     if (handle == nullptr || parameters == nullptr) {
@@ -362,7 +362,7 @@ NVENCSTATUS UnmapInputResource(void* handle, NV_ENC_INPUT_PTR mapped) {
     return NV_ENC_SUCCESS;
 }
 
-/// Checks everything but the handles.
+/// Checks all parameters except the handles.
 const char* RefusedPicture(const Session& session, const NV_ENC_PIC_PARAMS& picture) {
     if (picture.bufferFmt != NV_ENC_BUFFER_FORMAT_NV12 || picture.pictureStruct != NV_ENC_PIC_STRUCT_FRAME) {
         return "Only whole NV12 frames are supported";
@@ -379,7 +379,7 @@ const char* RefusedPicture(const Session& session, const NV_ENC_PIC_PARAMS& pict
 NVENCSTATUS EncodeInto(Session& session, const NV_ENC_PIC_PARAMS& picture, Registered& resource, Bitstream& output) {
     std::string reason;
     for (const auto& each : session.bitstreams) {
-        each->filled = false;  // the encoder uses its memory again
+        each->filled = false;  // the encoder reuses its memory
     }
     if (!session.encoder->Encode(*resource.surface, static_cast<std::int64_t>(picture.inputTimeStamp), output.unit,
                                  reason)) {
@@ -472,7 +472,7 @@ NVENCSTATUS DestroyEncoder(void* handle) {
     return NV_ENC_SUCCESS;
 }
 
-/// The callers do not handle exceptions of a library: a failed allocation becomes a status.
+/// Converts a failed allocation to a status, because the callers do not handle exceptions of a library.
 template <auto function, class... Arguments>
 NVENCSTATUS Guarded(Arguments... arguments) {
     try {

@@ -7,7 +7,7 @@ namespace zv {
 namespace {
 
 constexpr std::int64_t millisecond = 10000;
-constexpr std::int64_t believableAge = 100 * millisecond;  ///< of a stream's first packet
+constexpr std::int64_t plausibleAge = 100 * millisecond;  ///< of a stream's first packet
 constexpr std::int64_t farLimit = 30 * millisecond;
 constexpr std::int64_t futureLimit = 50 * millisecond;  ///< a monitor source delivers sound before it is played
 constexpr std::int64_t newerLimit = 48 * 50;            ///< frames: 50 ms
@@ -50,7 +50,7 @@ void Compare(PacketClock& clock, std::int64_t claimed, std::uint32_t frames) {
 
 std::int64_t StampPacket(PacketClock& clock, std::int64_t now, std::optional<std::int64_t> age, std::uint32_t frames) {
     if (!clock.anchored) {
-        const bool believable = age && *age <= believableAge && *age >= -futureLimit;
+        const bool believable = age && *age <= plausibleAge && *age >= -futureLimit;
         Anchor(clock, now - (believable ? *age : Duration(frames)));
     } else if (age) {
         Compare(clock, now - *age, frames);

@@ -1,4 +1,4 @@
-// The memory of a picture. Everybody who uses it holds it; the last holder releases it.
+// The memory of a picture. It has shared ownership: the last owner releases it.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@ namespace zv {
 
 using PixelMemory = std::shared_ptr<std::uint8_t[]>;
 
-/// Zeroed, and aligned to a cache line. Null if there is no memory.
+/// Allocates zeroed memory that is aligned to a cache line. Returns null if there is not enough memory.
 PixelMemory AllocatePixels(std::size_t size);
 
 }  // namespace zv

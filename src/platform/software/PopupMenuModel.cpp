@@ -31,7 +31,7 @@ bool Contains(const PopupMenuModel& menu, const Rectangle& box, Point point) {
 
 bool IsSeparator(const PopupMenuModel& menu, int row) { return menu.items[static_cast<std::size_t>(row)].id == 0; }
 
-/// -1 if there is no item.
+/// Returns -1 if there is no item at the point.
 int ItemAt(const PopupMenuModel& menu, Point point) {
     for (int row = 0; row < static_cast<int>(menu.rows.size()); ++row) {
         if (!IsSeparator(menu, row) && Contains(menu, menu.rows[static_cast<std::size_t>(row)], point)) {
@@ -47,7 +47,7 @@ bool Highlight(PopupMenuModel& menu, int row) {
     return changed;
 }
 
-/// Highlights the next item, from the last one on the first one and vice versa.
+/// Highlights the next item. The first item comes after the last one, and vice versa.
 bool MoveHighlight(PopupMenuModel& menu, int step) {
     const int count = static_cast<int>(menu.items.size());
     int row = menu.highlighted < 0 && step < 0 ? 0 : menu.highlighted;

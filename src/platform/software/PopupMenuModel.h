@@ -1,4 +1,4 @@
-// A popup menu without its window: layout, painting and what the input does.
+// A popup menu without its window: layout, painting and input.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ struct PopupMenuModel {
     double scale = 1;
     int highlighted = -1;  ///< index of a row
     bool closed = false;
-    int chosenId = 0;  ///< once it is closed; 0: none
+    int chosenId = 0;  ///< valid after the menu has closed; 0: none
 };
 
 /// `widestLabel` is the width of the longest label in design pixels.
@@ -34,7 +34,8 @@ Rectangle MenuBoundsAt(const PopupMenuModel& menu, Point pointer, const Rectangl
 /// Paints the menu over the whole canvas. `font` has the height menuFontHeight.
 void PaintMenu(const PopupMenuModel& menu, Canvas& canvas, const Font& font);
 
-// Input. Points are pixels of the menu's window. Pointer and keys return true if the menu has to be painted again.
+// Input. Points are pixels of the menu's window. Functions that return a bool return true if the menu must be painted
+// again.
 
 bool MovePointerOverMenu(PopupMenuModel& menu, Point point);
 /// A press outside closes the menu.
@@ -44,7 +45,7 @@ void ReleaseButtonOnMenu(PopupMenuModel& menu, Point point);
 /// Up, Down, Enter, Space and Escape, by their virtual-key codes.
 bool PressKeyOnMenu(PopupMenuModel& menu, std::uint32_t virtualKey);
 
-/// Closes the menu with the item of a row; -1 for none.
+/// Closes the menu and chooses the item of a row; -1 for none.
 void CloseMenuWith(PopupMenuModel& menu, int row);
 
 }  // namespace zv

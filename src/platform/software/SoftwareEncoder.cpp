@@ -1,8 +1,8 @@
 // Configures x264 to behave as a hardware encoder: no delay, no B pictures, exact key frame positions, each unit as
 // large as its share of the bitrate.
 //
-// Two settings make a desktop cheap: unchanged macroblocks are marked as constant, and the quantiser has a minimum,
-// because a still picture would otherwise be refined for ever.
+// Two settings reduce the cost of a desktop: unchanged macroblocks are marked as constant, and the quantiser has a
+// minimum, because the encoder would otherwise refine a still picture for ever.
 #include "platform/software/SoftwareEncoder.h"
 
 #include <x264.h>
@@ -21,20 +21,21 @@ constexpr std::uint32_t blockSize = 16;
 constexpr int quantiserFloor = 12;
 constexpr unsigned mostThreads = 8;
 
-void KeepComplaint(void* place, int level, const char* format, std::va_list arguments) {
+/// Stores the message of an error.
+void StoreMessage(void* target, int level, const char* format, std::va_list arguments) {
     if (level > X264_LOG_ERROR) {
         return;
     }
     char text[256];
     std::vsnprintf(text, sizeof text, format, arguments);
-    auto& said = *static_cast<std::string*>(place);
+    auto& message = *static_cast<std::string*>(target);
     try {
-        said = text;
+        message = text;
     } catch (const std::bad_alloc&) {
-        return;  // no exception may pass through the library's frames; the message is lost
+        return;  // exceptions must not cross the library's stack frames; the message is lost
     }
-    while (!said.empty() && said.back() == '\n') {
-        said.pop_back();
+    while (!message.empty() && message.back() == '\n') {
+        message.pop_back();
     }
 }
 
@@ -66,7 +67,7 @@ void SetPictures(x264_param_t& parameters, const SoftwareEncoderSettings& settin
     parameters.i_bframe = 0;
     parameters.b_open_gop = 0;
     parameters.b_intra_refresh = 0;
-    // Sliced threads add no delay; frame threads would.
+    // Unlike frame threads, sliced threads add no delay.
     parameters.b_sliced_threads = 1;
     parameters.i_threads = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, mostThreads));
     parameters.i_sync_lookahead = 0;
@@ -104,8 +105,8 @@ std::unique_ptr<SoftwareEncoder> SoftwareEncoder::Make(const SoftwareEncoderSett
         reason = "no such preset";
         return nullptr;
     }
-    parameters.pf_log = KeepComplaint;
-    parameters.p_log_private = &made->said_;
+    parameters.pf_log = StoreMessage;
+    parameters.p_log_private = &made->message_;
     parameters.i_log_level = X264_LOG_ERROR;
     parameters.i_csp = X264_CSP_NV12;
     parameters.i_width = static_cast<int>(settings.width);
@@ -117,7 +118,7 @@ std::unique_ptr<SoftwareEncoder> SoftwareEncoder::Make(const SoftwareEncoderSett
         made->encoder_ = x264_encoder_open(&parameters);
     }
     if (made->encoder_ == nullptr) {
-        reason = made->said_.empty() ? "the software encoder did not open" : made->said_;
+        reason = made->message_.empty() ? "the software encoder did not open" : made->message_;
         return nullptr;
     }
     made->blocksAcross_ = (settings.width + blockSize - 1) / blockSize;
@@ -162,10 +163,10 @@ bool SoftwareEncoder::Encode(Surface& picture, std::int64_t stamp, AccessUnit& u
     x264_nal_t* units = nullptr;
     int count = 0;
     x264_picture_t output;
-    said_.clear();
+    message_.clear();
     const int size = x264_encoder_encode(encoder_, &units, &count, &input, &output);
     if (size <= 0 || count == 0) {
-        reason = said_.empty() ? "the software encoder gave nothing" : said_;
+        reason = message_.empty() ? "the software encoder gave nothing" : message_;
         return false;
     }
     // The payloads of a picture's units are contiguous.

@@ -1,4 +1,4 @@
-// One H.264 encoder over x264: a picture in, its whole access unit out, with a hard constant bitrate.
+// An H.264 encoder over x264 with a strictly constant bitrate. Each picture is encoded to one complete access unit.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +22,7 @@ struct SoftwareEncoderSettings {
     std::uint32_t rateDenominator = 1;
     std::uint32_t bitrate = 0;         ///< bits per second, average and maximum
     std::uint32_t bufferBits = 0;      ///< of the decoder's buffer
-    std::uint32_t initialBits = 0;     ///< in it at the start
+    std::uint32_t initialBits = 0;     ///< in that buffer at the start
     std::uint32_t keyFramePeriod = 0;  ///< frames
     bool delimiters = false;           ///< an access unit delimiter before each picture
     bool repeatHeaders = false;        ///< parameter sets before each key frame
@@ -44,14 +44,14 @@ struct AccessUnit {
 
 class SoftwareEncoder {
 public:
-    /// Null when the settings are refused; `reason` tells why.
+    /// Returns null if the settings are refused; `reason` then receives the reason.
     static std::unique_ptr<SoftwareEncoder> Make(const SoftwareEncoderSettings& settings, std::string& reason);
     ~SoftwareEncoder();
     SoftwareEncoder(const SoftwareEncoder&) = delete;
     SoftwareEncoder& operator=(const SoftwareEncoder&) = delete;
 
-    /// Encodes what the surface shows and takes its damage: what did not change is not looked at again.
-    /// False when the encoder fails; `reason` tells why.
+    /// Encodes the surface's content and clears its damage. Macroblocks outside the damage are not analysed again.
+    /// Returns false if the encoder fails; `reason` then receives the reason.
     bool Encode(Surface& picture, std::int64_t stamp, AccessUnit& unit, std::string& reason);
 
 private:
@@ -63,7 +63,7 @@ private:
     std::uint32_t blocksDown_ = 0;
     std::vector<std::uint8_t> blocks_;  ///< flags of each macroblock, read by the encoder
     bool first_ = true;
-    std::string said_;  ///< the encoder's last complaint
+    std::string message_;  ///< the encoder's last error message
 };
 
 }  // namespace zv

@@ -1,8 +1,8 @@
-// Pictures in main memory, and the damage that duplication, scaler and encoder pass on with them.
+// Pictures in main memory, with the damage that duplication, scaler and encoder report to one another.
 //
-// The duplication's image and the capture surface share one memory if their sizes agree: AcquireImage writes the pixels
-// of both, and UpdateSurface adds only the damage. Every acquired image is followed by UpdateSurface before the surface
-// is read. Whoever writes into a surface adds to its damage; its one reader, scaler or encoder, clears it.
+// The duplication's image and the capture surface share one memory if their sizes are equal: AcquireImage writes the
+// pixels of both, and UpdateSurface adds only the damage. After an image is acquired, UpdateSurface is called before
+// the surface is read. A writer adds to a surface's damage. The only reader, scaler or encoder, clears it.
 #pragma once
 
 #include <cstddef>
@@ -28,8 +28,8 @@ struct GraphicsDevice {
 
 struct DesktopImage {
     DesktopPixels pixels;
-    Damage changed;        ///< since the image before
-    bool readable = true;  ///< false: cannot be copied
+    Damage changed;        ///< since the previous image
+    bool readable = true;  ///< false: copying fails
 };
 
 enum class SurfaceFormat { Bgra, Nv12 };
@@ -41,8 +41,8 @@ struct Surface {
     std::size_t stride = 0;          ///< bytes a row, of both planes
     std::uint8_t* pixels = nullptr;  ///< BGRA, or luma
     std::uint8_t* chroma = nullptr;  ///< NV12 only: Cb and Cr interleaved, half as many rows
-    PixelMemory memory;              ///< the duplication's own, if the surface shares it
-    Damage changed;                  ///< since the reader cleared it last
+    PixelMemory memory;              ///< that of the duplication, if the surface shares it
+    Damage changed;                  ///< since the reader last cleared it
 };
 
 }  // namespace zv

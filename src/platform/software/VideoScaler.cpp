@@ -1,8 +1,8 @@
 // The software counterpart of the fixed-function video processor: bilinear scaling between the given rectangles,
 // BT.709.
 //
-// Each run converts the source's damage, widened by the filter's reach and to the chroma grid, and adds what it wrote
-// to the target's damage. Only the first run paints the bars.
+// Each run converts the source's damage, extended by the filter's radius and to the chroma grid, and adds the written
+// part to the target's damage. Only the first run paints the bars.
 #include "platform/software/VideoScaler.h"
 
 #include <errno.h>
@@ -104,7 +104,7 @@ const std::uint8_t* SourceRow(const VideoScaler& scaler, const Surface& source, 
            4 * static_cast<std::size_t>(scaler.state.source.left);
 }
 
-/// `part` in the frame, on the chroma grid and inside the destination.
+/// `part` is a part of the frame, aligned to the chroma grid and inside the destination.
 void ConvertDirectly(const VideoScaler& scaler, const Surface& source, Surface& target, const Rectangle& part) {
     const Rectangle& destination = scaler.state.destination;
     const auto offset = 4 * static_cast<std::size_t>(part.left - destination.left);
@@ -116,7 +116,7 @@ void ConvertDirectly(const VideoScaler& scaler, const Surface& source, Surface& 
     }
 }
 
-/// One row of the frame between the columns of `part`, which are inside the destination.
+/// Computes one row of the frame in the columns of `part`, which are inside the destination.
 const std::uint8_t* ResampledRow(VideoScaler& scaler, const Surface& source, const Rectangle& part, std::int32_t y,
                                  std::vector<std::uint8_t>& line) {
     const ScalerState& state = scaler.state;
@@ -138,7 +138,7 @@ const std::uint8_t* ResampledRow(VideoScaler& scaler, const Surface& source, con
     return line.data();
 }
 
-/// `part` in the frame, on the chroma grid.
+/// `part` is a part of the frame, aligned to the chroma grid.
 void Resample(VideoScaler& scaler, const Surface& source, Surface& target, const Rectangle& part) {
     const Rectangle inside = Intersection(part, scaler.state.destination);
     const auto offset = 4 * static_cast<std::size_t>(part.left);
@@ -156,8 +156,8 @@ struct Range {
     std::int32_t last = 0;  ///< one past the end
 };
 
-/// The destination pixels that depend on the source pixels from `first` to before `last`. A destination pixel depends
-/// on its source pixel and the neighbour after that.
+/// The destination pixels that depend on the source pixels [`first`, `last`). A destination pixel depends on its source
+/// pixel and the next one.
 template <class Taps, class Projection>
 Range Reached(const Taps& taps, Projection indexOf, std::int32_t first, std::int32_t last) {
     const auto firstAt = [&](std::int32_t source) {
@@ -167,7 +167,7 @@ Range Reached(const Taps& taps, Projection indexOf, std::int32_t first, std::int
     return {firstAt(first - 1), firstAt(last)};
 }
 
-/// The part of the frame that has to be written again when `part` of the source changed.
+/// The part of the frame that must be converted again if `part` of the source has changed.
 Rectangle AffectedPart(const VideoScaler& scaler, const Rectangle& part) {
     const Rectangle& from = scaler.state.source;
     const Rectangle& to = scaler.state.destination;

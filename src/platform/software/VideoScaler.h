@@ -22,11 +22,11 @@ struct VideoScaler {
     ScalerFormat format;
     ScalerState state;
     const ConversionKernels* kernels = nullptr;
-    bool usable = false;  ///< the scaler supports the state
+    bool usable = false;  ///< true: the scaler supports the state
     bool whole = true;    ///< the whole target has to be converted
-    bool direct = false;  ///< source and destination have one size and lie on the chroma grid
+    bool direct = false;  ///< source and destination have the same size and are aligned to the chroma grid
 
-    // For the resampling only; columns and rows count from the destination's corner.
+    // For resampling only. Columns and rows are counted from the destination's corner.
     ColumnTaps columns;
     std::vector<RowTap> rows;
     std::vector<std::int16_t> blended;   ///< one row of the source

@@ -16,7 +16,7 @@ Owned<AppIcon> Own(HICON handle) {
     return Owned<AppIcon>(handle != nullptr ? new (std::nothrow) AppIcon{handle} : nullptr);
 }
 
-/// A picture of 32 bits whose every pixel is opaque.
+/// Makes a 32-bit bitmap in which all pixels are opaque.
 HBITMAP MakeOpaqueBitmap(int size, const std::uint32_t* pixels) {
     BITMAPINFO info{};
     info.bmiHeader.biSize = sizeof(info.bmiHeader);
@@ -56,7 +56,7 @@ Owned<AppIcon> MakeIcon(int size, const std::uint32_t* pixels) {
     icon.hbmMask = CreateBitmap(size, size, 1, 1, nullptr);
     const bool complete = icon.hbmColor != nullptr && icon.hbmMask != nullptr;
     Owned<AppIcon> made = complete ? Own(CreateIconIndirect(&icon)) : nullptr;
-    // The icon has copies of both.
+    // The icon has copied both bitmaps.
     DeleteObject(icon.hbmColor);
     DeleteObject(icon.hbmMask);
     return made;

@@ -1,4 +1,4 @@
-// Endpoints over the system's audio session interface: shared mode, polled, no format of our own.
+// Endpoints over the system's audio session interface, in shared mode and in the mix format. Polled.
 #include "platform/AudioEndpoint.h"
 
 #include <memory>
@@ -50,7 +50,7 @@ void Closer<AudioEndpoint>::operator()(AudioEndpoint* endpoint) const noexcept {
 }
 
 Result EnterAudioThread(Owned<AudioThread>& thread) {
-    // Made first: what is initialized has an owner that undoes it, whatever happens.
+    // Made before the initialization, so that an exception cannot leave COM initialized.
     auto made = std::make_unique<AudioThread>();
     const HRESULT result = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     if (SUCCEEDED(result)) {

@@ -1,7 +1,7 @@
 // Named pipes with overlapped writes.
 //
-// An OVERLAPPED record and the bytes of its write belong to the system until the operation has ended. Every wait
-// here that gives up therefore cancels and then waits for the cancellation to land.
+// An OVERLAPPED record and the bytes of its write belong to the system until the operation has ended. So a wait that
+// times out or is stopped cancels the operation and waits for the end of the cancellation.
 #include "platform/BytePipe.h"
 
 #include <array>
@@ -90,7 +90,7 @@ Result MakeBytePipe(TextView name, const PipeOptions& options, Owned<BytePipe>& 
     if (options.firstInstanceOnly) {
         mode |= FILE_FLAG_FIRST_PIPE_INSTANCE;
     }
-    const Text path(name);  // lives on: its end could change the last error
+    const Text path(name);  // outlives the call: freeing it could change the last error
     Handle handle(
         CreateNamedPipeW(Native(path), mode, PIPE_REJECT_REMOTE_CLIENTS, 1, options.bufferBytes, 0, 0, nullptr));
     if (!handle) {

@@ -1,6 +1,6 @@
-// Drawing with GDI into a bitmap of our own. GDI+ draws what has to be smooth: lines, arcs and discs.
+// Draws into a bitmap with GDI. GDI+ draws the antialiased shapes: lines, arcs and discs.
 //
-// GDI+ is started by the first smooth line and ends with the process. Without it those lines stay out.
+// The first of these shapes starts GDI+, which ends with the process. If it cannot be started, they are left out.
 #include "platform/Canvas.h"
 
 #include <algorithm>
@@ -32,7 +32,7 @@ struct Placement {
 struct Canvas {
     HDC context = nullptr;
     HBITMAP bitmap = nullptr;
-    HGDIOBJ before = nullptr;  ///< what the bitmap replaced in the context
+    HGDIOBJ before = nullptr;  ///< the bitmap that ours has replaced in the context
     std::uint32_t* pixels = nullptr;
     std::int32_t width = 0;
     std::int32_t height = 0;
@@ -44,7 +44,7 @@ namespace {
 namespace plus = Gdiplus::DllExports;
 
 constexpr wchar_t family[] = L"Segoe UI";
-constexpr std::size_t longestText = 8192;  ///< no box of the interface shows more
+constexpr std::size_t longestText = 8192;  ///< no box of the interface shows more characters
 
 RECT Native(const Rectangle& box) { return {box.left, box.top, box.right, box.bottom}; }
 
@@ -56,7 +56,7 @@ void ApplyTransform(const Canvas& canvas) {
     SetWorldTransform(canvas.context, &transform);
 }
 
-/// The brush of the context itself: nothing has to be made or freed.
+/// The context's own brush, which is neither created nor freed.
 HBRUSH BrushOf(const Canvas& canvas, Color color) {
     SetDCBrushColor(canvas.context, color);
     return static_cast<HBRUSH>(GetStockObject(DC_BRUSH));
@@ -84,11 +84,10 @@ struct DeleteBrush {
 using SmoothPen = std::unique_ptr<Gdiplus::GpPen, DeletePen>;
 using SmoothBrush = std::unique_ptr<Gdiplus::GpSolidFill, DeleteBrush>;
 
-/// Smooth drawing into a canvas for the length of a scope. The transform is given to GDI+ alone, so that it does not
-/// count twice.
-class Smooth {
+/// Antialiased drawing into a canvas. While it exists, only GDI+ has the transform, which would otherwise apply twice.
+class SmoothDrawing {
 public:
-    explicit Smooth(const Canvas& canvas) : canvas_(canvas) {
+    explicit SmoothDrawing(const Canvas& canvas) : canvas_(canvas) {
         static const GdiPlus gdiPlus;
         ModifyWorldTransform(canvas.context, nullptr, MWT_IDENTITY);
         if (!gdiPlus.Started() || plus::GdipCreateFromHDC(canvas.context, &graphics_) != Gdiplus::Ok) {
@@ -101,14 +100,14 @@ public:
         plus::GdipTranslateWorldTransform(graphics_, Real(now.dx), Real(now.dy), Gdiplus::MatrixOrderPrepend);
         plus::GdipScaleWorldTransform(graphics_, Real(now.scale), Real(now.scale), Gdiplus::MatrixOrderPrepend);
     }
-    ~Smooth() {
+    ~SmoothDrawing() {
         if (graphics_ != nullptr) {
             plus::GdipDeleteGraphics(graphics_);
         }
         ApplyTransform(canvas_);
     }
-    Smooth(const Smooth&) = delete;
-    Smooth& operator=(const Smooth&) = delete;
+    SmoothDrawing(const SmoothDrawing&) = delete;
+    SmoothDrawing& operator=(const SmoothDrawing&) = delete;
 
     explicit operator bool() const { return graphics_ != nullptr; }
     Gdiplus::GpGraphics* Get() const { return graphics_; }
@@ -235,7 +234,7 @@ void FillRoundBox(Canvas& canvas, const Rectangle& box, std::int32_t corner, Col
 }
 
 void FrameBox(Canvas& canvas, const Rectangle& box, std::int32_t depth, Color color) {
-    // A pixel at least, also where everything gets smaller.
+    // At least one pixel, also under a transform that shrinks.
     const auto onePixel = static_cast<std::int32_t>(std::ceil(1 / canvas.placements.back().scale));
     const std::int32_t deep = std::max(depth, onePixel);
     const Rectangle inner{box.left + deep, box.top + deep, box.right - deep, box.bottom - deep};
@@ -245,14 +244,14 @@ void FrameBox(Canvas& canvas, const Rectangle& box, std::int32_t depth, Color co
     FillBox(canvas, {inner.right, inner.top, box.right, inner.bottom}, color);
 }
 
-/// In parts, because GDI draws an outline a pixel wider where transforms are allowed.
+/// Draws edges and corners separately, because GDI draws an outline one pixel wider in a context with a transform.
 void FrameRoundBox(Canvas& canvas, const Rectangle& box, std::int32_t corner, Color color) {
     const std::int32_t r = corner / 2;
     FillBox(canvas, {box.left + r, box.top, box.right - r, box.top + 1}, color);
     FillBox(canvas, {box.left + r, box.bottom - 1, box.right - r, box.bottom}, color);
     FillBox(canvas, {box.left, box.top + r, box.left + 1, box.bottom - r}, color);
     FillBox(canvas, {box.right - 1, box.top + r, box.right, box.bottom - r}, color);
-    // An arc that is not smoothed may land a pixel outside.
+    // An arc that is not antialiased may extend one pixel outside.
     const int saved = SaveDC(canvas.context);
     IntersectClipRect(canvas.context, box.left, box.top, box.right, box.bottom);
     const auto round = [&](std::int32_t x, std::int32_t y, double start) {
@@ -282,7 +281,7 @@ void DrawTextInBox(Canvas& canvas, const Rectangle& box, TextView text, Color co
 // Smooth lines and shapes.
 
 void StrokeLines(Canvas& canvas, std::span<const PointF> points, bool closed, Pen pen) {
-    const Smooth smooth(canvas);
+    const SmoothDrawing smooth(canvas);
     const SmoothPen made = smooth ? MakeSmoothPen(pen) : nullptr;
     if (!made) {
         return;
@@ -293,7 +292,7 @@ void StrokeLines(Canvas& canvas, std::span<const PointF> points, bool closed, Pe
 }
 
 void FillPolygon(Canvas& canvas, std::span<const PointF> points, Color color) {
-    const Smooth smooth(canvas);
+    const SmoothDrawing smooth(canvas);
     const SmoothBrush made = smooth ? MakeSmoothBrush(color) : nullptr;
     if (!made) {
         return;
@@ -303,7 +302,7 @@ void FillPolygon(Canvas& canvas, std::span<const PointF> points, Color color) {
 }
 
 void StrokeArc(Canvas& canvas, const Arc& arc, Pen pen) {
-    const Smooth smooth(canvas);
+    const SmoothDrawing smooth(canvas);
     const SmoothPen made = smooth ? MakeSmoothPen(pen) : nullptr;
     if (!made) {
         return;
@@ -314,7 +313,7 @@ void StrokeArc(Canvas& canvas, const Arc& arc, Pen pen) {
 }
 
 void FillDisc(Canvas& canvas, PointF centre, double radius, Color color) {
-    const Smooth smooth(canvas);
+    const SmoothDrawing smooth(canvas);
     const SmoothBrush made = smooth ? MakeSmoothBrush(color) : nullptr;
     if (!made) {
         return;

@@ -1,5 +1,5 @@
-// A child is made suspended, put into its job and only then let run, so that it never runs outside of it. The job
-// dies with its last handle, which is ours: the kernel closes it however this process ends.
+// A child is created suspended, assigned to its job and then resumed, so that it never runs outside the job. The job
+// kills its processes when its only handle is closed. The kernel closes that handle however this process ends.
 #include "platform/ChildProcess.h"
 
 #include <array>
@@ -37,7 +37,7 @@ namespace {
 
 SECURITY_ATTRIBUTES Inheritable() { return {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE}; }
 
-/// The child's end is inheritable, ours is not: the child would hold its own input open with it.
+/// Only the child's end is inheritable. A child that inherited our end would keep its own input open.
 bool MakeInputPipe(Handle& childEnd, Handle& ownEnd) {
     SECURITY_ATTRIBUTES attributes = Inheritable();
     HANDLE read = nullptr;
@@ -56,7 +56,7 @@ Handle MakeLog(const Text& path) {
                               CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-Handle MakeKillingJob() {
+Handle MakeKillOnCloseJob() {
     Handle job(CreateJobObjectW(nullptr, nullptr));
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
     limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
@@ -66,7 +66,8 @@ Handle MakeKillingJob() {
     return job;
 }
 
-/// The list of the only handles that a new process inherits; others of ours may be inheritable at the same moment.
+/// The handles that a new process inherits. Other inheritable handles may exist at the same time; it does not inherit
+/// them.
 class InheritedHandles {
 public:
     explicit InheritedHandles(std::vector<HANDLE> handles) : handles_(std::move(handles)) {
@@ -107,14 +108,14 @@ bool StartSuspended(const ChildOptions& options, HANDLE input, HANDLE log, PROCE
     startup.StartupInfo.hStdOutput = log;
     startup.StartupInfo.hStdError = log;
     startup.lpAttributeList = inherited.List();
-    std::wstring line(options.commandLine.begin(), options.commandLine.end());  // the call may write into it
+    std::wstring line(options.commandLine.begin(), options.commandLine.end());  // the call may modify it
     return startup.lpAttributeList != nullptr &&
            CreateProcessW(Native(options.executable), line.data(), nullptr, nullptr, TRUE,
                           CREATE_SUSPENDED | CREATE_NO_WINDOW | NORMAL_PRIORITY_CLASS | EXTENDED_STARTUPINFO_PRESENT,
                           nullptr, nullptr, &startup.StartupInfo, &made);
 }
 
-/// Never throws and never fails by halves: what a null pointer would leak is closed by its Handle.
+/// Moves the handles to the heap. Returns false if there is not enough memory; then all of them are closed.
 bool Publish(Handle process, Handle input, Handle job, Child& child) {
     Child made{Owned<Process>(new (std::nothrow) Process{std::move(process)}),
                Owned<ProcessInput>(new (std::nothrow) ProcessInput{std::move(input)}),
@@ -135,7 +136,7 @@ bool SpawnChild(const ChildOptions& options, Child& child) {
         return false;
     }
     const Handle log = MakeLog(options.logPath);
-    Handle job = log ? MakeKillingJob() : Handle();
+    Handle job = log ? MakeKillOnCloseJob() : Handle();
     PROCESS_INFORMATION made{};
     if (!job || !StartSuspended(options, input.Get(), log.Get(), made)) {
         return false;

@@ -1,4 +1,4 @@
-// Both fine clocks are the performance counter, which is also what the stamps of audio packets are made from.
+// SteadyNs and Counter100ns read the performance counter, which is also the clock of the time stamps of audio packets.
 #include "platform/Clock.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 namespace zv {
 namespace {
 
-/// The counter in units of which `perSecond` make a second, without an overflow on the way.
+/// The counter in units of 1 / `perSecond` seconds. No intermediate result overflows.
 std::int64_t CounterIn(std::int64_t perSecond) {
     static const std::int64_t frequency = [] {
         LARGE_INTEGER value{};
@@ -61,7 +61,7 @@ PreciseWait WaitPrecisely(PreciseTimer& timer, Event& stop, std::int64_t units) 
     LARGE_INTEGER due{};
     due.QuadPart = -std::max<std::int64_t>(units, 1);
     if (!SetWaitableTimer(timer.handle.Get(), &due, 0, nullptr, nullptr, FALSE)) {
-        // A timer that was not set never fires; the thread waits without it.
+        // A timer that could not be set never fires, so the wait uses a timeout instead.
         const auto milliseconds = static_cast<DWORD>(std::max<std::int64_t>(units, 1) / 10'000);
         return WaitForSingleObject(stop.handle.Get(), milliseconds) == WAIT_OBJECT_0 ? PreciseWait::Stopped
                                                                                      : PreciseWait::Elapsed;

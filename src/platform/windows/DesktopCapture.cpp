@@ -1,7 +1,7 @@
 // Desktop duplication and the Direct3D 11 video processor.
 //
-// Members are declared so that they are released in the reverse of the order in which they were made. What a handle
-// only borrows from another one is a plain pointer: the owner outlives it by the contract of the header.
+// Members are declared in the order of their creation, so that they are released in reverse. A plain pointer is not
+// owned; the header guarantees that its owner outlives it.
 #include "platform/DesktopCapture.h"
 
 #include <bit>
@@ -40,8 +40,8 @@ struct VideoProcessing {
 };
 
 struct VideoScaler {
-    ID3D11VideoDevice* device = nullptr;    ///< borrowed
-    ID3D11VideoContext* context = nullptr;  ///< borrowed
+    ID3D11VideoDevice* device = nullptr;    ///< not owned
+    ID3D11VideoContext* context = nullptr;  ///< not owned
     Com<ID3D11VideoProcessorEnumerator> enumerator;
     Com<ID3D11VideoProcessor> processor;
 };
@@ -90,7 +90,7 @@ void Closer<ScalerViews>::operator()(ScalerViews* views) const noexcept {
 
 namespace {
 
-/// Moves a complete record to the heap and hands it out, unless it could not be made.
+/// On success moves `record` to the heap and stores it in `owner`. Returns `result`.
 template <class Record>
 Result Publish(HRESULT result, Record&& record, Owned<Record>& owner) {
     if (FAILED(result)) {

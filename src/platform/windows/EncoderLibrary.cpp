@@ -1,4 +1,4 @@
-// The driver's encoder library, from the system folder and from nowhere else.
+// Loads the driver's encoder library, from the system folder only.
 #include "platform/EncoderLibrary.h"
 
 #include "platform/windows/Native.h"

@@ -1,4 +1,4 @@
-// The environment of the process, its place, and the search path for programs.
+// The environment of the process, its executable's folder, and the search path for programs.
 #include "platform/Environment.h"
 
 #include <string>
@@ -8,7 +8,7 @@
 namespace zv {
 namespace {
 
-/// The longest path and the longest value of a variable, with the end mark.
+/// The longest path or value of a variable, including the terminating null.
 constexpr DWORD longestText = 32768;
 
 }  // namespace

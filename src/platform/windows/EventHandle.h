@@ -1,4 +1,4 @@
-// What the other services of this folder need of an event: its handle.
+// The handle of an event, for the other services of this folder.
 #pragma once
 
 #include "platform/Event.h"

@@ -1,4 +1,4 @@
-// FFmpeg 8 or newer reads a named pipe without a buffer of its own.
+// Disables FFmpeg's own buffer for a named pipe. Needs FFmpeg 8 or newer.
 #include "platform/FfmpegInput.h"
 
 namespace zv {

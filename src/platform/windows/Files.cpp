@@ -1,7 +1,5 @@
-// Paths are the system's own UTF-16, so that every name survives the way there and back.
+// Paths are UTF-16 like Text, so conversion in both directions changes no name.
 #include "platform/Files.h"
-
-#include <array>
 
 #include "platform/windows/Native.h"
 
@@ -10,7 +8,7 @@ namespace {
 
 bool IsSeparator(char16_t unit) { return unit == u'\\' || unit == u'/'; }
 
-/// A name that begins with a drive, a root or a share.
+/// Returns true if the name begins with a drive, a root or a share.
 bool IsAbsolute(TextView name) {
     return (!name.empty() && IsSeparator(name[0])) || (name.size() > 1 && name[1] == u':');
 }
@@ -32,20 +30,6 @@ Text JoinPath(TextView folder, TextView name) {
         joined += pathSeparator;
     }
     return joined.append(name);
-}
-
-std::string ReadSharedFile(TextView path, std::size_t cap) {
-    const Handle file(CreateFileW(Native(Text(path)), GENERIC_READ,
-                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr));
-    std::string content;
-    std::array<char, 4096> block;
-    DWORD count = 0;
-    while (file && content.size() < cap && ReadFile(file.Get(), block.data(), block.size(), &count, nullptr) &&
-           count > 0) {
-        content.append(block.data(), count);
-    }
-    return content;
 }
 
 Result MoveFileReplacing(TextView from, TextView to) {

@@ -1,11 +1,11 @@
-// What drawing and saving pictures both need of GDI and GDI+.
+// The GDI and GDI+ owners that drawing and screenshots share.
 #pragma once
 
 #include "platform/windows/Sdk.h"
 
 namespace zv {
 
-/// GDI+ is usable while one of these lives. Several may, on any threads.
+/// GDI+ can be used while an object of this class exists. Several may exist, on any threads.
 class GdiPlus {
 public:
     GdiPlus() {
@@ -27,7 +27,7 @@ private:
     bool started_ = false;
 };
 
-/// Selected into a context for the length of a scope.
+/// Selects an object into a context until the end of the scope.
 class Selection {
 public:
     Selection(HDC context, HGDIOBJ object) : context_(context), before_(SelectObject(context, object)) {}

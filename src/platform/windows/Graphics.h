@@ -1,4 +1,4 @@
-// What the monitor list and the desktop capture both read from DXGI.
+// The description of a DXGI output, for the monitor list and the desktop capture.
 #pragma once
 
 #include "platform/Monitors.h"

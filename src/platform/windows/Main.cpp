@@ -1,4 +1,4 @@
-// The entry of the Windows program.
+// The entry point of the Windows program.
 #include "platform/Session.h"
 #include "platform/windows/Native.h"
 #include "ui/startup/Application.h"

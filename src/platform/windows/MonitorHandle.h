@@ -1,4 +1,4 @@
-// What the files of this folder share of the system's monitors.
+// Conversion of the system's monitors and rectangles, for the files of this folder.
 #pragma once
 
 #include <optional>
@@ -10,7 +10,7 @@ namespace zv {
 
 inline Rectangle RectangleOf(const RECT& native) { return {native.left, native.top, native.right, native.bottom}; }
 
-/// Nothing if the monitor is gone.
+/// Returns nullopt if the monitor no longer exists.
 std::optional<MonitorEntry> EntryOf(HMONITOR monitor);
 
 }  // namespace zv

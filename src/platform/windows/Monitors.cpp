@@ -27,9 +27,9 @@ struct MonitorListing {
     std::exception_ptr failure;
 };
 
-/// No exception may pass through the system's frames: it goes round them.
-BOOL CALLBACK ListMonitor(HMONITOR monitor, HDC, RECT*, LPARAM place) {
-    auto& listing = *reinterpret_cast<MonitorListing*>(place);
+/// Exceptions must not cross the system's stack frames. Stores the exception, which the caller rethrows.
+BOOL CALLBACK ListMonitor(HMONITOR monitor, HDC, RECT*, LPARAM parameter) {
+    auto& listing = *reinterpret_cast<MonitorListing*>(parameter);
     try {
         if (std::optional<MonitorEntry> entry = EntryOf(monitor)) {
             listing.monitors.push_back(std::move(*entry));

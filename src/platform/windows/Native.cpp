@@ -1,4 +1,4 @@
-// Text and error codes of the system.
+// Converts the system's text and error codes.
 #include "platform/windows/Native.h"
 
 namespace zv {

@@ -1,4 +1,4 @@
-// From the program's types to the system's and back: text, handles, interfaces, error codes.
+// Conversion between the program's types and the system's (text, error codes), and owners of handles and interfaces.
 #pragma once
 
 #include <string>
@@ -12,17 +12,17 @@ namespace zv {
 
 static_assert(sizeof(wchar_t) == sizeof(char16_t));
 
-/// The same units for a Windows call, valid as long as `text`.
+/// The pointer to pass to Windows. Valid as long as `text`.
 inline const wchar_t* Native(const Text& text) { return reinterpret_cast<const wchar_t*>(text.c_str()); }
 
-/// The same units as text. Null gives the empty text.
+/// Copies text of Windows. Null results in an empty text.
 Text TextOf(const wchar_t* text);
 Text TextOf(const std::wstring& text);
 
 /// GetLastError as a result; never a success.
 Result LastError();
 
-/// A handle of the kernel, closed at its end. INVALID_HANDLE_VALUE counts as none.
+/// Owns a kernel handle. INVALID_HANDLE_VALUE counts as null.
 class Handle {
 public:
     Handle() = default;
@@ -46,12 +46,12 @@ private:
     HANDLE handle_ = nullptr;
 };
 
-/// One reference to a COM object.
+/// Owns one reference to a COM object.
 template <class Interface>
 class Com {
 public:
     Com() = default;
-    /// Takes over a reference that the caller owns.
+    /// Acquires the caller's reference.
     explicit Com(Interface* object) : object_(object) {}
     ~Com() { Release(); }
     Com(Com&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
@@ -64,14 +64,14 @@ public:
     Interface* operator->() const { return object_; }
     explicit operator bool() const { return object_ != nullptr; }
 
-    /// Where a call that makes the object writes it.
+    /// Releases the object and returns the address for a call that creates a new one.
     Interface** Out() {
         Release();
         return &object_;
     }
     void** OutVoid() { return reinterpret_cast<void**>(Out()); }
 
-    /// Gives the reference away.
+    /// Transfers the reference to the caller.
     Interface* Detach() { return std::exchange(object_, nullptr); }
 
     void Release() {
@@ -84,7 +84,7 @@ private:
     Interface* object_ = nullptr;
 };
 
-/// Asks `object` for another interface.
+/// Queries another interface of `object`.
 template <class Interface, class Object>
 HRESULT Query(Object* object, Com<Interface>& result) {
     return object->QueryInterface(__uuidof(Interface), result.OutVoid());

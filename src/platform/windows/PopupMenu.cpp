@@ -26,8 +26,8 @@ int ChooseFromMenu(AppWindow& owner, std::span<const MenuItem> items) {
         return 0;
     }
     Fill(menu, items);
-    // Without this a click elsewhere would not end the menu, and without the message after it the next menu would end
-    // at once.
+    // Otherwise a click elsewhere would not close the menu. Without the message after the menu, the next menu would
+    // close at once.
     SetForegroundWindow(owner.handle);
     const int chosen = TrackPopupMenu(menu, TPM_RETURNCMD | TPM_RIGHTBUTTON, at.x, at.y, 0, owner.handle, nullptr);
     DestroyMenu(menu);

@@ -1,4 +1,4 @@
-// The screen through GDI, layered windows included, and GDI+ for the PNG file.
+// Copies the screen with GDI, including layered windows, and writes the PNG file with GDI+.
 #include "platform/ScreenGrab.h"
 
 #include <cstddef>
@@ -50,21 +50,21 @@ Result CopyScreen(const Rectangle& area, BitmapHandle& bitmap) {
     if (!bitmap) {
         return LastError();
     }
-    // Until the copy is made: GDI+ takes only a bitmap that is selected nowhere.
+    // Only during the copy, because GDI+ does not accept a bitmap that is selected into a context.
     const Selection selected(memory.get(), bitmap.get());
     const bool copied = selected.Made() && BitBlt(memory.get(), 0, 0, area.Width(), area.Height(), screen.get(),
                                                   area.left, area.top, SRCCOPY | CAPTUREBLT);
     return copied ? resultOk : LastError();
 }
 
-/// The encoder for PNG among those that are installed.
+/// Finds the PNG encoder among the installed ones.
 bool FindPngEncoder(CLSID& encoder) {
     UINT count = 0;
     UINT bytes = 0;
     if (plus::GdipGetImageEncodersSize(&count, &bytes) != Gdiplus::Ok || bytes == 0) {
         return false;
     }
-    // The records are followed by the texts that they point to.
+    // The buffer also holds the texts that the records point to.
     std::vector<std::max_align_t> storage(bytes / sizeof(std::max_align_t) + 1);
     auto* codecs = reinterpret_cast<Gdiplus::ImageCodecInfo*>(storage.data());
     if (plus::GdipGetImageEncoders(count, bytes, codecs) != Gdiplus::Ok) {

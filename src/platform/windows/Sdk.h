@@ -1,8 +1,9 @@
-// The one place that includes the Windows SDK. Include it after the program's own headers: its macros rename much.
+// The only file that includes the Windows SDK. Include it after the program's own headers, because its macros replace
+// common names.
 #pragma once
 
 #include <windows.h>
-// What the headers above are needed by.
+// These need the headers above.
 #include <d3d11.h>
 #include <dwmapi.h>
 #include <dxgi1_6.h>

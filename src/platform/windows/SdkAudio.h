@@ -1,8 +1,8 @@
-// The audio session headers of the Windows SDK. Apart from Sdk.h, because some of their names are also declared by the
-// media player's header, which cannot be in the same translation unit.
+// The audio session headers of the Windows SDK. Not in Sdk.h, because they conflict with the media player's header in
+// one translation unit: both declare some of the names.
 #pragma once
 
 #include "platform/windows/Sdk.h"
-// What the headers above are needed by.
+// These need the headers above.
 #include <audioclient.h>
 #include <mmdeviceapi.h>

@@ -8,7 +8,7 @@
 namespace zv {
 namespace {
 
-/// What the program does when its session ends, for the one interface thread.
+/// Called when the session ends. Interface thread only.
 void (*sessionEnd)() = nullptr;
 
 }  // namespace

@@ -1,9 +1,9 @@
-// The end of the user's session, which reaches the program through its windows.
+// The end of the user's session, which Windows reports to the program's windows.
 #pragma once
 
 namespace zv {
 
-/// Calls what SetEndRequest registered, once for all windows. Returns false if nothing is registered any more.
+/// Calls the function that SetEndRequest has registered, and unregisters it. Returns false if none is registered.
 bool EndSession();
 
 }  // namespace zv

@@ -1,4 +1,4 @@
-// Read, write and delete sharing, so that a segment can leave the ring while it is read.
+// Opens files with read, write and delete sharing, so that FFmpeg can delete a segment that is being read.
 #include "platform/SharedFile.h"
 
 #include <algorithm>

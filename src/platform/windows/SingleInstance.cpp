@@ -1,4 +1,4 @@
-// One copy of the program in a session, and the way from a second copy to the first one's window.
+// One copy of the program in a session: a named mutex, and a second copy that brings the first one's window forward.
 #include "platform/SingleInstance.h"
 
 #include <new>

@@ -1,4 +1,4 @@
-// The wave input functions, polled: no callback, the done flag of each header is looked at.
+// The wave input functions without a callback: the done flag of each header is polled.
 #include "platform/WaveInput.h"
 
 #include <array>
@@ -42,7 +42,7 @@ int OpenWaveInput(Owned<WaveInput>& input) {
     format.nAvgBytesPerSec = 96000;
     format.nBlockAlign = 2;
     format.wBitsPerSample = 16;
-    // Made first: a device that is open has an owner that closes it, whatever happens.
+    // Made before the device is opened, so that an exception cannot leave the device open.
     auto made = std::make_unique<WaveInput>();
     const MMRESULT result = waveInOpen(&made->device, WAVE_MAPPER, &format, 0, 0, CALLBACK_NULL);
     if (result == MMSYSERR_NOERROR) {
@@ -66,7 +66,7 @@ int QueueWaveBuffer(WaveInput& input, int index) {
 
 int StartWaveInput(WaveInput& input) { return CodeOfCall(waveInStart(input.device)); }
 
-WaveBuffer LookAtWaveBuffer(const WaveInput& input, int index) {
+WaveBuffer PeekWaveBuffer(const WaveInput& input, int index) {
     // The device's thread sets the flag.
     const volatile WAVEHDR& header = input.headers[static_cast<std::size_t>(index)];
     if ((header.dwFlags & WHDR_DONE) == 0) {

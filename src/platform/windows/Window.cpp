@@ -1,4 +1,4 @@
-// Windows of the system, whose messages go straight through to the portable procedures.
+// Windows whose messages are passed unchanged to the portable procedures.
 #include "platform/Window.h"
 
 #include <cstddef>
@@ -24,7 +24,7 @@ static_assert(message::keyDown == WM_KEYDOWN && message::keyUp == WM_KEYUP && me
               message::captureChanged == WM_CAPTURECHANGED && message::mouseLeave == WM_MOUSELEAVE &&
               message::dpiChanged == WM_DPICHANGED && message::hotKey == WM_HOTKEY);
 static_assert(hitCode::transparent == HTTRANSPARENT && hitCode::client == HTCLIENT && activateNo == MA_NOACTIVATE);
-// Records that the system's messages point to are read as the program's own.
+// The program reads the records that messages point to as its own types.
 static_assert(sizeof(Rectangle) == sizeof(RECT) && sizeof(MinMaxInfo) == sizeof(MINMAXINFO) &&
               offsetof(MinMaxInfo, minTrackSize) == offsetof(MINMAXINFO, ptMinTrackSize));
 
@@ -48,9 +48,9 @@ void Detach(HWND handle) {
     }
 }
 
-/// The answer to a message. The system's own frames know nothing of exceptions, so what a procedure raises, which as a
-/// rule is that there is no memory, ends here: the message counts as one that nobody has handled. By then the window
-/// may be gone. To be closed is what no window falls into for want of an answer.
+/// Calls the procedure. Exceptions must not cross the system's stack frames: a procedure that throws counts as one that
+/// did not handle the message, except that WM_CLOSE is ignored. The procedure may have destroyed the window before it
+/// throws.
 LRESULT Answer(AppWindow& window, HWND handle, UINT code, WPARAM wParam, LPARAM lParam) {
     try {
         return window.procedure(window, code, wParam, lParam);
@@ -85,7 +85,7 @@ void RegisterWindowClass(const WindowOptions& options) {
     windowClass.hIconSm = IconHandle(options.littleIcon);
     windowClass.hCursor = options.arrowCursor ? LoadCursorW(nullptr, IDC_ARROW) : nullptr;
     windowClass.lpszClassName = Native(options.className);
-    RegisterClassExW(&windowClass);  // fails harmlessly for a class that is there already
+    RegisterClassExW(&windowClass);  // fails if the class is registered already, which is harmless
 }
 
 DWORD StyleOf(const WindowOptions& options) {
@@ -169,7 +169,7 @@ void HideWindow(AppWindow& window) { ShowWindow(window.handle, SW_HIDE); }
 
 bool IsWindowShown(AppWindow& window) { return IsWindowVisible(window.handle) != FALSE; }
 
-bool IsWindowIcon(AppWindow& window) { return IsIconic(window.handle) != FALSE; }
+bool IsWindowMinimized(AppWindow& window) { return IsIconic(window.handle) != FALSE; }
 
 void ShowTopmostAt(AppWindow& window, const Rectangle& bounds) {
     SetWindowPos(window.handle, HWND_TOPMOST, bounds.left, bounds.top, bounds.Width(), bounds.Height(),
@@ -201,7 +201,7 @@ int DpiOfWindow(AppWindow& window) {
 }
 
 void InvalidateWindow(AppWindow& window) {
-    // No window would have every window of the desktop painted.
+    // A null handle would invalidate all windows of the desktop.
     if (window.handle != nullptr) {
         InvalidateRect(window.handle, nullptr, FALSE);
     }
@@ -214,7 +214,7 @@ void PutPixels(AppWindow& window, const std::uint32_t* pixels, int width, int he
 }
 
 void PutPixelRows(AppWindow& window, const std::uint32_t* pixels, int width, int rows, int top) {
-    // The end of one strip's painting takes what is left of the area as painted.
+    // EndPaint has validated the whole window after the previous strip, so this strip is invalidated again.
     const RECT strip{0, top, width, top + rows};
     InvalidateRect(window.handle, &strip, FALSE);
     PAINTSTRUCT paint{};
@@ -243,10 +243,10 @@ void TrackMouseLeave(AppWindow& window) {
 
 void CaptureMouse(AppWindow& window) { SetCapture(window.handle); }
 
-bool HasMouse(AppWindow& window) { return window.handle != nullptr && GetCapture() == window.handle; }
+bool HasMouseCapture(AppWindow& window) { return window.handle != nullptr && GetCapture() == window.handle; }
 
 void ReleaseMouse(AppWindow& window) {
-    if (HasMouse(window)) {
+    if (HasMouseCapture(window)) {
         ReleaseCapture();
     }
 }

@@ -40,7 +40,7 @@ void OnUp(AppWindow& window, UiState& state, std::intptr_t lParam) {
     const std::int32_t id = HitTest(state, DesignPoint(state, lParam));
     const std::int32_t pressed = state.pressedId;
     state.pressedId = noTarget;
-    if (HasMouse(window)) {
+    if (HasMouseCapture(window)) {
         ReleaseMouse(window);
     }
     if (id != noTarget && id == pressed) {
@@ -50,7 +50,7 @@ void OnUp(AppWindow& window, UiState& state, std::intptr_t lParam) {
 
 void OnCancel(AppWindow& window, UiState& state, bool release) {
     state.pressedId = noTarget;
-    if (release && HasMouse(window)) {
+    if (release && HasMouseCapture(window)) {
         ReleaseMouse(window);
     }
     InvalidateWindow(window);

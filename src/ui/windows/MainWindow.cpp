@@ -138,7 +138,7 @@ void OnHousekeepingTimer() {
         TickHealthPoll();
     }
     AppWindow* window = Ui().mainWindow;
-    if (window != nullptr && IsWindowShown(*window) && !IsWindowIcon(*window)) {
+    if (window != nullptr && IsWindowShown(*window) && !IsWindowMinimized(*window)) {
         InvalidateWindow(*window);
     }
     RefreshOverlay();

@@ -41,7 +41,7 @@ TEST_F(Hotkeys, AreRegisteredWithoutRepeatWhenTheWindowIsCreated) {
 }
 
 TEST_F(Hotkeys, AFailedRegistrationIsOnlyRecorded) {
-    TheWindows().takenByOthers = {{1, 121}, {3, 83}};
+    TheWindows().reservedByOthers = {{1, 121}, {3, 83}};
     OpenMainWindow();
     EXPECT_EQ(Ui().hotkeyRegistered, (std::array<bool, 4>{true, false, true, false}));
     EXPECT_EQ(Ui().statusText, u"Ready");
@@ -73,17 +73,17 @@ TEST_F(Hotkeys, TheActionsOwnShortcutChangesNothing) {
 }
 
 TEST_F(Hotkeys, AnUnregisteredShortcutIsTriedAgain) {
-    TheWindows().takenByOthers = {{1, 121}};
+    TheWindows().reservedByOthers = {{1, 121}};
     OpenMainWindow();
     EXPECT_FALSE(TryRebindHotkey(1, 1, 121));
     EXPECT_EQ(Ui().shortcutEditor.error, u"Shortcut is used by another app. Choose a different one.");
-    TheWindows().takenByOthers.clear();
+    TheWindows().reservedByOthers.clear();
     EXPECT_TRUE(TryRebindHotkey(1, 1, 121));
     EXPECT_TRUE(Ui().hotkeyRegistered[1]);
 }
 
 TEST_F(Hotkeys, TheShortcutOfAnotherProgramIsRefusedAndTheOldOneStays) {
-    TheWindows().takenByOthers = {{2, 65}};
+    TheWindows().reservedByOthers = {{2, 65}};
     OpenMainWindow();
     EXPECT_EQ(CallsOf([] { EXPECT_FALSE(TryRebindHotkey(1, 2, 65)); }),
               (std::vector<std::string>{"RegisterGlobalKey"}));
@@ -125,7 +125,7 @@ TEST_F(Hotkeys, AnOldShortcutThatCannotBeRestoredIsRecorded) {
 }
 
 TEST_F(Hotkeys, AnUnregisteredShortcutStaysUnregisteredIfTheNewOneIsLost) {
-    TheWindows().takenByOthers = {{1, 121}};
+    TheWindows().reservedByOthers = {{1, 121}};
     OpenMainWindow();
     fake::FailCall("RegisterGlobalKey", 6, -1);
     EXPECT_FALSE(TryRebindHotkey(1, 4, 121));
@@ -135,7 +135,7 @@ TEST_F(Hotkeys, AnUnregisteredShortcutStaysUnregisteredIfTheNewOneIsLost) {
 }
 
 TEST_F(Hotkeys, AShortcutThatIsFreeAgainIsRegisteredAndSaved) {
-    TheWindows().takenByOthers = {{1, 121}};
+    TheWindows().reservedByOthers = {{1, 121}};
     OpenMainWindow();
     EXPECT_TRUE(TryRebindHotkey(1, 2, 121));
     EXPECT_TRUE(Ui().hotkeyRegistered[1]);

@@ -277,7 +277,7 @@ TEST_F(DrawingFrame, TheFiveFontsAreMadeOnceAndReleased) {
                                      "text 1,2,3,4 17/600 241,242,250 \"x\"", "text 1,2,3,4 30/700 241,242,250 \"x\"",
                                      "text 1,2,3,4 38/700 241,242,250 \"x\""));
     DeleteFonts();
-    EXPECT_EQ(fake::LivingFonts(), 0);
+    EXPECT_EQ(fake::LiveFonts(), 0);
 }
 
 TEST_F(DrawingFrame, TheBodyFontReplacesAMissingOne) {

@@ -106,7 +106,7 @@ TEST_F(Icons, TheCacheIsKeyedByKindAndColour) {
     }
     EXPECT_EQ(CountOf("MakeCanvas"), before + 3);
     ClearIconCache();
-    EXPECT_EQ(fake::LivingCanvases(), 1);
+    EXPECT_EQ(fake::LiveCanvases(), 1);
 }
 
 TEST_F(Icons, AnIconThatCannotBeCachedIsDrawnDirectly) {

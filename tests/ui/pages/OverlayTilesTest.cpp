@@ -397,7 +397,7 @@ TEST_F(OverlayTiles, OpenAppHidesTheOverlayAndActivatesTheMainWindow) {
     Click(906);
     EXPECT_FALSE(IsOverlayShown());
     EXPECT_TRUE(IsWindowShown(*window_));
-    EXPECT_FALSE(IsWindowIcon(*window_));
+    EXPECT_FALSE(IsWindowMinimized(*window_));
     EXPECT_EQ(TheWindows().inFront, window_.get());
 }
 

@@ -176,7 +176,7 @@ TEST_F(ShortcutEditor, TheShortcutOfAnotherActionIsRefusedWithAMessage) {
 }
 
 TEST_F(ShortcutEditor, TheShortcutOfAnotherProgramIsRefusedWithAMessage) {
-    TheWindows().takenByOthers = {{2, 75}};
+    TheWindows().reservedByOthers = {{2, 75}};
     OpenShortcutEditor(saveReplayIndex);
     Press(2, 'K');
     ASSERT_NE(Editor(), nullptr);

@@ -320,7 +320,7 @@ TEST_F(Application, UsesTheIconsOfItsResources) {
         EXPECT_EQ(TheTray().icon->icon, main.littleIcon);
     };
     RunApplication(u"zorvel");
-    EXPECT_EQ(fake::StandingIcons(), 0);
+    EXPECT_EQ(fake::LiveIcons(), 0);
 }
 
 TEST_F(Application, PaintsItsIconsIfItHasNoResources) {
@@ -339,8 +339,8 @@ TEST_F(Application, PaintsItsIconsIfItHasNoResources) {
         EXPECT_THAT(fake::Drawings(), testing::Contains("fill 0,0,32,32 133,83,231"));
     };
     RunApplication(u"zorvel");
-    EXPECT_EQ(fake::StandingIcons(), 0);
-    EXPECT_EQ(fake::LivingFonts(), 0);
+    EXPECT_EQ(fake::LiveIcons(), 0);
+    EXPECT_EQ(fake::LiveFonts(), 0);
 }
 
 TEST_F(Application, RunsWithoutIcons) {
@@ -375,10 +375,10 @@ TEST_F(Application, SetsItsTaskbarIdentityBeforeItsFirstWindow) {
 
 TEST_F(Application, HasItsFontsFromBeforeTheFirstWindowToTheEnd) {
     int fonts = 0;
-    At("MakeWindow", [&] { fonts = fake::LivingFonts(); });
+    At("MakeWindow", [&] { fonts = fake::LiveFonts(); });
     RunApplication(u"zorvel");
     EXPECT_EQ(fonts, 5);
-    EXPECT_EQ(fake::LivingFonts(), 0);
+    EXPECT_EQ(fake::LiveFonts(), 0);
 }
 
 TEST_F(Application, TheBackgroundOptionHidesTheWindowBetweenBadgeAndNotification) {

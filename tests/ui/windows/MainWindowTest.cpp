@@ -607,7 +607,7 @@ TEST_F(MainWindow, IsRestoredFromHiddenAndFromMinimized) {
     Record().icon = true;
     ShowMainWindow();
     EXPECT_TRUE(IsWindowShown(*window_));
-    EXPECT_FALSE(IsWindowIcon(*window_));
+    EXPECT_FALSE(IsWindowMinimized(*window_));
     EXPECT_EQ(TheWindows().inFront, window_.get());
     window_.reset();
     ShowMainWindow();  // there is no window any more

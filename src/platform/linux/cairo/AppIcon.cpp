@@ -1,4 +1,4 @@
-// Icons as plain pixels. The Linux program has no resources, so its icon is always painted.
+// Icons as pixels. The Linux program has no icon resource and always paints its icon.
 #include "platform/AppIcon.h"
 
 #include <cstddef>

@@ -194,8 +194,8 @@ void SetText(Canvas& canvas, const PixelBox& box, const std::string& text, const
     pango_layout_set_text(layout, text.data(), static_cast<int>(text.size()));
 }
 
-/// The factor by which the letters are narrowed to fit the box: at most by what the substitute typeface is wider, and 1
-/// if the text ends in an ellipsis all the same. Called after SetText.
+/// The factor by which the letters are narrowed to fit the box: at least leastNarrowing, and 1 if the text does not fit
+/// with that factor either. Called after SetText.
 double FitLetters(Canvas& canvas, const PixelBox& box, TextLayout kind) {
     PangoLayout* layout = canvas.layout;
     if (pango_layout_is_ellipsized(layout) == FALSE) {
@@ -215,7 +215,7 @@ double FitLetters(Canvas& canvas, const PixelBox& box, TextLayout kind) {
     return std::min(1.0, box.Width() * PANGO_SCALE / width);
 }
 
-/// Of the first line's baseline, as a whole pixel.
+/// The y coordinate of the first line's baseline, as a whole pixel.
 double BaselineOf(const Canvas& canvas, const PixelBox& box, TextLayout kind) {
     const double ascent = static_cast<double>(pango_layout_get_baseline(canvas.layout)) / PANGO_SCALE;
     PangoRectangle logical{};
@@ -225,7 +225,7 @@ double BaselineOf(const Canvas& canvas, const PixelBox& box, TextLayout kind) {
     return std::round(box.top + above + ascent);
 }
 
-/// Of a typeface in lines of `lineHeight`.
+/// The em size at which a line of the typeface is `lineHeight` high.
 double EmSize(PangoFontDescription* description, double lineHeight) {
     constexpr double probe = 1024;
     const Object<PangoContext> context(pango_font_map_create_context(pango_cairo_font_map_get_default()));
@@ -410,7 +410,7 @@ void DrawPixels(Canvas& canvas, const Rectangle& box, const PixelView& picture) 
     cairo_translate(canvas.context, target.left, target.top);
     cairo_scale(canvas.context, target.Width() / picture.width, target.Height() / picture.height);
     cairo_set_source_surface(canvas.context, source, 0, 0);
-    // Pixels outside repeat the edge, so that the picture does not fade at its border.
+    // Repeats the edge pixels outside the picture, so that its border does not fade.
     cairo_pattern_set_extend(cairo_get_source(canvas.context), CAIRO_EXTEND_PAD);
     cairo_pattern_set_filter(cairo_get_source(canvas.context), CAIRO_FILTER_GOOD);
     cairo_paint(canvas.context);

@@ -1,4 +1,4 @@
-// The record of an icon: pixels for a window's property or for the notification area.
+// The pixels of an icon, for a window's property and for the notification area.
 #pragma once
 
 #include <cstdint>

@@ -5,7 +5,7 @@
 
 namespace zv {
 
-/// The width at which DrawTextInBox draws it if it fits, in units of the canvas. 0 on failure.
+/// The width of the text as DrawTextInBox draws it if it fits, in units of the canvas. Returns 0 on failure.
 double WidthOfLine(const Font& font, TextView text);
 
 }  // namespace zv

@@ -32,7 +32,7 @@ Result WritePng(const Pixels& pixels, const std::string& path) {
     if (png_image_write_to_stdio(&image, file.get(), 0, pixels.rgb.data(), 0, nullptr) == 0) {
         return FailureOf(errno);
     }
-    // Some file systems report a full disk only now.
+    // Some file systems report a full disk only when a file is closed.
     return std::fclose(file.release()) == 0 ? resultOk : FailureOf(errno);
 }
 

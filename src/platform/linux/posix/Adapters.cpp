@@ -24,7 +24,7 @@ constexpr Vendor vendors[] = {
     {0x1AF4, "Virtio"}, {0x1234, "QEMU"}, {0x15AD, "VMware"}, {0x80EE, "VirtualBox"},
 };
 
-/// "card" and nothing but digits: connectors are listed beside the cards as "card0-HDMI-A-1". -1 for those.
+/// The number in "card" followed by digits only. Returns -1 for other names, such as the connector "card0-HDMI-A-1".
 int CardNumber(const std::string& name) {
     constexpr std::string_view stem = "card";
     constexpr std::size_t mostDigits = 6;
@@ -35,7 +35,7 @@ int CardNumber(const std::string& name) {
     return std::stoi(digits);
 }
 
-/// A number in a file of its own, decimal or with "0x" in front; false when there is none.
+/// Reads a file that contains one number, decimal or hexadecimal with "0x". Returns false if it has none.
 bool ReadNumber(const fs::path& path, std::uint64_t& number) {
     std::ifstream file(path);
     std::string text;
@@ -55,7 +55,7 @@ std::string Describe(std::uint32_t vendorId, std::uint32_t deviceId) {
     return (vendor != std::end(vendors) ? vendor->name : "PCI") + std::string(numbers);
 }
 
-/// Not described when the card is no PCI device.
+/// The record is not described if the card is not a PCI device.
 AdapterRecord ReadAdapter(const fs::path& device) {
     AdapterRecord adapter;
     std::uint64_t vendorId = 0;

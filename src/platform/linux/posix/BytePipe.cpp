@@ -1,8 +1,8 @@
 // Byte pipes over FIFOs.
 //
-// There is no background thread: a pending write is the rest of its bytes in the pipe's queue. Each call first writes
-// the rest of the queue's head, in order, until the pipe is full. The queue is a list through the writes themselves, so
-// that writing allocates nothing.
+// The calling thread does all the work. Bytes that do not fit stay in the pipe's queue of pending writes, which each
+// call first writes in order until the FIFO is full. The queue is a linked list of the writes, so that writing
+// allocates nothing.
 #include "platform/BytePipe.h"
 
 #include <fcntl.h>
@@ -34,24 +34,24 @@ struct BytePipe {
     Descriptor end;  ///< open once the reader has opened the pipe
     PipeWrite* first = nullptr;
     PipeWrite* last = nullptr;
-    bool broken = false;  ///< the reader is gone
-    int error = 0;        ///< errno of what broke it
+    bool broken = false;  ///< a write has failed
+    int error = 0;        ///< errno of that failure
 };
 
 struct PipeWrite {
     BytePipe* pipe = nullptr;
     PipeWrite* next = nullptr;
-    const std::byte* bytes = nullptr;  ///< not written yet
+    const std::byte* bytes = nullptr;  ///< the bytes that are not written yet
     std::size_t size = 0;
     bool queued = false;
-    bool complete = false;  ///< left the queue with all its bytes written, and is not finished yet
+    bool complete = false;  ///< all bytes are written, and FinishWrite has not been called
 };
 
 namespace {
 
 constexpr std::uint32_t connectPollMs = 4;
 
-/// Returns true if all is written, false if the pipe is full or broken.
+/// Returns true if all bytes are written, false if the pipe is full or broken.
 bool WriteRest(BytePipe& pipe, PipeWrite& write) {
     while (write.size > 0 && !pipe.broken) {
         const ssize_t count = ::write(pipe.end.Get(), write.bytes, write.size);
@@ -96,10 +96,10 @@ void WritePending(BytePipe& pipe) {
     }
 }
 
-/// Ends every open() that waits on the FIFO for a writer; its reader then sees an empty stream.
+/// Unblocks every open() that waits for a writer of the FIFO. Its reader then reads an empty stream.
 void WakeReaders(const char* path) { Descriptor(open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC)); }
 
-/// Wakes them several times, because a reader may open the FIFO only after the first time.
+/// Wakes the readers several times, because a reader may open the FIFO after the first time.
 void ReleaseReaders(const BytePipe& pipe) {
     constexpr int rounds = 3;
     const Descriptor fifo(open(pipe.path.c_str(), O_PATH | O_CLOEXEC | O_NOFOLLOW));
@@ -107,7 +107,7 @@ void ReleaseReaders(const BytePipe& pipe) {
         return;
     }
     unlink(pipe.path.c_str());
-    std::array<char, 32> byNumber{};  // no allocation: a capture that has run out of memory ends here, too
+    std::array<char, 32> byNumber{};  // no allocation, because a capture that is out of memory calls this too
     std::snprintf(byNumber.data(), byNumber.size(), "/proc/self/fd/%d", fifo.Get());
     WakeReaders(byNumber.data());
     for (int round = 1; round < rounds && !pipe.end.Held(); ++round) {
@@ -174,7 +174,7 @@ Result MakeBytePipe(TextView name, const PipeOptions& options, Owned<BytePipe>& 
     if (!AcquirePipeFolder()) {
         return LastError();
     }
-    // An existing name is always refused: a pipe has one instance.
+    // Ignores firstInstanceOnly: mkfifo always fails if the name exists.
     if (mkfifo(path.c_str(), 0600) != 0) {
         const Result failure = LastError();
         ReleasePipeFolder();
@@ -271,7 +271,7 @@ Result WriteFailure(const PipeWrite& write) {
     return write.pipe->error == 0 ? resultGenericFailure : ResultOfSystemError(write.pipe->error);
 }
 
-// A FIFO keeps the written bytes for its reader and ends when it is closed.
+// Does nothing: a FIFO keeps the written bytes for its reader, and closing it ends the stream.
 void DisconnectPipe(BytePipe&) {}
 
 }  // namespace zv

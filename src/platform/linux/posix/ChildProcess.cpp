@@ -1,7 +1,7 @@
 // Children over vfork and pidfd. The job is the child's process group.
 //
-// A child that has ended is not collected before its process handle and its job are closed. Until then its process id
-// and group id are not reused, so that a kill cannot hit another process.
+// A child that has ended is reaped only after its process handle and its job are closed. Until then its process id and
+// group id are not reused, so that a kill cannot hit another process.
 #include "platform/ChildProcess.h"
 
 #include <fcntl.h>
@@ -54,7 +54,7 @@ void KillGroup(const Started& child) {
     syscall(SYS_pidfd_send_signal, child.descriptor.Get(), SIGKILL, nullptr, 0U);
 }
 
-/// The same file above the standard descriptors, so that assigning one of these overwrites no other.
+/// Duplicates a descriptor to a number above the standard ones, so that assigning the standard ones does not close it.
 Descriptor AboveStandard(Descriptor descriptor) {
     if (descriptor.Get() > 2 || !descriptor.Held()) {
         return descriptor;
@@ -98,8 +98,8 @@ pid_t Start(const ChildOptions& options, int input, int log) {
     return SpawnFromPermanentThread({path.c_str(), pointers.data(), input, log});
 }
 
-/// Null if the system has no descriptor left; the child is killed then.
-std::shared_ptr<Started> Hold(pid_t pid) {
+/// Returns null if the system is out of descriptors; the child is then killed.
+std::shared_ptr<Started> OpenStarted(pid_t pid) {
     Descriptor descriptor(static_cast<int>(syscall(SYS_pidfd_open, pid, 0U)));
     if (!descriptor.Held()) {
         kill(-pid, SIGKILL);
@@ -151,7 +151,7 @@ bool SpawnChild(const ChildOptions& options, Child& child) {
         return false;
     }
     const pid_t pid = Start(options, input.readEnd.Get(), log.Get());
-    const std::shared_ptr<Started> started = pid > 0 ? Hold(pid) : nullptr;
+    const std::shared_ptr<Started> started = pid > 0 ? OpenStarted(pid) : nullptr;
     if (!started) {
         return false;
     }

@@ -15,7 +15,7 @@
 namespace zv {
 
 struct PreciseTimer {
-    Descriptor descriptor;  ///< a timerfd, which unlike a time-out of poll has no slack
+    Descriptor descriptor;  ///< a timerfd: unlike the timeout of poll, it has no slack
 };
 
 template <>

@@ -49,7 +49,7 @@ Owned<Event> MakeEvent(Result* code) {
 
 void Signal(Event& event) {
     event.signals.fetch_add(1, std::memory_order_release);
-    // A full counter answers EAGAIN: the event is signalled already.
+    // Fails with EAGAIN if the counter is full; then the event is signalled already.
     eventfd_write(event.descriptor.Get(), 1);
 }
 

@@ -11,7 +11,7 @@ namespace zv {
 
 struct Event {
     Descriptor descriptor;                  ///< an eventfd, readable while the event is signalled
-    std::atomic<std::uint64_t> signals{0};  ///< orders what the signaller wrote before what the waiter reads
+    std::atomic<std::uint64_t> signals{0};  ///< orders writes before Signal before reads after the wait
 };
 
 }  // namespace zv

@@ -3,13 +3,11 @@
 
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
 
 #include "core/Utf8.h"
-#include "platform/SharedFile.h"
 #include "platform/linux/posix/Posix.h"
 
 namespace zv {
@@ -54,20 +52,6 @@ Text JoinPath(TextView folder, TextView name) {
         joined += pathSeparator;
     }
     return joined.append(name);
-}
-
-std::string ReadSharedFile(TextView path, std::size_t cap) {
-    const Owned<SharedFile> file = OpenSharedFile(ToPath(path));
-    std::array<std::byte, 4096> block;
-    std::string content;
-    while (file && content.size() < cap) {
-        const std::size_t count = ReadBlock(*file, block.data(), block.size());
-        if (count == 0) {
-            break;
-        }
-        content.append(reinterpret_cast<const char*>(block.data()), count);
-    }
-    return content;
 }
 
 Result MoveFileReplacing(TextView from, TextView to) {

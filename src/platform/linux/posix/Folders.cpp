@@ -1,4 +1,4 @@
-// Videos and Pictures from the user's XDG folders; temporary files where TMPDIR says.
+// Videos and Pictures from the user's XDG folders; the temporary folder from TMPDIR.
 #include "platform/Folders.h"
 
 #include <glib.h>
@@ -17,7 +17,7 @@ Text WithoutTrailingSeparators(Text folder) {
     return folder;
 }
 
-/// The desktop's folder, which GLib reads once from "user-dirs.dirs".
+/// The user's folder of that kind. GLib reads "user-dirs.dirs" once.
 Text MediaFolder(GUserDirectory directory, TextView usualName) {
     const Text home = EnvironmentValue(u"HOME");
     if (home.empty()) {

@@ -21,7 +21,7 @@ namespace {
 struct PipeFolder {
     std::mutex lock;
     int pipes = 0;
-    Descriptor hold;  ///< the folder itself, locked
+    Descriptor hold;  ///< the folder's descriptor, which owns the lock
 };
 
 PipeFolder& TheFolder() {
@@ -51,14 +51,15 @@ bool IsPipeFolderName(std::string_view name) {
            name.find_first_not_of("0123456789", prefix.size()) == std::string_view::npos;
 }
 
-/// The locked folder. Nothing if another process holds the lock, or if the folder is accessible to other users.
+/// Locks the folder. Returns an empty descriptor if another process holds the lock, or if other users can access the
+/// folder.
 Descriptor LockFolder(const std::string& path) {
     Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat opened {};
     struct stat named {};
     const bool ours = folder.Held() && fstat(folder.Get(), &opened) == 0 && opened.st_uid == getuid() &&
                       (opened.st_mode & 077U) == 0 && flock(folder.Get(), LOCK_EX | LOCK_NB) == 0;
-    // The previous holder of the lock may have removed the folder meanwhile.
+    // The previous owner of the lock may have removed the folder before it released the lock.
     const bool still = ours && stat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino;
     return still ? std::move(folder) : Descriptor();
 }
@@ -67,7 +68,8 @@ struct CloseFolder {
     void operator()(DIR* folder) const { closedir(folder); }
 };
 
-/// Calls `each` with every name in a folder. The library's own iterators would end the process if there is no memory.
+/// Calls `each` with every name in a folder. The iterators of the standard library would terminate the process if
+/// memory is exhausted.
 template <class Each>
 void ForEachName(const std::string& path, Each each) {
     const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
@@ -80,7 +82,7 @@ void EmptyFolder(const std::string& path) {
     ForEachName(path, [&](std::string_view name) { unlink((path + "/").append(name).c_str()); });
 }
 
-/// Removes the folders that killed processes have left.
+/// Removes the folders of killed processes.
 void RemoveLeftovers() {
     const std::string& own = PipeFolderPath();
     const std::string parent = own.substr(0, own.rfind('/') + 1);
@@ -97,9 +99,10 @@ void RemoveLeftovers() {
     });
 }
 
-/// An existing folder of this name was left by an earlier process with our process id.
+/// Makes and locks this process's folder. An existing folder of this name belonged to an earlier process with the same
+/// process id.
 Descriptor MakeFolder(const std::string& path) {
-    constexpr int attempts = 100;  // another process may be removing it as a leftover between the two steps
+    constexpr int attempts = 100;  // between the two steps, another process may remove it as that of a killed process
     constexpr useconds_t pauseUs = 1000;
     for (int attempt = 0; attempt < attempts; ++attempt) {
         const bool fresh = mkdir(path.c_str(), 0700) == 0;

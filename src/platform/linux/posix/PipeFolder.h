@@ -1,7 +1,7 @@
 // The private folder of this process's pipes.
 //
-// It is made with the first pipe and removed with the last. It is locked while it is in use, so that a later process
-// can recognize and remove the folder of a killed one.
+// It is created with the first pipe and removed with the last one. It is locked while it is in use, so that a later
+// process can recognize and remove the folder of a killed process.
 #pragma once
 
 #include <string>
@@ -11,10 +11,10 @@ namespace zv {
 /// "zorvel-<user>-<process>" in the user's runtime folder, else in TMPDIR, else in /tmp.
 const std::string& PipeFolderPath();
 
-/// Adds a pipe to the folder's count and makes the folder for the first one. Returns false and sets errno on failure.
+/// Adds a pipe to the folder's count; the first one creates the folder. Returns false and sets errno on failure.
 bool AcquirePipeFolder();
 
-/// Removes a pipe from the folder's count, and the folder with the last one.
+/// Removes a pipe from the folder's count; the last one removes the folder.
 void ReleasePipeFolder();
 
 }  // namespace zv

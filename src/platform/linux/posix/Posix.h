@@ -1,4 +1,4 @@
-// What the files of this folder share: an owner for file descriptors, the monotonic clock, deadlines and errno.
+// Shared by the files of this folder: an owner of file descriptors, the monotonic clock, deadlines and errno.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ public:
     int Get() const { return value_; }
     bool Held() const { return value_ >= 0; }
     void Reset() noexcept;
-    /// Gives the descriptor up without closing it.
+    /// Transfers the descriptor to the caller without closing it.
     int Release() noexcept { return std::exchange(value_, -1); }
 
 private:
@@ -49,7 +49,7 @@ private:
 /// errno as a result.
 Result LastError();
 
-/// Makes a write without a reader fail with EPIPE instead of raising a signal. May be called more than once.
+/// Ignores SIGPIPE, so that a write without a reader fails with EPIPE. May be called more than once.
 void IgnoreBrokenPipes();
 
 }  // namespace zv

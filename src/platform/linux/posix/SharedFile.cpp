@@ -1,4 +1,4 @@
-// On Linux every open file can be replaced and deleted.
+// On Linux an open file can always be replaced and deleted.
 #include "platform/SharedFile.h"
 
 #include <fcntl.h>
@@ -20,7 +20,7 @@ void Closer<SharedFile>::operator()(SharedFile* file) const noexcept {
 }
 
 Owned<SharedFile> OpenSharedFile(const std::filesystem::path& path) {
-    // O_NONBLOCK: the name may be anything, and opening a FIFO would wait for its writer.
+    // O_NONBLOCK, because the file may be a FIFO, and opening one waits for a writer.
     Descriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!descriptor.Held()) {
         return nullptr;

@@ -55,12 +55,12 @@ void ResetSignals() {
     sigprocmask(SIG_SETMASK, &nothing, nullptr);
 }
 
-/// Runs in the memory of the parent, which is suspended until exec: it must not change anything that the parent reads.
+/// Runs in the memory of the parent, which is suspended until exec. It must not change memory that the parent reads.
 [[noreturn]] void RunChild(const SpawnPlan& plan, pid_t parent, int report) {
     ResetSignals();
     setpgid(0, 0);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    // No signal is sent for a parent that died before the line above.
+    // The death signal is not sent if the parent died before the line above.
     if (getppid() == parent && dup2(plan.input, 0) == 0 && dup2(plan.log, 1) == 1 && dup2(plan.log, 2) == 2) {
         syscall(SYS_close_range, 3U, ~0U, CLOSE_RANGE_CLOEXEC);
         execve(plan.path, plan.arguments, environ);

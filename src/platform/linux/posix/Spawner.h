@@ -1,4 +1,4 @@
-// The one thread that starts every child of this process and collects those that nobody waits for.
+// The one thread that starts all children of this process and reaps those that nobody waits for.
 //
 // The kernel sends the death signal when the thread that started the child ends, and most of our threads are
 // short-lived. This one runs until the process ends, so its children die with the process and not before.
@@ -21,7 +21,7 @@ struct SpawnPlan {
 /// id, or -1 on failure.
 pid_t SpawnFromPermanentThread(const SpawnPlan& plan);
 
-/// Collects a killed child when it has ended, without blocking the caller.
+/// Reaps a killed child after it has ended, without blocking the caller.
 void CollectLater(pid_t child);
 
 }  // namespace zv

@@ -1,4 +1,4 @@
-// The sources of the sound server that are no monitors, and its sinks.
+// Lists the sound server's sources, except monitors, and its sinks.
 #include "platform/AudioDevices.h"
 
 #include <memory>

@@ -1,7 +1,7 @@
 // Endpoints of the sound server: the monitor of the default sink, and the default source.
 //
-// The server mixes, resamples and delivers what is asked for, so the mix format is always float at 48 kHz in
-// stereo, in packets of 20 ms at most. If a device goes away its stream ends; the stream is never moved.
+// The server mixes and resamples, so the mix format is always float at 48 kHz in stereo. Packets have at most 20 ms. If
+// a device is removed, its stream ends; the stream is never moved to another device.
 #include "platform/AudioEndpoint.h"
 
 #include <optional>
@@ -22,7 +22,7 @@ struct AudioEnumerator {
 
 struct AudioEndpoint {
     std::shared_ptr<PulseClient> client;
-    std::string source;  ///< the server's name of what is recorded
+    std::string source;  ///< the server's name of the recorded source
     PulseStream stream;  ///< destroyed before the client
     PacketClock clock;
 };
@@ -45,7 +45,7 @@ void Closer<AudioEndpoint>::operator()(AudioEndpoint* endpoint) const noexcept {
 namespace {
 
 constexpr std::uint32_t frameBytes = 8;
-/// 20 ms: the audio worker's cost is per packet, and the mix waits 100 ms for one.
+/// 20 ms: long packets cost the audio worker less, and the mix waits 100 ms for a packet.
 constexpr std::uint32_t packetFrames = 960;
 constexpr std::uint32_t packetBytes = packetFrames * frameBytes;
 constexpr pa_sample_spec mixSpec{PA_SAMPLE_FLOAT32LE, 48000, 2};
@@ -74,14 +74,14 @@ void StoreMonitorName(pa_context*, const pa_sink_info* info, int end, void* answ
     }
 }
 
-/// Without a microphone the server names a sink's monitor as the default source; that is no microphone.
+/// Ignores a monitor: without a microphone, the server's default source is the monitor of a sink.
 void StoreMicrophoneName(pa_context*, const pa_source_info* info, int end, void* answer) {
     if (end == 0 && info->monitor_of_sink == PA_INVALID_INDEX) {
         static_cast<NameAnswer*>(answer)->Fill([info](std::string& name) { name = info->name; });
     }
 }
 
-pa_operation* AskForSource(pa_context* context, const DefaultNames& names, bool loopback, NameAnswer& source) {
+pa_operation* RequestSource(pa_context* context, const DefaultNames& names, bool loopback, NameAnswer& source) {
     return loopback ? pa_context_get_sink_info_by_name(context, names.sink.c_str(), StoreMonitorName, &source)
                     : pa_context_get_source_info_by_name(context, names.source.c_str(), StoreMicrophoneName, &source);
 }
@@ -97,12 +97,12 @@ Result FindSource(PulseClient& client, bool loopback, std::string& source) {
         return resultNoEndpoint;
     }
     NameAnswer found;
-    result = AwaitOperation(client, AskForSource(client.context, names, loopback, found));
+    result = AwaitOperation(client, RequestSource(client.context, names, loopback, found));
     source = std::move(found.Get());
     return Succeeded(result) && source.empty() ? resultNoEndpoint : result;
 }
 
-/// The age of the frame at the stream's read position, in 100 ns; nothing until the server has reported it.
+/// The age of the frame at the stream's read position, in 100 ns; nullopt until the server has reported it.
 std::optional<std::int64_t> AgeOf(pa_stream& stream) {
     pa_usec_t latency = 0;
     int negative = 0;
@@ -162,15 +162,15 @@ Result OpenCaptureService(AudioEndpoint& endpoint) { return StreamState(*endpoin
 Result StartEndpoint(AudioEndpoint& endpoint) { return Cork(*endpoint.client, *endpoint.stream, false); }
 
 void StopEndpoint(AudioEndpoint& endpoint) {
-    // Closing follows at once, so nobody waits for the answer.
+    // Does not wait for the reply, because the stream is closed next.
     pa_operation* corking = pa_stream_cork(endpoint.stream.get(), 1, nullptr, nullptr);
     if (corking != nullptr) {
         pa_operation_unref(corking);
     }
 }
 
-// Waking up costs more than all else between two packets. The server keeps what is not read for seconds, and the mix
-// writes a block every 10 ms, so nothing is lost by looking no more often than that.
+// Wakes up only every 10 ms, because waking up is the largest cost between two packets. This loses nothing: the server
+// buffers several seconds, and the mix writes a block every 10 ms.
 bool WaitForPackets(AudioEnumerator& enumerator, Event& stop) {
     if (WaitAny({&stop}, pollMs) != waitTimedOut) {
         return false;

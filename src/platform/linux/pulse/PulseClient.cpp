@@ -37,7 +37,7 @@ Result ResultOfPulse(int error) {
         case PA_ERR_CONNECTIONTERMINATED:
         case PA_ERR_KILLED:
         case PA_ERR_BADSTATE:
-            return resultEndpointGone;
+            return resultEndpointRemoved;
         case PA_ERR_CONNECTIONREFUSED:
             return ResultOfSystemError(ECONNREFUSED);
         case PA_ERR_ACCESS:
@@ -136,7 +136,7 @@ Result Cork(PulseClient& client, pa_stream& stream, bool corked) {
 }
 
 Result StreamState(pa_stream& stream) {
-    return pa_stream_get_state(&stream) == PA_STREAM_READY ? resultOk : resultEndpointGone;
+    return pa_stream_get_state(&stream) == PA_STREAM_READY ? resultOk : resultEndpointRemoved;
 }
 
 }  // namespace zv

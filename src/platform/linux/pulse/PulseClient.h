@@ -1,7 +1,7 @@
 // A connection to the sound server (PulseAudio, or PipeWire speaking its protocol), driven by the calling thread.
 //
-// Nothing runs in the background: DispatchPending and the waits read the server's messages, and every wait has a
-// limit. The next call detects a dead server.
+// DispatchPending and the waits read the server's messages on the calling thread. Every wait has a timeout. The next
+// call detects a dead server.
 #pragma once
 
 #include <pulse/pulseaudio.h>
@@ -26,20 +26,20 @@ struct PulseClient {
     PulseClient& operator=(const PulseClient&) = delete;
 };
 
-/// Connects, without starting a server that does not run.
+/// Connects to a running server. Does not start one.
 Result ConnectPulse(std::shared_ptr<PulseClient>& client);
 
-/// Dispatches all messages that have arrived, without waiting. Fails if the server is gone.
+/// Dispatches all messages that have arrived, without waiting. Fails if the connection is lost.
 Result DispatchPending(PulseClient& client);
 
-/// Dispatches messages until `done` returns true. Fails if the server is gone or some seconds have passed.
+/// Dispatches messages until `done` returns true. Fails if the connection is lost, or after a timeout of some seconds.
 Result DispatchUntil(PulseClient& client, const std::function<bool()>& done);
 
-/// Waits for an operation that was just begun, and releases it.
+/// Waits for the operation and releases it.
 Result AwaitOperation(PulseClient& client, pa_operation* operation);
 
-/// The result of a callback of the client library. No exception may pass through the library's frames: Get rethrows
-/// it.
+/// The result of a callback of the client library. Exceptions must not cross the library's stack frames, so Fill stores
+/// them and Get rethrows them.
 template <class Value>
 class PulseAnswer {
 public:
@@ -63,7 +63,7 @@ private:
     std::exception_ptr failure_;
 };
 
-/// An error number of the sound server in the terms of the header AudioEndpoint.h.
+/// Converts an error number of the sound server to a result of platform/AudioEndpoint.h.
 Result ResultOfPulse(int error);
 
 struct PulseStreamDeleter {
@@ -76,7 +76,7 @@ Result ConnectRecord(PulseClient& client, pa_stream& stream, const std::string& 
 
 Result Cork(PulseClient& client, pa_stream& stream, bool corked);
 
-/// Fails if the stream has ended, because its device was removed or the server is gone.
+/// Fails if the stream has ended because its device was removed or the connection is lost.
 Result StreamState(pa_stream& stream);
 
 }  // namespace zv

@@ -1,7 +1,7 @@
-// The plain recording path: the sound server's default source at 48 kHz, 16 bits, one channel.
+// The wave input over the sound server's default source at 48 kHz, 16 bits, one channel.
 //
-// The server has no buffers of ours to fill, so the four are filled here, in the order of queueing, from what its
-// stream has brought whenever the input is looked at.
+// CheckWavePosition copies the data that the stream has received into the four buffers, in the order in which they were
+// queued.
 #include "platform/WaveInput.h"
 
 #include <algorithm>
@@ -24,7 +24,7 @@ struct WaveInput {
     };
     std::array<Buffer, waveBufferCount> buffers;
     int filling = 0;          ///< the buffer that is filled next
-    std::size_t skipped = 0;  ///< bytes of the stream's present fragment that are in a buffer already
+    std::size_t skipped = 0;  ///< bytes of the stream's current fragment that are already in a buffer
 };
 
 template <>
@@ -48,7 +48,7 @@ void Append(WaveInput::Buffer& buffer, const std::byte* data, std::size_t size) 
     buffer.recorded += static_cast<std::uint32_t>(size);
 }
 
-/// Moves bytes of one fragment into the queued buffers; true when the fragment is used up.
+/// Copies bytes of one fragment into the queued buffers. Returns true if all of them have been copied.
 bool Distribute(WaveInput& input, const std::byte* data, std::size_t size) {
     while (input.skipped < size) {
         WaveInput::Buffer& buffer = BufferAt(input, input.filling);
@@ -114,7 +114,7 @@ int QueueWaveBuffer(WaveInput& input, int index) {
 
 int StartWaveInput(WaveInput& input) { return Cork(*input.client, *input.stream, false); }
 
-WaveBuffer LookAtWaveBuffer(const WaveInput& input, int index) {
+WaveBuffer PeekWaveBuffer(const WaveInput& input, int index) {
     const WaveInput::Buffer& buffer = input.buffers[static_cast<std::size_t>(index)];
     return {!buffer.queued, buffer.recorded, buffer.bytes.data()};
 }

@@ -1,5 +1,5 @@
-// The monitors of the X screen. All count as outputs of the first adapter, because one X screen is one desktop image
-// whatever adapters its monitors are connected to.
+// The monitors of the X screen. All of them count as outputs of the first adapter, because an X screen is one desktop
+// image even if its monitors are connected to several adapters.
 #include "platform/Monitors.h"
 
 #include "platform/linux/posix/Adapters.h"

@@ -1,11 +1,11 @@
-// The one pixel format that windows are painted in and that captures and screenshots read.
+// The only pixel format that windows, captures and screenshots support.
 #pragma once
 
 #include <xcb/xcb.h>
 
 namespace zv::x11 {
 
-/// For the standard error, where a screen is refused.
+/// Printed to standard error if the screen has another format.
 inline constexpr char unsupportedScreen[] =
     "Zorvel needs a screen with 8 bits for each of red, green and blue in pixels of 32 bits.\n";
 

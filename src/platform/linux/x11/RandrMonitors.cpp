@@ -1,5 +1,5 @@
-// Queries RandR 1.5 for the monitors, and their CRTCs for the rotation. The fallback is the root window, which is what
-// a server without outputs has.
+// Queries the monitors from RandR 1.5, and their rotation from their CRTCs. Falls back to the root window, for servers
+// without outputs.
 #include "platform/linux/x11/RandrMonitors.h"
 
 #include <xcb/randr.h>
@@ -32,7 +32,7 @@ std::uint32_t RotationOf(std::uint16_t rotation) {
     }
 }
 
-struct AskedMonitor {
+struct PendingMonitor {
     ScreenMonitor monitor;
     std::optional<xcb_randr_output_t> output = std::nullopt;  ///< the first one, whose rotation counts
     xcb_get_atom_name_cookie_t name = {};
@@ -40,50 +40,50 @@ struct AskedMonitor {
     std::optional<xcb_randr_get_crtc_info_cookie_t> crtcInfo = std::nullopt;
 };
 
-/// Sends the questions about a monitor that do not depend on an answer.
-AskedMonitor Ask(xcb_connection_t* connection, const xcb_randr_monitor_info_t& info) {
-    AskedMonitor asked;
-    asked.monitor.output.bounds = {info.x, info.y, info.x + info.width, info.y + info.height};
-    asked.monitor.output.attached = true;
-    asked.monitor.output.rotation = upright;  // of a monitor without an output
-    asked.monitor.primary = info.primary != 0;
-    asked.name = xcb_get_atom_name(connection, info.name);
+/// Sends the queries about a monitor that do not depend on a reply.
+PendingMonitor SendQueries(xcb_connection_t* connection, const xcb_randr_monitor_info_t& info) {
+    PendingMonitor pending;
+    pending.monitor.output.bounds = {info.x, info.y, info.x + info.width, info.y + info.height};
+    pending.monitor.output.attached = true;
+    pending.monitor.output.rotation = upright;  // of a monitor without an output
+    pending.monitor.primary = info.primary != 0;
+    pending.name = xcb_get_atom_name(connection, info.name);
     if (xcb_randr_monitor_info_outputs_length(&info) > 0) {
-        asked.output = *xcb_randr_monitor_info_outputs(&info);
-        asked.outputInfo = xcb_randr_get_output_info(connection, *asked.output, XCB_CURRENT_TIME);
+        pending.output = *xcb_randr_monitor_info_outputs(&info);
+        pending.outputInfo = xcb_randr_get_output_info(connection, *pending.output, XCB_CURRENT_TIME);
     }
-    return asked;
+    return pending;
 }
 
-void ReadNameAndAskForRotation(xcb_connection_t* connection, AskedMonitor& asked) {
-    const Reply<xcb_get_atom_name_reply_t> name(xcb_get_atom_name_reply(connection, asked.name, nullptr));
+void ReadNameAndQueryRotation(xcb_connection_t* connection, PendingMonitor& pending) {
+    const Reply<xcb_get_atom_name_reply_t> name(xcb_get_atom_name_reply(connection, pending.name, nullptr));
     if (name != nullptr) {
         const auto length = static_cast<std::size_t>(xcb_get_atom_name_name_length(name.get()));
-        asked.monitor.output.deviceName = FromUtf8(std::string_view(xcb_get_atom_name_name(name.get()), length));
+        pending.monitor.output.deviceName = FromUtf8(std::string_view(xcb_get_atom_name_name(name.get()), length));
     }
-    asked.monitor.output.described = !asked.monitor.output.deviceName.empty();
-    if (!asked.output) {
+    pending.monitor.output.described = !pending.monitor.output.deviceName.empty();
+    if (!pending.output) {
         return;
     }
     const Reply<xcb_randr_get_output_info_reply_t> info(
-        xcb_randr_get_output_info_reply(connection, asked.outputInfo, nullptr));
+        xcb_randr_get_output_info_reply(connection, pending.outputInfo, nullptr));
     if (info != nullptr && info->crtc != XCB_NONE) {
-        asked.crtcInfo = xcb_randr_get_crtc_info(connection, info->crtc, XCB_CURRENT_TIME);
+        pending.crtcInfo = xcb_randr_get_crtc_info(connection, info->crtc, XCB_CURRENT_TIME);
     }
 }
 
-void ReadRotation(xcb_connection_t* connection, AskedMonitor& asked) {
-    if (!asked.crtcInfo) {
+void ReadRotation(xcb_connection_t* connection, PendingMonitor& pending) {
+    if (!pending.crtcInfo) {
         return;
     }
     const Reply<xcb_randr_get_crtc_info_reply_t> crtc(
-        xcb_randr_get_crtc_info_reply(connection, *asked.crtcInfo, nullptr));
+        xcb_randr_get_crtc_info_reply(connection, *pending.crtcInfo, nullptr));
     if (crtc != nullptr) {
-        asked.monitor.output.rotation = RotationOf(crtc->rotation);
+        pending.monitor.output.rotation = RotationOf(crtc->rotation);
     }
 }
 
-/// Three round trips, whatever the number of monitors. Empty if the server's RandR is older than 1.5.
+/// Takes three round trips for any number of monitors. Returns an empty list if the server's RandR is older than 1.5.
 std::vector<ScreenMonitor> ReadRandr(xcb_connection_t* connection, xcb_window_t root) {
     if (!HasExtension(connection, xcb_randr_id)) {
         return {};
@@ -97,23 +97,23 @@ std::vector<ScreenMonitor> ReadRandr(xcb_connection_t* connection, xcb_window_t 
     if (version == nullptr || reply == nullptr) {
         return {};
     }
-    std::vector<AskedMonitor> asked;
+    std::vector<PendingMonitor> pending;
     for (auto each = xcb_randr_get_monitors_monitors_iterator(reply.get()); each.rem > 0;
          xcb_randr_monitor_info_next(&each)) {
-        asked.push_back(Ask(connection, *each.data));
+        pending.push_back(SendQueries(connection, *each.data));
     }
-    for (AskedMonitor& each : asked) {
-        ReadNameAndAskForRotation(connection, each);
+    for (PendingMonitor& each : pending) {
+        ReadNameAndQueryRotation(connection, each);
     }
     std::vector<ScreenMonitor> monitors;
-    for (AskedMonitor& each : asked) {
+    for (PendingMonitor& each : pending) {
         ReadRotation(connection, each);
         monitors.push_back(std::move(each.monitor));
     }
     return monitors;
 }
 
-/// The root window as one monitor, with the name that servers without real outputs use.
+/// The root window as the only monitor, with the name that servers without real outputs use.
 std::vector<ScreenMonitor> ReadRoot(xcb_connection_t* connection, xcb_window_t root) {
     const Reply<xcb_get_geometry_reply_t> geometry(
         xcb_get_geometry_reply(connection, xcb_get_geometry(connection, root), nullptr));

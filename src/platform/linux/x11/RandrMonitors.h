@@ -17,11 +17,11 @@ struct ScreenMonitor {
 /// Without its output.
 MonitorEntry EntryOf(const ScreenMonitor& monitor);
 
-/// In the server's order; empty if the connection is broken. All are attached to the desktop; one whose name cannot be
-/// read any more is not described.
+/// Lists the monitors in the server's order. Empty if the connection is broken. All are attached to the desktop. A
+/// monitor whose name can no longer be read is not described.
 std::vector<ScreenMonitor> QueryMonitors(xcb_connection_t* connection, xcb_window_t root);
 
-/// The one that shows most of `part`, else the primary one.
+/// The monitor that shows most of `part`, else the primary one.
 MonitorEntry MonitorShowing(const std::vector<ScreenMonitor>& monitors, const Rectangle& part);
 
 /// The screen that the display's name selects, or null if the connection is broken.

@@ -14,7 +14,7 @@
 namespace zv::x11 {
 namespace {
 
-/// Null, with errno set, if the system has no memory.
+/// Returns null and sets errno if there is not enough memory.
 PixelMemory MapFile(int descriptor, std::size_t size) {
     void* mapped = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
     if (mapped == MAP_FAILED) {

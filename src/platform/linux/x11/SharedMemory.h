@@ -11,10 +11,10 @@
 
 namespace zv::x11 {
 
-/// What the server does with the memory.
+/// The server's access to the memory.
 enum class ServerAccess { Read, ReadWrite };
 
-/// Owns the server's attachment. Used by the thread of its connection, which has to outlive it.
+/// Owns the server's attachment. Used by the connection's thread. The connection must outlive it.
 class SharedMemory {
 public:
     SharedMemory() = default;
@@ -24,13 +24,13 @@ public:
     SharedMemory& operator=(const SharedMemory&) = delete;
     ~SharedMemory() { Detach(); }
 
-    /// Replaces what is held by `size` zeroed bytes. Waits for the server. On failure nothing is held.
+    /// Replaces the memory with `size` zeroed bytes. Waits for the server. Owns no memory after a failure.
     Result Attach(xcb_connection_t* connection, std::size_t size, ServerAccess access);
     void Detach() noexcept;
 
     xcb_shm_seg_t Segment() const { return segment_; }
     std::size_t Size() const { return size_; }
-    /// Stays mapped for as long as anybody holds it, also after Detach.
+    /// Stays mapped until its last owner releases it, also after Detach.
     const PixelMemory& Bytes() const { return bytes_; }
 
 private:

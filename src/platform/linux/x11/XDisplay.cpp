@@ -54,7 +54,7 @@ void Connect(ThreadConnection& thread, const std::string& name) {
     thread.atoms = ReadAtoms(thread.connection.get());
 }
 
-/// Returns true if the server replies. Discards the events that every client gets.
+/// Returns true if the server replies. Discards the events that the server sends to every client.
 bool IsAlive(xcb_connection_t* connection) {
     const auto focus = Adopt(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
     while (Adopt(xcb_poll_for_event(connection))) {

@@ -1,6 +1,6 @@
-// A connection per thread to the X server, for occasional queries from any thread.
+// A connection to the X server for each thread, for occasional queries.
 //
-// XCB never ends the process: without a server there are no replies, and the next query connects again.
+// If the server dies, XCB does not end the process: queries return no reply, and the next ThreadDisplay reconnects.
 #pragma once
 
 #include <xcb/xcb.h>
@@ -14,7 +14,7 @@ namespace zv {
 
 using x11::Adopt;
 
-/// Numbers of names on the server.
+/// The atoms for queries about the front window.
 struct FrontAtoms {
     xcb_atom_t netActiveWindow = XCB_ATOM_NONE;
     xcb_atom_t netWmPid = XCB_ATOM_NONE;
@@ -29,8 +29,8 @@ struct XDisplay {
     FrontAtoms atoms;
 };
 
-/// The calling thread's own connection, opened on the first call and kept while it works and the thread lives. Nothing
-/// if there is no display.
+/// The connection of the calling thread, which is opened on the first call and closed when the thread ends. Returns
+/// nullopt if there is no display.
 std::optional<XDisplay> ThreadDisplay();
 
 /// The first 32-bit value of a window's property.

@@ -1,5 +1,5 @@
 // Owners of XCB's replies and connections. A broken connection is kept: every later call returns no reply, and the
-// process goes on.
+// process continues.
 #pragma once
 
 #include <xcb/xcb.h>

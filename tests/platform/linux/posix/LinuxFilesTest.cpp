@@ -6,6 +6,7 @@
 #include <set>
 #include <stdexcept>
 
+#include "core/ReadSharedFile.h"
 #include "platform/Files.h"
 #include "support/TemporaryFolder.h"
 

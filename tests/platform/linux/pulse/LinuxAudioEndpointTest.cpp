@@ -186,7 +186,7 @@ TEST(LinuxSystemSound, ADeviceThatIsTakenAwayEndsItsStream) {
     ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
     support::OutputOf({"pactl", "unload-module", "module-null-sink"});
     Recorded recorded;
-    EXPECT_EQ(CodeOf(ReadFor(sound, 30, recorded)), CodeOf(resultEndpointGone));
+    EXPECT_EQ(CodeOf(ReadFor(sound, 30, recorded)), CodeOf(resultEndpointRemoved));
 }
 
 TEST(LinuxSystemSound, AServerThatDiesEndsItsStream) {
@@ -196,7 +196,7 @@ TEST(LinuxSystemSound, AServerThatDiesEndsItsStream) {
     ASSERT_EQ(CodeOf(sound.Open(true)), 0U);
     server.Server().Send(SIGKILL);
     Recorded recorded;
-    EXPECT_EQ(CodeOf(ReadFor(sound, 30, recorded)), CodeOf(resultEndpointGone));
+    EXPECT_EQ(CodeOf(ReadFor(sound, 30, recorded)), CodeOf(resultEndpointRemoved));
 }
 
 TEST(LinuxSystemSound, WithoutAServerTheEnumerationFailsAtOnce) {
@@ -256,14 +256,14 @@ TEST(LinuxWaveInput, FillsItsBuffersInTurnWithMonoSamples) {
     for (int index = 0; index < waveBufferCount; ++index) {
         ASSERT_EQ(PrepareWaveBuffer(*input, index), 0);
         ASSERT_EQ(QueueWaveBuffer(*input, index), 0);
-        EXPECT_FALSE(LookAtWaveBuffer(*input, index).done);
+        EXPECT_FALSE(PeekWaveBuffer(*input, index).done);
     }
     ASSERT_EQ(StartWaveInput(*input), 0);
     std::vector<float> samples;
     int current = 0;
     ASSERT_TRUE(Eventually([&] {
         for (int taken = 0; taken < waveBufferCount; ++taken) {
-            const WaveBuffer buffer = LookAtWaveBuffer(*input, current);
+            const WaveBuffer buffer = PeekWaveBuffer(*input, current);
             if (!buffer.done) {
                 break;
             }
@@ -289,7 +289,7 @@ TEST(LinuxWaveInput, AServerThatDiesIsNoticedByThePosition) {
     ASSERT_EQ(OpenWaveInput(input), 0);
     ASSERT_EQ(StartWaveInput(*input), 0);
     server.Server().Send(SIGKILL);
-    EXPECT_TRUE(Eventually([&] { return CheckWavePosition(*input) == resultEndpointGone; }));
+    EXPECT_TRUE(Eventually([&] { return CheckWavePosition(*input) == resultEndpointRemoved; }));
 }
 
 TEST(LinuxWaveInput, ListsMicrophonesAndOutputsButNoMonitors) {

@@ -1,9 +1,9 @@
 // The duplication of a monitor of an X screen: the DAMAGE extension reports what changed, shared memory transfers it.
 //
-// Each capture has a connection of its own, used by its thread alone. The server writes the changed bands, as
-// full-width rows, straight into the memory that the capture surface shares. A new image costs one round trip for the
-// damage and one for the pixels; a still desktop costs an empty read of the socket. The pointer is not in the image.
-// XCB never ends the process: if the server dies, AcquireImage fails.
+// Each capture has its own connection, which only its thread uses. The server writes the changed bands, which are
+// full-width rows, directly into the memory that the capture surface shares. A new image costs one round trip for the
+// damage and one for the pixels; a still desktop costs an empty read of the socket. The image does not contain the
+// pointer. If the server dies, AcquireImage fails.
 #include "platform/DesktopCapture.h"
 
 #include <errno.h>
@@ -36,7 +36,7 @@ constexpr std::int32_t bandGap = 16;  ///< rows; bands that are closer together 
 
 const Result lostServer = ResultOfSystemError(EPIPE);
 const Result changedMonitor = ResultOfSystemError(ESTALE);
-const Result goneMonitor = ResultOfSystemError(ENODEV);
+const Result removedMonitor = ResultOfSystemError(ENODEV);
 const Result unsuitableScreen = ResultOfSystemError(EOPNOTSUPP);
 const Result heldImage = ResultOf(0x887A0001U);  // DXGI_ERROR_INVALID_CALL
 
@@ -71,15 +71,15 @@ struct DesktopDuplication {
     std::uint8_t damageEvent = 0;
     std::uint8_t randrEvent = 0;  ///< 0: the server has no RandR
 
-    bool first = true;            ///< no image has been acquired yet
+    bool first = true;            ///< true until the first image has been acquired
     bool damaged = false;         ///< the server has reported damage
-    bool displayChanged = false;  ///< the monitors have to be read again
+    bool displayChanged = false;  ///< the monitors must be queried again
     bool held = false;            ///< an image has been acquired and not released
     DesktopImage image;
 
     std::unique_ptr<x11::OccludedContent> occluded;
-    Damage restored;              ///< parts of the root where the image shows what our windows occlude
-    std::int64_t restoredNs = 0;  ///< when these parts were composed last
+    Damage restored;              ///< parts of the root where the image shows content that our windows occlude
+    std::int64_t restoredNs = 0;  ///< when these parts were last composed
 };
 
 namespace {
@@ -114,7 +114,7 @@ Bands BandsOf(const Damage& damage) {
     return bands;
 }
 
-/// Returns true if the server has shared memory by descriptor, regions and damage. Tells it the versions in use.
+/// Returns true if the server has shared memory by descriptor, regions and damage. Negotiates their versions.
 bool PrepareExtensions(xcb_connection_t* connection) {
     if (!x11::HasExtensions(connection, {&xcb_shm_id, &xcb_xfixes_id, &xcb_damage_id})) {
         return false;
@@ -166,7 +166,7 @@ Result CreateDamage(DesktopDuplication& duplication) {
     return accepted ? resultOk : server.Lost() ? lostServer : unsuitableScreen;
 }
 
-/// Reads the events that have arrived. Returns false if the server is gone.
+/// Reads the events that have arrived. Returns false if the connection is lost.
 bool ReadEvents(DesktopDuplication& duplication) {
     xcb_connection_t* connection = duplication.server->Get();
     while (const x11::Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
@@ -181,7 +181,7 @@ bool ReadEvents(DesktopDuplication& duplication) {
     return !duplication.server->Lost();
 }
 
-/// Fails if the monitor has changed or is gone. Waits for the server.
+/// Fails if the monitor has changed or was removed. Waits for the server.
 Result CheckMonitor(DesktopDuplication& duplication) {
     duplication.displayChanged = false;
     const OutputRecord& before = duplication.output;
@@ -194,7 +194,7 @@ Result CheckMonitor(DesktopDuplication& duplication) {
         const bool same = now.bounds == before.bounds && now.rotation == before.rotation;
         return same ? resultOk : changedMonitor;
     }
-    return server.Lost() ? lostServer : goneMonitor;
+    return server.Lost() ? lostServer : removedMonitor;
 }
 
 /// A part of the root in the coordinates of the monitor.
@@ -203,7 +203,7 @@ Rectangle OnMonitor(const DesktopDuplication& duplication, const Rectangle& part
     return {part.left - monitor.left, part.top - monitor.top, part.right - monitor.left, part.bottom - monitor.top};
 }
 
-/// Moves the server's damage on this monitor into the image's. Returns false if the server is gone.
+/// Moves the server's damage on this monitor into that of the image. Returns false if the connection is lost.
 bool FetchDamage(DesktopDuplication& duplication) {
     xcb_connection_t* connection = duplication.server->Get();
     duplication.damaged = false;
@@ -222,7 +222,8 @@ bool FetchDamage(DesktopDuplication& duplication) {
     return true;
 }
 
-/// Has the server write the changed bands into the shared memory. Sends all requests before it reads a reply.
+/// Requests the changed bands, which the server writes into the shared memory. Sends all requests before it reads a
+/// reply.
 Result Grab(DesktopDuplication& duplication) {
     xcb_connection_t* connection = duplication.server->Get();
     const DesktopPixels& pixels = duplication.image.pixels;
@@ -242,7 +243,7 @@ Result Grab(DesktopDuplication& duplication) {
         xcb_generic_error_t* error = nullptr;
         const x11::Reply<xcb_shm_get_image_reply_t> reply(xcb_shm_get_image_reply(connection, requests[index], &error));
         if (reply == nullptr) {
-            // The server refuses a part that is not on the screen any more.
+            // The server refuses a part that is no longer on the screen.
             result = error != nullptr ? changedMonitor : lostServer;
         }
         std::free(error);
@@ -250,28 +251,28 @@ Result Grab(DesktopDuplication& duplication) {
     return result;
 }
 
-/// What our own windows occlude changes without damage to the screen, so it is composed again periodically.
+/// Content that our windows occlude can change without damage to the screen, so it is composed again periodically.
 bool RestoreIsDue(const DesktopDuplication& duplication) {
     const std::int64_t nowNs = MonotonicNs();
     return nowNs - duplication.restoredNs >= restorePeriodNs &&
            !(duplication.restored.Empty() && x11::BoundsSince(nowNs, duplication.monitor).Empty());
 }
 
-/// Parts that none of our windows occludes any more show the screen again. The screen may have no damage there.
-void AddNoLongerRestored(DesktopDuplication& duplication, std::int64_t nowNs) {
-    const Damage still = x11::BoundsSince(nowNs, duplication.monitor);
+/// Adds the parts that our windows no longer occlude to the image's damage, because the server may report none there.
+void AddUncoveredParts(DesktopDuplication& duplication, std::int64_t nowNs) {
+    const Damage covered = x11::BoundsSince(nowNs, duplication.monitor);
     for (const Rectangle& part : duplication.restored.Rectangles()) {
-        if (!still.Holds(part)) {
+        if (!covered.Holds(part)) {
             duplication.image.changed.Add(OnMonitor(duplication, part));
         }
     }
 }
 
-/// Grabs the image and replaces our windows in it. Their bounds are read after the grab, because by then all that can
-/// be in it have been recorded.
+/// Grabs the image and replaces our windows in it. Reads their bounds after the grab, because all bounds that the image
+/// can show have been recorded by then.
 Result GrabWithoutOurs(DesktopDuplication& duplication) {
     const std::int64_t startNs = MonotonicNs();
-    AddNoLongerRestored(duplication, startNs);
+    AddUncoveredParts(duplication, startNs);
     const Result result = Grab(duplication);
     duplication.restored = x11::BoundsSince(startNs, duplication.monitor);
     const Rectangle& monitor = duplication.monitor;
@@ -403,7 +404,7 @@ Result OpenDuplication(GraphicsDevice& device, GraphicsOutput& output, Owned<Des
     made->output = output.record;
     made->monitor = output.record.bounds;
     if (made->monitor.IsEmpty()) {
-        return goneMonitor;
+        return removedMonitor;
     }
     Result result = ShareMemory(*made);
     if (Succeeded(result)) {

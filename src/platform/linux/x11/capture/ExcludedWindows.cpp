@@ -13,10 +13,10 @@ constexpr std::size_t mostRecords = 32;
 constexpr std::int64_t never = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t stillShown = std::numeric_limits<std::int64_t>::max();
 
-/// Written by the interface thread alone. A concurrent reader sees bounds too many, never too few: `packed` is written
-/// before `untilNs` and read before it.
+/// Only the interface thread writes it. A concurrent reader may see additional bounds but misses none, because `packed`
+/// is both written and read before `untilNs`.
 struct BoundsRecord {
-    xcb_window_t window = XCB_WINDOW_NONE;      ///< for the interface thread only
+    xcb_window_t window = XCB_WINDOW_NONE;      ///< interface thread only
     std::atomic<std::uint64_t> packed = 0;      ///< the bounds; the protocol's coordinates have 16 bits each
     std::atomic<std::int64_t> untilNs = never;  ///< when the window left them
 };
@@ -44,7 +44,7 @@ auto OldestRecord() {
                             [](const BoundsRecord& a, const BoundsRecord& b) { return a.untilNs < b.untilNs; });
 }
 
-/// The window has left all bounds but `kept`.
+/// Records that the window has left all its bounds except `kept`.
 void EndRecords(xcb_window_t window, const BoundsRecord* kept) {
     const std::int64_t nowNs = MonotonicNs();
     for (BoundsRecord& each : records) {

@@ -1,9 +1,9 @@
 // The windows of this program that its own captures must not show, and the bounds in which the screen may show them.
 //
-// The interface thread registers a window when it is excluded, until the server has destroyed it, and records all
-// bounds before it sends them to the server. So whoever reads the records after a grab knows everything that can be in
-// it: a window may move twice during one grab, and a compositing manager may paint a window at earlier bounds for a
-// while.
+// The interface thread registers a window when it is excluded and unregisters it after the server has destroyed it. It
+// records all bounds before it sends them to the server. So the records that a capture reads after a grab include all
+// bounds that the image can show: a window may move twice during one grab, and a compositing manager may still paint a
+// window at its previous bounds.
 #pragma once
 
 #include <xcb/xcb.h>
@@ -18,7 +18,7 @@ namespace zv::x11 {
 
 inline constexpr std::size_t mostExcluded = 8;
 
-/// Bounds count for so long after the window has left them: many times the delay of a compositing manager.
+/// How long bounds stay recorded after the window has left them: many times the delay of a compositing manager.
 inline constexpr std::int64_t lingerNs = 250'000'000;
 
 struct ExcludedWindows {
@@ -33,12 +33,12 @@ void RegisterExcluded(xcb_window_t window);
 void UnregisterExcluded(xcb_window_t window);
 /// Called before the window is shown at these bounds or moves to them. In the root's coordinates.
 void RecordBounds(xcb_window_t window, const Rectangle& bounds);
-/// The server has unmapped or destroyed the window.
+/// Called after the server has unmapped or destroyed the window.
 void RecordHidden(xcb_window_t window);
 
 // Any thread. No lock and no allocation.
 
-/// Shown and hidden ones.
+/// Lists all registered windows, shown and hidden.
 ExcludedWindows ListExcluded();
 /// The parts of `area` in which the screen may have shown one of them since `sinceNs` of the steady clock.
 Damage BoundsSince(std::int64_t sinceNs, const Rectangle& area);

@@ -19,7 +19,7 @@ namespace {
 std::int16_t Short(std::int32_t number) { return static_cast<std::int16_t>(number); }
 std::uint16_t Unsigned(std::int32_t number) { return static_cast<std::uint16_t>(number); }
 
-/// Requests about a window or pixmap that no longer exists fail. Their errors are of no interest.
+/// Discards the errors of requests about windows and pixmaps that no longer exist.
 void DiscardErrors(xcb_connection_t* connection, std::initializer_list<xcb_void_cookie_t> requests) {
     for (const xcb_void_cookie_t request : requests) {
         xcb_discard_reply(connection, request.sequence);
@@ -168,7 +168,7 @@ void OccludedContent::DrawLayer(xcb_render_picture_t target, const Tiles& tiles,
         const Point offset{-tile.part.left, tile.top - tile.part.top};  // from the root to the target
         DiscardErrors(
             connection_,
-            {// The clip is on the target, because servers ignore the clip of a source.
+            {// The target has the clip, because servers ignore the clip of a source.
              xcb_xfixes_set_picture_clip_region_checked(connection_, target, shape,
                                                         Short(layer.bounds.left + layer.border + offset.x),
                                                         Short(layer.bounds.top + layer.border + offset.y)),
@@ -182,7 +182,7 @@ void OccludedContent::DrawLayer(xcb_render_picture_t target, const Tiles& tiles,
                                 xcb_free_pixmap_checked(connection_, pixmap)});
 }
 
-/// Has the server write the composed tiles into the shared memory.
+/// Requests the composed tiles, which the server writes into the shared memory.
 bool OccludedContent::Fetch(xcb_pixmap_t pixmap, const Tiles& tiles) {
     const std::size_t bytes = static_cast<std::size_t>(tiles.width) * static_cast<std::size_t>(tiles.height) * 4;
     if (memory_.Size() < bytes && Failed(memory_.Attach(connection_, bytes, ServerAccess::ReadWrite))) {

@@ -1,7 +1,7 @@
 // The content that the program's own windows occlude, for captures and screenshots that must not show these windows.
 //
-// While one of our windows is shown, the server keeps a pixmap of every top-level window. Here the pixmaps of all other
-// windows are composed in stacking order, wherever ours are.
+// While one of our windows is shown, the server keeps a pixmap of every top-level window. OccludedContent composes the
+// pixmaps of all other windows in stacking order, in the bounds of our windows.
 #pragma once
 
 #include <xcb/render.h>
@@ -25,14 +25,14 @@ struct RootPixels {
     Point origin;            ///< of the first pixel, in the root's coordinates
 };
 
-/// Belongs to one connection and its thread.
+/// Used by one connection and its thread.
 class OccludedContent {
 public:
     OccludedContent(xcb_connection_t* connection, const xcb_screen_t& screen);
 
-    /// Replaces `parts` of the root, which lie inside `pixels`, by the content that our windows occlude there; by black
-    /// if the server cannot compose it. Waits for the server three times, however many parts and windows there are, and
-    /// once more when the shared memory has to grow.
+    /// Replaces `parts` of the root, which lie inside `pixels`, by the content that our windows occlude there, or by
+    /// black if the server cannot compose it. Waits for the server three times for any number of parts and windows, and
+    /// once more if the shared memory has to grow.
     void Restore(const Damage& parts, const RootPixels& pixels);
 
 private:
@@ -43,10 +43,10 @@ private:
         xcb_visualid_t visual;
     };
     struct Scene {
-        std::vector<Layer> layers;  ///< the visible windows of others, the lowest first
+        std::vector<Layer> layers;  ///< the visible windows of other programs, the lowest first
         xcb_pixmap_t background = XCB_NONE;
     };
-    /// Part of the root, and its first row in the picture that all parts are composed in, one below the other.
+    /// A part of the root, and its first row in the picture in which all parts are composed one below the other.
     struct Tile {
         Rectangle part;
         std::int32_t top = 0;

@@ -1,4 +1,4 @@
-// Screenshots: the root window, read in one request so that the picture is of one moment. The program's own excluded
+// Screenshots. The root window is read in one request, so that the picture shows one moment. The program's own excluded
 // windows are replaced by the content that they occlude.
 #include "platform/ScreenGrab.h"
 
@@ -46,7 +46,7 @@ bool FitsTheProtocol(const Rectangle& area) {
            area.Width() <= longest && area.Height() > 0 && area.Height() <= longest;
 }
 
-/// Fails if the area is not wholly on the screen: the server refuses it.
+/// Fails if the area is not completely on the screen, because the server refuses it.
 Result ReadScreen(const Rectangle& area, Pixels& pixels) {
     const std::optional<XDisplay> display = ThreadDisplay();
     if (!display) {

@@ -35,7 +35,7 @@ struct AppWindow {
     bool viewable = false;   ///< mapped by the server
     bool mustPaint = false;  ///< message::paint is due
     bool tracksLeave = false;
-    xcb_window_t previousFocus = XCB_WINDOW_NONE;  ///< had the keyboard before this window acquired it
+    xcb_window_t previousFocus = XCB_WINDOW_NONE;  ///< the window that had the focus before this one
     int width = 0;                                 ///< of the client area, at the last message::size
     int height = 0;
     Rectangle bounds;                               ///< of a bare window: as last requested, or as another client set
@@ -51,7 +51,7 @@ struct AppWindow {
 
 namespace x11 {
 
-/// Sends message::destroy and releases all of the window but its record.
+/// Sends message::destroy and releases all resources of the window except its record.
 void DestroyAppWindow(AppWindow& window);
 
 }  // namespace x11

@@ -1,6 +1,6 @@
-// The active window as the window manager announces it; without a window manager, the window that has the input.
+// The active window that the window manager publishes; without a window manager, the window that has the input focus.
 //
-// Requests that do not depend on one another are sent together. A look takes one round trip for the check of the
+// Requests that do not depend on one another are sent together. A query takes one round trip for the check of the
 // connection, one for the window, one for each level between the window and the root, and three for the monitors.
 #include "platform/FrontWindow.h"
 
@@ -30,7 +30,7 @@ bool EndsInExe(const std::string& path) {
                       [](char expected, char unit) { return expected == unit || expected == (unit | 0x20); });
 }
 
-/// The Windows program that runs under a compatibility layer's loader, with this system's separators. Else nothing.
+/// The path of the Windows program, with "/" as separator, if a compatibility layer's loader runs it. Empty otherwise.
 std::string WindowsProgram(const std::string& process) {
     std::ifstream file("/proc/" + process + "/cmdline", std::ios::binary);
     std::string program;
@@ -56,7 +56,7 @@ std::string ImageOf(const std::string& process) {
     return image;
 }
 
-/// The process at the other end of the connection that made the window; 0 if the server does not know it.
+/// The process of the client that made the window; 0 if the server does not know it.
 std::uint32_t ProcessOf(xcb_connection_t* connection, xcb_res_query_client_ids_cookie_t cookie) {
     const auto reply = Adopt(xcb_res_query_client_ids_reply(connection, cookie, nullptr));
     if (!reply) {
@@ -67,8 +67,8 @@ std::uint32_t ProcessOf(xcb_connection_t* connection, xcb_res_query_client_ids_c
     return hasValue ? *xcb_res_client_id_value_value(ids.data) : 0;
 }
 
-xcb_get_property_cookie_t AskForProperty(const XDisplay& display, xcb_window_t window, xcb_atom_t property,
-                                         std::uint32_t units) {
+xcb_get_property_cookie_t RequestProperty(const XDisplay& display, xcb_window_t window, xcb_atom_t property,
+                                          std::uint32_t units) {
     return xcb_get_property(display.connection, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, units);
 }
 
@@ -91,7 +91,7 @@ std::string BytesOf(const XDisplay& display, xcb_get_property_cookie_t cookie) {
 }
 
 xcb_window_t ActiveWindow(const XDisplay& display) {
-    const auto activeCookie = AskForProperty(display, display.root, display.atoms.netActiveWindow, 1);
+    const auto activeCookie = RequestProperty(display, display.root, display.atoms.netActiveWindow, 1);
     const auto focusCookie = xcb_get_input_focus(display.connection);
     const std::optional<std::uint32_t> active = NumberOf(display, activeCookie);
     const auto focus = Adopt(xcb_get_input_focus_reply(display.connection, focusCookie, nullptr));
@@ -103,31 +103,31 @@ xcb_window_t ActiveWindow(const XDisplay& display) {
     return named ? focus->focus : xcb_window_t{XCB_WINDOW_NONE};
 }
 
-/// What the server knows of one window.
+/// The server's data about one window.
 struct WindowFacts {
     xcb_window_t parent = XCB_WINDOW_NONE;
     Rectangle bounds;                      ///< in the parent
-    std::uint32_t process = 0;             ///< that made it, 0 if the server does not know
+    std::uint32_t process = 0;             ///< that made the window; 0 if the server does not know it
     std::optional<std::uint32_t> claimed;  ///< process according to the window's own property
     std::optional<std::uint32_t> type;
     std::string classNames;
 };
 
-WindowFacts AskAbout(const XDisplay& display, xcb_window_t window) {
+WindowFacts QueryFacts(const XDisplay& display, xcb_window_t window) {
     xcb_connection_t* connection = display.connection;
-    const bool tellsProcess = x11::HasExtension(connection, xcb_res_id);
+    const bool hasProcessIds = x11::HasExtension(connection, xcb_res_id);
     const xcb_res_client_id_spec_t client{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
     xcb_res_query_client_ids_cookie_t processCookie{};
-    if (tellsProcess) {
+    if (hasProcessIds) {
         processCookie = xcb_res_query_client_ids(connection, 1, &client);
     }
     const auto treeCookie = xcb_query_tree(connection, window);
     const auto geometryCookie = xcb_get_geometry(connection, window);
-    const auto claimedCookie = AskForProperty(display, window, display.atoms.netWmPid, 1);
-    const auto typeCookie = AskForProperty(display, window, display.atoms.netWmWindowType, 1);
-    const auto classCookie = AskForProperty(display, window, XCB_ATOM_WM_CLASS, 256);
+    const auto claimedCookie = RequestProperty(display, window, display.atoms.netWmPid, 1);
+    const auto typeCookie = RequestProperty(display, window, display.atoms.netWmWindowType, 1);
+    const auto classCookie = RequestProperty(display, window, XCB_ATOM_WM_CLASS, 256);
     WindowFacts facts;
-    facts.process = tellsProcess ? ProcessOf(connection, processCookie) : 0;
+    facts.process = hasProcessIds ? ProcessOf(connection, processCookie) : 0;
     if (const auto tree = Adopt(xcb_query_tree_reply(connection, treeCookie, nullptr))) {
         facts.parent = tree->parent;
     }
@@ -142,7 +142,7 @@ WindowFacts AskAbout(const XDisplay& display, xcb_window_t window) {
     return facts;
 }
 
-/// The desktop's own windows have the names that Windows has for them, all others the name of their class.
+/// The desktop and its panels have the class names of Windows; all other windows have their own.
 Text ClassNameOf(const XDisplay& display, const WindowFacts& window) {
     if (window.type == display.atoms.netWmWindowTypeDesktop) {
         return u"Progman";
@@ -150,7 +150,7 @@ Text ClassNameOf(const XDisplay& display, const WindowFacts& window) {
     if (window.type == display.atoms.netWmWindowTypeDock) {
         return u"Shell_TrayWnd";
     }
-    // Two names, each with a null byte behind it: that of the instance and that of the class.
+    // The names of the instance and of the class, each followed by a null byte.
     std::string names = window.classNames;
     const std::size_t end = names.find('\0');
     names.erase(0, end == std::string::npos ? 0 : end + 1);
@@ -166,13 +166,13 @@ FrontWindow LookUpFrontWindow() {
     if (window == XCB_WINDOW_NONE) {
         return {};
     }
-    WindowFacts facts = AskAbout(*display, window);
+    WindowFacts facts = QueryFacts(*display, window);
     FrontWindow front;
     front.className = ClassNameOf(*display, facts);
     const std::uint32_t process = facts.process;
     std::optional<std::uint32_t> claimed = facts.claimed;
     while (facts.parent != display->root && facts.parent != XCB_WINDOW_NONE) {
-        facts = AskAbout(*display, facts.parent);
+        facts = QueryFacts(*display, facts.parent);
         claimed = claimed ? claimed : facts.claimed;
     }
     front.bounds = facts.bounds;

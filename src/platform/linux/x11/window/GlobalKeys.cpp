@@ -1,4 +1,4 @@
-// Passive grabs on the root window: keys that the program receives whatever window has the focus.
+// Passive grabs on the root window: keys that the program receives no matter which window has the focus.
 //
 // A grab matches the locks exactly, so each key is grabbed four times: without a lock, with Caps Lock, with Num Lock
 // and with both. With detectable auto-repeat a held key sends presses without releases between them, which
@@ -109,7 +109,7 @@ void HandleRelease(Session& session, const xcb_key_release_event_t& release) {
 
 bool HandleKeyboardEvent(Session& session, const xcb_generic_event_t& event) {
     const std::uint8_t type = event.response_type & 0x7FU;
-    // A key press goes to one of our windows if it has the focus, not to the root.
+    // If one of our windows has the focus, a key press is an event of that window, not of the root.
     if (type == XCB_KEY_PRESS && reinterpret_cast<const xcb_key_press_event_t&>(event).event == session.screen->root) {
         HandlePress(session, reinterpret_cast<const xcb_key_press_event_t&>(event));
         return true;
@@ -126,8 +126,8 @@ bool HandleKeyboardEvent(Session& session, const xcb_generic_event_t& event) {
     return false;
 }
 
-/// Servers report a change whenever another keyboard is used. A key with unchanged codes stays grabbed: a press at that
-/// moment would be lost, or another program could grab the key.
+/// Servers report a change whenever another keyboard is used. A key with unchanged codes stays grabbed, because without
+/// the grab a press could be lost or another program could grab the key.
 void ApplyKeyboardMapping(Session& session) {
     Keyboard& keyboard = session.keyboard;
     if (!keyboard.mappingChanged) {

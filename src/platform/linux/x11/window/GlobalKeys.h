@@ -24,7 +24,7 @@ struct GlobalKey {
 /// Returns true if the event was a global key's or a change of the mapping.
 bool HandleKeyboardEvent(Session& session, const xcb_generic_event_t& event);
 
-/// Grabs those keys again whose codes a change of the mapping has changed.
+/// Grabs the keys again whose codes have changed with the mapping.
 void ApplyKeyboardMapping(Session& session);
 
 void UngrabKeysOf(Session& session, const AppWindow& window);

@@ -1,4 +1,4 @@
-// A message box by the desktop's own program; without one, a line on the standard error.
+// A message box of the desktop's own program; without one, a line on standard error.
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -15,7 +15,7 @@
 namespace zv {
 namespace {
 
-/// Runs a program of the search path to its end. Returns false if it could not be started.
+/// Runs a program of the search path and waits until it ends. Returns false if it could not be started.
 bool RunToEnd(std::vector<std::string> arguments) {
     std::vector<char*> pointers;
     for (std::string& argument : arguments) {

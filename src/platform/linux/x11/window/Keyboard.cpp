@@ -18,7 +18,7 @@ namespace zv {
 namespace x11 {
 namespace {
 
-/// Virtual-key codes whose symbols follow one another.
+/// Consecutive virtual-key codes with consecutive symbols.
 struct SymbolRange {
     std::uint32_t first, last;
     xcb_keysym_t firstSymbol;
@@ -31,7 +31,7 @@ constexpr SymbolRange symbolRanges[] = {
     {112, 135, XK_F1},  // F1 to F24
 };
 
-/// The X key symbol of a Windows virtual-key code, 0 if there is none.
+/// The X key symbol of a Windows virtual-key code; 0 if there is none.
 xcb_keysym_t KeysymOf(std::uint32_t virtualKey) {
     for (const SymbolRange& range : symbolRanges) {
         if (virtualKey >= range.first && virtualKey <= range.last) {
@@ -41,7 +41,7 @@ xcb_keysym_t KeysymOf(std::uint32_t virtualKey) {
     return 0;
 }
 
-/// The keys that carry a symbol: those without Shift if there are any, else all.
+/// The keys that produce a symbol: those without Shift if there are any, else all.
 std::vector<xcb_keycode_t> CodesOf(Session& session, xcb_keysym_t symbol) {
     xcb_connection_t* connection = session.connection.get();
     const xcb_setup_t* setup = xcb_get_setup(connection);
@@ -71,7 +71,7 @@ std::vector<xcb_keycode_t> CodesOf(Session& session, xcb_keysym_t symbol) {
     return plain.empty() ? any : plain;
 }
 
-/// The mask of the modifier that the key of `symbol` sets, `fallback` if it sets none.
+/// The mask of the modifier that the key of `symbol` sets; `fallback` if it sets none.
 std::uint16_t ModifierOf(Session& session, xcb_keysym_t symbol, std::uint16_t fallback) {
     xcb_connection_t* connection = session.connection.get();
     const std::vector<xcb_keycode_t> codes = CodesOf(session, symbol);
@@ -156,7 +156,7 @@ std::uint32_t VirtualKeyOfSymbol(xcb_keysym_t symbol) {
     return 0;
 }
 
-/// "F1" and the like.
+/// Joins a prefix and a number, for example "F1".
 Text PrefixedNumber(const char16_t* prefix, std::uint32_t number) {
     const std::string digits = std::to_string(number);
     return prefix + Text(digits.begin(), digits.end());

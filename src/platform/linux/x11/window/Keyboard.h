@@ -1,4 +1,4 @@
-// The keyboard's mapping: which key carries which symbol, and which modifiers are held.
+// The keyboard's mapping: the symbols of the keys, and the masks of the modifiers.
 #pragma once
 
 #include <xcb/xcb.h>
@@ -25,7 +25,7 @@ void OpenKeyboard(Session& session);
 /// Reads the masks of Alt and Num Lock.
 void ReadModifiers(Session& session);
 
-/// The keys that carry the symbol of a Windows virtual-key code: those without Shift if there are any, else all.
+/// The keys that produce the symbol of a Windows virtual-key code: those without Shift if there are any, else all.
 std::vector<xcb_keycode_t> CodesOfVirtualKey(Session& session, std::uint32_t virtualKey);
 
 /// The Windows virtual-key code of a key, 0 if it has none.

@@ -1,7 +1,7 @@
 // The message loop of the interface thread.
 //
-// It sleeps in one ppoll on the server's connection, the end signals and the earliest timer. Events become messages in
-// a queue. Each iteration answers at most one timer, so that a slow handler never accumulates them.
+// It sleeps in one ppoll on the server's connection, the end signals and the earliest timer. It converts events to
+// messages in a queue. Each iteration dispatches at most one timer, so that timer messages never accumulate.
 #include "platform/linux/x11/window/MessageLoop.h"
 
 #include <poll.h>
@@ -30,12 +30,12 @@ namespace x11 {
 namespace {
 
 constexpr std::int64_t nsPerMs = 1'000'000;
-constexpr std::int64_t displaySettleNs = 200 * nsPerMs;  ///< one change comes as several events
+constexpr std::int64_t displaySettleNs = 200 * nsPerMs;  ///< a server reports one change as several events
 
 void (*endRequest)() = nullptr;
 
-/// A descriptor that is readable when a signal asks the program to end. The signals are blocked in this thread and in
-/// all that it starts later, so that nothing else receives them.
+/// A descriptor that is readable after a signal that ends the program. The signals are blocked in this thread and in
+/// all threads that it starts later, so that only this descriptor receives them.
 int EndSignals() {
     static const int descriptor = [] {
         sigset_t signals;
@@ -133,7 +133,7 @@ void QueueSettledDisplayChange(Session& session, std::int64_t nowNs) {
     }
 }
 
-/// Dispatches the timer that has been due the longest. Ticks that a late timer has missed are dropped.
+/// Dispatches the timer that has been due for the longest time. Drops the ticks that a late timer has missed.
 bool DispatchTimer(Session& session, std::int64_t nowNs) {
     const auto first = std::min_element(session.loop.timers.begin(), session.loop.timers.end(),
                                         [](const Timer& a, const Timer& b) { return a.dueNs < b.dueNs; });
@@ -146,7 +146,7 @@ bool DispatchTimer(Session& session, std::int64_t nowNs) {
     return true;
 }
 
-/// Nanoseconds until a timer or a display change is due, -1 if none is.
+/// Nanoseconds until the next timer or display change is due; -1 if there is none.
 std::int64_t NextDueNs(const Session& session, std::int64_t nowNs) {
     std::int64_t due = session.loop.displayChangeDueNs == 0 ? INT64_MAX : session.loop.displayChangeDueNs;
     for (const Timer& timer : session.loop.timers) {
@@ -174,7 +174,7 @@ void ReadEndSignals() {
     }
 }
 
-/// Without a server nothing can be shown: requests the end of the program, with exit code 1 unless the program sets
+/// Requests the end of the program if the connection to the server is lost, with exit code 1 unless the program sets
 /// another one.
 bool EndOnLostServer(Session& session) {
     if (session.loop.serverLost || xcb_connection_has_error(session.connection.get()) == 0) {
@@ -222,7 +222,8 @@ std::intptr_t Send(AppWindow& window, std::uint32_t code, std::uintptr_t wParam,
     try {
         return window.procedure(window, code, wParam, lParam);
     } catch (...) {
-        // As if it had not been handled, except that no window is closed by default. The window may be gone by now.
+        // The message counts as not handled, except that message::close is ignored. The procedure may have destroyed
+        // the window.
         return code == message::hitTest ? hitCode::client : 0;
     }
 }
@@ -238,7 +239,7 @@ bool RunLoopOnce(Session& session) {
     try {
         return RunStep(session);
     } catch (const std::bad_alloc&) {
-        // An event is lost if there is no memory; the program goes on.
+        // An event is lost if memory is exhausted; the program continues.
         constexpr timespec pause{0, 10 * nsPerMs};
         clock_nanosleep(CLOCK_MONOTONIC, 0, &pause, nullptr);
         return true;

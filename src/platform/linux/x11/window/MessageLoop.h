@@ -24,7 +24,7 @@ struct Message {
     std::uint32_t code = message::null;
     std::uintptr_t wParam = 0;
     std::intptr_t lParam = 0;
-    /// Bits of keyModifier at the time of the user's input. Several events are read at once.
+    /// Bits of keyModifier at the time of the user's input, which may be earlier than the last event that was read.
     std::optional<std::uint32_t> heldModifiers = std::nullopt;
 };
 
@@ -43,16 +43,18 @@ inline std::intptr_t MakeLParam(int low, int high) {
                                       static_cast<std::uint32_t>(high & 0xFFFF) << 16U);
 }
 
-/// Calls the window's procedure. An exception ends here and counts as a message that was not handled.
+/// Calls the window's procedure. Catches its exceptions; a procedure that throws counts as one that did not handle the
+/// message.
 std::intptr_t Send(AppWindow& window, std::uint32_t code, std::uintptr_t wParam = 0, std::intptr_t lParam = 0);
 
 /// Removes the window's messages and timers.
 void RemoveMessages(MessageLoop& loop, const AppWindow& window);
 
-/// Blocks the signals that end the program, in this thread and all that it starts later; the loop reads them.
+/// Blocks the signals that end the program, in this thread and in all threads that it starts later. The loop reads
+/// them.
 void BlockEndSignals();
 
-/// One iteration, which waits if nothing is due. Returns false when the loop has to end.
+/// Runs one iteration, which waits if nothing is due. Returns false if the loop must end.
 bool RunLoopOnce(Session& session);
 
 }  // namespace zv::x11

@@ -1,7 +1,7 @@
 // A menu at the pointer: a bare window that grabs pointer and keyboard while it is open.
 //
-// The message loop goes on meanwhile, so timers and windows work. The menu closes on a choice, Escape, a click outside
-// it, or the end of the loop.
+// The message loop continues to run, so timers and windows work. The menu closes on a choice, on Escape, on a click
+// outside it, and at the end of the loop.
 #include "platform/PopupMenu.h"
 
 #include <algorithm>

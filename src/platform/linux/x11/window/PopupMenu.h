@@ -3,7 +3,7 @@
 
 namespace zv::x11 {
 
-/// Closes it without a choice. Does nothing if no menu is open.
+/// Closes the menu without a choice. Does nothing if no menu is open.
 void CloseMenu();
 
 }  // namespace zv::x11

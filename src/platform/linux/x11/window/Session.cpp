@@ -32,7 +32,7 @@ void SelectDisplayEvents(Session& session) {
         XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE | XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
 }
 
-/// The root has the property with the DPI, and receives the message about a new notification area.
+/// Selects property changes of the root for the DPI, and its client messages for new notification areas.
 void SelectRootEvents(Session& session) {
     const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(session.connection.get(), session.screen->root, XCB_CW_EVENT_MASK, &events);
@@ -127,7 +127,7 @@ bool OpenSession() {
 void FlushScreen() {
     x11::Session& session = x11::CurrentSession();
     if (session.connection && x11::Synchronize(session)) {
-        // The windows below are painted by other programs, which cannot be synchronized with.
+        // Other programs repaint the windows below. The program cannot synchronize with them.
         constexpr timespec twoRefreshes{0, 34'000'000};
         clock_nanosleep(CLOCK_MONOTONIC, 0, &twoRefreshes, nullptr);
     }

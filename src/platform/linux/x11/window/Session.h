@@ -1,7 +1,7 @@
 // The interface thread's connection to the X server, and its state.
 //
-// All of it belongs to the interface thread. A broken connection is kept: XCB then returns no reply to any request, so
-// that no caller needs to check first.
+// Interface thread only. A broken connection is kept: XCB then returns no reply to any request, so that callers need
+// not check it first.
 #pragma once
 
 #include <xcb/xcb.h>
@@ -35,7 +35,7 @@ struct Session {
     Keyboard keyboard;
     InputState input;
     MessageLoop loop;
-    /// For windows that are no AppWindow: the tray's icon and the menu. Each returns true if the event was its own.
+    /// For windows that are not AppWindows: the tray icon and the menu. Each returns true if it has handled the event.
     std::vector<bool (*)(Session&, const xcb_generic_event_t&)> listeners;
 };
 
@@ -52,14 +52,14 @@ std::string ReadTextProperty(xcb_connection_t* connection, xcb_window_t window, 
 /// The first 32-bit value of a property.
 std::optional<std::uint32_t> ReadNumberProperty(Session& session, xcb_window_t window, xcb_atom_t property);
 
-/// XCB_WINDOW_NONE if the selection has no owner; nothing if the server does not reply.
+/// XCB_WINDOW_NONE if the selection has no owner; nullopt if the server does not reply.
 std::optional<xcb_window_t> SelectionOwner(const Session& session, xcb_atom_t selection);
 
-/// Sends a client message of one datum to `target`. `subject` is the window that it is about.
+/// Sends a client message with one value to `target`. `subject` is the window that the message is about.
 void SendClientMessage(xcb_window_t target, xcb_window_t subject, xcb_atom_t type, std::uint32_t eventMask,
                        std::uint32_t firstDatum);
 
-/// Returns when the server has executed all requests so far. False if it does not reply.
+/// Waits until the server has executed all requests so far. Returns false if it does not reply.
 bool Synchronize(Session& session);
 
 }  // namespace zv::x11

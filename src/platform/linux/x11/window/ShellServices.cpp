@@ -1,4 +1,4 @@
-// The shell services of Windows have no counterpart that needs preparation here.
+// Linux has no shell services that need initialization.
 #include "platform/Session.h"
 
 namespace zv {

@@ -1,7 +1,8 @@
 // One copy of the program per display, and the message of a second copy to the first one's window.
 //
 // The claim is a selection that a small hidden window owns. The server releases it when the connection ends, however
-// the process ended. The first copy's window is found by the class name that is a property of each window of ours.
+// the process ends. A second copy finds the first one's window by its class name, which is a property of each of our
+// windows.
 #include <string>
 #include <vector>
 
@@ -69,7 +70,7 @@ Owned<InstanceClaim> ClaimSingleInstance(TextView name) {
     xcb_connection_t* connection = session.connection.get();
     const xcb_atom_t selection = x11::InternAtom(connection, ToPath(name).string());
     const xcb_window_t holder = x11::MakeHolder(session);
-    // So that no other client claims it between the query and the claim.
+    // Prevents other clients from claiming it between the query and the claim.
     xcb_grab_server(connection);
     const bool isFree = x11::SelectionOwner(session, selection) == XCB_WINDOW_NONE;
     if (isFree) {

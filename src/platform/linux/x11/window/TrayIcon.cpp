@@ -1,7 +1,8 @@
 // The icon in the desktop's notification area, by the freedesktop system tray protocol.
 //
-// The area's host owns a selection of the screen. The icon is a window of ours that the host reparents into its own and
-// that is destroyed with it. A new host sends a message to the root; every window then gets TaskbarCreatedMessage.
+// The area's host owns a selection of the screen. The icon is one of our windows. The host reparents it into its own
+// window, and it is destroyed with that window. A new host sends a message to the root; then every window receives
+// TaskbarCreatedMessage.
 #include "platform/TrayIcon.h"
 
 #include <xcb/xcb_icccm.h>
@@ -25,7 +26,7 @@ struct TrayIcon {
     std::uint32_t lastClickMs = 0;
     Point lastClick;  ///< on the screen
     bool clicked = false;
-    bool releaseIsDone = false;  ///< of a click that was handled at its press
+    bool releaseIsDone = false;  ///< of a click that was already handled at its press
 };
 
 namespace x11 {
@@ -36,16 +37,16 @@ constexpr std::uint32_t doubleClickMs = 400;
 constexpr int doubleClickSlack = 4;
 constexpr int firstSize = 22;
 
-/// The only icon. Null if there is none.
+/// The program's only tray icon, or null.
 TrayIcon* shownIcon = nullptr;
 
-/// The picture if there is no icon: a framed box.
+/// A pixel of the default picture, a framed box.
 std::uint32_t PlainPixel(int x, int y, int size) {
     const bool frame = x == 0 || y == 0 || x == size - 1 || y == size - 1;
     return frame ? 0xFF808080U : 0xFFE0E0E0U;
 }
 
-/// The icon, scaled to the window by the nearest pixel.
+/// The icon's pixels, scaled to the window by the nearest neighbour.
 std::vector<std::uint32_t> PixelsAt(const TrayIcon& icon) {
     const AppIcon* picture = icon.options.icon;
     std::vector<std::uint32_t> pixels;
@@ -85,7 +86,7 @@ void QueueDoubleClick(Session& session, const TrayIcon& icon) {
     QueueTrayEvent(session, icon, message::leftButtonDoubleClick);
 }
 
-/// Sends the events that Windows sends, in the same order: the first click selects, the second one opens.
+/// Sends the events of Windows in the same order: the first click selects, the second one opens.
 void HandleButton(Session& session, TrayIcon& icon, const xcb_button_press_event_t& event) {
     if (event.detail == XCB_BUTTON_INDEX_3) {
         QueueTrayEvent(session, icon, message::rightButtonUp);
@@ -127,7 +128,7 @@ bool HandleTrayEvent(Session& session, const xcb_generic_event_t& event) {
         return true;
     }
     if (type == XCB_REPARENT_NOTIFY) {
-        // A host that ends leaves its icons on the root window.
+        // A host that ends reparents its icons to the root window.
         const auto& moved = reinterpret_cast<const xcb_reparent_notify_event_t&>(event);
         if (moved.window == icon.id && moved.parent == session.screen->root) {
             xcb_destroy_window(session.connection.get(), icon.id);
@@ -172,7 +173,7 @@ void Describe(Session& session, const TrayIcon& icon) {
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, icon.id, info, info, 32, 2, embedding.data());
 }
 
-/// Asks the host to embed the window.
+/// Requests that the host embeds the window.
 void Dock(Session& session, const TrayIcon& icon, xcb_window_t host) {
     xcb_client_message_event_t event{};
     event.response_type = XCB_CLIENT_MESSAGE;
@@ -214,7 +215,7 @@ void Closer<TrayIcon>::operator()(TrayIcon* icon) const noexcept {
     }
     if (connection != nullptr) {
         xcb_free_gc(connection, icon->context);
-        if (icon->id != XCB_WINDOW_NONE) {  // else it was destroyed with its host
+        if (icon->id != XCB_WINDOW_NONE) {  // none if it was destroyed with its host
             xcb_destroy_window(connection, icon->id);
         }
         xcb_flush(connection);

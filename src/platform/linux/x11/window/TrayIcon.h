@@ -7,8 +7,8 @@ namespace zv::x11 {
 
 struct Session;
 
-/// Handles a press that an open menu received. Returns true if it was the second one of a double click on the icon; the
-/// menu is closed then.
+/// Handles a press that an open menu received. Returns true if it was the second one of a double click on the icon;
+/// then the menu has been closed.
 bool HandleSecondTrayClick(Session& session, const xcb_button_press_event_t& press);
 
 }  // namespace zv::x11

@@ -20,7 +20,7 @@ namespace zv {
 namespace x11 {
 namespace {
 
-constexpr std::uint32_t background = 0x111219;  ///< of a window that has not been painted
+constexpr std::uint32_t background = 0x111219;  ///< the colour of a window before it is painted
 
 void SetTextProperty(xcb_window_t window, xcb_atom_t property, xcb_atom_t type, const std::string& text) {
     xcb_change_property(CurrentSession().connection.get(), XCB_PROP_MODE_REPLACE, window, property, type, 8,
@@ -43,7 +43,7 @@ void SetSizeHints(Session& session, xcb_window_t window, const WindowOptions& op
     xcb_icccm_set_wm_normal_hints(session.connection.get(), window, &hints);
 }
 
-/// How a window manager and a compositor treat the window.
+/// Sets the properties that control how a window manager and a compositor treat the window.
 void SetKind(const Atoms& atoms, xcb_window_t window, const WindowOptions& options) {
     if (options.frame == WindowFrame::Bare) {
         SetNumbers(window, atoms.netWmWindowType, XCB_ATOM_ATOM, {atoms.netWmWindowTypeNotification});
@@ -97,8 +97,8 @@ xcb_window_t MakeServerWindow(Session& session, const WindowOptions& options) {
         XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_POINTER_MOTION |
         XCB_EVENT_MASK_LEAVE_WINDOW | XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE |
         XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE | XCB_EVENT_MASK_FOCUS_CHANGE;
-    // A window that grows keeps its picture until it is painted. A bare one has no background, so that it does not show
-    // an empty box over a game before it is painted.
+    // A window that grows keeps its picture until it is repainted. A bare window has no background, so that it does not
+    // show an empty box over a game before it is painted.
     const std::array<std::uint32_t, 4> values{bare ? std::uint32_t{XCB_BACK_PIXMAP_NONE} : background,
                                               XCB_GRAVITY_NORTH_WEST, bare ? 1U : 0U, events};
     const xcb_void_cookie_t made = xcb_create_window_checked(
@@ -114,7 +114,7 @@ xcb_window_t MakeServerWindow(Session& session, const WindowOptions& options) {
 
 }  // namespace
 
-/// The message goes first, because the procedure may use the window, its timers and its keys.
+/// Sends the message first, because the procedure may use the window, its timers and its keys.
 void DestroyAppWindow(AppWindow& window) {
     if (window.destroyed) {
         return;

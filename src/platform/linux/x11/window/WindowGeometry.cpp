@@ -19,8 +19,8 @@ namespace zv {
 namespace x11 {
 namespace {
 
-/// Makes the server keep a pixmap of every top-level window, also of its covered parts: captures read the content from
-/// there that our windows occlude. Called before ours are shown.
+/// Makes the server keep a pixmap of every top-level window, including its covered parts. Captures read the content
+/// there that our windows occlude. Called before one of ours is shown.
 void RedirectWindows(Session& session) {
     xcb_connection_t* connection = session.connection.get();
     if (session.redirected || !HasExtension(connection, xcb_composite_id)) {
@@ -36,8 +36,8 @@ bool AnyExcludedShown(const Session& session) {
                        [](const AppWindow* window) { return window->excluded && window->shown; });
 }
 
-/// A full-screen game is faster without redirection. Without a compositor the change makes every window repaint, which
-/// is visible, so the redirection stays then.
+/// Ends the redirection if a compositor runs, because a full-screen game is faster without it. Without a compositor the
+/// redirection stays, because ending it makes every window repaint visibly.
 void UnredirectWindows(Session& session) {
     const auto composited = [&] {
         return SelectionOwner(session, session.atoms.compositorSelection).value_or(XCB_WINDOW_NONE) != XCB_WINDOW_NONE;
@@ -115,7 +115,7 @@ void Configure(AppWindow& window, const Rectangle& bounds, bool raise) {
     window.configureSequence = request.sequence;
 }
 
-/// The DPI that the desktop has written into the screen's resources.
+/// The DPI in the screen's resources, which the desktop sets.
 int ReadDpi(Session& session) {
     constexpr std::uint32_t mostUnits = 65536;
     xcb_connection_t* connection = session.connection.get();
@@ -143,7 +143,7 @@ void HandleForeignWindow(Session& session, xcb_window_t window) {
     session.foreignStackChanged = session.foreignStackChanged || WindowOf(session, window) == nullptr;
 }
 
-/// Ignores an event that is older than our last request.
+/// Updates the bounds from an event. Ignores an event that is older than our last request.
 void UpdateBounds(AppWindow& window, const Rectangle& bounds, std::uint32_t eventNumber) {
     if (window.bare && window.bounds != bounds &&
         static_cast<std::int32_t>(eventNumber - window.configureSequence) >= 0) {
@@ -255,7 +255,7 @@ void HideWindow(AppWindow& window) {
     window.shown = false;
     x11::RestoreFocus(session, window);
     xcb_unmap_window(session.connection.get(), window.id);
-    // Tells the window manager that the window is withdrawn, also while it is an icon.
+    // Notifies the window manager that the window is withdrawn, also if it is minimized.
     xcb_unmap_notify_event_t withdrawn{};
     withdrawn.response_type = XCB_UNMAP_NOTIFY;
     withdrawn.event = session.screen->root;
@@ -268,7 +268,7 @@ void HideWindow(AppWindow& window) {
 
 bool IsWindowShown(AppWindow& window) { return window.shown && !window.destroyed; }
 
-bool IsWindowIcon(AppWindow& window) {
+bool IsWindowMinimized(AppWindow& window) {
     x11::Session& session = x11::CurrentSession();
     return window.shown &&
            x11::ReadNumberProperty(session, window.id, session.atoms.wmState) == XCB_ICCCM_WM_STATE_ICONIC;

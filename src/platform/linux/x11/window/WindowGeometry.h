@@ -9,7 +9,7 @@ namespace zv::x11 {
 
 struct Session;
 
-/// Turns an event into messages. Returns true if it was one of size, position, visibility or stacking.
+/// Converts an event to messages. Returns true if it was an event of size, position, visibility or stacking.
 bool HandleGeometryEvent(Session& session, const xcb_generic_event_t& event);
 
 /// Reads the session's DPI. Queues message::dpiChanged for all windows if it has changed.

@@ -1,4 +1,4 @@
-// The server grabs the pointer for a window while a button is held, so CaptureMouse only records the window that gets
+// The server grabs the pointer for a window while a button is held, so CaptureMouse only records which window receives
 // message::captureChanged.
 #include "platform/linux/x11/window/WindowInput.h"
 
@@ -71,7 +71,7 @@ void HandleButton(Session& session, const xcb_button_press_event_t& event, bool 
     }
 }
 
-/// The start of a grab does not count as leaving; the end of one outside the window does.
+/// Ignores the leave event of a grab's start, but not that of its end outside the window.
 void HandleLeave(Session& session, const xcb_leave_notify_event_t& event) {
     AppWindow* window = WindowOf(session, event.event);
     const bool left = event.mode != XCB_NOTIFY_MODE_GRAB && event.detail != XCB_NOTIFY_DETAIL_INFERIOR;
@@ -106,7 +106,7 @@ void HandleFocus(Session& session, const xcb_focus_in_event_t& event, bool gaine
     }
 }
 
-/// Of the user's cursor theme, or of the core font if there is no theme. Loads both shapes on the first call.
+/// Returns a cursor of the user's theme, or of the core font if there is no theme. Loads both shapes on the first call.
 xcb_cursor_t CursorOf(Session& session, CursorShape shape) {
     std::array<xcb_cursor_t, 2>& cursors = session.input.cursors;
     xcb_cursor_context_t* theme = nullptr;
@@ -157,10 +157,10 @@ void TrackMouseLeave(AppWindow& window) { window.tracksLeave = true; }
 
 void CaptureMouse(AppWindow& window) { x11::CurrentSession().input.mouseCapture = &window; }
 
-bool HasMouse(AppWindow& window) { return x11::CurrentSession().input.mouseCapture == &window; }
+bool HasMouseCapture(AppWindow& window) { return x11::CurrentSession().input.mouseCapture == &window; }
 
 void ReleaseMouse(AppWindow& window) {
-    if (HasMouse(window)) {
+    if (HasMouseCapture(window)) {
         x11::CurrentSession().input.mouseCapture = nullptr;
         x11::Send(window, message::captureChanged);
     }

@@ -19,7 +19,7 @@ struct InputState {
     std::array<xcb_cursor_t, 2> cursors{};
 };
 
-/// Turns an event into messages. Returns true if it was one of mouse, keys or focus.
+/// Converts an event to messages. Returns true if it was an event of mouse, keys or focus.
 bool HandleInputEvent(Session& session, const xcb_generic_event_t& event);
 
 }  // namespace zv::x11

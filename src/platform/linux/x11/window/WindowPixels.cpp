@@ -1,5 +1,5 @@
-// Sends what a procedure has drawn to the server, through shared memory if possible. With a colour key, the painted
-// pixels are the window's shape.
+// Sends a window's pixels to the server, through shared memory if possible. With a colour key, the pixels of other
+// colours are the window's shape.
 #include <xcb/shape.h>
 
 #include <algorithm>
@@ -25,7 +25,7 @@ struct Picture {
     }
 };
 
-/// Appends the painted runs of a row as rectangles of one pixel's height.
+/// Appends the runs of a row that do not have the key colour, as rectangles of one pixel's height.
 void AddRuns(std::span<const std::uint32_t> row, std::uint32_t key, int y, std::vector<xcb_rectangle_t>& runs) {
     constexpr std::uint32_t colorBits = 0xFFFFFF;
     const auto isKey = [key](std::uint32_t pixel) { return (pixel & colorBits) == key; };
@@ -48,7 +48,7 @@ bool SameRuns(std::span<const xcb_rectangle_t> a, std::span<const xcb_rectangle_
                       });
 }
 
-/// The painted pixels as bands of equal rows, from the top.
+/// The pixels that do not have the key colour, as bands of equal rows from the top.
 std::vector<xcb_rectangle_t> PaintedParts(const Picture& picture, std::uint32_t key) {
     std::vector<xcb_rectangle_t> parts;
     std::size_t bandStart = 0;
@@ -89,7 +89,7 @@ void UpdateShape(Session& session, AppWindow& window, const Picture& picture) {
     window.shape = std::move(parts);
 }
 
-/// Returns false if no memory of so many bytes can be shared. Waits until the server has read the last picture.
+/// Waits until the server has read the last picture. Returns false if memory of this size cannot be shared.
 bool PrepareUpload(Session& session, PixelUpload& upload, std::size_t bytes) {
     xcb_connection_t* connection = session.connection.get();
     if (upload.pending) {
@@ -108,7 +108,7 @@ void PutShared(Session& session, AppWindow& window, const Picture& picture, std:
                                   XCB_IMAGE_FORMAT_Z_PIXMAP, 0, window.upload.memory.Segment(), 0);
 }
 
-/// Sends as many rows a request as the server accepts.
+/// Sends the largest number of rows in each request that the server accepts.
 void PutCopied(Session& session, AppWindow& window, const Picture& picture) {
     xcb_connection_t* connection = session.connection.get();
     const std::size_t rowBytes = static_cast<std::size_t>(picture.width) * 4;
@@ -200,7 +200,7 @@ void PutPixelRows(AppWindow& window, const std::uint32_t* pixels, int width, int
 
 void SetColorKey(AppWindow& window, std::uint32_t color) {
     window.transparentPixel = (color & 0xFFU) << 16U | (color & 0xFF00U) | (color >> 16U & 0xFFU);
-    // Nothing is visible or clickable before the first painting.
+    // The window is invisible and not clickable before it is first painted.
     x11::Session& session = x11::CurrentSession();
     x11::SetShape(session, window, XCB_SHAPE_SK_BOUNDING, {});
     x11::SetShape(session, window, XCB_SHAPE_SK_INPUT, {});

@@ -7,7 +7,7 @@ namespace zv::x11 {
 
 struct Session;
 
-/// Sends message::paint to one window that needs it. Returns false if none does.
+/// Sends message::paint to one window that has to be painted. Returns false if there is none.
 bool DispatchPaint(Session& session);
 
 /// Releases the shared memory and the graphics context.

@@ -1,4 +1,4 @@
-// Questions to the server about properties, frames and the monitors that windows lie on.
+// Queries about frames, monitors and the work area.
 #include "platform/linux/x11/window/WindowQueries.h"
 #include "platform/Monitors.h"
 #include "platform/linux/x11/RandrMonitors.h"
@@ -9,7 +9,7 @@ namespace zv {
 namespace x11 {
 namespace {
 
-/// The part of the screen that panels do not cover. Nothing without a window manager that publishes it.
+/// The part of the screen that panels do not cover; nullopt if the window manager does not publish it.
 std::optional<Rectangle> WorkArea(Session& session) {
     constexpr std::uint32_t oneDesktop = 4;
     xcb_connection_t* connection = session.connection.get();

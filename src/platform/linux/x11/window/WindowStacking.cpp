@@ -19,7 +19,7 @@ bool Overlap(const Rectangle& a, const Rectangle& b) {
     return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
 }
 
-/// Nothing if the window does not cover others.
+/// Returns nullopt if the window does not cover others.
 std::optional<Rectangle> VisibleBoundsOf(Session& session, xcb_window_t window) {
     xcb_connection_t* connection = session.connection.get();
     const auto attributesCookie = xcb_get_window_attributes(connection, window);
@@ -33,7 +33,7 @@ std::optional<Rectangle> VisibleBoundsOf(Session& session, xcb_window_t window) 
     return Rectangle{geometry->x, geometry->y, geometry->x + geometry->width, geometry->y + geometry->height};
 }
 
-/// Returns true if the window is the frame of a topmost window of ours.
+/// Returns true if the window is the frame of one of our topmost windows.
 bool FramesTopmost(Session& session, xcb_window_t frame) {
     return std::any_of(session.windows.begin(), session.windows.end(), [&](const AppWindow* window) {
         return window->topmost && window->shown && !window->bare &&
@@ -116,7 +116,7 @@ void RestoreStacking(Session& session) {
         if (covered) {
             Raise(session, *ours);
         }
-        // The window manager does not know bare windows, so it may have put a frame below one.
+        // The window manager does not know bare windows, so it may have stacked a frame below one.
         const auto end = covered ? stack.end() : at;
         const auto hidden = std::find_if(stack.begin(), end, isFrame);
         if (ours->bare && hidden != end) {

@@ -1,7 +1,7 @@
 // The stacking order of the windows, and the keyboard focus where no window manager assigns it.
 //
-// No window manager covers a bare window on purpose. If another client covers a topmost one, it is raised again, at
-// most a few times a second.
+// Window managers do not restack bare windows. If another client covers a topmost one, it is raised again, at most a
+// few times a second.
 #pragma once
 
 #include <xcb/xcb.h>
@@ -12,7 +12,7 @@ namespace zv::x11 {
 
 struct Session;
 
-/// Receives the root's events about all windows while one of ours has to stay on top of them.
+/// Selects the root's events about all windows while one of our topmost windows is shown.
 void SelectStackingEvents(Session& session);
 
 /// Raises the topmost windows that others have covered since the last call.
@@ -20,7 +20,7 @@ void RestoreStacking(Session& session);
 
 void RaiseAndActivate(Session& session, AppWindow& window);
 
-/// Gives the keyboard back to the window that had it before, if `window` still has it.
+/// Returns the focus to the window that had it before, if `window` still has it.
 void RestoreFocus(Session& session, AppWindow& window);
 
 }  // namespace zv::x11

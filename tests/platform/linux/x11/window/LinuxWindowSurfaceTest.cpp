@@ -414,7 +414,7 @@ TEST_F(LinuxWindowSurface, MouseMessagesHaveClientCoordinates) {
     EXPECT_EQ(LowWord(Last(message::leftButtonDown)->lParam), 30);
     // While a button is held, messages also come from outside the window, with negative coordinates on its left.
     CaptureMouse(*window);
-    EXPECT_TRUE(HasMouse(*window));
+    EXPECT_TRUE(HasMouseCapture(*window));
     other_->MovePointer(90, 60);
     other_->ReleaseButton(1);
     ASSERT_TRUE(RunUntilReceived(*window, message::leftButtonUp));
@@ -423,7 +423,7 @@ TEST_F(LinuxWindowSurface, MouseMessagesHaveClientCoordinates) {
     EXPECT_EQ(CountOf(message::captureChanged), 0);
     ReleaseMouse(*window);
     EXPECT_EQ(CountOf(message::captureChanged), 1);
-    EXPECT_FALSE(HasMouse(*window));
+    EXPECT_FALSE(HasMouseCapture(*window));
     ReleaseMouse(*window);
     EXPECT_EQ(CountOf(message::captureChanged), 1);
     other_->ClickAt(130, 145, 3);
@@ -441,7 +441,7 @@ TEST_F(LinuxWindowSurface, AHiddenWindowLosesTheMouse) {
     CaptureMouse(*window);
     HideWindow(*window);
     EXPECT_TRUE(RunUntilReceived(*window, message::captureChanged));
-    EXPECT_FALSE(HasMouse(*window));
+    EXPECT_FALSE(HasMouseCapture(*window));
 }
 
 TEST_F(LinuxWindowSurface, EachTrackingReportsOneLeave) {
@@ -555,7 +555,7 @@ TEST_F(LinuxWindowSurface, AWindowManagerEnforcesTheMinimumSizeAndRaisesTheWindo
     EXPECT_EQ(front.className, u"Zorvel");
     EXPECT_GT(front.bounds.Height(), 300) << "with its frame";
     EXPECT_EQ(front.monitor, (MonitorEntry{u"screen", 0, 0, 800, 600, -1, true}));
-    EXPECT_FALSE(IsWindowIcon(*window));
+    EXPECT_FALSE(IsWindowMinimized(*window));
 }
 
 TEST_F(LinuxWindowSurface, EveryPointBelongsToAMonitorOrToThePrimaryOne) {
