@@ -138,7 +138,11 @@ Text ForegroundGameName(const FrontWindow& front) {
 }
 
 bool IsKnownGame(TextView imagePath) {
-    const Text lowered = Lowered(FileNameOf(imagePath));
+    constexpr TextView windowsEnding = u".exe";
+    Text lowered = Lowered(FileNameOf(imagePath));
+    if (!lowered.ends_with(windowsEnding)) {
+        lowered += windowsEnding;  // a native Linux game has the same name without it
+    }
     return std::any_of(std::begin(knownGameKeywords), std::end(knownGameKeywords),
                        [&](TextView keyword) { return Contains(lowered, keyword); });
 }

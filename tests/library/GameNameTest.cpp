@@ -194,15 +194,15 @@ TEST_F(ForegroundGame, IsNamedByItsImage) {
 }
 
 TEST(KnownGame, EveryKeywordCountsAnywhereInTheFileName) {
-    for (const TextView path :
-         {u"C:\\FortniteClient.exe", u"C:\\x-VALORANT.exe", u"C:\\cs2.exe", u"C:\\mycs2.exe", u"C:\\r5apex_dx12.exe",
-          u"C:\\RocketLeague.exe", u"C:\\RobloxPlayerBeta.exe", u"C:\\Minecraft.Windows.exe", u"/opt/minecraft"}) {
+    for (const TextView path : {u"C:\\FortniteClient.exe", u"C:\\x-VALORANT.exe", u"C:\\cs2.exe", u"C:\\mycs2.exe",
+                                u"C:\\r5apex_dx12.exe", u"C:\\RocketLeague.exe", u"C:\\RobloxPlayerBeta.exe",
+                                u"C:\\Minecraft.Windows.exe", u"/opt/minecraft", u"/games/cs2"}) {
         EXPECT_TRUE(IsKnownGame(path)) << Narrow(path);
     }
 }
 
 TEST(KnownGame, ANameThatOnlyTheFolderRulesKnowDoesNotCount) {
-    for (const TextView path : {u"C:\\javaw.exe", u"C:\\RobloxStudio.exe", u"/opt/cs2", u"C:\\cs2.bin",
+    for (const TextView path : {u"C:\\javaw.exe", u"C:\\RobloxStudio.exe", u"/opt/cs2-launcher", u"C:\\cs2.bin",
                                 u"C:\\Minecraft\\launcher.exe", u"C:\\game.exe", u""}) {
         EXPECT_FALSE(IsKnownGame(path)) << Narrow(path);
     }
