@@ -36,8 +36,7 @@ TEST(Environment, TheFolderOfTheExecutableHoldsThisTest) {
     ASSERT_FALSE(folder.empty());
     EXPECT_NE(folder.back(), pathSeparator);
     const std::filesystem::path path = ToPath(folder);
-    EXPECT_TRUE(std::filesystem::exists(path / "PlatformTest") ||
-                std::filesystem::exists(path / "PlatformTest.exe"));
+    EXPECT_TRUE(std::filesystem::exists(path / "PlatformTest") || std::filesystem::exists(path / "PlatformTest.exe"));
 }
 
 TEST(Environment, OwnProcessIdIsTheSameAtEveryCall) {
