@@ -1,4 +1,4 @@
-# What the Linux platform folder links: well-kept libraries of the distribution.
+# The libraries of the Linux platform folder, all from the distribution.
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(ZV_LINUX REQUIRED IMPORTED_TARGET
   xcb xcb-shm xcb-damage xcb-xfixes xcb-randr xcb-composite xcb-render xcb-shape xcb-xkb xcb-icccm xcb-cursor xcb-res

@@ -1,4 +1,4 @@
-# What the Windows platform folder links: Windows itself.
+# The libraries of the Windows platform folder, all part of Windows.
 target_link_libraries(zorvel_platform PUBLIC
   uuid ole32 oleaut32 shell32 user32 gdi32 advapi32 dxgi d3d11 dwmapi gdiplus winmm)
 

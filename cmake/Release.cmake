@@ -1,5 +1,5 @@
-# How the programs are built that users get: optimised, without the folder that they were built in, what nobody calls left
-# out, and what a debugger needs in a file beside them.
+# Flags of the release builds for users: optimized, without paths of the build machine, without unused functions, and
+# with the debug symbols in a separate file.
 set(CMAKE_CXX_FLAGS_RELEASE
   "-O2 -g -DNDEBUG -ffunction-sections -fdata-sections -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
 set(CMAKE_EXE_LINKER_FLAGS_RELEASE "-Wl,--gc-sections")
@@ -10,8 +10,8 @@ else()
   string(APPEND CMAKE_EXE_LINKER_FLAGS_RELEASE " -Wl,-z,relro,-z,now")
 endif()
 
-# Leaves <program> without and <program>.debug with what a debugger needs, and a link from the one to the other.
-function(zorvel_keep_debug_apart target)
+# Moves the debug symbols of <program> to <program>.debug and adds a link to that file.
+function(zorvel_split_debug_symbols target)
   set(program $<TARGET_FILE:${target}>)
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND ${CMAKE_OBJCOPY} --only-keep-debug ${program} ${program}.debug

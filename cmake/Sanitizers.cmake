@@ -2,8 +2,8 @@
 #   zorvel_portable_address, zorvel_platform_address  the address and the undefined-behaviour sanitizer
 #   zorvel_portable_thread, zorvel_platform_thread    the thread sanitizer
 # The address sanitizer watches the program's code alone: tests and GoogleTest take two to five times as long to compile
-# with it, so the plain objects of a test are linked a second time. The thread sanitizer has to see both sides of a
-# race and of what orders it, so tests are compiled for it.
+# with it, so the plain objects of a test are linked a second time. The thread sanitizer must instrument both sides of a
+# race and all synchronization, so tests are compiled with it.
 set(zv_flags_address -fsanitize=address,undefined -fno-sanitize-recover=all)
 # std::atomic_thread_fence is not used; the warning about it would be an error in third-party headers.
 set(zv_flags_thread -fsanitize=thread -Wno-error=tsan)

@@ -1,11 +1,11 @@
 # zv_test(NAME SOURCES... [FAKES Clock ...] [LIBRARIES ...] [LABELS ...] [TIMEOUT seconds] [COST seconds] [SERIAL]
 #         [NIGHTLY pattern] [WHOLE] [ONE_THREAD] [LAUNCHER script])
 #
-# One GoogleTest program. FAKES names files of tests/fake/ that replace the platform service of the same
-# name (or a portable part that the test wants to steer). On Linux every TEST becomes a ctest entry; WHOLE, and every
-# test on Windows, registers the program as one entry, which suits road tests that share an expensive set-up.
-# LAUNCHER runs a WHOLE program. What has a COST begins first, the longest at the head, so that none runs on alone.
-# The tests whose names match NIGHTLY take minutes: they have the label nightly, which ./test leaves out.
+# One GoogleTest program. FAKES names files of tests/fake/ that replace the platform service of the same name (or a
+# portable part that the test controls). On Linux every TEST becomes a ctest entry; WHOLE, and every test on Windows,
+# registers the program as one entry, which suits tests that share an expensive set-up. LAUNCHER runs a WHOLE program.
+# Tests with the highest COST start first, so that no long one runs alone at the end. The tests whose names match
+# NIGHTLY take minutes: they have the label nightly, which ./test leaves out.
 #
 # With ZV_SANITIZERS a portable test is run as NAME_address and, unless ONE_THREAD says that neither it nor what it
 # tests starts a thread, as NAME_thread: one entry each.
@@ -24,13 +24,13 @@ else()
   target_link_libraries(zorvel_gtest INTERFACE GTest::gmock)
 endif()
 
-# What is compiled once for all tests: the entry point, the fakes and the headers of GoogleTest. Tests are compiled
-# for speed of compiling; what they exercise is not.
+# The entry point, the fakes and GoogleTest's headers are compiled once for all tests. Tests are compiled without
+# optimization; the code under test is compiled as it ships.
 set(zv_test_flags -O0 -g1)
-# These make or move whole pictures, and would take ten times as long.
+# These fakes process whole pictures and would take ten times as long without optimization.
 set(zv_busy_fakes BytePipe DesktopCapture EncoderLibrary NumberedDesktop)
 
-# zv_shared_object(OUT NAME SOURCE COMPILE FLAGS...): an object library of one file, made when it is first asked for.
+# zv_shared_object(OUT NAME SOURCE COMPILE FLAGS...): an object library of one file, created at its first use.
 function(zv_shared_object out name source compile)
   string(REPLACE zorvel_compile "" variant ${compile})
   string(REPLACE zorvel_ _ variant "${variant}")
@@ -55,8 +55,8 @@ endfunction()
 # zv_test_program(NAME COMPILE SUFFIX): the program of zv_test's arguments, T_*, over the libraries with that suffix.
 function(zv_test_program name compile suffix)
   zv_test_main(main ${compile})
-  # Their objects alone: with what they link, GoogleTest would stand ahead of the program's archives, and take what it
-  # wants of the standard library from those.
+  # Only the objects: linking the libraries would place GoogleTest before the program's archives, and the linker would
+  # resolve GoogleTest's standard library templates from those.
   set(objects $<TARGET_OBJECTS:${main}>)
   foreach(fake IN LISTS T_FAKES)
     if(suffix AND NOT fake IN_LIST zv_busy_fakes)
@@ -72,7 +72,7 @@ function(zv_test_program name compile suffix)
   target_link_libraries(${name} PRIVATE ${T_LIBRARIES} zorvel_portable${suffix} zorvel_platform${suffix} zorvel_gtest)
   target_compile_options(${name} PRIVATE ${zv_test_flags})
   target_precompile_headers(${name} REUSE_FROM ${main})
-  # Files that are compiled together share the instances of GoogleTest's templates: two thirds of the time.
+  # Files that are compiled together share GoogleTest's template instances, which saves a third of the time.
   set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 4)
 endfunction()
 
@@ -86,7 +86,7 @@ function(zv_sanitized_test name)
     zv_test_program(${name}_thread zorvel_thread _thread)
     list(APPEND programs ${name}_thread)
   endif()
-  # Each runs all that the plain entries run one by one, and slower.
+  # One entry runs all tests of the program, and slower.
   math(EXPR timeout "5 * ${T_TIMEOUT}")
   foreach(program IN LISTS programs)
     add_dependencies(${program} ${name})  # and the helper programs that it needs
@@ -111,7 +111,7 @@ function(zv_test name)
     set(T_COST 0)
   endif()
   if(WIN32)
-    # -municode asks for wmain; tests have a plain main.
+    # -municode requires wmain; tests have a plain main.
     set_property(TARGET ${name} APPEND PROPERTY LINK_OPTIONS -mconsole)
     add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/windows/run_under_wine ${CMAKE_BINARY_DIR} $<TARGET_FILE:${name}>)
     # The first test of a build folder also makes the template of Wine's prefix.

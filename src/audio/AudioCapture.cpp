@@ -1,7 +1,7 @@
 // The worker's thread: initialize sound, open the sources, make the pipe, wait for the reader, pump, release.
 //
-// Every failure becomes one sentence with its code; a stop never does. Each of the three waits ends at the stop event:
-// for the reader, for the next round, for a pending write.
+// Every failure becomes one sentence with its code; a stop never does. The stop event ends each of the three waits: for
+// the reader, for packets, for a pending write.
 #include "audio/AudioCapture.h"
 
 #include <memory>
@@ -113,7 +113,7 @@ Result WriteBlock(AudioRun& run) {
     return done ? resultOk : WriteFailure(*run.write);
 }
 
-/// Writes as many blocks as the wall clock says should exist. After a stall that is the whole backlog.
+/// Writes all blocks that are due by the wall clock: after a stall, the whole backlog.
 Result WriteDueBlocks(AudioRun& run) {
     const std::int64_t target = TargetFrame(Counter100ns(), run.captureStartTime);
     while (BlockIsDue(run.mix, target) && !IsSignalled(run.stop)) {

@@ -16,11 +16,11 @@ public:
     AudioCapture(const AudioCapture&) = delete;
     AudioCapture& operator=(const AudioCapture&) = delete;
 
-    /// Stops a capture that still runs, starts the thread and waits up to 8000 ms until its pipe exists. If it returns
-    /// false, Error() has the reason.
+    /// Stops a running capture, starts the thread and waits up to 8000 ms until its pipe exists. If it returns false,
+    /// Error() has the reason.
     bool Start(bool gameAudio, bool microphone);
 
-    /// Stops and joins the thread. In any state, any number of times. A stop leaves no error text.
+    /// Stops and joins the thread. May be called in any state and repeatedly. A stop leaves no error text.
     void Stop();
 
     /// A copy of the failure's sentence, empty while nothing failed.

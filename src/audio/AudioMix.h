@@ -1,4 +1,4 @@
-// The mix of the sources into blocks of 10 ms, one after the other, none ever skipped.
+// Mixes the sources into consecutive blocks of 10 ms.
 #pragma once
 
 #include <array>
@@ -24,7 +24,7 @@ bool BlockIsDue(const AudioMix& mix, std::int64_t targetFrame);
 /// Makes the block at `nextBlockFrame` from silence and both sources, clipped to -1 and +1.
 void FillBlock(AudioMix& mix);
 
-/// The block has been written.
+/// Called after the block has been written.
 void FinishBlock(AudioMix& mix);
 
 }  // namespace zv

@@ -1,7 +1,7 @@
 // Two seconds of output audio of one source, each frame stored by its number on the output timeline.
 //
-// A slot is valid only if its stamp equals the requested frame; anything else is two seconds old and reads as
-// silence. Only the audio thread touches a ring.
+// A slot is valid only if its stamp equals the requested frame; any other content is at least two seconds old and reads
+// as silence. Only the audio thread touches a ring.
 #pragma once
 
 #include <cstdint>

@@ -13,7 +13,7 @@ Text InitializationStage(const MixFormat& mix) {
            DecimalUnsigned(mix.formatTag) + u")";
 }
 
-bool WantsWaveInput(Result initialized, bool loopback) {
+bool NeedsWaveInput(Result initialized, bool loopback) {
     return !loopback && (initialized == resultInvalidArgument || initialized == resultFormatUnsupported);
 }
 
@@ -29,7 +29,7 @@ Result ReadFormat(AudioSource& source, MixFormat& mix) {
 Result OpenStream(AudioSource& source, const MixFormat& mix, bool loopback) {
     source.stage = InitializationStage(mix);
     const Result initialized = InitializeEndpoint(*source.endpoint, loopback);
-    if (WantsWaveInput(initialized, loopback)) {
+    if (NeedsWaveInput(initialized, loopback)) {
         return OpenWaveSource(source);
     }
     if (Failed(initialized)) {
@@ -43,8 +43,8 @@ void StoreEndpointPacket(AudioSource& source, const AudioPacket& packet, std::in
     const std::uint32_t rate = source.format.sampleRate;
     const std::int64_t position =
         packet.timestampError ? PositionEndingNow(Counter100ns(), packet.frames, rate) : packet.position;
-    const FrameRange place = PacketRange(position, captureStartTime, packet.frames, rate);
-    StorePacket(source.ring, source.format, {packet.silent ? nullptr : packet.data, packet.frames}, place);
+    const FrameRange range = PacketRange(position, captureStartTime, packet.frames, rate);
+    StorePacket(source.ring, source.format, {packet.silent ? nullptr : packet.data, packet.frames}, range);
 }
 
 Result DrainEndpoint(AudioSource& source, std::int64_t captureStartTime) {

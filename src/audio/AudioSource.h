@@ -28,7 +28,7 @@ struct AudioSource {
     Text stage;  ///< the current step of opening, as the failure message names it
 
     Owned<WaveInput> waveIn;
-    int currentBuffer = 0;  ///< the buffer that is expected back next
+    int currentBuffer = 0;  ///< the buffer that the device completes next
     std::int64_t waveInFrames = 0;
     std::int64_t waveInStartTime = 0;  ///< 100 ns
 };

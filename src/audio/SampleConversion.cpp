@@ -59,10 +59,10 @@ StereoFrame MixChannels(std::uint32_t channels, const Value& value) {
     return frame;
 }
 
-// The output frames from number `i` of a packet on. `channels` is the format's count, as a constant where it is the
-// usual one, so that the compiler removes the loop over further channels.
+// The output frames from number `i` of a packet on. `channels` is the format's count. It is a constant for stereo, so
+// that the compiler removes the loop over further channels.
 
-/// At the output's own rate every output frame is a frame of the packet, without interpolation.
+/// At the output's rate every output frame is a frame of the packet: no interpolation.
 template <float (*Decode)(const std::byte*), std::size_t sampleBytes, class Channels>
 void CopyFrames(const SourceFormat& format, Channels channels, PacketSound sound, std::int64_t i,
                 std::span<StereoFrame> output) {
@@ -92,7 +92,7 @@ void InterpolateFrames(const SourceFormat& format, Channels channels, PacketSoun
     }
 }
 
-/// Stores contiguous runs of slots: one, or two across the ring's end.
+/// Stores contiguous runs of slots: one run, or two if the range crosses the ring's end.
 template <float (*Decode)(const std::byte*), std::size_t sampleBytes, class Channels>
 void StoreRuns(AudioRing& ring, const SourceFormat& format, Channels channels, PacketSound sound, FrameRange part,
                std::int64_t first) {
@@ -160,15 +160,15 @@ bool AcceptFormat(const MixFormat& mix, SourceFormat& format) {
            mix.blockAlign == mix.bitsPerSample / 8 * mix.channels && HasDecoder(tag, mix.bitsPerSample);
 }
 
-void StorePacket(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange place) {
-    const FrameRange part = Acceptable(ring, place);
+void StorePacket(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange range) {
+    const FrameRange part = Acceptable(ring, range);
     if (sound.data == nullptr || sound.frames == 0) {
         for (std::int64_t t = part.begin; t < part.end; ++t) {
             StoreFrame(ring, t, {});
         }
         return;
     }
-    StoreSound(ring, format, sound, part, place.begin);
+    StoreSound(ring, format, sound, part, range.begin);
 }
 
 }  // namespace zv

@@ -32,8 +32,8 @@ struct PacketSound {
     std::uint32_t frames = 0;
 };
 
-/// Converts one packet and stores its output frames at `place`. Frames that the ring does not accept are not
+/// Converts one packet and stores it as the output frames of `range`. Frames that the ring does not accept are not
 /// converted. Silence is stored as zeros.
-void StorePacket(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange place);
+void StorePacket(AudioRing& ring, const SourceFormat& format, PacketSound sound, FrameRange range);
 
 }  // namespace zv

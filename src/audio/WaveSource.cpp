@@ -48,7 +48,7 @@ Result StartWaveSource(AudioSource& source) {
 }
 
 Result DrainWaveSource(AudioSource& source, std::int64_t captureStartTime) {
-    for (int taken = 0; taken < waveBufferCount; ++taken) {
+    for (int drained = 0; drained < waveBufferCount; ++drained) {
         const WaveBuffer buffer = PeekWaveBuffer(*source.waveIn, source.currentBuffer);
         if (!buffer.done) {
             break;

@@ -1,7 +1,8 @@
-// The capture engine: the one record that owns FFmpeg's children and what feeds them, and the operations on it.
+// The capture engine: owns FFmpeg's children and the workers that feed them.
 //
 // It does not depend on the interface. Every operation reports by a boolean and by a sentence in statusText. It has no
-// lock: at most one worker holds it at a time (ui/CaptureJobs.h), and the interface thread reads only the atomics.
+// lock: at most one worker uses it at a time (ui/commands/CaptureJobs.h), and the interface thread reads only the
+// atomics.
 #pragma once
 
 #include <atomic>
@@ -19,7 +20,7 @@ enum class EngineState : std::int32_t {
     Failed = 3      ///< the last configuration or recording failed, or FFmpeg is missing
 };
 
-/// What the engine is configured with.
+/// The engine's configuration.
 struct CaptureConfig {
     std::int32_t width = 2560;
     std::int32_t height = 1440;
@@ -56,7 +57,7 @@ public:
 
     // ReplayBuffer.cpp
 
-    /// With `enable`, ensures that a replay of `seconds` (clamped to 15 to 300) runs; without, that none runs.
+    /// If `enable` is true, ensures that a replay of `seconds` (clamped to 15 to 300) runs. Otherwise stops the replay.
     bool StartReplay(bool enable, std::int32_t seconds);
 
     /// Whole seconds that the replay's playlist lists; 0 without a running replay.
@@ -111,7 +112,7 @@ public:
     std::uint64_t fpsSampleFrames = 0;
 };
 
-/// One health poll, for a worker that holds the engine. An exception becomes a result that reports the failed poll.
+/// One health poll, for a worker that uses the engine. An exception becomes a result that reports the failed poll.
 CapturePollResult PollCapture(CaptureEngine& engine);
 
 }  // namespace zv

@@ -17,7 +17,7 @@ void StopFeeders(EncoderProcess& process) {
 }
 
 /// FFmpeg's own quit command. A child that a relay feeds ends at the end of its input instead.
-void AskToQuit(EncoderProcess& process) {
+void RequestQuit(EncoderProcess& process) {
     if (IsRunning(*process.process) && process.stdinWrite && !process.relay) {
         WriteInput(*process.stdinWrite, "q\n");
     }
@@ -66,7 +66,7 @@ bool CaptureEngine::StopChild(EncoderProcess& process, std::uint32_t timeoutMs) 
         process.video.reset();
         return false;  // keeps the stopped relay
     }
-    AskToQuit(process);
+    RequestQuit(process);
     const bool endedWell = EndChild(process, timeoutMs);
     StopFeeders(process);  // only now: FFmpeg finishes its file while its inputs still exist
     ResetProcess(process);

@@ -1,8 +1,8 @@
 // Starting video, sound and FFmpeg together.
 //
 // The start counts only once FFmpeg's progress file shows that frames arrive, and in demanding modes only once the
-// sustained rate has reached 90 percent of the target. There is no retry: a failure ends everything that was
-// started and leaves one sentence. All waits are for the child's end, so that its death ends them at once.
+// sustained rate has reached 90 percent of the target. There is no retry: a failure ends everything that was started
+// and leaves one sentence. Every wait is a wait for the child's end, so that a child that dies ends it at once.
 #include <filesystem>
 #include <fstream>
 #include <system_error>
@@ -81,7 +81,7 @@ bool WaitForFrames(CaptureEngine& engine, EncoderProcess& process, const Text& p
 
 bool AllRun(const EncoderProcess& process) { return IsChildRunning(process) && !FeederHasStopped(process); }
 
-/// Frames a second over the window, or over the part of it before something stopped.
+/// Frames a second over the window, which ends early if the child or a feeder stops.
 std::int32_t MeasureRate(const EncoderProcess& process, std::uint32_t windowMs) {
     const std::uint64_t begin = TickMs();
     const std::uint64_t framesBefore = process.video->encodedFrames;

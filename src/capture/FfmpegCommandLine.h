@@ -8,7 +8,7 @@
 
 namespace zv {
 
-/// The whole line of a child: the quoted executable, what all children share, then `arguments`.
+/// The whole line of a child: the quoted executable, the options of all children, then `arguments`.
 Text FfmpegCommandLine(const Text& ffmpegPath, const Text& arguments);
 
 /// The options for the feeders in `process`, from the inputs to the audio codec, with a blank at the end.

@@ -1,4 +1,4 @@
-// Where FFmpeg is: an external program that the user supplies.
+// Finds FFmpeg, an external program that the user supplies.
 #pragma once
 
 #include "core/Text.h"

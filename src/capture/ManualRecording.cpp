@@ -1,4 +1,4 @@
-// A recording of open length: from the segments of a running replay, or with a capture of its own.
+// A recording until the user stops it: from the segments of a running replay, or with a capture of its own.
 //
 // Either way the file is a fragmented MP4 under a working name, which gets its final name only when the child ended by
 // itself. A working file that was not renamed is kept.
@@ -17,8 +17,8 @@ namespace zv {
 namespace {
 
 constexpr std::uint32_t passMs = 25;
-constexpr int mediaPasses = 160;  // 4 seconds
-constexpr int proofPasses = 480;  // 12 seconds
+constexpr int mediaPasses = 160;   // 4 seconds
+constexpr int outputPasses = 480;  // 12 seconds
 
 /// Throws the file system's exception if the files cannot be examined.
 bool CanWriteRecording(const Text& outputPath) {
@@ -34,8 +34,8 @@ bool WaitForBufferedMedia(CaptureEngine& engine) {
 }
 
 /// Returns true once the remuxing child has written media and still runs.
-bool WaitForProofOfLife(const EncoderProcess& process, const Text& workingName) {
-    for (int pass = 0; pass < proofPasses && IsChildRunning(process) && !HasMediaData(workingName); ++pass) {
+bool WaitForOutput(const EncoderProcess& process, const Text& workingName) {
+    for (int pass = 0; pass < outputPasses && IsChildRunning(process) && !HasMediaData(workingName); ++pass) {
         SleepMs(passMs);
     }
     return IsChildRunning(process) && HasMediaData(workingName);
@@ -47,7 +47,7 @@ bool StartFromReplay(CaptureEngine& engine, const Text& workingName) {
     const bool started = recording.relay->Start(engine.replayDir) &&
                          engine.StartChild(recording, RemuxArguments(recording.relay->PipeName(), workingName),
                                            JoinPath(engine.cacheDir, u"recording-remux.log")) &&
-                         WaitForProofOfLife(recording, workingName);
+                         WaitForOutput(recording, workingName);
     if (!started) {
         engine.statusText =
             u"Recording could not start from replay. Check the recording folder and audio device; details are in "

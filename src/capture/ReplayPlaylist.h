@@ -1,7 +1,7 @@
-// What the replay's playlist says: which segments it lists and how many seconds they hold.
+// Reads the replay's playlist: which segments it lists, and how many seconds they hold.
 //
-// The playlist is FFmpeg's own, plain text read as bytes. Segment names stay narrow bytes as long as they are compared
-// or written; they sort in time order as byte strings.
+// The playlist is FFmpeg's own, plain text read as bytes. Segment names are compared and written as bytes; as byte
+// strings they sort in time order.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +23,7 @@ SegmentNames SegmentNamesIn(std::string_view playlist);
 std::int32_t SecondsIn(std::string_view playlist);
 
 /// Which of the listed segments are due after `lastSent`, in order. Names compare as bytes, so that none is ever sent
-/// twice. An empty `lastSent` is a new stream, which starts no more than two segments back.
+/// twice. An empty `lastSent` starts a new stream, at most two segments back.
 SegmentNames SegmentsToRelay(SegmentNames listed, const std::string& lastSent);
 
 /// The full path of a replay folder's playlist.

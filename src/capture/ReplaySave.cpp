@@ -1,7 +1,7 @@
 // Saving a replay: the segments that the playlist lists at this moment become one MP4.
 //
-// They are copied aside first, so that the running FFmpeg cannot delete them, and a second, short FFmpeg joins the
-// copies without encoding anything. The file gets its final name only when it is complete.
+// They are copied to a folder of the save first, so that the running FFmpeg cannot delete them, and a second, short
+// FFmpeg joins the copies without encoding anything. The file gets its final name only when it is complete.
 #include <filesystem>
 #include <fstream>
 #include <system_error>

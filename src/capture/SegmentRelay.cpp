@@ -37,7 +37,7 @@ struct RelayWorker {
         }
         relay.worker_.ReportReady();
         if (ConnectPipe(*pipe, *relay.abortEvent_, limits.connectMs) != PipeConnect::Connected) {
-            return;  // still marked as running: the reader fails, and that is reported
+            return;  // `running` stays set: the failure of the reader is reported instead
         }
         while (!relay.worker_.StopRequested() && SendNewSegments()) {
             WaitAny({&relay.worker_.StopEvent()}, limits.pollMs);
@@ -65,7 +65,7 @@ struct RelayWorker {
         return true;
     }
 
-    /// A failed read ends the segment like its end.
+    /// Treats a failed read as the end of the segment.
     bool SendSegment(const std::string& name) {
         const Owned<SharedFile> file = OpenSharedFile(SegmentPath(folder, name));
         if (!file) {

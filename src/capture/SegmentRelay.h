@@ -1,7 +1,7 @@
 // Feeds an FFmpeg child with a live HLS ring as one endless transport stream.
 //
-// One thread watches the playlist and writes every finished segment, in order and in full, to a pipe. It moves bytes
-// and knows only file names. It records no sentence: a failure closes the pipe, and FFmpeg ends at that.
+// One thread watches the playlist and writes every finished segment, in order and in full, to a pipe. It does not parse
+// the segments. It records no sentence: a failure closes the pipe, which ends FFmpeg.
 #pragma once
 
 #include <atomic>
@@ -26,18 +26,18 @@ public:
     SegmentRelay(const SegmentRelay&) = delete;
     SegmentRelay& operator=(const SegmentRelay&) = delete;
 
-    /// Stops a relay that still runs, starts the thread and waits up to 5000 ms until its pipe exists.
-    /// Returns true if a reader may connect.
+    /// Stops a running relay, starts the thread and waits up to 5000 ms until its pipe exists. Returns true if a reader
+    /// may connect.
     bool Start(const Text& replayFolder, const RelayLimits& limits = {});
 
-    /// Lets the current segment finish, for 6 seconds at most, and joins the thread.
-    /// In any state, any number of times; not from the relay's own thread.
+    /// Sends the rest of the current segment, for 6 seconds at most, and joins the thread. May be called in any state
+    /// and repeatedly, but not on the relay's own thread.
     void Stop();
 
     /// The name under which the reader opens the stream, valid after Start.
     const Text& PipeName() const { return pipeName_; }
 
-    /// From the pipe's existence until the thread ends on a stop or a failure. It stays set if no reader came.
+    /// From the pipe's existence until the thread ends on a stop or a failure. It stays set if no reader connected.
     std::atomic<bool> running{false};
 
 private:

@@ -1,4 +1,4 @@
-// What an encoder that has just started must show: rules over figures, without a clock or a process.
+// Decides from frame counts and rates whether an encoder has started and is fast enough. No clock, no process.
 #pragma once
 
 #include <cstdint>
@@ -16,13 +16,13 @@ std::int64_t FrameThreshold(std::int32_t fps);
 /// Returns true if a "frame=" line of FFmpeg's progress text has a count of at least `threshold`.
 bool FramesHaveReached(std::string_view progress, std::int64_t threshold);
 
-/// Only demanding modes are measured.
+/// Returns true for the demanding modes, whose rate is measured.
 bool NeedsSpeedCheck(std::int32_t width, std::int32_t fps);
 
-/// Frames a second, truncated. The time is at least 1 ms.
+/// Frames a second, truncated. A time below 1 ms counts as 1 ms.
 std::int32_t FrameRate(std::uint64_t frames, std::uint64_t elapsedMs);
 
-/// At least 90 percent of the target.
+/// Returns true from 90 percent of the target on.
 bool IsFastEnough(std::int32_t measured, std::int32_t fps);
 
 /// The worker's smoothed times, for diagnosis.

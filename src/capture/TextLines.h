@@ -20,8 +20,8 @@ void ForEachLine(std::string_view text, const Use& use) {
     }
 }
 
-/// A decimal number at the start of `text`, after blanks; what follows it is ignored. Nothing if there is none or it is
-/// out of range. Infinity and "not a number" are no numbers here.
+/// The decimal number at the start of `text`, after blanks; text after it is ignored. Returns nothing if there is no
+/// number, or if it is out of range, infinite or not a number.
 std::optional<double> LeadingReal(std::string_view text);
 std::optional<std::int64_t> LeadingInteger(std::string_view text);
 

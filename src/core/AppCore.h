@@ -1,4 +1,4 @@
-// The small records on disk that a session leaves behind: the line log and the history of activity.
+// The two text files that a session appends to: the log and the activity history.
 //
 // Neither reports errors, and nothing on disk is trimmed.
 #pragma once
@@ -29,7 +29,7 @@ struct AppCore {
     OneByteWriter logStream;  ///< under logMutex
     Text logPath;
     std::vector<CapturePreset> presets = BuildCapturePresets();
-    Text releaseVersion = u"0.3.0";  ///< this and the next three are kept and never read
+    Text releaseVersion = u"0.3.0";  ///< this and the next three are stored and never read
     Text releaseStatus = u"Not checked";
     Text releaseTitle;
     Text releaseNotes;
@@ -39,7 +39,8 @@ struct AppCore {
 /// The one record of the process.
 AppCore& CurrentAppCore();
 
-/// Opens the log and names the history under `data`, creating their folders. Interface thread, before any writing.
+/// Opens the log and names the history under `data`, creating their folders. Called on the interface thread before
+/// anything is written.
 void AppLogStart(TextView data);
 
 /// One line "[hh:mm:ss] [level] [category] message", flushed. Any thread.

@@ -1,4 +1,4 @@
-// Folders are created where they are missing.
+// Creates missing folders.
 #pragma once
 
 #include "core/Text.h"

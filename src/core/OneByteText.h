@@ -1,7 +1,7 @@
 // The text files of the application core: settings, log, history.
 //
-// On disk one byte is one code unit of the same value and a line ends in CR LF, on every system. A unit of 256 or
-// above has no byte: from there on the writer drops everything.
+// On disk one byte is one code unit of the same value and a line ends in CR LF, on every system. A unit of 256 or above
+// has no byte: the writer drops it and everything after it.
 #pragma once
 
 #include <fstream>
@@ -23,7 +23,7 @@ public:
     void Open(TextView path, OpenFor purpose);
     bool IsOpen() const { return stream_.is_open(); }
 
-    /// Each LF becomes CR LF. Up to the first unit without a byte; from that unit on writes are dropped.
+    /// Writes the text up to the first unit without a byte, each LF as CR LF. After such a unit all writes are dropped.
     void Write(TextView text);
     void Flush();
     void Close();
@@ -33,7 +33,7 @@ private:
     bool bad_ = false;
 };
 
-/// Reads the file up to the first Ctrl-Z, CR LF as LF. Returns false if it cannot be opened.
+/// Reads the file up to the first Ctrl-Z and converts CR LF to LF. Returns false if it cannot be opened.
 bool ReadOneByteText(TextView path, Text& text);
 
 /// The lines between the LFs. Text after the last LF counts as a line unless it is empty.

@@ -1,4 +1,4 @@
-// A file that exists while a session runs. If it is still there at the next start, the last session ended uncleanly.
+// A file that exists while a session runs. If it still exists at the next start, the last session ended uncleanly.
 #pragma once
 
 #include "core/Text.h"
@@ -7,14 +7,14 @@ namespace zv {
 
 struct SessionMarker {
     Text path;
-    bool previousRunUnclean = false;  ///< the file was there when this session started
+    bool previousRunUnclean = false;  ///< the file existed when this session started
 };
 
 /// The one record of the process. Interface thread.
 SessionMarker& CurrentSessionMarker();
 
-/// Looks for the marker under `data` and rewrites it. Throws a filesystem_error named "exists" if the system cannot
-/// examine it.
+/// Checks whether the marker exists under `data`, and writes it. Throws a filesystem_error named "exists" if the system
+/// cannot examine it.
 void SessionMarkerBegin(TextView data);
 
 /// Removes the marker.

@@ -1,7 +1,7 @@
-// All that the user can configure, and the one file that keeps it.
+// The user's settings and the file that stores them.
 //
-// The interface thread owns the record; workers receive copies. The file has one key=value a line. Keys are read back
-// each by its own rule: a missing or malformed key keeps its default, and is not reported.
+// The interface thread owns the record; workers receive copies. The file has one key=value a line. A missing or
+// malformed key keeps its default and is not reported.
 #pragma once
 
 #include <array>
@@ -32,7 +32,7 @@ struct Settings {
     std::uint32_t overlayScale = 100;   ///< stored and clamped only
     Text codec = u"H264";
     Text encoder = u"Auto";
-    Text theme = u"ZV Purple";        ///< until the first reset, which says "Zorvel Purple"
+    Text theme = u"ZV Purple";        ///< until the first reset, which sets "Zorvel Purple"
     std::uint32_t accent = 16145547;  ///< stored only
     Text captureRoot;
     Text ffmpegPath;
@@ -51,7 +51,7 @@ Settings& CurrentSettings();
 /// The file's path; creates its folder. Throws a filesystem_error named "create_directories" if that fails.
 Text SettingsPath();
 
-/// Every field to its default, and creates the three library folders if possible.
+/// Sets every field to its default and creates the three library folders if possible.
 void ResetSettings(Settings& settings);
 
 /// Resets, then reads the file if there is one. Throws as SettingsPath does.

@@ -41,8 +41,8 @@ constexpr Resolution defaultResolution = {2560, 1440};
 constexpr std::uint32_t frameRates[] = {30, 60, 120, 240};
 constexpr std::uint32_t defaultFrameRate = 60;
 
-// The names of an older set. Those that the theme buttons write are not among them, so that a chosen colour lasts
-// until the next validation.
+// The theme names of an older version. They do not include the names that the theme buttons write, so a chosen colour
+// lasts until the next validation.
 constexpr std::array<TextView, 5> themes = {u"ZV Purple", u"Midnight Blue", u"Crimson", u"Emerald", u"Pure Black"};
 
 struct FolderRow {
@@ -57,7 +57,7 @@ constexpr FolderRow folderRows[] = {
 };
 
 void Clamp(const ClampRow& row, Settings& settings, Issues& issues) {
-    // Signed: a negative number in the file arrives here as a large unsigned one and means the minimum.
+    // Compared as signed: a negative number in the file was read as a large unsigned one and is clamped to the minimum.
     const auto value = static_cast<std::int32_t>(settings.*row.field);
     const std::int32_t clamped = std::clamp(value, row.minimum, row.maximum);
     if (clamped != value) {

@@ -9,7 +9,7 @@ namespace zv {
 
 struct SettingsIssue {
     Text key;
-    Text message;           ///< for a person
+    Text message;           ///< for the user
     bool repaired = false;  ///< false: the problem remains
     bool operator==(const SettingsIssue&) const = default;
 };

@@ -1,7 +1,7 @@
-// The one text type of the program and the few operations that everything shares.
+// The text type of the program and its basic operations.
 //
-// Text is UTF-16 code units on every platform, so that a length, a limit and a comparison mean the same
-// everywhere. Conversions to what a system speaks (wchar_t, UTF-8) happen inside src/platform only.
+// Text is UTF-16 code units on every platform, so that a length, a limit and a comparison mean the same everywhere.
+// Only src/platform converts it to the types of a system (wchar_t, UTF-8).
 #pragma once
 
 #include <cstdint>
@@ -18,14 +18,14 @@ using TextView = std::u16string_view;
 /// Each byte of `bytes` as one code unit of the same value, 0 to 255.
 Text Widen(std::string_view bytes);
 
-/// The low byte of each code unit. Only for text that is known to hold nothing above 255.
+/// The low byte of each code unit. Only for text whose units are all below 256.
 std::string Narrow(TextView text);
 
 /// Plain decimal without padding, "-" in front of a negative value.
 Text Decimal(std::int64_t value);
 Text DecimalUnsigned(std::uint64_t value);
 
-/// The code of a failure as its sentence ends: " (0x%08X)", upper case, always eight digits.
+/// The code at the end of a failure's sentence: " (0x%08X)", upper case, always eight digits.
 Text CodeSuffix(std::uint32_t code);
 
 /// The sentence of a failure, ending in its code.

@@ -1,5 +1,5 @@
-// A decoded high surrogate never precedes a low one, because the two would be encoded as one character: the high one's
-// three bytes are then escaped one by one.
+// Decoding never leaves a high surrogate before a low one, because the two would be encoded as one character. It
+// escapes the three bytes of the high surrogate one by one instead.
 #include "core/Utf8.h"
 
 #include <array>

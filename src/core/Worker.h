@@ -1,7 +1,7 @@
-// The life of a worker: one thread that starts, reports ready, and ends by itself with one sentence or on a stop.
+// Runs one thread that starts, reports ready, and ends by itself with one sentence or at a stop.
 //
 // The owner calls Start and Stop from one thread. The worker's thread calls ReportReady once, Fail on a failure, and
-// looks at StopEvent in each of its waits. A stop leaves no error text.
+// includes StopEvent in each of its waits. A stop leaves no error text.
 #pragma once
 
 #include <atomic>
@@ -16,12 +16,12 @@
 
 namespace zv {
 
-/// How long a start may take, and what it records. An empty sentence records nothing.
+/// How long a start may take, and the sentences of its failures. An empty sentence is not recorded.
 struct WorkerOptions {
     std::uint32_t readyMs = 0;  ///< limit until ReportReady or the thread's end
-    TextView noEvents;          ///< the system is out of events
+    TextView noEvents;          ///< the events cannot be created
     TextView timedOut;          ///< the limit has passed
-    Text exception;             ///< the thread's body threw; complete with its code
+    Text exception;             ///< the thread's body threw; includes the code
 };
 
 class Worker {
@@ -32,18 +32,19 @@ public:
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
 
-    /// Stops a thread that still runs, clears the error and runs `body` on a thread. Returns true once that has
-    /// reported ready. Returns false if it has not within the limit, or has failed; the thread may still run then.
-    /// Throws std::system_error if there is no thread.
+    /// Stops a running thread, clears the error and runs `body` on a new thread. Returns true once that has reported
+    /// ready. Returns false if it fails first, or exceeds the limit; the thread may still run then. Throws
+    /// std::system_error if the thread cannot be created.
     bool Start(WorkerOptions options, std::function<void()> body);
 
-    /// Requests the stop, joins the thread, clears `running`. In any state, any number of times; not from the thread.
+    /// Requests the stop, joins the thread, clears `running`. May be called in any state and repeatedly, but not on the
+    /// worker's thread.
     void Stop();
 
-    /// Asks the thread to end, without waiting.
+    /// Requests the stop without waiting.
     void RequestStop();
 
-    /// Waits for the end of a thread that was asked to end. Returns false if it still runs after the time.
+    /// Waits for the thread to end. Returns false if it still runs after the timeout.
     bool EndsWithin(std::uint32_t timeoutMs);
 
     /// Sets `running` and ends the wait in Start. On the worker's thread.
@@ -66,7 +67,7 @@ private:
     std::atomic<bool>& running_;
     Owned<Event> stopEvent_;
     Owned<Event> readyEvent_;
-    Owned<Event> endedEvent_;  ///< the last thing that the thread signals
+    Owned<Event> endedEvent_;  ///< the thread signals it last
     std::thread thread_;
 
     mutable std::mutex mutex_;

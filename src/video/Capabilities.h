@@ -1,7 +1,7 @@
-// A survey of the graphics adapters and of the encoders that they could offer.
+// The graphics adapters and the encoders that they support.
 //
-// Made once at start-up, as a plain record: no page shows it and no decision rests on it. The capture always uses
-// the one encoder library and finds out by itself whether that works.
+// Detected once at start-up and only recorded: no page shows the report and no decision depends on it. The capture
+// always loads its one encoder library and reports a failure itself.
 #pragma once
 
 #include <cstdint>
@@ -31,7 +31,7 @@ struct EncoderChoice {
 struct CapabilityReport {
     std::vector<AdapterInfo> adapters;
     std::vector<EncoderChoice> encoders;
-    std::uint32_t replaySeconds = 0;  ///< default of the replay length until the settings give theirs
+    std::uint32_t replaySeconds = 0;  ///< the default replay length, until the settings are loaded
     bool detected = false;
 };
 

@@ -1,7 +1,7 @@
 // When the next frame is due: the deadline arithmetic of the video loop, with the clock and the wait injected.
 //
-// Frames go out on a grid of whole nanoseconds. A loop that falls behind runs back to back until it is ahead again;
-// only beyond 100 ms is the backlog dropped. No clock and no timer of its own.
+// Deadlines are a fixed number of whole nanoseconds apart. A late loop runs without waiting until it has caught up; a
+// backlog of more than 100 ms is dropped.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// The monitors that the user can choose to capture. Every call asks the system anew. Any thread.
+// The monitors that the user can choose to capture. Every call queries the system. Any thread.
 #pragma once
 
 #include <optional>

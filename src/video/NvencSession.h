@@ -31,7 +31,7 @@ public:
     /// ErrorText, if the access unit is empty. Frames are numbered from 0 without gaps.
     bool EncodeFrame(std::uint32_t frameIndex, std::vector<std::byte>& outBytes);
 
-    /// Releases everything that is held. In any state, any number of times.
+    /// Releases everything that is held. May be called in any state and repeatedly.
     void Close();
 
     /// The sentence of the last failure.

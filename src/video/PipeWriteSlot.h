@@ -19,13 +19,13 @@ struct PipeWriteSlot {
     Owned<PipeWrite> write;  ///< destroyed before the bytes
 };
 
-/// Gives the slot its write and reserves its buffer. Returns false if the system is out of handles.
+/// Creates the slot's write and reserves its buffer. Returns false if the system is out of handles.
 bool PrepareSlot(PipeWriteSlot& slot, BytePipe& pipe);
 
 enum class SlotWait {
     Free,      ///< nothing was pending
     Finished,  ///< a write was pending and all its bytes are with the system
-    Lost       ///< stopped, timed out or failed; nothing is pending any more
+    Lost       ///< stopped, timed out or failed; no write is pending
 };
 
 SlotWait WaitForSlot(PipeWriteSlot& slot, Event& stop);

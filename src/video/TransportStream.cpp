@@ -57,7 +57,7 @@ constexpr std::array<std::uint8_t, 12> patSection = {
     0x00,           0x01,        // transport_stream_id 1
     0xC1,           0x00, 0x00,  // version 0, current, section 0 of 0
     0x00,           0x01, 0xE0 | LowByte(pmtPid >> 8),
-    LowByte(pmtPid)};  // program 1 and where its map is
+    LowByte(pmtPid)};  // program 1 and the PID of its map
 
 constexpr std::array<std::uint8_t, 17> pmtSection = {0x02,
                                                      0xB0,
@@ -109,8 +109,8 @@ std::uint8_t* PutSectionPacket(std::uint8_t* to, const Packet& packet, std::uint
 
 // Packets of the video stream
 
-/// Adaptation field, stuffing included, for `payload` bytes below payloadLimit. It is written up to the end of the
-/// packet, a constant size that needs no loop; the payload comes over it, also over the flags of a field of length 0.
+/// Adaptation field, stuffing included, for `payload` bytes below payloadLimit. Fills up to the end of the packet, a
+/// constant size that needs no loop. The payload then overwrites the end, and also the flags of a field of length 0.
 void PutAdaptationField(std::uint8_t* packet, std::size_t payload, std::uint8_t flags) {
     packet[4] = LowByte(payloadLimit - 1 - payload);
     packet[5] = flags;
@@ -134,8 +134,8 @@ void PutHeader(std::uint8_t* packet, bool first, bool adaptation, std::uint32_t&
     std::memcpy(packet, header.data(), header.size());
 }
 
-/// For sizes that are not constant. Not memcpy: where the compiler knows a small bound it makes one instruction of it
-/// whose start costs more than the copy of several packets.
+/// For sizes that are not constant. Not memcpy: for a small known bound the compiler emits a string instruction, whose
+/// start-up costs more than copying several packets.
 void PutBytes(std::uint8_t* to, const std::byte* from, std::size_t size) {
     if (size != 0) {
         std::memmove(to, from, size);
@@ -148,7 +148,7 @@ constexpr std::array<std::uint8_t, 9> pesStart = {0x00, 0x00, 0x01, 0xE0,  // st
                                                   0x00, 0x00,              // unbounded
                                                   0x80, 0x80, 0x05};       // nothing but a PTS, 5 bytes
 
-/// Straight into the packet: a copy from the stack would have to wait until every byte before it is stored.
+/// Writes into the packet directly: a copy from a local array would stall until each byte of the array is stored.
 void PutPesHeader(std::uint8_t* to, std::uint64_t pts) {
     std::memcpy(to, pesStart.data(), pesStart.size());
     to[9] = LowByte(((pts >> 29) & 0x0E) | 0x21);
@@ -179,15 +179,15 @@ std::uint8_t* PutFirstPacket(std::uint8_t* packet, Frame& frame, std::uint32_t& 
     PutPcr(packet + 6, frame.pts);
     std::uint8_t* to = packet + tsPacketSize - payload;
     PutPesHeader(to, frame.pts);
-    const std::size_t taken = payload - pesHeaderSize;
-    PutBytes(to + pesHeaderSize, frame.bytes, taken);
-    frame.bytes += taken;
-    frame.left -= taken;
+    const std::size_t copied = payload - pesHeaderSize;
+    PutBytes(to + pesHeaderSize, frame.bytes, copied);
+    frame.bytes += copied;
+    frame.left -= copied;
     return packet + tsPacketSize;
 }
 
-/// The hot loop: a header of four bytes and a copy of constant size. The cursors are locals because a byte that is
-/// stored may alias anything that is reached through a reference.
+/// The hot loop: a header of four bytes and a copy of constant size. The cursors are locals because a stored byte may
+/// alias any object behind a reference.
 std::uint8_t* PutFullPackets(std::uint8_t* packet, Frame& frame, std::uint32_t& counter) {
     const std::byte* from = frame.bytes;
     const std::byte* const end = from + frame.left / payloadLimit * payloadLimit;
@@ -222,7 +222,7 @@ void MuxFrame(TsMuxState& state, std::span<const std::byte> accessUnit, std::uin
     frame.keyFrame = frameIndex % fps == 0;
 
     const std::size_t tables = frame.keyFrame ? 2 : 0;
-    // Not cleared first: every byte is written below, and resizing only pays for what is longer than the last frame.
+    // Not cleared first: every byte is written below, and resize initializes only the bytes beyond the last frame's.
     outBytes.resize((tables + PacketsOf(pesHeaderSize + frame.left)) * tsPacketSize);
     auto* packet = reinterpret_cast<std::uint8_t*>(outBytes.data());
     if (frame.keyFrame) {

@@ -1,8 +1,8 @@
 // Muxes H.264 access units into an MPEG-2 transport stream (ISO/IEC 13818-1) with one program and one video stream.
 //
-// Pure logic: bytes and two integers in, bytes out. All times follow from the frame's index, never from a clock.
-// Tables precede every frame whose index is a multiple of the rate, where the encoder puts its key frames;
-// every frame carries a PCR that equals its PTS.
+// Pure logic: bytes and two integers in, bytes out. All times follow from the frame's index, never from a clock. Tables
+// precede every frame whose index is a multiple of the rate, at which the encoder makes key frames; every frame carries
+// a PCR that equals its PTS.
 #pragma once
 
 #include <cstddef>

@@ -27,14 +27,14 @@ constexpr std::uint32_t pipeBufferBytes = 0x100000;
 // Bits of D3D11_VIDEO_PROCESSOR_COLOR_SPACE.
 constexpr std::uint32_t fullRangeRgb = 0;
 constexpr std::uint32_t limitedRangeBt709 = 20;  // BT.709 matrix, nominal range 16 to 235
-// Of the bars around the picture, in the limited range.
+// The colour of the bars around the picture, in the limited range.
 constexpr float blackLuma = 0.0625F;
 constexpr float neutralChroma = 0.5F;
 constexpr std::uint32_t firstRotated = 2;  // 0 is unspecified, 1 is not rotated
 
 std::atomic<std::uint32_t> startCounter{0};
 
-/// Nine parts of the old value, one of the new one.
+/// A running average: nine tenths of the old value and one tenth of the new sample.
 void Smooth(std::atomic<std::uint64_t>& micros, std::int64_t elapsedNs) {
     const std::uint64_t sample = static_cast<std::uint64_t>(elapsedNs) / 1000;
     micros.exchange((micros.load() * 9 + sample) / 10);

@@ -1,4 +1,4 @@
-// What the engine asks of a video stream.
+// The format of a video stream.
 #pragma once
 
 #include <cstdint>

@@ -1,8 +1,8 @@
-// The discipline by which the interface uses the engine without blocking.
+// Runs the engine's blocking operations on workers, so that the interface does not wait.
 //
-// Every blocking operation of the engine runs as a job on a worker. There is at most one job. A health poll starts only
-// while there is no job; a job that starts waits for the running poll and drops its result. So one worker at a time
-// uses the engine. The main window's timers poll the slots for results. Interface thread only.
+// Every blocking operation is a job on a worker. At most one job runs at a time. A health poll starts only while there
+// is no job; a job that starts waits for the running poll and drops its result. So one worker at a time uses the
+// engine. The main window's timers poll the slots for results. Interface thread only.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// What a key, a button or a menu item starts. A command checks whether it is allowed, copies what it needs from the
-// settings, and passes a function to CaptureJob or, for a screenshot, to a worker of its own. A refusal is always a
+// The commands that keys, buttons and menu items run. A command checks whether it is allowed, copies what it needs from
+// the settings, and passes a function to CaptureJob or, for a screenshot, to a worker of its own. A refusal is always a
 // status text. Interface thread only.
 #pragma once
 

@@ -9,7 +9,7 @@ namespace zv {
 inline constexpr std::uintptr_t collectionTimer = 43;
 inline constexpr std::uint32_t collectionPeriodMs = 16;
 
-/// Starts the timer. Whoever starts a fast job calls it.
+/// Starts the timer. Called by all code that starts a fast job.
 void ArmCollectionTimer();
 
 /// Publishes the finished jobs in the list's order. Returns true if there was one.

@@ -46,7 +46,7 @@ void RenderScaled(Canvas& canvas, UiState& state, Color background, double top) 
     PopTransform(canvas);
 }
 
-/// Each strip is a whole pass over the pages, of which the canvas keeps a part.
+/// Each strip is a full pass over the pages, clipped to the strip.
 void PaintInStrips(AppWindow& window, UiState& state, Color background, std::int32_t width, std::int32_t height) {
     const Owned<Canvas> strip = MakeCanvas(width, stripHeight);
     if (!strip) {

@@ -18,7 +18,7 @@ void FillControl(Canvas& canvas, std::int32_t id, const Rectangle& box) {
     FillBox(canvas, box, IsPressed(id) ? color::overlayTilePressed : color::black);
 }
 
-/// What the icon leaves for the label.
+/// The part of the button beside or below the icon.
 Rectangle LabelBox(const OverlayButton& button) {
     Rectangle box = button.box;
     if (button.icon == OverlayIcon::None) {

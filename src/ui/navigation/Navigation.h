@@ -1,5 +1,5 @@
-// Which window is shown, and which of its pages. Pages, commands and windows ask for a page here; nothing else shows
-// or hides main window and overlay. Interface thread only.
+// Which window is shown, and which of its pages. Pages, commands and windows select pages here; no other file shows or
+// hides main window and overlay. Interface thread only.
 #pragma once
 
 #include <cstdint>
@@ -36,7 +36,7 @@ void ToggleQuickOverlay();
 void HideOverlay();
 bool IsOverlayShown();
 
-/// Shows the overlay again where it was.
+/// Shows the overlay again at its last position.
 void ReopenOverlay();
 
 /// Sets UiGlobals::lastOverlayActivity.

@@ -88,7 +88,7 @@ void CloseShortcutEditor() {
     editor.index = noShortcut;
 }
 
-bool GiveHotkeyToShortcutEditor(std::uintptr_t id) {
+bool PassHotkeyToShortcutEditor(std::uintptr_t id) {
     const ShortcutEditorRecord& editor = Ui().shortcutEditor;
     if (!editor.hasKeyboard || id < 1 || id > shortcutAction::count) {
         return false;

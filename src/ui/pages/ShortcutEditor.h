@@ -16,7 +16,7 @@ void CloseShortcutEditor();
 
 /// The system sends registered shortcuts as hot keys only. While the editor has the keyboard focus, a hot key is the
 /// combination that was pressed in it. Returns false if it has no focus: then the hot key is a command.
-bool GiveHotkeyToShortcutEditor(std::uintptr_t id);
+bool PassHotkeyToShortcutEditor(std::uintptr_t id);
 
 std::intptr_t ShortcutEditorProc(AppWindow& window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
 

@@ -37,7 +37,7 @@ constexpr char16_t instanceName[] = u"Local\\ZVReelsMax_SingleInstance";
 constexpr char16_t taskbarIdentity[] = u"Zorvel.Capture.3.23";
 
 /// Activates the first copy's window. Does not touch settings or logs.
-void HandOverToFirstCopy() {
+void ActivateFirstCopy() {
     if (!BringOtherCopyForward(mainWindowClass)) {
         ShowInformation(u"Zorvel is already running. Open it from the notification area or exit the older copy first.",
                         u"Zorvel");
@@ -90,7 +90,7 @@ void StartRecords() {
 int RunApplication(const Text& commandLine) {
     const Owned<InstanceClaim> claim = ClaimSingleInstance(instanceName);
     if (!claim) {
-        HandOverToFirstCopy();
+        ActivateFirstCopy();
         return 0;
     }
     const Owned<ShellServices> shell = OpenShellServices();

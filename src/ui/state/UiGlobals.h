@@ -14,7 +14,8 @@
 
 namespace zv {
 
-/// The owner of what lives as long as the program. The start creates it, the shutdown ends it in its order.
+/// The owner of what lives as long as the program. The start creates the windows, the shutdown releases them in its own
+/// order.
 struct ProgramWindows {
     Owned<AppIcon> bigIcon;
     Owned<AppIcon> smallIcon;

@@ -193,7 +193,7 @@ std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
             }
             return 0;
         case message::hotKey:
-            if (!GiveHotkeyToShortcutEditor(wParam)) {
+            if (!PassHotkeyToShortcutEditor(wParam)) {
                 RunHotkey(wParam);
             }
             return 0;

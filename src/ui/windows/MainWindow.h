@@ -9,7 +9,7 @@ inline constexpr char16_t mainWindowClass[] = u"ZVReelsMainV3";
 
 std::intptr_t MainProc(AppWindow& window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam);
 
-/// Ends the program, whatever the close box does: hides the main window and destroys it.
+/// Ends the program even if the close box only hides the main window: hides the window and destroys it.
 void ExitProgram();
 
 }  // namespace zv
