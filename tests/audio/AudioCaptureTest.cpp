@@ -34,7 +34,7 @@ constexpr std::int64_t forever = 60000 * millisecond;
 struct ConstantSound {
     float value = 0;  ///< 0 delivers nothing at all
     std::int64_t next = 0;
-    bool movesClock = false;  ///< each look that finds nothing moves the clock by `stepMs`, up to `until`
+    bool movesClock = false;  ///< each poll without a packet moves the clock by `stepMs`, up to `until`
     std::int64_t stepMs = 10;
     std::int64_t until = 0;
 
@@ -90,20 +90,20 @@ protected:
         EXPECT_FALSE(ThePipe().pipeClosedBeforeWrites);
     }
 
-    /// Runs until the clock has come to `untilMs` after the start and all that is due then is written.
+    /// Runs until the clock is at `untilMs` after the start and all blocks due by then are written.
     void RunUntil(std::int64_t untilMs, bool gameAudio = true, bool mic = false) {
         ConstantSound& mover = gameAudio ? system : microphone;
         mover.movesClock = true;
         mover.until = start + untilMs * millisecond;
         ASSERT_TRUE(capture.Start(gameAudio, mic));
         ASSERT_TRUE(Eventually([&] { return Counter100ns() >= mover.until; }));
-        LetRoundsPass(gameAudio, 5);
+        WaitForRounds(gameAudio, 5);
         EXPECT_TRUE(capture.running);
         capture.Stop();
         EXPECT_EQ(capture.Error(), u"");
     }
 
-    static void LetRoundsPass(bool gameAudio, int rounds) {
+    static void WaitForRounds(bool gameAudio, int rounds) {
         const char* poll = gameAudio ? "NextPacketFrames.render" : "NextPacketFrames.capture";
         const int before = CountOf(poll);
         EXPECT_TRUE(Eventually([&] { return CountOf(poll) >= before + rounds; }));
@@ -115,7 +115,7 @@ protected:
         return value;
     }
 
-    /// The value of a block all of whose samples are equal, or NaN.
+    /// The value of all samples of a block, or NaN if they differ.
     static float Level(std::size_t block) {
         const float first = Sample(block, 0);
         for (std::size_t i = 0; i < 960; ++i) {
@@ -126,8 +126,8 @@ protected:
         return first;
     }
 
-    /// Starts a capture whose failure comes only after Start has answered, and waits for its end.
-    void RunIntoFailure(bool gameAudio, bool mic) {
+    /// Starts a capture that fails after Start has returned, and waits for its end.
+    void RunToFailure(bool gameAudio, bool mic) {
         std::atomic<bool> started{false};
         fake::TheCalls().hook = [&](const char* name, int) {
             if (std::string(name) == "ConnectPipe") {
@@ -156,7 +156,7 @@ TEST_F(AudioCaptureTest, WithBothSourcesOffNothingIsStarted) {
     EXPECT_TRUE(CallNames().empty());
 }
 
-TEST_F(AudioCaptureTest, StartAnswersOnceThePipeExistsAndBeforeTheReaderConnects) {
+TEST_F(AudioCaptureTest, StartReturnsOnceThePipeExistsBeforeTheReaderConnects) {
     ThePipe().connectAwaitsStop = true;
     ThePipe().connect = PipeConnect::Stopped;
     ASSERT_TRUE(capture.Start(true, true));
@@ -170,7 +170,7 @@ TEST_F(AudioCaptureTest, StartAnswersOnceThePipeExistsAndBeforeTheReaderConnects
     EXPECT_EQ(ThePipe().names, std::vector<Text>{capture.PipeName()});
 }
 
-TEST_F(AudioCaptureTest, EveryStartHasAPipeNameOfItsOwnCountedByOne) {
+TEST_F(AudioCaptureTest, EveryStartNumbersItsPipeName) {
     ThePipe().connectAwaitsStop = true;
     ThePipe().connect = PipeConnect::Stopped;
     const Text prefix = u"pipe:ZVReelsAudio-4711-";
@@ -185,7 +185,7 @@ TEST_F(AudioCaptureTest, EveryStartHasAPipeNameOfItsOwnCountedByOne) {
     }
 }
 
-TEST_F(AudioCaptureTest, SourcesAreOpenedBeforeThePipeAndStartedAfterTheReaderIsThere) {
+TEST_F(AudioCaptureTest, SourcesAreOpenedBeforeThePipeAndStartedOnceTheReaderConnects) {
     ASSERT_TRUE(capture.Start(true, true));
     ASSERT_TRUE(Eventually([] { return CountOf("NextPacketFrames.capture") > 0; }));
     capture.Stop();
@@ -212,7 +212,7 @@ TEST_F(AudioCaptureTest, ThePipeIsReleasedFirstAndTheMicrophoneBeforeSystemSound
                             "~AudioEndpoint.render", "~AudioThread"));
 }
 
-TEST_F(AudioCaptureTest, OnlyTheSourcesThatAreOnAreOpened) {
+TEST_F(AudioCaptureTest, OnlyEnabledSourcesAreOpened) {
     ASSERT_TRUE(capture.Start(false, true));
     ASSERT_TRUE(Eventually([] { return CountOf("NextPacketFrames.capture") > 0; }));
     capture.Stop();
@@ -324,7 +324,7 @@ TEST_F(AudioCaptureTest, AFailureAfterTheTimeOutDoesNotReplaceItsSentence) {
 
 TEST_F(AudioCaptureTest, AReaderThatCannotConnectHasItsSentence) {
     ThePipe().connect = PipeConnect::Failed;
-    RunIntoFailure(true, false);
+    RunToFailure(true, false);
     EXPECT_EQ(capture.Error(), u"Encoder could not connect to the audio stream (0x80004005)");
     EXPECT_EQ(CountOf("StartEndpoint.render"), 0);
 }
@@ -334,14 +334,14 @@ TEST_F(AudioCaptureTest, EveryFailureOfTheRunHasTheSameSentenceAndItsOwnCode) {
          {"StartEndpoint.render", "StartEndpoint.capture", "NextPacketFrames.render", "NextPacketFrames.capture"}) {
         fake::ResetCalls();
         FailCall(call, 1, ResultOf(0x88890004U));
-        RunIntoFailure(true, true);
+        RunToFailure(true, true);
         EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x88890004)") << call;
     }
 }
 
-TEST_F(AudioCaptureTest, AMicrophoneIsNotStartedWhenSystemSoundIsNot) {
+TEST_F(AudioCaptureTest, TheMicrophoneIsNotStartedIfSystemSoundFails) {
     FailCall("StartEndpoint.render", 1, ResultOf(0x88890004U));
-    RunIntoFailure(true, true);
+    RunToFailure(true, true);
     EXPECT_EQ(CountOf("StartEndpoint.capture"), 0);
     EXPECT_EQ(CountOf("StopEndpoint.render"), 0);
 }
@@ -351,7 +351,7 @@ TEST_F(AudioCaptureTest, AClosedReaderEndsTheCapture) {
     system.until = start + 500 * millisecond;
     ThePipe().begin = [](int nth) { return nth < 5 ? WriteBegin::Done : WriteBegin::Refused; };
     ThePipe().failure = ResultOf(0x800700E8U);
-    RunIntoFailure(true, false);
+    RunToFailure(true, false);
     EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x800700E8)");
     EXPECT_EQ(ThePipe().received.size(), 4U);
 }
@@ -361,13 +361,13 @@ TEST_F(AudioCaptureTest, APendingWriteThatFailsEndsTheCapture) {
     system.until = start + 500 * millisecond;
     ThePipe().begin = [](int) { return WriteBegin::Pending; };
     ThePipe().finish = [](int nth) { return nth < 3 ? WriteEnd::Done : WriteEnd::Failed; };
-    RunIntoFailure(true, false);
+    RunToFailure(true, false);
     EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x80004005)");
     EXPECT_EQ(ThePipe().mostInFlight, 1);
     EXPECT_EQ(ThePipe().finishTimeouts, std::vector<std::uint32_t>(3, waitForever));
 }
 
-TEST_F(AudioCaptureTest, AnExceptionInTheThreadIsAFailureLikeAnother) {
+TEST_F(AudioCaptureTest, AnExceptionInTheThreadIsAFailure) {
     fake::ThrowInCall("MakeAudioEnumerator", 1);
     EXPECT_FALSE(capture.Start(true, false));
     EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x8007000E)");
@@ -401,14 +401,14 @@ TEST_F(AudioCaptureTest, AStopWhileAWriteIsPendingLeavesNoMessage) {
 
 TEST_F(AudioCaptureTest, AStopWhilePumpingLeavesNoMessage) {
     ASSERT_TRUE(capture.Start(true, true));
-    LetRoundsPass(true, 3);
+    WaitForRounds(true, 3);
     capture.Stop();
     EXPECT_EQ(capture.Error(), u"");
     EXPECT_FALSE(capture.running);
 }
 
-TEST_F(AudioCaptureTest, AStopCutsABacklogShort) {
-    // The clock jumps by a minute, and the third write of the backlog lasts until the stop has been asked for.
+TEST_F(AudioCaptureTest, AStopEndsABacklog) {
+    // The clock jumps by a minute, and the third write of the backlog lasts until the stop has been requested.
     std::atomic<bool> underWay{false};
     ThePipe().begin = [&](int nth) {
         if (nth == 3) {
@@ -428,12 +428,12 @@ TEST_F(AudioCaptureTest, AStopCutsABacklogShort) {
     EXPECT_EQ(CountOf("BeginWrite"), 3) << "of 5990";
 }
 
-TEST_F(AudioCaptureTest, StopMayBeCalledInAnyStateAndAStartMayFollow) {
+TEST_F(AudioCaptureTest, CanBeStoppedInAnyStateAndStartedAgain) {
     capture.Stop();
     capture.Stop();
     for (int i = 0; i < 3; ++i) {
         ASSERT_TRUE(capture.Start(true, false));
-        LetRoundsPass(true, 1);
+        WaitForRounds(true, 1);
     }
     capture.Stop();
     capture.Stop();
@@ -441,7 +441,7 @@ TEST_F(AudioCaptureTest, StopMayBeCalledInAnyStateAndAStartMayFollow) {
     EXPECT_EQ(CountOf("~AudioThread"), 3);
 }
 
-TEST_F(AudioCaptureTest, AFreshStartClearsTheOldMessage) {
+TEST_F(AudioCaptureTest, ANewStartClearsTheError) {
     FailCall("MakeAudioEnumerator", 1, resultGenericFailure);
     EXPECT_FALSE(capture.Start(true, false));
     EXPECT_NE(capture.Error(), u"");
@@ -461,7 +461,7 @@ TEST_F(AudioCaptureTest, TheFirstBlockIsWrittenAt110Milliseconds) {
     EXPECT_EQ(ThePipe().received.size(), 1U);
 }
 
-TEST_F(AudioCaptureTest, WithoutAnyPacketTheStreamIsPureZerosOf384000BytesASecond) {
+TEST_F(AudioCaptureTest, WithoutPacketsTheStreamIsSilenceOf384000BytesASecond) {
     RunUntil(2100);
     ASSERT_EQ(ThePipe().received.size(), 200U);
     for (std::size_t block = 0; block < 200; ++block) {
@@ -469,7 +469,7 @@ TEST_F(AudioCaptureTest, WithoutAnyPacketTheStreamIsPureZerosOf384000BytesASecon
     }
 }
 
-TEST_F(AudioCaptureTest, BothSourcesAreHeardTogether) {
+TEST_F(AudioCaptureTest, BothSourcesAreMixed) {
     system.value = 0.25F;
     microphone.value = 0.5F;
     RunUntil(1100, true, true);
@@ -479,7 +479,7 @@ TEST_F(AudioCaptureTest, BothSourcesAreHeardTogether) {
     }
 }
 
-TEST_F(AudioCaptureTest, TheMicrophoneAloneIsHeardAlone) {
+TEST_F(AudioCaptureTest, TheMicrophoneIsCapturedAlone) {
     system.value = 0.25F;
     microphone.value = 0.5F;
     RunUntil(600, false, true);
@@ -488,7 +488,7 @@ TEST_F(AudioCaptureTest, TheMicrophoneAloneIsHeardAlone) {
     EXPECT_EQ(CountOf("NextPacketFrames.render"), 0);
 }
 
-/// Runs with sound while the reader stalls in the 20th write, that is at 300 ms, for `stallMs`.
+/// Runs with sound while the reader stalls for `stallMs` in the 20th write, at 300 ms.
 class StalledReader : public AudioCaptureTest {
 protected:
     void Stall(std::int64_t stallMs) {
@@ -502,7 +502,7 @@ protected:
         ASSERT_EQ(static_cast<std::int64_t>(ThePipe().received.size()), (stallMs + 1000) / 10);
     }
 
-    /// The most writes in a row without a look at the source between them.
+    /// The largest number of writes between two polls of the source.
     static int LongestBurst() {
         int longest = 0;
         int burst = 0;
@@ -514,7 +514,7 @@ protected:
     }
 };
 
-TEST_F(StalledReader, OfOneSecondGetsTheBacklogOfAHundredBlocksBackToBack) {
+TEST_F(StalledReader, OfOneSecondReceivesTheBacklogWithoutWaits) {
     Stall(1000);
     EXPECT_GE(LongestBurst(), 100);
     EXPECT_LE(LongestBurst(), 102);
@@ -525,7 +525,7 @@ TEST_F(StalledReader, OfOneSecondGetsTheBacklogOfAHundredBlocksBackToBack) {
     }
 }
 
-TEST_F(StalledReader, OfOneSecondGetsAllTheSoundOfADeviceThatKeepsIt) {
+TEST_F(StalledReader, OfOneSecondReceivesAllSoundThatTheDeviceKept) {
     TheEndpoint(true).keeps = forever;
     Stall(1000);
     EXPECT_GE(LongestBurst(), 100);
@@ -535,11 +535,11 @@ TEST_F(StalledReader, OfOneSecondGetsAllTheSoundOfADeviceThatKeepsIt) {
     }
 }
 
-TEST_F(StalledReader, OfFiveSecondsGetsEveryBlockAndTheSoundThatTheRingHeld) {
+TEST_F(StalledReader, OfFiveSecondsReceivesEveryBlockAndTheSoundThatTheRingKept) {
     TheEndpoint(true).keeps = forever;
     Stall(5000);
     EXPECT_GE(LongestBurst(), 500);
-    // Block 20 begins where the ring's two seconds begin; what lies behind them was dropped and is silent.
+    // The ring's two seconds begin with block 20; later sound was dropped, so its blocks are silent.
     for (std::size_t block = 0; block < ThePipe().received.size(); ++block) {
         const bool lost = block >= 220 && block < 530;
         ASSERT_EQ(Level(block), lost ? 0.0F : 0.5F) << block;

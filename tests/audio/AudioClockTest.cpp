@@ -35,16 +35,16 @@ TEST(AudioClock, ATargetStaysExactAfterAHundredDays) {
     EXPECT_EQ(TargetFrame(start + outputLag + seconds * 10000000, start), seconds * 48000);
 }
 
-TEST(AudioClock, TenMillisecondsAt44100HzAtTimeZeroTakeFourHundredAndEightyFrames) {
-    const FrameRange place = PacketRange(start, start, 441, 44100);
-    EXPECT_EQ(place.begin, 0);
-    EXPECT_EQ(place.end, 480);
+TEST(AudioClock, TenMillisecondsAt44100HzBecome480Frames) {
+    const FrameRange range = PacketRange(start, start, 441, 44100);
+    EXPECT_EQ(range.begin, 0);
+    EXPECT_EQ(range.end, 480);
 }
 
-TEST(AudioClock, APacketStampedBeforeTheStartLiesAtNegativeFrames) {
-    const FrameRange place = PacketRange(start - 20 * millisecond, start, 480, 48000);
-    EXPECT_EQ(place.begin, -960);
-    EXPECT_EQ(place.end, -480);
+TEST(AudioClock, APacketBeforeTheStartHasNegativeFrames) {
+    const FrameRange range = PacketRange(start - 20 * millisecond, start, 480, 48000);
+    EXPECT_EQ(range.begin, -960);
+    EXPECT_EQ(range.end, -480);
 }
 
 TEST(AudioClock, BothEndsAreRoundedToTheNearestFrame) {
@@ -61,25 +61,25 @@ TEST(AudioClock, BothEndsAreRoundedToTheNearestFrame) {
 
 TEST(AudioClock, TheEndIsRoundedAndNotTheLength) {
     // 100 frames at 44100 Hz are 108.84 frames; from 0.6 on they end at 109.44, and not at 1 + 109.
-    const FrameRange place = PacketRange(start + 125, start, 100, 44100);
-    EXPECT_EQ(place.begin, 1);
-    EXPECT_EQ(place.end, 109);
+    const FrameRange range = PacketRange(start + 125, start, 100, 44100);
+    EXPECT_EQ(range.begin, 1);
+    EXPECT_EQ(range.end, 109);
 }
 
-TEST(AudioClock, PacketsWhoseStampsFollowOnOneAnotherTileFromWhereverTheFirstOneBegins) {
+TEST(AudioClock, PacketsWithContinuousStampsTileFromAnyOffset) {
     struct Device {
         std::uint32_t rate, frames;
         std::int64_t length;  // of a packet in 100 ns, without a remainder
     };
     for (const Device& device : {Device{22050, 441, 200000}, {44100, 441, 100000}, {48000, 480, 100000}}) {
-        // 625 units are 3 frames: all places between two frames that there are.
+        // 625 units are 3 frames, so the offsets cover every position between two frames.
         for (std::int64_t offset = 0; offset < 625; ++offset) {
             std::int64_t stamp = start + offset;
             std::int64_t end = PacketRange(stamp, start, 0, device.rate).begin;
             for (int packet = 0; packet < 100; ++packet) {
-                const FrameRange place = PacketRange(stamp, start, device.frames, device.rate);
-                ASSERT_EQ(place.begin, end) << device.rate << " Hz, offset " << offset << ", packet " << packet;
-                end = place.end;
+                const FrameRange range = PacketRange(stamp, start, device.frames, device.rate);
+                ASSERT_EQ(range.begin, end) << device.rate << " Hz, offset " << offset << ", packet " << packet;
+                end = range.end;
                 stamp += device.length;
             }
         }
@@ -101,7 +101,7 @@ TEST(AudioClock, APacketWithoutAUsableStampEndsNow) {
     EXPECT_EQ(PositionEndingNow(start, 1, 44100), start - 226);
 }
 
-TEST(AudioClock, CountedFramesBeginWhereTheDeviceWasStarted) {
+TEST(AudioClock, CountedFramesBeginAtTheDevicesStart) {
     EXPECT_EQ(CountedFrame(start + 5 * millisecond, start, 0), 240);
     EXPECT_EQ(CountedFrame(start + 5 * millisecond, start, 480), 720);
     // 208 units are 0.9984 frames: truncated toward zero.

@@ -15,7 +15,7 @@ void Fill(AudioRing& ring, std::int64_t first, std::int64_t count, StereoFrame f
     }
 }
 
-TEST(AudioRing, IsTwoSecondsOfSilenceWithoutStampsAtTheStart) {
+TEST(AudioRing, StartsWithTwoSecondsOfSilenceWithoutStamps) {
     const AudioRing ring;
     EXPECT_EQ(ring.samples.size(), 96000U);
     EXPECT_EQ(ring.samples.size() * sizeof(StereoFrame), 768000U);
@@ -122,7 +122,7 @@ TEST(AudioMix, ASourceThatIsOffIsLeftOut) {
     EXPECT_EQ(mix.block[959], 0.25F);
 }
 
-TEST(AudioMix, TheClipComesAfterTheSumAndNotBefore) {
+TEST(AudioMix, TheSumIsClippedAndNotTheSources) {
     AudioRing system;
     AudioRing microphone;
     Fill(system, 0, 480, {3.0F, 3.0F});

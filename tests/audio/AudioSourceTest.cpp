@@ -48,8 +48,8 @@ protected:
 
     void Push(fake::ScriptedPacket packet) { TheEndpoint(true).packets.push_back(std::move(packet)); }
 
-    /// The left side of an output frame, or nothing when no packet has covered it.
-    float Heard(std::int64_t t) const {
+    /// The left side of an output frame, or 0 if no packet has covered it.
+    float LeftAt(std::int64_t t) const {
         const auto slot = static_cast<std::size_t>(t % ringFrames);
         return source.ring.stamps[slot] == t ? source.ring.samples[slot].left : 0.0F;
     }
@@ -125,7 +125,7 @@ TEST_F(AudioSourceTest, AMixFormatThatCannotBeConvertedFailsWithItsOwnCode) {
     EXPECT_EQ(fake::CountOf("OpenWaveInput"), 0);
 }
 
-TEST_F(AudioSourceTest, ARefusedSharedStreamSendsTheMicrophoneToTheCompatibilityDriver) {
+TEST_F(AudioSourceTest, AMicrophoneWithoutASharedStreamUsesTheCompatibilityDriver) {
     for (const std::uint32_t code : {0x80070057U, 0x88890008U}) {
         fake::ResetCalls();
         FailCall("InitializeEndpoint.capture", 1, ResultOf(code));
@@ -144,7 +144,7 @@ TEST_F(AudioSourceTest, AnyOtherRefusalOfTheStreamIsFinalForTheMicrophone) {
     EXPECT_EQ(fake::CountOf("OpenWaveInput"), 0);
 }
 
-TEST_F(AudioSourceTest, SystemSoundNeverGoesToTheCompatibilityDriver) {
+TEST_F(AudioSourceTest, SystemSoundNeverUsesTheCompatibilityDriver) {
     for (const std::uint32_t code : {0x80070057U, 0x88890008U}) {
         fake::ResetCalls();
         FailCall("InitializeEndpoint.render", 1, ResultOf(code));
@@ -164,7 +164,7 @@ TEST_F(AudioSourceTest, ASourceThatDoesNotStartIsNotStopped) {
     EXPECT_EQ(TheEndpoint(true).live, 0);
 }
 
-TEST_F(AudioSourceTest, ARunningSourceIsStoppedBeforeItIsLetGo) {
+TEST_F(AudioSourceTest, ARunningSourceIsStoppedBeforeItIsReleased) {
     OpenAndStart();
     EXPECT_TRUE(source.started);
     fake::ResetCalls();
@@ -172,7 +172,7 @@ TEST_F(AudioSourceTest, ARunningSourceIsStoppedBeforeItIsLetGo) {
     EXPECT_THAT(CallNames(), ElementsAre("StopEndpoint.render", "~AudioEndpoint.render"));
 }
 
-TEST_F(AudioSourceTest, A44100HzPacketAtTimeZeroFillsFourHundredAndEightyFrames) {
+TEST_F(AudioSourceTest, A44100HzPacketAtTimeZeroFills480Frames) {
     TheEndpoint(true).format = PlainFormat(formatTagFloat, 44100, 2, 32);
     OpenAndStart();
     Push(FloatPacket(std::vector<float>(882, 0.5F), 2, start));
@@ -180,10 +180,10 @@ TEST_F(AudioSourceTest, A44100HzPacketAtTimeZeroFillsFourHundredAndEightyFrames)
     EXPECT_TRUE(Stamped(0));
     EXPECT_TRUE(Stamped(479));
     EXPECT_FALSE(Stamped(480));
-    EXPECT_EQ(Heard(479), 0.5F);
+    EXPECT_EQ(LeftAt(479), 0.5F);
 }
 
-TEST_F(AudioSourceTest, ADrainTakesAllPacketsThatWait) {
+TEST_F(AudioSourceTest, ADrainStoresAllWaitingPackets) {
     OpenAndStart();
     for (int i = 0; i < 5; ++i) {
         Push(FloatPacket(std::vector<float>(960, 0.25F), 2, start + i * 10 * millisecond));
@@ -193,7 +193,7 @@ TEST_F(AudioSourceTest, ADrainTakesAllPacketsThatWait) {
     EXPECT_TRUE(Stamped(5 * 480 - 1));
 }
 
-TEST_F(AudioSourceTest, ASilentPacketWritesStampedZerosWhateverItHolds) {
+TEST_F(AudioSourceTest, ASilentPacketIsStoredAsZeros) {
     OpenAndStart();
     auto packet = FloatPacket(std::vector<float>(960, 0.5F), 2, start);
     packet.silent = true;
@@ -201,7 +201,7 @@ TEST_F(AudioSourceTest, ASilentPacketWritesStampedZerosWhateverItHolds) {
     EXPECT_EQ(DrainSource(source, start), resultOk);
     EXPECT_TRUE(Stamped(0));
     EXPECT_TRUE(Stamped(479));
-    EXPECT_EQ(Heard(200), 0.0F);
+    EXPECT_EQ(LeftAt(200), 0.0F);
 }
 
 TEST_F(AudioSourceTest, APacketWithoutDataIsSilence) {
@@ -212,10 +212,10 @@ TEST_F(AudioSourceTest, APacketWithoutDataIsSilence) {
     Push(packet);
     EXPECT_EQ(DrainSource(source, start), resultOk);
     EXPECT_TRUE(Stamped(479));
-    EXPECT_EQ(Heard(479), 0.0F);
+    EXPECT_EQ(LeftAt(479), 0.0F);
 }
 
-TEST_F(AudioSourceTest, APacketFromBeforeTheStartFallsAway) {
+TEST_F(AudioSourceTest, SoundBeforeTheStartIsDropped) {
     OpenAndStart();
     Push(FloatPacket(std::vector<float>(960, 0.5F), 2, start - 5 * millisecond));
     EXPECT_EQ(DrainSource(source, start), resultOk);
@@ -237,7 +237,7 @@ TEST_F(AudioSourceTest, APacketMoreThanTwoSecondsAheadIsDropped) {
     EXPECT_TRUE(Stamped(95999));
 }
 
-TEST_F(AudioSourceTest, APacketWithATimestampErrorIsPlacedSoThatItEndsNow) {
+TEST_F(AudioSourceTest, APacketWithATimestampErrorEndsNow) {
     OpenAndStart();
     fake::AdvanceClockMs(250);
     auto packet = FloatPacket(std::vector<float>(960, 0.5F), 2, start + 7777777);
@@ -250,7 +250,7 @@ TEST_F(AudioSourceTest, APacketWithATimestampErrorIsPlacedSoThatItEndsNow) {
     EXPECT_FALSE(Stamped(12000));
 }
 
-TEST_F(AudioSourceTest, EveryFailingCallOfADrainIsHandedUp) {
+TEST_F(AudioSourceTest, ADrainReturnsTheCodeOfEveryFailedCall) {
     for (const char* name : {"NextPacketFrames.render", "AcquirePacket.render", "ReleasePacket.render"}) {
         fake::ResetCalls();
         fake::ResetEndpoints();
@@ -262,7 +262,7 @@ TEST_F(AudioSourceTest, EveryFailingCallOfADrainIsHandedUp) {
     }
 }
 
-// Packets come late by up to 60 ms and several in one, and are mixed as the clock demands.
+// Packets arrive up to 60 ms late, some with several times the length, and are mixed as they become due.
 TEST_F(AudioSourceTest, TenMinutesOfJitteredPacketsAt44100HzTileWithoutAGapOrAnOverlap) {
     TheEndpoint(true).format = PlainFormat(formatTagFloat, 44100, 1, 32);
     OpenAndStart();
@@ -306,23 +306,24 @@ TEST_F(AudioSourceTest, NoOutputFrameIsCoveredTwiceByPacketsWithContinuousStamps
         std::int64_t end = 0;
         std::int64_t apart = 0;
         for (std::int64_t k = 0; k < 60000; ++k) {
-            // Exact stamps where the length has one; else the difference is at most the rounding of the stamp.
+            // If the length is not a whole number of 100 ns, the stamps are rounded and the ranges may differ by a
+            // frame.
             const std::int64_t position = k * frames * 10000000 / rate;
-            const FrameRange place = PacketRange(start + position, start, frames, rate);
-            apart = std::max(apart, std::abs(place.begin - end));
-            end = place.end;
+            const FrameRange range = PacketRange(start + position, start, frames, rate);
+            apart = std::max(apart, std::abs(range.begin - end));
+            end = range.end;
         }
         EXPECT_LE(apart, rate % 100 == 0 ? 0 : 1) << rate;
     }
 }
 
-TEST_F(AudioSourceTest, ADeviceClockThatRunsFastOrSlowNeverDriftsAway) {
+TEST_F(AudioSourceTest, AFastOrSlowDeviceClockDoesNotDrift) {
     for (const double speed : {0.999, 1.001}) {
         for (std::int64_t k = 0; k < 60000; ++k) {
             const auto position = static_cast<std::int64_t>(static_cast<double>(k) * 100000.0 / speed);
-            const FrameRange place = PacketRange(start + position, start, 480, 48000);
+            const FrameRange range = PacketRange(start + position, start, 480, 48000);
             const double truth = static_cast<double>(position) * 0.0048;
-            ASSERT_NEAR(static_cast<double>(place.begin), truth, 0.51);
+            ASSERT_NEAR(static_cast<double>(range.begin), truth, 0.51);
         }
     }
 }
@@ -332,9 +333,9 @@ class LatePacket : public AudioSourceTest, public testing::WithParamInterface<st
 TEST_P(LatePacket, KeepsThePartThatIsNotYetSent) {
     const auto [lateMs, expected] = GetParam();
     OpenAndStart();
-    std::int64_t heard = 0;
+    std::int64_t mixed = 0;
     AudioMix mix{.system = &source.ring, .microphone = nullptr, .nextBlockFrame = 0, .block = {}};
-    // 100 ms of sound captured at 1000 ms; it reaches us just over `lateMs` after its first frame was captured.
+    // 100 ms of sound captured at 1000 ms; it arrives just over `lateMs` after its first frame was captured.
     auto packet = FloatPacket(std::vector<float>(9600, 0.5F), 2, start + 1000 * millisecond);
     packet.arrives = start + (1000 + lateMs) * millisecond + 1;
     Push(packet);
@@ -344,17 +345,17 @@ TEST_P(LatePacket, KeepsThePartThatIsNotYetSent) {
         while (BlockIsDue(mix, TargetFrame(Counter100ns(), start))) {
             FillBlock(mix);
             FinishBlock(mix);
-            heard += std::count(mix.block.begin(), mix.block.end(), 0.5F) / 2;
+            mixed += std::count(mix.block.begin(), mix.block.end(), 0.5F) / 2;
         }
     }
-    EXPECT_EQ(heard, expected);
+    EXPECT_EQ(mixed, expected);
 }
 
-// 50 ms late loses nothing, 150 ms late the first 50 ms, 500 ms late all.
+// A packet that is 50 ms late loses nothing, at 150 ms it loses the first 50 ms, at 500 ms all.
 INSTANTIATE_TEST_SUITE_P(ByLateness, LatePacket,
                          testing::Values(std::pair(50, 4800), std::pair(150, 2400), std::pair(500, 0)));
 
-TEST_F(AudioSourceTest, ASourceThatStallsIsSilentAndReturnsAtItsPlace) {
+TEST_F(AudioSourceTest, AStalledSourceIsSilentAndResumesInTime) {
     OpenAndStart();
     AudioMix mix{.system = &source.ring, .microphone = nullptr, .nextBlockFrame = 0, .block = {}};
     std::vector<float> output;
@@ -406,7 +407,7 @@ TEST_F(WaveSourceTest, AllFourBuffersAreQueuedInOrderBeforeTheStart) {
     EXPECT_FALSE(fake::TheWaveInput().running);
 }
 
-TEST_F(WaveSourceTest, AFailureOfAnyOpeningCallIsFinalAndBecomesAResult) {
+TEST_F(WaveSourceTest, AFailureOfAnyOpeningCallReturnsItsCode) {
     struct Row {
         const char* call;
         int nth;
@@ -424,42 +425,42 @@ TEST_F(WaveSourceTest, AFailureOfAnyOpeningCallIsFinalAndBecomesAResult) {
     }
 }
 
-TEST_F(WaveSourceTest, AFailingStartIsHandedUp) {
+TEST_F(WaveSourceTest, AFailedStartReturnsItsCode) {
     OpenWave();
     FailCall("StartWaveInput", 1, 11);
     EXPECT_EQ(CodeOf(StartSource(source)), 0x8007000BU);
     EXPECT_FALSE(source.started);
 }
 
-TEST_F(WaveSourceTest, SamplesAreHeardOnBothSidesFromTheMomentOfTheStart) {
+TEST_F(WaveSourceTest, SamplesAreStoredOnBothSidesFromTheStart) {
     fake::AdvanceClockMs(5);
     OpenAndStartWave();
     fake::CompleteWaveBuffer(0, Samples(480, 16384));
     fake::CompleteWaveBuffer(1, Samples(480, -32768));
     EXPECT_EQ(DrainSource(source, start), resultOk);
     EXPECT_FALSE(Stamped(239));
-    EXPECT_EQ(Heard(240), 0.5F);
+    EXPECT_EQ(LeftAt(240), 0.5F);
     EXPECT_EQ(source.ring.samples[240].right, 0.5F);
-    EXPECT_EQ(Heard(719), 0.5F);
-    EXPECT_EQ(Heard(720), -1.0F);
+    EXPECT_EQ(LeftAt(719), 0.5F);
+    EXPECT_EQ(LeftAt(720), -1.0F);
     EXPECT_TRUE(Stamped(1199));
     EXPECT_FALSE(Stamped(1200));
     EXPECT_EQ(source.waveInFrames, 960);
     EXPECT_THAT(fake::TheWaveInput().queueOrder, ElementsAre(0, 1));
 }
 
-TEST_F(WaveSourceTest, APartialBufferCountsOnlyWhatItHolds) {
+TEST_F(WaveSourceTest, APartialBufferCountsItsRecordedSamplesOnly) {
     OpenAndStartWave();
     fake::CompleteWaveBuffer(0, Samples(100, 8192));
     fake::CompleteWaveBuffer(1, Samples(480, 16384));
     EXPECT_EQ(DrainSource(source, start), resultOk);
-    EXPECT_EQ(Heard(99), 0.25F);
-    EXPECT_EQ(Heard(100), 0.5F);
+    EXPECT_EQ(LeftAt(99), 0.25F);
+    EXPECT_EQ(LeftAt(100), 0.5F);
     EXPECT_EQ(source.waveInFrames, 580);
     EXPECT_FALSE(Stamped(580));
 }
 
-TEST_F(WaveSourceTest, AnEmptyBufferIsSentBackAndCountsNothing) {
+TEST_F(WaveSourceTest, AnEmptyBufferIsQueuedAgainAndCountsNothing) {
     OpenAndStartWave();
     fake::CompleteWaveBuffer(0, {});
     EXPECT_EQ(DrainSource(source, start), resultOk);
@@ -469,7 +470,7 @@ TEST_F(WaveSourceTest, AnEmptyBufferIsSentBackAndCountsNothing) {
     EXPECT_FALSE(Stamped(0));
 }
 
-TEST_F(WaveSourceTest, ABufferThatIsNotDoneStopsTheDrainEvenIfALaterOneIs) {
+TEST_F(WaveSourceTest, ABufferThatIsNotDoneEndsTheDrainEvenIfALaterOneIsDone) {
     OpenAndStartWave();
     fake::CompleteWaveBuffer(1, Samples(480, 16384));
     EXPECT_EQ(DrainSource(source, start), resultOk);
@@ -477,12 +478,12 @@ TEST_F(WaveSourceTest, ABufferThatIsNotDoneStopsTheDrainEvenIfALaterOneIs) {
     EXPECT_THAT(fake::TheWaveInput().queueOrder, ElementsAre());
     fake::CompleteWaveBuffer(0, Samples(480, 8192));
     EXPECT_EQ(DrainSource(source, start), resultOk);
-    EXPECT_EQ(Heard(0), 0.25F);
-    EXPECT_EQ(Heard(480), 0.5F);
+    EXPECT_EQ(LeftAt(0), 0.25F);
+    EXPECT_EQ(LeftAt(480), 0.5F);
     EXPECT_EQ(source.currentBuffer, 2);
 }
 
-TEST_F(WaveSourceTest, ADrainTakesFourBuffersAtMost) {
+TEST_F(WaveSourceTest, ADrainStoresAtMostFourBuffers) {
     OpenAndStartWave();
     fake::TheCalls().hook = [](const char* name, int) {
         // A device that fills each buffer again at once.
@@ -499,7 +500,7 @@ TEST_F(WaveSourceTest, ADrainTakesFourBuffersAtMost) {
     EXPECT_EQ(source.currentBuffer, 0);
 }
 
-TEST_F(WaveSourceTest, ThePositionIsAskedForAfterEveryDrain) {
+TEST_F(WaveSourceTest, ThePositionIsQueriedAfterEveryDrain) {
     OpenAndStartWave();
     EXPECT_EQ(DrainSource(source, start), resultOk);
     EXPECT_THAT(CallNames(), ElementsAre("PeekWaveBuffer", "CheckWavePosition"));

@@ -95,7 +95,7 @@ TEST(SampleDecoding, ThirtyTwoBitIntegersGoThroughDoublePrecision) {
     EXPECT_EQ(DecodeOne(format, RawBytes({0x01, 0x00, 0x00, 0x00})), static_cast<float>(4.656612873077393e-10));
 }
 
-TEST(SampleDecoding, FloatsOfThirtyTwoBitsAreTakenAsTheyAre) {
+TEST(SampleDecoding, FloatsOfThirtyTwoBitsAreCopied) {
     const SourceFormat format = Float(48000, 1);
     for (const float value : {0.0F, 0.7071F, -1.0F, 2.5F, 1e-30F, std::numeric_limits<float>::max()}) {
         EXPECT_EQ(DecodeOne(format, BytesOf<float>({value})), value);
@@ -139,7 +139,7 @@ TEST(SampleConversion, StereoFloatAt48000HzIsAnExactCopy) {
     }
 }
 
-TEST(SampleConversion, OneChannelIsHeardOnBothSides) {
+TEST(SampleConversion, OneChannelIsCopiedToBothSides) {
     const auto out = Convert(Float(48000, 1), BytesOf<float>({0.5F, -0.25F}), 2);
     EXPECT_EQ(out[0].left, 0.5F);
     EXPECT_EQ(out[0].right, 0.5F);
@@ -176,7 +176,7 @@ TEST(SampleConversion, AFoldedDownMixMayExceedFullScale) {
     EXPECT_EQ(out[0].right, 3.0F);
 }
 
-TEST(SampleConversion, AHalfRateIsInterpolatedInLine) {
+TEST(SampleConversion, AHalfRateIsInterpolatedLinearly) {
     const auto out = Convert(Float(24000, 2), BytesOf<float>({0, 1, 0.5F, 0, 1, 0.5F}), 6);
     const float left[] = {0, 0.25F, 0.5F, 0.75F, 1, 1};
     const float right[] = {1, 0.5F, 0, 0.25F, 0.5F, 0.5F};
@@ -186,7 +186,7 @@ TEST(SampleConversion, AHalfRateIsInterpolatedInLine) {
     }
 }
 
-TEST(SampleConversion, TheEndOfAPacketStaysOnItsLastFrame) {
+TEST(SampleConversion, TheEndOfAPacketRepeatsItsLastFrame) {
     const auto out = Convert(Float(8000, 1), BytesOf<float>({0, 0.75F}), 12);
     for (std::size_t i = 6; i < 12; ++i) {
         EXPECT_EQ(out[i].left, 0.75F) << i;
@@ -194,14 +194,14 @@ TEST(SampleConversion, TheEndOfAPacketStaysOnItsLastFrame) {
     EXPECT_EQ(out[3].left, 0.375F);
 }
 
-TEST(SampleConversion, ADoubleRateTakesEverySecondFrame) {
+TEST(SampleConversion, ADoubleRateUsesEverySecondFrame) {
     const auto out = Convert(Integer(96000, 1, 8), RawBytes({128, 0, 192, 0, 160, 0}), 3);
     EXPECT_EQ(out[0].left, 0.0F);
     EXPECT_EQ(out[1].left, 0.5F);
     EXPECT_EQ(out[2].left, 0.25F);
 }
 
-TEST(SampleConversion, A44100HzPacketFollowsThePositionWorkedOutByHand) {
+TEST(SampleConversion, A44100HzPacketIsInterpolatedAtTheComputedPositions) {
     std::vector<float> ramp;
     for (int i = 0; i < 441; ++i) {
         ramp.push_back(static_cast<float>(i));
@@ -253,7 +253,7 @@ TEST(SampleConversion, AToneOf200HzSurvivesEveryFormatRateAndChannelCount) {
     }
 }
 
-TEST(SampleConversion, OnlyThePartThatTheRingTakesIsFiledAtItsOwnPlace) {
+TEST(SampleConversion, OnlyThePartThatTheRingAcceptsIsStored) {
     AudioRing ring;
     ring.readPosition = 2;
     const auto bytes = BytesOf<float>({0.1F, 0.2F, 0.3F, 0.4F});
@@ -264,7 +264,7 @@ TEST(SampleConversion, OnlyThePartThatTheRingTakesIsFiledAtItsOwnPlace) {
     EXPECT_EQ(ring.samples[3].left, 0.4F);
 }
 
-TEST(SampleConversion, APacketThatCrossesTheEndOfTheRingGoesOnAtItsBeginning) {
+TEST(SampleConversion, APacketThatCrossesTheEndOfTheRingContinuesAtItsBeginning) {
     const auto bytes = BytesOf<float>({0.1F, 0.5F, 0.2F, 0.25F, 0.3F, 0.75F, 0.4F, 1.0F});
     for (const std::uint32_t channels : {1U, 2U}) {
         AudioRing ring;
@@ -290,7 +290,7 @@ TEST(SampleConversion, APacketThatCrossesTheEndOfTheRingGoesOnAtItsBeginning) {
     EXPECT_EQ(ring.samples[2].right, 0.25F);
 }
 
-TEST(SampleConversion, SilenceIsFiledAsStampedZeros) {
+TEST(SampleConversion, SilenceIsStoredAsZeros) {
     AudioRing ring;
     StoreFrame(ring, 5, {0.5F, 0.5F});
     StorePacket(ring, Float(48000, 2), {nullptr, 480}, {0, 480});
@@ -314,7 +314,7 @@ bool Accepts(const MixFormat& mix) {
     return AcceptFormat(mix, format);
 }
 
-TEST(MixFormatCheck, TakesEveryFormatThatHasADecoder) {
+TEST(MixFormatCheck, AcceptsEveryFormatWithADecoder) {
     for (const std::uint32_t bits : {8U, 16U, 24U, 32U}) {
         EXPECT_TRUE(Accepts(Mix(1, 2, 48000, bits / 4, bits))) << bits;
     }
@@ -325,7 +325,7 @@ TEST(MixFormatCheck, TakesEveryFormatThatHasADecoder) {
     EXPECT_TRUE(Accepts(Mix(3, 32, 192000, 128, 32)));
 }
 
-TEST(MixFormatCheck, RefusesWhatItCannotConvert) {
+TEST(MixFormatCheck, RefusesFormatsWithoutAConversion) {
     EXPECT_FALSE(Accepts(Mix(3, 2, 0, 8, 32))) << "no rate";
     EXPECT_FALSE(Accepts(Mix(3, 0, 48000, 0, 32))) << "no channel";
     EXPECT_FALSE(Accepts(Mix(3, 33, 48000, 132, 32))) << "too many channels";

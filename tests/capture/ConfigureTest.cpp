@@ -35,7 +35,7 @@ TEST_F(Configure, TheCacheIsNamedByProcessAndTickUnderTheTemporaryFolder) {
     EXPECT_TRUE(std::filesystem::is_directory(ToPath(engine->cacheDir)));
 }
 
-TEST_F(Configure, ASecondTimeKeepsTheSameCache) {
+TEST_F(Configure, ASecondConfigurationKeepsTheCache) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
     const Text first = engine->cacheDir;
     fake::AdvanceClockMs(5000);
@@ -62,7 +62,7 @@ TEST_F(Configure, UnchangedValuesKeepTheTextAndTheReplay) {
     EXPECT_TRUE(ChildNumber(0).running);
 }
 
-TEST_F(Configure, EveryChangedFieldStopsTheReplayAndAppliesAnew) {
+TEST_F(Configure, EveryChangedFieldStopsTheReplayAndIsApplied) {
     const std::vector<void (*)(CaptureConfig&)> changes = {
         [](CaptureConfig& config) { config.width = 2560, config.height = 1440; },
         [](CaptureConfig& config) { config.fps = 30; },
@@ -88,7 +88,7 @@ TEST_F(Configure, EveryChangedFieldStopsTheReplayAndAppliesAnew) {
     EXPECT_EQ(fake::LastChild().input, "q\n");
 }
 
-TEST_F(Configure, AnFfmpegThatHasMovedStopsAndAppliesAnew) {
+TEST_F(Configure, AMovedFfmpegStopsTheReplayAndIsApplied) {
     StartReplayWith(1);
     WriteFile(Here(u"another"), "");
     fake::TheEnvironment().variables[u"ZV_FFMPEG"] = Here(u"another");
@@ -127,7 +127,7 @@ TEST_F(Configure, IsRefusedWhileARecordingRuns) {
     EXPECT_EQ(engine->config.fps, 60);
 }
 
-TEST_F(Configure, IsNotRefusedByTheRemainsOfARecordingThatDied) {
+TEST_F(Configure, IsNotRefusedAfterARecordingDied) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
     ASSERT_TRUE(engine->StartRecording(Here(u"a.mp4")));
     fake::EndChild(fake::LastChild(), 1);
@@ -136,7 +136,7 @@ TEST_F(Configure, IsNotRefusedByTheRemainsOfARecordingThatDied) {
     EXPECT_TRUE(engine->Configure(config));
 }
 
-TEST_F(Configure, OtherSizesAndRatesAreRefusedWithNothingTouched) {
+TEST_F(Configure, OtherSizesAndRatesAreRefusedWithoutAnyChange) {
     StartReplayWith(1);
     const auto refuses = [this](std::int32_t width, std::int32_t height, std::int32_t fps) {
         CaptureConfig config = PlainConfig();
@@ -174,7 +174,7 @@ TEST_F(Configure, AcceptsEveryOfferedSizeAndRate) {
     }
 }
 
-TEST_F(Configure, ABitRateOutsideOfTheRangeIsClampedAndAppliedAnewEveryTime) {
+TEST_F(Configure, ABitRateOutsideTheRangeIsClampedAndReappliedEveryTime) {
     CaptureConfig config = PlainConfig();
     config.bitrateMbps = 250;
     EXPECT_TRUE(engine->Configure(config));

@@ -45,7 +45,7 @@ TEST_F(FindFfmpegTest, TheVariableComesFirst) {
     EXPECT_EQ(FindFfmpeg(), Here(u"the ffmpeg"));
 }
 
-TEST_F(FindFfmpegTest, AVariableThatNamesAFolderOrAMissingFileFallsThroughToTheFolderOfTheProgram) {
+TEST_F(FindFfmpegTest, AVariableWithoutAFileFallsBackToTheFolderOfTheProgram) {
     const Text beside = JoinPath(Here(u"program"), ffmpegFileName);
     WriteFile(beside, "");
     fake::TheEnvironment().programs[ffmpegFileName] = Here(u"on the path");
@@ -123,7 +123,7 @@ TEST_F(CaptureFiles, HoldMediaFrom1025Bytes) {
     EXPECT_FALSE(HasMediaData(Here(u"program")));
 }
 
-TEST_F(CaptureFiles, HaveBothEndingsWhileTheyAreWritten) {
+TEST_F(CaptureFiles, HaveAWorkingNameWhileTheyAreWritten) {
     EXPECT_EQ(WorkingName(u"ZV_Replay.mp4"), u"ZV_Replay.mp4.partial.mp4");
 }
 
@@ -225,7 +225,7 @@ TEST_F(ChildControl, AChildWithARelayGetsNoQuitCommand) {
 
 TEST_F(ChildControl, AChildThatIgnoresTheQuitCommandIsKilled) {
     ASSERT_TRUE(Start());
-    fake::LastChild().obeysQuit = false;
+    fake::LastChild().exitsOnQuit = false;
     EXPECT_FALSE(engine->StopChild(process, 30000));
     EXPECT_EQ(fake::LastChild().input, "q\n");
     EXPECT_THAT(fake::LastChild().waits, ElementsAre(30000U));
@@ -235,7 +235,7 @@ TEST_F(ChildControl, AChildThatIgnoresTheQuitCommandIsKilled) {
 
 TEST_F(ChildControl, AKilledChildCountsAsFailedWithEveryExitCode) {
     ASSERT_TRUE(Start());
-    fake::LastChild().obeysQuit = false;
+    fake::LastChild().exitsOnQuit = false;
     fake::LastChild().diesOfTerminate = false;
     fake::TheChildren().onWait = [](fake::ScriptedChild& child, std::uint32_t timeoutMs) {
         if (timeoutMs == 5000) {
@@ -246,7 +246,7 @@ TEST_F(ChildControl, AKilledChildCountsAsFailedWithEveryExitCode) {
     EXPECT_THAT(fake::LastChild().waits, ElementsAre(30000U, 5000U));
 }
 
-TEST_F(ChildControl, AChildThatFailedByItselfGetsNoQuitCommandAndIsNotTrusted) {
+TEST_F(ChildControl, AChildThatFailedByItselfGetsNoQuitCommandAndCountsAsFailed) {
     ASSERT_TRUE(Start());
     fake::EndChild(fake::LastChild(), 1);
     EXPECT_FALSE(engine->StopChild(process, 30000));
@@ -255,15 +255,15 @@ TEST_F(ChildControl, AChildThatFailedByItselfGetsNoQuitCommandAndIsNotTrusted) {
     EXPECT_TRUE(IsEmpty());
 }
 
-TEST_F(ChildControl, AnExitCodeOtherThanZeroAfterTheQuitCommandIsNotTrusted) {
+TEST_F(ChildControl, AnExitCodeOtherThanZeroAfterTheQuitCommandCountsAsFailed) {
     ASSERT_TRUE(Start());
     fake::LastChild().quitCode = 255;
     EXPECT_FALSE(engine->StopChild(process, 30000));
 }
 
-TEST_F(ChildControl, AChildThatEndsWithinTheLimitIsTrusted) {
+TEST_F(ChildControl, AChildThatEndsWithinTheLimitSucceeds) {
     ASSERT_TRUE(Start());
-    fake::LastChild().obeysQuit = false;
+    fake::LastChild().exitsOnQuit = false;
     fake::TheChildren().onWait = [](fake::ScriptedChild& child, std::uint32_t) { fake::EndChild(child, 0); };
     EXPECT_TRUE(engine->StopChild(process, 30000));
 }

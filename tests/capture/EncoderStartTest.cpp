@@ -19,7 +19,7 @@ protected:
     }
     bool Start() { return engine->StartEncoder(engine->replay, u"-f null \"out\"", Log()); }
     Text Log() const { return InCache(u"some.log"); }
-    bool NothingRuns() const {
+    bool EverythingIsReleased() const {
         return !engine->replay.process && fake::TheVideo().alive.empty() && fake::TheAudio().alive.empty();
     }
     static VideoCapture& Video() { return *fake::TheVideo().alive.at(0); }
@@ -35,12 +35,12 @@ protected:
             }
         };
     }
-    /// Frames flow at `first` a second in the first measurement and at `second` in the next one.
-    void FramesFlowAt(std::uint64_t first, std::uint64_t second) {
+    /// The video has `first` frames a second in the first measurement and `second` in the next one.
+    void SetVideoRates(std::uint64_t first, std::uint64_t second) {
         fake::TheChildren().onWait = [first, second](fake::ScriptedChild& child, std::uint32_t timeoutMs) {
             fake::AdvanceClockMs(timeoutMs);
             const std::uint64_t rate = child.waits.size() <= 20 ? first : second;
-            // A tenth of a second each time; the rates of these tests need tenths of a frame.
+            // Each wait is a tenth of a second; the rates of these tests need tenths of a frame.
             tenths += rate;
             Video().encodedFrames = tenths / 10;
         };
@@ -112,7 +112,7 @@ TEST_F(EncoderStart, AnEarlierWorkerIsReplaced) {
     EXPECT_THAT(fake::TheAudio().alive, SizeIs(1));
 }
 
-TEST_F(EncoderStart, WithoutFfmpegItSaysSo) {
+TEST_F(EncoderStart, WithoutFfmpegItReportsThat) {
     Configure(1920, 1080, 60);
     engine->ffmpegPath.clear();
     EXPECT_FALSE(Start());
@@ -120,22 +120,22 @@ TEST_F(EncoderStart, WithoutFfmpegItSaysSo) {
     EXPECT_THAT(fake::TheVideo().starts, IsEmpty());
 }
 
-TEST_F(EncoderStart, AVideoThatCannotStartGivesItsOwnSentence) {
+TEST_F(EncoderStart, AFailedVideoStartReportsItsSentence) {
     Configure(1920, 1080, 60);
     fake::FailCall("VideoCapture::Start", 1, 0);
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Video could not start.");
-    EXPECT_TRUE(NothingRuns());
+    EXPECT_TRUE(EverythingIsReleased());
     EXPECT_THAT(fake::TheAudio().starts, IsEmpty());
     EXPECT_EQ(ChildCount(), 0U);
 }
 
-TEST_F(EncoderStart, SoundThatCannotStartGivesItsOwnSentenceAndEndsTheVideo) {
+TEST_F(EncoderStart, AFailedSoundStartReportsItsSentenceAndEndsTheVideo) {
     Configure(1920, 1080, 60);
     fake::FailCall("AudioCapture::Start", 1, 0);
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Audio could not start.");
-    EXPECT_TRUE(NothingRuns());
+    EXPECT_TRUE(EverythingIsReleased());
     EXPECT_EQ(ChildCount(), 0U);
 }
 
@@ -144,7 +144,7 @@ TEST_F(EncoderStart, AnFfmpegThatCannotBeStartedNamesTheLog) {
     fake::FailCall("SpawnChild", 1, 0);
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Cannot start NVENC encoder. See " + Log());
-    EXPECT_TRUE(NothingRuns());
+    EXPECT_TRUE(EverythingIsReleased());
 }
 
 TEST_F(EncoderStart, StaleProgressIsDeletedBeforeTheChildStarts) {
@@ -196,7 +196,7 @@ TEST_F(EncoderStart, NoFramesInFifteenSecondsIsAFailure) {
     EXPECT_EQ(engine->statusText, u"GPU recording could not start. No slow GDI fallback was used. Details: " + Log());
     EXPECT_THAT(fake::LastChild().waits, testing::AllOf(SizeIs(60), Each(250U)));
     EXPECT_EQ(fake::LastChild().input, "q\n");
-    EXPECT_TRUE(NothingRuns());
+    EXPECT_TRUE(EverythingIsReleased());
 }
 
 TEST_F(EncoderStart, AnFfmpegThatExitsBeforeFramesIsTheSameFailureAtOnce) {
@@ -206,10 +206,10 @@ TEST_F(EncoderStart, AnFfmpegThatExitsBeforeFramesIsTheSameFailureAtOnce) {
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"GPU recording could not start. No slow GDI fallback was used. Details: " + Log());
     EXPECT_THAT(fake::LastChild().waits, SizeIs(1));
-    EXPECT_TRUE(NothingRuns());
+    EXPECT_TRUE(EverythingIsReleased());
 }
 
-TEST_F(EncoderStart, VideoThatDiesDuringTheWaitGivesItsSentence) {
+TEST_F(EncoderStart, VideoThatDiesDuringTheWaitReportsItsSentence) {
     Configure(1920, 1080, 60);
     fake::TheChildren().onSpawn = nullptr;
     fake::TheChildren().onWait = [](fake::ScriptedChild&, std::uint32_t) {
@@ -218,17 +218,17 @@ TEST_F(EncoderStart, VideoThatDiesDuringTheWaitGivesItsSentence) {
     };
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Desktop capture lost (0x887A0026)");
-    EXPECT_TRUE(NothingRuns());
+    EXPECT_TRUE(EverythingIsReleased());
     EXPECT_FALSE(ChildNumber(0).processHeld);
 }
 
-TEST_F(EncoderStart, SoundThatDiesDuringTheWaitGivesItsSentence) {
+TEST_F(EncoderStart, SoundThatDiesDuringTheWaitReportsItsSentence) {
     Configure(1920, 1080, 60);
     fake::TheChildren().onSpawn = nullptr;
     fake::TheChildren().onWait = [](fake::ScriptedChild&, std::uint32_t) { fake::FailAudio(Audio(), u"Sound lost"); };
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Sound lost");
-    EXPECT_TRUE(NothingRuns());
+    EXPECT_TRUE(EverythingIsReleased());
 }
 
 TEST_F(EncoderStart, EasyModesAreNotMeasured) {
@@ -243,7 +243,7 @@ TEST_F(EncoderStart, EasyModesAreNotMeasured) {
 
 TEST_F(EncoderStart, AFastModeIsMeasuredForTwoSeconds) {
     Configure(1920, 1080, 120);
-    FramesFlowAt(120, 0);
+    SetVideoRates(120, 0);
     EXPECT_TRUE(Start());
     EXPECT_THAT(fake::LastChild().waits, testing::AllOf(SizeIs(20), Each(100U)));
     EXPECT_EQ(ReadWhole(InCache(u"performance.log")),
@@ -253,7 +253,7 @@ TEST_F(EncoderStart, AFastModeIsMeasuredForTwoSeconds) {
 
 TEST_F(EncoderStart, FourKIsMeasuredAtAnyRate) {
     Configure(3840, 2160, 30);
-    FramesFlowAt(27, 0);
+    SetVideoRates(27, 0);
     EXPECT_TRUE(Start());
     EXPECT_EQ(ReadWhole(InCache(u"performance.log")),
               "3840x2160 target=30 measured=27 GPU encode/transport us=0 pipe wait us=0\n");
@@ -261,14 +261,14 @@ TEST_F(EncoderStart, FourKIsMeasuredAtAnyRate) {
 
 TEST_F(EncoderStart, ExactlyNinetyPercentPassesAtOnce) {
     Configure(1920, 1080, 120);
-    FramesFlowAt(108, 0);
+    SetVideoRates(108, 0);
     EXPECT_TRUE(Start());
     EXPECT_THAT(fake::LastChild().waits, SizeIs(20));
 }
 
 TEST_F(EncoderStart, ASecondMeasurementOfFiveSecondsCanStillPass) {
     Configure(1920, 1080, 120);
-    FramesFlowAt(107, 119);
+    SetVideoRates(107, 119);
     EXPECT_TRUE(Start());
     EXPECT_THAT(fake::LastChild().waits, SizeIs(20 + 50));
     EXPECT_EQ(ReadWhole(InCache(u"performance.log")),
@@ -279,18 +279,18 @@ TEST_F(EncoderStart, ASecondMeasurementOfFiveSecondsCanStillPass) {
 
 TEST_F(EncoderStart, TwoSlowMeasurementsStopEverything) {
     Configure(1920, 1080, 120);
-    FramesFlowAt(90, 107);
+    SetVideoRates(90, 107);
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Speed check: 107 / 120" + Text(tooSlow));
     EXPECT_EQ(engine->measuredFps, 107);
-    EXPECT_TRUE(NothingRuns());
+    EXPECT_TRUE(EverythingIsReleased());
     EXPECT_EQ(fake::LastChild().input, "q\n");
 }
 
 TEST_F(EncoderStart, MeasurementsAreAppendedToTheLog) {
     Configure(1920, 1080, 120);
     WriteFile(InCache(u"performance.log"), "before\n");
-    FramesFlowAt(120, 0);
+    SetVideoRates(120, 0);
     ASSERT_TRUE(Start());
     EXPECT_EQ(ReadWhole(InCache(u"performance.log")),
               "before\n1920x1080 target=120 measured=120 GPU encode/transport us=0 pipe wait us=0\n");
@@ -311,7 +311,7 @@ protected:
     }
 };
 
-TEST_F(SpeedCheckDeath, OfVideoGivesItsSentence) {
+TEST_F(SpeedCheckDeath, OfVideoReportsItsSentence) {
     DieDuringMeasurement([](fake::ScriptedChild&) {
         fake::FailVideo(Video(), u"Video lost");
         fake::FailAudio(Audio(), u"Sound lost");
@@ -319,23 +319,23 @@ TEST_F(SpeedCheckDeath, OfVideoGivesItsSentence) {
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Capture stopped during speed check: Video lost");
     EXPECT_THAT(ChildNumber(0).waits, SizeIs(15));
-    EXPECT_TRUE(NothingRuns());
+    EXPECT_TRUE(EverythingIsReleased());
     EXPECT_EQ(ReadWhole(InCache(u"performance.log")),
               "1920x1080 target=120 measured=120 GPU encode/transport us=0 pipe wait us=0\n");
 }
 
-TEST_F(SpeedCheckDeath, OfSoundGivesItsSentence) {
+TEST_F(SpeedCheckDeath, OfSoundReportsItsSentence) {
     DieDuringMeasurement([](fake::ScriptedChild&) { fake::FailAudio(Audio(), u"Sound lost"); });
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Capture stopped during speed check: Sound lost");
-    EXPECT_TRUE(NothingRuns());
+    EXPECT_TRUE(EverythingIsReleased());
 }
 
 TEST_F(SpeedCheckDeath, OfTheChildNamesTheLog) {
     DieDuringMeasurement([](fake::ScriptedChild& child) { fake::EndChild(child, 1); });
     EXPECT_FALSE(Start());
     EXPECT_EQ(engine->statusText, u"Capture stopped during speed check: Encoder exited. See " + Log());
-    EXPECT_TRUE(NothingRuns());
+    EXPECT_TRUE(EverythingIsReleased());
     EXPECT_EQ(engine->measuredFps, 0);
 }
 

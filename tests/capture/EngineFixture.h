@@ -1,7 +1,7 @@
 // A capture engine over fakes for children, workers, clock, environment and folders, in a folder of its own.
 //
-// A child that is waited for lets the clock pass. Every child writes a progress file that says that frames flow, unless
-// a test scripts it otherwise.
+// A wait for a child advances the clock. Every child writes a progress file with a frame count, unless a test scripts
+// another one.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -44,7 +44,7 @@ inline std::string ReadWhole(const Text& path, std::ios::openmode mode = std::io
 
 inline bool Exists(const Text& path) { return std::filesystem::exists(ToPath(path)); }
 
-/// What stands in the last pair of double quotes of a command line.
+/// The text in the last pair of double quotes of a command line.
 inline Text LastArgument(const Text& commandLine) {
     const std::size_t end = commandLine.rfind(u'"');
     const std::size_t begin = commandLine.rfind(u'"', end - 1);
@@ -100,7 +100,7 @@ protected:
         WriteSegments(0, segments);
     }
 
-    /// Segments and a playlist that lists them.
+    /// Writes segments and a playlist that lists them.
     void WriteSegments(int first, int count) {
         std::string playlist = "#EXTM3U\n#EXT-X-VERSION:6\n#EXT-X-TARGETDURATION:1\n#EXT-X-MEDIA-SEQUENCE:0\n";
         for (int number = first; number < first + count; ++number) {
@@ -136,7 +136,7 @@ protected:
     std::unique_ptr<CaptureEngine> engine;
 };
 
-/// The calls of `names` among all that were made, in order.
+/// All calls of `names`, in order.
 inline std::vector<std::string> CallsAmong(const std::vector<std::string>& names) {
     std::vector<std::string> found;
     for (const std::string& call : fake::CallNames()) {

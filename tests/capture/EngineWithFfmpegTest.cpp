@@ -1,5 +1,5 @@
 // The engine with a real FFmpeg, real children, pipes and files. Only the desktop and the sound are fakes: a script
-// in place of the replay's FFmpeg says that frames flow, and the segments are made by hand.
+// replaces the replay's FFmpeg and reports a frame count, and the tests write the segments.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -37,7 +37,7 @@ protected:
             << "a child is left";
     }
 
-    /// The replay is a child that waits for the quit command; `other` does the rest.
+    /// The replay is a child that waits for the quit command; all other children run `other`.
     void StartReplayScript(const std::string& other = "exec ffmpeg \"$@\"") {
         WriteAll(folder.Path() / "ffmpeg-script",
                  "#!/bin/sh\n"
@@ -86,15 +86,15 @@ protected:
     Text SaveFailure() const {
         return u"Replay save failed. Try again; details: " + JoinPath(engine.cacheDir, u"save-replay.log");
     }
-    /// The picture stamps have no hole and no step back.
+    /// The time stamps of the pictures have no gap and do not decrease.
     static void ExpectSteady(const ClipFacts& facts) {
         for (std::size_t index = 1; index < facts.seconds.size(); ++index) {
             ASSERT_NEAR(facts.seconds[index] - facts.seconds[index - 1], 1.0 / 30, 0.002) << index;
         }
     }
 
-    /// Settles where the process has its pipes before a folder that goes with its test could be taken.
-    Text pipeFolderSettled = PipeName(u"", 0);
+    /// Creates the process's folder for pipes now, so that it is not created in a folder that a test removes.
+    Text pipeFolderCreated = PipeName(u"", 0);
     TemporaryFolder folder{"zorvel-engine"};
     ScopedVariable temporary{"TMPDIR", folder.Path().string()};
     ScopedVariable ffmpeg{"ZV_FFMPEG", (folder.Path() / "ffmpeg-script").string()};
@@ -192,7 +192,7 @@ TEST_F(EngineWithFfmpeg, AChildThatIgnoresTheQuitCommandIsKilledWithAllThatItSta
 
 class RecordingWithFfmpeg : public EngineWithFfmpeg {
 protected:
-    /// A ring that grows by a second a second, and a recording from it.
+    /// Starts a ring that grows in real time, and a recording from it.
     void StartFromLiveRing(Spawned& ring) {
         ASSERT_NO_FATAL_FAILURE(StartReplayScript());
         ring = Spawned(RingCommand(true, "-re", 600), {}, folder.Path() / "ring.log");
@@ -200,16 +200,16 @@ protected:
         ASSERT_TRUE(engine.StartRecording(output)) << ToUtf8(engine.statusText);
         EXPECT_EQ(engine.state, EngineState::Recording);
     }
-    /// Kills the one FFmpeg that writes the recording of this test's own folder, and nothing when it cannot be told.
+    /// Kills the FFmpeg that writes the recording in this test's folder. Fails unless exactly one is found.
     void KillRecordingChild() const {
         const std::vector<pid_t> found = ProcessesWith(ToUtf8(WorkingName(output)));
         ASSERT_EQ(found.size(), 1U);
-        ASSERT_GT(found[0], 1);  // 0 and below would be groups, or everybody
+        ASSERT_GT(found[0], 1);  // 0 and below would name process groups
         kill(found[0], SIGKILL);
     }
 };
 
-TEST_F(RecordingWithFfmpeg, FollowsTheRingWithoutAHoleUntilItIsFinished) {
+TEST_F(RecordingWithFfmpeg, HoldsEverySegmentUntilItIsFinished) {
     Spawned ring;
     ASSERT_NO_FATAL_FAILURE(StartFromLiveRing(ring));
     const std::int32_t atStart = engine.BufferedSeconds();
@@ -244,7 +244,7 @@ TEST_F(RecordingWithFfmpeg, AKilledChildIsDetectedAndItsFileStays) {
     EXPECT_TRUE(engine.replayRunning);
 }
 
-TEST_F(RecordingWithFfmpeg, ALostSegmentEndsTheRecordingAndSaysSo) {
+TEST_F(RecordingWithFfmpeg, AMissingSegmentEndsTheRecordingAndIsReported) {
     Spawned ring;
     ASSERT_NO_FATAL_FAILURE(StartFromLiveRing(ring));
     // A name in the list without its file.
@@ -259,7 +259,7 @@ TEST_F(RecordingWithFfmpeg, ALostSegmentEndsTheRecordingAndSaysSo) {
     EXPECT_TRUE(fs::exists(ToPath(WorkingName(output))));
 }
 
-TEST_F(RecordingWithFfmpeg, ARingWithoutMediaInItCannotBeRecorded) {
+TEST_F(RecordingWithFfmpeg, ARingWithoutMediaCannotBeRecorded) {
     ASSERT_NO_FATAL_FAILURE(StartReplayScript("exit 1"));
     WriteAll(ToPath(JoinPath(engine.replayDir, u"seg00000000.ts")), "x");
     WriteAll(ToPath(PlaylistPath(engine.replayDir)), "#EXTINF:2.0,\nseg00000000.ts\n");

@@ -37,7 +37,7 @@ protected:
     Text working = Here(u"a.mp4.partial.mp4");
 };
 
-TEST_F(HealthPoll, FindsNothingWrongWithWhatRuns) {
+TEST_F(HealthPoll, ReportsNothingWhileEverythingRuns) {
     StartRecordingFromReplay();
     engine->PollHealth();
     EXPECT_EQ(engine->statusText, u"before");
@@ -46,7 +46,7 @@ TEST_F(HealthPoll, FindsNothingWrongWithWhatRuns) {
     EXPECT_EQ(ChildNumber(0).input, "");
 }
 
-TEST_F(HealthPoll, VideoOfARecordingThatDiedFailsTheRecording) {
+TEST_F(HealthPoll, ARecordingWhoseVideoDiedFails) {
     StartOwnRecording();
     fake::FailVideo(*engine->recording.video, u"Video lost (0x887A0026)");
     engine->PollHealth();
@@ -60,7 +60,7 @@ TEST_F(HealthPoll, VideoThatDiedWithoutASentenceLeavesNone) {
     ExpectRecordingFailed(u"");
 }
 
-TEST_F(HealthPoll, VideoOfTheReplayThatDiedStopsTheReplay) {
+TEST_F(HealthPoll, AReplayWhoseVideoDiedStops) {
     StartReplayWith(3);
     fake::FailVideo(*engine->replay.video, u"Video lost");
     engine->PollHealth();
@@ -68,7 +68,7 @@ TEST_F(HealthPoll, VideoOfTheReplayThatDiedStopsTheReplay) {
     EXPECT_EQ(engine->state, EngineState::Ready);
 }
 
-TEST_F(HealthPoll, VideoOfTheReplayThatDiedSavesTheRecordingThatReadsFromItFirst) {
+TEST_F(HealthPoll, AReplayWhoseVideoDiedSavesItsRecordingFirst) {
     StartRecordingFromReplay();
     fake::FailVideo(*engine->replay.video, u"Video lost");
     engine->PollHealth();
@@ -79,35 +79,35 @@ TEST_F(HealthPoll, VideoOfTheReplayThatDiedSavesTheRecordingThatReadsFromItFirst
     EXPECT_FALSE(engine->recording.process);
 }
 
-TEST_F(HealthPoll, SoundOfARecordingThatDiedFailsTheRecording) {
+TEST_F(HealthPoll, ARecordingWhoseSoundDiedFails) {
     StartOwnRecording();
     fake::FailAudio(*engine->recording.audio, u"Sound lost");
     engine->PollHealth();
     ExpectRecordingFailed(u"Sound lost");
 }
 
-TEST_F(HealthPoll, SoundOfARecordingThatDiedWithoutASentenceGetsOne) {
+TEST_F(HealthPoll, ARecordingWhoseSoundDiedWithoutASentenceGetsOne) {
     StartOwnRecording();
     fake::FailAudio(*engine->recording.audio, u"");
     engine->PollHealth();
     ExpectRecordingFailed(u"Recording audio stopped unexpectedly.");
 }
 
-TEST_F(HealthPoll, SoundOfTheReplayThatDiedStopsTheReplay) {
+TEST_F(HealthPoll, AReplayWhoseSoundDiedStops) {
     StartReplayWith(3);
     fake::FailAudio(*engine->replay.audio, u"Sound lost");
     engine->PollHealth();
     ExpectReplayStopped(u"Sound lost");
 }
 
-TEST_F(HealthPoll, SoundOfTheReplayThatDiedWithoutASentenceGetsOne) {
+TEST_F(HealthPoll, AReplayWhoseSoundDiedWithoutASentenceGetsOne) {
     StartReplayWith(3);
     fake::FailAudio(*engine->replay.audio, u"");
     engine->PollHealth();
     ExpectReplayStopped(u"Replay audio stopped unexpectedly.");
 }
 
-TEST_F(HealthPoll, SoundOfTheReplayThatDiedDoesNotFinishTheRecording) {
+TEST_F(HealthPoll, AReplayWhoseSoundDiedDoesNotFinishTheRecording) {
     StartRecordingFromReplay();
     fake::FailAudio(*engine->replay.audio, u"Sound lost");
     engine->PollHealth();
@@ -116,7 +116,7 @@ TEST_F(HealthPoll, SoundOfTheReplayThatDiedDoesNotFinishTheRecording) {
     EXPECT_TRUE(engine->recording.process);
 }
 
-TEST_F(HealthPoll, AChildOfARecordingThatDiedFailsTheRecording) {
+TEST_F(HealthPoll, ARecordingWhoseChildDiedFails) {
     StartOwnRecording();
     fake::EndChild(fake::LastChild(), 0);
     engine->PollHealth();
@@ -124,14 +124,14 @@ TEST_F(HealthPoll, AChildOfARecordingThatDiedFailsTheRecording) {
     EXPECT_EQ(fake::LastChild().input, "");
 }
 
-TEST_F(HealthPoll, AChildOfTheReplayThatDiedStopsTheReplay) {
+TEST_F(HealthPoll, AReplayWhoseChildDiedStops) {
     StartReplayWith(3);
     fake::EndChild(ChildNumber(0), 1);
     engine->PollHealth();
     ExpectReplayStopped(u"Replay encoder stopped unexpectedly. Logs: " + engine->cacheDir);
 }
 
-TEST_F(HealthPoll, AChildOfTheReplayThatDiedDoesNotFinishTheRecording) {
+TEST_F(HealthPoll, AReplayWhoseChildDiedDoesNotFinishTheRecording) {
     StartRecordingFromReplay();
     fake::EndChild(ChildNumber(0), 1);
     engine->PollHealth();
@@ -141,7 +141,7 @@ TEST_F(HealthPoll, AChildOfTheReplayThatDiedDoesNotFinishTheRecording) {
     EXPECT_TRUE(ChildNumber(1).running);
 }
 
-TEST_F(HealthPoll, AChildThatDiedOfItsVideoIsReportedByTheVideo) {
+TEST_F(HealthPoll, AChildThatDiedWithItsVideoIsReportedByTheVideo) {
     StartReplayWith(3);
     fake::FailVideo(*engine->replay.video, u"Video lost");
     fake::FailAudio(*engine->replay.audio, u"Sound lost");
@@ -160,7 +160,7 @@ TEST_F(HealthPoll, ALaterCheckStillRunsAfterAnEarlierOneFired) {
     EXPECT_EQ(engine->statusText, u"Replay encoder stopped unexpectedly. Logs: " + engine->cacheDir);
 }
 
-TEST_F(HealthPoll, NothingIsEverStartedAgain) {
+TEST_F(HealthPoll, NothingIsRestarted) {
     StartReplayWith(3);
     fake::EndChild(ChildNumber(0), 1);
     for (int poll = 0; poll < 5; ++poll) {
@@ -258,7 +258,7 @@ TEST_F(PollCaptureTest, ReportsThatTheStateChanged) {
     EXPECT_EQ(result.status, u"Recording encoder stopped unexpectedly. Logs: " + engine->cacheDir);
 }
 
-TEST_F(PollCaptureTest, AnythingThrownBecomesOneSentence) {
+TEST_F(PollCaptureTest, AnyExceptionBecomesOneSentence) {
     StartReplayWith(4);
     fake::ThrowInCall("IsRunning", fake::CountOf("IsRunning") + 1);
     const CapturePollResult result = PollCapture(*engine);

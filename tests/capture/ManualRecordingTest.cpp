@@ -84,7 +84,7 @@ TEST_F(ManualRecording, WithoutSoundWaitsForNone) {
     EXPECT_THAT(Narrow(fake::LastChild().options.commandLine), testing::HasSubstr(" -map 0:v:0 -an -c:v copy "));
 }
 
-TEST_F(ManualRecording, ADeadReplayIsNoReplay) {
+TEST_F(ManualRecording, ADeadReplayIsIgnored) {
     StartReplayWith(3);
     fake::EndChild(ChildNumber(0), 1);
     ScriptMedia(2000);
@@ -102,7 +102,7 @@ TEST_F(ManualRecording, ASecondStartWhileOneRunsChangesNothing) {
     EXPECT_EQ(engine->state, EngineState::Recording);
 }
 
-TEST_F(ManualRecording, TheRemainsOfADeadOneAreClearedFirst) {
+TEST_F(ManualRecording, ADeadOneIsClearedFirst) {
     StartOwn();
     fake::EndChild(fake::LastChild(), 1);
     output = Here(u"b.mp4");
@@ -159,7 +159,7 @@ TEST_F(ManualRecording, WaitsFourSecondsForMediaAndWorksAtALaterPress) {
     EXPECT_EQ(engine->state, EngineState::Recording);
 }
 
-TEST_F(ManualRecording, DoesNotWaitWhenMediaIsThere) {
+TEST_F(ManualRecording, DoesNotWaitIfMediaExists) {
     StartReplayWith(1);
     ScriptMedia(2000);
     const std::uint64_t before = Now();
@@ -319,7 +319,7 @@ TEST_F(UnfinishedRecording, AChildThatDoesNotEndIsKilledAfterThirtySecondsAndIts
     EXPECT_FALSE(Exists(output));
 }
 
-TEST_F(UnfinishedRecording, AnotherExitCodeIsNotTrusted) {
+TEST_F(UnfinishedRecording, AnotherExitCodeIsAFailure) {
     StartOwn();
     fake::LastChild().quitCode = 1;
     engine->FinishRecording();
@@ -335,7 +335,7 @@ TEST_F(UnfinishedRecording, AnOutputOf1024BytesIsNoRecording) {
     EXPECT_FALSE(Exists(output));
 }
 
-TEST_F(UnfinishedRecording, ARenameThatFailsLeavesTheWorkingFile) {
+TEST_F(UnfinishedRecording, AFailedRenameLeavesTheWorkingFile) {
     StartOwn();
     std::filesystem::create_directories(ToPath(JoinPath(output, u"in the way")));
     engine->FinishRecording();

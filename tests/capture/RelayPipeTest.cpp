@@ -13,13 +13,13 @@ namespace {
 
 using support::Eventually;
 
-/// Reads the pipe on a thread of its own. A gate keeps it from reading.
+/// Reads the pipe on a thread of its own. It reads while its gate is open.
 class PipeReader {
 public:
     explicit PipeReader(SegmentRelay& relay)
         : relay_(relay), thread_([this, name = relay.PipeName()] { Read(name); }) {}
     ~PipeReader() {
-        relay_.Stop();  // or a reader would wait for ever
+        relay_.Stop();  // otherwise the reader would wait forever
         gateOpen = true;
         thread_.join();
     }
@@ -54,7 +54,7 @@ private:
 
 class RelayPipe : public testing::Test {
 protected:
-    /// Content that no other segment has, of all byte values.
+    /// Unique content with all byte values.
     std::string RandomContent(std::size_t size) {
         std::string content(size, '\0');
         for (char& byte : content) {
@@ -89,7 +89,7 @@ TEST_F(RelayPipe, TwentyMinutesOfARingArriveByteForByte) {
             expected += content;
         }
         ring.Publish(15);
-        // What the reader still misses is in the pipe or in the reader's block.
+        // The bytes that the reader has not counted yet are in the pipe or in the reader's block.
         ASSERT_TRUE(Eventually([&] { return reader.bytes + 0x10000 >= expected.size() || reader.ended; }));
     }
     ASSERT_TRUE(Eventually([&] { return reader.bytes + 0x10000 >= expected.size(); }));
@@ -125,7 +125,7 @@ TEST_F(RelayPipe, AReaderThatStopsReadingEndsTheRelayAtTheWriteLimit) {
 
 TEST_F(RelayPipe, WithoutAReaderTheRelayEndsAtTheConnectLimitAndItsPipeDisappears) {
     ASSERT_TRUE(relay.Start(ring.Folder(), {100, 100, 1}));
-    // Whoever opens the pipe is its reader, so the test must not look for it before the limit has passed.
+    // Opening the pipe connects a reader, so the test must not open it before the limit has passed.
     std::this_thread::sleep_for(std::chrono::seconds(2));
     EXPECT_TRUE(relay.running);  // the reader's failure is reported instead
     EXPECT_TRUE(Eventually([&] { return !std::ifstream(ToPath(relay.PipeName())).is_open(); }));

@@ -76,7 +76,7 @@ INSTANTIATE_TEST_SUITE_P(Seconds, ReplayLength,
                          testing::Values(Length{14, 15}, Length{15, 15}, Length{16, 16}, Length{300, 300},
                                          Length{301, 300}, Length{0, 15}, Length{-1, 15}, Length{2147483647, 300}));
 
-TEST_F(ReplayBuffer, TheSameLengthAgainTouchesNothing) {
+TEST_F(ReplayBuffer, TheSameLengthAgainChangesNothing) {
     StartReplayWith(3);
     engine->statusText = u"as it was";
     EXPECT_TRUE(engine->StartReplay(true, 60));
@@ -116,7 +116,7 @@ TEST_F(ReplayBuffer, ADeadChildIsReplacedEvenWithTheSameLength) {
     EXPECT_EQ(ChildCount(), 2U);
 }
 
-TEST_F(ReplayBuffer, SwitchedOffItStopsAndRemovesItsFolder) {
+TEST_F(ReplayBuffer, DisablingStopsItAndRemovesItsFolder) {
     StartReplayWith(3);
     const Text folder = engine->replayDir;
     EXPECT_TRUE(engine->StartReplay(false, 20));
@@ -128,7 +128,7 @@ TEST_F(ReplayBuffer, SwitchedOffItStopsAndRemovesItsFolder) {
     EXPECT_EQ(engine->replayDir, folder);  // the text stays
 }
 
-TEST_F(ReplayBuffer, SwitchedOffWithoutAReplayItSaysSo) {
+TEST_F(ReplayBuffer, DisablingWithoutAReplayReportsThatItStopped) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
     EXPECT_TRUE(engine->StartReplay(false, 60));
     EXPECT_EQ(engine->statusText, u"Replay stopped.");
@@ -157,7 +157,7 @@ TEST_F(ReplayBuffer, ARecordingThatReadsFromTheReplayDoesNotRefuseAnotherLength)
     fake::AdvanceClockMs(10);
     EXPECT_TRUE(engine->StartReplay(true, 90));
     EXPECT_FALSE(Exists(before));
-    EXPECT_THAT(fake::TheRelays().folders, ElementsAre(before));  // the relay goes on watching what is gone
+    EXPECT_THAT(fake::TheRelays().folders, ElementsAre(before));  // the relay still watches the removed folder
     EXPECT_TRUE(engine->recording.relay);
     EXPECT_EQ(engine->state, EngineState::Recording);
 }
@@ -174,7 +174,7 @@ TEST_F(ReplayBuffer, AFolderThatCannotBeMadeIsReported) {
     EXPECT_EQ(ChildCount(), 1U);
 }
 
-TEST_F(ReplayBuffer, AFailedStartLeavesNothingButTheEmptyFolder) {
+TEST_F(ReplayBuffer, AFailedStartLeavesOnlyTheEmptyFolder) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
     fake::FailCall("SpawnChild", 1, 0);
     EXPECT_FALSE(engine->StartReplay(true, 60));
@@ -199,7 +199,7 @@ TEST_F(ReplayBuffer, AnExceptionInTheStartLeavesNothingRunning) {
     }
 }
 
-TEST_F(ReplayBuffer, WarmingUpItHasNoSecondsAndThenThoseOfThePlaylist) {
+TEST_F(ReplayBuffer, HasTheSecondsOfItsPlaylistAndNoneBefore) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
     EXPECT_EQ(engine->BufferedSeconds(), 0);
     ASSERT_TRUE(engine->StartReplay(true, 60));
@@ -225,7 +225,7 @@ TEST_F(ReplayBuffer, StopAllEndsRecordingAndReplayAndRemovesTheFolder) {
     EXPECT_FALSE(Exists(engine->replayDir));
 }
 
-TEST_F(ReplayBuffer, TheEndOfTheEngineDoesTheSame) {
+TEST_F(ReplayBuffer, DestroyingTheEngineDoesTheSame) {
     StartReplayWith(3);
     const Text folder = engine->replayDir;
     engine.reset();
@@ -234,9 +234,9 @@ TEST_F(ReplayBuffer, TheEndOfTheEngineDoesTheSame) {
     EXPECT_FALSE(Exists(folder));
 }
 
-TEST_F(ReplayBuffer, AStubbornChildHasThirtySecondsToEnd) {
+TEST_F(ReplayBuffer, AChildHasThirtySecondsToEnd) {
     StartReplayWith(3);
-    ChildNumber(0).obeysQuit = false;
+    ChildNumber(0).exitsOnQuit = false;
     engine->StopAll();
     EXPECT_THAT(ChildNumber(0).waits.back(), 30000U);
     EXPECT_TRUE(ChildNumber(0).terminated);

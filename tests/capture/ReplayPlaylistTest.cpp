@@ -16,7 +16,7 @@ using testing::IsEmpty;
 constexpr const char* header =
     "#EXTM3U\n#EXT-X-VERSION:6\n#EXT-X-TARGETDURATION:1\n#EXT-X-MEDIA-SEQUENCE:3\n#EXT-X-INDEPENDENT-SEGMENTS\n";
 
-TEST(ReplayPlaylist, SegmentsComeInTheOrderOfTheirLines) {
+TEST(ReplayPlaylist, SegmentsAreListedInTheOrderOfTheirLines) {
     const std::string playlist = std::string(header) +
                                  "#EXTINF:1.000000,\nseg00000003.ts\n#EXTINF:1.000000,\nseg00000004.ts\n"
                                  "#EXTINF:0.500000,\nseg00000001.ts\n";
@@ -55,13 +55,13 @@ TEST(ReplayPlaylist, ATruncatedLastLineThatLooksLikeANameIsAccepted) {
     EXPECT_THAT(SegmentNamesIn("seg00000001.ts\nseg0000.ts"), ElementsAre("seg00000001.ts", "seg0000.ts"));
 }
 
-TEST(ReplayPlaylist, APlaylistOfMoreThanAMebibyteIsReadToTheCut) {
+TEST(ReplayPlaylist, APlaylistOfMoreThanAMebibyteIsReadToTheLimit) {
     const support::TemporaryFolder folder;
     const Text path = FromPath(folder.Path());
     {
         std::ofstream file(ToPath(PlaylistPath(path)), std::ios::binary);
         file << "seg00000001.ts\n";
-        file << std::string(0x100000 - 15 - 8, '#') << '\n';  // 7 bytes are left before the cut
+        file << std::string(0x100000 - 15 - 8, '#') << '\n';  // 7 bytes are left before the limit
         file << "seg2.ts.this is behind the cut\nseg00000003.ts\n";
     }
     EXPECT_THAT(ReadSegmentList(path), ElementsAre("seg00000001.ts", "seg2.ts"));
@@ -87,18 +87,20 @@ TEST_P(BufferedTime, IsTheSumOfTheDurationsTruncated) { EXPECT_EQ(SecondsIn(GetP
 
 INSTANTIATE_TEST_SUITE_P(
     Lines, BufferedTime,
-    testing::Values(
-        Durations{"PartsOfASecond", "#EXTINF:0.9,\nseg1.ts\n#EXTINF:0.9,\nseg2.ts\n", 1},
-        Durations{"CarriageReturns", "#EXTINF:1.000000,\r\nseg1.ts\r\n#EXTINF:1.000000,\r\n", 2},
-        Durations{"NoLineEnd", "#EXTINF:2.75", 2}, Durations{"NoNumberBeforeAComma", "#EXTINF:,\n#EXTINF:1.5,\n", 1},
-        Durations{"NoNumber", "#EXTINF:\n#EXTINF:x\n#EXTINF:3\n", 3},
-        Durations{"OutOfRange", "#EXTINF:1e999,\n#EXTINF:4,\n", 4},
-        Durations{"BlankOrPlusInFront", "#EXTINF: 1.5,\n#EXTINF:+1.5,\n", 3},
-        Durations{"NegativeTowardsZero", "#EXTINF:-0.5,\n", 0}, Durations{"Negative", "#EXTINF:-1.5,\n", -1},
-        Durations{"NotANumberAndInfinity", "#EXTINF:nan,\n#EXTINF:inf,\n#EXTINF:2\n", 2},
-        Durations{"Exponent", "#EXTINF:1.5e1,\n", 15},
-        Durations{"OtherTags", " #EXTINF:9,\n#EXTINFO:9\n#extinf:9\n", 0},
-        Durations{"MoreThanFits", "#EXTINF:9e300,\n", 2147483647}, Durations{"LettersBehind", "#EXTINF:1.5abc,\n", 1}));
+    testing::Values(Durations{"PartsOfASecond", "#EXTINF:0.9,\nseg1.ts\n#EXTINF:0.9,\nseg2.ts\n", 1},
+                    Durations{"CarriageReturns", "#EXTINF:1.000000,\r\nseg1.ts\r\n#EXTINF:1.000000,\r\n", 2},
+                    Durations{"NoLineEnd", "#EXTINF:2.75", 2},
+                    Durations{"NoNumberBeforeAComma", "#EXTINF:,\n#EXTINF:1.5,\n", 1},
+                    Durations{"NoNumber", "#EXTINF:\n#EXTINF:x\n#EXTINF:3\n", 3},
+                    Durations{"OutOfRange", "#EXTINF:1e999,\n#EXTINF:4,\n", 4},
+                    Durations{"BlankOrPlusInFront", "#EXTINF: 1.5,\n#EXTINF:+1.5,\n", 3},
+                    Durations{"NegativeTowardsZero", "#EXTINF:-0.5,\n", 0},
+                    Durations{"Negative", "#EXTINF:-1.5,\n", -1},
+                    Durations{"NotANumberAndInfinity", "#EXTINF:nan,\n#EXTINF:inf,\n#EXTINF:2\n", 2},
+                    Durations{"Exponent", "#EXTINF:1.5e1,\n", 15},
+                    Durations{"OtherTags", " #EXTINF:9,\n#EXTINFO:9\n#extinf:9\n", 0},
+                    Durations{"MoreThanFits", "#EXTINF:9e300,\n", 2147483647},
+                    Durations{"LettersAfterTheNumber", "#EXTINF:1.5abc,\n", 1}));
 
 TEST(SegmentsToRelay, ANewStreamStartsAtMostTwoSegmentsBack) {
     EXPECT_THAT(SegmentsToRelay({}, ""), IsEmpty());

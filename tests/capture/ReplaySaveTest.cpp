@@ -50,7 +50,7 @@ TEST_F(ReplaySave, JoinsEveryListedSegmentFromTheOldestToTheNewest) {
     EXPECT_TRUE(Exists(output));
 }
 
-TEST_F(ReplaySave, TheLineEndsOfTheListFollowThePlatform) {
+TEST_F(ReplaySave, TheListHasThePlatformsLineEnds) {
     StartReplayWith(1);
     ScriptJoin(1025, 0);
     ASSERT_TRUE(engine->SaveReplayClip(output));
@@ -186,7 +186,7 @@ TEST_F(ReplaySave, AChildThatRunsLongerThanSixtySecondsIsStoppedAndFails) {
     StartReplayWith(3);
     fake::TheChildren().onSpawn = [](fake::ScriptedChild& child) {
         WriteFile(LastArgument(child.options.commandLine), std::string(5000, 'x'));
-        child.obeysQuit = false;
+        child.exitsOnQuit = false;
     };
     EXPECT_FALSE(engine->SaveReplayClip(output));
     EXPECT_THAT(fake::LastChild().waits, ElementsAre(60000U, 1000U));
@@ -197,7 +197,7 @@ TEST_F(ReplaySave, AChildThatRunsLongerThanSixtySecondsIsStoppedAndFails) {
     ExpectNothingLeft();
 }
 
-TEST_F(ReplaySave, AChildThatQuitsOnlyWhenAskedHasFailedAllTheSame) {
+TEST_F(ReplaySave, AChildThatNeedsTheQuitCommandHasFailed) {
     StartReplayWith(3);
     fake::TheChildren().onSpawn = [](fake::ScriptedChild& child) {
         WriteFile(LastArgument(child.options.commandLine), std::string(5000, 'x'));
@@ -206,7 +206,7 @@ TEST_F(ReplaySave, AChildThatQuitsOnlyWhenAskedHasFailedAllTheSame) {
     ExpectNothingLeft();
 }
 
-TEST_F(ReplaySave, ASegmentThatHasLeftTheFolderFailsTheSave) {
+TEST_F(ReplaySave, ADeletedSegmentFailsTheSave) {
     StartReplayWith(3);
     std::filesystem::remove(ToPath(JoinPath(engine->replayDir, u"seg00000001.ts")));
     ScriptJoin(5000, 0);
@@ -234,7 +234,7 @@ TEST_F(ReplaySave, ASaveFolderThatCannotBeMadeFailsTheSave) {
     ExpectNothingLeft();
 }
 
-TEST_F(ReplaySave, ARenameThatFailsFailsTheSave) {
+TEST_F(ReplaySave, AFailedRenameFailsTheSave) {
     StartReplayWith(3);
     fake::TheChildren().onSpawn = [this](fake::ScriptedChild& child) {
         WriteFile(LastArgument(child.options.commandLine), std::string(5000, 'x'));
@@ -254,7 +254,7 @@ TEST_F(ReplaySave, AnotherSaveWorksAfterAFailure) {
     EXPECT_TRUE(engine->SaveReplayClip(output));
 }
 
-TEST_F(ReplaySave, TheLengthInForceIsNotConsulted) {
+TEST_F(ReplaySave, DoesNotDependOnTheReplayLength) {
     StartReplayWith(40);
     engine->replaySeconds = 15;
     ScriptJoin(5000, 0);

@@ -53,12 +53,12 @@ protected:
         const std::vector<std::uint32_t> asked = fake::RequestedTimeouts();
         return std::count(asked.begin(), asked.end(), 25U);
     }
-    /// Until it has looked at the playlist two more times and sent all that was new there.
-    static void LetItPoll() {
+    /// Waits until the relay has read the playlist two more times and sent all new segments.
+    static void WaitForPolls() {
         const auto end = Polls() + 3;
         EXPECT_TRUE(Eventually([end] { return Polls() >= end; }));
     }
-    /// Stops on a thread of its own, and lets the relay go on once it has been asked to end.
+    /// Stops on another thread, and sets `goOn` once the stop has been requested.
     void StopBefore(std::atomic<bool>& goOn) {
         const int signals = fake::Signals();
         std::thread stopping([this] { relay.Stop(); });
@@ -72,7 +72,7 @@ protected:
     static bool Sent(int writes) {
         return Eventually([writes] { return CountOf("BeginWrite") >= writes; });
     }
-    /// All that the reader got. The relay must not be sending any more.
+    /// All bytes that the reader received. Called when the relay has finished sending.
     static std::string Stream() {
         std::string stream;
         for (const auto& block : ThePipe().received) {
@@ -86,7 +86,7 @@ protected:
     int added = 0;
 };
 
-TEST_F(Relay, MakesItsPipeWithTheBufferAndANameOfItsOwn) {
+TEST_F(Relay, MakesItsPipeWithTheBufferAndAUniqueName) {
     ASSERT_TRUE(relay.Start(ring.Folder()));
     EXPECT_TRUE(relay.running);
     EXPECT_EQ(ThePipe().options.bufferBytes, 0x100000U);
@@ -118,7 +118,7 @@ TEST_F(Relay, SendsASingleSegment) {
     AddSegments(1);
     ASSERT_TRUE(relay.Start(ring.Folder()));
     ASSERT_TRUE(Sent(1));
-    LetItPoll();
+    WaitForPolls();
     relay.Stop();
     EXPECT_EQ(Stream(), "<0>");
 }
@@ -127,7 +127,7 @@ TEST_F(Relay, SendsBothOfTwoSegments) {
     AddSegments(2);
     ASSERT_TRUE(relay.Start(ring.Folder()));
     ASSERT_TRUE(Sent(2));
-    LetItPoll();
+    WaitForPolls();
     relay.Stop();
     EXPECT_EQ(Stream(), "<0><1>");
 }
@@ -136,20 +136,20 @@ TEST_F(Relay, SendsTheLastTwoOfTenAndThenEveryNewOneOnce) {
     AddSegments(10);
     ASSERT_TRUE(relay.Start(ring.Folder()));
     ASSERT_TRUE(Sent(2));
-    LetItPoll();
+    WaitForPolls();
     AddSegments(1);
     ASSERT_TRUE(Sent(3));
-    LetItPoll();
+    WaitForPolls();
     AddSegments(3);
     ASSERT_TRUE(Sent(6));
-    LetItPoll();
+    WaitForPolls();
     relay.Stop();
     EXPECT_EQ(Stream(), "<8><9><10><11><12><13>");
 }
 
 TEST_F(Relay, WaitsForThePlaylistToAppear) {
     ASSERT_TRUE(relay.Start(ring.Folder()));
-    LetItPoll();
+    WaitForPolls();
     EXPECT_TRUE(relay.running);
     AddSegments(1);
     ASSERT_TRUE(Sent(1));
@@ -162,7 +162,7 @@ TEST_F(Relay, KeepsWatchingARemovedFolder) {
     ASSERT_TRUE(relay.Start(ring.Folder()));
     ASSERT_TRUE(Sent(1));
     std::filesystem::remove_all(ToPath(ring.Folder()));
-    LetItPoll();
+    WaitForPolls();
     EXPECT_TRUE(relay.running);
     EXPECT_EQ(CountOf("~BytePipe"), 0);
 }
@@ -184,14 +184,14 @@ TEST_F(Relay, AnEmptySegmentCountsAsSent) {
     ring.Add("");
     ring.Publish(60);
     ASSERT_TRUE(relay.Start(ring.Folder()));
-    LetItPoll();
+    WaitForPolls();
     ring.Add("next");
     ring.Publish(60);
     ASSERT_TRUE(Sent(1));
     EXPECT_TRUE(relay.running);
 }
 
-TEST_F(Relay, ASegmentThatHasLeftTheRingEndsIt) {
+TEST_F(Relay, ADeletedSegmentEndsIt) {
     AddSegments(2);
     ring.Delete(1);
     relay.Start(ring.Folder());  // may already have seen the end
@@ -222,7 +222,7 @@ TEST_F(Relay, EveryPendingWriteHasFiveSeconds) {
     EXPECT_FALSE(ThePipe().pipeClosedBeforeWrites);
 }
 
-TEST_F(Relay, AnExceptionInItsThreadEndsItLikeAnyOtherFault) {
+TEST_F(Relay, AnExceptionInItsThreadEndsIt) {
     fake::ThrowInCall("BeginWrite", 2);
     AddSegments(3);
     relay.Start(ring.Folder());  // may already have seen the end
@@ -320,7 +320,7 @@ TEST_F(Relay, AStopFinishesTheCurrentSegment) {
     EXPECT_FALSE(relay.running);
 }
 
-TEST_F(Relay, AWriteThatBlocksIsCutOffSixSecondsAfterTheStop) {
+TEST_F(Relay, ABlockedWriteIsCancelledSixSecondsAfterTheStop) {
     ThePipe().begin = [](int) { return WriteBegin::Pending; };
     ThePipe().writesAwaitStop = true;
     ThePipe().finish = [](int) { return WriteEnd::Stopped; };

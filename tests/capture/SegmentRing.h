@@ -1,5 +1,5 @@
-// A ring of segments on disk as FFmpeg keeps one: a segment is whole before it is listed, and the list is replaced in
-// one step.
+// A ring of segments on disk like FFmpeg's: a segment is complete before it is listed, and the list is replaced
+// atomically.
 #pragma once
 
 #include <chrono>
@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    /// Retries where an open file cannot be replaced, until the reader has closed it.
+    /// Retries until the reader has closed the file: some systems cannot replace an open file.
     void ReplacePlaylist() {
         std::error_code error;
         do {

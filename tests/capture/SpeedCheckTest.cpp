@@ -21,7 +21,7 @@ TEST(Progress, ALaterLineOfTheSameFileCanReachTheThreshold) {
     EXPECT_TRUE(FramesHaveReached("frame=16\nframe=2\n", 15));
 }
 
-TEST(Progress, LinesThatAreNoFrameCountArePassedOver) {
+TEST(Progress, LinesWithoutAFrameCountAreIgnored) {
     EXPECT_FALSE(FramesHaveReached("", 4));
     EXPECT_FALSE(FramesHaveReached("frame=\nframe=x\nframe\n frame=99\ntotal_frame=99\nframes=99\n", 4));
     EXPECT_TRUE(FramesHaveReached("frame=99999999999999999999\nframe=4\n", 4));

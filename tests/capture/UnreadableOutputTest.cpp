@@ -1,4 +1,4 @@
-// An output of which the system cannot even tell whether it exists: its name is too long.
+// An output whose existence the system cannot check, because its name is too long.
 #include "EngineFixture.h"
 
 namespace zv {
@@ -9,13 +9,13 @@ protected:
     Text output = Here(Text(300, u'n'));
 };
 
-TEST_F(UnreadableOutput, OfAReplayRaisesTheFileSystemsException) {
+TEST_F(UnreadableOutput, OfAReplayThrowsTheFileSystemsException) {
     StartReplayWith(3);
     EXPECT_THROW(engine->SaveReplayClip(output), std::filesystem::filesystem_error);
     EXPECT_TRUE(engine->replayRunning);
 }
 
-TEST_F(UnreadableOutput, OfARecordingRaisesTheFileSystemsException) {
+TEST_F(UnreadableOutput, OfARecordingThrowsTheFileSystemsException) {
     StartReplayWith(3);
     EXPECT_THROW(engine->StartRecording(output), std::filesystem::filesystem_error);
     EXPECT_EQ(engine->state, EngineState::Ready);

@@ -74,7 +74,7 @@ TEST_F(AppLog, TwoSessionsAppendOneLineEach) {
     EXPECT_EQ(Log(), "[05:09:08] [INFO] [App] Zorvel starting\r\n[05:09:08] [INFO] [App] Zorvel starting\r\n");
 }
 
-TEST_F(AppLog, ACharacterWithoutAByteSilencesItForTheRestOfTheSession) {
+TEST_F(AppLog, ACharacterWithoutAByteDisablesItForTheRestOfTheSession) {
     AppLogStart(Data());
     AppLogInfo(u"App", u"a\u0416b");
     AppLogInfo(u"App", u"later");
@@ -159,7 +159,7 @@ TEST_F(ActivityLog, WithoutAPathRowsAreKeptInMemoryOnly) {
     EXPECT_FALSE(std::filesystem::exists(DataPath()));
 }
 
-TEST_F(ActivityLog, WithoutAFileItIsSilent) {
+TEST_F(ActivityLog, WithoutAFileItReportsNothing) {
     AppLogStart(Data());
     std::filesystem::create_directory(DataPath() / "History" / "activity.log");
     AddActivity(u"Capture", u"text");

@@ -37,7 +37,7 @@ TEST_F(DataFolders, AreSixUnderTheVariable) {
     EXPECT_EQ(folders.profiles, Slashed(u"base/ZVReelsMax/Profiles"));
 }
 
-TEST_F(DataFolders, LieUnderTheCurrentDirectoryWithoutTheVariable) {
+TEST_F(DataFolders, AreUnderTheCurrentDirectoryWithoutTheVariable) {
     EXPECT_EQ(MakeAppFolders().root, Slashed(u"./ZVReelsMax"));
     EXPECT_EQ(DataFolder(), Slashed(u"./ZVReelsMax"));
 

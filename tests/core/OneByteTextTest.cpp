@@ -37,7 +37,7 @@ private:
 
 TEST_F(OneByteText, ALineEndIsTwoBytesOnDiskOnEverySystem) { EXPECT_EQ(Written(u"a\nb\n"), "a\r\nb\r\n"); }
 
-TEST_F(OneByteText, EveryUnitBelow256IsTheByteOfItsValueThereAndBack) {
+TEST_F(OneByteText, EveryUnitBelow256ConvertsToItsByteAndBack) {
     Text text;
     std::string bytes;
     for (int value = 0; value < 256; ++value) {
@@ -58,7 +58,7 @@ TEST_F(OneByteText, AUnitOf256EndsTheFileAndAllThatIsWrittenLaterIsDropped) {
     EXPECT_EQ(ReadBytes(File()), "one\r\nt\xFFw");
 }
 
-TEST_F(OneByteText, OpeningAnewForgetsTheBadState) {
+TEST_F(OneByteText, OpeningAgainResetsTheState) {
     OneByteWriter writer(Path(), OpenFor::Replacing);
     writer.Write(u"\u0416");
     writer.Open(Path(), OpenFor::Appending);
@@ -75,14 +75,14 @@ TEST_F(OneByteText, ReplacingEmptiesTheFileAndAppendingKeepsIt) {
     EXPECT_EQ(ReadBytes(File()), "new");
 }
 
-TEST_F(OneByteText, AWriterWithoutAFileSwallowsEverything) {
+TEST_F(OneByteText, AWriterWithoutAFileDropsAllWrites) {
     OneByteWriter writer(FromPath(File().parent_path()), OpenFor::Replacing);
     EXPECT_FALSE(writer.IsOpen());
     writer.Write(u"nothing");
     writer.Flush();
 }
 
-TEST_F(OneByteText, OnlyTheCarriageReturnBeforeALineFeedIsTakenAway) {
+TEST_F(OneByteText, OnlyTheCarriageReturnBeforeALineFeedIsRemoved) {
     EXPECT_EQ(ReadBack("a\r\nb\nc\rd\r\r\ne\r"), u"a\nb\nc\rd\r\ne\r");
 }
 
@@ -98,7 +98,7 @@ TEST_F(OneByteText, ABigFileIsReadWhole) {
     EXPECT_EQ(ReadBack(bytes).size(), bytes.size());
 }
 
-TEST_F(OneByteText, AMissingFileIsTold) {
+TEST_F(OneByteText, AMissingFileIsReported) {
     Text text;
     EXPECT_FALSE(ReadOneByteText(Path(), text));
 }

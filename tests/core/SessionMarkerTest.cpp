@@ -32,7 +32,7 @@ TEST_F(SessionMarkerFile, HoldsSevenBytesWhileTheSessionRuns) {
     EXPECT_FALSE(CurrentSessionMarker().previousRunUnclean);
 }
 
-TEST_F(SessionMarkerFile, IsGoneAfterACleanEndAndTheNextStartSeesThat) {
+TEST_F(SessionMarkerFile, IsRemovedByACleanEndAndTheNextStartDetectsThat) {
     SessionMarkerBegin(Data());
     SessionMarkerEnd();
     EXPECT_FALSE(std::filesystem::exists(File()));
@@ -40,7 +40,7 @@ TEST_F(SessionMarkerFile, IsGoneAfterACleanEndAndTheNextStartSeesThat) {
     EXPECT_FALSE(CurrentSessionMarker().previousRunUnclean);
 }
 
-TEST_F(SessionMarkerFile, ThatWasLeftBehindTellsOfAnUncleanEndAndIsWrittenAnew) {
+TEST_F(SessionMarkerFile, IsDetectedAndRewrittenAfterAnUncleanEnd) {
     std::filesystem::create_directory(DataPath());
     support::WriteBytes(File(), "something longer than the marker");
     SessionMarkerBegin(Data());

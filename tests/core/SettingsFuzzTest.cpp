@@ -1,4 +1,4 @@
-// Files that no program wrote: loading never fails, and what was loaded once comes back as it is.
+// Random files: loading never fails, and loaded settings survive a save and another load.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -74,7 +74,7 @@ protected:
         return true;
     }
 
-    /// True when the file told anything at all.
+    /// Returns true if the file changed a setting.
     bool Check(const std::string& bytes) {
         WriteFile(bytes);
         const Settings first = Loaded();
@@ -95,29 +95,29 @@ private:
     std::mt19937 random_{20261115};
 };
 
-TEST_F(SettingsFuzz, RandomBytesLoadAndAreAFixpointOnceSaved) {
+TEST_F(SettingsFuzz, RandomBytesLoadAndSurviveASave) {
     for (int round = 0; round < 300; ++round) {
         Check(Bytes(2000));
         ASSERT_FALSE(HasFailure()) << "round " << round;
     }
 }
 
-TEST_F(SettingsFuzz, OddValuesOfRealKeysLoadAndAreAFixpointOnceSaved) {
-    int told = 0;
+TEST_F(SettingsFuzz, OddValuesOfRealKeysLoadAndSurviveASave) {
+    int changed = 0;
     for (int round = 0; round < 600; ++round) {
-        told += Check(Lines()) ? 1 : 0;
+        changed += Check(Lines()) ? 1 : 0;
         ASSERT_FALSE(HasFailure()) << "round " << round;
     }
-    EXPECT_GT(told, 300);
+    EXPECT_GT(changed, 300);
 }
 
 TEST_F(SettingsFuzz, ASavedFileWithOneByteChangedStillLoads) {
     const std::string whole = Saved(Defaults());
-    for (std::size_t place = 0; place < whole.size(); ++place) {
+    for (std::size_t index = 0; index < whole.size(); ++index) {
         std::string damaged = whole;
-        damaged[place] = static_cast<char>(Below(256));
+        damaged[index] = static_cast<char>(Below(256));
         Check(damaged);
-        ASSERT_FALSE(HasFailure()) << "place " << place;
+        ASSERT_FALSE(HasFailure()) << "index " << index;
     }
 }
 

@@ -1,4 +1,4 @@
-// A user's home of a test's own, under which the settings file and the library folders lie.
+// A home folder for each test, which contains the settings file and the library folders.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@
 
 namespace zv {
 
-/// What the program writes between a folder and a name.
+/// `names` with the platform's separator instead of "/".
 inline Text Slashed(TextView names) {
     Text text(names);
     for (char16_t& unit : text) {

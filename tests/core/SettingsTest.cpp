@@ -45,13 +45,13 @@ TEST(ParseInt, ReadsTheNumberAtTheStart) {
     EXPECT_EQ(ParseInt(u"0", 7), 0);
 }
 
-TEST(ParseInt, WithoutDigitsAnswersTheFallback) {
+TEST(ParseInt, ReturnsTheFallbackWithoutDigits) {
     for (const TextView text : {u"", u" ", u"-", u"+", u"abc", u"x1", u"- 1", u"+-1", u"--1", u"\u00A05"}) {
         EXPECT_EQ(ParseInt(text, 7), 7) << Narrow(text);
     }
 }
 
-TEST(ParseInt, OutsideOf32BitsAnswersTheFallback) {
+TEST(ParseInt, ReturnsTheFallbackOutsideOf32Bits) {
     EXPECT_EQ(ParseInt(u"2147483647", 7), 2147483647);
     EXPECT_EQ(ParseInt(u"2147483648", 7), 7);
     EXPECT_EQ(ParseInt(u"-2147483648", 7), -2147483647 - 1);
@@ -76,7 +76,7 @@ TEST(Settings, BeforeTheFirstLoadTheThemeHasTheOlderNameAndPathsAreEmpty) {
 
 class SettingsReset : public SettingsHome {};
 
-TEST_F(SettingsReset, GivesEveryFieldItsDefault) {
+TEST_F(SettingsReset, SetsEveryFieldToItsDefault) {
     const Settings settings = Defaults();
     EXPECT_EQ(settings.width, 1920U);
     EXPECT_EQ(settings.height, 1080U);
@@ -109,7 +109,7 @@ TEST_F(SettingsReset, GivesEveryFieldItsDefault) {
     EXPECT_EQ(settings.screenshotsFolder, Home() + Slashed(u"/Pictures/Zorvel"));
 }
 
-TEST_F(SettingsReset, ForgetsEverythingThatWasSetBefore) {
+TEST_F(SettingsReset, ClearsAllEarlierValues) {
     Settings settings = Defaults();
     settings.captureRoot = u"D:\\x";
     settings.previousCaptureRoots = {u"D:\\y"};
@@ -140,20 +140,20 @@ TEST_F(SettingsReset, IgnoresAFolderThatCannotBeCreated) {
 
 class SettingsFile : public SettingsHome {};
 
-TEST_F(SettingsFile, LiesInTheProgramsFolderWhichIsCreated) {
+TEST_F(SettingsFile, IsInTheProgramsFolderWhichIsCreated) {
     EXPECT_EQ(SettingsPath(), Home() + Slashed(u"/Local/ZVReelsMax/settings.ini"));
     EXPECT_TRUE(std::filesystem::is_directory(HomePath() / "Local" / "ZVReelsMax"));
     EXPECT_FALSE(std::filesystem::exists(File()));
 }
 
-TEST_F(SettingsFile, IsLookedForAnewAtEverySave) {
+TEST_F(SettingsFile, IsLocatedAgainAtEverySave) {
     SaveSettings(Defaults());
     fake::TheFolders().localData = Home() + Slashed(u"/Other");
     SaveSettings(Defaults());
     EXPECT_TRUE(std::filesystem::exists(HomePath() / "Other" / "ZVReelsMax" / "settings.ini"));
 }
 
-TEST_F(SettingsFile, RaisesWhenItsFolderCannotBeCreated) {
+TEST_F(SettingsFile, ThrowsIfItsFolderCannotBeCreated) {
     WriteBytes(HomePath() / "Local", "a file in the way");
     Settings settings = Defaults();
     const std::function<void()> calls[] = {[] { SettingsPath(); }, [&] { SaveSettings(settings); },
@@ -260,7 +260,7 @@ TEST_F(SettingsFile, ThatCannotBeOpenedForWritingIsLeftAlone) {
     EXPECT_TRUE(std::filesystem::is_directory(File()));
 }
 
-TEST_F(SettingsFile, ComesBackAsItWasSaved) {
+TEST_F(SettingsFile, IsReadAsItWasSaved) {
     Settings settings = Defaults();
     settings.monitorDevice = u"\\\\.\\DISPLAY2";
     settings.fps = 240;
@@ -299,7 +299,7 @@ TEST_F(SettingsFile, EndsInsideACyrillicFolderNameAndTheLaterKeysAreLost) {
 
 class SettingsLoad : public SettingsHome {};
 
-TEST_F(SettingsLoad, WithoutAFileTheDefaultsStandAndNoneIsMade) {
+TEST_F(SettingsLoad, WithoutAFileUsesTheDefaultsAndCreatesNone) {
     Settings settings = Defaults();
     settings.fps = 30;
     LoadSettings(settings);
@@ -307,12 +307,12 @@ TEST_F(SettingsLoad, WithoutAFileTheDefaultsStandAndNoneIsMade) {
     EXPECT_FALSE(std::filesystem::exists(File()));
 }
 
-TEST_F(SettingsLoad, WithAFileThatCannotBeReadTheDefaultsStand) {
+TEST_F(SettingsLoad, WithAnUnreadableFileUsesTheDefaults) {
     std::filesystem::create_directories(File());
     EXPECT_EQ(Loaded(), Defaults());
 }
 
-TEST_F(SettingsLoad, ForgetsWhatTheRecordHeld) {
+TEST_F(SettingsLoad, ClearsEarlierValues) {
     Settings settings = Defaults();
     settings.accent = 1;
     settings.previousCaptureRoots = {u"x"};
@@ -403,7 +403,7 @@ TEST_F(SettingsLoad, AnEmptyTextValueStaysEmptyExceptForTheCaptureRoot) {
     EXPECT_EQ(settings.captureRoot, Home() + Slashed(u"/Videos/Zorvel"));
 }
 
-TEST_F(SettingsLoad, TheValueIsAllBehindTheFirstEqualsSign) {
+TEST_F(SettingsLoad, TheValueBeginsAfterTheFirstEqualsSign) {
     EXPECT_EQ(LoadedFrom("theme=b=c").theme, u"b=c");
     EXPECT_EQ(LoadedFrom("theme= b ").theme, u" b ");
 }
@@ -431,7 +431,7 @@ TEST_F(SettingsLoad, BothLineEndsAndALastLineWithoutOneAreRead) {
     EXPECT_EQ(Loaded().encoder, u"c");
 }
 
-TEST_F(SettingsLoad, NothingBehindControlZIsRead) {
+TEST_F(SettingsLoad, NothingAfterControlZIsRead) {
     const Settings settings = LoadedFrom(
         "codec=a\x1A"
         "b\r\nfps=30\r\n");
@@ -443,14 +443,14 @@ TEST_F(SettingsLoad, AByteAbove127IsTheUnitOfItsValue) {
     EXPECT_EQ(LoadedFrom("captureRoot=D:\\\xC3\xBC\xFF").captureRoot, u"D:\\\u00C3\u00BC\u00FF");
 }
 
-TEST_F(SettingsLoad, ANumberIsReadBehindBlanksAndBeforeLetters) { EXPECT_EQ(LoadedFrom("fps=  60x").fps, 60U); }
+TEST_F(SettingsLoad, ANumberIsReadAfterBlanksAndBeforeLetters) { EXPECT_EQ(LoadedFrom("fps=  60x").fps, 60U); }
 
 TEST_F(SettingsLoad, ANegativeNumberBecomesItsUnsignedValue) {
     EXPECT_EQ(LoadedFrom("accent=-5").accent, 4294967291U);
     EXPECT_EQ(LoadedFrom("accent=4294967291").accent, 0xF65C8BU);
 }
 
-TEST_F(SettingsLoad, WithoutTheReplayVersionTheReplayIsOnWhateverTheFileSays) {
+TEST_F(SettingsLoad, WithoutTheReplayVersionTheReplayIsOnRegardlessOfTheFile) {
     WriteFile("audioCaptureVersion=1\r\ninstantReplay=0\r\nmicEnabled=1\r\n");
     EXPECT_TRUE(Loaded().instantReplay);
     EXPECT_TRUE(Loaded().micEnabled);
@@ -458,7 +458,7 @@ TEST_F(SettingsLoad, WithoutTheReplayVersionTheReplayIsOnWhateverTheFileSays) {
     EXPECT_FALSE(Loaded().instantReplay);
 }
 
-TEST_F(SettingsLoad, WithoutTheAudioVersionTheSoundIsAsAtFirstWhateverTheFileSays) {
+TEST_F(SettingsLoad, WithoutTheAudioVersionTheSoundHasItsDefaultsRegardlessOfTheFile) {
     WriteFile("replayUiVersion=1\r\nmicEnabled=1\r\ngameAudioEnabled=0\r\ninstantReplay=0\r\n");
     EXPECT_FALSE(Loaded().micEnabled);
     EXPECT_TRUE(Loaded().gameAudioEnabled);
@@ -489,7 +489,7 @@ TEST_F(SettingsLoad, AGapInTheEarlierRootsClosesWithTheNextSave) {
     EXPECT_THAT(Saved(settings), HasSubstr("\r\npreviousCaptureRoot0=D:\\x\r\nffmpegPath="));
 }
 
-TEST_F(SettingsLoad, EarlierRootsComeByIndexWithEmptyOnesLeftOutAndDoublesKept) {
+TEST_F(SettingsLoad, EarlierRootsAreReadByIndexWithDuplicatesButWithoutEmptyOnes) {
     const Settings settings = LoadedFrom(
         "captureRoot=a\npreviousCaptureRoot10=c\npreviousCaptureRoot2=b\npreviousCaptureRoot1=\npreviousCaptureRoot0="
         "a\n"
@@ -497,7 +497,7 @@ TEST_F(SettingsLoad, EarlierRootsComeByIndexWithEmptyOnesLeftOutAndDoublesKept) 
     EXPECT_THAT(settings.previousCaptureRoots, ElementsAre(u"a", u"b", u"b", u"c"));
 }
 
-TEST_F(SettingsLoad, OfSeventyEarlierRootsAllAreWrittenAndSixtyFourComeBack) {
+TEST_F(SettingsLoad, OfSeventyEarlierRootsAllAreWrittenAndSixtyFourAreRead) {
     Settings settings = Defaults();
     for (int index = 0; index < 70; ++index) {
         settings.previousCaptureRoots.push_back(u"D:\\" + Decimal(index));
@@ -529,7 +529,7 @@ TEST(ApplyTheme, EveryNameHasItsColour) {
 
 class SettingsStart : public SettingsHome {
 protected:
-    /// What a start does with the settings; the accent colour of that session.
+    /// Prepares the settings as a start of the program does. Returns the accent colour of that session.
     static std::uint32_t Start() {
         Settings settings;
         LoadSettings(settings);

@@ -122,7 +122,7 @@ TEST(SettingsValidation, EveryOtherCodecBecomesH264) {
     }
 }
 
-TEST(SettingsValidation, FiveThemesOfOldStayAndTheOthersAreReset) {
+TEST(SettingsValidation, FiveOlderThemesAreKeptAndTheOthersAreReset) {
     for (const char16_t* theme : {u"ZV Purple", u"Midnight Blue", u"Crimson", u"Emerald", u"Pure Black"}) {
         Settings settings = Good();
         settings.theme = theme;
@@ -138,7 +138,7 @@ TEST(SettingsValidation, FiveThemesOfOldStayAndTheOthersAreReset) {
     }
 }
 
-TEST(SettingsValidation, TheEncoderIsNotLookedAt) {
+TEST(SettingsValidation, TheEncoderIsNotChecked) {
     Settings settings = Good();
     settings.encoder = u"Something";
     EXPECT_THAT(ValidateSettings(settings), IsEmpty());
@@ -160,7 +160,7 @@ TEST(SettingsValidation, SeveralRepairsAreListedInTheirOrder) {
 
 class LibraryFolders : public SettingsHome {};
 
-TEST_F(LibraryFolders, AreCreatedWhereTheyAreMissing) {
+TEST_F(LibraryFolders, AreCreatedIfTheyAreMissing) {
     Settings settings = Good();
     settings.clipsFolder = Home() + Slashed(u"/a/b");
     settings.recordingsFolder = Home();
@@ -170,7 +170,7 @@ TEST_F(LibraryFolders, AreCreatedWhereTheyAreMissing) {
     EXPECT_EQ(settings.clipsFolder, Home() + Slashed(u"/a/b"));
 }
 
-TEST_F(LibraryFolders, ThatCannotBeCreatedStayAsAProblem) {
+TEST_F(LibraryFolders, ThatCannotBeCreatedAreReported) {
     support::WriteBytes(HomePath() / "file", "in the way");
     Settings settings = Good();
     settings.clipsFolder = Home() + Slashed(u"/file/c");

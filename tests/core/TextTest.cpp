@@ -29,7 +29,7 @@ TEST(Text, EveryByteBecomesTheUnitOfItsValueAndBack) {
     EXPECT_EQ(Narrow(text), bytes);
 }
 
-TEST(Text, LowerCasingTouchesLettersOnly) { EXPECT_EQ(Lowered(u"CS2-[Win64]_AZ@`{"), u"cs2-[win64]_az@`{"); }
+TEST(Text, LowerCasingChangesLettersOnly) { EXPECT_EQ(Lowered(u"CS2-[Win64]_AZ@`{"), u"cs2-[win64]_az@`{"); }
 
 }  // namespace
 }  // namespace zv

@@ -1,4 +1,4 @@
-// A marker that leads round in a circle, so that the system cannot tell whether it exists.
+// A marker that is a symbolic link to itself, so that the system cannot check whether it exists.
 #include <gmock/gmock.h>
 
 #include <filesystem>
@@ -10,7 +10,7 @@
 namespace zv {
 namespace {
 
-TEST(UnreadableMarker, RaisesAnError) {
+TEST(UnreadableMarker, ThrowsAnError) {
     CurrentSessionMarker() = {};
     const support::TemporaryFolder folder;
     std::filesystem::create_symlink("running.lock", folder.Path() / "running.lock");

@@ -102,7 +102,7 @@ TEST_F(WorkerTest, AFailureAfterAStopRequestHasNoSentence) {
     EXPECT_EQ(worker.Error(), u"");
 }
 
-TEST_F(WorkerTest, ANewStartForgetsTheOldError) {
+TEST_F(WorkerTest, ANewStartClearsTheError) {
     EXPECT_FALSE(worker.Start(Options(), [this] { worker.Fail(u"Old", resultGenericFailure); }));
     EXPECT_TRUE(worker.Start(Options(), [this] { worker.ReportReady(); }));
     EXPECT_EQ(worker.Error(), u"");

@@ -100,7 +100,7 @@ std::uint32_t ExitCode(Process& process) {
 void WriteInput(ProcessInput& input, std::string_view bytes) {
     const Call call("WriteInput");
     input.child->input += bytes;
-    if (input.child->obeysQuit && bytes == "q\n") {
+    if (input.child->exitsOnQuit && bytes == "q\n") {
         fake::EndChild(*input.child, input.child->quitCode);
     }
 }

@@ -17,7 +17,7 @@ struct ScriptedChild {
     ChildOptions options;
     bool running = true;
     std::uint32_t exitCode = 0;
-    bool obeysQuit = true;  ///< ends with exit code `quitCode` at "q\n"
+    bool exitsOnQuit = true;  ///< ends with exit code `quitCode` at "q\n"
     std::uint32_t quitCode = 0;
     bool diesOfTerminate = true;
     std::string input;                 ///< all that was written to its standard input

@@ -1,4 +1,4 @@
-// The packages that users get, made by the packaging scripts and opened with the usual tools.
+// The packages for users, made by the packaging scripts and opened with the usual tools.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>

@@ -1,5 +1,5 @@
 // What the tests of notification, badge, shortcut editor and settings page share: the interface without a screen, its
-// four windows, and a canvas that writes down what they paint.
+// four windows, and a canvas that records what they paint.
 #pragma once
 
 #include <string>

@@ -30,7 +30,7 @@ protected:
     }
 };
 
-TEST_F(Capabilities, WithoutAnAdapterOnlyTheSoftwareFallbackIsThere) {
+TEST_F(Capabilities, WithoutAnAdapterOnlyTheSoftwareFallbackIsListed) {
     const CapabilityReport report = Detected({});
     EXPECT_THAT(report.adapters, IsEmpty());
     EXPECT_EQ(report.encoders, Table(false, false, false));
@@ -44,7 +44,7 @@ TEST_F(Capabilities, AdaptersThatCannotBeListedCountAsNone) {
     EXPECT_TRUE(report.detected);
 }
 
-TEST_F(Capabilities, AnAdapterIsDescribedWithItsMemoryAndItsMaker) {
+TEST_F(Capabilities, AnAdapterIsDescribedWithItsMemoryAndItsVendor) {
     const CapabilityReport report = Detected({{u"First", 0x10DE, 8589934592U, true, false}});
     EXPECT_THAT(report.adapters, ElementsAre(AdapterInfo{u"First", 0x10DE, 8589934592U, true, false, false}));
 }
@@ -57,7 +57,7 @@ TEST_F(Capabilities, EveryVendorNumberMakesItsRowAvailable) {
     EXPECT_EQ(Detected({Adapter(0x1234)}).encoders, Table(false, false, false));
 }
 
-TEST_F(Capabilities, TwoMakersMakeBothRowsAvailable) {
+TEST_F(Capabilities, TwoVendorsMakeBothRowsAvailable) {
     const CapabilityReport report = Detected({Adapter(0x10DE), Adapter(0x8086)});
     EXPECT_EQ(report.encoders, Table(true, false, true));
     EXPECT_EQ(report.adapters.size(), 2U);
@@ -77,7 +77,7 @@ TEST_F(Capabilities, AnAdapterWithoutADescriptionIsLeftOutAndTheNextOneStays) {
     EXPECT_EQ(report.encoders, Table(false, false, true));
 }
 
-TEST_F(Capabilities, ASecondSurveyReplacesTheFirst) {
+TEST_F(Capabilities, ASecondDetectionReplacesTheFirst) {
     CapabilityReport report = Detected({Adapter(0x10DE)});
     fake::TheMonitors().adapters = {Adapter(0x8086)};
     DetectCapabilities(report);
@@ -85,7 +85,7 @@ TEST_F(Capabilities, ASecondSurveyReplacesTheFirst) {
     EXPECT_EQ(report.encoders, Table(false, false, true));
 }
 
-TEST_F(Capabilities, TheSurveySetsTheStartingReplayLength) {
+TEST_F(Capabilities, TheDetectionSetsTheDefaultReplayLength) {
     EXPECT_FALSE(CurrentCapabilities().detected);
     const CapabilityReport report = Detected({});
     EXPECT_TRUE(report.detected);

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::int64_t ms = 1'000'000;
 
-// A world in which a wait takes exactly what was asked.
+// A clock and a wait that takes exactly the requested time.
 struct World {
     std::int64_t now = 5'000 * ms;
     std::vector<std::int64_t> dueTimes;
@@ -29,7 +29,7 @@ struct World {
     }
 };
 
-TEST(FramePacer, TheIntervalIsCutToWholeNanoseconds) {
+TEST(FramePacer, TheIntervalIsTruncatedToWholeNanoseconds) {
     World world;
     EXPECT_EQ(world.Pacer(30).intervalNs, 33333333);
     EXPECT_EQ(world.Pacer(60).intervalNs, 16666666);

@@ -58,7 +58,7 @@ TEST_F(MonitorList, ARotatedMonitorIsListedWithoutAnOutput) {
     }
 }
 
-TEST_F(MonitorList, AnOutputThatIsNotDescribedOrNotAttachedIsPassedOver) {
+TEST_F(MonitorList, AnOutputThatIsNotDescribedOrNotAttachedIsSkipped) {
     fake::TheMonitors().outputs[0].described = false;
     fake::TheMonitors().outputs[1].attached = false;
     EXPECT_THAT(Indices(), ElementsAre(-1, -1));
@@ -76,14 +76,14 @@ TEST_F(MonitorList, IsEmptyOnASystemWithoutMonitors) {
     EXPECT_EQ(ResolveMonitor(u""), std::nullopt);
 }
 
-TEST_F(MonitorList, AnEmptyNameStandsForThePrimaryMonitor) {
+TEST_F(MonitorList, AnEmptyNameMeansThePrimaryMonitor) {
     ASSERT_TRUE(ResolveMonitor(u""));
     EXPECT_EQ(ResolveMonitor(u"")->deviceName, u"\\\\.\\DISPLAY1");
     fake::TheMonitors().monitors[1].primary = false;
     EXPECT_EQ(ResolveMonitor(u""), std::nullopt);
 }
 
-TEST_F(MonitorList, ANameStandsForTheMonitorOfExactlyThatName) {
+TEST_F(MonitorList, ANameMatchesTheMonitorOfExactlyThatName) {
     ASSERT_TRUE(ResolveMonitor(u"\\\\.\\DISPLAY2"));
     EXPECT_EQ(ResolveMonitor(u"\\\\.\\DISPLAY2")->left, -1080);
     for (const TextView name : {u"\\\\.\\DISPLAY", u"\\\\.\\DISPLAY22", u"\\\\.\\display2", u"\\\\.\\DISPLAY3"}) {
@@ -91,7 +91,7 @@ TEST_F(MonitorList, ANameStandsForTheMonitorOfExactlyThatName) {
     }
 }
 
-TEST_F(MonitorList, IsMadeAnewAtEveryCall) {
+TEST_F(MonitorList, IsEnumeratedAtEveryCall) {
     EXPECT_TRUE(ResolveMonitor(u"\\\\.\\DISPLAY2"));
     fake::TheMonitors().monitors.erase(fake::TheMonitors().monitors.begin());
     EXPECT_FALSE(ResolveMonitor(u"\\\\.\\DISPLAY2"));

@@ -15,7 +15,7 @@ namespace {
 using namespace fake;
 using Names = std::vector<std::string>;
 
-// Everything that the preset left other than zero has to survive, unless a row of the table names it.
+// Every non-zero value of the preset must be kept, unless a row of the table sets it.
 template <class Record>
 void FillWith(Record& record, int value) {
     std::memset(static_cast<void*>(&record), value, sizeof record);
@@ -183,7 +183,7 @@ TEST_F(NvencSessionTest, FieldsThatTheTableDoesNotNameKeepThePresetsValue) {
     const NV_ENC_CONFIG& config = TheEncoder().config;
     EXPECT_EQ(config.rcParams.flags, 0xFFFFFFFFU & ~((1U << 3) | (1U << 5) | (1U << 8)));
     EXPECT_EQ(config.encodeCodecConfig.h264Config.flags, 0xFFFFFFFFU);
-    // Take the preset, put the table's fields into it, and nothing else may differ.
+    // The preset with the table's fields must equal the configuration.
     NV_ENC_CONFIG expected = TheEncoder().preset.presetCfg;
     expected.version = config.version;
     expected.profileGUID = config.profileGUID;
@@ -353,7 +353,7 @@ TEST_F(NvencSessionTest, ANegativeStatusIsPrintedWithItsSign) {
     EXPECT_EQ(session.ErrorText(), u"Initialize NVIDIA encoder failed (NVENC -3).");
 }
 
-TEST_F(NvencSessionTest, AStatusThatAsksForMoreInputIsAFailure) {
+TEST_F(NvencSessionTest, AStatusThatRequestsMoreInputIsAFailure) {
     ASSERT_TRUE(Open());
     FailCall("nvEncEncodePicture", 1, 17);
     Encode();
@@ -369,7 +369,7 @@ TEST_F(NvencSessionTest, TheLibrarysOwnTextIsAppendedVerbatim) {
               u"Initialize NVIDIA encoder failed (NVENC 15). Update the NVIDIA graphics driver.Bad \u00E9");
 }
 
-TEST_F(NvencSessionTest, WithoutASessionTheLibraryIsNotAskedForAText) {
+TEST_F(NvencSessionTest, WithoutASessionTheLibrarysTextIsNotQueried) {
     TheEncoder().lastErrorString = "words";
     TheEncoder().handleDespiteFailure = false;
     FailCall("nvEncOpenEncodeSessionEx", 1, 8);

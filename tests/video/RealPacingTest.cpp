@@ -1,4 +1,4 @@
-// The pacing of the loop over the system's own clock and timer.
+// The pacing of the loop with the system's clock and timer.
 #include <gtest/gtest.h>
 
 #include "platform/Clock.h"
@@ -8,10 +8,10 @@
 namespace zv {
 namespace {
 
-TEST(RealPacing, At240TicksASecondEachOneFollowsTheStartByWholeIntervals) {
+TEST(RealPacing, TicksAt240AreWholeIntervalsAfterTheStart) {
     constexpr int ticks = 720;  // three seconds
     constexpr std::int64_t intervalNs = 4'166'666;
-    constexpr std::int64_t earlyNs = 1'000'000;  // what the timer and the clock may disagree about
+    constexpr std::int64_t earlyNs = 1'000'000;  // the tolerance between timer and clock
     const Owned<PreciseTimer> timer = MakePreciseTimer();
     const Owned<Event> stop = MakeEvent();
     ASSERT_TRUE(timer && stop);
@@ -22,7 +22,7 @@ TEST(RealPacing, At240TicksASecondEachOneFollowsTheStartByWholeIntervals) {
     });
     const std::int64_t start = pacer.deadlineNs;
     std::int64_t due = start;
-    std::int64_t dropped = 0;  // where the machine stood still, and nowhere else
+    std::int64_t dropped = 0;  // backlog that was dropped because the machine stalled
     for (int tick = 0; tick < ticks; ++tick) {
         ASSERT_TRUE(WaitForTick(pacer));
         const std::int64_t now = SteadyNs();

@@ -47,7 +47,7 @@ Bytes Padded(Bytes head) {
     return head;
 }
 
-/// A packet whose payload stands at its end, with 0xFF between.
+/// A packet with its payload at the end and 0xFF between.
 Bytes Stuffed(Bytes head, const Bytes& payload) {
     head.resize(tsPacketSize - payload.size(), 0xFF);
     head.insert(head.end(), payload.begin(), payload.end());
@@ -203,7 +203,7 @@ TEST(TransportStream, ACounterBeyond32BitsWrapsToo) {
     EXPECT_EQ(PacketAt(stream, 1)[3] & 0x0F, 0);
 }
 
-// An independent reader: finds packets by their PID and puts the PES together again.
+// An independent reader: finds packets by their PID and reassembles the PES.
 struct Reassembled {
     Bytes payload;
     std::uint64_t pts = 0;

@@ -90,7 +90,7 @@ void Reset() {
 
 class VideoCaptureTest : public testing::Test {
 public:
-    /// The first start of the process.
+    /// Makes the first start of the process, so that the first pipe name is known.
     static void SetUpTestSuite() {
         if (firstPipeName.empty()) {
             Reset();
@@ -106,14 +106,14 @@ public:
 
     bool Start(std::uint32_t fps = 60) { return capture.Start(u"MONITOR", {1920, 1080, fps, 50}); }
 
-    /// Runs until the loop wants to wait beyond `durationMs` of its own time, and leaves it in that wait.
+    /// Runs until the loop waits for a time beyond `durationMs`, and blocks it in that wait.
     void RunFor(std::int64_t durationMs, std::uint32_t fps = 60) {
         TheClock().parkAtNs = TheClock().nowNs + durationMs * ms;
         ASSERT_TRUE(Start(fps));
         ASSERT_TRUE(Eventually([] { return TheClock().parked.load(); }));
     }
 
-    /// Starts what will fail by itself, and waits for that.
+    /// Starts a capture that fails by itself, and waits for the failure.
     void RunToFailure() {
         Start();
         ASSERT_TRUE(Eventually([this] { return !capture.Error().empty() && !capture.running; }));
@@ -255,7 +255,7 @@ TEST_F(VideoCaptureTest, AMonitorsNameHasToMatchInLength) {
     }
 }
 
-TEST_F(VideoCaptureTest, AllOutputsOfAllAdaptersAreSearchedUntilTheFirstHit) {
+TEST_F(VideoCaptureTest, AllOutputsOfAllAdaptersAreSearchedUntilTheFirstMatch) {
     OutputRecord undescribed = MonitorNamed(u"MONITOR");
     undescribed.described = false;
     OutputRecord detached = MonitorNamed(u"MONITOR");
@@ -419,7 +419,7 @@ TEST_F(VideoCaptureTest, AnExceptionAnywhereIsOneSentenceAndReleasesEverything) 
     }
 }
 
-TEST_F(VideoCaptureTest, AForeignExceptionIsTheSameSentence) {
+TEST_F(VideoCaptureTest, AnExceptionOfAnyTypeIsTheSameSentence) {
     TheCalls().hook = [](const std::string& name, int) {
         if (name == "RunScaler") {
             throw 7;
@@ -497,8 +497,8 @@ TEST_F(VideoCaptureTest, AStopWhileWaitingForTheReaderLeavesNoError) {
     }
 }
 
-TEST_F(VideoCaptureTest, AStopBeforeTheLoopMeansNoLoop) {
-    ThePipe().connectAwaitsStop = true;  // and then it is connected after all
+TEST_F(VideoCaptureTest, AStopBeforeTheLoopPreventsIt) {
+    ThePipe().connectAwaitsStop = true;  // and the connection succeeds nevertheless
     EXPECT_TRUE(Start());
     capture.Stop();
     EXPECT_EQ(CountOf("MakePreciseTimer"), 1);
@@ -522,7 +522,7 @@ TEST_F(VideoCaptureTest, AStopWhileWaitingForAWriteLeavesNoErrorAndCancelsTheOth
 }
 
 TEST_F(VideoCaptureTest, AStopIsCheckedAfterEveryTick) {
-    // Without a timer nothing in the round looks at the stop event but its end.
+    // Without a timer only the end of the round checks the stop event.
     TheClock().noTimer = true;
     EXPECT_TRUE(Start());
     ASSERT_TRUE(Eventually([] { return CountOf("BeginWrite") > 20; }));
@@ -559,7 +559,7 @@ TEST_F(VideoCaptureTest, ANewStartEndsTheOldCaptureFirst) {
     EXPECT_LE(capture.encodedFrames, 1U);
 }
 
-TEST_F(VideoCaptureTest, ANewStartForgetsTheOldError) {
+TEST_F(VideoCaptureTest, ANewStartClearsTheError) {
     FailCall("OpenDuplication", 1, resultGenericFailure);
     EXPECT_FALSE(Start());
     EXPECT_NE(capture.Error(), u"");
@@ -635,7 +635,7 @@ TEST_F(VideoCaptureTest, ASlotIsAwaitedBetweenConversionAndEncoding) {
     EXPECT_EQ(CountOf("BeginWrite"), 4);
 }
 
-TEST_F(VideoCaptureTest, ADesktopThatNeverChangesYieldsExactlyTheRateOfTheSamePicture) {
+TEST_F(VideoCaptureTest, AnUnchangedDesktopIsRepeatedAtTheExactRate) {
     for (const std::uint32_t fps : {30U, 60U, 120U, 240U}) {
         Reset();
         RunFor(9'999, fps);
@@ -692,7 +692,7 @@ TEST_F(VideoCaptureTest, BeforeTheFirstImageTicksPassWithoutOutput) {
     std::vector<std::byte> expected;
     MuxFrame(state, AccessUnitOf(0, 9, 1000), 0, 60, expected);
     EXPECT_EQ(ThePipe().received.front(), expected);
-    ExpectEverythingReleased();  // also what came along with the time-outs
+    ExpectEverythingReleased();  // including the images returned with a time-out
 }
 
 TEST_F(VideoCaptureTest, AtMostThreeWritesArePendingAndTheirBytesDoNotChange) {
@@ -705,7 +705,7 @@ TEST_F(VideoCaptureTest, AtMostThreeWritesArePendingAndTheirBytesDoNotChange) {
     EXPECT_EQ(ThePipe().finishTimeouts, std::vector<std::uint32_t>(57, 10000));
 }
 
-TEST_F(VideoCaptureTest, APauseOf150MsMovesTheDeadlineAndNoFrameIsMadeUp) {
+TEST_F(VideoCaptureTest, APauseOf150MsMovesTheDeadlineAndDropsTheBacklog) {
     TheCalls().hook = [](const std::string& name, int nth) {
         if (name == "RunScaler" && nth == 3) {
             AdvanceClockMs(150);

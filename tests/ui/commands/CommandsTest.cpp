@@ -1,4 +1,4 @@
-// The commands, their refusals and what they hand to the worker.
+// The commands, their refusals, and the copies that they pass to the worker.
 #include "ui/commands/Commands.h"
 
 #include "ui/Interface.h"
@@ -162,7 +162,7 @@ TEST_F(Commands, AJobWaitsForAPollInFlightAndDropsItsResult) {
     gate_.Open();
     FinishJob();
     EXPECT_EQ(CountOf("SaveReplayClip"), 1);
-    // What the poll found is lost.
+    // The result of the poll is dropped.
     EXPECT_EQ(Ui().capture.secondsReady, 0);
     EXPECT_THAT(Ui().statusText, testing::Truly([](const Text& text) { return text.starts_with(u"Replay saved: "); }));
     EXPECT_THAT(Activity(), ElementsAre(u"Capture: " + Ui().statusText));

@@ -1,4 +1,4 @@
-// The four shortcuts: what is reserved, what a new one has to pass, and what a press sets off.
+// The four shortcuts: their registration, the checks of a new one, and the command of each.
 #include "ui/commands/Hotkeys.h"
 
 #include "ui/Interface.h"

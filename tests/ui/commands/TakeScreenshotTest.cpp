@@ -235,7 +235,7 @@ TEST_F(TakeScreenshotTest, ReportsAnException) {
     EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
 }
 
-// What lies over the screen.
+// Windows over the screen.
 
 TEST_F(TakeScreenshotTest, HidesOverlayBadgeAndNotificationBeforeItFlushesTheScreen) {
     MakeOtherWindows();

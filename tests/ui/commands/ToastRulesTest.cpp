@@ -1,5 +1,5 @@
-// Every rule from the words that set it off, their order, the sentences of the whole program, and where the
-// notification goes.
+// The words that trigger each rule, the order of the rules, all sentences of the program, and the notification's
+// bounds.
 #include "ui/commands/ToastRules.h"
 
 #include <gmock/gmock.h>
@@ -42,7 +42,7 @@ void ExpectToasts(std::span<const StatusRow> rows) {
     }
 }
 
-/// One status for each rule, in the order of the rules, with nothing in it that any other rule looks for.
+/// One status for each rule, in the order of the rules, which no other rule matches.
 constexpr StatusRow samples[] = {
     {u"Screenshot saved: a.png", u"Screenshot saved", ToastKind::Camera},
     {u"The Recording saved a", u"Recording saved", ToastKind::Record},
@@ -61,7 +61,7 @@ constexpr StatusRow samples[] = {
 
 TEST(ToastRules, EveryRuleHasItsTextAndIcon) { ExpectToasts(samples); }
 
-TEST(ToastRules, EachOfARulesWordsSetsItOff) {
+TEST(ToastRules, EachOfARulesWordsMatches) {
     const StatusRow rows[] = {
         {u"it could not be", attention}, {u"it cannot be", attention},  {u"an error there", attention},
         {u"the replay stopped", paused}, {u"please wait for it", busy},
@@ -69,7 +69,7 @@ TEST(ToastRules, EachOfARulesWordsSetsItOff) {
     ExpectToasts(rows);
 }
 
-TEST(ToastRules, TheFirstOfTwoRulesThatFitWins) {
+TEST(ToastRules, TheFirstOfTwoMatchingRulesWins) {
     for (std::size_t first = 0; first < std::size(samples); ++first) {
         for (std::size_t second = first + 1; second < std::size(samples); ++second) {
             const Text before = Text(samples[first].status) + u" " + Text(samples[second].status);
@@ -83,7 +83,7 @@ TEST(ToastRules, TheFirstOfTwoRulesThatFitWins) {
     }
 }
 
-TEST(ToastRules, WhatWasSavedOrStartedIsFoundAsItIsSpelledOnly) {
+TEST(ToastRules, SavedAndStartedAreMatchedInTheirOwnCaseOnly) {
     const StatusRow rows[] = {
         {u"screenshot saved: a.png", none},
         {u"recording saved: a.mp4", none},
@@ -94,7 +94,7 @@ TEST(ToastRules, WhatWasSavedOrStartedIsFoundAsItIsSpelledOnly) {
     ExpectToasts(rows);
 }
 
-TEST(ToastRules, TheOtherWordsAreFoundInAnyCase) {
+TEST(ToastRules, TheOtherWordsAreMatchedInAnyCase) {
     const StatusRow rows[] = {
         {u"IT FAILED", attention},
         {u"Could Not", attention},
@@ -124,7 +124,7 @@ TEST(ToastRules, AScreenshotIsSavedOnlyWithTheColonAndAtTheBeginning) {
     ExpectToasts(rows);
 }
 
-TEST(ToastRules, StopAloneAndBeforeAloneAreNothing) {
+TEST(ToastRules, StopAloneAndBeforeAloneDoNotMatch) {
     const StatusRow rows[] = {{u"Stop it", none},
                               {u"Before that", none},
                               {u"Before that, stop it", stopFirst},
@@ -132,7 +132,7 @@ TEST(ToastRules, StopAloneAndBeforeAloneAreNothing) {
     ExpectToasts(rows);
 }
 
-TEST(ToastRules, AnEmptyStatusCallsForNothing) { EXPECT_THAT(ToastTextForStatus(u"").text, IsEmpty()); }
+TEST(ToastRules, AnEmptyStatusHasNoNotification) { EXPECT_THAT(ToastTextForStatus(u"").text, IsEmpty()); }
 
 TEST(ToastRules, EverySentenceOfTheCommandsGivesItsNotification) {
     const StatusRow rows[] = {
@@ -236,16 +236,16 @@ TEST(ToastRules, EverySentenceOfTheCapturesGivesItsNotification) {
     ExpectToasts(rows);
 }
 
-// The place.
+// Bounds.
 
-struct PlaceRow {
+struct BoundsRow {
     Rectangle work;
     std::int32_t dpi;
-    Rectangle place;
+    Rectangle bounds;
 };
 
-TEST(ToastRules, TheNotificationHangsUnderTheUpperRightCorner) {
-    const PlaceRow rows[] = {
+TEST(ToastRules, TheNotificationIsBelowTheUpperRightCorner) {
+    const BoundsRow rows[] = {
         {{0, 0, 1920, 1040}, 96, {1574, 80, 1904, 156}},
         {{0, 0, 1920, 1040}, 144, {1401, 120, 1896, 234}},
         {{0, 0, 3840, 2112}, 192, {3148, 160, 3808, 312}},
@@ -253,12 +253,12 @@ TEST(ToastRules, TheNotificationHangsUnderTheUpperRightCorner) {
         {{0, 0, 1858, 1080}, 96, {1512, 80, 1842, 156}},    // and one at the right
         {{-1280, 40, 0, 1000}, 96, {-346, 120, -16, 196}},  // a monitor left of the first
     };
-    for (const PlaceRow& row : rows) {
-        EXPECT_EQ(ToastBounds(row.work, row.dpi), row.place) << row.dpi << " " << row.work.left << " " << row.work.top;
+    for (const BoundsRow& row : rows) {
+        EXPECT_EQ(ToastBounds(row.work, row.dpi), row.bounds) << row.dpi << " " << row.work.left << " " << row.work.top;
     }
 }
 
-TEST(ToastRules, LengthsThatDoNotComeOutEvenAreCutOff) {
+TEST(ToastRules, FractionsOfAPixelAreTruncated) {
     // 1.25 times 330 is 412.5; 25 / 24 times 330, 16, 76 and 64 are 343.75, 16.67, 79.17 and 66.67.
     EXPECT_EQ(ToastBounds({0, 0, 1920, 1040}, 120), (Rectangle{1488, 100, 1900, 195}));
     EXPECT_EQ(ToastBounds({-1280, 40, 0, 1000}, 100), (Rectangle{-359, 122, -16, 201}));

@@ -149,7 +149,7 @@ TEST_F(DrawingFrame, APageWithoutABackBufferIsPaintedInStrips) {
     EXPECT_NE(Ui().mainState.backBuffer, nullptr) << "the next paint tries again";
 }
 
-TEST_F(DrawingFrame, WithoutMemoryThePaintIsStillAnswered) {
+TEST_F(DrawingFrame, WithoutMemoryThePaintIsStillHandled) {
     FailCall("MakeCanvas", CountOf("MakeCanvas") + 1, 0);
     FailCall("MakeCanvas", CountOf("MakeCanvas") + 2, 0);
     MainRecord().mustPaint = true;

@@ -45,7 +45,7 @@ protected:
     std::vector<std::int32_t> done_;
 };
 
-// Where a target begins and ends.
+// The bounds of a target.
 
 TEST_F(HitTargets, LeftAndTopAreInclusiveRightAndBottomExclusive) {
     struct Row {

@@ -1,5 +1,5 @@
-// The overlay as pixels: what is not a control is exactly the key colour, or the game would not show there and clicks
-// would not reach it, and no pixel of a control is, or the control would have holes.
+// The overlay as pixels. Every pixel beside the controls must have the key colour, so that the game is visible there
+// and receives clicks. No pixel of a control may have it, because the control would have a hole there.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -67,8 +67,8 @@ protected:
         int painted = 0;  ///< pixels beside all controls that are not of the key colour
         int holes = 0;    ///< pixels of controls that are
     };
-    /// `boxes` are filled to their corners, `rounded` only in between them. Where an edge falls between two pixels, it
-    /// is the system's own on which one it lands.
+    /// `boxes` are filled to their corners, `rounded` have round corners. If an edge falls between two pixels, the
+    /// system decides which one it fills.
     Faults Compare(const std::vector<Rectangle>& boxes, const std::vector<Rectangle>& rounded) {
         const double scale = Ui().overlayState.scale;
         const std::int32_t slack = scale == std::floor(scale) ? 0 : 1;

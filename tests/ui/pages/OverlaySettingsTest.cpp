@@ -89,14 +89,14 @@ TEST_F(OverlaySettings, ARowOpensTheEditorForItsAction) {
 
 TEST_F(OverlaySettings, OnlyAnUnregisteredShortcutIsMarkedBusy) {
     EXPECT_THAT(Render(), Not(Contains(HasSubstr("Shortcut busy"))));
-    const std::array<const char*, 4> places = {"429,212,835,234", "429,279,835,301", "429,346,835,368",
-                                               "429,413,835,435"};
-    for (std::size_t busy = 0; busy < places.size(); ++busy) {
+    const std::array<const char*, 4> boxes = {"429,212,835,234", "429,279,835,301", "429,346,835,368",
+                                              "429,413,835,435"};
+    for (std::size_t busy = 0; busy < boxes.size(); ++busy) {
         Ui().hotkeyRegistered = {true, true, true, true};
         Ui().hotkeyRegistered[busy] = false;
         const std::vector<std::string> lines = Render();
         EXPECT_THAT(lines, Contains(HasSubstr("Shortcut busy")).Times(1));
-        EXPECT_THAT(lines, Contains("text " + std::string(places[busy]) +
+        EXPECT_THAT(lines, Contains("text " + std::string(boxes[busy]) +
                                     " 15/400 151,119,255 \"Shortcut busy - choose a different combination\""));
     }
 }

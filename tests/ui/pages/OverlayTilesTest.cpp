@@ -29,7 +29,7 @@ const std::string muted = "158,164,187";
 const std::string black = "0,0,0";
 const std::string pressed = "38,25,58";
 
-/// What the tiles depend on. `job` and `screenshot` put a finished result into a slot that nobody collects.
+/// The state that the tiles depend on. `job` and `screenshot` store a finished result that is never collected.
 struct States {
     bool job = false;
     bool recording = false;
@@ -116,7 +116,7 @@ protected:
         }
         fake::PaintIfNeeded(*overlay_);
     }
-    /// On what the last paint registered.
+    /// Clicks a target of the last paint, without painting again.
     void ClickAsPainted(std::int32_t id) {
         Open();
         const HitTarget* target = TargetOf(id);
@@ -194,13 +194,13 @@ TEST_F(OverlayTiles, SixButtonsAndTheThreeTilesHaveIcons) {
                            "icon 385,154 scale 0.78", "icon 513,154 scale 0.78", "icon 641,154 scale 0.78"));
 }
 
-// States: every combination of what the tiles depend on, against the rules of the design.
+// States: every combination, compared with the rules of the design.
 
 /// Calls `check` for all of them.
 template <class Check>
 void ForAllStates(const Check& check) {
     for (unsigned bits = 0; bits < 256; ++bits) {
-        const auto bit = [&](unsigned place) { return (bits >> place & 1U) != 0; };
+        const auto bit = [&](unsigned index) { return (bits >> index & 1U) != 0; };
         const States states{bit(0), bit(1), bit(2), bit(3), bit(4), bit(5), bit(6), bit(7) ? 1 : 0};
         SCOPED_TRACE(bits);
         check(states);

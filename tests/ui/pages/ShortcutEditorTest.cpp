@@ -25,7 +25,7 @@ protected:
         TheWindows().heldModifiers = modifiers;
         ShortcutEditorProc(*Editor(), code, key, 0);
     }
-    /// With the keyboard, as the system gives it.
+    /// Opens the editor and sends it the keyboard focus, as the system does.
     static void OpenFocused(int index) {
         OpenShortcutEditor(index);
         ShortcutEditorProc(*Editor(), message::setFocus, 0, 0);

@@ -1,4 +1,4 @@
-// The order of the start, the second copy, and what a whole run leaves behind.
+// The order of the start, the second copy, and the files that a run leaves.
 #include "ui/startup/Application.h"
 
 #include <fstream>
@@ -59,11 +59,11 @@ protected:
         fs::create_directories(folder_.Path() / "data" / "ZVReelsMax");
         std::ofstream(ToPath(SettingsFile()), std::ios::binary) << bytes;
     }
-    /// Runs `look` inside the first call of that name.
-    void At(const std::string& call, const std::function<void()>& look) {
+    /// Runs `check` inside the first call of that name.
+    void At(const std::string& call, const std::function<void()>& check) {
         onCall_ = [=](const std::string& name, int nth) {
             if (call == name && nth == 1) {
-                look();
+                check();
             }
         };
     }
@@ -81,7 +81,7 @@ TEST_F(Application, StartsAndEndsInItsOrder) {
         "ClaimSingleInstance", "OpenShellServices",
         // Settings, survey, engine.
         "EnumerateMonitors", "ListAdapterRecords", "Configure",
-        // What the windows need.
+        // Resources of the windows.
         "MakeFont", "MakeFont", "MakeFont", "MakeFont", "MakeFont", "LoadProgramIcon", "LoadProgramIcon",
         "SetTaskbarIdentity",
         // The windows.
@@ -98,7 +98,7 @@ TEST_F(Application, StartsAndEndsInItsOrder) {
         "destroy ZVCaptureNotification315", "StopTimer 42", "StopTimer 43", "destroy ZVGameStatusBadge",
         "RemoveTrayIcon", "StopAll", "UnregisterGlobalKey 1", "UnregisterGlobalKey 2", "UnregisterGlobalKey 3",
         "UnregisterGlobalKey 4", "PostQuit",
-        // What is left after the loop.
+        // After the loop.
         "DestroyIcon", "DestroyIcon", "destroy ZVReelsOverlayV3", "CloseShellServices", "ReleaseInstance"};
     EXPECT_THAT(calls, ElementsAreArray(expected));
     EXPECT_EQ(TheWindows().claimedName, u"Local\\ZVReelsMax_SingleInstance");
@@ -106,7 +106,7 @@ TEST_F(Application, StartsAndEndsInItsOrder) {
 
 TEST_F(Application, AFirstRunSavesTheSettingsTwiceAndUsesThePurpleTheme) {
     std::string first;
-    // Between the two savings the monitors are asked for.
+    // Between the two saves the monitors are enumerated.
     At("EnumerateMonitors", [&] { first = SettingsBytes(); });
     std::string second;
     inLoop = [&] { second = SettingsBytes(); };

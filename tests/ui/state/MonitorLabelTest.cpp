@@ -1,4 +1,4 @@
-// How the pages name the captured monitor, and how often they look for it.
+// How the pages name the captured monitor, and when the name is looked up.
 #include "ui/state/MonitorLabel.h"
 
 #include "ui/Interface.h"

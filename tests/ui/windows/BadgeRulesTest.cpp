@@ -6,7 +6,7 @@
 namespace zv {
 namespace {
 
-/// A full-screen window of somebody else on the captured monitor, while the replay runs: the badge shows.
+/// A full-screen window of another program on the captured monitor, while the replay runs: the badge is shown.
 class BadgeRules : public testing::Test {
 protected:
     BadgeRules() {
@@ -98,7 +98,7 @@ TEST_F(BadgeRules, TheDesktopHidesIt) {
     EXPECT_TRUE(Shows());
 }
 
-TEST_F(BadgeRules, AKnownGameShowsItWhateverItsWindowClass) {
+TEST_F(BadgeRules, AKnownGameShowsItRegardlessOfItsWindowClass) {
     front_.className = u"WorkerW";
     moment_.frontIsGame = true;
     EXPECT_TRUE(Shows());

@@ -17,7 +17,7 @@ using testing::ElementsAre;
 
 class Badge : public Notices {
 protected:
-    /// A game of that image in front, in a window of the captured monitor, while the replay runs.
+    /// A program with that image is in front, in a window on the captured monitor, while the replay runs.
     void PlayInWindow(std::uint32_t processId, TextView image) {
         FrontWindow front{FrontKind::Known, processId, Text(image)};
         front.className = u"GameWindow";
@@ -27,7 +27,7 @@ protected:
         Engine().replayRunning = true;
     }
     void PlayFullScreen() {
-        PlayInWindow(77, u"C:\\Games\\Unheard.exe");
+        PlayInWindow(77, u"C:\\Games\\Unknown.exe");
         TheFront().bounds = TheFront().monitor.Bounds();
     }
     static void UpdateBadge() { zv::UpdateBadge(LookUpFrontWindow()); }

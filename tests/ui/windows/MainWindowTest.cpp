@@ -169,13 +169,13 @@ TEST_F(MainWindow, APollThatThrowsShowsAFixedText) {
     EXPECT_EQ(Ui().capture.secondsReady, 0);
 }
 
-TEST_F(MainWindow, EachTickLooksOnceForTheWindowInFront) {
+TEST_F(MainWindow, EachTickLooksUpTheWindowInFrontOnce) {
     const int before = CountOf("LookUpFrontWindow");
     Tick();
     EXPECT_EQ(CountOf("LookUpFrontWindow"), before + 1);
 }
 
-TEST_F(MainWindow, EachTickAsksForTheGameInFront) {
+TEST_F(MainWindow, EachTickRefreshesTheNameOfTheGameInFront) {
     fake::TheFront() = {FrontKind::Known, 9, u"C:\\x\\RocketLeague.exe"};
     Tick();
     EXPECT_EQ(Ui().gameName, u"Rocket League");
@@ -285,7 +285,7 @@ TEST_F(MainWindow, TheCloseBoxEndsTheProgramIfTheSettingSaysSo) {
     EXPECT_EQ(TheWindows().quitCode, 0);
 }
 
-TEST_F(MainWindow, ExitEndsTheProgramWhateverTheCloseBoxDoes) {
+TEST_F(MainWindow, ExitEndsTheProgramRegardlessOfTheCloseBox) {
     ToggleQuickOverlay();
     ExitProgram();
     EXPECT_EQ(CountOf("HideWindow"), 2);
@@ -299,7 +299,7 @@ TEST_F(MainWindow, ExitEndsTheProgramWhateverTheCloseBoxDoes) {
     EXPECT_EQ(CountOf("destroy"), 1);
 }
 
-TEST_F(MainWindow, TheShutdownGoesInItsOrder) {
+TEST_F(MainWindow, TheShutdownHasItsOrder) {
     SessionMarkerBegin(JoinPath(Folder(u"data"), u"ZVReelsMax"));
     ASSERT_TRUE(std::filesystem::exists(Marker()));
     bool savedAtStop = true;
@@ -373,7 +373,7 @@ TEST_F(MainWindow, TheShutdownWaitsForAPollBeforeItStopsTheEngine) {
     EXPECT_TRUE(pollEnded);
 }
 
-// Its place, its picture, mouse and keys.
+// Bounds, painting, mouse and keys.
 
 TEST_F(MainWindow, HasAMinimumSize) {
     MinMaxInfo limits{{1, 2}, {3, 4}, {5, 6}, {7, 8}, {9, 10}};

@@ -20,7 +20,7 @@ class OverlayWindow : public QuickOverlay {};
 TEST_F(OverlayWindow, FillsTheWorkAreaInHeightOrWidthCentredAtTheTop) {
     struct Row {
         Rectangle work;
-        Rectangle place;
+        Rectangle bounds;
     };
     for (const Row& row : {
              Row{{0, 0, 1010, 568}, {0, 0, 1010, 568}},
@@ -36,7 +36,7 @@ TEST_F(OverlayWindow, FillsTheWorkAreaInHeightOrWidthCentredAtTheTop) {
              // An ultra-wide one: 1400 / 568 times 1010 is 2489.43...; (3440 - 2489) / 2 = 475.
              Row{{0, 0, 3440, 1400}, {475, 0, 2964, 1400}},
          }) {
-        EXPECT_EQ(OverlayBounds(row.work), row.place) << row.work.left << " " << row.work.Width();
+        EXPECT_EQ(OverlayBounds(row.work), row.bounds) << row.work.left << " " << row.work.Width();
     }
 }
 
@@ -205,7 +205,7 @@ TEST_F(OverlayWindow, OtherMessagesAreLeftToTheSystem) {
     EXPECT_EQ(CountOf("DefaultProcedure"), 1);
 }
 
-// When it is painted anew by itself.
+// When it is repainted without an event.
 
 TEST_F(OverlayWindow, TheSignatureHasABitForEachStateOfTheTiles) {
     CurrentSettings().micEnabled = false;

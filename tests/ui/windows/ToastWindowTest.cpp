@@ -50,7 +50,7 @@ TEST_F(Notifications, ASecondOneReplacesTheFirstAndRestartsTheTime) {
     ShowToastForStatus(u"Recording started.");
     EXPECT_EQ(Ui().toast, (Toast{u"Recording has started", IconKind::Record}));
     EXPECT_GT(Record().invalidations, invalidations);
-    EXPECT_EQ(CountOf("StartTimer"), timers + 1);  // which starts it anew
+    EXPECT_EQ(CountOf("StartTimer"), timers + 1);  // which restarts it
     EXPECT_THAT(Record().timers, ElementsAre(Pair(1U, 3000U)));
     Ask(message::timer, 1);
     EXPECT_FALSE(Record().shown);
@@ -167,7 +167,7 @@ TEST_F(Notifications, TheIconIsThatOfItsKindInTheAccent) {
     }
 }
 
-TEST_F(Notifications, WithoutMemoryThePaintIsStillAnswered) {
+TEST_F(Notifications, WithoutMemoryThePaintIsStillHandled) {
     ShowToastForStatus(u"Replay saved: a.mp4");
     fake::FailCall("MakeCanvas", CountOf("MakeCanvas") + 1, -1);
     EXPECT_THAT(Paint(*toast_), IsEmpty());

@@ -1,4 +1,4 @@
-// The icon in the notification area: what opens its menu, the menu anew each time, and what its items do.
+// The icon in the notification area: what opens its menu, the menu's items, and what they do.
 #include "ui/windows/TrayMenu.h"
 
 #include "ui/Interface.h"
@@ -126,7 +126,7 @@ TEST_F(TrayMenu, QuickCaptureTogglesTheOverlay) {
     EXPECT_FALSE(IsOverlayShown());
 }
 
-TEST_F(TrayMenu, ExitEndsTheProgramWhateverTheCloseBoxDoes) {
+TEST_F(TrayMenu, ExitEndsTheProgramRegardlessOfTheCloseBox) {
     ToggleQuickOverlay();
     ASSERT_TRUE(CurrentSettings().minimizeToTray);
     Choose(3);
