@@ -12,12 +12,17 @@
 #include "capture/CaptureFiles.h"
 #include "capture/FfmpegCommandLine.h"
 #include "capture/ReplayPlaylist.h"
+#include "core/Utf8.h"
 #include "fake/AudioCapture.h"
 #include "fake/VideoCapture.h"
 #include "platform/BytePipe.h"
 #include "platform/FfmpegInput.h"
 #include "platform/Files.h"
-#include "support/EndToEnd.h"
+#include "support/Eventually.h"
+#include "support/FileBytes.h"
+#include "support/MediaProbe.h"
+#include "support/Processes.h"
+#include "support/TemporaryFolder.h"
 
 namespace zv {
 namespace {
@@ -39,14 +44,14 @@ protected:
 
     /// The replay is a child that waits for the quit command; all other children run `other`.
     void StartReplayScript(const std::string& other = "exec ffmpeg \"$@\"") {
-        WriteAll(folder.Path() / "ffmpeg-script",
-                 "#!/bin/sh\n"
-                 "for last; do :; done\n"
-                 "case \"$*\" in\n"
-                 "*' -progress '*) while [ \"$1\" != -progress ]; do shift; done\n"
-                 "  echo frame=1000 >\"$2\"; read line; exit 0;;\n"
-                 "esac\n" +
-                     other + "\n");
+        WriteBytes(folder.Path() / "ffmpeg-script",
+                   "#!/bin/sh\n"
+                   "for last; do :; done\n"
+                   "case \"$*\" in\n"
+                   "*' -progress '*) while [ \"$1\" != -progress ]; do shift; done\n"
+                   "  echo frame=1000 >\"$2\"; read line; exit 0;;\n"
+                   "esac\n" +
+                       other + "\n");
         chmod((folder.Path() / "ffmpeg-script").c_str(), 0700);
         CaptureConfig config;
         config.width = 1920;
@@ -137,11 +142,11 @@ TEST_F(EngineWithFfmpeg, SavesARingWithoutSound) {
 
 TEST_F(EngineWithFfmpeg, ADamagedRingFailsTheSaveAndTheLogHasTheReason) {
     ASSERT_NO_FATAL_FAILURE(StartReplayScript());
-    WriteAll(ToPath(JoinPath(engine.replayDir, u"seg00000000.ts")), "this is no transport stream");
-    WriteAll(ToPath(PlaylistPath(engine.replayDir)), "#EXTM3U\n#EXTINF:1.000000,\nseg00000000.ts\n");
+    WriteBytes(ToPath(JoinPath(engine.replayDir, u"seg00000000.ts")), "this is no transport stream");
+    WriteBytes(ToPath(PlaylistPath(engine.replayDir)), "#EXTM3U\n#EXTINF:1.000000,\nseg00000000.ts\n");
     EXPECT_FALSE(engine.SaveReplayClip(output));
     EXPECT_EQ(engine.statusText, SaveFailure());
-    EXPECT_NE(ReadAll(ToPath(JoinPath(engine.cacheDir, u"save-replay.log"))), "");
+    EXPECT_NE(ReadBytes(ToPath(JoinPath(engine.cacheDir, u"save-replay.log"))), "");
     ExpectNoSaveLeft();
 }
 
@@ -181,7 +186,7 @@ TEST_F(EngineWithFfmpeg, AnFfmpegThatDisappearsWhileTheReplayRunsFailsTheSave) {
 TEST_F(EngineWithFfmpeg, AChildThatIgnoresTheQuitCommandIsKilledWithAllThatItStarted) {
     EncoderProcess process;
     engine.ffmpegPath = FromPath(folder.Path() / "ffmpeg-script");
-    WriteAll(folder.Path() / "ffmpeg-script", "#!/bin/sh\nsleep 1000 </dev/null\n");
+    WriteBytes(folder.Path() / "ffmpeg-script", "#!/bin/sh\nsleep 1000 </dev/null\n");
     chmod((folder.Path() / "ffmpeg-script").c_str(), 0700);
     ASSERT_TRUE(engine.StartChild(process, u"x", FromPath(folder.Path() / "a.log")));
     ASSERT_TRUE(Eventually([this] { return !ProcessesWith(folder.Path().string()).empty(); }));
@@ -261,8 +266,8 @@ TEST_F(RecordingWithFfmpeg, AMissingSegmentEndsTheRecordingAndIsReported) {
 
 TEST_F(RecordingWithFfmpeg, ARingWithoutMediaCannotBeRecorded) {
     ASSERT_NO_FATAL_FAILURE(StartReplayScript("exit 1"));
-    WriteAll(ToPath(JoinPath(engine.replayDir, u"seg00000000.ts")), "x");
-    WriteAll(ToPath(PlaylistPath(engine.replayDir)), "#EXTINF:2.0,\nseg00000000.ts\n");
+    WriteBytes(ToPath(JoinPath(engine.replayDir, u"seg00000000.ts")), "x");
+    WriteBytes(ToPath(PlaylistPath(engine.replayDir)), "#EXTINF:2.0,\nseg00000000.ts\n");
     EXPECT_FALSE(engine.StartRecording(output));
     EXPECT_EQ(engine.statusText,
               u"Recording could not start from replay. Check the recording folder and audio device; details are in "

@@ -6,12 +6,16 @@
 
 #include "capture/CaptureEngine.h"
 #include "capture/ReplayPlaylist.h"
+#include "core/Utf8.h"
 #include "fake/NumberedDesktop.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
-#include "support/EndToEnd.h"
 #include "support/Eventually.h"
+#include "support/FileBytes.h"
 #include "support/FrameNumber.h"
+#include "support/MediaProbe.h"
+#include "support/Processes.h"
+#include "support/TemporaryFolder.h"
 
 namespace zv {
 namespace {
@@ -88,11 +92,11 @@ void ExpectSpecifiedStream(const ClipFacts& facts, int fps) {
 }
 
 TEST_F(ClipEndToEnd, AClipHoldsEveryNumberOfItsSecondsExactlyOnceAndInOrder) {
-    ASSERT_TRUE(engine.Configure(Config())) << support::ToUtf8(engine.statusText);
-    ASSERT_TRUE(engine.StartReplay(true, 15)) << support::ToUtf8(engine.statusText);
+    ASSERT_TRUE(engine.Configure(Config())) << ToUtf8(engine.statusText);
+    ASSERT_TRUE(engine.StartReplay(true, 15)) << ToUtf8(engine.statusText);
     ASSERT_TRUE(Buffered(6));
     const std::size_t before = ReadSegmentList(engine.replayDir).size();
-    ASSERT_TRUE(engine.SaveReplayClip(Output("clip.mp4"))) << support::ToUtf8(engine.statusText);
+    ASSERT_TRUE(engine.SaveReplayClip(Output("clip.mp4"))) << ToUtf8(engine.statusText);
     const std::size_t after = ReadSegmentList(engine.replayDir).size();
     EXPECT_EQ(engine.statusText, u"Replay saved: " + Output("clip.mp4"));
 
@@ -150,7 +154,7 @@ TEST_F(ClipEndToEnd, AFullRingHoldsItsLengthAndDropsTheOldestSecond) {
 
 TEST_F(ClipEndToEnd, AClipAtSixtyFramesASecondIsWholeAsWell) {
     ASSERT_TRUE(engine.Configure(Config(60)));
-    ASSERT_TRUE(engine.StartReplay(true, 15)) << support::ToUtf8(engine.statusText);
+    ASSERT_TRUE(engine.StartReplay(true, 15)) << ToUtf8(engine.statusText);
     ASSERT_TRUE(Buffered(3));
     ASSERT_TRUE(engine.SaveReplayClip(Output("clip.mp4")));
     ExpectSpecifiedStream(Probe(ToPath(Output("clip.mp4")), true), 60);
@@ -173,7 +177,7 @@ std::size_t Threads() {
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
 std::size_t ResidentKiB() {
-    const std::string status = support::ReadAll("/proc/self/status");
+    const std::string status = support::ReadBytes("/proc/self/status");
     return static_cast<std::size_t>(std::atoll(status.c_str() + status.find("VmRSS:") + 6));
 }
 
@@ -185,7 +189,7 @@ TEST_F(ClipEndToEnd, TwoHundredStartsAndStopsLeaveNoHandleThreadOrMemoryBehind) 
     for (int round = 0; round < 200; ++round) {
         // Another length restarts a running replay; every fourth round starts from a stopped one.
         ASSERT_TRUE(engine.StartReplay(true, 15 + round % 200))
-            << "round " << round << ": " << support::ToUtf8(engine.statusText);
+            << "round " << round << ": " << ToUtf8(engine.statusText);
         if (round % 4 == 3) {
             ASSERT_TRUE(engine.StartReplay(false, 15));
         }

@@ -2,6 +2,7 @@
 // real window manager and a real notification area.
 #include <cmath>
 
+#include "support/FileBytes.h"
 #include "support/TrayUser.h"
 
 namespace zv {
@@ -27,7 +28,7 @@ constexpr char alreadyRunning[] =
 class DesktopEndToEnd : public testing::Test {
 protected:
     void StartWindowManager() {
-        WriteAll(folder_.Path() / "rc.xml", windowManagerSettings);
+        WriteBytes(folder_.Path() / "rc.xml", windowManagerSettings);
         manager_ =
             StartOnDisplay(display_.Name(), {"openbox", "--config-file", folder_.Path() / "rc.xml"}, folder_.Path());
         ASSERT_TRUE(Eventually([&] { return !user_.Property(user_.Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
@@ -38,13 +39,13 @@ protected:
     /// In the background, with a program of the test's own for the desktop's message boxes.
     ProgramOptions BoxedOptions() const {
         const std::filesystem::path box = folder_.Path() / "zenity";
-        WriteAll(box, "#!/bin/sh\nprintf '%s\\n' \"$@\" >\"$0.said\"\n");
+        WriteBytes(box, "#!/bin/sh\nprintf '%s\\n' \"$@\" >\"$0.said\"\n");
         std::filesystem::permissions(box, std::filesystem::perms::owner_all);
         ProgramOptions options = Options(true);
         options.variables["PATH"] = folder_.Path().string();
         return options;
     }
-    std::string BoxText() const { return ReadAll(folder_.Path() / "zenity.said"); }
+    std::string BoxText() const { return ReadBytes(folder_.Path() / "zenity.said"); }
     static void AwaitStart(const ProgramRun& run) { ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value()); }
     bool HasFocus() const {
         return Eventually([&] { return user_.Focus() == user_.WindowOf(mainWindowName); });

@@ -6,9 +6,15 @@
 
 #include "capture/CaptureEngine.h"
 #include "capture/ReplayPlaylist.h"
+#include "core/Utf8.h"
 #include "platform/Files.h"
-#include "support/EndToEnd.h"
+#include "support/Eventually.h"
+#include "support/FileBytes.h"
+#include "support/MediaProbe.h"
+#include "support/PrivateDisplay.h"
+#include "support/Processes.h"
 #include "support/SmallDisk.h"
+#include "support/TemporaryFolder.h"
 #include "video/Monitors.h"
 
 namespace zv {
@@ -44,7 +50,7 @@ struct FailureEndToEnd : testing::Test {
     }
     std::vector<pid_t> Children() const { return ProcessesWith(folder.Path().string() + "/ZVReelsMax"); }
     void UseFfmpegScript(const std::string& body) {
-        WriteAll(folder.Path() / "ffmpeg-script", "#!/bin/sh\n" + body + "\n");
+        WriteBytes(folder.Path() / "ffmpeg-script", "#!/bin/sh\n" + body + "\n");
         chmod((folder.Path() / "ffmpeg-script").c_str(), 0700);
         setenv("ZV_FFMPEG", (folder.Path() / "ffmpeg-script").c_str(), 1);
     }
@@ -96,7 +102,7 @@ TEST_F(FailureEndToEnd, AKilledFfmpegIsNoticedAndSaid) {
 }
 
 TEST_F(FailureEndToEnd, ATextFileInPlaceOfFfmpegCannotBeStarted) {
-    WriteAll(folder.Path() / "ffmpeg.txt", "this is no program\n");
+    WriteBytes(folder.Path() / "ffmpeg.txt", "this is no program\n");
     setenv("ZV_FFMPEG", (folder.Path() / "ffmpeg.txt").c_str(), 1);
     ASSERT_TRUE(engine.Configure(Config()));
     EXPECT_FALSE(engine.StartReplay(true, 15));
@@ -143,7 +149,7 @@ TEST_F(FailureEndToEnd, AnFfmpegThatStopsReadingForTenSecondsIsSaid) {
 }
 
 TEST_F(FailureEndToEnd, ACacheFolderThatCannotBeMadeIsSaid) {
-    WriteAll(folder.Path() / "file", "");
+    WriteBytes(folder.Path() / "file", "");
     const ScopedVariable unusable("TMPDIR", (folder.Path() / "file").string());
     EXPECT_FALSE(engine.Configure(Config()));
     EXPECT_EQ(engine.statusText, u"Cannot create capture cache.");
@@ -153,7 +159,7 @@ TEST_F(FailureEndToEnd, ACacheFolderThatCannotBeMadeIsSaid) {
 TEST_F(FailureEndToEnd, AReplayFolderThatCannotBeMadeIsSaid) {
     ASSERT_TRUE(engine.Configure(Config()));
     fs::remove_all(ToPath(engine.cacheDir));
-    WriteAll(ToPath(engine.cacheDir), "a file in its place");
+    WriteBytes(ToPath(engine.cacheDir), "a file in its place");
     EXPECT_FALSE(engine.StartReplay(true, 15));
     EXPECT_EQ(engine.statusText, u"Cannot create replay cache.");
     EXPECT_FALSE(engine.replayRunning);
@@ -191,7 +197,7 @@ TEST_F(FailureEndToEnd, AFullCacheDuringASaveIsSaid) {
 
 TEST_F(FailureEndToEnd, AnOutputFolderThatIsAFileIsSaid) {
     StartBuffering();
-    WriteAll(folder.Path() / "file", "");
+    WriteBytes(folder.Path() / "file", "");
     EXPECT_FALSE(engine.SaveReplayClip(FromPath(folder.Path() / "file" / "clip.mp4")));
     EXPECT_EQ(engine.statusText, u"Cannot create replay output file.");
 }

@@ -6,8 +6,14 @@
 #include <cstdio>
 #include <thread>
 
+#include "support/Eventually.h"
+#include "support/FileBytes.h"
 #include "support/InterfaceUser.h"
+#include "support/PrivateDisplay.h"
+#include "support/Processes.h"
+#include "support/ProgramRun.h"
 #include "support/ServerWatch.h"
+#include "support/TemporaryFolder.h"
 
 namespace zv {
 namespace {
@@ -46,7 +52,7 @@ std::size_t OpenFiles(pid_t process) {
 }
 /// Resident memory in KiB.
 long Resident(pid_t process) {
-    std::istringstream line(ReadAll("/proc/" + std::to_string(process) + "/statm"));
+    std::istringstream line(ReadBytes("/proc/" + std::to_string(process) + "/statm"));
     long total = 0;
     long resident = 0;
     line >> total >> resident;
@@ -54,7 +60,7 @@ long Resident(pid_t process) {
 }
 /// Seconds of all its threads so far.
 double CpuSeconds(pid_t process) {
-    const std::string text = ReadAll("/proc/" + std::to_string(process) + "/stat");
+    const std::string text = ReadBytes("/proc/" + std::to_string(process) + "/stat");
     std::istringstream fields(text.substr(text.rfind(')') + 2));
     std::string skipped;
     for (int i = 0; i < 11; ++i) {
@@ -76,7 +82,7 @@ protected:
 TEST_F(InterfaceCost, TheWindowsAnswerWhileAJobHangs) {
     const fs::path script = folder_.Path() / "hanging";
     const std::string hang = "sleep 30." + std::to_string(getpid());
-    WriteAll(script, "#!/bin/sh\nexec " + hang + "\n");
+    WriteBytes(script, "#!/bin/sh\nexec " + hang + "\n");
     chmod(script.c_str(), 0700);
     ProgramRun run({.display = display_.Name(), .variables = {{"ZV_FFMPEG", script.string()}}, .background = false});
     ASSERT_TRUE(user_.WaitShown(mainWindowName));

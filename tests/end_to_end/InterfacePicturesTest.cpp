@@ -10,6 +10,7 @@
 #include <sstream>
 #include <utility>
 
+#include "support/FileBytes.h"
 #include "support/TrayUser.h"
 
 namespace zv {
@@ -218,8 +219,8 @@ protected:
     /// FFmpeg, which joins no clip before `gate_` is there.
     std::string SlowToJoin() const {
         const fs::path script = folder_.Path() / "slow-to-join";
-        WriteAll(script, "#!/bin/sh\ncase \"$*\" in *input.ffconcat*) while [ ! -e '" + gate_.string() +
-                             "' ]; do sleep 0.1; done ;; esac\nexec ffmpeg \"$@\"\n");
+        WriteBytes(script, "#!/bin/sh\ncase \"$*\" in *input.ffconcat*) while [ ! -e '" + gate_.string() +
+                               "' ]; do sleep 0.1; done ;; esac\nexec ffmpeg \"$@\"\n");
         fs::permissions(script, fs::perms::owner_all);
         return script.string();
     }
@@ -250,7 +251,7 @@ TEST_F(SmallPictures, TheBadgeLooksAsItDidInEachOfItsStates) {
     user_.TapKey({XK_Alt_L}, XK_F10);
     EXPECT_TRUE(WaitBadge(u"...", color::purple));
     Compare("badge-busy-100");
-    WriteAll(gate_, "");
+    WriteBytes(gate_, "");
     ASSERT_TRUE(run.WaitForActivity("Replay saved: ").has_value());
     user_.TapKey({XK_Control_L, XK_Alt_L}, XK_r);
     EXPECT_TRUE(WaitBadge(u"REC", color::badgeRecording));

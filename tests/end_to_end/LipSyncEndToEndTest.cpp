@@ -14,11 +14,17 @@
 #include <cmath>
 #include <sstream>
 
-#include "support/EndToEnd.h"
+#include "support/Eventually.h"
+#include "support/FileBytes.h"
 #include "support/FrameNumber.h"
+#include "support/MediaProbe.h"
 #include "support/PipeWatch.h"
+#include "support/PrivateDisplay.h"
+#include "support/Processes.h"
+#include "support/ProgramRun.h"
 #include "support/SoundServer.h"
 #include "support/SoundTrack.h"
+#include "support/TemporaryFolder.h"
 
 namespace zv {
 namespace {
@@ -41,7 +47,7 @@ struct Clap {
 
 std::vector<Clap> ReadClaps(const fs::path& log) {
     std::vector<Clap> read;
-    std::istringstream lines(ReadAll(log));
+    std::istringstream lines(ReadBytes(log));
     std::string word;
     for (Clap clap; lines >> word >> clap.number >> clap.instant >> clap.painted >> clap.underflows;) {
         clap.instant /= 1e6;

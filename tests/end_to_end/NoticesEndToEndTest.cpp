@@ -1,6 +1,12 @@
 // Notification and badge of the real program over a game that fills the screen, and what clips and screenshots show of
 // all its windows: nothing.
+#include "support/Eventually.h"
 #include "support/InterfaceUser.h"
+#include "support/MediaProbe.h"
+#include "support/PrivateDisplay.h"
+#include "support/Processes.h"
+#include "support/ProgramRun.h"
+#include "support/TemporaryFolder.h"
 
 namespace zv {
 namespace {

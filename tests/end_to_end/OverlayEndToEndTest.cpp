@@ -1,6 +1,12 @@
 // The quick overlay of the real program over another program's window, driven by real keys and clicks.
+#include "support/Eventually.h"
 #include "support/InterfaceUser.h"
+#include "support/MediaProbe.h"
+#include "support/PrivateDisplay.h"
+#include "support/Processes.h"
+#include "support/ProgramRun.h"
 #include "support/SoundServer.h"
+#include "support/TemporaryFolder.h"
 
 namespace zv {
 namespace {

@@ -6,8 +6,14 @@
 #include <set>
 #include <sstream>
 
-#include "support/EndToEnd.h"
+#include "support/Eventually.h"
+#include "support/FileBytes.h"
 #include "support/FrameNumber.h"
+#include "support/MediaProbe.h"
+#include "support/PrivateDisplay.h"
+#include "support/Processes.h"
+#include "support/ProgramRun.h"
+#include "support/TemporaryFolder.h"
 
 namespace zv {
 namespace {
@@ -88,12 +94,12 @@ TEST_F(ProgramEndToEnd, TheFirstStartWritesAllSettingsAndEndsPurple) {
     ProgramRun run({.display = display.Name(), .settings = {{"theme", "Zorvel Blue"}, {"instantReplay", "0"}}});
     ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
     EXPECT_EQ(run.End(), 0);
-    const std::string text = ReadAll(run.DataFolder() / "settings.ini");
+    const std::string text = ReadBytes(run.DataFolder() / "settings.ini");
     EXPECT_TRUE(text.starts_with("audioCaptureVersion=1\r\nreplayUiVersion=1\r\nmonitorDevice="));
     EXPECT_NE(text.find("\r\ntheme=ZV Purple\r\n"), std::string::npos);
     EXPECT_NE(text.find("\r\nfps=30\r\n"), std::string::npos);
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 36);
-    const std::string log = ReadAll(run.DataFolder() / "Logs" / "zv-reels.log");
+    const std::string log = ReadBytes(run.DataFolder() / "Logs" / "zv-reels.log");
     EXPECT_NE(log.find("] [INFO] [App] Zorvel starting\r\n"), std::string::npos);
 }
 
@@ -124,11 +130,11 @@ TEST_F(ProgramEndToEnd, ASecondStartEndsAtOnceAndTouchesNothing) {
     ProgramRun run({.display = display.Name()});
     ASSERT_TRUE(run.WaitForBuffer(1));
     ProgramRun second({.display = display.Name()});
-    const std::string before = ReadAll(second.DataFolder() / "settings.ini");
+    const std::string before = ReadBytes(second.DataFolder() / "settings.ini");
     const auto status = second.Process().WaitExit(30);
     ASSERT_TRUE(status.has_value());
     EXPECT_EQ(*status, 0);
-    EXPECT_EQ(ReadAll(second.DataFolder() / "settings.ini"), before);
+    EXPECT_EQ(ReadBytes(second.DataFolder() / "settings.ini"), before);
     EXPECT_FALSE(fs::exists(second.DataFolder() / "Logs"));
     EXPECT_TRUE(run.Process().Alive());
     EXPECT_EQ(run.End(), 0);
@@ -151,7 +157,7 @@ TEST_F(ProgramEndToEnd, TheSpeedCheckDecidesByWhatItMeasuredAndSaysSo) {
     ProgramRun run({.display = display.Name(), .settings = {{"fps", "120"}}});
     ASSERT_TRUE(Eventually([&] { return !run.Activity().empty(); }, 90000));
     const std::string told = run.Activity().front();
-    std::istringstream lines(ReadAll(run.CacheFolder() / "performance.log"));
+    std::istringstream lines(ReadBytes(run.CacheFolder() / "performance.log"));
     int measured = -1;
     for (std::string line; std::getline(lines, line);) {
         ASSERT_EQ(std::sscanf(line.c_str(), "1920x1080 target=120 measured=%d GPU encode/transport us=", &measured), 1)
@@ -216,7 +222,7 @@ TEST_F(ProgramEndToEnd, AMissingCaptureFolderIsMadeAgain) {
 
 TEST_F(ProgramEndToEnd, ACaptureRootThatIsAFileIsSaidSo) {
     TemporaryFolder place;
-    WriteAll(place.Path() / "root", "a file");
+    WriteBytes(place.Path() / "root", "a file");
     ProgramRun run({.display = display.Name(), .settings = {{"captureRoot", (place.Path() / "root").string()}}});
     ASSERT_TRUE(run.WaitForBuffer(2));
     run.Press("alt+F10");

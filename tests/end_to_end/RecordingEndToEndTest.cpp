@@ -6,10 +6,16 @@
 #include <chrono>
 
 #include "capture/CaptureEngine.h"
+#include "core/Utf8.h"
 #include "fake/NumberedDesktop.h"
 #include "platform/Files.h"
-#include "support/EndToEnd.h"
+#include "support/Eventually.h"
 #include "support/FrameNumber.h"
+#include "support/MediaProbe.h"
+#include "support/PrivateDisplay.h"
+#include "support/Processes.h"
+#include "support/ProgramRun.h"
+#include "support/TemporaryFolder.h"
 
 namespace zv {
 namespace {

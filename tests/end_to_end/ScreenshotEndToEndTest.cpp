@@ -4,7 +4,11 @@
 
 #include <regex>
 
-#include "support/EndToEnd.h"
+#include "support/Eventually.h"
+#include "support/FileBytes.h"
+#include "support/PrivateDisplay.h"
+#include "support/Processes.h"
+#include "support/ProgramRun.h"
 #include "support/ScreenPainting.h"
 #include "support/SmallDisk.h"
 
@@ -130,10 +134,10 @@ TEST_F(ScreenshotEndToEnd, AFileInPlaceOfTheFolderStaysAsItIs) {
     AwaitStart(run);
     const fs::path place = run.CaptureRoot() / "Desktop";
     fs::create_directories(run.CaptureRoot());
-    WriteAll(place, "in the way");
+    WriteBytes(place, "in the way");
     run.Press(screenshotKey);
     EXPECT_FALSE(Eventually([&] { return FilesBelow(run.CaptureRoot()).size() != 1; }, 1000));
-    EXPECT_EQ(ReadAll(place), "in the way");
+    EXPECT_EQ(ReadBytes(place), "in the way");
     fs::remove(place);
     ASSERT_TRUE(PressUntilPicture(run, place));
     ExpectPainted(PicturesBelow(place)[0], {0, 0, 1920, 1080});

@@ -1,5 +1,8 @@
 // A shortcut is changed by real keys: through the gear of the overlay, its row and the small window that takes the key.
+#include "support/Eventually.h"
 #include "support/InterfaceUser.h"
+#include "support/PrivateDisplay.h"
+#include "support/ProgramRun.h"
 
 namespace zv {
 namespace {

@@ -5,11 +5,17 @@
 #include <signal.h>
 
 #include "capture/CaptureEngine.h"
+#include "core/Utf8.h"
 #include "fake/NumberedDesktop.h"
 #include "platform/Files.h"
-#include "support/EndToEnd.h"
+#include "support/Eventually.h"
+#include "support/MediaProbe.h"
+#include "support/PrivateDisplay.h"
+#include "support/Processes.h"
+#include "support/ProgramRun.h"
 #include "support/SoundServer.h"
 #include "support/SoundTrack.h"
+#include "support/TemporaryFolder.h"
 
 namespace zv {
 namespace {

@@ -3,7 +3,10 @@
 
 #include <fstream>
 
-#include "support/EndToEnd.h"
+#include "support/FileBytes.h"
+#include "support/MediaProbe.h"
+#include "support/Processes.h"
+#include "support/TemporaryFolder.h"
 #include "video/TransportStream.h"
 
 namespace zv {
@@ -50,7 +53,7 @@ struct TransportEndToEnd : testing::TestWithParam<std::uint32_t> {
                   "-b:v",
                   "6M",
                   elementary.string()});
-        const auto units = AccessUnits(ReadAll(elementary));
+        const auto units = AccessUnits(ReadBytes(elementary));
         EXPECT_EQ(units.size(), static_cast<std::size_t>(seconds) * fps);
         TsMuxState state;
         std::vector<std::byte> packets;

@@ -9,7 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "support/EndToEnd.h"
+#include "support/FileBytes.h"
+#include "support/Processes.h"
+#include "support/ProgramRun.h"
+#include "support/TemporaryFolder.h"
 
 namespace zv {
 namespace {
@@ -150,7 +153,7 @@ TEST_F(DebianPackage, DependsOnFfmpegAndThePackagesOfItsLibraries) {
 
 TEST_F(DebianPackage, TheProgramOfItsMenuEntryCapturesTheDesktop) {
     const fs::path root = Unpacked();
-    const std::string entry = ReadAll(root / "usr/share/applications/zorvel.desktop");
+    const std::string entry = ReadBytes(root / "usr/share/applications/zorvel.desktop");
     EXPECT_THAT(entry, StartsWith("[Desktop Entry]\nType=Application\nName=Zorvel\n"));
     EXPECT_THAT(entry, HasSubstr("\nExec=zorvel\n"));
     EXPECT_THAT(entry, HasSubstr("\nIcon=zorvel\n"));
@@ -166,17 +169,17 @@ TEST_F(DebianPackage, TheProgramOfItsMenuEntryCapturesTheDesktop) {
 TEST_F(DebianPackage, ItsChecksumsMatchItsFiles) {
     const fs::path root = Unpacked();
     const std::string sums = OutputOf({"dpkg-deb", "--info", package.string(), "md5sums"});
-    WriteAll(root / "sums", sums);
+    WriteBytes(root / "sums", sums);
     EXPECT_THAT(LinesOf(sums), SizeIs(8));
     const std::string command = "cd '" + root.string() + "' && md5sum --check --strict --quiet sums";
     EXPECT_THAT(OutputOf({"sh", "-c", command}), IsEmpty());
 }
 
 TEST_F(DebianPackage, HoldsTheLicenceAndTheEncodersTerms) {
-    const std::string terms = ReadAll(Unpacked() / "usr/share/doc/zorvel/copyright");
+    const std::string terms = ReadBytes(Unpacked() / "usr/share/doc/zorvel/copyright");
     EXPECT_THAT(terms, StartsWith("Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/\n"));
     EXPECT_THAT(terms, HasSubstr("/usr/share/common-licenses/GPL-2"));
-    const std::vector<std::string> licence = LinesOf(ReadAll(sources / "LICENSE"));
+    const std::vector<std::string> licence = LinesOf(ReadBytes(sources / "LICENSE"));
     for (std::size_t i = 4; i < licence.size(); ++i) {
         EXPECT_THAT(terms, HasSubstr("\n " + (licence[i].empty() ? "." : licence[i]) + "\n"));
     }
@@ -184,12 +187,12 @@ TEST_F(DebianPackage, HoldsTheLicenceAndTheEncodersTerms) {
 
 TEST_F(DebianPackage, IsReproducible) {
     const fs::path again = MakeElsewhere("debian_package", ProgramPath());
-    EXPECT_TRUE(ReadAll(package) == ReadAll(again));
+    EXPECT_TRUE(ReadBytes(package) == ReadBytes(again));
 }
 
 struct WindowsArchive : Packages {
     void SetUp() override {
-        WriteAll(folder.Path() / "any name.exe", program);
+        WriteBytes(folder.Path() / "any name.exe", program);
         archive = Make("windows_zip", folder.Path() / "any name.exe");
     }
 
@@ -214,7 +217,7 @@ TEST_F(WindowsArchive, HoldsTheProgramAndItsTextsInOneFolder) {
 TEST_F(WindowsArchive, ItsProgramIsTheOneThatWasBuilt) { EXPECT_EQ(Held("zorvel.exe"), program); }
 
 TEST_F(WindowsArchive, ItsTextsHaveWindowsLineEnds) {
-    EXPECT_EQ(Held("LICENSE.txt"), Replaced(ReadAll(sources / "LICENSE"), "\n", "\r\n"));
+    EXPECT_EQ(Held("LICENSE.txt"), Replaced(ReadBytes(sources / "LICENSE"), "\n", "\r\n"));
     for (const char* name : {"README.txt", "RUNTIME-LICENSES.txt"}) {
         SCOPED_TRACE(name);
         const std::string text = Held(name);
@@ -237,7 +240,7 @@ TEST_F(WindowsArchive, ItsReadmeSaysWhatAUserNeeds) {
 
 TEST_F(WindowsArchive, IsReproducible) {
     const fs::path again = MakeElsewhere("windows_zip", folder.Path() / "any name.exe");
-    EXPECT_TRUE(ReadAll(archive) == ReadAll(again));
+    EXPECT_TRUE(ReadBytes(archive) == ReadBytes(again));
 }
 
 TEST_F(Packages, NothingIsMadeWithoutAProgram) {
@@ -256,7 +259,7 @@ TEST(Icon, MatchesItsDrawingProgram) {
     int count = 0;
     for (const auto& entry : fs::directory_iterator(folder.Path())) {
         ++count;
-        EXPECT_TRUE(ReadAll(entry.path()) == ReadAll(sources / "resources/icon" / entry.path().filename()))
+        EXPECT_TRUE(ReadBytes(entry.path()) == ReadBytes(sources / "resources/icon" / entry.path().filename()))
             << entry.path().filename();
     }
     EXPECT_EQ(count, 6);

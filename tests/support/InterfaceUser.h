@@ -12,8 +12,10 @@
 #include <vector>
 
 #include "platform/Canvas.h"
-#include "support/EndToEnd.h"
 #include "support/Eventually.h"
+#include "support/FileBytes.h"
+#include "support/Processes.h"
+#include "support/ProgramRun.h"
 #include "support/XClient.h"
 #include "ui/kit/Colors.h"
 #include "ui/kit/DrawingFrame.h"
@@ -228,7 +230,7 @@ public:
 
 /// The value of a key of settings.ini.
 inline std::string SettingOf(const ProgramRun& run, const std::string& key) {
-    const std::string text = "\n" + ReadAll(run.DataFolder() / "settings.ini");
+    const std::string text = "\n" + ReadBytes(run.DataFolder() / "settings.ini");
     const std::size_t at = text.find("\n" + key + "=");
     if (at == std::string::npos) {
         return "(none)";

@@ -11,8 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "support/EndToEnd.h"
 #include "support/Eventually.h"
+#include "support/FileBytes.h"
+#include "support/Processes.h"
+#include "support/TemporaryFolder.h"
 
 namespace zv::support {
 
@@ -31,7 +33,7 @@ public:
                 "load-module module-remap-source source_name=mic master=mic_feed.monitor "
                 "source_properties=device.description=Microphone\nset-default-source mic\n";
         }
-        WriteAll(folder_.Path() / "script.pa", script);
+        WriteBytes(folder_.Path() / "script.pa", script);
         setenv("PULSE_SERVER", ("unix:" + socket).c_str(), 1);
         const std::string home = folder_.Path().string();
         server_ = Spawned({"pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no",
@@ -50,7 +52,7 @@ public:
     /// Takes a device away: its module is unloaded, and nobody is moved to it again.
     void Remove(const std::string& module) const { OutputOf({"pactl", "unload-module", module}); }
     void ChooseSpeakers(const std::string& sink) const { OutputOf({"pactl", "set-default-sink", sink}); }
-    std::string Log() const { return ReadAll(folder_.Path() / "server.log"); }
+    std::string Log() const { return ReadBytes(folder_.Path() / "server.log"); }
 
     /// Plays a sine of its own on each side into a sink for up to `seconds`.
     Spawned PlayTone(const std::string& sink, double leftHz, float leftLevel, double rightHz, float rightLevel,
@@ -63,7 +65,7 @@ public:
         std::string bytes(samples.size() * sizeof(float), '\0');
         std::memcpy(bytes.data(), samples.data(), bytes.size());
         const std::filesystem::path file = folder_.Path() / (sink + ".raw");
-        WriteAll(file, bytes);
+        WriteBytes(file, bytes);
         return Spawned({"pacat", "--playback", "--raw", "--format=float32le", "--rate=48000", "--channels=2",
                         "--device=" + sink, file.string()},
                        {}, folder_.Path() / "player.log");

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <sstream>
 
-#include "support/EndToEnd.h"
+#include "support/Processes.h"
 
 namespace zv::support {
 

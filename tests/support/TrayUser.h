@@ -6,7 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "support/Eventually.h"
 #include "support/InterfaceUser.h"
+#include "support/Processes.h"
+#include "support/TemporaryFolder.h"
 
 namespace zv::support {
 

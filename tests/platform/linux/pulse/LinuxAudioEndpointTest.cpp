@@ -6,11 +6,13 @@
 #include <thread>
 
 #include "audio/AudioCapture.h"
+#include "core/Utf8.h"
 #include "platform/AudioDevices.h"
 #include "platform/AudioEndpoint.h"
 #include "platform/Clock.h"
 #include "platform/WaveInput.h"
 #include "support/Eventually.h"
+#include "support/Processes.h"
 #include "support/SoundServer.h"
 
 namespace zv {
@@ -313,7 +315,7 @@ TEST(LinuxWaveInput, WithoutAServerThereAreNoNamesAndNoMicrophone) {
 /// Reads the stream like the encoder does, on a thread of its own.
 class StreamReader {
 public:
-    explicit StreamReader(const Text& pipeName) : thread_([this, name = support::ToUtf8(pipeName)] { Read(name); }) {}
+    explicit StreamReader(const Text& pipeName) : thread_([this, name = ToUtf8(pipeName)] { Read(name); }) {}
     ~StreamReader() { Join(); }
     StreamReader(const StreamReader&) = delete;
     StreamReader& operator=(const StreamReader&) = delete;

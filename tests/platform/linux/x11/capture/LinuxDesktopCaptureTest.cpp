@@ -15,7 +15,7 @@
 #include "platform/linux/x11/RandrMonitors.h"
 #include "platform/linux/x11/Xcb.h"
 #include "platform/software/Surface.h"
-#include "support/EndToEnd.h"
+#include "support/PrivateDisplay.h"
 #include "support/XServer.h"
 
 namespace zv {

@@ -20,9 +20,11 @@
 #include "platform/Window.h"
 #include "platform/linux/x11/capture/ExcludedWindows.h"
 #include "platform/software/Surface.h"
-#include "support/EndToEnd.h"
 #include "support/Eventually.h"
+#include "support/PrivateDisplay.h"
+#include "support/Processes.h"
 #include "support/ScreenPainting.h"
+#include "support/TemporaryFolder.h"
 #include "support/XClient.h"
 
 namespace zv {

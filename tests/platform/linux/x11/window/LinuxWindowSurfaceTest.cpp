@@ -21,10 +21,12 @@
 #include "platform/Session.h"
 #include "platform/TrayIcon.h"
 #include "platform/Window.h"
-#include "support/EndToEnd.h"
 #include "support/Eventually.h"
 #include "support/FileBytes.h"
+#include "support/PrivateDisplay.h"
+#include "support/Processes.h"
 #include "support/ServerWatch.h"
+#include "support/TemporaryFolder.h"
 #include "support/XClient.h"
 
 namespace zv {

@@ -29,8 +29,10 @@
 #include "platform/Session.h"
 #include "platform/SingleInstance.h"
 #include "platform/Window.h"
-#include "support/EndToEnd.h"
 #include "support/Eventually.h"
+#include "support/FileBytes.h"
+#include "support/PrivateDisplay.h"
+#include "support/TemporaryFolder.h"
 #include "support/XClient.h"
 #include "support/XServer.h"
 
@@ -669,11 +671,11 @@ protected:
     ~InformationBox() override { setenv("PATH", path_.c_str(), 1); }
     void Install(const std::string& name, const std::string& end) {
         const auto script = folder_.Path() / name;
-        support::WriteAll(script, "#!/bin/sh\nfor a in \"$@\"; do echo \"$a\"; done >\"" +
-                                      (folder_.Path() / name).string() + ".seen\"\n" + end + "\n");
+        support::WriteBytes(script, "#!/bin/sh\nfor a in \"$@\"; do echo \"$a\"; done >\"" +
+                                        (folder_.Path() / name).string() + ".seen\"\n" + end + "\n");
         chmod(script.c_str(), 0700);
     }
-    std::string Seen(const std::string& name) const { return support::ReadAll(folder_.Path() / (name + ".seen")); }
+    std::string Seen(const std::string& name) const { return support::ReadBytes(folder_.Path() / (name + ".seen")); }
 
     support::TemporaryFolder folder_;
     std::string path_;
