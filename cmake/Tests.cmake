@@ -1,14 +1,20 @@
-# zv_test(NAME SOURCES... [FAKES Clock ...] [LIBRARIES ...] [LABELS ...] [TIMEOUT seconds] [COST seconds] [SERIAL]
-#         [NIGHTLY pattern] [WHOLE] [ONE_THREAD] [LAUNCHER script])
+# zv_test(NAME SOURCES... [FAKES Clock ...] [LIBRARIES ...] [LABELS ...] [TIMEOUT seconds] [COST seconds]
+#         [ENVIRONMENT name=value ...] [NIGHTLY pattern] [WHOLE] [LAUNCHER script] [ONE_THREAD] [SERIAL])
 #
-# One GoogleTest program. FAKES names files of tests/fake/ that replace the platform service of the same name (or a
-# portable part that the test controls). On Linux every TEST becomes a ctest entry; WHOLE, and every test on Windows,
-# registers the program as one entry, which suits tests that share an expensive set-up. LAUNCHER runs a WHOLE program.
-# Tests with the highest COST start first, so that no long one runs alone at the end. The tests whose names match
-# NIGHTLY take minutes: they have the label nightly, which ./test leaves out.
+# One GoogleTest program.
+#   FAKES        files of tests/fake/. Each replaces the platform service, or the portable part, of the same name.
+#   COST         starts the entry before all entries with a smaller cost, so that no long entry runs alone at the end.
+#   NIGHTLY      a GoogleTest pattern. The tests that match it take minutes and have the label nightly, which ./test
+#                excludes.
+#   WHOLE        registers the program as one ctest entry, for tests that share an expensive set-up. Otherwise every TEST
+#                is an entry. On Windows every program is WHOLE, because each run needs a Wine prefix.
+#   LAUNCHER     a script that runs a WHOLE program.
+#   ENVIRONMENT  variables of a WHOLE program.
+#   ONE_THREAD   neither the tests nor the code under test start a thread.
+#   SERIAL       runs the entries while no other test runs.
 #
-# With ZV_SANITIZERS a portable test is run as NAME_address and, unless ONE_THREAD says that neither it nor what it
-# tests starts a thread, as NAME_thread: one entry each.
+# With ZV_SANITIZERS a portable test also runs as NAME_address and, unless it is ONE_THREAD, as NAME_thread: one entry
+# each.
 include(GoogleTest)
 
 if(WIN32)
@@ -97,7 +103,8 @@ function(zv_sanitized_test name)
 endfunction()
 
 function(zv_test name)
-  cmake_parse_arguments(T "SERIAL;WHOLE;ONE_THREAD" "TIMEOUT;COST;LAUNCHER;NIGHTLY" "SOURCES;FAKES;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(T "SERIAL;WHOLE;ONE_THREAD" "TIMEOUT;COST;LAUNCHER;NIGHTLY"
+    "SOURCES;FAKES;LIBRARIES;LABELS;ENVIRONMENT" ${ARGN})
   list(APPEND T_SOURCES ${T_UNPARSED_ARGUMENTS})
   add_executable(${name} ${T_SOURCES})
   zv_test_program(${name} zorvel_compile "")
@@ -113,31 +120,28 @@ function(zv_test name)
   if(WIN32)
     # -municode requires wmain; tests have a plain main.
     set_property(TARGET ${name} APPEND PROPERTY LINK_OPTIONS -mconsole)
-    add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/windows/run_under_wine ${CMAKE_BINARY_DIR} $<TARGET_FILE:${name}>)
+    set(T_WHOLE ON)
+    set(T_LAUNCHER ${PROJECT_SOURCE_DIR}/tests/windows/run_under_wine ${CMAKE_BINARY_DIR})
+    list(APPEND T_ENVIRONMENT ZV_WINE_SECONDS=${T_TIMEOUT})
     # The first test of a build folder also makes the template of Wine's prefix.
-    math(EXPR whole_timeout "${T_TIMEOUT} + 180")
-    set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${whole_timeout} COST ${T_COST}
-      ENVIRONMENT "ZV_WINE_SECONDS=${T_TIMEOUT}")
-    if(T_SERIAL)
-      set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
-    endif()
-  elseif(T_WHOLE)
+    math(EXPR T_TIMEOUT "${T_TIMEOUT} + 180")
+  endif()
+  if(T_WHOLE)
     set(ordinary)
+    set(entries ${name})
     if(T_NIGHTLY)
       set(ordinary --gtest_filter=-${T_NIGHTLY})
+      list(APPEND entries ${name}_nightly)
       add_test(NAME ${name}_nightly COMMAND ${T_LAUNCHER} $<TARGET_FILE:${name}> --gtest_filter=${T_NIGHTLY})
-      set_tests_properties(${name}_nightly PROPERTIES LABELS "${T_LABELS};nightly" TIMEOUT ${T_TIMEOUT} COST ${T_COST})
     endif()
     add_test(NAME ${name} COMMAND ${T_LAUNCHER} $<TARGET_FILE:${name}> ${ordinary})
-    set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT} COST ${T_COST})
-    if(T_SERIAL)
-      set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
+    set_tests_properties(${entries} PROPERTIES LABELS "${T_LABELS}" TIMEOUT ${T_TIMEOUT} COST ${T_COST}
+      RUN_SERIAL ${T_SERIAL} ENVIRONMENT "${T_ENVIRONMENT}")
+    if(T_NIGHTLY)
+      set_property(TEST ${name}_nightly APPEND PROPERTY LABELS nightly)
     endif()
   else()
-    set(properties TIMEOUT ${T_TIMEOUT} COST ${T_COST})
-    if(T_SERIAL)
-      list(APPEND properties RUN_SERIAL ON)
-    endif()
+    set(properties TIMEOUT ${T_TIMEOUT} COST ${T_COST} RUN_SERIAL ${T_SERIAL})
     set(ordinary)
     if(T_NIGHTLY)
       set(ordinary TEST_FILTER -${T_NIGHTLY})

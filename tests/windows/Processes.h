@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdlib>
 #include <cwchar>
 #include <vector>
 // After the program's own headers, whose names its macros would change.
@@ -42,12 +41,6 @@ inline bool FreezeProcess(DWORD id) {
     const LONG answer = reinterpret_cast<Suspend>(reinterpret_cast<void*>(entry))(process);
     CloseHandle(process);
     return process != nullptr && answer == 0;
-}
-
-/// How often a test of leaks repeats its round: `usual` times, unless ZV_TEST_ROUNDS asks for another number.
-inline int Rounds(int usual) {
-    const char* rounds = std::getenv("ZV_TEST_ROUNDS");
-    return rounds == nullptr ? usual : std::atoi(rounds);
 }
 
 /// The number of handles of this process. Tries every value, because Wine does not count them.

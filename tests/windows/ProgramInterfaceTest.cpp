@@ -373,37 +373,43 @@ TEST_F(ShortcutEditing, AcceptsOnlyAKeyWithAModifier) {
 
 // Leaks.
 
-TEST_F(ProgramInterface, OpeningTheOverlayManyTimesLeavesNothingBehind) {
-    Setting("instantReplay=0");
-    ASSERT_TRUE(Start());
-    const HWND main = Find(mainClass);
-    const HWND overlay = Find(overlayClass);
-    DWORD id = 0;
-    GetWindowThreadProcessId(main, &id);
-    const ObjectCounts counts(id);
-    const auto open = [&](int times) {
-        for (int i = 0; i < times; ++i) {
-            SendMessageW(main, WM_HOTKEY, 1, 0);
-            ASSERT_NE(IsWindowVisible(overlay), FALSE);
-            if (i % 10 == 0) {
-                SendMessageW(overlay, WM_PAINT, 0, 0);
+class OverlayOpenings : public ProgramInterface {
+protected:
+    void ExpectNoLeak(int openings) {
+        Setting("instantReplay=0");
+        ASSERT_TRUE(Start());
+        const HWND main = Find(mainClass);
+        const HWND overlay = Find(overlayClass);
+        DWORD id = 0;
+        GetWindowThreadProcessId(main, &id);
+        const ObjectCounts counts(id);
+        const auto open = [&](int times) {
+            for (int i = 0; i < times; ++i) {
+                SendMessageW(main, WM_HOTKEY, 1, 0);
+                ASSERT_NE(IsWindowVisible(overlay), FALSE);
+                if (i % 10 == 0) {
+                    SendMessageW(overlay, WM_PAINT, 0, 0);
+                }
+                SendMessageW(main, WM_HOTKEY, 1, 0);
+                ASSERT_EQ(IsWindowVisible(overlay), FALSE);
             }
-            SendMessageW(main, WM_HOTKEY, 1, 0);
-            ASSERT_EQ(IsWindowVisible(overlay), FALSE);
-        }
-    };
-    open(20);
-    const int handles = counts.Handles();
-    const int objects = counts.GraphicsObjects();
-    const int userObjects = ObjectCounts::UserObjects();
-    EXPECT_TRUE(handles > 0 && objects > 0 && userObjects > 0);
-    open(Rounds(100));
-    // A few are created late, or temporarily.
-    EXPECT_LT(counts.Handles(), handles + 20);
-    EXPECT_LT(counts.GraphicsObjects(), objects + 20);
-    EXPECT_LT(ObjectCounts::UserObjects(), userObjects + 20);
-    EXPECT_TRUE(EndProgram());
-}
+        };
+        open(20);
+        const int handles = counts.Handles();
+        const int objects = counts.GraphicsObjects();
+        const int userObjects = ObjectCounts::UserObjects();
+        EXPECT_TRUE(handles > 0 && objects > 0 && userObjects > 0);
+        open(openings);
+        // A few are created late, or temporarily.
+        EXPECT_LT(counts.Handles(), handles + 20);
+        EXPECT_LT(counts.GraphicsObjects(), objects + 20);
+        EXPECT_LT(ObjectCounts::UserObjects(), userObjects + 20);
+        EXPECT_TRUE(EndProgram());
+    }
+};
+
+TEST_F(OverlayOpenings, AHundredTimesLeaveNothingBehind) { ExpectNoLeak(100); }
+TEST_F(OverlayOpenings, AThousandTimesLeaveNothingBehind) { ExpectNoLeak(1000); }
 
 }  // namespace
 }  // namespace zv::windows
