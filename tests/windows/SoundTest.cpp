@@ -656,7 +656,7 @@ int Threads() {
     return count;
 }
 
-void ExpectNoLeak(AudioCapture& capture, SoundDriver& driver, int rounds) {
+void ExpectNoLeak(AudioCapture& capture, windows::SoundDriver& driver, int rounds) {
     const std::vector<std::string> rules = {"",
                                             refused,
                                             "fail GetBuffer.render 1 0x88890004\n",

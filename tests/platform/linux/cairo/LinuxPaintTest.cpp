@@ -3,13 +3,13 @@
 #include <xcb/shape.h>
 #include <xcb/xcb.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <vector>
 
 #include "platform/Session.h"
 #include "platform/Window.h"
+#include "support/MessageLoop.h"
 #include "support/XServer.h"
 
 namespace zv {
@@ -50,18 +50,13 @@ void PutWithHole(AppWindow& window) {
 }
 
 void (*paint)(AppWindow& window) = nullptr;
-bool (*done)() = nullptr;
-std::chrono::steady_clock::time_point limit;
 
 std::intptr_t Procedure(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
     if (code == message::paint) {
         paint(window);
         return 0;
     }
-    if (code == message::timer) {
-        if (done() || std::chrono::steady_clock::now() > limit) {
-            PostQuit(0);
-        }
+    if (support::HandlesCheckTimer(code, wParam)) {
         return 0;
     }
     return DefaultProcedure(window, code, wParam, lParam);
@@ -113,14 +108,7 @@ protected:
         options.height = height;
         window_ = MakeWindow(options);
     }
-    /// Until `condition` holds on the screen.
-    bool RunUntil(bool (*condition)()) {
-        done = condition;
-        limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        StartTimer(*window_, 1, 10);
-        RunMessageLoop();
-        return condition();
-    }
+    bool RunUntil(bool (*condition)()) { return support::RunUntil(*window_, condition); }
 
     support::XServer server_;
     Owned<AppWindow> window_;

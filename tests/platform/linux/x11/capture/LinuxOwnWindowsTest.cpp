@@ -21,6 +21,7 @@
 #include "platform/linux/x11/capture/ExcludedWindows.h"
 #include "platform/software/Surface.h"
 #include "support/Eventually.h"
+#include "support/MessageLoop.h"
 #include "support/PrivateDisplay.h"
 #include "support/Processes.h"
 #include "support/ScreenPainting.h"
@@ -32,25 +33,17 @@ namespace {
 
 using support::ColorAt;
 using support::OtherClient;
+using support::RunUntil;
 using support::ScreenPainting;
 
-constexpr std::uintptr_t checkTimer = 1000;
 constexpr std::uint32_t red = 0xC03020;
 constexpr std::uint32_t green = 0x20A040;
 constexpr std::uint32_t blue = 0x2040C0;
 constexpr int width = 640;
 constexpr int height = 480;
 
-std::function<bool()> condition;
-bool fulfilled = false;  ///< the condition held; it need not hold any more
-std::chrono::steady_clock::time_point limit;
-
 std::intptr_t PaintRed(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
-    if (code == message::timer && wParam == checkTimer) {
-        fulfilled = condition();
-        if (fulfilled || std::chrono::steady_clock::now() > limit) {
-            PostQuit(0);
-        }
+    if (support::HandlesCheckTimer(code, wParam)) {
         return 0;
     }
     if (code == message::paint) {
@@ -94,16 +87,6 @@ protected:
             ExcludeFromCapture(*window);
         }
         return window;
-    }
-    bool RunUntil(AppWindow& window, std::function<bool()> wanted, double seconds = 30) {
-        condition = std::move(wanted);
-        fulfilled = false;
-        limit = std::chrono::steady_clock::now() +
-                std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds));
-        StartTimer(window, checkTimer, 5);
-        RunMessageLoop();
-        StopTimer(window, checkTimer);
-        return fulfilled || condition();
     }
     void Show(AppWindow& window, const Rectangle& bounds) {
         ShowTopmostAt(window, bounds);
@@ -293,7 +276,7 @@ TEST_P(LinuxOwnWindows, StayMaskedWhileTheyAreShownMovedAndHidden) {
             }
             return ++step >= 200 && images >= 5;
         },
-        120);
+        std::chrono::minutes(2));
     over = true;
     capture.join();
     EXPECT_GE(step, 200);

@@ -23,6 +23,7 @@
 #include "platform/Window.h"
 #include "support/Eventually.h"
 #include "support/FileBytes.h"
+#include "support/MessageLoop.h"
 #include "support/PrivateDisplay.h"
 #include "support/Processes.h"
 #include "support/ServerWatch.h"
@@ -34,8 +35,8 @@ namespace {
 
 using support::Eventually;
 using support::OtherClient;
+using support::RunUntil;
 
-constexpr std::uintptr_t checkTimer = 1000;
 constexpr std::uint32_t trayMessage = 0x8016;
 constexpr std::uint32_t red = 0xC03020;
 constexpr std::uint32_t green = 0x20A040;
@@ -50,9 +51,6 @@ struct Received {
 };
 std::vector<Received> received;
 std::map<std::uintptr_t, std::uint32_t> keyModifiers;  ///< held at the last press of each key
-std::function<bool()> condition;
-bool fulfilled = false;  ///< the condition held; it need not hold any more
-std::chrono::steady_clock::time_point limit;
 std::function<std::uint32_t(int, int)> picture;
 
 void Paint(AppWindow& window) {
@@ -67,11 +65,7 @@ void Paint(AppWindow& window) {
 }
 
 std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
-    if (code == message::timer && wParam == checkTimer) {
-        fulfilled = condition();
-        if (fulfilled || std::chrono::steady_clock::now() > limit) {
-            PostQuit(0);
-        }
+    if (support::HandlesCheckTimer(code, wParam)) {
         return 0;
     }
     received.push_back({&window, code, wParam, lParam});
@@ -133,16 +127,6 @@ protected:
         options.width = 400;
         options.height = 300;
         return options;
-    }
-    bool RunUntil(AppWindow& window, std::function<bool()> wanted, double seconds = 30) {
-        condition = std::move(wanted);
-        fulfilled = false;
-        limit = std::chrono::steady_clock::now() +
-                std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds));
-        StartTimer(window, checkTimer, 5);
-        RunMessageLoop();
-        StopTimer(window, checkTimer);
-        return fulfilled || condition();
     }
     bool RunUntilPixel(AppWindow& window, int x, int y, std::uint32_t color) {
         return RunUntil(window, [=, this] { return other_->PixelAt(x, y) == color; });
@@ -312,7 +296,7 @@ TEST_F(LinuxWindowSurface, TwoTopmostWindowsDoNotRaiseEachOther) {
     const std::vector<xcb_window_t> stack = other_->TopLevels();
     bool changed = false;
     RunUntil(
-        *first, [&] { return changed = changed || other_->TopLevels() != stack; }, 0.3);
+        *first, [&] { return changed = changed || other_->TopLevels() != stack; }, std::chrono::milliseconds(300));
     EXPECT_FALSE(changed);
 }
 
@@ -334,7 +318,8 @@ TEST_F(LinuxWindowSurface, ATopmostFramedWindowStaysAboveTheOverlayWithTheKeyboa
     EXPECT_EQ(Last(message::setFocus)->window, editor.get());
     bool covered = false;
     RunUntil(
-        *editor, [&] { return covered = covered || other_->PixelAt(400, 400) != green; }, 0.5);
+        *editor, [&] { return covered = covered || other_->PixelAt(400, 400) != green; },
+        std::chrono::milliseconds(500));
     EXPECT_FALSE(covered);
     other_->Tap(other_->CodeOf(XK_k));
     ASSERT_TRUE(RunUntilReceived(*editor, message::keyDown));
@@ -731,17 +716,17 @@ protected:
     int Choose(std::function<void()> user) {
         other_->MovePointer(100, 100);
         int turn = 0;
-        condition = [&] {
+        const auto condition = [&] {
             // The first iteration with an open menu.
             if (turn++ == 10) {
                 user();
             }
             return false;
         };
-        limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        StartTimer(*window_, checkTimer, 20);
+        support::loopCondition = {condition, false, std::chrono::steady_clock::now() + std::chrono::minutes(1)};
+        StartTimer(*window_, support::checkTimer, 20);
         const int chosen = ChooseFromMenu(*window_, items_);
-        StopTimer(*window_, checkTimer);
+        StopTimer(*window_, support::checkTimer);
         return chosen;
     }
 

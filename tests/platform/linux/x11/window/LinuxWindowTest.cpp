@@ -31,6 +31,7 @@
 #include "platform/Window.h"
 #include "support/Eventually.h"
 #include "support/FileBytes.h"
+#include "support/MessageLoop.h"
 #include "support/PrivateDisplay.h"
 #include "support/TemporaryFolder.h"
 #include "support/XClient.h"
@@ -49,7 +50,6 @@ constexpr std::uint32_t virtualX = 88;
 constexpr std::uint32_t virtualF10 = 121;
 constexpr std::uint32_t alt = keyModifier::alt;
 constexpr std::uint32_t once = keyModifier::noRepeat;
-constexpr std::uintptr_t checkTimer = 1000;
 
 struct Received {
     std::uint32_t code;
@@ -58,19 +58,12 @@ struct Received {
 };
 
 std::vector<Received> received;
-std::function<bool()> condition;
-bool fulfilled = false;  ///< the condition held; it need not hold any more
-Clock::time_point limit;
 bool handleClose = false;
 int endRequests = 0;
 std::function<void(AppWindow& window, std::uint32_t code)> beforehand;  ///< may throw
 
 std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
-    if (code == message::timer && wParam == checkTimer) {
-        fulfilled = condition();
-        if (fulfilled || Clock::now() > limit) {
-            PostQuit(0);
-        }
+    if (support::HandlesCheckTimer(code, wParam)) {
         return 0;
     }
     received.push_back({code, wParam});
@@ -108,15 +101,7 @@ protected:
         ASSERT_NE(window_, nullptr);
     }
     /// Runs the loop until the condition holds. Returns false on timeout.
-    bool RunUntil(std::function<bool()> wanted, double seconds = 30) {
-        condition = std::move(wanted);
-        fulfilled = false;
-        limit = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-        StartTimer(*window_, checkTimer, 5);
-        RunMessageLoop();
-        StopTimer(*window_, checkTimer);
-        return fulfilled || condition();
-    }
+    bool RunUntil(std::function<bool()> condition) { return support::RunUntil(*window_, std::move(condition)); }
     bool RunUntilHotKeys(long count, std::uintptr_t id) {
         return RunUntil([=] { return CountOf(message::hotKey, id) >= count; });
     }
@@ -251,11 +236,7 @@ TEST_F(LinuxWindow, AProcedureMayThrowAfterItHasDestroyedItsWindow) {
         }
     };
     other_->CloseByBox(other_->Find("Zorvel test"));
-    condition = [this] { return window_ == nullptr; };
-    limit = Clock::now() + std::chrono::seconds(30);
-    StartTimer(*other, checkTimer, 5);
-    RunMessageLoop();
-    EXPECT_EQ(window_, nullptr);
+    EXPECT_TRUE(support::RunUntil(*other, [this] { return window_ == nullptr; }));
 }
 
 TEST_F(LinuxWindow, LosesEventsButNotTheLoopWithoutMemory) {
