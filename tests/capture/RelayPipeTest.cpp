@@ -1,55 +1,33 @@
 // The relay over the platform's own pipe, with a reader that opens it by name as FFmpeg does.
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <random>
 
 #include "SegmentRing.h"
 #include "capture/SegmentRelay.h"
 #include "support/Eventually.h"
+#include "support/PipeReader.h"
 
 namespace zv {
 namespace {
 
 using support::Eventually;
 
-/// Reads the pipe on a thread of its own. It reads while its gate is open.
-class PipeReader {
+/// Reads the relay's pipe, and stops the relay at the end so that the reader ends too.
+class RelayReader : public support::PipeReader {
 public:
-    explicit PipeReader(SegmentRelay& relay)
-        : relay_(relay), thread_([this, name = relay.PipeName()] { Read(name); }) {}
-    ~PipeReader() {
-        relay_.Stop();  // otherwise the reader would wait forever
-        gateOpen = true;
-        thread_.join();
-    }
+    explicit RelayReader(SegmentRelay& relay) : PipeReader(relay.PipeName(), 0x10000), relay_(relay) {}
+    ~RelayReader() { relay_.Stop(); }
 
-    std::string Finish() {
-        gateOpen = true;
-        Eventually([this] { return ended.load(); });
-        return content_;
+    /// Everything up to the end of the stream.
+    const std::string& Finish() {
+        Pause(false);
+        EXPECT_TRUE(Eventually([this] { return Ended(); }));
+        return Content();
     }
-
-    std::atomic<bool> gateOpen{true};
-    std::atomic<bool> ended{false};
-    std::atomic<std::size_t> bytes{0};
 
 private:
-    void Read(const Text& name) {
-        std::ifstream pipe(ToPath(name), std::ios::binary);
-        std::string block(0x10000, '\0');
-        while (pipe) {
-            Eventually([this] { return gateOpen.load(); });
-            pipe.read(block.data(), static_cast<std::streamsize>(block.size()));
-            content_.append(block.data(), static_cast<std::size_t>(pipe.gcount()));
-            bytes = content_.size();
-        }
-        ended = true;
-    }
-
     SegmentRelay& relay_;
-    std::string content_;
-    std::thread thread_;
 };
 
 class RelayPipe : public testing::Test {
@@ -79,8 +57,8 @@ TEST_F(RelayPipe, TwentyMinutesOfARingArriveByteForByte) {
     }
     ring.Publish(15);
     ASSERT_TRUE(relay.Start(ring.Folder(), {60000, 60000, 1}));
-    PipeReader reader(relay);
-    ASSERT_TRUE(Eventually([&] { return reader.bytes > 0; }));  // the playlist has been read
+    RelayReader reader(relay);
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() > 0; }));  // the playlist has been read
     for (int second = 0; second < seconds; second += perStep) {
         for (int number = 0; number < perStep; ++number) {
             const std::size_t size = number == 0 ? random() % 600000 : random() % 20000;
@@ -89,10 +67,10 @@ TEST_F(RelayPipe, TwentyMinutesOfARingArriveByteForByte) {
             expected += content;
         }
         ring.Publish(15);
-        // The bytes that the reader has not counted yet are in the pipe or in the reader's block.
-        ASSERT_TRUE(Eventually([&] { return reader.bytes + 0x10000 >= expected.size() || reader.ended; }));
+        // What the reader still misses is in the pipe or in the reader's block.
+        ASSERT_TRUE(Eventually([&] { return reader.Bytes() + 0x10000 >= expected.size() || reader.Ended(); }));
     }
-    ASSERT_TRUE(Eventually([&] { return reader.bytes + 0x10000 >= expected.size(); }));
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() + 0x10000 >= expected.size(); }));
     relay.Stop();
     const std::string stream = reader.Finish();
     EXPECT_EQ(stream.size(), expected.size());
@@ -104,9 +82,9 @@ TEST_F(RelayPipe, AStopIsTheEndOfTheStreamForTheReader) {
     ring.Add(only);
     ring.Publish(15);
     ASSERT_TRUE(relay.Start(ring.Folder()));
-    PipeReader reader(relay);
-    ASSERT_TRUE(Eventually([&] { return reader.bytes == only.size(); }));
-    EXPECT_FALSE(reader.ended);
+    RelayReader reader(relay);
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() == only.size(); }));
+    EXPECT_FALSE(reader.Ended());
     relay.Stop();
     EXPECT_TRUE(reader.Finish() == only);
     EXPECT_FALSE(relay.running);
@@ -116,9 +94,9 @@ TEST_F(RelayPipe, AReaderThatStopsReadingEndsTheRelayAtTheWriteLimit) {
     ring.Add(RandomContent(0x400000));
     ring.Publish(15);
     ASSERT_TRUE(relay.Start(ring.Folder(), {60000, 1000, 1}));
-    PipeReader reader(relay);
-    ASSERT_TRUE(Eventually([&] { return reader.bytes > 0; }));
-    reader.gateOpen = false;
+    RelayReader reader(relay);
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() > 0; }));
+    reader.Pause(true);
     EXPECT_TRUE(Eventually([&] { return !relay.running; }));
     EXPECT_LT(reader.Finish().size(), 0x400000U);
 }

@@ -7,15 +7,16 @@
 #include "platform/Environment.h"
 #include "platform/Files.h"
 #include "platform/Monitors.h"
+#include "support/PipeReader.h"
 #include "video/Capabilities.h"
 #include "video/VideoCapture.h"
 #include "windows/DriverScene.h"
-#include "windows/PipeReader.h"
 #include "windows/Processes.h"
 
 namespace zv::windows {
 namespace {
 
+using support::PipeReader;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

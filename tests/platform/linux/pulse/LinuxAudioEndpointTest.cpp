@@ -1,17 +1,15 @@
 // The sound services against a real server of the test's own.
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <thread>
 
 #include "audio/AudioCapture.h"
-#include "core/Utf8.h"
 #include "platform/AudioDevices.h"
 #include "platform/AudioEndpoint.h"
 #include "platform/Clock.h"
 #include "platform/WaveInput.h"
 #include "support/Eventually.h"
+#include "support/PipeReader.h"
 #include "support/Processes.h"
 #include "support/SoundServer.h"
 
@@ -312,48 +310,6 @@ TEST(LinuxWaveInput, WithoutAServerThereAreNoNamesAndNoMicrophone) {
     EXPECT_EQ(CodeOf(OpenWaveInput(input)), 0x8007006FU);
 }
 
-/// Reads the stream like the encoder does, on a thread of its own.
-class StreamReader {
-public:
-    explicit StreamReader(const Text& pipeName) : thread_([this, name = ToUtf8(pipeName)] { Read(name); }) {}
-    ~StreamReader() { Join(); }
-    StreamReader(const StreamReader&) = delete;
-    StreamReader& operator=(const StreamReader&) = delete;
-
-    std::size_t Bytes() const { return bytes_; }
-    void CloseAfter(std::size_t bytes) { closeAfter_ = bytes; }
-    void Join() {
-        if (thread_.joinable()) {
-            thread_.join();
-        }
-    }
-    /// After Join.
-    std::vector<float> Samples() const {
-        std::vector<float> samples(raw_.size() / sizeof(float));
-        std::memcpy(samples.data(), raw_.data(), samples.size() * sizeof(float));
-        return samples;
-    }
-
-private:
-    void Read(const std::string& name) {
-        const int pipe = open(name.c_str(), O_RDONLY | O_CLOEXEC);
-        char block[3840];
-        for (ssize_t count = 1; pipe >= 0 && count > 0 && bytes_ < closeAfter_;) {
-            count = read(pipe, block, sizeof block);
-            if (count > 0) {
-                raw_.append(block, static_cast<std::size_t>(count));
-                bytes_ += static_cast<std::size_t>(count);
-            }
-        }
-        close(pipe);
-    }
-
-    std::string raw_;
-    std::atomic<std::size_t> bytes_{0};
-    std::atomic<std::size_t> closeAfter_{SIZE_MAX};
-    std::thread thread_;
-};
-
 TEST(LinuxAudioCapture, MixesToneAndMicrophoneIntoAStreamThatFollowsTheWallClock) {
     SoundServer server(Microphone::Present);
     ASSERT_TRUE(server.Ready()) << server.Log();
@@ -361,7 +317,7 @@ TEST(LinuxAudioCapture, MixesToneAndMicrophoneIntoAStreamThatFollowsTheWallClock
     auto voice = server.PlayTone("mic_feed", 600, 0.25F, 600, 0.25F);
     AudioCapture capture;
     ASSERT_TRUE(capture.Start(true, true)) << Narrow(capture.Error());
-    StreamReader reader(capture.PipeName());
+    support::PipeReader reader(capture.PipeName());
     ASSERT_TRUE(Eventually([&] { return reader.Bytes() > 0; }));
     const std::int64_t first = Counter100ns();
     const std::size_t before = reader.Bytes();
@@ -386,7 +342,7 @@ TEST(LinuxAudioCapture, AServerThatDiesEndsTheThreadWithTheSentence) {
     ASSERT_TRUE(server.Ready()) << server.Log();
     AudioCapture capture;
     ASSERT_TRUE(capture.Start(true, false)) << Narrow(capture.Error());
-    StreamReader reader(capture.PipeName());
+    support::PipeReader reader(capture.PipeName());
     ASSERT_TRUE(Eventually([&] { return reader.Bytes() > 0; }));
     server.Server().Send(SIGKILL);
     EXPECT_TRUE(Eventually([&] { return !capture.running; }));
@@ -400,8 +356,9 @@ TEST(LinuxAudioCapture, AReaderThatLeavesEndsTheThreadWithTheSentence) {
     ASSERT_TRUE(server.Ready()) << server.Log();
     AudioCapture capture;
     ASSERT_TRUE(capture.Start(true, false)) << Narrow(capture.Error());
-    StreamReader reader(capture.PipeName());
-    reader.CloseAfter(38400);
+    support::PipeReader reader(capture.PipeName());
+    ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= 38400; }));
+    reader.Leave();
     EXPECT_TRUE(Eventually([&] { return !capture.running; }));
     EXPECT_EQ(capture.Error(), u"Audio capture stopped; a device or encoder disconnected (0x80070020)");
 }
