@@ -1,5 +1,5 @@
-// The road of a clip with numbered images: the real engine, worker, encoder, pipe and FFmpeg; only the desktop is lent,
-// so that every image can be told from every other in the finished file.
+// Clips of numbered images: the real engine, worker, encoder, pipe and FFmpeg. Only the desktop is a fake, so that each
+// image can be identified in the finished file.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -43,7 +43,7 @@ struct ClipEndToEnd : testing::Test {
     Text Output(const char* name) const { return FromPath(folder.Path() / "captures" / name); }
 
     TemporaryFolder folder{"zorvel-clip"};
-    // The folder of the pipes is chosen once a process and has to outlive the first test.
+    // The process chooses the folder of the pipes once, so the folder has to outlive the first test.
     support::ScopedVariable runtime{"XDG_RUNTIME_DIR", std::filesystem::temp_directory_path().string()};
     support::ScopedVariable temporary{"TMPDIR", folder.Path().string()};
     support::ScopedVariable ffmpeg{"ZV_FFMPEG", ""};
@@ -91,7 +91,7 @@ void ExpectSpecifiedStream(const ClipFacts& facts, int fps) {
     EXPECT_NEAR(facts.seconds[1] - facts.seconds[0], 1.0 / fps, 1e-6);
 }
 
-TEST_F(ClipEndToEnd, AClipHoldsEveryNumberOfItsSecondsExactlyOnceAndInOrder) {
+TEST_F(ClipEndToEnd, AClipContainsEachFrameOnceAndInOrder) {
     ASSERT_TRUE(engine.Configure(Config())) << ToUtf8(engine.statusText);
     ASSERT_TRUE(engine.StartReplay(true, 15)) << ToUtf8(engine.statusText);
     ASSERT_TRUE(Buffered(6));
@@ -102,7 +102,7 @@ TEST_F(ClipEndToEnd, AClipHoldsEveryNumberOfItsSecondsExactlyOnceAndInOrder) {
 
     const ClipFacts facts = Probe(ToPath(Output("clip.mp4")), true);
     ExpectSpecifiedStream(facts, 30);
-    // As long as the ring at the moment of the save: whole seconds, one key frame each.
+    // As long as the ring at the time of the save: whole seconds with one key frame each.
     EXPECT_EQ(facts.stamps.size() % 30, 0U);
     EXPECT_GE(facts.stamps.size() / 30, before);
     EXPECT_LE(facts.stamps.size() / 30, after);
@@ -114,7 +114,7 @@ TEST_F(ClipEndToEnd, AClipHoldsEveryNumberOfItsSecondsExactlyOnceAndInOrder) {
     engine.StopAll();
 }
 
-TEST_F(ClipEndToEnd, SavingInTheMiddleLosesNoFrameOfTheRingOrOfTheNextClip) {
+TEST_F(ClipEndToEnd, ASaveLosesNoFrameOfTheRingOrOfTheNextClip) {
     ASSERT_TRUE(engine.Configure(Config()));
     ASSERT_TRUE(engine.StartReplay(true, 15));
     ASSERT_TRUE(Buffered(3));
@@ -137,7 +137,7 @@ TEST_F(ClipEndToEnd, SavingInTheMiddleLosesNoFrameOfTheRingOrOfTheNextClip) {
     engine.StopAll();
 }
 
-TEST_F(ClipEndToEnd, AFullRingHoldsItsLengthAndDropsTheOldestSecond) {
+TEST_F(ClipEndToEnd, AFullRingKeepsItsLengthAndDropsTheOldestSecond) {
     ASSERT_TRUE(engine.Configure(Config()));
     ASSERT_TRUE(engine.StartReplay(true, 15));
     ASSERT_TRUE(Buffered(15));
@@ -152,7 +152,7 @@ TEST_F(ClipEndToEnd, AFullRingHoldsItsLengthAndDropsTheOldestSecond) {
     engine.StopAll();
 }
 
-TEST_F(ClipEndToEnd, AClipAtSixtyFramesASecondIsWholeAsWell) {
+TEST_F(ClipEndToEnd, AClipAtSixtyFramesASecondContainsEachFrameOnce) {
     ASSERT_TRUE(engine.Configure(Config(60)));
     ASSERT_TRUE(engine.StartReplay(true, 15)) << ToUtf8(engine.statusText);
     ASSERT_TRUE(Buffered(3));
@@ -162,7 +162,7 @@ TEST_F(ClipEndToEnd, AClipAtSixtyFramesASecondIsWholeAsWell) {
     engine.StopAll();
 }
 
-TEST_F(ClipEndToEnd, TheReplayFolderIsGoneAfterTheStop) {
+TEST_F(ClipEndToEnd, TheReplayFolderIsRemovedAtTheStop) {
     ASSERT_TRUE(engine.Configure(Config()));
     ASSERT_TRUE(engine.StartReplay(true, 15));
     const auto replay = ToPath(engine.replayDir);
@@ -170,7 +170,7 @@ TEST_F(ClipEndToEnd, TheReplayFolderIsGoneAfterTheStop) {
     engine.StopAll();
     EXPECT_FALSE(std::filesystem::exists(replay));
     EXPECT_TRUE(support::ProcessesWith(folder.Path().string() + "/ZVReelsMax").empty());
-    EXPECT_TRUE(std::filesystem::exists(ToPath(engine.cacheDir))) << "the logs survive";
+    EXPECT_TRUE(std::filesystem::exists(ToPath(engine.cacheDir))) << "the logs are kept";
 }
 
 std::size_t Threads() {
@@ -181,7 +181,7 @@ std::size_t ResidentKiB() {
     return static_cast<std::size_t>(std::atoll(status.c_str() + status.find("VmRSS:") + 6));
 }
 
-TEST_F(ClipEndToEnd, TwoHundredStartsAndStopsLeaveNoHandleThreadOrMemoryBehind) {
+TEST_F(ClipEndToEnd, TwoHundredStartsAndStopsLeakNoHandleThreadOrMemory) {
     ASSERT_TRUE(engine.Configure(Config()));
     std::size_t files = 0;
     std::size_t threads = 0;
@@ -193,7 +193,7 @@ TEST_F(ClipEndToEnd, TwoHundredStartsAndStopsLeaveNoHandleThreadOrMemoryBehind) 
         if (round % 4 == 3) {
             ASSERT_TRUE(engine.StartReplay(false, 15));
         }
-        if (round == 19) {  // the first rounds fill the allocator's and the libraries' own stores
+        if (round == 19) {  // the allocator and the libraries fill their caches in the first rounds
             files = OpenFiles();
             threads = Threads();
             memory = ResidentKiB();

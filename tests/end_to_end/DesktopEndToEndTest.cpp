@@ -1,5 +1,5 @@
-// The main window, the notification icon and a second copy of the real program, driven by real keys and clicks under a
-// real window manager and a real notification area.
+// The main window, the notification icon and a second copy of the real program. Real keys and clicks, a real window
+// manager and a real notification area.
 #include <cmath>
 
 #include "support/FileBytes.h"
@@ -15,7 +15,7 @@ constexpr char windowManagerSettings[] = R"(<?xml version="1.0"?>
 <mousebind button="A-Right" action="Drag"><action name="Resize"/></mousebind>
 </context></mouse></openbox_config>)";
 
-// Places of the main window, in design pixels.
+// Coordinates in the main window, in design pixels.
 constexpr int sidebarX = 95;
 constexpr int PageY(int page) { return 145 + 57 * page; }
 
@@ -36,7 +36,7 @@ protected:
     ProgramOptions Options(bool background) const {
         return {.display = display_.Name(), .settings = {{"instantReplay", "0"}}, .background = background};
     }
-    /// In the background, with a program of the test's own for the desktop's message boxes.
+    /// In the background, with a script that records the desktop's message boxes.
     ProgramOptions BoxedOptions() const {
         const std::filesystem::path box = folder_.Path() / "zenity";
         WriteBytes(box, "#!/bin/sh\nprintf '%s\\n' \"$@\" >\"$0.said\"\n");
@@ -68,7 +68,7 @@ protected:
         return user_.WaitColor(mainWindowName, at.x, at.y, color::purple);
     }
 
-    /// On a machine that stands still for a moment two clicks may be no double click, so there are more tries.
+    /// Tries again if a slow machine delivers the two clicks too late for a double click.
     bool ShowByDoubleClick(int betweenMs) const {
         for (int tries = 0; tries < 10; ++tries) {
             tray_.ClickIcon();
@@ -91,7 +91,7 @@ protected:
     Spawned manager_;
 };
 
-TEST_F(DesktopEndToEnd, TheMainWindowIsWalkedThroughByMouseAndByKeyboard) {
+TEST_F(DesktopEndToEnd, MouseAndKeyboardOpenEveryPage) {
     StartWindowManager();
     const ProgramRun run(Options(false));
     AwaitStart(run);
@@ -104,9 +104,9 @@ TEST_F(DesktopEndToEnd, TheMainWindowIsWalkedThroughByMouseAndByKeyboard) {
         ClickMain(sidebarX, PageY(page));
         EXPECT_TRUE(ShowsPage(page)) << page;
     }
-    // A press that is let go elsewhere is none.
-    const Point home = user_.PointF(mainWindowName, sidebarX, PageY(0));
-    const Point help = user_.PointF(mainWindowName, sidebarX, PageY(4));
+    // A press that is released elsewhere has no effect.
+    const Point home = user_.ScreenPointOf(mainWindowName, sidebarX, PageY(0));
+    const Point help = user_.ScreenPointOf(mainWindowName, sidebarX, PageY(4));
     user_.MovePointer(help.x, help.y);
     user_.PressButton(1);
     user_.MovePointer(home.x, home.y);
@@ -117,7 +117,7 @@ TEST_F(DesktopEndToEnd, TheMainWindowIsWalkedThroughByMouseAndByKeyboard) {
     EXPECT_TRUE(ShowsPage(4));
     EXPECT_FALSE(user_.Shows(overlayName));
 
-    ClickMain(210, 780);  // nothing there: the focus is nowhere
+    ClickMain(210, 780);  // no button: removes the focus
     user_.MovePointer(1390, 990);
     user_.TapKey(XK_Tab);
     EXPECT_TRUE(WaitMarked(0));
@@ -146,7 +146,7 @@ TEST_F(DesktopEndToEnd, TheHomePageOpensOverlayGalleryAndRecommendations) {
     const int left = 222;
     const int right = LogicalWidth() - 30;
     const int middle = (left + right) / 2;
-    // The overlay lies over the button, so what closes it again is its own key.
+    // The overlay covers the button, so its shortcut closes it.
     ClickMain(left + 40, 304);
     ASSERT_TRUE(user_.WaitShown(overlayName));
     EXPECT_TRUE(user_.WaitColor(overlayName, 450, 95, color::black)) << "the tiles";
@@ -157,7 +157,7 @@ TEST_F(DesktopEndToEnd, TheHomePageOpensOverlayGalleryAndRecommendations) {
     EXPECT_TRUE(user_.CloseOverlay());
     ClickMain(left + 100, 626);
     EXPECT_TRUE(ShowsPage(1));
-    // Home's button brings the tiles back, whatever page the overlay had.
+    // The button on Home always opens the tiles.
     ClickMain(sidebarX, PageY(0));
     ASSERT_TRUE(ShowsPage(0));
     ClickMain(left + 40, 304);
@@ -167,7 +167,7 @@ TEST_F(DesktopEndToEnd, TheHomePageOpensOverlayGalleryAndRecommendations) {
     EXPECT_TRUE(user_.WaitSays(overlayName, record));
 }
 
-TEST_F(DesktopEndToEnd, TheMainWindowGetsNoSmallerThanItsContentsAndMakesRoomWhenItGrows) {
+TEST_F(DesktopEndToEnd, TheMainWindowHasAMinimumSizeAndDoesNotScaleWhenItGrows) {
     StartWindowManager();
     const ProgramRun run(Options(false));
     AwaitStart(run);
@@ -190,7 +190,7 @@ TEST_F(DesktopEndToEnd, TheMainWindowGetsNoSmallerThanItsContentsAndMakesRoomWhe
     EXPECT_TRUE(ShowsPage(0));
     ClickMain(sidebarX, PageY(4));
     EXPECT_TRUE(ShowsPage(4));
-    // Larger than its contents it has more room, and nothing in it gets larger.
+    // A larger window has more space; its contents keep their size.
     const std::uint32_t large[] = {1380, 940};
     xcb_configure_window(user_.Get(), user_.WindowOf(mainWindowName),
                          XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, large);
@@ -204,7 +204,7 @@ TEST_F(DesktopEndToEnd, TheMainWindowGetsNoSmallerThanItsContentsAndMakesRoomWhe
     EXPECT_TRUE(user_.WaitSays(mainWindowName, quickOverlay));
 }
 
-TEST_F(DesktopEndToEnd, TheCloseBoxHidesOrEndsAsTheSettingSays) {
+TEST_F(DesktopEndToEnd, TheCloseBoxHidesOrExitsAsTheSettingSays) {
     StartWindowManager();
     {
         ProgramRun run(Options(false));
@@ -228,7 +228,7 @@ TEST_F(DesktopEndToEnd, TheCloseBoxHidesOrEndsAsTheSettingSays) {
     EXPECT_FALSE(std::filesystem::exists(run.DataFolder() / "running.lock"));
 }
 
-TEST_F(DesktopEndToEnd, TheIconsMenuIsUsedByMouseAndByKeyboard) {
+TEST_F(DesktopEndToEnd, TheIconsMenuWorksByMouseAndByKeyboard) {
     tray_.StartTray();
     ProgramRun run(Options(true));
     AwaitStart(run);
@@ -243,7 +243,7 @@ TEST_F(DesktopEndToEnd, TheIconsMenuIsUsedByMouseAndByKeyboard) {
     EXPECT_TRUE(user_.WaitShown(overlayName));
     EXPECT_TRUE(tray_.WaitNoMenu());
     ASSERT_TRUE(user_.CloseOverlay());
-    // The keyboard chooses the same, and Escape nothing.
+    // The keyboard selects the same items. Escape selects none.
     ASSERT_TRUE(tray_.OpenMenu(1));
     user_.TapKey(XK_Escape);
     EXPECT_TRUE(tray_.WaitNoMenu());
@@ -270,8 +270,8 @@ TEST_F(DesktopEndToEnd, TheIconsMenuIsUsedByMouseAndByKeyboard) {
     EXPECT_FALSE(std::filesystem::exists(run.DataFolder() / "running.lock"));
 }
 
-// A single click opens the menu, which is on the screen or not yet when the second one comes.
-TEST_F(DesktopEndToEnd, AClosedWindowComesBackByADoubleClickOnTheIcon) {
+// The first click opens the menu, which may or may not be visible at the second one.
+TEST_F(DesktopEndToEnd, ADoubleClickOnTheIconShowsAHiddenWindow) {
     StartWindowManager();
     ProgramRun run(Options(false));
     AwaitStart(run);
@@ -285,8 +285,9 @@ TEST_F(DesktopEndToEnd, AClosedWindowComesBackByADoubleClickOnTheIcon) {
             const std::vector<xcb_window_t> before = user_.TopLevels();
             EXPECT_TRUE(ShowByDoubleClick(betweenMs)) << edge << " " << betweenMs;
             EXPECT_TRUE(HasFocus());
-            EXPECT_TRUE(Eventually([&] { return tray_.MenuBeside(before) == XCB_WINDOW_NONE; })) << "the menu has gone";
-            // Another click is a first one again.
+            EXPECT_TRUE(Eventually([&] { return tray_.MenuBeside(before) == XCB_WINDOW_NONE; }))
+                << "the menu is still open";
+            // Wait longer than a double click takes, so that the next click is a single one.
             std::this_thread::sleep_for(std::chrono::milliseconds(450));
             EXPECT_TRUE(tray_.OpenMenu(1)) << edge << " " << betweenMs;
             user_.TapKey(XK_Escape);
@@ -298,7 +299,7 @@ TEST_F(DesktopEndToEnd, AClosedWindowComesBackByADoubleClickOnTheIcon) {
     }
 }
 
-TEST_F(DesktopEndToEnd, ANotificationAreaThatIsStartedAnewGetsTheIconAgain) {
+TEST_F(DesktopEndToEnd, ARestartedNotificationAreaGetsTheIconAgain) {
     tray_.StartTray();
     const ProgramRun run(Options(true));
     AwaitStart(run);
@@ -307,15 +308,15 @@ TEST_F(DesktopEndToEnd, ANotificationAreaThatIsStartedAnewGetsTheIconAgain) {
         tray_.KillTray();
         EXPECT_TRUE(tray_.WaitNoIcon());
         EXPECT_TRUE(Eventually([&] { return user_.Find("ZV Reels Max") == XCB_WINDOW_NONE; }))
-            << "it is no window of the desktop";
+            << "the icon is a top-level window";
         tray_.StartTray();
         ASSERT_TRUE(tray_.WaitIcon());
     }
-    EXPECT_TRUE(tray_.OpenMenu(3)) << "the new icon is alive";
+    EXPECT_TRUE(tray_.OpenMenu(3)) << "the new icon does not respond";
     user_.TapKey(XK_Escape);
 }
 
-TEST_F(DesktopEndToEnd, ACopyThatComesBeforeTheFirstOneHasItsWindowSaysSo) {
+TEST_F(DesktopEndToEnd, ASecondCopyReportsAFirstOneWithoutAWindow) {
     const xcb_window_t holder = user_.Cover({0, 0, 10, 10}, 0);
     xcb_set_selection_owner(user_.Get(), holder, user_.Atom("Local\\ZVReelsMax_SingleInstance"), XCB_CURRENT_TIME);
     user_.Sync();
@@ -325,7 +326,7 @@ TEST_F(DesktopEndToEnd, ACopyThatComesBeforeTheFirstOneHasItsWindowSaysSo) {
     EXPECT_FALSE(std::filesystem::exists(copy.DataFolder() / "Logs"));
 }
 
-TEST_F(DesktopEndToEnd, ASecondCopyBringsTheFirstForwardAndOfTwoStartedAtOnceOneStays) {
+TEST_F(DesktopEndToEnd, ASecondCopyShowsTheFirstAndExits) {
     StartWindowManager();
     const ProgramOptions options = BoxedOptions();
     ProgramRun first(options);
@@ -337,7 +338,7 @@ TEST_F(DesktopEndToEnd, ASecondCopyBringsTheFirstForwardAndOfTwoStartedAtOnceOne
     AwaitStart(winner);
     EXPECT_FALSE(std::filesystem::exists(loser.DataFolder() / "Logs"));
     if (BoxText().empty()) {
-        ASSERT_TRUE(user_.WaitShown(mainWindowName)) << "it had its window already and came forward";
+        ASSERT_TRUE(user_.WaitShown(mainWindowName)) << "the first copy had its window and was not raised";
         user_.CloseByBox(user_.WindowOf(mainWindowName));
         ASSERT_TRUE(user_.WaitHidden(mainWindowName));
     } else {

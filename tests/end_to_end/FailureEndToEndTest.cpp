@@ -1,5 +1,5 @@
-// The road of a clip, broken on purpose: the real engine with real parts, and what the user is told when one of them
-// fails. Each test also looks for what must not be left behind.
+// Failures of a capture: the sentences for the user when a part of the real engine fails. Each test also checks that no
+// handle and no child is left.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -44,7 +44,7 @@ struct FailureEndToEnd : testing::Test {
         config.gameAudioEnabled = false;
         const auto monitor = ResolveMonitor(u"");
         config.monitorDevice = monitor ? monitor->deviceName : u"";
-        // The look-up of monitors keeps one connection for each thread, so the count begins behind it.
+        // Counted after the first look-up of monitors, which opens one connection for each thread.
         filesBefore = OpenFiles();
         return config;
     }
@@ -73,7 +73,7 @@ struct FailureEndToEnd : testing::Test {
 
     TemporaryFolder folder{"zorvel-failure"};
     PrivateDisplay display;
-    // The folder of the pipes is chosen once a process and has to outlive the first test.
+    // The process chooses the folder of the pipes once, so the folder has to outlive the first test.
     ScopedVariable runtime{"XDG_RUNTIME_DIR", std::filesystem::temp_directory_path().string()};
     ScopedVariable temporary{"TMPDIR", folder.Path().string()};
     ScopedVariable screen{"DISPLAY", display.Name()};
@@ -82,13 +82,13 @@ struct FailureEndToEnd : testing::Test {
     std::size_t filesBefore = 0;
 };
 
-TEST_F(FailureEndToEnd, AKilledFfmpegIsNoticedAndSaid) {
+TEST_F(FailureEndToEnd, AKilledFfmpegIsReported) {
     StartBuffering();
     ASSERT_EQ(Children().size(), 1U);
     kill(Children()[0], SIGKILL);
     const auto result = PollUntilChanged();
     ASSERT_TRUE(result.changed);
-    // Whichever part notices first: the writer of the pipe or the look at the child.
+    // The writer of the pipe or the poll of the child reports it, whichever is first.
     const Text encoder = u"Replay encoder stopped unexpectedly. Logs: " + engine.cacheDir;
     EXPECT_TRUE(result.status == encoder || result.status == u"Video encoder stopped accepting frames (0x80004005)" ||
                 result.status == u"Video muxer disconnected (0x80004005)")
@@ -111,7 +111,7 @@ TEST_F(FailureEndToEnd, ATextFileInPlaceOfFfmpegCannotBeStarted) {
     EXPECT_FALSE(engine.replayRunning);
 }
 
-TEST_F(FailureEndToEnd, AnFfmpegThatEndsAtOnceCouldNotStart) {
+TEST_F(FailureEndToEnd, AnFfmpegThatExitsAtOnceIsReported) {
     UseFfmpegScript("exit 3");
     ASSERT_TRUE(engine.Configure(Config()));
     EXPECT_FALSE(engine.StartReplay(true, 15));
@@ -119,7 +119,7 @@ TEST_F(FailureEndToEnd, AnFfmpegThatEndsAtOnceCouldNotStart) {
                                      JoinPath(engine.cacheDir, u"replay.log"));
 }
 
-TEST_F(FailureEndToEnd, AnFfmpegThatIgnoresTheQuitCommandIsKilledAfterItsTime) {
+TEST_F(FailureEndToEnd, AnFfmpegThatIgnoresTheQuitCommandIsKilledAtTheTimeout) {
     UseFfmpegScript("exec ffmpeg \"$@\" </dev/null");
     StartBuffering();
     const auto begin = std::chrono::steady_clock::now();
@@ -130,25 +130,25 @@ TEST_F(FailureEndToEnd, AnFfmpegThatIgnoresTheQuitCommandIsKilledAfterItsTime) {
     EXPECT_TRUE(Children().empty());
 }
 
-TEST_F(FailureEndToEnd, AnFfmpegThatNeverOpensThePipeIsSaid) {
-    UseFfmpegScript("read line; exit 0");  // waits for the quit command, so that the stop is quick
+TEST_F(FailureEndToEnd, AnFfmpegThatNeverOpensThePipeIsReported) {
+    UseFfmpegScript("read line; exit 0");  // exits at the quit command, so that the stop is quick
     ASSERT_TRUE(engine.Configure(Config()));
     EXPECT_FALSE(engine.StartReplay(true, 15));
     EXPECT_EQ(engine.statusText, u"Video consumer did not connect (0x80004005)");
 }
 
-TEST_F(FailureEndToEnd, AnFfmpegThatStopsReadingForTenSecondsIsSaid) {
+TEST_F(FailureEndToEnd, AnFfmpegThatStopsReadingForTenSecondsIsReported) {
     StartBuffering();
     const pid_t child = Children().at(0);
     kill(child, SIGSTOP);
     ASSERT_TRUE(Eventually([&] { return !engine.replay.video->running; }, 60000));
-    kill(child, SIGCONT);  // so that the stop need not wait for its time-out
+    kill(child, SIGCONT);  // so that the stop does not wait for its timeout
     const auto result = PollUntilChanged();
     EXPECT_EQ(result.status, u"Video muxer disconnected (0x80004005)");
     EXPECT_FALSE(engine.replayRunning);
 }
 
-TEST_F(FailureEndToEnd, ACacheFolderThatCannotBeMadeIsSaid) {
+TEST_F(FailureEndToEnd, ACacheFolderThatCannotBeCreatedIsReported) {
     WriteBytes(folder.Path() / "file", "");
     const ScopedVariable unusable("TMPDIR", (folder.Path() / "file").string());
     EXPECT_FALSE(engine.Configure(Config()));
@@ -156,7 +156,7 @@ TEST_F(FailureEndToEnd, ACacheFolderThatCannotBeMadeIsSaid) {
     EXPECT_EQ(engine.state, EngineState::Failed);
 }
 
-TEST_F(FailureEndToEnd, AReplayFolderThatCannotBeMadeIsSaid) {
+TEST_F(FailureEndToEnd, AReplayFolderThatCannotBeCreatedIsReported) {
     ASSERT_TRUE(engine.Configure(Config()));
     fs::remove_all(ToPath(engine.cacheDir));
     WriteBytes(ToPath(engine.cacheDir), "a file in its place");
@@ -165,37 +165,37 @@ TEST_F(FailureEndToEnd, AReplayFolderThatCannotBeMadeIsSaid) {
     EXPECT_FALSE(engine.replayRunning);
 }
 
-TEST_F(FailureEndToEnd, AFullDiskDuringASaveLosesNothingOfTheRing) {
+TEST_F(FailureEndToEnd, AFullDiskDuringASaveKeepsTheRing) {
     const SmallDisk disk(folder.Path() / "captures", "256k");
     ASSERT_TRUE(disk.Mounted());
     StartBuffering(3);
-    EXPECT_FALSE(engine.SaveReplayClip(FromPath(disk.Place() / "clip.mp4")));
+    EXPECT_FALSE(engine.SaveReplayClip(FromPath(disk.Path() / "clip.mp4")));
     EXPECT_EQ(engine.statusText,
               u"Replay save failed. Try again; details: " + JoinPath(engine.cacheDir, u"save-replay.log"));
-    EXPECT_TRUE(fs::is_empty(disk.Place()));
+    EXPECT_TRUE(fs::is_empty(disk.Path()));
     EXPECT_TRUE(engine.replayRunning);
-    // Somewhere else the same seconds are still to be had.
+    // The same seconds can be saved on another disk.
     const fs::path clip = folder.Path() / "elsewhere" / "clip.mp4";
     EXPECT_TRUE(engine.SaveReplayClip(FromPath(clip))) << ToUtf8(engine.statusText);
     EXPECT_GE(Probe(clip).duration, 3);
 }
 
-TEST_F(FailureEndToEnd, AFullCacheDuringASaveIsSaid) {
+TEST_F(FailureEndToEnd, AFullCacheDuringASaveIsReported) {
     StartBuffering(3);
-    // The copies of the segments, a megabyte each, have no room.
+    // The disk is too small for the copies of the segments, which have a megabyte each.
     const SmallDisk disk(folder.Path() / "small", "256k");
     ASSERT_TRUE(disk.Mounted());
     const Text cache = engine.cacheDir;
-    engine.cacheDir = FromPath(disk.Place());
+    engine.cacheDir = FromPath(disk.Path());
     EXPECT_FALSE(engine.SaveReplayClip(FromPath(folder.Path() / "captures" / "clip.mp4")));
     EXPECT_EQ(engine.statusText,
               u"Replay save failed. Try again; details: " + JoinPath(engine.cacheDir, u"save-replay.log"));
     engine.cacheDir = cache;
     EXPECT_TRUE(fs::is_empty(folder.Path() / "captures"));
-    EXPECT_TRUE(fs::is_empty(disk.Place())) << "the save's folder is left";
+    EXPECT_TRUE(fs::is_empty(disk.Path())) << "the save's folder is left";
 }
 
-TEST_F(FailureEndToEnd, AnOutputFolderThatIsAFileIsSaid) {
+TEST_F(FailureEndToEnd, AnOutputFolderThatIsAFileIsReported) {
     StartBuffering();
     WriteBytes(folder.Path() / "file", "");
     EXPECT_FALSE(engine.SaveReplayClip(FromPath(folder.Path() / "file" / "clip.mp4")));
@@ -212,7 +212,7 @@ TEST_F(FailureEndToEnd, AKilledXServerInterruptsTheCapture) {
     EXPECT_FALSE(engine.replayRunning);
 }
 
-TEST_F(FailureEndToEnd, AMonitorThatIsResizedWhileCapturingInterruptsTheCapture) {
+TEST_F(FailureEndToEnd, AResizedMonitorInterruptsTheCapture) {
     PrivateDisplay changeable("1920x1080", DisplayKind::Changeable);
     const ScopedVariable other("DISPLAY", changeable.Name());
     StartBuffering();
@@ -226,7 +226,7 @@ TEST_F(FailureEndToEnd, AMonitorThatIsResizedWhileCapturingInterruptsTheCapture)
     engine.StopAll();
 }
 
-TEST_F(FailureEndToEnd, AMonitorThatIsNotThereIsSaid) {
+TEST_F(FailureEndToEnd, AMissingMonitorIsReported) {
     CaptureConfig config = Config();
     config.monitorDevice += u"-gone";
     ASSERT_TRUE(engine.Configure(config));

@@ -94,7 +94,7 @@ TEST_F(InterfaceCost, TheWindowsAnswerWhileAJobHangs) {
     std::vector<double> openings;
     for (int i = 0; i < 15; ++i) {
         for (int page = 1; page <= 4; ++page) {  // the button under the pointer lights up
-            const Point at = user_.PointF(mainWindowName, 25, 122 + 57 * page + 10);
+            const Point at = user_.ScreenPointOf(mainWindowName, 25, 122 + 57 * page + 10);
             const Clock::time_point begin = Clock::now();
             user_.MovePointer(at.x, at.y);
             ASSERT_TRUE(SpinUntil([&] { return user_.PixelAt(at.x, at.y) == ScreenColor(color::buttonHovered); }));
@@ -103,7 +103,7 @@ TEST_F(InterfaceCost, TheWindowsAnswerWhileAJobHangs) {
         const Clock::time_point begin = Clock::now();
         user_.PressOverlayKey();
         ASSERT_TRUE(SpinUntil([&] { return user_.Shows(overlayName); }));
-        const Point header = user_.PointF(overlayName, 500, 44);
+        const Point header = user_.ScreenPointOf(overlayName, 500, 44);
         ASSERT_TRUE(SpinUntil([&] { return user_.PixelAt(header.x, header.y) == 0; }));
         const double opening = MsSince(begin);
         user_.PressOverlayKey();
@@ -153,7 +153,7 @@ TEST(OverlayOpenings, AThousandOfThemLeaveNothingBehind) {
     ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
     const pid_t program = run.Process().Pid();
     ASSERT_TRUE(user.OpenOverlay());
-    const Point header = user.PointF(overlayName, 500, 40);
+    const Point header = user.ScreenPointOf(overlayName, 500, 40);
     const xcb_window_t overlay = user.WindowOf(overlayName);
     ASSERT_TRUE(user.CloseOverlay());
     const xcb_keycode_t x = user.CodeOf(XK_x);

@@ -1,8 +1,8 @@
-// What the real program's windows look like on the screen, at 100, 150 and 200 % and at the smallest size, beside
-// pictures that somebody has looked at. They are kept as means of blocks, so that another version of the typeface is no
-// difference, and a box that is missing, moved or of another colour is one.
+// Compares the windows of the real program with reviewed pictures, at 100, 150 and 200 % and at the smallest size. The
+// pictures are kept as the mean colours of blocks, so that another version of the typeface does not differ, and a box
+// that is missing, moved or of another colour does.
 //
-// With ZV_PICTURES=<folder> the test writes what it sees there, whole and as means, and compares nothing.
+// With ZV_PICTURES=<folder> the test writes its pictures there, whole and as means, and compares nothing.
 #include <png.h>
 
 #include <array>
@@ -19,7 +19,7 @@ namespace {
 using namespace support;
 namespace fs = std::filesystem;
 
-/// Of what is as small as a word or two, a word is many blocks too.
+/// Smaller blocks in small pictures, so that a word covers many blocks there too.
 int BlockSizeOf(const Picture& picture) { return picture.width < 300 ? 8 : 16; }
 
 Picture MeansOf(const Picture& picture) {
@@ -154,11 +154,11 @@ protected:
     InterfaceUser user_{display_.Name()};
 };
 
-TEST_P(InterfacePictures, LookAsTheyDidWhenTheyWereLookedAt) {
+TEST_P(InterfacePictures, MatchTheReviewedPictures) {
     user_.Cover({0, 0, 4000, 3000}, 0x406080);
     ProgramRun run({.display = display_.Name(), .settings = {{"instantReplay", "0"}}, .background = false});
     const Words paused{{68, 8, 314, 68}, u"Instant replay is paused", color::primaryText, color::toast};
-    ASSERT_TRUE(user_.WaitSays(toastName, paused)) << "what a start without replay says";
+    ASSERT_TRUE(user_.WaitSays(toastName, paused)) << "the notification of a start without replay";
     Compare(toastName, "notification");
     ASSERT_TRUE(user_.WaitShown(mainWindowName));
     ASSERT_TRUE(user_.WaitHidden(toastName));
@@ -188,7 +188,7 @@ TEST_P(InterfacePictures, LookAsTheyDidWhenTheyWereLookedAt) {
         EXPECT_EQ(run.End(), 0);
         return;
     }
-    // Opened from Home, since the overlay comes back where it was left.
+    // Opened from Home, because the overlay reopens on its last page.
     user_.Click(mainWindowName, 1000, 487);
     ASSERT_TRUE(user_.WaitShown(overlayName));
     ParkPointer();
@@ -196,7 +196,7 @@ TEST_P(InterfacePictures, LookAsTheyDidWhenTheyWereLookedAt) {
     ASSERT_TRUE(user_.WaitColor(overlayName, 32, 105, color::black));
     Compare(overlayName, "gallery");
     ASSERT_TRUE(user_.CloseOverlay());
-    // As small as the window gets it is the window, not the display, that says how large things are.
+    // At the smallest size the scale depends on the window, not on the display.
     const std::uint32_t least[] = {900, 600};
     xcb_configure_window(user_.Get(), user_.WindowOf(mainWindowName),
                          XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, least);
@@ -212,11 +212,11 @@ INSTANTIATE_TEST_SUITE_P(Scaled, InterfacePictures,
                          testing::Values(Size{100, "1280x900"}, Size{150, "1920x1080"}, Size{200, "2560x1440"}),
                          [](const auto& each) { return std::to_string(each.param.percent) + "Percent"; });
 
-// What lies over a game all the time, and the menu of the icon, at 100 %.
+// The badge and the menu of the icon, at 100 %.
 
 class SmallPictures : public testing::Test {
 protected:
-    /// FFmpeg, which joins no clip before `gate_` is there.
+    /// An FFmpeg that joins no clip before the file `gate_` exists.
     std::string SlowToJoin() const {
         const fs::path script = folder_.Path() / "slow-to-join";
         WriteBytes(script, "#!/bin/sh\ncase \"$*\" in *input.ffconcat*) while [ ! -e '" + gate_.string() +
@@ -241,7 +241,7 @@ protected:
     InterfaceUser user_{display_.Name()};
 };
 
-TEST_F(SmallPictures, TheBadgeLooksAsItDidInEachOfItsStates) {
+TEST_F(SmallPictures, TheBadgeMatchesInEachState) {
     user_.SetFocus(user_.CoverAsGame({0, 0, 1280, 900}, 0x406080));
     ProgramRun run({.display = display_.Name(), .variables = {{"ZV_FFMPEG", SlowToJoin()}}});
     ASSERT_TRUE(run.WaitForBuffer(3));
@@ -255,12 +255,12 @@ TEST_F(SmallPictures, TheBadgeLooksAsItDidInEachOfItsStates) {
     ASSERT_TRUE(run.WaitForActivity("Replay saved: ").has_value());
     user_.TapKey({XK_Control_L, XK_Alt_L}, XK_r);
     EXPECT_TRUE(WaitBadge(u"REC", color::badgeRecording));
-    ASSERT_TRUE(user_.WaitHidden(toastName)) << "it may lie over the badge";
+    ASSERT_TRUE(user_.WaitHidden(toastName)) << "it may cover the badge";
     Compare("badge-recording-100");
     EXPECT_EQ(run.End(), 0);
 }
 
-TEST_F(SmallPictures, TheMenuOfTheIconLooksAsItDid) {
+TEST_F(SmallPictures, TheMenuOfTheIconMatches) {
     user_.Cover({0, 0, 1280, 900}, 0x406080);
     TrayUser tray(display_.Name(), user_);
     tray.StartTray();

@@ -1,14 +1,13 @@
-// Sound against picture in finished files: a clapper board plays on a real display and a real sound server, and every
-// clap is found again in the file, in the picture and in the sound.
+// The offset between sound and picture in finished files. A clapper board plays on a real display and a real sound
+// server, and the test finds each clap in the picture and in the sound of the file.
 //
-// The pictures carry the time at which they were painted, so that the video's place in time is known far better than
-// to a frame. The offset of a clap is where its click stands in the file less where its flash would stand.
+// Each picture contains the time at which it was painted, so that times in the video are known better than to a frame.
+// The offset of a clap is the time of its click in the file minus the time of its flash.
 //
-// Each stream's zero is the moment at which its own pipe was connected. The encoder connects to the sound only when it
-// has probed 64 KiB of the video, which come the sooner the higher the bitrate (here the program's own default); that
-// gap stands in every file, and the program neither measures nor corrects it. So the gap is taken here from the pipes
-// themselves and printed, and what is held to the allowed figures is the rest, which is the program's own, and the
-// drift.
+// Time 0 of each stream is the connection of its pipe. FFmpeg opens the sound's pipe after it has probed 64 KiB of the
+// video, so the gap between the two depends on the bitrate (here the program's default). The program neither measures
+// nor corrects it. The test measures the gap at the pipes and prints it. The limits apply to the rest of the offset and
+// to its drift.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -82,7 +81,7 @@ double Median(std::vector<double> values) {
     return values.empty() ? NAN : values[values.size() / 2];
 }
 
-/// Where an instant stands on the file's timeline, by the times that the pictures around it carry.
+/// Converts a painting time to a time in the file, by the times in the pictures around it.
 double PlaceInVideo(const std::vector<Picture>& pictures, double instant) {
     std::vector<double> differences;
     for (const Picture& picture : pictures) {
@@ -93,7 +92,7 @@ double PlaceInVideo(const std::vector<Picture>& pictures, double instant) {
     return differences.size() < 20 ? NAN : instant + Median(differences) - paintingHalf;
 }
 
-/// The stamp of the first lit picture near a place.
+/// The time of the first lit picture near a time in the file.
 double FlashNear(const std::vector<Picture>& pictures, double place) {
     for (const Picture& picture : pictures) {
         if (picture.lit && std::abs(picture.stamp - place) < 0.4) {
@@ -103,7 +102,7 @@ double FlashNear(const std::vector<Picture>& pictures, double place) {
     return NAN;
 }
 
-/// Where the click near a place begins: the first sample of a third of its peak.
+/// The start of the click near a time in the file: its first sample of at least a third of its peak.
 double ClickNear(const SoundTrack& sound, double place) {
     const double from = std::max(0.0, place - 0.4);
     const std::vector<float> around = sound.Between(from, place + 0.4);
@@ -119,7 +118,7 @@ double ClickNear(const SoundTrack& sound, double place) {
     return NAN;
 }
 
-/// Measures all claps of a file, prints them and holds them to the allowed figures.
+/// Measures all claps of a file, prints them and checks them against the limits.
 void ExpectSoundWithPicture(const char* what, const fs::path& file, const std::vector<Clap>& all, double gap) {
     const std::vector<Picture> pictures = ReadPictures(file);
     const SoundTrack sound = ReadSound(file);
@@ -134,7 +133,7 @@ void ExpectSoundWithPicture(const char* what, const fs::path& file, const std::v
         std::printf("%s, clap %d at %.3f s: sound %+.1f ms against the picture's time, %+.1f ms against the flash%s\n",
                     what, clap.number, place, (click - place) * 1000, (click - flash) * 1000,
                     painterLate ? " (left out: the painter was late)" : "");
-        // A clap at the very end may have its flash behind the last picture.
+        // The flash of a clap at the very end may come after the last picture.
         if (std::isnan(place) || painterLate || place + 0.4 > pictures.back().stamp) {
             continue;
         }
@@ -143,7 +142,7 @@ void ExpectSoundWithPicture(const char* what, const fs::path& file, const std::v
         EXPECT_LE(std::abs(click - place + gap), allowedOffset) << "clap " << clap.number;
         offsets.push_back(click - place);
     }
-    ASSERT_GE(offsets.size(), 3U) << "too few claps to judge";
+    ASSERT_GE(offsets.size(), 3U) << "too few claps";
     const double drift = offsets.back() - offsets.front();
     const double median = Median(offsets);
     std::printf(
@@ -153,7 +152,7 @@ void ExpectSoundWithPicture(const char* what, const fs::path& file, const std::v
     EXPECT_LE(std::abs(drift), allowedDrift);
 }
 
-/// Seconds from the moment at which the encoder opened the video's pipe to that at which it opened the sound's.
+/// Seconds between FFmpeg's openings of the video's pipe and of the sound's pipe.
 double GapOfConnections(const PipeWatch& watch) {
     const auto video = watch.Opened("ZVVideo-");
     const auto audio = watch.Opened("ZVReelsAudio-");
@@ -161,7 +160,7 @@ double GapOfConnections(const PipeWatch& watch) {
     return video && audio ? *audio - *video : NAN;
 }
 
-/// A display of its own with a program on it, which a clapper board plays for.
+/// A private display with the program and a clapper board.
 struct Scene {
     Scene(const std::string& key, const std::string& value)
         : run({.display = display.Name(),
@@ -186,7 +185,8 @@ struct Scene {
     Spawned clapper;
 };
 
-// One minute for all three: two programs look at a clapper board each and hear both, whose claps lie 3 s apart.
+// One minute for all three: two programs, each with its own clapper board. Both hear both boards, whose claps are 3 s
+// apart.
 TEST(LipSync, AClipAndBothKindsOfRecordingKeepSoundWithPicture) {
     SoundServer server;
     ASSERT_TRUE(server.Ready()) << server.Log();

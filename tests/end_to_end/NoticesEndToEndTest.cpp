@@ -1,5 +1,5 @@
-// Notification and badge of the real program over a game that fills the screen, and what clips and screenshots show of
-// all its windows: nothing.
+// Notification and badge of the real program over a full-screen game. Clips and screenshots show none of the program's
+// windows.
 #include "support/Eventually.h"
 #include "support/InterfaceUser.h"
 #include "support/MediaProbe.h"
@@ -25,7 +25,7 @@ int LumaOf(std::uint32_t color) {
     return static_cast<int>(16.5 + (0.2126 * red + 0.7152 * green + 0.0722 * blue) * 219 / 255);
 }
 
-/// The badge may lie over the notification's upper right corner.
+/// The badge may cover the upper right corner of the notification.
 Words ToastWords(const Text& text) {
     return {.box = {68, 8, 314, 68}, .text = text, .background = color::toast, .look = {68, 8, 234, 68}};
 }
@@ -40,7 +40,7 @@ protected:
             return reply && reply->owner != XCB_WINDOW_NONE;
         }));
     }
-    /// A game that fills the screen and has the keyboard.
+    /// A full-screen game with the keyboard focus.
     void StartGame() {
         game_ = other_.CoverAsGame({0, 0, width, height}, gameColor);
         other_.SetFocus(game_);
@@ -69,10 +69,10 @@ void NoticesEndToEnd::ExpectCapturesOfTheGameAlone() {
     ProgramRun run({.display = display_.Name()});
     ASSERT_TRUE(run.WaitForBuffer(1));
     ASSERT_TRUE(user_.WaitShown(badgeName));
-    // Seconds with each of them on the screen: the badge, then the overlay under a notification.
+    // The badge for some seconds, then the overlay and a notification.
     ASSERT_TRUE(run.WaitForBuffer(2));
     ASSERT_TRUE(user_.OpenOverlay());
-    EXPECT_TRUE(user_.WaitHidden(badgeName)) << "the badge makes room for the overlay";
+    EXPECT_TRUE(user_.WaitHidden(badgeName)) << "the overlay does not hide the badge";
     user_.Click(overlayName, 250, 100);
     ASSERT_TRUE(user_.WaitSays(toastName, ToastWords(u"This feature is not available")));
     const double before = run.BufferedSeconds();
@@ -83,7 +83,7 @@ void NoticesEndToEnd::ExpectCapturesOfTheGameAlone() {
     ASSERT_TRUE(user_.WaitSays(toastName, ToastWords(u"Screenshot saved")));
     ASSERT_EQ(CapturesOf(run, ".png").size(), 1U);
     EXPECT_EQ(PixelsUnlike(CapturesOf(run, ".png")[0], {width, height}, gameColor), 0U);
-    EXPECT_TRUE(user_.WaitShown(overlayName)) << "it comes back after the screenshot";
+    EXPECT_TRUE(user_.WaitShown(overlayName)) << "the screenshot did not show the overlay again";
 
     user_.TapKey({XK_Alt_L}, XK_F10);
     const auto row = run.WaitForActivity("Replay saved: ");
@@ -102,16 +102,14 @@ void NoticesEndToEnd::ExpectCapturesOfTheGameAlone() {
     EXPECT_EQ(run.End(), 0);
 }
 
-TEST_F(NoticesEndToEnd, ClipAndScreenshotShowTheGameThatLiesBeneathTheProgramsWindows) {
-    ExpectCapturesOfTheGameAlone();
-}
+TEST_F(NoticesEndToEnd, ClipAndScreenshotShowTheGameBelowTheProgramsWindows) { ExpectCapturesOfTheGameAlone(); }
 
-TEST_F(NoticesEndToEnd, ClipAndScreenshotShowTheGameThatLiesBeneathUnderACompositorToo) {
+TEST_F(NoticesEndToEnd, ClipAndScreenshotShowTheGameBelowUnderACompositor) {
     StartCompositor();
     ExpectCapturesOfTheGameAlone();
 }
 
-TEST_F(NoticesEndToEnd, BadgeAndNotificationLieOverAFullScreenGameLetClicksThroughAndGo) {
+TEST_F(NoticesEndToEnd, BadgeAndNotificationCoverAGameAndAreClickThrough) {
     StartGame();
     ProgramRun run({.display = display_.Name()});
     ASSERT_TRUE(user_.WaitShown(badgeName));
@@ -137,7 +135,7 @@ TEST_F(NoticesEndToEnd, BadgeAndNotificationLieOverAFullScreenGameLetClicksThrou
     user_.TapKey({XK_Control_L, XK_Alt_L}, XK_r);
     ASSERT_TRUE(user_.WaitSays(toastName, ToastWords(u"Recording saved")));
 
-    // A window that does not fill the screen is no game.
+    // A window that is smaller than the screen is not a game.
     const std::uint32_t size[] = {800, 600};
     xcb_configure_window(other_.Get(), game_, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, size);
     other_.Sync();
@@ -145,15 +143,15 @@ TEST_F(NoticesEndToEnd, BadgeAndNotificationLieOverAFullScreenGameLetClicksThrou
     EXPECT_EQ(run.End(), 0);
 }
 
-TEST(NoticesOffEndToEnd, NothingAppearsWhereNotificationsAreOff) {
+TEST(NoticesOffEndToEnd, NothingAppearsIfNotificationsAreOff) {
     const PrivateDisplay display("1280x720");
     const InterfaceUser user(display.Name());
     ProgramRun run({.display = display.Name(), .settings = {{"instantReplay", "0"}, {"notifications", "0"}}});
     ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
     const std::uint32_t comings = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(user.Get(), user.WindowOf(toastName), XCB_CW_EVENT_MASK, &comings);
-    EXPECT_FALSE(user.Shows(toastName)) << "the start has asked for one too";
-    user.TapKey({XK_Alt_L}, XK_F10);  // "Replay is paused" asks for one
+    EXPECT_FALSE(user.Shows(toastName)) << "a notification at the start";
+    user.TapKey({XK_Alt_L}, XK_F10);  // requests "Replay is paused"
     user.TapKey({XK_Control_L, XK_Alt_L}, XK_r);
     ASSERT_TRUE(run.WaitForActivity("Recording started").has_value());
     user.TapKey({XK_Control_L, XK_Alt_L}, XK_r);

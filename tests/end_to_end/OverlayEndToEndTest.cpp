@@ -1,4 +1,4 @@
-// The quick overlay of the real program over another program's window, driven by real keys and clicks.
+// The quick overlay of the real program over another program's window. Real keys and clicks.
 #include "support/Eventually.h"
 #include "support/InterfaceUser.h"
 #include "support/MediaProbe.h"
@@ -15,7 +15,7 @@ using namespace support;
 
 constexpr std::uint32_t gameColor = 0x205080;
 
-// Places of the tile page, in design pixels.
+// Coordinates in the tile page, in design pixels.
 constexpr Point close{995, 23};
 constexpr Point openApp{250, 195};
 constexpr Point broadcast{250, 100};
@@ -28,7 +28,7 @@ constexpr Point sound{789, 205};
 constexpr Point gear{832, 190};
 constexpr Point betweenTiles{600, 450};
 constexpr Point saveReplay{423, 291};
-// On a tile's frame, clear of its corner.
+// On a tile's frame, away from its corner.
 constexpr Point recordFrame{450, 150};
 constexpr Point replayFrame{322, 150};
 
@@ -41,7 +41,7 @@ protected:
     void Click(const Point& place, std::uint8_t button = 1) const {
         user_.Click(overlayName, place.x, place.y, button);
     }
-    /// The game: all of the screen, with the keyboard.
+    /// The game: full screen, with the keyboard focus.
     xcb_window_t StartGame() const {
         const xcb_window_t window = game_.Cover({0, 0, 1920, 1080}, gameColor);
         game_.SetFocus(window);
@@ -62,7 +62,7 @@ TEST_F(OverlayEndToEnd, OpensOverAGameThatKeepsItsKeysAndTheClicksBetweenTheTile
     const ProgramRun run(Options("0"));
     AwaitStart(run);
     ASSERT_TRUE(user_.OpenOverlay());
-    // In full over the monitor, at its own shape.
+    // As large as fits the monitor, with its own proportions.
     const Rectangle place = user_.Client(overlayName);
     EXPECT_EQ(place.top, 0);
     EXPECT_NEAR(place.Width(), 1920, 1);
@@ -71,19 +71,20 @@ TEST_F(OverlayEndToEnd, OpensOverAGameThatKeepsItsKeysAndTheClicksBetweenTheTile
 
     game_.Events(XCB_KEY_PRESS);
     user_.TapKey(XK_w);
-    EXPECT_TRUE(Eventually([&] { return game_.Events(XCB_KEY_PRESS) == 1; })) << "the game hears the keyboard";
+    EXPECT_TRUE(Eventually([&] { return game_.Events(XCB_KEY_PRESS) == 1; })) << "the game received no key";
     EXPECT_EQ(user_.ColorOf(overlayName, betweenTiles.x, betweenTiles.y), gameColor);
     Click(betweenTiles);
-    EXPECT_TRUE(Eventually([&] { return game_.Events(XCB_BUTTON_PRESS) == 1; })) << "the game is clicked between tiles";
+    EXPECT_TRUE(Eventually([&] { return game_.Events(XCB_BUTTON_PRESS) == 1; }))
+        << "the game received no click between the tiles";
     EXPECT_TRUE(user_.Shows(overlayName));
-    // A tile takes the click for itself, and still not the keyboard.
+    // A tile receives the click; the game keeps the focus.
     Click(replayTile);
     EXPECT_TRUE(user_.WaitColor(overlayName, 323, 300, Rgb(24, 19, 34))) << "the popover's panel";
     EXPECT_EQ(game_.Events(XCB_BUTTON_PRESS), 0);
     EXPECT_EQ(user_.Focus(), window);
 }
 
-/// A window that the window manager frames and gives the keyboard, which has typed keys told.
+/// A window that the window manager frames and focuses. It receives key events.
 xcb_window_t OpenManagedWindow(const OtherClient& client) {
     const xcb_window_t window = xcb_generate_id(client.Get());
     const std::uint32_t values[] = {gameColor, XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_KEY_PRESS};
@@ -115,7 +116,7 @@ TEST_F(OverlayEndToEnd, UnderAWindowManagerTheOtherProgramStaysTheActiveOne) {
     EXPECT_EQ(user_.Focus(), window);
 }
 
-TEST_F(OverlayEndToEnd, ClosesByItsKeyItsCrossAndARightClickAndComesBackOnTheSamePage) {
+TEST_F(OverlayEndToEnd, ClosesByKeyCrossAndRightClickAndReopensOnTheSamePage) {
     StartGame();
     const ProgramRun run(Options("0"));
     AwaitStart(run);
@@ -134,12 +135,12 @@ TEST_F(OverlayEndToEnd, ClosesByItsKeyItsCrossAndARightClickAndComesBackOnTheSam
                         color::overlayPanel, FontRole::Bold, TextLayout::CentredLine};
     EXPECT_TRUE(user_.WaitSays(overlayName, heading));
     EXPECT_TRUE(user_.CloseOverlay());
-    EXPECT_EQ(user_.PixelAt(960, 300), gameColor) << "nothing of it stays on the screen";
+    EXPECT_EQ(user_.PixelAt(960, 300), gameColor) << "a part of the overlay is still visible";
     ASSERT_TRUE(user_.OpenOverlay());
     EXPECT_TRUE(user_.WaitSays(overlayName, heading));
 }
 
-TEST_F(OverlayEndToEnd, OpenAppHidesItAndBringsTheMainWindow) {
+TEST_F(OverlayEndToEnd, OpenAppHidesItAndShowsTheMainWindow) {
     StartGame();
     const ProgramRun run(Options("0"));
     AwaitStart(run);
@@ -164,7 +165,7 @@ TEST_F(OverlayEndToEnd, TheRecordTileStartsARecordingAndStopSavesIt) {
     user_.MovePointer(5, 1000);
     EXPECT_TRUE(user_.WaitSays(overlayName, title));
     EXPECT_TRUE(WaitFrame(recordFrame, color::purple));
-    EXPECT_TRUE(WaitFrame(replayFrame, color::purple)) << "a disabled tile is framed";
+    EXPECT_TRUE(WaitFrame(replayFrame, color::purple)) << "the disabled tile has no frame";
     EXPECT_TRUE(Eventually([&] { return !run.Children().empty(); }));
     EXPECT_TRUE(WaitRecorded(run));
     Click(recordTile);
@@ -178,7 +179,7 @@ TEST_F(OverlayEndToEnd, TheRecordTileStartsARecordingAndStopSavesIt) {
     EXPECT_GT(facts.duration, 1);
 }
 
-TEST_F(OverlayEndToEnd, MicrophoneAndSoundAreSwitchedAndKept) {
+TEST_F(OverlayEndToEnd, MicrophoneAndSoundAreSwitchedAndSaved) {
     StartGame();
     const ProgramRun run(Options("0"));
     AwaitStart(run);
@@ -206,9 +207,9 @@ TEST_F(OverlayEndToEnd, ThePopoverSavesTheReplay) {
     const ProgramRun run(Options("1"));
     ASSERT_TRUE(run.WaitForBuffer(3));
     ASSERT_TRUE(user_.OpenOverlay());
-    EXPECT_TRUE(WaitFrame(replayFrame, color::purple)) << "the replay is on";
+    EXPECT_TRUE(WaitFrame(replayFrame, color::purple)) << "the replay is off";
     Click(replayTile);
-    ASSERT_TRUE(user_.WaitColor(overlayName, 340, 291, color::purple)) << "saving is possible";
+    ASSERT_TRUE(user_.WaitColor(overlayName, 340, 291, color::purple)) << "saving is disabled";
     Click(saveReplay);
     EXPECT_TRUE(user_.WaitSays(toastName, {{68, 8, 314, 68}, u"Clip saved", color::primaryText, color::toast}));
     const auto row = run.WaitForActivity("Replay saved: ");
@@ -231,7 +232,7 @@ TEST_F(OverlayEndToEnd, ItsScreenshotShowsTheGameAloneAndTheOverlayReturns) {
 }
 
 /// Two monitors of a graphics card.
-TEST(OverlayMonitors, OpensOnTheCapturedMonitorAndOnWhatIsLeftWhenThatIsSwitchedOff) {
+TEST(OverlayMonitors, OpensOnTheCapturedMonitorOrOnAnotherIfThatIsOff) {
     const PrivateDisplay display("1280x1024", DisplayKind::Changeable);
     display.Change({"--addmode", "DUMMY1", "1024x768"});
     display.Change({"--output", "DUMMY1", "--mode", "1024x768", "--right-of", "DUMMY0"});
@@ -247,7 +248,7 @@ TEST(OverlayMonitors, OpensOnTheCapturedMonitorAndOnWhatIsLeftWhenThatIsSwitched
     user.MovePointer(300, 300);
     const std::size_t rows = run.Activity().size();
     display.Change({"--output", "DUMMY1", "--off"});
-    ASSERT_TRUE(run.WaitForActivity("Replay stopped.", rows).has_value()) << "capture is configured anew";
+    ASSERT_TRUE(run.WaitForActivity("Replay stopped.", rows).has_value()) << "capture is not configured again";
     EXPECT_TRUE(run.Process().Alive());
     ASSERT_TRUE(user.CloseOverlay());
     user.PressOverlayKey();

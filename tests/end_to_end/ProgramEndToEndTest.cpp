@@ -1,4 +1,4 @@
-// The real program on a real X display, driven by real key presses.
+// The real program on a real X display with real key presses.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -31,7 +31,7 @@ struct ProgramEndToEnd : testing::Test {
     PrivateDisplay display;
 };
 
-TEST_F(ProgramEndToEnd, AKeyPressTurnsTheRealDesktopIntoAClip) {
+TEST_F(ProgramEndToEnd, AKeyPressSavesAClipOfTheDesktop) {
     Spawned desktop = Paint();
     ProgramRun run({.display = display.Name()});
     ASSERT_TRUE(run.WaitForBuffer(5));
@@ -60,10 +60,10 @@ TEST_F(ProgramEndToEnd, AKeyPressTurnsTheRealDesktopIntoAClip) {
         ++pictures;
         const auto number = ReadFrameNumber(luma, 1920, 1080);
         if (!number) {
-            ++unreadable;  // the desktop before the painter's first frame, or a frame caught while it was painted
+            ++unreadable;  // the desktop before the first frame, or an incomplete frame
             return;
         }
-        EXPECT_GE(*number, last) << "the numbers went back";
+        EXPECT_GE(*number, last) << "the numbers decrease";
         last = *number;
         distinct.insert(*number);
     });
@@ -80,7 +80,7 @@ TEST_F(ProgramEndToEnd, AKeyPressTurnsTheRealDesktopIntoAClip) {
     EXPECT_EQ(FilesBelow(run.CaptureRoot()).size(), 1U);
 }
 
-TEST_F(ProgramEndToEnd, TwoPressesGiveOneFile) {
+TEST_F(ProgramEndToEnd, TwoPressesSaveOneFile) {
     Spawned desktop = Paint();
     ProgramRun run({.display = display.Name()});
     ASSERT_TRUE(run.WaitForBuffer(3));
@@ -90,7 +90,7 @@ TEST_F(ProgramEndToEnd, TwoPressesGiveOneFile) {
     EXPECT_EQ(FilesBelow(run.CaptureRoot()).size(), 1U);
 }
 
-TEST_F(ProgramEndToEnd, TheFirstStartWritesAllSettingsAndEndsPurple) {
+TEST_F(ProgramEndToEnd, TheFirstStartWritesAllSettings) {
     ProgramRun run({.display = display.Name(), .settings = {{"theme", "Zorvel Blue"}, {"instantReplay", "0"}}});
     ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
     EXPECT_EQ(run.End(), 0);
@@ -110,10 +110,10 @@ TEST_F(ProgramEndToEnd, KillingTheProgramLeavesNoFfmpegAlive) {
     run.Process().Send(SIGKILL);
     run.Process().WaitExit();
     EXPECT_TRUE(Eventually([&] { return run.FfmpegChildren().empty(); }, 10000));
-    EXPECT_TRUE(fs::exists(run.DataFolder() / "running.lock")) << "what a crash leaves";
+    EXPECT_TRUE(fs::exists(run.DataFolder() / "running.lock")) << "the session marker is missing";
 }
 
-TEST_F(ProgramEndToEnd, KillingTheProgramDuringASaveLeavesNoFfmpegAliveAndNoFinishedName) {
+TEST_F(ProgramEndToEnd, KillingTheProgramDuringASaveLeavesNoFfmpegAndNoPartialClip) {
     ProgramRun run({.display = display.Name()});
     ASSERT_TRUE(run.WaitForBuffer(3));
     run.Press("alt+F10");
@@ -121,12 +121,12 @@ TEST_F(ProgramEndToEnd, KillingTheProgramDuringASaveLeavesNoFfmpegAliveAndNoFini
     run.Process().WaitExit();
     EXPECT_TRUE(Eventually([&] { return run.FfmpegChildren().empty(); }, 10000));
     for (const auto& file : FilesBelow(run.CaptureRoot())) {
-        // Either the save had ended, or its file still carries the working name.
+        // Either the save has finished, or the file still has its working name.
         EXPECT_TRUE(file.string().ends_with(".partial.mp4") || Probe(file).duration > 0) << file;
     }
 }
 
-TEST_F(ProgramEndToEnd, ASecondStartEndsAtOnceAndTouchesNothing) {
+TEST_F(ProgramEndToEnd, ASecondStartExitsAtOnceAndChangesNothing) {
     ProgramRun run({.display = display.Name()});
     ASSERT_TRUE(run.WaitForBuffer(1));
     ProgramRun second({.display = display.Name()});
@@ -140,19 +140,19 @@ TEST_F(ProgramEndToEnd, ASecondStartEndsAtOnceAndTouchesNothing) {
     EXPECT_EQ(run.End(), 0);
 }
 
-TEST_F(ProgramEndToEnd, ADeadXServerEndsTheProgramInOrder) {
+TEST_F(ProgramEndToEnd, ADeadXServerShutsTheProgramDown) {
     ProgramRun run({.display = display.Name()});
     ASSERT_TRUE(run.WaitForBuffer(2));
     display.Server().Send(SIGKILL);
     const auto status = run.Process().WaitExit(60);
     ASSERT_TRUE(status.has_value());
-    EXPECT_TRUE(WIFEXITED(*status)) << "it was killed by a signal";
+    EXPECT_TRUE(WIFEXITED(*status)) << "killed by a signal";
     EXPECT_TRUE(Eventually([&] { return run.FfmpegChildren().empty(); }, 10000));
     EXPECT_FALSE(fs::exists(run.DataFolder() / "running.lock"));
     EXPECT_TRUE(run.ReplayFolder().empty());
 }
 
-TEST_F(ProgramEndToEnd, TheSpeedCheckDecidesByWhatItMeasuredAndSaysSo) {
+TEST_F(ProgramEndToEnd, TheSpeedCheckReportsItsMeasurementAndDecision) {
     Spawned desktop = Paint();
     ProgramRun run({.display = display.Name(), .settings = {{"fps", "120"}}});
     ASSERT_TRUE(Eventually([&] { return !run.Activity().empty(); }, 90000));
@@ -175,7 +175,7 @@ TEST_F(ProgramEndToEnd, TheSpeedCheckDecidesByWhatItMeasuredAndSaysSo) {
     EXPECT_EQ(run.End(), 0);
 }
 
-TEST(DisplayChangeEndToEnd, AMonitorThatChangesItsSizeIsCapturedAnew) {
+TEST(DisplayChangeEndToEnd, AResizedMonitorIsCapturedAgain) {
     PrivateDisplay display("1920x1080", DisplayKind::Changeable);
     ProgramRun run({.display = display.Name()});
     ASSERT_TRUE(run.WaitForBuffer(2));
@@ -186,7 +186,7 @@ TEST(DisplayChangeEndToEnd, AMonitorThatChangesItsSizeIsCapturedAnew) {
     run.Press("alt+F10");
     const auto row = run.WaitForActivity("Replay saved: ", rows);
     ASSERT_TRUE(row.has_value());
-    // 1280 by 1024 in a frame of 1920 by 1080: 1350 columns in the middle, black to both sides.
+    // 1280 by 1024 in a frame of 1920 by 1080: 1350 columns in the middle, black bars at both sides.
     std::size_t pictures = 0;
     DecodeLuma(row->substr(14), 1920, 1080, [&](std::span<const std::uint8_t> luma) {
         ++pictures;
@@ -199,7 +199,7 @@ TEST(DisplayChangeEndToEnd, AMonitorThatChangesItsSizeIsCapturedAnew) {
     EXPECT_TRUE(run.ReplayFolder().empty());
 }
 
-TEST(DisplayChangeEndToEnd, AMonitorThatGetsAnotherNameIsNoLongerConnected) {
+TEST(DisplayChangeEndToEnd, ARenamedMonitorIsReportedAsDisconnected) {
     PrivateDisplay display("1920x1080", DisplayKind::Changeable);
     ProgramRun run({.display = display.Name()});
     ASSERT_TRUE(run.WaitForBuffer(2));
@@ -211,7 +211,7 @@ TEST(DisplayChangeEndToEnd, AMonitorThatGetsAnotherNameIsNoLongerConnected) {
     EXPECT_EQ(run.End(), 0);
 }
 
-TEST_F(ProgramEndToEnd, AMissingCaptureFolderIsMadeAgain) {
+TEST_F(ProgramEndToEnd, AMissingCaptureFolderIsCreatedAgain) {
     ProgramRun run({.display = display.Name()});
     ASSERT_TRUE(run.WaitForBuffer(2));
     fs::remove_all(run.CaptureRoot());
@@ -220,7 +220,7 @@ TEST_F(ProgramEndToEnd, AMissingCaptureFolderIsMadeAgain) {
     EXPECT_EQ(run.End(), 0);
 }
 
-TEST_F(ProgramEndToEnd, ACaptureRootThatIsAFileIsSaidSo) {
+TEST_F(ProgramEndToEnd, ACaptureRootThatIsAFileIsReported) {
     TemporaryFolder place;
     WriteBytes(place.Path() / "root", "a file");
     ProgramRun run({.display = display.Name(), .settings = {{"captureRoot", (place.Path() / "root").string()}}});
@@ -230,7 +230,7 @@ TEST_F(ProgramEndToEnd, ACaptureRootThatIsAFileIsSaidSo) {
     EXPECT_EQ(run.End(), 0);
 }
 
-TEST_F(ProgramEndToEnd, WithoutFfmpegTheFirstJobSaysSo) {
+TEST_F(ProgramEndToEnd, TheFirstJobReportsAMissingFfmpeg) {
     TemporaryFolder empty;
     ProgramRun run({.display = display.Name(), .variables = {{"PATH", empty.Path().string()}}});
     EXPECT_TRUE(run.WaitForActivity("FFmpeg is missing. Run the launcher.").has_value());

@@ -1,5 +1,5 @@
-// The road of a recording of open length, in both modes: by its key through the real program, broken in every way that
-// must leave something to watch, and with numbered images through the engine, so that every frame can be accounted for.
+// Recordings with and without a replay: by key in the real program, also when a process is killed, and with numbered
+// images through the engine, so that each frame can be identified.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -48,7 +48,7 @@ struct RecordingKey : testing::TestWithParam<Mode> {
         run->Press("ctrl+alt+r");
         ASSERT_TRUE(run->WaitForActivity(started).has_value());
     }
-    /// Waits until the working file holds so many seconds at 8 Mbit/s.
+    /// Waits until the working file has this many seconds at 8 Mbit/s.
     bool WaitForRecorded(double seconds) {
         return Eventually([&] {
             const auto files = FilesBelow(run->CaptureRoot());
@@ -57,7 +57,7 @@ struct RecordingKey : testing::TestWithParam<Mode> {
     }
     /// The child that writes the recording.
     std::vector<pid_t> Recorders() const { return ProcessesWith(run->CaptureRoot().string()); }
-    /// The one file that is there: a working file that plays up to its last whole second.
+    /// Expects one file: a working file that plays up to its last whole second.
     void ExpectPlayableWorkingFile(double seconds) {
         const auto files = FilesBelow(run->CaptureRoot());
         ASSERT_EQ(files.size(), 1U);
@@ -66,7 +66,7 @@ struct RecordingKey : testing::TestWithParam<Mode> {
         EXPECT_GE(facts.duration, seconds);
         std::size_t pictures = 0;
         DecodeLuma(files[0], 1920, 1080, [&](std::span<const std::uint8_t>) { ++pictures; });
-        // FFmpeg's own buffer may have held the end of the last picture.
+        // FFmpeg may not have written the end of the last picture.
         EXPECT_GE(pictures + 1, facts.stamps.size());
         EXPECT_GE(pictures, static_cast<std::size_t>(seconds) * fps);
     }
@@ -74,7 +74,7 @@ struct RecordingKey : testing::TestWithParam<Mode> {
     std::unique_ptr<ProgramRun> run;
 };
 
-TEST_P(RecordingKey, TwoPressesMakeAFileThatHasItsNameOnlyOnceItIsWhole) {
+TEST_P(RecordingKey, TwoPressesRecordAFileThatIsRenamedWhenComplete) {
     StartRecording();
     EXPECT_EQ(run->Children().size(), GetParam() == Mode::FromReplay ? 2U : 1U);
     ASSERT_TRUE(WaitForRecorded(3));
@@ -96,7 +96,7 @@ TEST_P(RecordingKey, TwoPressesMakeAFileThatHasItsNameOnlyOnceItIsWhole) {
     EXPECT_EQ(facts.profile, "High");
     EXPECT_EQ(facts.pictureTypes.find('B'), std::string::npos);
     EXPECT_FALSE(facts.hasAudio);
-    EXPECT_EQ(run->Children().size(), GetParam() == Mode::FromReplay ? 1U : 0U) << "the replay goes on";
+    EXPECT_EQ(run->Children().size(), GetParam() == Mode::FromReplay ? 1U : 0U) << "the replay has stopped";
     EXPECT_EQ(run->End(), 0);
     EXPECT_TRUE(run->Children().empty());
 }
@@ -112,14 +112,14 @@ TEST_P(RecordingKey, EndingTheProgramFinishesTheRecording) {
     EXPECT_TRUE(run->Children().empty());
 }
 
-TEST_P(RecordingKey, AKilledFfmpegLeavesAWorkingFileThatPlaysAndTheKeyStartsAnother) {
+TEST_P(RecordingKey, AKilledFfmpegLeavesAPlayableFileAndTheKeyStartsAnother) {
     StartRecording();
     ASSERT_TRUE(WaitForRecorded(4.2));
     ASSERT_EQ(Recorders().size(), 1U);
     kill(Recorders()[0], SIGKILL);
     ASSERT_TRUE(Eventually([&] { return Recorders().empty(); }));
     ExpectPlayableWorkingFile(4);
-    // Once the poll has seen it the key starts a recording again; before, it ends the dead one and says so.
+    // After the poll has noticed it, the key starts a recording. Before, the key ends the old one with a sentence.
     const std::size_t rows = run->Activity().size();
     run->Press("ctrl+alt+r");
     ASSERT_TRUE(Eventually([&] { return run->Activity().size() > rows; }));
@@ -131,12 +131,12 @@ TEST_P(RecordingKey, AKilledFfmpegLeavesAWorkingFileThatPlaysAndTheKeyStartsAnot
     run->Press("ctrl+alt+r");
     ASSERT_TRUE(run->WaitForActivity(savedWords, rows).has_value());
     EXPECT_EQ(FilesBelow(run->CaptureRoot()).size(), 2U);
-    EXPECT_EQ(run->Children().size(), GetParam() == Mode::FromReplay ? 1U : 0U) << "the replay goes on";
+    EXPECT_EQ(run->Children().size(), GetParam() == Mode::FromReplay ? 1U : 0U) << "the replay has stopped";
     EXPECT_EQ(run->End(), 0);
     EXPECT_TRUE(run->Children().empty());
 }
 
-TEST_P(RecordingKey, AKilledProgramLeavesAWorkingFileThatPlaysAndNoChild) {
+TEST_P(RecordingKey, AKilledProgramLeavesAPlayableFileAndNoChild) {
     StartRecording();
     ASSERT_TRUE(WaitForRecorded(4.2));
     run->Process().Send(SIGKILL);
@@ -171,7 +171,7 @@ struct NumberedRecording : testing::TestWithParam<Mode> {
     }
     Text Output(const std::string& name = "recording.mp4") const { return FromPath(folder.Path() / "captures" / name); }
     static std::uint32_t Images() { return fake::TheNumberedDesktop().images; }
-    /// Until so many more seconds of images have been captured.
+    /// Waits until this many more seconds of images have been captured.
     static bool CaptureFor(std::uint32_t seconds) {
         const std::uint32_t end = Images() + seconds * fps;
         return Eventually([&] { return Images() >= end; }, static_cast<std::uint32_t>(4.0 * seconds + 60 * 1000));
@@ -185,7 +185,7 @@ struct NumberedRecording : testing::TestWithParam<Mode> {
         });
         return numbers;
     }
-    /// Every number once, and every stamp a frame after the one before.
+    /// Expects each number once, one frame apart.
     static void ExpectEveryFrameOnce(const Text& file, const std::vector<std::uint32_t>& numbers) {
         ASSERT_FALSE(numbers.empty());
         for (std::size_t i = 1; i < numbers.size(); ++i) {
@@ -214,32 +214,32 @@ struct NumberedRecording : testing::TestWithParam<Mode> {
     }
     void ExpectEnds(std::uint32_t before, std::uint32_t asked, const std::vector<std::uint32_t>& numbers) {
         if (GetParam() == Mode::OwnCapture) {
-            EXPECT_EQ(numbers.front(), 0U) << "it begins with its capture";
-            // What was on its way to the child may go with it; nothing older may.
+            EXPECT_EQ(numbers.front(), 0U) << "the first image is missing";
+            // Only images that were in the pipe of the child may be lost.
             EXPECT_GE(numbers.back() + fps, asked);
             return;
         }
-        // Whole segments: the last two that were listed at the start, and all that was finished at the end.
+        // Whole segments: the last two in the playlist at the start, and all that were finished by the end.
         EXPECT_EQ(numbers.front() % fps, 0U);
         EXPECT_EQ(numbers.size() % fps, 0U);
         EXPECT_LT(numbers.front(), before);
-        EXPECT_GE(numbers.front() + 4 * fps, before) << "two segments back, and the one being written";
+        EXPECT_GE(numbers.front() + 4 * fps, before) << "more than two segments and the current one";
         EXPECT_GE(numbers.back() + 3 * fps, asked);
     }
 
     TemporaryFolder folder{"zorvel-recording"};
-    // The folder of the pipes is chosen once a process and has to outlive the first test.
+    // The process chooses the folder of the pipes once, so the folder has to outlive the first test.
     ScopedVariable runtime{"XDG_RUNTIME_DIR", fs::temp_directory_path().string()};
     ScopedVariable temporary{"TMPDIR", folder.Path().string()};
     ScopedVariable ffmpeg{"ZV_FFMPEG", ""};
     CaptureEngine engine;
 };
 
-TEST_P(NumberedRecording, HoldsEveryFrameOfTwentySecondsOnce) { Record(20); }
+TEST_P(NumberedRecording, ContainsEachFrameOfTwentySecondsOnce) { Record(20); }
 
-TEST_P(NumberedRecording, HoldsEveryFrameOfAMinuteOnce) { Record(60); }
+TEST_P(NumberedRecording, ContainsEachFrameOfAMinuteOnce) { Record(60); }
 
-TEST_P(NumberedRecording, OneThatLosesItsFfmpegHoldsAllButTheLastSeconds) {
+TEST_P(NumberedRecording, KeepsAllButTheLastSecondsIfFfmpegIsKilled) {
     ASSERT_TRUE(engine.StartRecording(Output())) << ToUtf8(engine.statusText);
     ASSERT_TRUE(CaptureFor(5));
     const auto recorders = ProcessesWith(folder.Path().string() + "/captures/recording.mp4.partial.mp4");
@@ -254,10 +254,10 @@ TEST_P(NumberedRecording, OneThatLosesItsFfmpegHoldsAllButTheLastSeconds) {
     const Text encoder = u"Recording encoder stopped unexpectedly. Logs: " + engine.cacheDir;
     if (GetParam() == Mode::FromReplay) {
         EXPECT_EQ(poll.status, encoder);
-        EXPECT_TRUE(IsChildRunning(engine.replay)) << "the replay goes on";
+        EXPECT_TRUE(IsChildRunning(engine.replay)) << "the replay has stopped";
         EXPECT_TRUE(engine.replayRunning);
     } else {
-        // Whichever part notices first: the writer of the pipe or the look at the child.
+        // The writer of the pipe or the poll of the child reports it, whichever is first.
         EXPECT_TRUE(poll.status == encoder || poll.status == u"Video encoder stopped accepting frames (0x80004005)" ||
                     poll.status == u"Video muxer disconnected (0x80004005)")
             << ToUtf8(poll.status);
@@ -271,7 +271,8 @@ TEST_P(NumberedRecording, OneThatLosesItsFfmpegHoldsAllButTheLastSeconds) {
     for (std::size_t i = 1; i < numbers.size(); ++i) {
         ASSERT_EQ(numbers[i], numbers[i - 1] + 1);
     }
-    // A fragment a second, from key frame to key frame. A recording from the replay is a segment behind besides.
+    // One fragment for each second, from key frame to key frame. A recording from the replay is one more segment
+    // behind.
     const std::uint32_t behind = GetParam() == Mode::OwnCapture ? 2 * fps : 4 * fps;
     EXPECT_GE(numbers.back() + behind, images) << "the last whole second is missing";
     std::printf("killed at image %u, plays to image %u\n", images, numbers.back());
@@ -279,7 +280,7 @@ TEST_P(NumberedRecording, OneThatLosesItsFfmpegHoldsAllButTheLastSeconds) {
 
 struct RecordingFromReplay : NumberedRecording {};
 
-TEST_P(RecordingFromReplay, OutlivesTheReplaysEncoderAndIsSavedWithEveryFrameOnce) {
+TEST_P(RecordingFromReplay, IsSavedCompletelyIfTheReplaysFfmpegIsKilled) {
     ASSERT_TRUE(engine.StartRecording(Output())) << ToUtf8(engine.statusText);
     ASSERT_TRUE(CaptureFor(2));
     const auto replay = ProcessesWith(ToUtf8(engine.replayDir) + "/live.m3u8");
@@ -291,7 +292,7 @@ TEST_P(RecordingFromReplay, OutlivesTheReplaysEncoderAndIsSavedWithEveryFrameOnc
         return poll.changed;
     }));
     EXPECT_FALSE(engine.replayRunning);
-    // With the picture's sentence the recording is finished first; with the encoder's it waits for its key.
+    // If the video worker reports first, the recording is finished with it. Otherwise it waits for its key.
     const bool pictureFirst = poll.status.starts_with(u"Video ");
     EXPECT_EQ(engine.recording.process == nullptr, pictureFirst) << ToUtf8(poll.status);
     if (!pictureFirst) {

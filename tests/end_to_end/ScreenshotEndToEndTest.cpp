@@ -1,5 +1,5 @@
-// A screenshot from a real key press to the file: the real program on a real X display with a picture that stands
-// still. The program shows its sentences in its windows alone, so these tests look at the files.
+// Screenshots by key: the real program on a real X display with a still picture. The tests check the files, because the
+// sentences appear only in the windows.
 #include <gtest/gtest.h>
 
 #include <regex>
@@ -33,12 +33,12 @@ struct Area {
     int height = 0;
 };
 
-/// The picture as 3 bytes a pixel, read by a decoder that has nothing to do with the writer.
+/// The picture as 3 bytes for each pixel, read by an independent decoder.
 std::string Decode(const fs::path& picture) {
     return OutputOf({"ffmpeg", "-v", "error", "-i", picture.string(), "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
 }
 
-/// The picture is exactly what was painted in that part of the screen.
+/// Expects exactly the painted pixels of that part of the screen.
 void ExpectPainted(const fs::path& picture, const Area& area) {
     const std::string rgb = Decode(picture);
     ASSERT_EQ(rgb.size(), static_cast<std::size_t>(area.width * area.height) * 3);
@@ -63,9 +63,9 @@ protected:
     ScreenshotEndToEnd() { painting_.Fill<std::uint32_t>(ColorAt); }
 
     ProgramOptions Options() const { return {.display = display_.Name(), .settings = {{"instantReplay", "0"}}}; }
-    /// Until the program has its keys.
+    /// Waits until the program has registered its keys.
     static void AwaitStart(const ProgramRun& run) { ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value()); }
-    /// Presses the key until there is a picture: a press during a screenshot that fails is refused.
+    /// Presses the key until a picture exists, because a press during a failing screenshot is refused.
     static bool PressUntilPicture(const ProgramRun& run, const fs::path& folder) {
         for (int i = 0; i < 60; ++i) {
             run.Press(screenshotKey);
@@ -95,12 +95,12 @@ TEST_F(ScreenshotEndToEnd, AKeyPressSavesTheScreenPixelForPixel) {
                                  std::regex(R"(ZV_Screenshot_\d{4}-\d\d-\d\d_\d\d-\d\d-\d\d-\d{3}\.png)")))
         << picture;
     ExpectPainted(picture, {0, 0, 1920, 1080});
-    EXPECT_EQ(run.Activity().size(), 1U) << "a screenshot is no row of the log";
+    EXPECT_EQ(run.Activity().size(), 1U) << "the screenshot has a row in the log";
     EXPECT_EQ(run.End(), 0);
     EXPECT_EQ(FilesBelow(run.CaptureRoot()).size(), 1U);
 }
 
-TEST_F(ScreenshotEndToEnd, ASecondMonitorIsSavedAtItsOwnPlaceAndSize) {
+TEST_F(ScreenshotEndToEnd, ASecondMonitorIsSavedWithItsOwnBounds) {
     display_.Change({"--setmonitor", "SECOND", "641/160x403/100+1003+207", "none"});
     ProgramOptions options = Options();
     options.settings["monitorDevice"] = "SECOND";
@@ -112,7 +112,7 @@ TEST_F(ScreenshotEndToEnd, ASecondMonitorIsSavedAtItsOwnPlaceAndSize) {
     EXPECT_EQ(run.End(), 0);
 }
 
-TEST_F(ScreenshotEndToEnd, AMonitorThatIsGoneGivesNoFileAndOneThatIsBackDoes) {
+TEST_F(ScreenshotEndToEnd, ADisconnectedMonitorSavesNoFileUntilItIsConnectedAgain) {
     display_.Change({"--setmonitor", "SECOND", "640/160x400/100+1000+200", "none"});
     ProgramOptions options = Options();
     options.settings["monitorDevice"] = "SECOND";
@@ -120,7 +120,7 @@ TEST_F(ScreenshotEndToEnd, AMonitorThatIsGoneGivesNoFileAndOneThatIsBackDoes) {
     AwaitStart(run);
     display_.Change({"--delmonitor", "SECOND"});
     run.Press(screenshotKey);
-    // The folder is the first thing that a screenshot makes, the file the last.
+    // A screenshot creates its folder first and its file last.
     ASSERT_TRUE(Eventually([&] { return fs::exists(run.CaptureRoot() / "Desktop"); }));
     EXPECT_FALSE(Eventually([&] { return !FilesBelow(run.CaptureRoot()).empty(); }, 1000));
     display_.Change({"--setmonitor", "SECOND", "640/160x400/100+1000+200", "none"});
@@ -129,7 +129,7 @@ TEST_F(ScreenshotEndToEnd, AMonitorThatIsGoneGivesNoFileAndOneThatIsBackDoes) {
     EXPECT_EQ(run.End(), 0);
 }
 
-TEST_F(ScreenshotEndToEnd, AFileInPlaceOfTheFolderStaysAsItIs) {
+TEST_F(ScreenshotEndToEnd, AFileInPlaceOfTheFolderIsKept) {
     ProgramRun run(Options());
     AwaitStart(run);
     const fs::path place = run.CaptureRoot() / "Desktop";
@@ -157,7 +157,7 @@ TEST_F(ScreenshotEndToEnd, ClipAndScreenshotOfTheSameMomentAreBothSaved) {
     EXPECT_EQ(FilesBelow(run.CaptureRoot()).size(), 2U);
 }
 
-TEST_F(ScreenshotEndToEnd, APressRightBeforeTheEndStillGivesAWholePicture) {
+TEST_F(ScreenshotEndToEnd, APressRightBeforeTheExitSavesAWholePicture) {
     ProgramRun run(Options());
     AwaitStart(run);
     run.Press(screenshotKey);
@@ -167,7 +167,7 @@ TEST_F(ScreenshotEndToEnd, APressRightBeforeTheEndStillGivesAWholePicture) {
     ExpectPainted(FilesBelow(run.CaptureRoot())[0], {0, 0, 1920, 1080});
 }
 
-TEST_F(ScreenshotEndToEnd, AFullDiskLeavesNothingBehindAndRoomMakesItWorkAgain) {
+TEST_F(ScreenshotEndToEnd, AFullDiskLeavesNoFileAndALargerOneWorksAgain) {
     ProgramRun run(Options());
     AwaitStart(run);
     const SmallDisk disk(run.CaptureRoot(), "64k");

@@ -1,4 +1,4 @@
-// A shortcut is changed by real keys: through the gear of the overlay, its row and the small window that takes the key.
+// Changes a shortcut with real keys: the gear of the overlay, the row and the shortcut editor.
 #include "support/Eventually.h"
 #include "support/InterfaceUser.h"
 #include "support/PrivateDisplay.h"
@@ -55,14 +55,14 @@ protected:
     ProgramRun run_{{.display = display_.Name(), .settings = {{"instantReplay", "0"}}}};
 };
 
-TEST_F(ShortcutEndToEnd, IsChangedByRealKeysAndTheOldOneIsGivenBack) {
+TEST_F(ShortcutEndToEnd, IsChangedByKeysAndTheOldOneIsReleased) {
     ASSERT_TRUE(OpenEditor());
     EXPECT_TRUE(EditorSays(u"Escape cancels without changing your shortcut."));
     user_.TapKey(XK_k);
     EXPECT_TRUE(EditorSays(u"Include Ctrl, Alt or Shift with your key."));
-    user_.TapKey({XK_Control_L}, XK_comma);  // not one of the keys that it takes
+    user_.TapKey({XK_Control_L}, XK_comma);  // a key that the editor does not accept
     EXPECT_TRUE(EditorSays(u"Include Ctrl, Alt or Shift with your key."));
-    // Another program holds the key, but only while Caps Lock is on.
+    // Another program has grabbed the key, but only for Caps Lock.
     ASSERT_TRUE(game_.GrabKey(game_.CodeOf(XK_k), XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_LOCK));
     user_.TapKey({XK_Control_L}, XK_k);
     EXPECT_TRUE(EditorSays(u"Shortcut is used by another app. Choose a different one."));
@@ -76,13 +76,13 @@ TEST_F(ShortcutEndToEnd, IsChangedByRealKeysAndTheOldOneIsGivenBack) {
     EXPECT_TRUE(WaitSetting(run_, "bindMods3", "6"));
     EXPECT_EQ(SettingOf(run_, "bindKeys3"), "74");
     EXPECT_TRUE(WaitRow(u"Ctrl + Shift + J"));
-    EXPECT_EQ(user_.Focus(), gameWindow_) << "the game has the keyboard again";
+    EXPECT_EQ(user_.Focus(), gameWindow_) << "the game did not get the focus back";
     EXPECT_TRUE(user_.CloseOverlay());
 
     user_.TapKey({XK_Control_L, XK_Shift_L}, XK_j);
     EXPECT_TRUE(WaitPictures(1));
     EXPECT_TRUE(Eventually([&] { return game_.GrabKey(game_.CodeOf(XK_s), XCB_MOD_MASK_1 | XCB_MOD_MASK_CONTROL); }))
-        << "the old key is free again";
+        << "the old key is still grabbed";
     game_.Events(XCB_KEY_PRESS);
     user_.TapKey({XK_Control_L, XK_Alt_L}, XK_s);
     EXPECT_TRUE(Eventually([&] { return game_.Events(XCB_KEY_PRESS) > 0; }));
@@ -93,14 +93,14 @@ TEST_F(ShortcutEndToEnd, TheKeysOfAnotherActionAreRefusedAndTheCurrentOnesCloseT
     ASSERT_TRUE(OpenEditor());
     user_.TapKey({XK_Alt_L}, XK_x);
     EXPECT_TRUE(EditorSays(u"That shortcut already belongs to another ZV action."));
-    EXPECT_TRUE(user_.Shows(overlayName)) << "the key has not toggled it";
+    EXPECT_TRUE(user_.Shows(overlayName)) << "the key has toggled it";
     user_.TapKey({XK_Control_L, XK_Alt_L}, XK_s);
     EXPECT_TRUE(user_.WaitHidden(editorName));
     EXPECT_EQ(SettingOf(run_, "bindMods3"), "3");
     EXPECT_EQ(SettingOf(run_, "bindKeys3"), "83");
     EXPECT_TRUE(WaitRow(u"Ctrl + Alt + S"));
 
-    // Both are commands again as soon as something else has the keyboard, the editor open or not.
+    // Both are commands again as soon as another window has the focus, even if the editor is open.
     ASSERT_TRUE(OpenEditor());
     game_.SetFocus(gameWindow_);
     user_.TapKey({XK_Alt_L}, XK_x);
@@ -129,13 +129,13 @@ TEST_F(ShortcutEndToEnd, IsChangedAndUsedWithCapsLockAndNumLockOn) {
         }
         user_.TapKey({XK_Control_L, XK_Alt_L}, XK_p);
         EXPECT_TRUE(WaitPictures(++pictures));
-        // The next press is refused until this one's notification has come.
+        // The next press is refused until this notification has appeared.
         EXPECT_TRUE(
             user_.WaitSays(toastName, {{68, 8, 314, 68}, u"Screenshot saved", color::primaryText, color::toast}));
     }
 }
 
-TEST_F(ShortcutEndToEnd, TheRowOfAKeyThatWasTakenAtTheStartSaysSo) {
+TEST_F(ShortcutEndToEnd, TheRowReportsAKeyThatAnotherProgramHadAtTheStart) {
     EXPECT_EQ(run_.End(), 0);
     ASSERT_TRUE(game_.GrabKey(game_.CodeOf(XK_s), XCB_MOD_MASK_1 | XCB_MOD_MASK_CONTROL));
     ProgramRun run({.display = display_.Name(), .settings = {{"instantReplay", "0"}}});

@@ -1,5 +1,5 @@
-// The road of sound: the real program on a real display, with a sound server of the test's own, and what becomes of it
-// when the server or a device goes away.
+// Sound in clips and recordings: the real program on a private display and a private sound server, also when the server
+// or a device disappears.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -39,7 +39,7 @@ struct SoundEndToEnd : testing::Test {
     std::unique_ptr<ProgramRun> Start(std::map<std::string, std::string> settings) {
         return std::make_unique<ProgramRun>(ProgramOptions{.display = display.Name(), .settings = std::move(settings)});
     }
-    /// Presses the key of recordings and answers the path that the program tells in the end.
+    /// Presses the key of recordings and returns the path in the final sentence.
     std::optional<fs::path> StopRecording(const ProgramRun& run) {
         const std::string beginning = "Recording saved: ";
         run.Press("ctrl+alt+r");
@@ -61,7 +61,7 @@ struct SoundEndToEnd : testing::Test {
     PrivateDisplay display;
 };
 
-/// The tones of the test: 1000 Hz left and 400 Hz right are played, 600 Hz is spoken.
+/// The tones: 1000 Hz left and 400 Hz right from the speakers, 600 Hz from the microphone.
 struct Tones {
     explicit Tones(const SoundServer& server)
         : music(server.PlayTone("speakers", 1000, 0.5F, 400, 0.25F, 120)),
@@ -73,14 +73,14 @@ struct Tones {
 enum class Played { No, Yes };
 enum class Spoken { No, Yes };
 
-/// The last two seconds but one hold the tones at their levels, and nothing else.
+/// Expects only the tones, at their levels, in the last two seconds but one.
 void ExpectTones(const fs::path& file, Played played, Spoken spoken) {
     const SoundTrack sound = ReadSound(file);
     EXPECT_EQ(sound.codec, "aac");
     EXPECT_EQ(sound.sampleRate, 48000);
     EXPECT_EQ(sound.channels, 2);
     const double end = sound.Seconds();
-    // The sound is written 100 ms behind the picture, and later still where the machine is slow.
+    // The sound is written at least 100 ms after the picture.
     EXPECT_NEAR(end, Probe(file).duration, 1);
     const std::vector<float> part = sound.Between(end - 2.5, end - 0.5);
     ASSERT_NEAR(static_cast<double>(part.size()), 192000, 4);
@@ -94,7 +94,7 @@ void ExpectTones(const fs::path& file, Played played, Spoken spoken) {
     EXPECT_LT(MedianLevel(part, 1, 1000), 0.01);
 }
 
-TEST_F(SoundEndToEnd, AClipAndARecordingFromTheReplayHoldWhatIsPlayedAndWhatIsSpoken) {
+TEST_F(SoundEndToEnd, AClipAndARecordingFromTheReplayContainSpeakersAndMicrophone) {
     SoundServer server(Microphone::Present);
     ASSERT_TRUE(server.Ready()) << server.Log();
     Tones tones(server);
@@ -113,7 +113,7 @@ TEST_F(SoundEndToEnd, AClipAndARecordingFromTheReplayHoldWhatIsPlayedAndWhatIsSp
     ExpectNothingLeft(*run);
 }
 
-TEST_F(SoundEndToEnd, ARecordingWithItsOwnCaptureHoldsWhatIsPlayedAndWhatIsSpoken) {
+TEST_F(SoundEndToEnd, ARecordingWithItsOwnCaptureContainsSpeakersAndMicrophone) {
     SoundServer server(Microphone::Present);
     ASSERT_TRUE(server.Ready()) << server.Log();
     Tones tones(server);
@@ -131,7 +131,7 @@ TEST_F(SoundEndToEnd, ARecordingWithItsOwnCaptureHoldsWhatIsPlayedAndWhatIsSpoke
     ExpectNothingLeft(*run);
 }
 
-TEST_F(SoundEndToEnd, OnlyTheSoundThatIsChosenIsInTheClip) {
+TEST_F(SoundEndToEnd, AClipContainsOnlyTheEnabledSources) {
     SoundServer server(Microphone::Present);
     ASSERT_TRUE(server.Ready()) << server.Log();
     Tones tones(server);
@@ -145,7 +145,7 @@ TEST_F(SoundEndToEnd, OnlyTheSoundThatIsChosenIsInTheClip) {
     }
 }
 
-TEST_F(SoundEndToEnd, WithNothingPlayingTheClipIsSilentAndWhole) {
+TEST_F(SoundEndToEnd, AClipWithoutSoundIsSilentAndComplete) {
     SoundServer server;
     ASSERT_TRUE(server.Ready()) << server.Log();
     auto run = Start({{"gameAudioEnabled", "1"}});
@@ -158,13 +158,13 @@ TEST_F(SoundEndToEnd, WithNothingPlayingTheClipIsSilentAndWhole) {
     ExpectNothingLeft(*run);
 }
 
-TEST_F(SoundEndToEnd, AnotherDefaultIsOfNoConcernToWhatRuns) {
+TEST_F(SoundEndToEnd, ARunningCaptureIgnoresANewDefaultDevice) {
     SoundServer server(Microphone::Present);
     ASSERT_TRUE(server.Ready()) << server.Log();
     auto run = Start({{"gameAudioEnabled", "1"}});
     ASSERT_TRUE(run->WaitForBuffer(1));
     server.ChooseSpeakers("mic_feed");
-    // Played only now, since a server may move to the new default what plays already.
+    // Played only now, because a server may move running streams to the new default.
     Tones tones(server);
     ASSERT_TRUE(run->WaitForBuffer(run->BufferedSeconds() + 5));
     const auto clip = SaveClip(*run);
@@ -174,7 +174,7 @@ TEST_F(SoundEndToEnd, AnotherDefaultIsOfNoConcernToWhatRuns) {
     ExpectNothingLeft(*run);
 }
 
-TEST_F(SoundEndToEnd, AMissingMicrophoneKeepsReplayAndRecordingFromStarting) {
+TEST_F(SoundEndToEnd, AMissingMicrophonePreventsReplayAndRecording) {
     SoundServer server(Microphone::Absent);
     ASSERT_TRUE(server.Ready()) << server.Log();
     auto run = Start({{"gameAudioEnabled", "1"}, {"micEnabled", "1"}});
@@ -187,7 +187,7 @@ TEST_F(SoundEndToEnd, AMissingMicrophoneKeepsReplayAndRecordingFromStarting) {
     ExpectNothingLeft(*run);
 }
 
-TEST_F(SoundEndToEnd, WithoutASoundServerTheReplaySaysSoAndDoesNotRun) {
+TEST_F(SoundEndToEnd, AMissingSoundServerIsReportedAndPreventsTheReplay) {
     const ScopedVariable nowhere("PULSE_SERVER", "unix:/nonexistent/zorvel/native");
     auto run = Start({{"gameAudioEnabled", "1"}});
     ASSERT_TRUE(run->WaitForActivity(withoutServer).has_value());
@@ -195,7 +195,7 @@ TEST_F(SoundEndToEnd, WithoutASoundServerTheReplaySaysSoAndDoesNotRun) {
     ExpectNothingLeft(*run);
 }
 
-// What a poll finds is shown and not written down, so these look at the engine.
+// The result of a poll is not logged, so these tests use the engine.
 
 struct SoundLoss : testing::Test {
     void SetUp() override { fake::ResetNumberedDesktop(); }
@@ -220,7 +220,7 @@ struct SoundLoss : testing::Test {
         ASSERT_TRUE(engine.StartReplay(true, 15)) << ToUtf8(engine.statusText);
         ASSERT_TRUE(Eventually([&] { return engine.BufferedSeconds() >= 2; }));
     }
-    /// Polls until something has changed, as the interface does twice a second; answers what it tells.
+    /// Polls until something has changed, as the interface does twice a second. Returns the sentence.
     std::string WhatThePollTells() {
         CapturePollResult result;
         Eventually([&] {
@@ -235,7 +235,8 @@ struct SoundLoss : testing::Test {
         EXPECT_EQ(engine.replay.audio, nullptr);
         EXPECT_EQ(engine.replay.video, nullptr);
     }
-    /// Those that write below the cache folder, and those that write a recording. The server's files are here as well.
+    /// The children that write below the cache folder or write a recording. The folder also contains the server's
+    /// files.
     std::vector<pid_t> Children() const {
         std::vector<pid_t> children = ProcessesWith(folder.Path().string() + "/ZVReelsMax");
         for (const pid_t recorder : ProcessesWith(folder.Path().string() + "/captures")) {
@@ -247,14 +248,14 @@ struct SoundLoss : testing::Test {
     fs::path WorkingFile() const { return folder.Path() / "captures" / "recording.mp4.partial.mp4"; }
 
     TemporaryFolder folder{"zorvel-loss"};
-    // The folder of the pipes is chosen once a process and has to outlive the first test.
+    // The process chooses the folder of the pipes once, so the folder has to outlive the first test.
     ScopedVariable runtime{"XDG_RUNTIME_DIR", fs::temp_directory_path().string()};
     ScopedVariable temporary{"TMPDIR", folder.Path().string()};
     ScopedVariable ffmpeg{"ZV_FFMPEG", ""};
     CaptureEngine engine;
 };
 
-TEST_F(SoundLoss, AServerThatIsKilledEndsTheReplayAndNotTheRecordingFromIt) {
+TEST_F(SoundLoss, AKilledServerEndsTheReplayButNotTheRecordingFromIt) {
     SoundServer server;
     ASSERT_TRUE(server.Ready()) << server.Log();
     StartReplay();
@@ -274,7 +275,7 @@ TEST_F(SoundLoss, AServerThatIsKilledEndsTheReplayAndNotTheRecordingFromIt) {
     EXPECT_FALSE(ReadSound(Output()).samples.empty());
 }
 
-TEST_F(SoundLoss, SpeakersThatAreTakenAwayEndTheReplay) {
+TEST_F(SoundLoss, RemovedSpeakersEndTheReplay) {
     SoundServer server;
     ASSERT_TRUE(server.Ready()) << server.Log();
     StartReplay();
@@ -283,12 +284,12 @@ TEST_F(SoundLoss, SpeakersThatAreTakenAwayEndTheReplay) {
     ExpectNoReplay();
     EXPECT_EQ(engine.state, EngineState::Ready);
     EXPECT_TRUE(Children().empty());
-    // Nothing starts it again by itself.
+    // The replay does not restart by itself.
     EXPECT_FALSE(PollCapture(engine).changed);
     ExpectNoReplay();
 }
 
-TEST_F(SoundLoss, AMicrophoneThatIsLostEndsTheReplay) {
+TEST_F(SoundLoss, ARemovedMicrophoneEndsTheReplay) {
     SoundServer server(Microphone::Present);
     ASSERT_TRUE(server.Ready()) << server.Log();
     StartReplay(true);
@@ -299,7 +300,7 @@ TEST_F(SoundLoss, AMicrophoneThatIsLostEndsTheReplay) {
     EXPECT_TRUE(Children().empty());
 }
 
-TEST_F(SoundLoss, EndsARecordingWithItsOwnCaptureWhichStaysAsAWorkingFileThatPlays) {
+TEST_F(SoundLoss, EndsARecordingWithItsOwnCaptureAndLeavesAPlayableFile) {
     SoundServer server;
     ASSERT_TRUE(server.Ready()) << server.Log();
     Configure();
@@ -312,13 +313,13 @@ TEST_F(SoundLoss, EndsARecordingWithItsOwnCaptureWhichStaysAsAWorkingFileThatPla
     EXPECT_TRUE(Children().empty());
     EXPECT_FALSE(fs::exists(Output()));
     EXPECT_GE(Probe(WorkingFile()).duration, 3);
-    // The recording is over: a next one begins, and says what it misses.
+    // The next recording starts and reports the missing server.
     EXPECT_FALSE(engine.StartRecording(FromPath(folder.Path() / "captures" / "next.mp4")));
     EXPECT_EQ(ToUtf8(engine.statusText), withoutServer);
     EXPECT_EQ(engine.state, EngineState::Failed);
 }
 
-TEST_F(SoundLoss, AMicrophoneThatIsMissingFailsTheRecordingAndLeavesNoFile) {
+TEST_F(SoundLoss, AMissingMicrophoneFailsTheRecordingAndLeavesNoFile) {
     SoundServer server(Microphone::Absent);
     ASSERT_TRUE(server.Ready()) << server.Log();
     Configure(true);

@@ -1,4 +1,4 @@
-// The transport stream before strict readers: FFmpeg, ffprobe and a separate analyser, none of which may complain.
+// FFmpeg, ffprobe and a separate analyser read the transport stream without a complaint.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -29,7 +29,7 @@ std::vector<std::vector<std::uint8_t>> AccessUnits(const std::string& stream) {
 }
 
 struct TransportEndToEnd : testing::TestWithParam<std::uint32_t> {
-    /// Seconds of a test picture as a stream of our own making.
+    /// Seconds of a test picture, muxed by the code under test.
     fs::path Mux(std::uint32_t fps, int seconds) {
         const std::string rate = std::to_string(fps);
         const fs::path elementary = folder.Path() / "video.h264";
@@ -91,7 +91,7 @@ TEST_P(TransportEndToEnd, FfprobeSeesEveryFrameAtItsTimeWithoutAWarning) {
     EXPECT_EQ(facts.keyFrames[1], GetParam());
 }
 
-TEST_P(TransportEndToEnd, ASeparateAnalyserFindsNothingWrong) {
+TEST_P(TransportEndToEnd, ASeparateAnalyserFindsNoError) {
     const fs::path stream = Mux(GetParam(), 3);
     // It writes a list of counters into its working folder.
     const std::string timing =

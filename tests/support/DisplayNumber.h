@@ -9,8 +9,8 @@
 
 namespace zv::support {
 
-/// A number that no other test process takes. Servers that look for a free one by themselves get in each other's way
-/// when two start at once or one is killed.
+/// A number that no other test process uses. Servers that search for a free number conflict when two start at once or
+/// one is killed.
 inline int FreshDisplayNumber() {
     static int count = 0;
     constexpr int first = 1000;
@@ -18,7 +18,7 @@ inline int FreshDisplayNumber() {
     return first + getpid() % span + span * (count++ % 2);
 }
 
-/// Removes what a killed server leaves; the numbers are as many as there are.
+/// Removes the files of a killed server.
 inline void ForgetDisplayNumber(int number) {
     std::error_code ignored;
     std::filesystem::remove("/tmp/.X" + std::to_string(number) + "-lock", ignored);

@@ -1,4 +1,4 @@
-// A clapper board: at known instants a white field flashes on the screen and a click sounds from the speakers.
+// A clapper board: flashes a white field on the screen and plays a click at known times.
 //
 //   flash_and_click [--count N] [--period SECONDS]
 //
@@ -106,12 +106,12 @@ bool OpenScreen(Screen& screen) {
     return true;
 }
 
-/// Waits until the server has carried out all that was asked.
+/// Waits until the server has executed all requests.
 void Synchronize(const Screen& screen) {
     std::free(xcb_get_input_focus_reply(screen.connection, xcb_get_input_focus(screen.connection), nullptr));
 }
 
-/// Composed aside and shown in one request, so that a grab never sees half of a number.
+/// Composed in a pixmap and copied with one request, so that a grab never sees half of a number.
 void PaintTime(const Screen& screen) {
     const xcb_rectangle_t box = RectangleOf(zv::support::FrameNumberBox(screen.width, screen.height));
     xcb_poly_fill_rectangle(screen.connection, screen.picture, screen.black, 1, &box);
@@ -166,7 +166,7 @@ bool OpenSpeaker(Speaker& speaker) {
     return true;
 }
 
-/// Notes when the stream's first frame is heard, as the server's timing has it now.
+/// Computes when the stream's first frame is played, by the server's current timing.
 void LookAtClock(Speaker& speaker) {
     pa_usec_t latency = 0;
     int negative = 0;
@@ -199,7 +199,7 @@ void FillStream(Speaker& speaker, std::int64_t instantUs) {
         return;
     }
     LookAtClock(speaker);
-    // The place of a click is settled shortly before it is written, and stays.
+    // The position of a click is fixed shortly before it is written.
     const std::int64_t place = speaker.origins.empty() ? -1 : FrameHeardAt(speaker, instantUs);
     if (speaker.clickAt < 0 && place >= 0 && place < speaker.written + sampleRate / 4) {
         speaker.clickAt = std::max(place, speaker.written);
@@ -218,7 +218,7 @@ struct Event {
     std::int64_t paintedUs = 0;  ///< 0: not yet
 };
 
-/// Lights the field at the instant and darkens it again; true when the event is over.
+/// Lights the field at its time and darkens it again. Returns true when the flash is over.
 bool Follow(const Screen& screen, Event& event) {
     const std::int64_t now = NowUs();
     if (event.paintedUs == 0 && now >= event.instantUs) {

@@ -1,6 +1,6 @@
 // A number painted into a picture so that it survives scaling and lossy encoding.
 //
-// A block of 8 columns and 6 rows stands near the upper left corner: a row of fixed marker cells, four rows of the
+// A block of 8 columns and 6 rows near the upper left corner: a row of fixed marker cells, four rows of the
 // number's 32 bits (highest first) and a row of check bits. A cell is black or white and a fortieth of the picture
 // wide and a twenty-fourth of it high. A picture in which two numbers are mixed reads as no number.
 #pragma once
@@ -25,7 +25,7 @@ struct Box {
     int bottom = 0;
 };
 
-/// The whole block with the margin around it, and the place of one cell, in a picture of that size.
+/// The bounds of the block with its margin, and of one cell, in a picture of that size.
 inline Box FrameNumberBox(int width, int height) { return {0, 0, width * 10 / 40, height * 8 / 24}; }
 inline Box FrameNumberCell(int index, int width, int height) {
     const int column = 1 + index % frameNumberColumns;
@@ -33,7 +33,7 @@ inline Box FrameNumberCell(int index, int width, int height) {
     return {width * column / 40, height * row / 24, width * (column + 1) / 40, height * (row + 1) / 24};
 }
 
-/// One bit a cell, true is white.
+/// One bit for each cell, true is white.
 inline std::array<bool, frameNumberCells> FrameNumberBits(std::uint32_t number) {
     std::array<std::uint8_t, frameNumberRows> rows{frameNumberMarker};
     std::uint8_t check = 0x5A;
@@ -82,7 +82,7 @@ inline int MeanOfCell(std::span<const std::uint8_t> luma, std::size_t stride, co
     return count == 0 ? 128 : sum / count;
 }
 
-/// The number of the picture that lies in `picture` of a frame with `stride` bytes of luma a row, or nothing.
+/// The number in the part `picture` of a frame with `stride` bytes of luma in each row. Empty if unreadable.
 inline std::optional<std::uint32_t> ReadFrameNumber(std::span<const std::uint8_t> luma, std::size_t stride,
                                                     const Box& picture) {
     const int width = picture.right - picture.left;
@@ -107,7 +107,7 @@ inline std::optional<std::uint32_t> ReadFrameNumber(std::span<const std::uint8_t
     return bits == FrameNumberBits(number) ? std::optional(number) : std::nullopt;
 }
 
-/// The same where the picture fills a frame without padding.
+/// The same for a picture that fills a frame without padding.
 inline std::optional<std::uint32_t> ReadFrameNumber(std::span<const std::uint8_t> luma, int width, int height) {
     return ReadFrameNumber(luma, static_cast<std::size_t>(width), Box{0, 0, width, height});
 }

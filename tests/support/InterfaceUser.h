@@ -1,5 +1,5 @@
-// The user in front of the program's windows: finds them by their classes, points at places of their design, and reads
-// what the screen shows, its words included.
+// Simulates the user of the program's windows: finds them by class, clicks at design coordinates, and reads pixels and
+// words from the screen.
 #pragma once
 
 #include <X11/keysym.h>
@@ -46,7 +46,7 @@ struct Picture {
     }
 };
 
-/// A line of the interface, as a page draws it.
+/// A line of text as a page draws it.
 struct Words {
     Rectangle box;  ///< in design pixels
     Text text;
@@ -54,7 +54,7 @@ struct Words {
     Color background = color::windowBackground;
     FontRole font = FontRole::Small;
     TextLayout layout = TextLayout::Line;
-    Rectangle look = {};  ///< what of the box is looked at; empty: all of it
+    Rectangle look = {};  ///< the part of the box to compare; empty: all of it
 };
 
 class InterfaceUser : public OtherClient {
@@ -65,14 +65,14 @@ public:
         }
     }
 
-    /// The program's window of that class, under a window manager's frame or not. 0 when there is none.
+    /// The program's window of that class, with or without a window manager's frame. 0 if there is none.
     xcb_window_t WindowOf(const std::string& name) const { return FindBelow(Root(), "_ZORVEL_WINDOW_CLASS", name); }
     bool IsViewable(xcb_window_t window) const {
         const Reply<xcb_get_window_attributes_reply_t> reply(
             xcb_get_window_attributes_reply(Get(), xcb_get_window_attributes(Get(), window), nullptr));
         return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
     }
-    /// Whether it is on the screen.
+    /// Returns true if the window is visible.
     bool Shows(const std::string& name) const {
         const xcb_window_t window = WindowOf(name);
         return window != XCB_WINDOW_NONE && IsViewable(window);
@@ -83,14 +83,14 @@ public:
     bool WaitHidden(const std::string& name) const {
         return Eventually([&] { return !Shows(name); });
     }
-    /// In coordinates of the screen, whatever window holds it.
+    /// The bounds in screen coordinates.
     Rectangle OnScreen(xcb_window_t window) const {
         const Rectangle own = BoundsOf(window);
         const Reply<xcb_translate_coordinates_reply_t> at(
             xcb_translate_coordinates_reply(Get(), xcb_translate_coordinates(Get(), window, Root(), 0, 0), nullptr));
         return at ? Rectangle{at->dst_x, at->dst_y, at->dst_x + own.Width(), at->dst_y + own.Height()} : Rectangle{};
     }
-    /// The client area, in coordinates of the screen.
+    /// The client area in screen coordinates.
     Rectangle Client(const std::string& name) const { return OnScreen(WindowOf(name)); }
     /// Device pixels of a design pixel.
     double Scale(const std::string& name) const {
@@ -105,18 +105,18 @@ public:
         }
         return state.scale;
     }
-    /// Where a place of the design lies on the screen.
-    Point PointF(const std::string& name, int x, int y) const {
+    /// Converts a design point to screen coordinates.
+    Point ScreenPointOf(const std::string& name, int x, int y) const {
         const Rectangle client = Client(name);
         const double scale = Scale(name);
         return {client.left + static_cast<int>(x * scale), client.top + static_cast<int>(y * scale)};
     }
     void Click(const std::string& name, int x, int y, std::uint8_t button = 1) const {
-        const Point at = PointF(name, x, y);
+        const Point at = ScreenPointOf(name, x, y);
         ClickAt(at.x, at.y, button);
     }
     std::uint32_t ColorOf(const std::string& name, int x, int y) const {
-        const Point at = PointF(name, x, y);
+        const Point at = ScreenPointOf(name, x, y);
         return PixelAt(at.x, at.y);
     }
     bool WaitColor(const std::string& name, int x, int y, Color color) const {
@@ -126,7 +126,7 @@ public:
     Picture Grab(const Rectangle& area) const {
         Picture picture{area.Width(), area.Height(), {}};
         picture.pixels.resize(static_cast<std::size_t>(picture.width * picture.height));
-        constexpr int rows = 64;  // a reply has a limit
+        constexpr int rows = 64;  // the size of a reply is limited
         for (int top = 0; top < picture.height; top += rows) {
             const int count = std::min(rows, picture.height - top);
             const Reply<xcb_get_image_reply_t> image(xcb_get_image_reply(
@@ -148,7 +148,7 @@ public:
     }
     Picture Grab(const std::string& name) const { return Grab(Client(name)); }
 
-    /// Whether the window says so, letter for letter: the same words are drawn beside it and compared.
+    /// Returns true if the window shows these words. Draws them into a canvas and compares all pixels.
     bool Says(const std::string& name, const Words& words) const { return SaysAt(Client(name), Scale(name), words); }
     bool SaysAt(const Rectangle& client, double scale, const Words& words) const {
         const Owned<Canvas> canvas = MakeCanvas(std::max(client.Width(), 1), std::max(client.Height(), 1));
@@ -172,14 +172,14 @@ public:
                 }
             }
         }
-        return any;  // an empty box says nothing
+        return any;  // an empty box has no words
     }
     bool WaitSays(const std::string& name, const Words& words) const {
         return Eventually([&] { return Says(name, words); });
     }
 
     void TapKey(xcb_keysym_t symbol) const { Tap(CodeOf(symbol)); }
-    /// With the modifiers held.
+    /// Holds the modifiers.
     void TapKey(std::vector<xcb_keysym_t> modifiers, xcb_keysym_t symbol) const {
         for (const xcb_keysym_t modifier : modifiers) {
             Press(CodeOf(modifier));
@@ -189,14 +189,14 @@ public:
             Release(CodeOf(modifier));
         }
     }
-    /// The shortcut as it is delivered.
+    /// The default shortcut.
     void PressOverlayKey() const { TapKey({XK_Alt_L}, XK_x); }
     bool OpenOverlay() const {
         if (Shows(overlayName)) {
             return true;
         }
         PressOverlayKey();
-        // The header is there when it has been painted.
+        // The header is black once the overlay is painted.
         return WaitShown(overlayName) && WaitColor(overlayName, 500, 45, color::black);
     }
     bool CloseOverlay() const {
@@ -206,9 +206,9 @@ public:
         return WaitHidden(overlayName);
     }
 
-    int dpi = 96;  ///< what the display says
+    int dpi = 96;  ///< of the display
 
-    /// The window whose property has that value, a few frames deep. 0 when there is none.
+    /// The window whose property has that value, up to `depth` levels below `parent`. 0 if there is none.
     xcb_window_t FindBelow(xcb_window_t parent, const std::string& property, const std::string& value,
                            int depth = 5) const {
         const std::vector<xcb_window_t> children = ChildrenOf(parent);
@@ -243,14 +243,14 @@ inline bool WaitSetting(const ProgramRun& run, const std::string& key, const std
     return Eventually([&] { return SettingOf(run, key) == value; });
 }
 
-/// What a run has captured so far, working files included.
+/// The files that a run has captured, including working files.
 inline std::vector<std::filesystem::path> CapturesOf(const ProgramRun& run, const std::string& extension) {
     std::vector<std::filesystem::path> files = FilesBelow(run.CaptureRoot());
     std::erase_if(files, [&](const std::filesystem::path& file) { return file.extension() != extension; });
     return files;
 }
 
-/// Waits until the recording that runs holds some seconds, at a test's 8 Mbit/s.
+/// Waits until the running recording has some seconds, at 8 Mbit/s.
 inline bool WaitRecorded(const ProgramRun& run) {
     constexpr std::uintmax_t bytes = 2'500'000;
     return Eventually([&] {
@@ -263,7 +263,7 @@ inline bool WaitRecorded(const ProgramRun& run) {
     });
 }
 
-/// How many pixels of a saved picture are of another colour, or nothing when it is not of that size.
+/// The number of pixels of a saved picture that have another colour. Empty if the picture has another size.
 inline std::optional<std::size_t> PixelsUnlike(const std::filesystem::path& picture, const Point& size,
                                                std::uint32_t color) {
     const std::string rgb =

@@ -3,7 +3,7 @@
 //   moving_desktop [--fps N] [--motion small|full] [--width N] [--height N] [--duration SECONDS]
 //
 // Each picture is composed in a pixmap and reaches the window in one request, so that a grab never sees half of it.
-// Runs until it is killed, the time is up or the server goes away. Prints a line once the window is up.
+// Runs until it is killed, the time is over or the server dies. Prints a line when the window is visible.
 #include <time.h>
 #include <xcb/xcb.h>
 
@@ -149,7 +149,7 @@ void PaintNumber(const Painter& painter, std::uint32_t number) {
     Fill(painter, painter.picture, painter.white, cells);
 }
 
-/// A piece of the texture below the number slides; the rest of the window stays as it is.
+/// Moves a part of the texture below the number. The rest of the window does not change.
 void PaintSmallMotion(const Painter& painter, std::uint32_t number) {
     const zv::support::Box box = zv::support::FrameNumberBox(painter.width, painter.height);
     const int strip = painter.height / 12;
@@ -173,7 +173,7 @@ void PaintFullMotion(const Painter& painter, std::uint32_t number) {
                   painter.height);
 }
 
-/// Throws away what the server sent; false when it is gone.
+/// Discards the events of the server. Returns false if the server is dead.
 bool Drain(const Painter& painter) {
     while (xcb_generic_event_t* event = xcb_poll_for_event(painter.connection)) {
         std::free(event);

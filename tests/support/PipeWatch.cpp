@@ -27,7 +27,7 @@ double NowSeconds() {
 PipeWatch::PipeWatch(fs::path runtimeFolder) : runtime_(std::move(runtimeFolder)), thread_([this] { Run(); }) {}
 
 PipeWatch::~PipeWatch() {
-    over_ = true;
+    ending_ = true;
     thread_.join();
 }
 
@@ -42,9 +42,9 @@ std::optional<double> PipeWatch::Opened(const std::string& stem) const {
     return newest;
 }
 
-/// An inotify of the folder's openings, or -1 when the watch ended before there was one.
+/// Returns an inotify descriptor for openings in the folder, or -1 if the watch ended first.
 int PipeWatch::WaitForFolder() const {
-    while (!over_) {
+    while (!ending_) {
         std::error_code ignored;
         for (const auto& entry : fs::directory_iterator(runtime_, ignored)) {
             if (entry.path().filename().string().starts_with("zorvel-")) {
@@ -58,14 +58,14 @@ int PipeWatch::WaitForFolder() const {
     return -1;
 }
 
-void PipeWatch::Note(const std::string& name) {
+void PipeWatch::RecordOpening(const std::string& name) {
     const std::lock_guard lock(mutex_);
-    opened_.emplace(name, NowSeconds());  // the first opening counts
+    opened_.emplace(name, NowSeconds());  // keeps the first opening
 }
 
 void PipeWatch::Run() {
     const int watch = WaitForFolder();
-    while (watch >= 0 && !over_) {
+    while (watch >= 0 && !ending_) {
         pollfd entry{watch, POLLIN, 0};
         poll(&entry, 1, 50);
         alignas(inotify_event) std::array<char, 4096> buffer;
@@ -73,7 +73,7 @@ void PipeWatch::Run() {
         for (ssize_t at = 0; at < count;) {
             const auto* event = reinterpret_cast<const inotify_event*>(buffer.data() + at);
             if (event->len > 0) {
-                Note(event->name);
+                RecordOpening(event->name);
             }
             at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
         }

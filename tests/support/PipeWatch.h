@@ -1,4 +1,4 @@
-// Notes when the readers of a program's pipes come. Linux only.
+// Records when the pipes of a program are opened for reading. Linux only.
 #pragma once
 
 #include <atomic>
@@ -11,7 +11,7 @@
 
 namespace zv::support {
 
-/// Watches the folder of the pipes below a runtime folder from the moment that it appears.
+/// Watches the folder of the pipes below a runtime folder from its creation.
 class PipeWatch {
 public:
     explicit PipeWatch(std::filesystem::path runtimeFolder);
@@ -19,18 +19,18 @@ public:
     PipeWatch(const PipeWatch&) = delete;
     PipeWatch& operator=(const PipeWatch&) = delete;
 
-    /// When the newest pipe whose name begins so was opened first, in seconds of CLOCK_MONOTONIC.
+    /// The time of the first opening of the newest pipe with that prefix, in seconds of CLOCK_MONOTONIC.
     std::optional<double> Opened(const std::string& stem) const;
 
 private:
     void Run();
     int WaitForFolder() const;
-    void Note(const std::string& name);
+    void RecordOpening(const std::string& name);
 
     std::filesystem::path runtime_;
     mutable std::mutex mutex_;
     std::map<std::string, double> opened_;  ///< by the pipe's name, under mutex_
-    std::atomic<bool> over_{false};
+    std::atomic<bool> ending_{false};
     std::thread thread_;
 };
 

@@ -1,4 +1,4 @@
-// The other process of the platform's tests: does one thing that its first argument names.
+// The child process of the platform tests. The first argument selects what it does:
 //
 //   arguments A...         prints every argument in brackets, one a line
 //   outputs                writes to the standard output and to the standard error
@@ -6,7 +6,7 @@
 //   tick FILE              writes its process id and a line feed into FILE, then a dot every few milliseconds
 //   variable NAME          prints the value of a variable
 //   quit                   reads its input up to "q" (exit code 7) or its end (exit code 8)
-//   spawn FILE LOG HOW     starts "tick FILE" as its own child, then HOW: "vanish" ends without any tidying, "wait"
+//   spawn FILE LOG HOW     starts "tick FILE" as its own child, then HOW: "vanish" exits without cleaning up, "wait"
 //   pipe                   makes a byte pipe that nobody reads, prints its name and stalls
 //   read PIPE COUNT THEN   reads COUNT bytes, or all, prints how many and their sum; THEN: "exit" or "stall"
 #include <algorithm>

@@ -18,13 +18,13 @@ inline Text PlatformChildPath() {
     return std::filesystem::exists(ToPath(plain)) ? plain : plain + u".exe";
 }
 
-/// `arguments` as they stand behind the executable's quoted name.
+/// `arguments` follow the quoted name of the executable.
 inline ChildOptions PlatformChild(const Text& arguments, const std::filesystem::path& log) {
     const Text path = PlatformChildPath();
     return {path, u"\"" + path + u"\" " + arguments, FromPath(log)};
 }
 
-/// What a file holds, with the line ends of this program.
+/// The content of a file with "\n" as line end.
 inline std::string ContentOf(const std::filesystem::path& path) {
     std::string content = ReadSharedFile(FromPath(path), 0x1000000);
     std::erase(content, '\r');

@@ -9,7 +9,7 @@
 
 namespace zv::support {
 
-/// Noise, so that every part is different and does not compress. 0x00RRGGBB.
+/// Noise that does not compress, different in every part. 0x00RRGGBB.
 constexpr std::uint32_t ColorAt(int x, int y) {
     std::uint32_t mixed = static_cast<std::uint32_t>(x) * 0x9E3779B1U + static_cast<std::uint32_t>(y) * 0x85EBCA77U;
     mixed = (mixed ^ mixed >> 15U) * 0x2C1B3C6DU;

@@ -1,5 +1,5 @@
-// A sound server of a test's own: a null sink "speakers" as the default output and, when asked for, a microphone
-// "mic" that hears what is played into the sink "mic_feed". This process and its children talk to it alone.
+// A private sound server: a null sink "speakers" as the default output and, optionally, a microphone "mic" that records
+// the sink "mic_feed". This process and its children use only this server.
 #pragma once
 
 #include <algorithm>
@@ -49,12 +49,12 @@ public:
 
     bool Ready() const { return ready_; }
     Spawned& Server() { return server_; }
-    /// Takes a device away: its module is unloaded, and nobody is moved to it again.
+    /// Removes a device by unloading its module.
     void Remove(const std::string& module) const { OutputOf({"pactl", "unload-module", module}); }
     void ChooseSpeakers(const std::string& sink) const { OutputOf({"pactl", "set-default-sink", sink}); }
     std::string Log() const { return ReadBytes(folder_.Path() / "server.log"); }
 
-    /// Plays a sine of its own on each side into a sink for up to `seconds`.
+    /// Plays one sine on each side into a sink for up to `seconds`.
     Spawned PlayTone(const std::string& sink, double leftHz, float leftLevel, double rightHz, float rightLevel,
                      int seconds = 30) const {
         std::vector<float> samples;
@@ -77,7 +77,7 @@ private:
     bool ready_ = false;
 };
 
-/// The level of one frequency in one side of interleaved stereo at 48 kHz: the amplitude of its sine.
+/// The amplitude of one frequency in one side of interleaved stereo at 48 kHz.
 inline double LevelOf(const std::vector<float>& stereo, std::size_t side, double hz) {
     double real = 0;
     double imaginary = 0;
@@ -90,7 +90,7 @@ inline double LevelOf(const std::vector<float>& stereo, std::size_t side, double
     return 2 * std::hypot(real, imaginary) / static_cast<double>(frames);
 }
 
-/// The median of the levels of all tenths of a second: a click between them does no harm.
+/// The median of the levels of all tenths of a second, which a single click does not change.
 inline double MedianLevel(const std::vector<float>& stereo, std::size_t side, double hz) {
     std::vector<double> levels;
     for (std::size_t at = 0; at + 9600 <= stereo.size(); at += 9600) {

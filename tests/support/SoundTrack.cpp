@@ -29,7 +29,7 @@ SoundTrack ReadSound(const std::filesystem::path& file) {
     }
     track.sampleRate = std::atoi(rate.c_str());
     track.channels = std::atoi(channels.c_str());
-    // The stamps stay as they are in the file, and what lies between time 0 and the first sample becomes silence.
+    // Keeps the times of the file and fills the time before the first sample with silence.
     const std::string bytes =
         OutputOf({"ffmpeg", "-v", "error", "-copyts", "-i", file.string(), "-map", "0:a:0", "-af",
                   "aresample=async=1:first_pts=0", "-ar", "48000", "-ac", "2", "-f", "f32le", "-"});

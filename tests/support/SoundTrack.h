@@ -1,4 +1,4 @@
-// The sound of a finished file as samples, placed on the file's own timeline. Linux only.
+// The sound of a finished file as samples on the file's timeline. Linux only.
 #pragma once
 
 #include <cstddef>
@@ -15,7 +15,7 @@ struct SoundTrack {
     std::vector<float> samples;  ///< stereo at 48 kHz; the first one belongs to the file's time 0
 
     double Seconds() const { return static_cast<double>(samples.size()) / 2 / 48000; }
-    /// What lies between two times, cut to what there is.
+    /// The samples between two times, clamped to the track.
     std::vector<float> Between(double from, double to) const;
 };
 

@@ -1,4 +1,4 @@
-// A fresh folder of a test's own, removed with all that is in it.
+// A temporary folder of a test, removed with its content.
 #pragma once
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// The user at the notification area: a real one, the program's icon in it, and the icon's menu.
+// Simulates the user of a real notification area: the program's icon and its menu.
 #pragma once
 
 #include <algorithm>
@@ -23,18 +23,18 @@ public:
                                 "--SetDockType", "false"},
                                folder_.Path());
     }
-    /// As a crash would end it, without waiting for what comes of it.
+    /// Kills the notification area, as a crash would.
     void KillTray() {
         tray_.Send(SIGKILL);
         tray_.WaitExit();
     }
 
-    /// The icon in the notification area, by its tip.
+    /// The bounds of the icon, found by its tooltip.
     std::optional<Rectangle> Icon() const {
         const xcb_window_t icon = user_.FindBelow(user_.Root(), "_NET_WM_NAME", "ZV Reels Max");
         return icon != XCB_WINDOW_NONE && user_.IsViewable(icon) ? std::optional(user_.OnScreen(icon)) : std::nullopt;
     }
-    /// Until the area has given it a size.
+    /// Waits until the notification area has given the icon a size.
     bool WaitIcon() {
         return Eventually([&] { return (icon_ = Icon()).has_value() && icon_->Width() > 8; });
     }
@@ -50,13 +50,13 @@ public:
         ClickIcon(button);
         return Eventually([&] { return (menu_ = MenuBeside(before)) != XCB_WINDOW_NONE; });
     }
-    /// The menu on the screen, which is none of the windows that were there before. 0 when there is none.
+    /// The visible menu, which is not one of the windows in `before`. 0 if there is none.
     xcb_window_t MenuBeside(const std::vector<xcb_window_t>& before) const {
         for (const xcb_window_t top : user_.TopLevels()) {
             const bool fresh = std::find(before.begin(), before.end(), top) == before.end();
-            const Rectangle place = user_.BoundsOf(top);
+            const Rectangle bounds = user_.BoundsOf(top);
             if (fresh && user_.IsViewable(top) &&
-                user_.PixelAt(place.right - 3, place.top + 3) == ScreenColor(menuColor)) {
+                user_.PixelAt(bounds.right - 3, bounds.top + 3) == ScreenColor(menuColor)) {
                 return top;
             }
         }

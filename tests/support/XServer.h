@@ -38,7 +38,7 @@ public:
 
     int Number() const { return number_; }
 
-    /// Ends it as a crash would.
+    /// Kills the server, as a crash would.
     void Kill() {
         TerminateJob(*server_.job);
         WaitForExit(*server_.process, 60000);

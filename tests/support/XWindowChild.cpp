@@ -1,5 +1,5 @@
-// Another program's window, for the tests that ask what is in front: makes one, lets it have the input, prints its
-// number and its process id, and stays. With "claim N" the window's properties say that its process is N.
+// Another program's window, for the tests of the front window. Creates the window, prints its id and its process id,
+// and keeps running. With "claim N" the window's property contains the process id N.
 #include <unistd.h>
 #include <xcb/xcb.h>
 
