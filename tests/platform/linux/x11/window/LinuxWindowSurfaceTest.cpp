@@ -358,7 +358,7 @@ TEST_F(LinuxWindowSurface, AWindowThatKeepsRaisingItselfStaysInFront) {
             }
             return false;
         },
-        0.7);
+        std::chrono::milliseconds(700));
     EXPECT_GE(raises, 1);
     EXPECT_LE(raises, 30) << "some eight a second; a hundred without a bound";
 }
