@@ -1,15 +1,18 @@
 // A desktop that moves: a full-screen window which shows a new number and a moving pattern at a given rate.
 //
-//   moving_desktop [--fps N] [--motion small|full] [--width N] [--height N] [--duration SECONDS]
+//   moving_desktop [--fps N] [--motion small|full] [--width N] [--height N] [--duration SECONDS] [--count FILE]
 //
 // Each picture is composed in a pixmap and reaches the window in one request, so that a grab never sees half of it.
-// Runs until it is killed, the time is over or the server dies. Prints a line when the window is visible.
+// Waits for the server after each picture. A picture that is late delays those that follow, so that the rate is never
+// exceeded. Runs until it is killed, the time is over or the server dies. Prints a line when the window is visible.
+// FILE always contains the number of pictures that the server has painted.
 #include <time.h>
 #include <xcb/xcb.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,6 +26,7 @@ struct Options {
     int width = 0;  ///< 0: the whole screen
     int height = 0;
     int durationSeconds = 0;  ///< 0: until killed
+    const char* countFile = nullptr;
 };
 
 struct Painter {
@@ -39,14 +43,20 @@ struct Painter {
 };
 
 bool Usage() {
-    std::fputs("moving_desktop [--fps N] [--motion small|full] [--width N] [--height N] [--duration SECONDS]\n",
-               stderr);
+    std::fputs(
+        "moving_desktop [--fps N] [--motion small|full] [--width N] [--height N] [--duration SECONDS] [--count FILE]\n",
+        stderr);
     return false;
 }
 
 bool ReadNumber(const char* text, int least, int& value) {
     value = std::atoi(text);
     return value >= least;
+}
+
+bool ReadFile(const char* text, const char*& file) {
+    file = text;
+    return *text != '\0';
 }
 
 bool ReadOptions(int count, char** arguments, Options& options) {
@@ -57,6 +67,7 @@ bool ReadOptions(int count, char** arguments, Options& options) {
                                 (name == "--width" && ReadNumber(value, 1, options.width)) ||
                                 (name == "--height" && ReadNumber(value, 1, options.height)) ||
                                 (name == "--duration" && ReadNumber(value, 0, options.durationSeconds)) ||
+                                (name == "--count" && ReadFile(value, options.countFile)) ||
                                 (name == "--motion" && (value == std::string("small") || value == std::string("full")));
         if (!understood) {
             return Usage();
@@ -173,8 +184,9 @@ void PaintFullMotion(const Painter& painter, std::uint32_t number) {
                   painter.height);
 }
 
-/// Discards the events of the server. Returns false if the server is dead.
-bool Drain(const Painter& painter) {
+/// Waits until the server has painted and discards its events. Returns false if the connection is lost.
+bool Synchronize(const Painter& painter) {
+    std::free(xcb_get_input_focus_reply(painter.connection, xcb_get_input_focus(painter.connection), nullptr));
     while (xcb_generic_event_t* event = xcb_poll_for_event(painter.connection)) {
         std::free(event);
     }
@@ -186,25 +198,44 @@ timespec After(timespec time, std::int64_t nanoseconds) {
     return {time.tv_sec + sum / 1'000'000'000, sum % 1'000'000'000};
 }
 
+bool IsBefore(const timespec& a, const timespec& b) {
+    return a.tv_sec != b.tv_sec ? a.tv_sec < b.tv_sec : a.tv_nsec < b.tv_nsec;
+}
+
+timespec Now() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now;
+}
+
 void Run(const Painter& painter, const Options& options) {
-    timespec start{};
-    clock_gettime(CLOCK_MONOTONIC, &start);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> countFile(
+        options.countFile != nullptr ? std::fopen(options.countFile, "w") : nullptr, &std::fclose);
+    timespec next = Now();
     for (std::uint32_t number = 0;; ++number) {
         if (options.durationSeconds > 0 &&
             number >= static_cast<std::uint32_t>(options.durationSeconds) * static_cast<std::uint32_t>(options.fps)) {
             return;
         }
         options.fullMotion ? PaintFullMotion(painter, number) : PaintSmallMotion(painter, number);
-        xcb_flush(painter.connection);
+        if (!Synchronize(painter)) {
+            return;
+        }
         if (number == 0) {
             std::printf("painting %dx%d, %d a second\n", painter.width, painter.height, options.fps);
             std::fflush(stdout);
         }
-        const timespec next = After(start, (std::int64_t{number} + 1) * 1'000'000'000 / options.fps);
-        clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &next, nullptr);
-        if (!Drain(painter)) {
-            return;
+        if (countFile) {
+            std::rewind(countFile.get());
+            std::fprintf(countFile.get(), "%u\n", number + 1);
+            std::fflush(countFile.get());
         }
+        next = After(next, 1'000'000'000 / options.fps);
+        const timespec now = Now();
+        if (IsBefore(next, now)) {
+            next = now;
+        }
+        clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &next, nullptr);
     }
 }
 
