@@ -1,6 +1,6 @@
-// What 10 ms of sound costs: converting and filing one packet, against FFmpeg's resampler with linear interpolation on
-// the same samples, and mixing one block of two sources. Copies of the bytes stand beside them for scale. The checksum
-// guards against measuring nothing.
+// The cost of 10 ms of sound: converting and storing one packet, against FFmpeg's resampler with linear interpolation
+// on the same samples, and mixing one block of two sources. Plain copies of the bytes are the scale. Each row ends with
+// a checksum of its output.
 #include <benchmark/benchmark.h>
 
 extern "C" {
@@ -34,7 +34,7 @@ std::vector<std::byte> Packet(const zv::SourceFormat& format, std::uint32_t fram
     return bytes;
 }
 
-void ConvertAndFile(benchmark::State& state, zv::SourceFormat format) {
+void ConvertAndStore(benchmark::State& state, zv::SourceFormat format) {
     format.blockAlign = format.bitsPerSample / 8 * format.channels;
     const std::uint32_t frames = format.sampleRate / 100;
     const auto bytes = Packet(format, frames);
@@ -67,7 +67,7 @@ void Resample(benchmark::State& state, zv::SourceFormat format) {
     av_opt_set_int(resampler, "filter_size", 2, 0);
     av_opt_set_int(resampler, "linear_interp", 1, 0);
     if (swr_init(resampler) < 0) {
-        state.SkipWithError("the resampler does not take this format");
+        state.SkipWithError("the resampler does not support this format");
     }
     std::vector<float> output(2 * 1024);
     auto* out = reinterpret_cast<std::uint8_t*>(output.data());
@@ -118,13 +118,13 @@ constexpr zv::SourceFormat monoInteger16{48000, 1, 16, 0, false};
 constexpr zv::SourceFormat surroundFloat48{48000, 8, 32, 0, true};
 
 BENCHMARK_CAPTURE(CopyBytes, BytesOfAPacket, 3840);
-BENCHMARK_CAPTURE(ConvertAndFile, StereoFloat48000, stereoFloat48);
-BENCHMARK_CAPTURE(ConvertAndFile, StereoFloat44100, stereoFloat44);
+BENCHMARK_CAPTURE(ConvertAndStore, StereoFloat48000, stereoFloat48);
+BENCHMARK_CAPTURE(ConvertAndStore, StereoFloat44100, stereoFloat44);
 BENCHMARK_CAPTURE(Resample, StereoFloat44100, stereoFloat44);
-BENCHMARK_CAPTURE(ConvertAndFile, SurroundFloat48000, surroundFloat48);
+BENCHMARK_CAPTURE(ConvertAndStore, SurroundFloat48000, surroundFloat48);
 BENCHMARK_CAPTURE(Resample, SurroundFloat48000, surroundFloat48);
-BENCHMARK_CAPTURE(ConvertAndFile, SurroundInteger24At48000, surroundInteger24);
-BENCHMARK_CAPTURE(ConvertAndFile, MonoInteger16At48000, monoInteger16);
+BENCHMARK_CAPTURE(ConvertAndStore, SurroundInteger24At48000, surroundInteger24);
+BENCHMARK_CAPTURE(ConvertAndStore, MonoInteger16At48000, monoInteger16);
 BENCHMARK_CAPTURE(CopyBytes, BytesOfTwoRingBlocks, 2 * 480 * 16);
 BENCHMARK(MixBlock);
 

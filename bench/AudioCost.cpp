@@ -1,9 +1,8 @@
-// What the sound of a capture costs: the audio worker with the default speakers and the default microphone, read as
+// The cost of the sound of a capture: the audio worker with the default speakers and the default microphone, read as
 // the encoder reads it. Prints the share of a core that its thread used, with the sum of the samples' squares as a
-// checksum of the work, and beside it what a thread uses on this machine that only waits as the worker does, for 10 ms
-// at a time.
+// checksum of the work. The peer is a thread that only waits, like the worker for 10 ms at a time.
 //
-//   AudioCost [SECONDS]     (10 unless told; needs a sound server with a microphone)
+//   AudioCost [SECONDS]     (10 by default; needs a sound server with a microphone)
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -31,15 +30,15 @@ std::set<std::string> Threads() {
     return threads;
 }
 
-/// Nanoseconds on a core, which is the first figure of schedstat.
+/// The first figure of schedstat: nanoseconds on a core.
 double SecondsOnCore(const std::string& thread) {
     double nanoseconds = 0;
     std::ifstream(thread + "/schedstat") >> nanoseconds;
     return nanoseconds / 1e9;
 }
 
-/// The share of a core that nothing but the worker's waits takes, in percent.
-double WaitsAlone(double seconds) {
+/// The share of a core that the waits alone use, in percent.
+double ShareOfWaits(double seconds) {
     const zv::Owned<zv::Event> never = zv::MakeEvent();
     const double used = SecondsOnCore("/proc/thread-self");
     const auto begin = std::chrono::steady_clock::now();
@@ -51,7 +50,7 @@ double WaitsAlone(double seconds) {
     return (SecondsOnCore("/proc/thread-self") - used) / passed * 100;
 }
 
-/// Reads for so long; the sum of the squares of what came.
+/// Reads for `seconds` and returns the sum of the squares of the samples.
 double ReadFor(int pipe, double seconds) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
     double sum = 0;
@@ -87,7 +86,7 @@ int main(int argumentCount, char** arguments) {
     if (pipe < 0 || worker.empty()) {
         return 1;
     }
-    ReadFor(pipe, 3);  // the server settles
+    ReadFor(pipe, 3);  // until the server is steady
     const double used = SecondsOnCore(worker);
     const auto begin = std::chrono::steady_clock::now();
     const double sum = ReadFor(pipe, seconds);
@@ -96,6 +95,6 @@ int main(int argumentCount, char** arguments) {
                 (SecondsOnCore(worker) - used) / passed * 100, passed, sum);
     capture.Stop();
     close(pipe);
-    std::printf("the waits alone: %.2f %%\n", WaitsAlone(seconds));
+    std::printf("the waits alone: %.2f %%\n", ShareOfWaits(seconds));
     return 0;
 }

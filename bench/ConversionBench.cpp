@@ -1,5 +1,5 @@
-// What the conversion costs beside a plain copy of the picture's own bytes and beside a general-purpose scaler, on the
-// same pixels. The figures are good as ratios only. Each row ends with a checksum of what it made.
+// The cost of the colour conversion, beside a plain copy of the picture's bytes and a general-purpose scaler on the
+// same pixels. Only the ratios mean something. Each row ends with a checksum of its output.
 #include <benchmark/benchmark.h>
 extern "C" {
 #include <libswscale/swscale.h>
@@ -18,9 +18,9 @@ namespace {
 constexpr std::uint32_t outWidth = 1920;
 constexpr std::uint32_t outHeight = 1080;
 
-/// A desktop of noise in blocks, and what converts it.
-struct Road {
-    explicit Road(std::uint32_t width, std::uint32_t height) {
+/// A desktop of noise, the output frame and the scaler between them.
+struct Conversion {
+    explicit Conversion(std::uint32_t width, std::uint32_t height) {
         MakeCaptureSurface(device, width, height, source);
         MakeNv12Surface(device, outWidth, outHeight, target);
         OpenVideoProcessing(device, processing);
@@ -55,16 +55,16 @@ double Checksum(const std::uint8_t* bytes, std::size_t size) {
     return static_cast<double>(b << 16U | a);
 }
 
-void NameSum(benchmark::State& state, const Surface& surface) {
+void ReportChecksum(benchmark::State& state, const Surface& surface) {
     state.counters["checksum"] = Checksum(surface.pixels, surface.stride * surface.height * 3 / 2);
 }
 
 void Copy(benchmark::State& state) {
-    Road road(outWidth, outHeight);
-    const std::size_t size = road.source->stride * outHeight;
+    Conversion conversion(outWidth, outHeight);
+    const std::size_t size = conversion.source->stride * outHeight;
     const PixelMemory copy = AllocatePixels(size);
-    for (auto each : state) {
-        std::memcpy(copy.get(), road.source->pixels, size);
+    for (auto _ : state) {
+        std::memcpy(copy.get(), conversion.source->pixels, size);
         benchmark::ClobberMemory();
     }
     state.counters["checksum"] = Checksum(copy.get(), size);
@@ -72,42 +72,43 @@ void Copy(benchmark::State& state) {
 
 void Convert(benchmark::State& state, const ConversionKernels* kernels, std::uint32_t width, std::uint32_t height) {
     if (kernels == nullptr) {
-        state.SkipWithError("not on this processor");
+        state.SkipWithError("not supported by this processor");
         return;
     }
-    Road road(width, height);
-    road.scaler->kernels = kernels;
-    for (auto each : state) {
-        road.ChangeAll();
-        RunScaler(*road.scaler, *road.views, 0);
+    Conversion conversion(width, height);
+    conversion.scaler->kernels = kernels;
+    for (auto _ : state) {
+        conversion.ChangeAll();
+        RunScaler(*conversion.scaler, *conversion.views, 0);
         benchmark::ClobberMemory();
     }
-    NameSum(state, *road.target);
+    ReportChecksum(state, *conversion.target);
 }
 
 void GeneralScaler(benchmark::State& state, std::uint32_t width, std::uint32_t height) {
-    Road road(width, height);
+    Conversion conversion(width, height);
     SwsContext* context =
         sws_getContext(static_cast<int>(width), static_cast<int>(height), AV_PIX_FMT_BGRA, static_cast<int>(outWidth),
                        static_cast<int>(outHeight), AV_PIX_FMT_NV12, SWS_FAST_BILINEAR, nullptr, nullptr, nullptr);
-    const std::uint8_t* from[] = {road.source->pixels, nullptr, nullptr, nullptr};
-    const int fromStride[] = {static_cast<int>(road.source->stride), 0, 0, 0};
-    std::uint8_t* const to[] = {road.target->pixels, road.target->chroma, nullptr, nullptr};
-    const int toStride[] = {static_cast<int>(road.target->stride), static_cast<int>(road.target->stride), 0, 0};
-    for (auto each : state) {
+    const std::uint8_t* from[] = {conversion.source->pixels, nullptr, nullptr, nullptr};
+    const int fromStride[] = {static_cast<int>(conversion.source->stride), 0, 0, 0};
+    std::uint8_t* const to[] = {conversion.target->pixels, conversion.target->chroma, nullptr, nullptr};
+    const int toStride[] = {static_cast<int>(conversion.target->stride), static_cast<int>(conversion.target->stride), 0,
+                            0};
+    for (auto _ : state) {
         sws_scale(context, from, fromStride, 0, static_cast<int>(height), to, toStride);
         benchmark::ClobberMemory();
     }
     sws_freeContext(context);
-    NameSum(state, *road.target);
+    ReportChecksum(state, *conversion.target);
 }
 
 void StillDesktop(benchmark::State& state) {
-    Road road(outWidth, outHeight);
-    for (auto each : state) {
-        RunScaler(*road.scaler, *road.views, 0);
+    Conversion conversion(outWidth, outHeight);
+    for (auto _ : state) {
+        RunScaler(*conversion.scaler, *conversion.views, 0);
     }
-    NameSum(state, *road.target);
+    ReportChecksum(state, *conversion.target);
 }
 
 BENCHMARK(Copy);

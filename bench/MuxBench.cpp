@@ -1,8 +1,8 @@
 // Muxing one frame against a memcpy of the same access unit and against FFmpeg's own transport stream muxer.
 //
-// All three read the same access unit and write into three buffers in turn, as the video thread does. The argument is
-// the size of the access unit: 50 Mbit/s at 240 and at 60 pictures a second, 200 Mbit/s at 30. The label is a checksum
-// of what was written last, as the proof that the work was done; compare bytes per second.
+// All three read the same access unit and write into three alternating buffers, as the video worker does. The argument
+// is the size of the access unit: 50 Mbit/s at 240 and at 60 frames a second, 200 Mbit/s at 30. The label is a checksum
+// of the last output. Compare bytes per second.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::uint32_t fps = 60;
 
-/// A unit delimiter, a slice's start and noise without further start codes.
+/// An access unit delimiter and a slice of noise that contains no start code.
 std::vector<std::byte> AccessUnit(std::size_t size) {
     std::vector<std::byte> unit = {std::byte{0}, std::byte{0},    std::byte{0},   std::byte{1},
                                    std::byte{9}, std::byte{0xF0}, std::byte{0},   std::byte{0},
@@ -99,7 +99,7 @@ public:
         stream->time_base = {1, 90000};
         constexpr int ioBytes = 188 * 1000;
         context_->pb = avio_alloc_context(static_cast<unsigned char*>(av_malloc(ioBytes)), ioBytes, 1, this, nullptr,
-                                          &PeerMuxer::Take, nullptr);
+                                          &PeerMuxer::Write, nullptr);
         AVDictionary* options = nullptr;
         av_dict_set(&options, "pat_period", "1", 0);
         av_dict_set(&options, "sdt_period", "100000", 0);
@@ -133,10 +133,10 @@ public:
 private:
     static void Require(bool good) {
         if (!good) {
-            throw std::runtime_error("the peer refused");
+            throw std::runtime_error("FFmpeg's muxer failed");
         }
     }
-    static int Take(void* self, std::uint8_t* bytes, int size) {
+    static int Write(void* self, std::uint8_t* bytes, int size) {
         auto* slot = static_cast<PeerMuxer*>(self)->current_;
         const auto* from = reinterpret_cast<const std::byte*>(bytes);
         slot->insert(slot->end(), from, from + size);

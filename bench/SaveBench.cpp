@@ -1,5 +1,5 @@
-// Saving a ring of 60 seconds against the bare FFmpeg child on the same copies. Takes turns, quotes medians of the
-// pairs, and prints the size of both files as the proof that they did the same work.
+// Saving a ring of 60 seconds, against FFmpeg alone on copies of the same segments. The two alternate. Prints the
+// medians, the median ratio of the pairs, and the sizes of both files as the proof that they did the same work.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -31,7 +31,7 @@ double Median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-/// A ring as the replay's child leaves it: 60 segments of a second at 25 Mbit/s.
+/// A ring as the replay's FFmpeg writes it: 60 segments of a second at 25 Mbit/s.
 void MakeRing(const fs::path& folder) {
     fs::create_directories(folder);
     const std::string command =
@@ -73,7 +73,7 @@ int main() {
     CaptureEngine engine;
     engine.ffmpegPath = FindFfmpeg();
     engine.cacheDir = FromPath(folder.Path());
-    // A child that just waits stands for the running replay; the ring is not touched by it.
+    // The replay's FFmpeg is a process that only waits, so that the ring does not change.
     Child waiting;
     SpawnChild({u"/bin/sleep", u"\"/bin/sleep\" 3600", JoinPath(engine.cacheDir, u"sleep.log")}, waiting);
     engine.replay.process = std::move(waiting.process);
