@@ -248,10 +248,13 @@ TEST_F(ManualRecording, AnOwnCaptureThatFailsKeepsItsOwnSentence) {
 
 TEST_F(ManualRecording, AnExceptionInTheStartLeavesNothingRunning) {
     ASSERT_TRUE(engine->Configure(PlainConfig()));
-    fake::ThrowInCall("VideoCapture::Start", 1);
-    EXPECT_THROW(engine->StartRecording(Here(u"a.mp4")), std::bad_alloc);
-    EXPECT_EQ(engine->state, EngineState::Failed);
-    EXPECT_FALSE(engine->recording.video);
+    for (const char* call : {"VideoCapture::Start", "AudioCapture::Start", "SpawnChild"}) {
+        engine->state = EngineState::Ready;
+        fake::ThrowInCall(call, fake::CountOf(call) + 1);
+        EXPECT_THROW(engine->StartRecording(Here(u"a.mp4")), std::bad_alloc) << call;
+        EXPECT_EQ(engine->state, EngineState::Failed) << call;
+        EXPECT_FALSE(IsChildRunning(engine->recording) || engine->recording.video || engine->recording.audio) << call;
+    }
 }
 
 TEST_F(ManualRecording, AnOwnCaptureThatFailsLeavesNoWorkingFile) {

@@ -50,6 +50,8 @@ TEST_F(WorkerTest, AThreadThatEndsBeforeItIsReadyEndsTheStart) {
     EXPECT_FALSE(worker.Start(Options(), [this] { worker.Fail(u"Reason", ResultOf(0x80070005U)); }));
     EXPECT_EQ(worker.Error(), u"Reason (0x80070005)");
     EXPECT_FALSE(running);
+    EXPECT_FALSE(worker.Start(Options(), [] {}));
+    EXPECT_EQ(worker.Error(), u"") << "the start has not timed out";
 }
 
 TEST_F(WorkerTest, AStartThatTakesTooLongHasItsSentence) {
