@@ -1,8 +1,8 @@
 // Draws the program's icon and writes it as zorvel.ico and zorvel-<size>.png: draw_icon <folder>
 //
-// A violet rounded square with a white Z. Every size is drawn for itself, each pixel from 16 by 16 samples, in sums
-// that are the same on every machine, so that the files beside this one can be made again byte for byte. Linux only,
-// and run by hand: the files are kept with the sources.
+// A violet rounded square with a white Z. Every size is drawn separately, each pixel from 16 by 16 samples. The
+// arithmetic has the same result on every machine, so the files beside this one can be reproduced byte for byte. Linux
+// only. Run by hand: the files are kept with the sources.
 #include <png.h>
 
 #include <algorithm>
@@ -45,13 +45,13 @@ constexpr std::array<int, 6> iconSizes{16, 24, 32, 48, 64, 256};
 constexpr std::array<int, 5> pictureSizes{16, 32, 48, 128, 256};
 
 bool InSquare(const Point& point) {
-    // The nearest point of the square that the corners' circles have their centres on.
+    // The distance to the nearest point of the inner square, whose corners are the centres of the rounded corners.
     const double x = std::clamp(point.x, margin + radius, 1000 - margin - radius) - point.x;
     const double y = std::clamp(point.y, margin + radius, 1000 - margin - radius) - point.y;
     return x * x + y * y <= radius * radius;
 }
 
-/// By the number of edges that a ray to the right crosses.
+/// Counts the edges that a ray to the right crosses.
 bool InLetter(const Point& point) {
     bool inside = false;
     for (std::size_t i = 0; i < letter.size(); ++i) {
@@ -65,7 +65,7 @@ bool InLetter(const Point& point) {
     return inside;
 }
 
-/// `part` of `whole` from `from` to `to`, rounded.
+/// Interpolates between `from` and `to` at `part` / `whole`, rounded.
 int Between(int from, int to, int part, int whole) { return (from * (whole - part) + to * part + whole / 2) / whole; }
 
 /// Red, green, blue and straight alpha.
@@ -119,8 +119,8 @@ void Append(Bytes& bytes, std::uint32_t value, int count) {
     }
 }
 
-/// The form without compression that icons have: a header of twice the height, rows from the bottom in blue, green,
-/// red, alpha, and a mask of one bit a pixel that is empty because alpha says it all.
+/// The uncompressed format of icons: a header with twice the height, rows from the bottom in blue, green, red, alpha,
+/// and a mask of one bit a pixel, which is empty because the pixels have alpha.
 Bytes BitmapOf(int size) {
     const Bytes picture = Draw(size);
     const auto side = static_cast<std::size_t>(size);

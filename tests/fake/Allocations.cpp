@@ -12,17 +12,17 @@ namespace {
 std::atomic<std::uint64_t> counted{0};
 std::atomic<bool> countingAll{false};
 thread_local bool counting = false;
-thread_local bool spared = false;
+thread_local bool exempt = false;
 thread_local std::size_t refuseFrom = 0;
-// Whether there is an end to what is granted, and how many requests still are.
+// Whether the number of requests is limited, and how many more are granted.
 thread_local bool limitedHere = false;
 thread_local std::int64_t leftHere = 0;
 std::atomic<bool> limitedElsewhere{false};
 std::atomic<std::int64_t> leftElsewhere{0};
 
-bool Grants() {
+bool IsGranted() {
     const bool here = !limitedHere || leftHere-- > 0;
-    const bool elsewhere = spared || !limitedElsewhere || leftElsewhere-- > 0;
+    const bool elsewhere = exempt || !limitedElsewhere || leftElsewhere-- > 0;
     return here && elsewhere;
 }
 
@@ -32,7 +32,7 @@ std::uint64_t CountedAllocations() { return counted.load(); }
 void ResetCountedAllocations() { counted.store(0); }
 void CountAllocationsHere(bool on) { counting = on; }
 void CountAllocationsElsewhere(bool on) {
-    spared = on;
+    exempt = on;
     countingAll = on;
 }
 void RefuseAllocationsHere(std::size_t bytes) { refuseFrom = bytes; }
@@ -41,17 +41,17 @@ void RefuseAllocationsHereFrom(std::uint64_t nth) {
     limitedHere = nth != 0;
 }
 void RefuseAllocationsElsewhereFrom(std::uint64_t nth) {
-    spared = nth != 0;
+    exempt = nth != 0;
     leftElsewhere = static_cast<std::int64_t>(nth) - 1;
     limitedElsewhere = nth != 0;
 }
 
 static void* Allocate(std::size_t size) {
     if (callDepth == 0) {
-        if (counting || (countingAll && !spared)) {
+        if (counting || (countingAll && !exempt)) {
             counted.fetch_add(1);
         }
-        if (!Grants() || (refuseFrom != 0 && size >= refuseFrom)) {
+        if (!IsGranted() || (refuseFrom != 0 && size >= refuseFrom)) {
             throw std::bad_alloc();
         }
     }
@@ -65,7 +65,7 @@ static void* Allocate(std::size_t size) {
 
 void* operator new(std::size_t size) { return zv::fake::Allocate(size); }
 void* operator new[](std::size_t size) { return zv::fake::Allocate(size); }
-// Declared by the library with a body that calls the plain form, but a sanitizer brings one of its own.
+// The library's version calls the plain form, but a sanitizer replaces it with its own.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     try {
         return zv::fake::Allocate(size);

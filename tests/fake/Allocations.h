@@ -1,4 +1,4 @@
-// Counts what a thread asks of the free store, and can refuse it. Replaces the global operator new of the test program.
+// Counts a thread's allocations, and can make them fail. Replaces the global operator new of the test program.
 #pragma once
 
 #include <cstddef>
@@ -6,20 +6,20 @@
 
 namespace zv::fake {
 
-/// Allocations since the last reset on the threads that are counted, those of fakes left out.
+/// Allocations since the last reset on the counted threads, except those of fakes.
 std::uint64_t CountedAllocations();
 void ResetCountedAllocations();
 void CountAllocationsHere(bool on);
 
-/// Counts on every thread but the calling one, for workers that cannot be made to call anything.
+/// Counts on all threads except the calling one, for workers that cannot call CountAllocationsHere.
 void CountAllocationsElsewhere(bool on);
 
-/// From now on this thread gets std::bad_alloc for every request of at least `bytes`; 0 ends it. Fakes are spared.
+/// Makes every allocation of at least `bytes` on this thread throw std::bad_alloc, except in fakes; 0 ends it.
 void RefuseAllocationsHere(std::size_t bytes);
 
-/// The same for the n-th request from now, whatever its size, and all that follow; 0 ends it.
+/// The same for the n-th allocation from now and all later ones, of any size; 0 ends it.
 void RefuseAllocationsHereFrom(std::uint64_t nth);
-/// For all threads but the calling one, which count together.
+/// The same for all threads except the calling one, which share one count.
 void RefuseAllocationsElsewhereFrom(std::uint64_t nth);
 
 }  // namespace zv::fake

@@ -1,4 +1,4 @@
-// Icons that remember what they were made from.
+// Icons that record what they were made from.
 #pragma once
 
 #include <vector>
@@ -11,10 +11,10 @@ namespace zv::fake {
 struct IconRecord {
     int size = 0;
     bool fromResource = false;
-    std::vector<std::uint32_t> pixels;  ///< empty when it came from the resource
+    std::vector<std::uint32_t> pixels;  ///< empty if the icon was made from the resource
 };
 
-/// False: the program carries no icon of its own. True again after ResetIcons.
+/// False: the program has no icon resource. ResetIcons sets it to true.
 bool& HasProgramIcon();
 int& LiveIcons();
 void ResetIcons();

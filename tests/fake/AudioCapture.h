@@ -1,4 +1,4 @@
-// An audio worker without a thread: it runs from a successful start until it is stopped or a test lets it fail.
+// An audio worker without a thread: it runs from a successful start until it is stopped or a test makes it fail.
 #pragma once
 
 #include <vector>
@@ -19,11 +19,11 @@ struct AudioCaptureControls {
     Text pipeName = u"audio pipe";
 };
 
-/// Faults by name through FailCall: "AudioCapture::Start" answers false with `startError`.
+/// FailCall for "AudioCapture::Start" makes it return false with `startError`.
 AudioCaptureControls& TheAudio();
 void ResetAudio();
 
-/// What a worker whose thread has failed looks like.
+/// Puts the worker into the state after its thread has failed.
 void FailAudio(AudioCapture& audio, const Text& error);
 
 }  // namespace zv::fake

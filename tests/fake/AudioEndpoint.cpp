@@ -12,7 +12,7 @@ struct AudioThread {};
 struct AudioEnumerator {};
 struct AudioEndpoint {
     bool loopback = false;
-    fake::ScriptedPacket made;  ///< by the source, kept so that its memory is used again
+    fake::ScriptedPacket made;  ///< the last packet of the source, kept so that its memory is reused
     bool hasMade = false;
 };
 
@@ -31,7 +31,7 @@ State& TheState() {
 
 fake::EndpointControls& ControlsOf(const AudioEndpoint& endpoint) { return fake::TheEndpoint(endpoint.loopback); }
 
-// The names are literals because the record of calls keeps only their address.
+// The names are literals because the record of calls stores only their addresses.
 #define ZV_ENDPOINT_CALL(function, isLoopback) \
     const fake::Call call((isLoopback) ? function ".render" : function ".capture")
 

@@ -1,7 +1,7 @@
-// The two default endpoints, with a mix format and packets as a test scripts them.
+// The two default endpoints, with a mix format and packets that the test sets.
 //
-// Calls are noted under the function's name with ".render" or ".capture" behind it where an endpoint is concerned;
-// a failing call answers the planned code. Packets are pushed while nothing runs, or from a hook.
+// A call is recorded under the function's name, followed by ".render" or ".capture" if it has an endpoint. A failing
+// call returns the planned code. The test adds packets while no call runs, or in a hook.
 #pragma once
 
 #include <cstddef>
@@ -15,23 +15,23 @@
 namespace zv::fake {
 
 struct ScriptedPacket {
-    std::vector<std::byte> data;  ///< none: the packet comes without data
+    std::vector<std::byte> data;  ///< empty: the packet has no data
     std::uint32_t frames = 0;
     bool silent = false;
     bool timestampError = false;
     std::int64_t position = 0;
-    std::int64_t arrives = 0;  ///< not waiting before this time of Counter100ns()
+    std::int64_t arrives = 0;  ///< the packet is available from this time of Counter100ns() on
 };
 
 struct EndpointControls {
     MixFormat format;
     std::deque<ScriptedPacket> packets;
 
-    /// Makes the next packet if the queue is empty; returns false if there is none now. May fill in place.
+    /// Makes the next packet if the queue is empty; returns false if there is none yet. May reuse the packet's memory.
     std::function<bool(ScriptedPacket&)> source;
 
-    /// How long a packet of `source` waits for its reader, in 100 ns from its position. Older ones are lost, as in a
-    /// stream with a buffer of its shortest length.
+    /// How long a packet of `source` is kept for its reader, in 100 ns from its position. Older packets are lost, as in
+    /// a stream with the shortest buffer.
     std::int64_t keeps = 200000;
 
     bool initialized = false;
@@ -47,10 +47,10 @@ EndpointControls& TheEndpoint(bool loopback);
 int LiveAudioThreads();
 int LiveAudioEnumerators();
 
-/// Both endpoints at 48 kHz, stereo, float, with no packets.
+/// Sets both endpoints to 48 kHz, stereo, float, without packets.
 void ResetEndpoints();
 
-/// A mix format in its plain form.
+/// A mix format without an extension.
 MixFormat PlainFormat(std::uint32_t tag, std::uint32_t rate, std::uint32_t channels, std::uint32_t bits);
 
 /// Interleaved float samples as a packet.

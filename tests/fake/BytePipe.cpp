@@ -31,7 +31,7 @@ void ResetPipe() {
 
 namespace {
 
-void Land(PipeWrite& write) {
+void Complete(PipeWrite& write) {
     PipeControls& pipe = ThePipe();
     if (!write.inFlight) {
         return;
@@ -58,7 +58,7 @@ void Closer<BytePipe>::operator()(BytePipe* pipe) const noexcept {
 template <>
 void Closer<PipeWrite>::operator()(PipeWrite* write) const noexcept {
     const Call call("~PipeWrite");
-    fake::Land(*write);
+    fake::Complete(*write);
     --ThePipe().liveWrites;
     delete write;
 }
@@ -127,13 +127,13 @@ WriteEnd FinishWrite(PipeWrite& write, Event& stop, std::uint32_t timeoutMs) {
         WaitAny({&stop}, waitForever);
     }
     const WriteEnd end = ThePipe().finish ? ThePipe().finish(fake::CountOf("FinishWrite")) : WriteEnd::Done;
-    fake::Land(write);
+    fake::Complete(write);
     return end;
 }
 
 void CancelWrite(PipeWrite& write) {
     const Call call("CancelWrite");
-    fake::Land(write);
+    fake::Complete(write);
 }
 
 Result WriteFailure(const PipeWrite&) { return ThePipe().failure; }

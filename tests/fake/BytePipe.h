@@ -1,6 +1,6 @@
-// A pipe whose reader is a list of byte strings and whose outcomes a test decides.
+// A pipe whose reader is a list of byte strings. The test sets the results of its functions.
 //
-// Calls are noted under the names of the header's functions; a failing MakeBytePipe answers the planned code.
+// Calls are recorded under the names of the header's functions. A failing MakeBytePipe returns the planned code.
 #pragma once
 
 #include <cstddef>
@@ -15,22 +15,22 @@ namespace zv::fake {
 
 struct PipeControls {
     PipeConnect connect = PipeConnect::Connected;
-    bool connectAwaitsStop = false;            ///< ConnectPipe lasts until its stop event, then answers `connect`
-    bool writesAwaitStop = false;              ///< FinishWrite lasts until its stop event, then answers `finish`
-    bool writeRefusedByHandles = false;        ///< MakePipeWrite answers null
-    std::function<WriteBegin(int nth)> begin;  ///< null: every write is done at once
-    std::function<WriteEnd(int nth)> finish;   ///< null: every pending write is done
-    Result failure = resultGenericFailure;     ///< what WriteFailure answers
+    bool connectAwaitsStop = false;            ///< ConnectPipe waits for its stop event, then returns `connect`
+    bool writesAwaitStop = false;              ///< FinishWrite waits for its stop event, then returns `finish`
+    bool writeRefusedByHandles = false;        ///< MakePipeWrite returns null
+    std::function<WriteBegin(int nth)> begin;  ///< null: every write is complete at once
+    std::function<WriteEnd(int nth)> finish;   ///< null: every pending write completes
+    Result failure = resultGenericFailure;     ///< the result of WriteFailure
 
-    // What it was given, read while nothing runs
+    // Recorded arguments, read while no call runs
     std::vector<Text> names;
     PipeOptions options;
     std::vector<std::uint32_t> connectTimeouts;
     std::vector<std::uint32_t> finishTimeouts;
-    std::vector<std::vector<std::byte>> received;  ///< of each write that got through, in order
+    std::vector<std::vector<std::byte>> received;  ///< the bytes of each completed write, in order
     int inFlight = 0;
     int mostInFlight = 0;
-    bool touchedInFlight = false;  ///< bytes changed or a write was begun anew before it had ended
+    bool touchedInFlight = false;  ///< a write's bytes changed, or it was begun again, before it had ended
     int livePipes = 0;
     int liveWrites = 0;
     bool pipeClosedBeforeWrites = false;

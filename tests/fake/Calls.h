@@ -1,8 +1,8 @@
-// One record of every call that the fakes receive, in order, and the plan of which of them fail.
+// The record of all calls of the fakes, in order, and the plan of which calls fail.
 //
-// A fake opens each of its functions with `Call call("Name");`, which notes the call, runs the test's hook and
-// answers whether this one has to fail. `Call call("Name", "subject")` also notes what the call is about. What a fake
-// allocates is not counted by Allocations.
+// Each function of a fake begins with `Call call("Name");`, which records the call, runs the test's hook and reports
+// whether this call must fail. `Call call("Name", "subject")` also records the subject of the call. Allocations does
+// not count the allocations of fakes.
 #pragma once
 
 #include <cstdint>
@@ -23,9 +23,9 @@ inline thread_local int callDepth = 0;
 
 struct Fault {
     std::string name;
-    int nth = 1;  ///< 1 is the first call of that name
+    int nth = 1;  ///< 1 is the first call of this name
     std::int32_t code = 0;
-    bool throws = false;  ///< std::bad_alloc instead of a code
+    bool throws = false;  ///< throws std::bad_alloc instead of returning a code
 };
 
 struct Calls {
@@ -35,7 +35,7 @@ struct Calls {
     std::vector<std::thread::id> threads;  ///< of each call
     std::map<std::string, int> counts;
     std::vector<Fault> faults;
-    std::function<void(const char* name, int nth)> hook;  ///< set while nothing runs; called without the mutex
+    std::function<void(const char* name, int nth)> hook;  ///< set while no call runs; called without the mutex
 };
 
 inline Calls& TheCalls() {
@@ -54,13 +54,13 @@ inline void ResetCalls() {
     calls.hook = nullptr;
 }
 
-/// The n-th call of `name` answers `code`, whatever a failure is in that service.
+/// Makes the n-th call of `name` fail with `code`, in the form of failure of that service.
 inline void FailCall(const std::string& name, int nth, std::int32_t code) {
     const std::lock_guard lock(TheCalls().mutex);
     TheCalls().faults.push_back({name, nth, code, false});
 }
 
-/// The n-th call of `name` raises std::bad_alloc.
+/// Makes the n-th call of `name` throw std::bad_alloc.
 inline void ThrowInCall(const std::string& name, int nth) {
     const std::lock_guard lock(TheCalls().mutex);
     TheCalls().faults.push_back({name, nth, 0, true});

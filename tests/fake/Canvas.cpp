@@ -28,7 +28,7 @@ void Write(Canvas& canvas, std::string line) {
     canvas.drawn.push_back(std::move(line));
 }
 
-/// At most two decimals, and none that are zero.
+/// Prints at most two decimals, without trailing zeros.
 std::string Number(double value) {
     char text[64];
     std::snprintf(text, sizeof text, "%.2f", value);
@@ -46,7 +46,7 @@ std::string Written(const Rectangle& box) {
     return Number(box.left) + "," + Number(box.top) + "," + Number(box.right) + "," + Number(box.bottom);
 }
 
-std::string Written(PointF spot) { return Number(spot.x) + "," + Number(spot.y); }
+std::string Written(PointF point) { return Number(point.x) + "," + Number(point.y); }
 
 std::string WrittenColor(Color color) {
     const auto level = [&](unsigned shift) { return std::to_string(color >> shift & 0xFFU); };
@@ -63,7 +63,7 @@ std::string Written(std::span<const PointF> points) {
     return line;
 }
 
-/// What is above 127 as \uXXXX, so that a test reads it from plain source text.
+/// Writes units above 127 as \uXXXX, so that tests are plain ASCII.
 std::string Written(TextView text) {
     std::string line;
     for (const char16_t unit : text) {

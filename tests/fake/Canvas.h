@@ -1,9 +1,9 @@
-// A canvas that writes down what is drawn, one command a line, in the design's own units:
+// A canvas that records what is drawn, one command a line, in units of the canvas:
 //
 //   fill 0,0,190,740 21,23,32
 //   round 16,122,174,168 corner 12 57,47,84
 //   frame 19,125,171,165 depth 1 151,119,255
-//   text 24,24,170,60 30/700 151,119,255 "ZORVEL"        (centred and wrapped say so behind the font)
+//   text 24,24,170,60 30/700 151,119,255 "ZORVEL"        ("centred" or "wrapped" follows the font)
 //   push 37,38 scale 0.48 ... pop
 #pragma once
 
@@ -19,13 +19,13 @@ namespace zv::fake {
 /// What has been drawn into a canvas, in order.
 const std::vector<std::string>& Drawn(const Canvas& canvas);
 
-/// The lines of all canvases that begin so, in order of drawing.
+/// The lines of all canvases with this beginning, in drawing order.
 std::vector<std::string> Drawings(const std::string& beginning = {});
 
 int LiveCanvases();
 int LiveFonts();
 
-/// Forgets what was drawn, also by canvases that still live.
+/// Clears the recorded lines of all canvases.
 void ResetCanvas();
 
 }  // namespace zv::fake

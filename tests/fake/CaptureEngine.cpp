@@ -6,17 +6,17 @@ namespace {
 using fake::Call;
 using fake::TheEngine;
 
-/// The stay of one thread inside the engine.
-class Stay {
+/// Checks that only one thread at a time is inside the engine.
+class EngineCall {
 public:
-    Stay() {
+    EngineCall() {
         if (++TheEngine().inside > 1) {
             TheEngine().overlapped = true;
         }
     }
-    ~Stay() { --TheEngine().inside; }
-    Stay(const Stay&) = delete;
-    Stay& operator=(const Stay&) = delete;
+    ~EngineCall() { --TheEngine().inside; }
+    EngineCall(const EngineCall&) = delete;
+    EngineCall& operator=(const EngineCall&) = delete;
 };
 
 }  // namespace
@@ -24,7 +24,7 @@ public:
 CaptureEngine::~CaptureEngine() = default;
 
 bool CaptureEngine::Configure(const CaptureConfig& requested) {
-    const Stay stay;
+    const EngineCall inside;
     const Call call("Configure");
     TheEngine().configs.push_back(requested);
     if (TheEngine().unchanged) {
@@ -36,7 +36,7 @@ bool CaptureEngine::Configure(const CaptureConfig& requested) {
 }
 
 bool CaptureEngine::StartReplay(bool enable, std::int32_t seconds) {
-    const Stay stay;
+    const EngineCall inside;
     const Call call("StartReplay");
     TheEngine().replayStarts.push_back({enable, seconds});
     if (TheEngine().unchanged) {
@@ -48,7 +48,7 @@ bool CaptureEngine::StartReplay(bool enable, std::int32_t seconds) {
 }
 
 bool CaptureEngine::SaveReplayClip(const Text& outputPath) {
-    const Stay stay;
+    const EngineCall inside;
     const Call call("SaveReplayClip");
     TheEngine().clips.push_back(outputPath);
     statusText = call.Fails() ? Text(u"Replay not saved") : u"Replay saved: " + outputPath;
@@ -56,7 +56,7 @@ bool CaptureEngine::SaveReplayClip(const Text& outputPath) {
 }
 
 bool CaptureEngine::StartRecording(const Text& outputPath) {
-    const Stay stay;
+    const EngineCall inside;
     const Call call("StartRecording");
     TheEngine().recordings.push_back(outputPath);
     state = call.Fails() ? EngineState::Failed : EngineState::Recording;
@@ -65,14 +65,14 @@ bool CaptureEngine::StartRecording(const Text& outputPath) {
 }
 
 void CaptureEngine::FinishRecording() {
-    const Stay stay;
+    const EngineCall inside;
     const Call call("FinishRecording");
     state = call.Fails() ? EngineState::Failed : EngineState::Ready;
     statusText = call.Fails() ? u"Recording not saved" : u"Recording saved";
 }
 
 void CaptureEngine::StopAll() {
-    const Stay stay;
+    const EngineCall inside;
     const Call call("StopAll");
     replayRunning = false;
     state = state == EngineState::Recording ? EngineState::Ready : state.load();
@@ -86,7 +86,7 @@ bool CaptureEngine::StartChild(EncoderProcess&, const Text&, const Text&) { retu
 bool CaptureEngine::StopChild(EncoderProcess&, std::uint32_t) { return false; }
 
 CapturePollResult PollCapture(CaptureEngine&) {
-    const Stay stay;
+    const EngineCall inside;
     const Call call("PollCapture");
     return TheEngine().pollResult;
 }

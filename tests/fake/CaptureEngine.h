@@ -1,5 +1,5 @@
-// An engine that captures nothing: each operation notes its arguments, changes the atomics as a success or a planned
-// failure would, and leaves a short status text. It also watches that only one thread at a time is inside it.
+// An engine that captures nothing: each operation records its arguments, changes the atomics as on success or on a
+// planned failure, and sets a short status text. It also checks that only one thread at a time is inside it.
 #pragma once
 
 #include <atomic>
@@ -17,7 +17,7 @@ struct ReplayStart {
     bool operator==(const ReplayStart&) const = default;
 };
 
-/// The lists are read while no operation runs.
+/// The lists may be read while no operation runs.
 struct EngineControls {
     std::vector<CaptureConfig> configs;
     std::vector<ReplayStart> replayStarts;

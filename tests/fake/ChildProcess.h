@@ -1,6 +1,6 @@
-// Child processes that exist only as records: they run, obey or ignore the quit command, and end as a test says.
+// Child processes that exist only as records. The test sets whether they obey the quit command and when they end.
 //
-// Time passes only inside `onWait`; without it a wait for a running child ends at once, as timed out.
+// Time passes only inside `onWait`. Without it, a wait for a running child times out at once.
 #pragma once
 
 #include <cstdint>
@@ -17,11 +17,11 @@ struct ScriptedChild {
     ChildOptions options;
     bool running = true;
     std::uint32_t exitCode = 0;
-    bool exitsOnQuit = true;  ///< ends with exit code `quitCode` at "q\n"
+    bool exitsOnQuit = true;  ///< ends with exit code `quitCode` after "q\n"
     std::uint32_t quitCode = 0;
     bool diesOfTerminate = true;
     std::string input;                 ///< all that was written to its standard input
-    std::vector<std::uint32_t> waits;  ///< the time-out of every wait that found it running
+    std::vector<std::uint32_t> waits;  ///< the timeout of every wait while it ran
     bool terminated = false;
     bool processHeld = true;
     bool inputHeld = true;
@@ -29,21 +29,21 @@ struct ScriptedChild {
 };
 
 struct ChildProcessControls {
-    std::vector<std::shared_ptr<ScriptedChild>> children;  ///< all that were started, in order
+    std::vector<std::shared_ptr<ScriptedChild>> children;  ///< all started children, in order
     /// Runs in SpawnChild with the new child, to script it or to write its files.
     std::function<void(ScriptedChild& child)> onSpawn;
     /// Runs in WaitForExit while the child runs.
     std::function<void(ScriptedChild& child, std::uint32_t timeoutMs)> onWait;
 };
 
-/// Faults by name through FailCall: "SpawnChild" does not start, any other call may throw.
+/// FailCall for "SpawnChild" makes the start fail. ThrowInCall works for every call.
 ChildProcessControls& TheChildren();
 void ResetChildren();
 
 /// The newest child.
 ScriptedChild& LastChild();
 
-/// Ends a child that still runs.
+/// Ends a running child.
 void EndChild(ScriptedChild& child, std::uint32_t exitCode);
 
 }  // namespace zv::fake

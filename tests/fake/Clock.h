@@ -1,4 +1,4 @@
-// A clock that moves only when a test, a precise wait or a sleep moves it.
+// A clock that only a test, a precise wait or a sleep advances.
 #pragma once
 
 #include <atomic>
@@ -13,11 +13,11 @@ namespace zv::fake {
 struct ClockControls {
     std::atomic<std::int64_t> nowNs{1'000'000'000};
     LocalTime localNow{2026, 3, 14, 15, 9, 26, 535};
-    bool noTimer = false;  ///< MakePreciseTimer answers null
-    /// A precise wait that would pass this time does not elapse: it sets `parked` and lasts until its stop event.
+    bool noTimer = false;  ///< MakePreciseTimer returns null
+    /// A precise wait that would end after this time does not elapse: it sets `parked` and waits for its stop event.
     std::atomic<std::int64_t> parkAtNs{std::numeric_limits<std::int64_t>::max()};
     std::atomic<bool> parked{false};
-    std::vector<std::int64_t> waitedUnits;  ///< of each precise wait; read while nothing runs
+    std::vector<std::int64_t> waitedUnits;  ///< of each precise wait; read while no wait runs
 };
 
 ClockControls& TheClock();

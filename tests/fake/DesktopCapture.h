@@ -1,7 +1,7 @@
-// A desktop without pixels: adapters, outputs, images that are numbers, and surfaces that hold such a number.
+// A desktop without pixels: an image is a number, and a surface holds such a number.
 //
-// Calls are noted under the names of the header's functions, releases as "~Surface(NV12)" and the like; a failing
-// call answers the planned code. The encoder's fake reads the number through NativeTexture.
+// Calls are recorded under the names of the header's functions, releases as for example "~Surface(NV12)". A failing
+// call returns the planned code. The encoder's fake reads the number through NativeTexture.
 #pragma once
 
 #include <cstdint>
@@ -16,17 +16,17 @@ struct AcquireAnswer {
     Acquire outcome = Acquire::Timeout;
     Result code = resultOk;
     std::uint32_t picture = 0;
-    bool withImage = false;  ///< an image comes along with a time-out, too
+    bool withImage = false;  ///< also returns an image on a timeout
 };
 
 struct DesktopControls {
     std::vector<std::vector<OutputRecord>> adapters;  ///< outputs of each
-    bool adapterMissing = false;                      ///< a found output comes without its handle
+    bool adapterMissing = false;                      ///< an output is found, but its handle is null
 
-    /// What the nth call (from 1) answers. Null: picture 1 at the first call, nothing new after it.
+    /// The result of the nth call, from 1. Null: picture 1 on the first call, timeouts on all later ones.
     std::function<AcquireAnswer(int nth, std::uint32_t timeoutMs)> acquire;
 
-    // What it was given, read while nothing runs
+    // Recorded arguments, read while no call runs
     std::vector<std::uint32_t> acquireTimeouts;
     ScalerFormat scalerFormat;
     std::uint32_t captureWidth = 0;
@@ -36,7 +36,7 @@ struct DesktopControls {
     ScalerState scalerState;
     std::vector<std::uint32_t> convertedFrames;  ///< frame index of each conversion
     int liveHandles = 0;
-    bool acquiredTwice = false;  ///< an image was acquired before the last one was given back
+    bool acquiredTwice = false;  ///< an image was acquired before the last one was released
 };
 
 DesktopControls& TheDesktop();

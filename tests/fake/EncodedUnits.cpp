@@ -46,7 +46,7 @@ std::span<const char> UnitOf(std::uint32_t frameIndex) {
     return std::span(units.bytes).subspan(units.starts[nth], units.starts[nth + 1] - units.starts[nth]);
 }
 
-/// The frame that is to be locked next. One session at a time encodes, on one thread.
+/// The frame to be locked next. Only one session encodes at a time, on one thread.
 thread_local std::uint32_t current = 0;
 char handle;
 

@@ -1,15 +1,15 @@
-// An encoder library whose pictures were encoded beforehand: it replaces platform/EncoderLibrary.h.
+// An encoder library that returns access units from a file. Implements platform/EncoderLibrary.h.
 //
-// The file that ZV_TEST_UNITS names is an H.264 stream with an access unit delimiter in front of every picture. The
-// n-th encoded frame is its n-th access unit, from the start again at the end: a stream whose length is a multiple of
-// its distance between key frames goes on for ever.
+// The file named by ZV_TEST_UNITS is an H.264 stream with an access unit delimiter before every picture. The n-th
+// encoded frame is its n-th access unit. After the last one it starts again with the first, so the length of the stream
+// must be a multiple of its key frame distance.
 #pragma once
 
 #include <cstddef>
 
 namespace zv::fake {
 
-/// How many access units the file holds.
+/// The number of access units in the file.
 std::size_t EncodedUnitCount();
 
 }  // namespace zv::fake

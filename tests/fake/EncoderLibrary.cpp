@@ -68,7 +68,7 @@ NVENCSTATUS Lock(void*, NV_ENC_LOCK_BITSTREAM* parameters) {
 
 NVENCSTATUS Unlock(void*, NV_ENC_OUTPUT_PTR) {
     const Call call("nvEncUnlockBitstream");
-    // After this the bytes are no longer the caller's.
+    // The caller must not read the bytes after this.
     std::fill(bitstream.begin(), bitstream.end(), std::byte{0xDD});
     return call.Code();
 }

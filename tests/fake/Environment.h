@@ -1,4 +1,4 @@
-// An environment that holds only what a test puts into it.
+// An environment that contains only what a test sets.
 #pragma once
 
 #include <map>
@@ -9,7 +9,7 @@ namespace zv::fake {
 
 struct EnvironmentControls {
     std::map<Text, Text> variables;
-    std::map<Text, Text> programs;  ///< what the search path finds: file name to full path
+    std::map<Text, Text> programs;  ///< the programs on the search path: file name to full path
     std::uint32_t processId = 4711;
     Text executableFolder = u".";
 };

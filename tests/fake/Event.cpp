@@ -37,12 +37,12 @@ int FirstSignalled(std::initializer_list<Event*> events) {
     return found == events.end() ? waitTimedOut : static_cast<int>(found - events.begin());
 }
 
-// What an event allocates is not the caller's.
-struct Spared {
-    Spared() { ++fake::callDepth; }
-    ~Spared() { --fake::callDepth; }
-    Spared(const Spared&) = delete;
-    Spared& operator=(const Spared&) = delete;
+/// Excludes the fake's own allocations from the count.
+struct Uncounted {
+    Uncounted() { ++fake::callDepth; }
+    ~Uncounted() { --fake::callDepth; }
+    Uncounted(const Uncounted&) = delete;
+    Uncounted& operator=(const Uncounted&) = delete;
 };
 
 }  // namespace
@@ -98,7 +98,7 @@ void Closer<Event>::operator()(Event* event) const noexcept {
 }
 
 Owned<Event> MakeEvent(Result* code) {
-    const Spared spared;
+    const Uncounted uncounted;
     const std::lock_guard lock(TheState().mutex);
     if (TheState().refused) {
         if (code != nullptr) {
@@ -128,7 +128,7 @@ bool IsSignalled(Event& event) {
 }
 
 int WaitAny(std::initializer_list<Event*> events, std::uint32_t timeoutMs) {
-    const Spared spared;
+    const Uncounted uncounted;
     std::unique_lock lock(TheState().mutex);
     const auto any = [&] { return FirstSignalled(events) != waitTimedOut; };
     if (timeoutMs != 0 && timeoutMs != waitForever) {

@@ -1,4 +1,4 @@
-// Events whose finite waits a test can shorten or hold, and which record the time-outs that were asked for.
+// Events whose finite waits a test can shorten or hold. Records the timeouts of all waits.
 #pragma once
 
 #include <cstdint>
@@ -8,13 +8,13 @@ namespace zv::fake {
 
 void ResetEvents();
 
-/// A finite wait lasts at most this long in real time, whatever was asked. 0 ends it.
+/// Limits every finite wait to this real time. 0 ends it.
 void ShortenWaits(std::uint32_t milliseconds);
 
-/// A wait with exactly this time-out lasts until one of its events is signalled. 0 ends it.
+/// Makes waits with exactly this timeout last until one of their events is signalled. 0 ends it.
 void HoldWaits(std::uint32_t timeoutMs);
 
-/// The finite time-outs other than 0 that WaitAny was given, in order.
+/// The finite timeouts above 0 that were passed to WaitAny, in order.
 std::vector<std::uint32_t> RequestedTimeouts();
 
 /// Calls of Signal since the reset.
@@ -23,7 +23,7 @@ int Signals();
 /// Events that exist.
 int LiveEvents();
 
-/// Whether MakeEvent answers null.
+/// Makes MakeEvent return null.
 void RefuseEvents(bool on);
 
 }  // namespace zv::fake

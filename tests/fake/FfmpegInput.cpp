@@ -1,5 +1,5 @@
-// The reader flags of a platform whose pipes FFmpeg must read unbuffered, so that command lines can be compared in that
-// form everywhere.
+// The flags of a platform whose pipes FFmpeg reads unbuffered, so that tests compare the same command lines on all
+// platforms.
 #include "platform/FfmpegInput.h"
 
 namespace zv {

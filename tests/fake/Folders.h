@@ -1,4 +1,4 @@
-// The user's folders, wherever a test wants them. "." is what the system answers when it cannot tell.
+// The user's folders, as a test sets them. "." is the value of a folder that the system does not have.
 #pragma once
 
 #include "platform/Folders.h"

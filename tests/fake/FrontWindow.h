@@ -1,4 +1,4 @@
-// The window in front, as a test sets it. A look is noted as "LookUpFrontWindow".
+// The window in front, as a test sets it. Calls are recorded as "LookUpFrontWindow".
 #pragma once
 
 #include "platform/FrontWindow.h"

@@ -16,7 +16,7 @@ struct MonitorsControls {
     std::vector<MonitorEntry> monitors;
     std::vector<OutputRecord> outputs;  ///< of adapter 0
     bool outputsFail = false;
-    /// The first one is the primary monitor's.
+    /// The first one is that of the primary monitor.
     std::vector<WorkArea> workAreas = {{{0, 0, 1920, 1080}, {0, 0, 1920, 1040}}};
 };
 

@@ -42,7 +42,7 @@ Text NumberedDesktopName() { return TheNumberedDesktop().monitorName; }
 
 namespace {
 
-/// A slow ramp in every channel, so that the rest of the picture is no plain colour.
+/// Paints a slow ramp in every channel, so that the rest of the picture is not a plain colour.
 void PaintBackground(const DesktopPixels& pixels) {
     for (std::uint32_t y = 0; y < pixels.height; ++y) {
         auto* row = reinterpret_cast<std::uint32_t*>(pixels.memory.get() + y * pixels.Stride());

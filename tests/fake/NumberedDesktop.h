@@ -1,6 +1,6 @@
-// A desktop of which every image that is acquired carries the next number, from 0 on, painted so that it can be read
-// in the finished video (support/FrameNumber.h). It lends the monitor and its duplication only: device, surfaces and
-// scaler are the real ones of the Linux platform, and so can be the encoder.
+// A desktop on which every acquired image shows the next number, from 0 on. Tests read it in the finished video
+// (support/FrameNumber.h). Replaces only the monitor and its duplication: device, surfaces and scaler are those of the
+// Linux platform.
 #pragma once
 
 #include <atomic>
@@ -11,7 +11,7 @@
 namespace zv::fake {
 
 struct NumberedDesktopControls {
-    // Set while nothing runs
+    // Set while no capture runs
     Text monitorName = u"NUMBERED-1";
     std::uint32_t width = 1920;
     std::uint32_t height = 1080;
@@ -19,12 +19,12 @@ struct NumberedDesktopControls {
     bool attached = true;
 
     // Any time
-    std::atomic<bool> frozen{false};               ///< a capture gets its first image and no other
-    std::atomic<bool> withoutImages{false};        ///< there is none at all
-    std::atomic<std::uint32_t> failingAcquire{0};  ///< the call of that number fails, the first is 1; 0: none
+    std::atomic<bool> frozen{false};               ///< a capture acquires only its first image
+    std::atomic<bool> withoutImages{false};        ///< a capture acquires no image
+    std::atomic<std::uint32_t> failingAcquire{0};  ///< the number of the call that fails, from 1; 0: none
     std::atomic<Result> failureCode{resultGenericFailure};
     std::atomic<std::uint32_t> acquireCalls{0};
-    std::atomic<std::uint32_t> images{0};  ///< given out so far, over all captures; the next one's number
+    std::atomic<std::uint32_t> images{0};  ///< acquired so far, by all captures; the number of the next one
 };
 
 NumberedDesktopControls& TheNumberedDesktop();

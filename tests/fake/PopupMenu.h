@@ -1,4 +1,4 @@
-// A menu whose choice the test makes beforehand.
+// A menu whose choice the test sets before it opens.
 #pragma once
 
 #include <vector>
@@ -9,8 +9,8 @@
 namespace zv::fake {
 
 struct MenuControls {
-    int choice = 0;                            ///< what the user will choose; 0: nothing
-    std::vector<std::vector<MenuItem>> shown;  ///< the items of every menu so far
+    int choice = 0;                            ///< the id of the item to choose; 0: none
+    std::vector<std::vector<MenuItem>> shown;  ///< the items of all menus so far
     AppWindow* owner = nullptr;                ///< of the last one
 };
 

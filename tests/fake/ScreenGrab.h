@@ -1,5 +1,5 @@
-// A screen whose pictures are a few bytes of text. A call can be told to fail, to throw, or to wait in its hook; see
-// Calls.h, where its name is "SaveScreenAsPng". A failing call leaves a broken file, as a full disk does.
+// A screen whose pictures are a few bytes of text. Calls are recorded as "SaveScreenAsPng" and can be made to fail, to
+// throw or to wait in a hook (Calls.h). A failing call leaves a broken file, like a full disk.
 #pragma once
 
 #include <mutex>
@@ -17,7 +17,7 @@ struct Grab {
     Text path;
 };
 
-/// What was asked for so far, oldest first.
+/// The arguments of all calls so far, the oldest first.
 std::vector<Grab> Grabs();
 void ResetScreenGrab();
 

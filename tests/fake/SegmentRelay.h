@@ -12,10 +12,10 @@ struct SegmentRelayControls {
     std::vector<Text> folders;         ///< of each start
     std::vector<SegmentRelay*> alive;  ///< every relay that has not been destroyed
     Text pipeName = u"segment pipe";
-    std::function<void()> onStop;  ///< what the end of the stream does to its reader
+    std::function<void()> onStop;  ///< called at the end of the stream, to simulate its reader
 };
 
-/// Faults by name through FailCall: "SegmentRelay::Start" answers false.
+/// FailCall for "SegmentRelay::Start" makes it return false.
 SegmentRelayControls& TheRelays();
 void ResetRelays();
 

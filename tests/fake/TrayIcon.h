@@ -1,4 +1,4 @@
-// A notification area that keeps what was put there.
+// A notification area that records its icon.
 #pragma once
 
 #include <optional>
@@ -11,7 +11,7 @@ namespace zv::fake {
 inline constexpr std::uint32_t taskbarCreated = 0xC123;
 
 struct TrayControls {
-    std::optional<TrayIconOptions> icon;  ///< what stands in the area now
+    std::optional<TrayIconOptions> icon;  ///< the icon that is currently shown
     int additions = 0;
 };
 

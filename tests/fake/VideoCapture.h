@@ -1,4 +1,4 @@
-// A video worker without a thread: it runs from a successful start until it is stopped or a test lets it fail.
+// A video worker without a thread: it runs from a successful start until it is stopped or a test makes it fail.
 #pragma once
 
 #include <functional>
@@ -20,11 +20,11 @@ struct VideoCaptureControls {
     Text pipeName = u"video pipe";
 };
 
-/// Faults by name through FailCall: "VideoCapture::Start" answers false with `startError`.
+/// FailCall for "VideoCapture::Start" makes it return false with `startError`.
 VideoCaptureControls& TheVideo();
 void ResetVideo();
 
-/// What a worker whose thread has failed looks like.
+/// Puts the worker into the state after its thread has failed.
 void FailVideo(VideoCapture& video, const Text& error);
 
 }  // namespace zv::fake

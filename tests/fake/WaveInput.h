@@ -1,6 +1,6 @@
-// A wave input whose four buffers a test fills by hand.
+// A wave input whose four buffers a test fills.
 //
-// Calls are noted under the function's name; a failing call answers the planned code.
+// Calls are recorded under the function's name. A failing call returns the planned code.
 #pragma once
 
 #include <array>
@@ -20,7 +20,7 @@ struct WaveInputControls {
         bool done = false;
     };
     std::array<Buffer, waveBufferCount> buffers;
-    std::vector<int> queueOrder;  ///< indices as they were handed to the device
+    std::vector<int> queueOrder;  ///< indices in the order in which they were queued
     bool running = false;
     int live = 0;  ///< devices that are open
 };
@@ -28,7 +28,7 @@ struct WaveInputControls {
 WaveInputControls& TheWaveInput();
 void ResetWaveInput();
 
-/// The device gives a queued buffer back with these samples in it.
+/// Fills a queued buffer with these samples and marks it as done.
 void CompleteWaveBuffer(int index, const std::vector<std::int16_t>& samples);
 
 }  // namespace zv::fake

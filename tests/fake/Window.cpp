@@ -175,7 +175,7 @@ void SetWindowIcons(AppWindow& window, const AppIcon* big, const AppIcon* little
     window.record.littleIcon = little;
 }
 
-// Painting happens often and beside everything else: it is recorded, but is no call that a test counts on the way.
+// Painting is recorded in the window's record, but not as a call, because its number depends on timing.
 
 void InvalidateWindow(AppWindow& window) {
     ++window.record.invalidations;
@@ -226,7 +226,7 @@ void FlushScreen() { const Call call("FlushScreen"); }
 std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t code, std::uintptr_t, std::intptr_t) {
     if (code == message::showWindow || code == message::size || code == message::paint) {
         window.record.mustPaint = window.record.mustPaint && code != message::paint;
-        return 0;  // the system's own way with what the fake itself caused
+        return 0;  // a message that the fake has sent needs no default handling
     }
     const Call call("DefaultProcedure");
     if (code == message::close) {

@@ -1,4 +1,4 @@
-// Windows, timers and keys that exist only as records. The test plays the system: it calls the procedures itself.
+// Windows, timers and keys that exist only as records. The test simulates the system and calls the procedures.
 #pragma once
 
 #include <functional>
@@ -23,7 +23,7 @@ struct Combination {
     auto operator<=>(const Combination&) const = default;
 };
 
-/// What one window was told.
+/// The state of one window, and the calls on it.
 struct WindowRecord {
     WindowOptions options;
     bool shown = false;
@@ -51,21 +51,21 @@ struct WindowRecord {
 
 struct WindowControls {
     std::vector<WindowOptions> made;
-    std::map<std::uintptr_t, std::uint32_t> timers;  ///< id to period, of whatever window
+    std::map<std::uintptr_t, std::uint32_t> timers;  ///< id to period, of all windows
     std::map<int, Combination> keys;                 ///< reserved now
     std::set<Combination> reservedByOthers;          ///< modifiers without noRepeat
     int shownWindows = 0;
     bool quitPosted = false;
     int quitCode = 0;
     void (*endRequest)() = nullptr;
-    std::function<void()> loop;  ///< what happens while RunMessageLoop runs
+    std::function<void()> loop;  ///< called by RunMessageLoop
     Text taskbarIdentity;
     Text claimedName;
     Text broughtForward;
     bool otherCopyHasWindow = true;
     Text informationText;
     Text informationCaption;
-    AppWindow* inFront = nullptr;  ///< the last that ShowInFront was called for
+    AppWindow* inFront = nullptr;  ///< the last window passed to ShowInFront
     Point cursor;
     std::uint32_t heldModifiers = 0;
     std::map<std::uint32_t, Text> keyNames;
@@ -75,9 +75,9 @@ WindowControls& TheWindows();
 void ResetWindows();
 
 WindowRecord& RecordOf(AppWindow& window);
-/// The window of that class that was made last and still exists, null if there is none.
+/// The newest existing window of this class, or null.
 AppWindow* FindWindowOf(TextView className);
-/// Sends message::paint when the window is shown and has to be painted, as the system would.
+/// Sends message::paint if the window is shown and a paint is due, like the system.
 void PaintIfNeeded(AppWindow& window);
 
 }  // namespace zv::fake

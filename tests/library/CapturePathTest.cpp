@@ -22,13 +22,13 @@ protected:
     support::TemporaryFolder folder_;
 };
 
-TEST_F(CapturePath, HasTheStemTheTimeAndTheExtension) {
+TEST_F(CapturePath, ContainsStemTimeAndExtension) {
     const std::filesystem::path folder = folder_.Path() / "Apex Legends";
     const Text path = BuildCapturePath(FromPath(folder), replayStem, videoExtension);
     EXPECT_EQ(path, FromPath(folder / "ZV_Replay_2026-11-15_05-09-18-042.mp4"));
 }
 
-TEST_F(CapturePath, IsNamedForEachKindOfCapture) {
+TEST_F(CapturePath, HasTheStemOfEachKindOfCapture) {
     const Text folder = FromPath(folder_.Path());
     EXPECT_TRUE(
         EndsWith(BuildCapturePath(folder, recordingStem, videoExtension), u"ZV_Recording_2026-11-15_05-09-18-042.mp4"));
@@ -36,27 +36,27 @@ TEST_F(CapturePath, IsNamedForEachKindOfCapture) {
                          u"ZV_Screenshot_2026-11-15_05-09-18-042.png"));
 }
 
-TEST_F(CapturePath, EveryPartOfTheTimeIsPadded) {
+TEST_F(CapturePath, PadsEveryPartOfTheTime) {
     fake::TheClock().localNow = {2027, 1, 2, 3, 4, 5, 6};
     EXPECT_TRUE(EndsWith(BuildCapturePath(FromPath(folder_.Path()), replayStem, videoExtension),
                          u"ZV_Replay_2027-01-02_03-04-05-006.mp4"));
 }
 
-TEST_F(CapturePath, ComesWithItsFolderAndNoFile) {
+TEST_F(CapturePath, CreatesItsFolderButNoFile) {
     const std::filesystem::path folder = folder_.Path() / "a" / "b";
     const Text path = BuildCapturePath(FromPath(folder), replayStem, videoExtension);
     EXPECT_TRUE(std::filesystem::is_directory(folder));
     EXPECT_FALSE(std::filesystem::exists(ToPath(path)));
 }
 
-TEST_F(CapturePath, IsAnsweredEvenWhenItsFolderCannotBeCreated) {
+TEST_F(CapturePath, IsReturnedEvenIfItsFolderCannotBeCreated) {
     support::WriteBytes(folder_.Path() / "file", "in the way");
     const std::filesystem::path folder = folder_.Path() / "file" / "game";
     EXPECT_EQ(BuildCapturePath(FromPath(folder), replayStem, videoExtension),
               FromPath(folder / "ZV_Replay_2026-11-15_05-09-18-042.mp4"));
 }
 
-TEST_F(CapturePath, AFileNameHoldsAtMost191Characters) {
+TEST_F(CapturePath, AFileNameHasAtMost191Characters) {
     const Text path = BuildCapturePath(FromPath(folder_.Path()), Text(200, u's'), videoExtension);
     EXPECT_EQ(path, JoinPath(FromPath(folder_.Path()), Text(191, u's')));
 }

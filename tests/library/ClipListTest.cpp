@@ -1,4 +1,4 @@
-// The plain listing at start-up, over real folders.
+// The list of clips at start-up, with real folders.
 #include "library/ClipList.h"
 
 #include <gmock/gmock.h>
@@ -50,7 +50,7 @@ TEST_F(ClipListing, HoldsTheVideosOfBothFoldersNewestFirst) {
     EXPECT_EQ(CurrentClipList().rows[1].path, FromPath(folder_.Path() / "recordings" / "middle.mov"));
 }
 
-TEST_F(ClipListing, TakesOnlyTheThreeExtensionsInLowerCase) {
+TEST_F(ClipListing, ListsOnlyTheThreeExtensionsInLowerCase) {
     const char* names[] = {"a.MP4", "a.Mkv", "a.avi", "a.mp4x", "a", "amp4", ".mp4", "a.mp4.txt"};
     for (const char* name : names) {
         Add(std::string("clips/") + name, 1, 1);
@@ -60,7 +60,7 @@ TEST_F(ClipListing, TakesOnlyTheThreeExtensionsInLowerCase) {
     EXPECT_THAT(Names(), ElementsAre("yes.mp4"));
 }
 
-TEST_F(ClipListing, LeavesOutFilesThatAreStillBeingWritten) {
+TEST_F(ClipListing, ExcludesFilesThatAreBeingWritten) {
     Add("clips/ZV_Replay.partial.mp4", 1, 1);
     Add("clips/ZV_Replay.partial.mkv", 1, 2);
     Add("clips/partial.mp4", 1, 3);
@@ -68,14 +68,14 @@ TEST_F(ClipListing, LeavesOutFilesThatAreStillBeingWritten) {
     EXPECT_THAT(Names(), ElementsAre("ZV_Replay.partial.mkv", "partial.mp4"));
 }
 
-TEST_F(ClipListing, LooksIntoNoFolderAndTakesNoneForAFile) {
+TEST_F(ClipListing, NeitherEntersNorListsFolders) {
     Add("clips/deep/inside.mp4", 1, 1);
     fs::create_directories(folder_.Path() / "clips" / "folder.mp4");
     Refresh("clips", "recordings");
     EXPECT_THAT(Names(), IsEmpty());
 }
 
-TEST_F(ClipListing, ListsAFolderThatIsBothOnce) {
+TEST_F(ClipListing, ListsTheFolderOnceIfClipsAndRecordingsShareIt) {
     Add("clips/a.mp4", 1, 1);
     Refresh("clips", "clips");
     EXPECT_THAT(Names(), ElementsAre("a.mp4"));
@@ -83,7 +83,7 @@ TEST_F(ClipListing, ListsAFolderThatIsBothOnce) {
     EXPECT_THAT(Names(), ElementsAre("a.mp4", "a.mp4"));
 }
 
-TEST_F(ClipListing, AFolderThatIsNotThereIsEmpty) {
+TEST_F(ClipListing, AMissingFolderIsEmpty) {
     Add("recordings/a.mp4", 1, 1);
     Refresh("missing", "recordings");
     EXPECT_THAT(Names(), ElementsAre("a.mp4"));

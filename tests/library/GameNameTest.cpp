@@ -34,7 +34,7 @@ TEST(GameName, EverySpecialCaseHasItsName) {
     });
 }
 
-TEST(GameName, TheExactCasesTakeNothingLonger) {
+TEST(GameName, TheExactCasesMatchNoLongerNames) {
     ExpectNames({
         {u"cs2go.exe", u"cs2go"},
         {u"r5apex_dx12.exe", u"r5apex_dx12"},
@@ -45,7 +45,7 @@ TEST(GameName, TheExactCasesTakeNothingLonger) {
     });
 }
 
-TEST(GameName, TheEarlierOfTwoCasesCounts) {
+TEST(GameName, TheEarlierOfTwoMatchingCasesWins) {
     ExpectNames({
         {u"minecraft-fortnite.exe", u"Fortnite"},
         {u"valorant-roblox.exe", u"Roblox"},
@@ -53,7 +53,7 @@ TEST(GameName, TheEarlierOfTwoCasesCounts) {
     });
 }
 
-TEST(GameName, ProgramsThatAreNoGamesAreTheDesktop) {
+TEST(GameName, OfAProgramThatIsNotAGameIsDesktop) {
     for (const TextView name :
          {u"explorer", u"chrome", u"msedge", u"firefox", u"codex", u"chatgpt", u"discord", u"steam", u"steamwebhelper",
           u"nvidia app", u"nvidia overlay", u"taskmgr", u"applicationframehost", u"systemsettings", u"searchhost",
@@ -65,7 +65,7 @@ TEST(GameName, ProgramsThatAreNoGamesAreTheDesktop) {
     EXPECT_EQ(IdentifyProcess(u"cmd-win64.exe"), u"cmd") << "compared before the build's suffix is cut";
 }
 
-TEST(GameName, TheBuildSuffixesAreCutWhereverTheyStand) {
+TEST(GameName, HasNoBuildSuffixes) {
     ExpectNames({
         {u"MyGame-Win64-Shipping.exe", u"MyGame"},
         {u"Foo-Win64-Shipping-Test.exe", u"Foo"},
@@ -80,7 +80,7 @@ TEST(GameName, TheBuildSuffixesAreCutWhereverTheyStand) {
     });
 }
 
-TEST(GameName, IsTheFileNameWithoutItsExtensionInItsOwnCase) {
+TEST(GameName, IsTheFileNameWithoutExtensionInItsOriginalCase) {
     ExpectNames({
         {u"C:\\Program Files\\My Game\\The Game.exe", u"The Game"},
         {u"C:/Games/Wine Game.exe", u"Wine Game"},
@@ -103,7 +103,7 @@ TEST(GameName, IsTheFileNameWithoutItsExtensionInItsOwnCase) {
     });
 }
 
-TEST(GameName, IsMadeSafeForAFolder) {
+TEST(GameName, IsAValidFolderName) {
     ExpectNames({
         {u"AUX.exe", u"Game_AUX"},
         {u"aux.game.exe", u"Game_aux.game"},
@@ -116,7 +116,7 @@ TEST(GameName, IsMadeSafeForAFolder) {
     EXPECT_EQ(IdentifyProcess(u"aux-win64.exe"), u"Game_aux");
 }
 
-TEST(FolderName, HoldsNoControlCharacterAndNoneOfNine) {
+TEST(FolderName, ContainsNoControlCharacterAndNoneOfTheNineForbiddenOnes) {
     EXPECT_EQ(SanitizeFolderName(u"a<b>c:d\"e/f\\g|h?i*j"), u"a_b_c_d_e_f_g_h_i_j");
     for (char16_t unit = 0; unit < 32; ++unit) {
         EXPECT_EQ(SanitizeFolderName(Text(u"a") + unit + u"b"), u"a_b") << static_cast<int>(unit);
@@ -124,25 +124,25 @@ TEST(FolderName, HoldsNoControlCharacterAndNoneOfNine) {
     EXPECT_EQ(SanitizeFolderName(u"a b!\u007F\u0416\u00E9#%&{}$@`'+="), u"a b!\u007F\u0416\u00E9#%&{}$@`'+=");
 }
 
-TEST(FolderName, EndsInNoDotAndNoBlank) {
+TEST(FolderName, DoesNotEndInADotOrABlank) {
     EXPECT_EQ(SanitizeFolderName(u"a. . ."), u"a");
     EXPECT_EQ(SanitizeFolderName(u" .a"), u" .a");
     EXPECT_EQ(SanitizeFolderName(u"a\t"), u"a_");
 }
 
-TEST(FolderName, IsCutTo80AfterItsEndWasTrimmed) {
+TEST(FolderName, IsTrimmedBeforeItIsCutTo80) {
     EXPECT_EQ(SanitizeFolderName(Text(80, u'a')), Text(80, u'a'));
     EXPECT_EQ(SanitizeFolderName(Text(81, u'a')), Text(80, u'a'));
     EXPECT_EQ(SanitizeFolderName(Text(79, u'a') + u". z"), Text(79, u'a') + u".");
 }
 
-TEST(FolderName, ThatEmptiesOutIsTheDesktop) {
+TEST(FolderName, IsDesktopIfNothingRemains) {
     for (const TextView name : {u"", u".", u"..", u"...", u" ", u" . "}) {
         EXPECT_EQ(SanitizeFolderName(Text(name)), u"Desktop") << Narrow(name);
     }
 }
 
-TEST(FolderName, ThatIsReservedGetsGameInFront) {
+TEST(FolderName, HasThePrefixGameIfItIsReserved) {
     for (const TextView name : {u"con", u"prn", u"aux", u"nul", u"CON", u"Nul.txt", u"aux.a.b"}) {
         EXPECT_EQ(SanitizeFolderName(Text(name)), u"Game_" + Text(name)) << Narrow(name);
     }
@@ -155,18 +155,18 @@ TEST(FolderName, ThatIsReservedGetsGameInFront) {
     }
 }
 
-TEST(FolderName, ThatIsReservedAndLongReaches85) {
+TEST(FolderName, HasUpTo85UnitsIfItIsReserved) {
     EXPECT_EQ(SanitizeFolderName(u"con." + Text(100, u'x')), u"Game_con." + Text(76, u'x'));
 }
 
-TEST(FolderName, StaysAsItIsWhenItIsMadeSafeAgain) {
+TEST(FolderName, DoesNotChangeWhenItIsSanitizedAgain) {
     for (const TextView name : {u"My Game", u"con", u"a<b", u"..", u"a. ."}) {
         const Text once = SanitizeFolderName(Text(name));
         EXPECT_EQ(SanitizeFolderName(once), once) << Narrow(name);
     }
 }
 
-TEST(ProcessName, ADriveWithoutAFolderIsNoPartOfTheName) {
+TEST(ProcessName, DoesNotContainADriveWithoutAFolder) {
     for (const TextView drive : {u"a:", u"m:", u"z:", u"A:", u"M:", u"Z:"}) {
         EXPECT_EQ(IdentifyProcess(Text(drive) + u"Tux.exe"), u"Tux") << Narrow(drive);
     }
@@ -180,20 +180,18 @@ protected:
     static Text NameOf(FrontKind kind, const char16_t* path = u"") { return ForegroundGameName({kind, 12, path}); }
 };
 
-TEST_F(ForegroundGame, WithoutAWindowTheNameStays) { EXPECT_EQ(NameOf(FrontKind::None), u""); }
+TEST_F(ForegroundGame, IsEmptyWithoutAFrontWindow) { EXPECT_EQ(NameOf(FrontKind::None), u""); }
 
-TEST_F(ForegroundGame, WithTheProgramsOwnWindowTheNameStays) {
-    EXPECT_EQ(NameOf(FrontKind::Own, u"C:\\zorvel.exe"), u"");
-}
+TEST_F(ForegroundGame, IsEmptyForTheProgramsOwnWindow) { EXPECT_EQ(NameOf(FrontKind::Own, u"C:\\zorvel.exe"), u""); }
 
-TEST_F(ForegroundGame, ThatCannotBeReadIsTheDesktop) { EXPECT_EQ(NameOf(FrontKind::Unknown), u"Desktop"); }
+TEST_F(ForegroundGame, IsDesktopIfTheProcessCannotBeRead) { EXPECT_EQ(NameOf(FrontKind::Unknown), u"Desktop"); }
 
-TEST_F(ForegroundGame, IsNamedByItsImage) {
+TEST_F(ForegroundGame, HasTheNameOfItsImage) {
     EXPECT_EQ(NameOf(FrontKind::Known, u"C:\\r5apex.exe"), u"Apex Legends");
     EXPECT_EQ(NameOf(FrontKind::Known, u"/usr/games/Tux-Shipping"), u"Tux");
 }
 
-TEST(KnownGame, EveryKeywordCountsAnywhereInTheFileName) {
+TEST(KnownGame, EveryKeywordMatchesAnywhereInTheFileName) {
     for (const TextView path : {u"C:\\FortniteClient.exe", u"C:\\x-VALORANT.exe", u"C:\\cs2.exe", u"C:\\mycs2.exe",
                                 u"C:\\r5apex_dx12.exe", u"C:\\RocketLeague.exe", u"C:\\RobloxPlayerBeta.exe",
                                 u"C:\\Minecraft.Windows.exe", u"/opt/minecraft", u"/games/cs2"}) {
@@ -201,7 +199,7 @@ TEST(KnownGame, EveryKeywordCountsAnywhereInTheFileName) {
     }
 }
 
-TEST(KnownGame, ANameThatOnlyTheFolderRulesKnowDoesNotCount) {
+TEST(KnownGame, IgnoresNamesThatOnlyTheFolderRulesMatch) {
     for (const TextView path : {u"C:\\javaw.exe", u"C:\\RobloxStudio.exe", u"/opt/cs2-launcher", u"C:\\cs2.bin",
                                 u"C:\\Minecraft\\launcher.exe", u"C:\\game.exe", u""}) {
         EXPECT_FALSE(IsKnownGame(path)) << Narrow(path);

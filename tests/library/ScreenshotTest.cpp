@@ -49,18 +49,18 @@ protected:
     support::TemporaryFolder folder_;
 };
 
-TEST_F(Screenshot, IsSavedUnderItsStemAndTheLocalTimeAndSaysWhere) {
+TEST_F(Screenshot, IsNamedByStemAndLocalTimeAndReturnsItsPath) {
     EXPECT_EQ(SaveScreenshot(FolderText(), u"MAIN"), u"Screenshot saved: " + FromPath(Picture()));
     EXPECT_EQ(support::ReadBytes(Picture()), fake::screenBytes);
     EXPECT_EQ(FilesLeft(), 1U);
 }
 
-TEST_F(Screenshot, WithoutAFolderAsksForOneAndTakesNothing) {
+TEST_F(Screenshot, WithoutAFolderAsksForOneAndSavesNothing) {
     EXPECT_EQ(SaveScreenshot(u"", u"MAIN"), u"Choose a screenshot folder in Gallery > Folders.");
     EXPECT_TRUE(fake::Grabs().empty());
 }
 
-TEST_F(Screenshot, ShowsTheChosenMonitorFromItsCornerAtItsOwnSize) {
+TEST_F(Screenshot, ShowsTheWholeChosenMonitor) {
     SaveScreenshot(FolderText(), u"LEFT");
     ASSERT_EQ(fake::Grabs().size(), 1U);
     EXPECT_EQ(fake::Grabs()[0].area, (Rectangle{-1280, 56, 0, 1080}));
@@ -72,7 +72,7 @@ TEST_F(Screenshot, WithoutAChosenMonitorShowsThePrimaryOne) {
     EXPECT_EQ(fake::Grabs()[0].area, (Rectangle{0, 0, 1920, 1080}));
 }
 
-TEST_F(Screenshot, CarriesAWorkingNameThatIsNoImageUntilItIsWhole) {
+TEST_F(Screenshot, HasAWorkingNameWithoutAnImageExtensionUntilItIsComplete) {
     bool wholeNameTaken = true;
     fake::TheCalls().hook = [&](const char*, int) { wholeNameTaken = fs::exists(Picture()); };
     SaveScreenshot(FolderText(), u"MAIN");
@@ -81,7 +81,7 @@ TEST_F(Screenshot, CarriesAWorkingNameThatIsNoImageUntilItIsWhole) {
     EXPECT_EQ(fake::Grabs()[0].path, FromPath(Picture()) + u".partial");
 }
 
-TEST_F(Screenshot, OfAMonitorThatIsGoneFails) {
+TEST_F(Screenshot, OfAMissingMonitorFails) {
     EXPECT_EQ(SaveScreenshot(FolderText(), u"GONE"), failed);
     EXPECT_TRUE(fake::Grabs().empty());
     EXPECT_EQ(FilesLeft(), 0U);
@@ -99,22 +99,22 @@ TEST_F(Screenshot, WithoutAnyMonitorFails) {
     EXPECT_EQ(SaveScreenshot(FolderText(), u""), failed);
 }
 
-TEST_F(Screenshot, OnAFullDiskFailsAndLeavesNothingBehind) {
+TEST_F(Screenshot, OnAFullDiskFailsAndLeavesNoFile) {
     fake::FailCall("SaveScreenAsPng", 1, diskFull);
     EXPECT_EQ(SaveScreenshot(FolderText(), u"MAIN"), failed);
     EXPECT_EQ(fake::Grabs().size(), 1U);
     EXPECT_EQ(FilesLeft(), 0U);
 }
 
-TEST_F(Screenshot, ThatIsBrokenOffLeavesNothingBehind) {
+TEST_F(Screenshot, LeavesNoFileAfterAnException) {
     fake::ThrowInCall("SaveScreenAsPng", 1);
     EXPECT_THROW(SaveScreenshot(FolderText(), u"MAIN"), std::bad_alloc);
     EXPECT_EQ(fake::Grabs().size(), 1U);
     EXPECT_EQ(FilesLeft(), 0U);
 }
 
-TEST_F(Screenshot, ThatCannotGetItsNameFailsAndLeavesNothingBehind) {
-    // A folder that is not empty stands where the picture should be.
+TEST_F(Screenshot, ThatCannotBeRenamedFailsAndLeavesNoFile) {
+    // A folder that is not empty has the picture's name.
     fs::create_directories(Picture() / "inside");
     EXPECT_EQ(SaveScreenshot(FolderText(), u"MAIN"), failed);
     EXPECT_EQ(fake::Grabs().size(), 1U);
@@ -127,7 +127,7 @@ TEST_F(Screenshot, CreatesItsFolderWithAllParents) {
     EXPECT_TRUE(fs::exists(deep / fs::path(fileName)));
 }
 
-TEST_F(Screenshot, IntoAFileInPlaceOfTheFolderFailsBeforeTheScreenIsRead) {
+TEST_F(Screenshot, FailsBeforeTheScreenIsReadIfItsFolderIsAFile) {
     support::WriteBytes(folder_.Path() / "file", "x");
     EXPECT_EQ(SaveScreenshot(FromPath(folder_.Path() / "file"), u"MAIN"), failed);
     EXPECT_EQ(SaveScreenshot(FromPath(folder_.Path() / "file" / "deeper"), u"MAIN"), failed);

@@ -18,7 +18,7 @@ using support::Eventually;
 using support::generousMs;
 using support::PlatformChild;
 
-/// Bytes without a short period, different for every seed.
+/// Bytes without a short period. They differ for every seed.
 std::vector<std::byte> Pattern(std::size_t size, std::uint32_t seed) {
     std::vector<std::byte> bytes(size);
     std::uint32_t state = seed * 2654435761U + 1;
@@ -29,7 +29,7 @@ std::vector<std::byte> Pattern(std::size_t size, std::uint32_t seed) {
     return bytes;
 }
 
-/// What the reader prints about the bytes that it read.
+/// The reader's output about the bytes that it has read.
 std::string ReportOf(const std::vector<std::vector<std::byte>>& parts) {
     std::size_t count = 0;
     unsigned long long sum = 0;
@@ -55,7 +55,7 @@ protected:
         ASSERT_EQ(MakeBytePipe(name_, options, pipe_), resultOk);
     }
 
-    /// `what` is how much the reader reads and what it does then.
+    /// `what` tells the reader how much to read and what to do afterwards.
     void StartReader(const Text& what) {
         ASSERT_TRUE(SpawnChild(PlatformChild(u"read \"" + name_ + u"\" " + what, Log()), reader_));
     }
@@ -68,7 +68,7 @@ protected:
 
     std::filesystem::path Log() const { return folder_.Path() / "reader.log"; }
 
-    /// Fills a pipe whose reader does not read until a write stays in flight.
+    /// Writes into a pipe whose reader does not read, until a write stays in flight.
     Owned<PipeWrite> PendingWrite(const std::vector<std::byte>& bytes) {
         for (int i = 0; i < 100; ++i) {
             Owned<PipeWrite> write = MakePipeWrite(*pipe_);
@@ -82,7 +82,7 @@ protected:
         return nullptr;
     }
 
-    /// Sends `frames` parts in three slots in turn, as the capture does, and compares what the reader saw.
+    /// Sends `frames` parts with three alternating slots, as the capture does, and compares what the reader received.
     void SendThreeAtATime(std::size_t size, std::size_t frames) {
         constexpr std::size_t slots = 3;
         std::vector<std::vector<std::byte>> parts;
@@ -121,7 +121,7 @@ protected:
     Owned<BytePipe> pipe_;
 };
 
-TEST_F(BytePipes, TheNameIsThePrefixTheStemTheProcessIdAndTheCounter) {
+TEST_F(BytePipes, TheNameConsistsOfPrefixStemProcessIdAndCounter) {
     const Text tail = u"ZVVideo-" + DecimalUnsigned(OwnProcessId()) + u"-1";
     const Text name = PipeName(u"ZVVideo-", 1);
     ASSERT_TRUE(name.ends_with(tail));
@@ -131,7 +131,7 @@ TEST_F(BytePipes, TheNameIsThePrefixTheStemTheProcessIdAndTheCounter) {
               prefix + u"ZVReelsAudio-" + DecimalUnsigned(OwnProcessId()) + u"-4294967295");
 }
 
-TEST_F(BytePipes, EveryByteArrivesInOrderAndClosingIsTheEnd) {
+TEST_F(BytePipes, AllBytesArriveInOrderAndClosingEndsTheStream) {
     ASSERT_NO_FATAL_FAILURE(MakeConnected(0x100000, u"all exit"));
     std::vector<std::vector<std::byte>> parts;
     const Owned<PipeWrite> write = MakePipeWrite(*pipe_);
@@ -160,7 +160,7 @@ TEST_F(BytePipes, ManyShortWritesThroughASmallBufferKeepTheirOrder) {
     SendThreeAtATime(2501, 6000);
 }
 
-TEST_F(BytePipes, ThePipeTakesItsBufferSizeFromAWriterWhoseReaderDoesNotRead) {
+TEST_F(BytePipes, ThePipeBuffersItsSizeWhileItsReaderDoesNotRead) {
     ASSERT_NO_FATAL_FAILURE(MakeConnected(0x100000, u"0 stall"));
     const std::vector<std::byte> bytes = Pattern(0x100000, 1);
     const Owned<PipeWrite> write = MakePipeWrite(*pipe_);
@@ -169,7 +169,7 @@ TEST_F(BytePipes, ThePipeTakesItsBufferSizeFromAWriterWhoseReaderDoesNotRead) {
     EXPECT_EQ(BeginWrite(*more, bytes.data(), bytes.size()), WriteBegin::Pending);
 }
 
-TEST_F(BytePipes, AReaderThatNeverComesTimesOut) {
+TEST_F(BytePipes, ConnectTimesOutWithoutAReader) {
     ASSERT_NO_FATAL_FAILURE(Make(0x100000));
     const std::int64_t begin = SteadyNs();
     EXPECT_EQ(ConnectPipe(*pipe_, *stop_, 60), PipeConnect::TimedOut);
@@ -177,7 +177,7 @@ TEST_F(BytePipes, AReaderThatNeverComesTimesOut) {
     EXPECT_EQ(ConnectPipe(*pipe_, *stop_, 0), PipeConnect::TimedOut);
 }
 
-TEST_F(BytePipes, AReaderThatComesAfterATimeOutIsStillConnected) {
+TEST_F(BytePipes, AReaderCanConnectAfterATimeout) {
     ASSERT_NO_FATAL_FAILURE(Make(0x100000));
     EXPECT_EQ(ConnectPipe(*pipe_, *stop_, 10), PipeConnect::TimedOut);
     ASSERT_NO_FATAL_FAILURE(StartReader(u"all exit"));
@@ -195,7 +195,7 @@ TEST_F(BytePipes, AStopEndsTheWaitForAReader) {
     EXPECT_EQ(ConnectPipe(*pipe_, *stop_, generousMs), PipeConnect::Stopped);
 }
 
-TEST_F(BytePipes, AReaderThatStopsReadingTimesTheWriteOut) {
+TEST_F(BytePipes, AWriteTimesOutIfTheReaderStopsReading) {
     ASSERT_NO_FATAL_FAILURE(MakeConnected(65536, u"1000 stall"));
     const std::vector<std::byte> bytes = Pattern(300000, 2);
     const Owned<PipeWrite> write = PendingWrite(bytes);
@@ -221,7 +221,7 @@ TEST_F(BytePipes, AStopEndsTheWaitForAWrite) {
     EXPECT_EQ(FinishWrite(*next, *stop_, generousMs), WriteEnd::Stopped);
 }
 
-TEST_F(BytePipes, AReaderThatDiesFailsTheWriteInFlight) {
+TEST_F(BytePipes, AWriteInFlightFailsWhenTheReaderDies) {
     ASSERT_NO_FATAL_FAILURE(MakeConnected(65536, u"0 stall"));
     const std::vector<std::byte> bytes = Pattern(300000, 4);
     const Owned<PipeWrite> write = PendingWrite(bytes);
@@ -236,7 +236,7 @@ TEST_F(BytePipes, AReaderThatDiesFailsTheWriteInFlight) {
     killer.join();
 }
 
-TEST_F(BytePipes, AWriteIsRefusedOnceTheReaderIsGone) {
+TEST_F(BytePipes, AWriteIsRefusedAfterTheReaderHasClosedThePipe) {
     ASSERT_NO_FATAL_FAILURE(MakeConnected(0x100000, u"0 exit"));
     ASSERT_TRUE(WaitForExit(*reader_.process, generousMs));
     const std::vector<std::byte> bytes = Pattern(1000, 5);
@@ -245,7 +245,7 @@ TEST_F(BytePipes, AWriteIsRefusedOnceTheReaderIsGone) {
     EXPECT_EQ(BeginWrite(*write, bytes.data(), bytes.size()), WriteBegin::Refused);
 }
 
-TEST_F(BytePipes, ACancelledWriteLetsGoOfItsBytes) {
+TEST_F(BytePipes, ACancelledWriteReleasesItsBytes) {
     ASSERT_NO_FATAL_FAILURE(MakeConnected(65536, u"0 stall"));
     std::vector<std::byte> bytes = Pattern(300000, 6);
     const Owned<PipeWrite> write = PendingWrite(bytes);
@@ -257,7 +257,7 @@ TEST_F(BytePipes, ACancelledWriteLetsGoOfItsBytes) {
     EXPECT_EQ(BeginWrite(*write, others.data(), others.size()), WriteBegin::Pending);
 }
 
-TEST_F(BytePipes, ClosingBeforeTheReaderIsConnectedLetsTheReaderEnd) {
+TEST_F(BytePipes, ClosingBeforeTheReaderIsConnectedEndsTheReader) {
     for (int i = 0; i < 10; ++i) {
         ASSERT_NO_FATAL_FAILURE(Make(0x100000));
         ASSERT_NO_FATAL_FAILURE(StartReader(u"all exit"));
@@ -277,7 +277,7 @@ TEST_F(BytePipes, AReaderOfAClosedPipeCannotOpenIt) {
     EXPECT_EQ(ContentOf(Log()), "cannot open\n");
 }
 
-TEST_F(BytePipes, ANameThatExistsIsRefusedWithACode) {
+TEST_F(BytePipes, AnExistingNameIsRefusedWithACode) {
     PipeOptions options;
     options.firstInstanceOnly = true;
     ASSERT_EQ(MakeBytePipe(name_, options, pipe_), resultOk);

@@ -1,5 +1,5 @@
-// What a canvas promises of its pixels, on every system: edges exactly where they were asked for, letters inside their
-// box. How smooth an edge is and how a letter looks is the system's own.
+// The pixels that a canvas guarantees on every system: edges have their exact positions, and letters stay inside their
+// box. Antialiasing and the shapes of letters depend on the system.
 #include "platform/Canvas.h"
 
 #include <gtest/gtest.h>
@@ -11,11 +11,11 @@ namespace {
 
 constexpr Color white = Rgb(255, 255, 255);
 
-/// Of what differs from black.
+/// The bounds and the amount of all that is not black.
 struct Ink {
     int left = std::numeric_limits<int>::max();
     int top = std::numeric_limits<int>::max();
-    int right = -1;  ///< behind the last column
+    int right = -1;  ///< one past the last column
     int bottom = -1;
     double amount = 0;  ///< 1 for a white pixel
 
@@ -71,7 +71,7 @@ TEST_F(CanvasPixels, AreBlackAtFirst) {
     EXPECT_TRUE(InkOf().None());
 }
 
-TEST_F(CanvasPixels, ExistOnlyForASizeThatCanBeHad) {
+TEST_F(CanvasPixels, ExistOnlyForASupportedSize) {
     EXPECT_EQ(MakeCanvas(0, 10), nullptr);
     EXPECT_EQ(MakeCanvas(10, 0), nullptr);
     EXPECT_EQ(MakeCanvas(-1, 10), nullptr);
@@ -79,12 +79,12 @@ TEST_F(CanvasPixels, ExistOnlyForASizeThatCanBeHad) {
     EXPECT_NE(MakeCanvas(1, 1), nullptr);
 }
 
-TEST_F(CanvasPixels, ColoursGoWhereTheyBelong) {
+TEST_F(CanvasPixels, HaveTheRightChannels) {
     FillBox(*canvas_, {0, 0, 10, 10}, Rgb(17, 34, 51));
     EXPECT_EQ(At(5, 5), 0x112233U);
 }
 
-TEST_F(CanvasPixels, ABoxEndsBeforeItsRightAndBottom) {
+TEST_F(CanvasPixels, ABoxExcludesItsRightAndBottom) {
     FillBox(*canvas_, {10, 20, 31, 47}, white);
     const Ink ink = InkOf();
     EXPECT_EQ(ink.left, 10);
@@ -94,13 +94,13 @@ TEST_F(CanvasPixels, ABoxEndsBeforeItsRightAndBottom) {
     EXPECT_EQ(ink.amount, 21 * 27);
 }
 
-TEST_F(CanvasPixels, ABoxWithoutASizeIsNotThere) {
+TEST_F(CanvasPixels, AnEmptyBoxPaintsNothing) {
     FillBox(*canvas_, {10, 20, 10, 47}, white);
     FillBox(*canvas_, {10, 20, 40, 20}, white);
     EXPECT_TRUE(InkOf().None());
 }
 
-TEST_F(CanvasPixels, ATransformScalesAndMovesAndIsTakenBack) {
+TEST_F(CanvasPixels, ATransformScalesAndMovesUntilItIsPopped) {
     PushTransform(*canvas_, {20, 10}, 2);
     PushTransform(*canvas_, {5, 4}, 1.5);
     FillBox(*canvas_, {0, 0, 10, 4}, white);  // at 30, 18 and three times as large
@@ -133,7 +133,7 @@ TEST_F(CanvasPixels, BoxesSideBySideLeaveNoGapAtAnyScale) {
     }
 }
 
-TEST_F(CanvasPixels, ARoundBoxFillsItsSidesAndLeavesItsCorners) {
+TEST_F(CanvasPixels, ARoundBoxFillsItsSidesButNotItsCorners) {
     FillRoundBox(*canvas_, {10, 10, 60, 50}, 12, white);
     const Ink ink = InkOf();
     EXPECT_EQ(ink.left, 10);
@@ -151,7 +151,7 @@ TEST_F(CanvasPixels, ARoundBoxFillsItsSidesAndLeavesItsCorners) {
     EXPECT_NEAR(ink.amount, 50 * 40 - missing, 12);
 }
 
-TEST_F(CanvasPixels, AFrameIsAsDeepAsItIsAskedFor) {
+TEST_F(CanvasPixels, AFrameHasTheRequestedDepth) {
     FrameBox(*canvas_, {10, 10, 40, 30}, 2, white);
     const Ink ink = InkOf();
     EXPECT_EQ(ink.right, 40);
@@ -161,7 +161,7 @@ TEST_F(CanvasPixels, AFrameIsAsDeepAsItIsAskedFor) {
     EXPECT_EQ(At(12, 27), 0U);
 }
 
-TEST_F(CanvasPixels, AFrameStaysVisibleWhereEverythingGetsSmaller) {
+TEST_F(CanvasPixels, AFrameStaysVisibleUnderAShrinkingTransform) {
     PushTransform(*canvas_, {}, 0.25);
     FrameBox(*canvas_, {40, 40, 160, 120}, 2, white);
     PopTransform(*canvas_);
@@ -174,7 +174,7 @@ TEST_F(CanvasPixels, AFrameStaysVisibleWhereEverythingGetsSmaller) {
 
 TEST_F(CanvasPixels, ARoundFrameLiesInsideItsBox) {
     FrameRoundBox(*canvas_, {10, 10, 60, 50}, 12, white);
-    // A smooth corner may touch the next pixel.
+    // An antialiased corner may extend to the next pixel.
     const Ink ink = InkOf();
     EXPECT_NEAR(ink.left, 10, 1);
     EXPECT_NEAR(ink.top, 10, 1);
@@ -193,7 +193,7 @@ TEST_F(CanvasPixels, ARoundFrameLiesInsideItsBox) {
 
 // Text.
 
-TEST_F(CanvasPixels, ALineStandsInTheMiddleOfItsBox) {
+TEST_F(CanvasPixels, ALineIsVerticallyCentred) {
     const Ink ink = InkOfText(u"XH", {20, 30, 180, 90}, TextLayout::Line, *body_);
     EXPECT_GE(ink.left, 20);
     EXPECT_LE(ink.left, 24);
@@ -202,7 +202,7 @@ TEST_F(CanvasPixels, ALineStandsInTheMiddleOfItsBox) {
     EXPECT_LE(ink.Height(), 15);
 }
 
-TEST_F(CanvasPixels, ACentredLineStandsInTheMiddleOfItsWidthToo) {
+TEST_F(CanvasPixels, ACentredLineIsHorizontallyCentredToo) {
     const Ink ink = InkOfText(u"XHX", {20, 30, 180, 90}, TextLayout::CentredLine, *body_);
     EXPECT_NEAR(ink.Middle(), 100, 1);
     EXPECT_NEAR(ink.Centre(), 60, 2);
@@ -218,8 +218,8 @@ TEST_F(CanvasPixels, LettersGrowWithTheTransform) {
     EXPECT_NEAR(doubled.Centre(), 2 * plain.Centre(), 3);
 }
 
-TEST_F(CanvasPixels, AFontsHeightIsThatOfALine) {
-    // From the accent of the highest capital to the lowest descender.
+TEST_F(CanvasPixels, TheHeightOfAFontIsTheHeightOfALine) {
+    // The text extends from the accent of the highest capital to the lowest descender.
     const auto tall = MakeFont(60, 400);
     const Ink ink = InkOfText(u"\u00C5gjp", {0, 20, 200, 80}, TextLayout::Line, *tall);
     EXPECT_GE(ink.top, 20);
@@ -239,7 +239,7 @@ TEST_F(CanvasPixels, AnAmpersandIsALetter) {
     EXPECT_GT(with.Width(), without.Width() + 5);
 }
 
-TEST_F(CanvasPixels, ALineThatIsTooLongEndsInAnEllipsisInsideItsBox) {
+TEST_F(CanvasPixels, ALongLineEndsInAnEllipsisInsideItsBox) {
     // Full blocks are high, the ellipsis is low.
     const Text blocks(40, u'H');
     for (const TextLayout layout : {TextLayout::Line, TextLayout::CentredLine}) {
@@ -257,7 +257,7 @@ TEST_F(CanvasPixels, ALineThatIsTooLongEndsInAnEllipsisInsideItsBox) {
     }
 }
 
-TEST_F(CanvasPixels, NothingOfATextIsPaintedOutsideItsBox) {
+TEST_F(CanvasPixels, TextIsNotPaintedOutsideItsBox) {
     const auto tall = MakeFont(60, 700);
     for (const TextLayout layout : {TextLayout::Line, TextLayout::CentredLine, TextLayout::Wrapped}) {
         const Ink ink = InkOfText(u"HHHHHHHHHH HHHHHHHHHHHHHHHHHHH HHH", {50, 50, 90, 70}, layout, *tall);
@@ -281,7 +281,7 @@ TEST_F(CanvasPixels, WrappedTextStartsAtTheTopAndBreaksBetweenWords) {
     EXPECT_NEAR(two.bottom, one.bottom + 17, 1);
 }
 
-TEST_F(CanvasPixels, WrappedTextThatDoesNotFitStaysInsideItsBox) {
+TEST_F(CanvasPixels, LongWrappedTextStaysInsideItsBox) {
     Text words;
     for (int i = 0; i < 60; ++i) {
         words += u"HHH ";
@@ -291,7 +291,7 @@ TEST_F(CanvasPixels, WrappedTextThatDoesNotFitStaysInsideItsBox) {
     EXPECT_GT(ink.bottom, 32);
 }
 
-TEST_F(CanvasPixels, TextOfAnyUnitsIsHarmless) {
+TEST_F(CanvasPixels, TextMayContainAnyUnits) {
     Text strange = u"a";
     strange += char16_t{0xD800};
     strange += u'b';
@@ -306,7 +306,7 @@ TEST_F(CanvasPixels, TextOfAnyUnitsIsHarmless) {
     InkOfText(Text(1'000'000, u'x'), {0, 0, 200, 30}, TextLayout::Line, *body_);
 }
 
-TEST_F(CanvasPixels, ALineBreakInALineIsASpace) {
+TEST_F(CanvasPixels, ALineBreakInASingleLineIsASpace) {
     const Ink line = InkOfText(u"HHH\nHHH", {0, 0, 200, 60}, TextLayout::Line, *body_);
     EXPECT_LT(line.Height(), 17);
 }
@@ -318,7 +318,7 @@ TEST_F(CanvasPixels, AFontWithoutAHeightIsNotMade) {
 
 // Smooth lines and shapes.
 
-TEST_F(CanvasPixels, ALineIsAsWideAsItsPenAndHasRoundEnds) {
+TEST_F(CanvasPixels, ALineHasTheWidthOfItsPenAndRoundEnds) {
     const PointF points[] = {{40, 60}, {140, 60}};
     StrokeLines(*canvas_, points, false, {white, 10});
     const Ink ink = InkOf();
@@ -329,7 +329,7 @@ TEST_F(CanvasPixels, ALineIsAsWideAsItsPenAndHasRoundEnds) {
     EXPECT_NEAR(ink.amount, 100 * 10 + 3.14159 * 25, 15);
 }
 
-TEST_F(CanvasPixels, ALineIsClosedOnlyWhenItIsAskedFor) {
+TEST_F(CanvasPixels, ALineIsClosedOnlyOnRequest) {
     const PointF points[] = {{20, 20}, {120, 20}, {120, 100}};
     StrokeLines(*canvas_, points, false, {white, 4});
     EXPECT_EQ(At(70, 60), 0U);
@@ -353,7 +353,7 @@ TEST_F(CanvasPixels, AnArcGoesClockwiseFromTheRight) {
     EXPECT_EQ(At(100, 60), 0U);
 }
 
-TEST_F(CanvasPixels, SmoothShapesFollowTheTransformOnce) {
+TEST_F(CanvasPixels, SmoothShapesAreTransformedOnce) {
     PushTransform(*canvas_, {100, 60}, 2);
     FillDisc(*canvas_, {0, 0}, 20, Rgb(0, 255, 0));
     PopTransform(*canvas_);
@@ -363,7 +363,7 @@ TEST_F(CanvasPixels, SmoothShapesFollowTheTransformOnce) {
     EXPECT_NEAR(ink.Centre(), 60, 1);
     EXPECT_NEAR(ink.amount, 3.14159 * 1600, 100);
     EXPECT_EQ(At(100, 60), 0x00FF00U);
-    // Boxes go on where they went before.
+    // Boxes still use the transform afterwards.
     FillBox(*canvas_, {0, 0, 1, 1}, white);
     EXPECT_EQ(At(0, 0), 0xFFFFFFU);
 }
@@ -378,14 +378,14 @@ TEST_F(CanvasPixels, APictureFillsItsBox) {
     EXPECT_EQ(ink.top, 30);
     EXPECT_EQ(ink.right, 120);
     EXPECT_EQ(ink.bottom, 70);
-    // In between the one passes into the other.
+    // The colours are interpolated between them.
     EXPECT_EQ(At(21, 31) & 0xFF00FFU, 0xFF0000U);
     EXPECT_LT(At(21, 31) >> 8U & 0xFFU, 8U);
     EXPECT_EQ(At(118, 68) & 0xFF00FFU, 0xFF0000U);
     EXPECT_GT(At(118, 68) >> 8U & 0xFFU, 247U);
 }
 
-TEST_F(CanvasPixels, APictureFollowsTheTransform) {
+TEST_F(CanvasPixels, APictureIsTransformed) {
     const std::uint32_t pixel = 0x00FF00U;
     PushTransform(*canvas_, {10, 10}, 1.5);
     DrawPixels(*canvas_, {0, 0, 10, 20}, {&pixel, 1, 1});

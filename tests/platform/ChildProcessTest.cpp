@@ -25,7 +25,7 @@ protected:
 
     bool HasTicked() const { return ContentOf(TickFile()).find("\n.") != std::string::npos; }
 
-    /// True when nothing has been added to the tick file for a second.
+    /// Returns true if the tick file has not grown for a second.
     bool TicksHaveEnded() const {
         return Eventually([this] {
             const std::size_t before = ContentOf(TickFile()).size();
@@ -37,7 +37,7 @@ protected:
     support::TemporaryFolder folder_;
 };
 
-TEST_F(ChildProcess, TheExitCodeIsTheChilds) {
+TEST_F(ChildProcess, HasTheExitCodeOfTheChild) {
     for (const auto& [arguments, code] : {std::pair{u"exit 0", 0U}, {u"exit 1", 1U}, {u"exit 123", 123U}}) {
         Child child;
         ASSERT_TRUE(SpawnChild(PlatformChild(arguments, Log()), child));
@@ -48,7 +48,7 @@ TEST_F(ChildProcess, TheExitCodeIsTheChilds) {
     }
 }
 
-TEST_F(ChildProcess, EveryArgumentArrivesAsTheWindowsRuleSays) {
+TEST_F(ChildProcess, EveryArgumentIsQuotedByTheWindowsRule) {
     Child child;
     const Text line =
         u"arguments plain \"with blank\" \"\" \"a\\\\\" \"a\\\"b\" a\\\\b \"a\\b\" \"C:\\dir\\\\\" \"\\\\\\\"\" x\"y "
@@ -61,7 +61,7 @@ TEST_F(ChildProcess, EveryArgumentArrivesAsTheWindowsRuleSays) {
               "[Z\xC3\xBCrich]\n[a\"b]\n[say \"hi\"]\n");
 }
 
-TEST_F(ChildProcess, OutputAndErrorBothLandInAFreshLog) {
+TEST_F(ChildProcess, OutputAndErrorAreWrittenToANewLog) {
     std::ofstream(Log()) << "what an earlier child said, at some length, so that a rest of it would show";
     Child child;
     ASSERT_TRUE(SpawnChild(PlatformChild(u"outputs", Log()), child));
@@ -79,7 +79,7 @@ TEST_F(ChildProcess, TheLogCanBeReadWhileTheChildRuns) {
     EXPECT_TRUE(IsRunning(*child.process));
 }
 
-TEST_F(ChildProcess, ARunningChildIsSeenRunningAndAWaitForItTimesOut) {
+TEST_F(ChildProcess, AWaitForARunningChildTimesOut) {
     Child child;
     ASSERT_TRUE(SpawnChild(PlatformChild(TickArguments(), Log()), child));
     EXPECT_TRUE(IsRunning(*child.process));
@@ -89,7 +89,7 @@ TEST_F(ChildProcess, ARunningChildIsSeenRunningAndAWaitForItTimesOut) {
     EXPECT_FALSE(WaitForExit(*child.process, 0));
 }
 
-TEST_F(ChildProcess, WhatIsWrittenToItsInputReachesTheChild) {
+TEST_F(ChildProcess, TheChildReceivesWhatIsWrittenToItsInput) {
     Child child;
     ASSERT_TRUE(SpawnChild(PlatformChild(u"quit", Log()), child));
     EXPECT_TRUE(IsRunning(*child.process));
@@ -98,7 +98,7 @@ TEST_F(ChildProcess, WhatIsWrittenToItsInputReachesTheChild) {
     EXPECT_EQ(ExitCode(*child.process), 7U);
 }
 
-TEST_F(ChildProcess, ClosingItsInputIsTheEndOfInputForTheChild) {
+TEST_F(ChildProcess, ClosingTheInputEndsTheInputOfTheChild) {
     Child child;
     ASSERT_TRUE(SpawnChild(PlatformChild(u"quit", Log()), child));
     child.input.reset();
@@ -106,7 +106,7 @@ TEST_F(ChildProcess, ClosingItsInputIsTheEndOfInputForTheChild) {
     EXPECT_EQ(ExitCode(*child.process), 8U);
 }
 
-TEST_F(ChildProcess, AnotherChildDoesNotHoldTheInputOfTheFirstOpen) {
+TEST_F(ChildProcess, AnotherChildDoesNotKeepTheInputOfTheFirstOpen) {
     Child first;
     ASSERT_TRUE(SpawnChild(PlatformChild(u"quit", Log()), first));
     Child second;
@@ -115,7 +115,7 @@ TEST_F(ChildProcess, AnotherChildDoesNotHoldTheInputOfTheFirstOpen) {
     EXPECT_TRUE(WaitForExit(*first.process, generousMs));
 }
 
-TEST_F(ChildProcess, WritingToAChildThatIsGoneIsHarmless) {
+TEST_F(ChildProcess, WritingToAnEndedChildIsHarmless) {
     Child child;
     ASSERT_TRUE(SpawnChild(PlatformChild(u"exit 0", Log()), child));
     ASSERT_TRUE(WaitForExit(*child.process, generousMs));
@@ -134,7 +134,7 @@ TEST_F(ChildProcess, TerminatingTheJobEndsTheChildWithExitCodeOne) {
     TerminateJob(*child.job);
 }
 
-TEST_F(ChildProcess, TerminatingTheJobEndsWhatTheChildHasStartedToo) {
+TEST_F(ChildProcess, TerminatingTheJobAlsoEndsTheChildrenOfTheChild) {
     Child child;
     ASSERT_TRUE(SpawnChild(
         PlatformChild(
@@ -155,7 +155,7 @@ TEST_F(ChildProcess, ClosingTheJobKillsTheChild) {
     EXPECT_TRUE(TicksHaveEnded());
 }
 
-TEST_F(ChildProcess, AChildThatIsDroppedWholeIsKilled) {
+TEST_F(ChildProcess, DestroyingAllHandlesKillsTheChild) {
     {
         Child child;
         ASSERT_TRUE(SpawnChild(PlatformChild(TickArguments(), Log()), child));
@@ -173,7 +173,7 @@ TEST_F(ChildProcess, AChildOutlivesTheThreadThatStartedIt) {
     EXPECT_FALSE(WaitForExit(*child.process, 100));
 }
 
-TEST_F(ChildProcess, AChildDiesWithAParentThatEndsWithoutTidyingUp) {
+TEST_F(ChildProcess, AChildDiesWithAParentThatDoesNotCleanUp) {
     Child parent;
     ASSERT_TRUE(SpawnChild(PlatformChild(u"spawn \"" + FromPath(TickFile()) + u"\" \"" +
                                              FromPath(folder_.Path() / "inner.log") + u"\" vanish",
@@ -182,11 +182,11 @@ TEST_F(ChildProcess, AChildDiesWithAParentThatEndsWithoutTidyingUp) {
     ASSERT_TRUE(WaitForExit(*parent.process, generousMs));
     ASSERT_EQ(ExitCode(*parent.process), 5U);
     ASSERT_TRUE(HasTicked());
-    // The job of this process is still open: it is the parent's end alone that has to do it.
+    // The job of this process is still open, so only the parent's end can have killed the child.
     EXPECT_TRUE(TicksHaveEnded());
 }
 
-TEST_F(ChildProcess, AFailedStartHoldsNothing) {
+TEST_F(ChildProcess, AFailedStartOwnsNothing) {
     Child child;
     ChildOptions missing = PlatformChild(u"exit 0", Log());
     missing.executable += u"-missing";
@@ -201,7 +201,7 @@ TEST_F(ChildProcess, AFailedStartHoldsNothing) {
     EXPECT_FALSE(child.job);
 }
 
-TEST_F(ChildProcess, AVariableThatIsSetReachesLaterChildren) {
+TEST_F(ChildProcess, LaterChildrenInheritAVariableThatWasSet) {
     const Text place = FromPath(folder_.Path());
     SetEnvironmentValue(u"ZV_TEST_FOR_CHILD", place);
     EXPECT_EQ(EnvironmentValue(u"ZV_TEST_FOR_CHILD"), place);

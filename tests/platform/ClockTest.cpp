@@ -19,12 +19,12 @@ TEST(Clock, TheThreeMonotonicClocksRunAtTheSameRate) {
     EXPECT_GE(steadyMs, 180);
     EXPECT_GE(counterMs, steadyMs - 20);
     EXPECT_GE(tickMs, steadyMs - 40);
-    // Read one after the other; only a wrong unit would part them by more than a stalled machine does.
+    // They are read one after the other. Only a wrong unit makes a larger difference than a stalled machine.
     EXPECT_LE(counterMs, steadyMs + 5000);
     EXPECT_LE(tickMs, counterMs + 5000);
 }
 
-TEST(Clock, NeitherClockEverRunsBackwards) {
+TEST(Clock, NoClockRunsBackwards) {
     std::int64_t steady = SteadyNs();
     std::int64_t counter = Counter100ns();
     for (int i = 0; i < 10000; ++i) {
@@ -56,7 +56,7 @@ TEST(Clock, LocalTimeIsTheTimeOfTheUsersZone) {
     EXPECT_LE(now.millisecond, 999);
 }
 
-TEST(PreciseTimer, WaitsAtLeastTheTimeThatIsAskedFor) {
+TEST(PreciseTimer, WaitsAtLeastTheRequestedTime) {
     const Owned<PreciseTimer> timer = MakePreciseTimer();
     const Owned<Event> stop = MakeEvent();
     ASSERT_TRUE(timer);
@@ -67,14 +67,14 @@ TEST(PreciseTimer, WaitsAtLeastTheTimeThatIsAskedFor) {
     }
 }
 
-TEST(PreciseTimer, AWaitOfNothingOrLessIsTheShortestWaitThereIs) {
+TEST(PreciseTimer, AWaitOfZeroOrLessIsTheShortestWait) {
     const Owned<PreciseTimer> timer = MakePreciseTimer();
     const Owned<Event> stop = MakeEvent();
     EXPECT_EQ(WaitPrecisely(*timer, *stop, 0), PreciseWait::Elapsed);
     EXPECT_EQ(WaitPrecisely(*timer, *stop, -166'667), PreciseWait::Elapsed);
 }
 
-TEST(PreciseTimer, AStopThatCameFirstWinsOverAnyWait) {
+TEST(PreciseTimer, AnEarlierStopEndsAnyWait) {
     const Owned<PreciseTimer> timer = MakePreciseTimer();
     const Owned<Event> stop = MakeEvent();
     Signal(*stop);
@@ -93,7 +93,7 @@ TEST(PreciseTimer, AStopFromAnotherThreadEndsALongWait) {
     stopper.join();
 }
 
-TEST(PreciseTimer, ATimerThatWasStoppedCanBeUsedAgain) {
+TEST(PreciseTimer, AStoppedTimerCanBeUsedAgain) {
     const Owned<PreciseTimer> timer = MakePreciseTimer();
     const Owned<Event> stop = MakeEvent();
     Signal(*stop);

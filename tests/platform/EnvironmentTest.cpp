@@ -12,7 +12,7 @@
 namespace zv {
 namespace {
 
-TEST(Environment, AVariableThatIsSetIsReadBack) {
+TEST(Environment, AVariableCanBeSetAndRead) {
     SetEnvironmentValue(u"ZV_TEST_VALUE", u"C:\\Zürich \U0001F3AE\\ffmpeg");
     EXPECT_EQ(EnvironmentValue(u"ZV_TEST_VALUE"), u"C:\\Zürich \U0001F3AE\\ffmpeg");
     SetEnvironmentValue(u"ZV_TEST_VALUE", u"b");
@@ -25,13 +25,13 @@ TEST(Environment, AMissingAndAnEmptyVariableAreEmpty) {
     EXPECT_EQ(EnvironmentValue(u"ZV_TEST_EMPTY"), u"");
 }
 
-TEST(Environment, AValueOf32767CharactersIsReadWhole) {
+TEST(Environment, AValueOf32767CharactersIsReadCompletely) {
     const Text longest(32766, u'x');
     SetEnvironmentValue(u"ZV_TEST_LONG", longest);
     EXPECT_EQ(EnvironmentValue(u"ZV_TEST_LONG"), longest);
 }
 
-TEST(Environment, TheFolderOfTheExecutableHoldsThisTest) {
+TEST(Environment, TheFolderOfTheExecutableContainsThisTest) {
     const Text folder = ExecutableFolder();
     ASSERT_FALSE(folder.empty());
     EXPECT_NE(folder.back(), pathSeparator);
@@ -39,14 +39,14 @@ TEST(Environment, TheFolderOfTheExecutableHoldsThisTest) {
     EXPECT_TRUE(std::filesystem::exists(path / "PlatformTest") || std::filesystem::exists(path / "PlatformTest.exe"));
 }
 
-TEST(Environment, OwnProcessIdIsTheSameAtEveryCall) {
+TEST(Environment, OwnProcessIdIsConstant) {
     EXPECT_NE(OwnProcessId(), 0U);
     EXPECT_EQ(OwnProcessId(), OwnProcessId());
 }
 
-TEST(Environment, TheEncoderIsCalledFfmpeg) { EXPECT_TRUE(Text(ffmpegFileName).starts_with(u"ffmpeg")); }
+TEST(Environment, TheFileNameOfTheEncoderIsFfmpeg) { EXPECT_TRUE(Text(ffmpegFileName).starts_with(u"ffmpeg")); }
 
-TEST(Environment, AProgramOnTheSearchPathIsFoundAndAnotherIsNot) {
+TEST(Environment, FindsOnlyProgramsOnTheSearchPath) {
     const support::TemporaryFolder folder;
     const Text saved = EnvironmentValue(u"PATH");
     const std::filesystem::path program = folder.Path() / "zv-test-program.exe";
@@ -61,14 +61,14 @@ TEST(Environment, AProgramOnTheSearchPathIsFoundAndAnotherIsNot) {
     EXPECT_EQ(missing, u"");
 }
 
-TEST(Folders, TheTemporaryFolderExistsAndEndsWithoutASeparator) {
+TEST(Folders, TheTemporaryFolderExistsAndHasNoSeparatorAtItsEnd) {
     const Text folder = TemporaryFolder();
     ASSERT_FALSE(folder.empty());
     EXPECT_NE(folder.back(), pathSeparator);
     EXPECT_TRUE(std::filesystem::is_directory(ToPath(folder)));
 }
 
-TEST(Folders, EveryKnownFolderIsNamedWithoutASeparatorAtItsEnd) {
+TEST(Folders, EveryKnownFolderHasNoSeparatorAtItsEnd) {
     for (const KnownFolder kind : {KnownFolder::Videos, KnownFolder::Pictures, KnownFolder::LocalData}) {
         const Text folder = FolderOf(kind);
         ASSERT_FALSE(folder.empty());

@@ -14,7 +14,7 @@ namespace {
 
 using support::generousMs;
 
-TEST(Event, IsNotSignalledWhenItIsMade) {
+TEST(Event, IsNotSignalledAtFirst) {
     const Owned<Event> event = MakeEvent();
     ASSERT_TRUE(event);
     EXPECT_FALSE(IsSignalled(*event));
@@ -36,7 +36,7 @@ TEST(Event, StaysSignalledUntilItIsCleared) {
     EXPECT_TRUE(IsSignalled(*event));
 }
 
-TEST(Event, TheFirstSignalledOneOfTheListIsAnswered) {
+TEST(Event, AWaitReturnsTheFirstSignalledEventOfTheList) {
     const Owned<Event> first = MakeEvent();
     const Owned<Event> second = MakeEvent();
     const Owned<Event> third = MakeEvent();
@@ -48,7 +48,7 @@ TEST(Event, TheFirstSignalledOneOfTheListIsAnswered) {
     EXPECT_EQ(WaitAny({first.get(), second.get(), third.get()}, waitForever), 0);
 }
 
-TEST(Event, EightCanBeWaitedForAtOnce) {
+TEST(Event, AWaitSupportsEightEvents) {
     std::vector<Owned<Event>> events;
     for (int i = 0; i < 8; ++i) {
         events.push_back(MakeEvent());
@@ -61,15 +61,15 @@ TEST(Event, EightCanBeWaitedForAtOnce) {
               7);
 }
 
-TEST(Event, AWaitEndsAfterItsTimeOutAndNotBefore) {
+TEST(Event, AWaitEndsAfterItsTimeoutAndNotBefore) {
     const Owned<Event> event = MakeEvent();
     const std::int64_t begin = SteadyNs();
     EXPECT_EQ(WaitAny({event.get()}, 40), waitTimedOut);
-    // A tick of the system's coarse clock may be missing.
+    // The wait may be one tick of the system's coarse clock shorter.
     EXPECT_GE(SteadyNs() - begin, 20'000'000);
 }
 
-TEST(Event, ASignalFromAnotherThreadEndsAWaitWithoutTimeOutAndShowsWhatWasWrittenBefore) {
+TEST(Event, ASignalEndsAWaitOnAnotherThreadAndPublishesEarlierWrites) {
     const Owned<Event> event = MakeEvent();
     int written = 0;
     std::thread signaller([&] {
@@ -82,7 +82,7 @@ TEST(Event, ASignalFromAnotherThreadEndsAWaitWithoutTimeOutAndShowsWhatWasWritte
     signaller.join();
 }
 
-TEST(Event, AllThreadsThatWaitForItAreReleased) {
+TEST(Event, ReleasesAllWaitingThreads) {
     const Owned<Event> event = MakeEvent();
     std::atomic<int> released{0};
     std::vector<std::thread> waiters;

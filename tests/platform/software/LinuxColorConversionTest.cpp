@@ -1,4 +1,4 @@
-// The way from desktop pixels to NV12: exact colours, the double-precision reference, scaling, bars and damage.
+// The conversion from desktop pixels to NV12: exact colours, a double-precision reference, scaling, bars and damage.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -89,7 +89,7 @@ struct Conversion : testing::Test {
             PixelAt(std::clamp(x, 0, state.source.right - 1), std::clamp(y, 0, state.source.bottom - 1));
         return {double{1} * pixel[2], double{1} * pixel[1], double{1} * pixel[0]};
     }
-    /// The picture at a place of the frame, interpolated between the source's pixel centres.
+    /// The picture at a position in the frame, interpolated between the source's pixel centres.
     Rgb Sampled(std::int32_t x, std::int32_t y) const {
         const Rectangle& to = state.destination;
         const double sx = std::clamp((x - to.left + 0.5) * state.source.right / (to.right - to.left) - 0.5, 0.0,
@@ -116,7 +116,7 @@ struct Conversion : testing::Test {
     std::vector<std::uint8_t> Frame() const {
         return {target->pixels, target->pixels + target->stride * target->height * 3 / 2};
     }
-    /// The farthest that any sample inside the destination is from the reference.
+    /// The largest difference of a sample inside the destination from the reference.
     double WorstDifference() const {
         double worst = 0;
         const Rectangle inside{(state.destination.left + 1) & ~1, (state.destination.top + 1) & ~1,
@@ -145,7 +145,7 @@ struct Conversion : testing::Test {
     ScalerState state = LimitedBt709WithBlackBars();
 };
 
-/// All that this processor can run.
+/// All sets of kernels that this processor supports.
 std::vector<const ConversionKernels*> AllKernels() {
     std::vector<const ConversionKernels*> all{&PlainKernels()};
     for (const ConversionKernels* fast : {Avx2Kernels(), Avx512Kernels()}) {
@@ -161,7 +161,7 @@ TEST_F(Conversion, GivesBlackWhiteAndThePrimariesTheirExactCodes) {
         std::uint32_t color;
         int y, cb, cr;
     };
-    // Worked out from the standard: 16 + 219 * luma, 128 + 224 * (blue - luma) / 1.8556, the same with 1.5748.
+    // From the standard: 16 + 219 * luma, 128 + 224 * (blue - luma) / 1.8556, 128 + 224 * (red - luma) / 1.5748.
     const Row rows[] = {{0x000000, 16, 128, 128}, {0xFFFFFF, 235, 128, 128}, {0xFF0000, 63, 102, 240},
                         {0x00FF00, 173, 42, 26},  {0x0000FF, 32, 240, 118},  {0xFFFF00, 219, 16, 138},
                         {0x00FFFF, 188, 154, 16}, {0xFF00FF, 78, 214, 230},  {0x808080, 126, 128, 128}};
@@ -184,7 +184,7 @@ TEST_F(Conversion, IsExactToHalfACodeAtEqualSize) {
         Make(198, 64, 198, 64, *kernels);
         PaintNoise(state.source, 1);
         Run();
-        // The coefficients' own rounding comes on top of that of the result.
+        // The coefficients are rounded as well as the result.
         EXPECT_LT(WorstDifference(), 0.515);
     }
 }
@@ -238,10 +238,10 @@ TEST_F(Conversion, GivesTheSameBytesWithAndWithoutVectorInstructions) {
 
 TEST_F(Conversion, UsesTheFastestInstructionsThatTheProcessorHas) { EXPECT_EQ(&BestKernels(), AllKernels().back()); }
 
-/// A picture is resampled with all of its rounding on either side of a half.
+/// The values lie on both sides of a half.
 TEST_F(Conversion, RoundsAResampledPixelToTheNearest) {
     for (const auto* kernels : AllKernels()) {
-        // Between pixels of 0 and of 200 at 16 places a sixteenth apart: 32 columns from two.
+        // Two columns of 0 and 200 become 32 columns, with steps of a sixteenth between them.
         Make(2, 2, 32, 2, *kernels);
         state.source = {0, 0, 2, 2};
         state.destination = state.target;
@@ -259,7 +259,7 @@ TEST_F(Conversion, RoundsAResampledPixelToTheNearest) {
     }
 }
 
-TEST_F(Conversion, PaintsTheBarsInVideoBlackAndNothingElse) {
+TEST_F(Conversion, PaintsOnlyTheBarsInVideoBlack) {
     // 285 columns at each side: the picture starts inside a chroma sample.
     Make(1280, 1024, 1920, 1080);
     ASSERT_EQ(state.destination, (Rectangle{285, 0, 1635, 1080}));
@@ -311,8 +311,8 @@ TEST_F(Conversion, OfOnePixelWritesExactlyWhatDependsOnIt) {
         std::uint32_t width, outWidth;
         std::int32_t column, left, right;
     };
-    // Worked out by hand: column c is looked at from (c - 0.5) * out / in - 0.5 to before (c + 1.5) * out / in - 0.5,
-    // widened to even columns.
+    // Calculated by hand: the columns that depend on column c are those from (c - 0.5) * out / in - 0.5 to before
+    // (c + 1.5) * out / in - 0.5, extended to even columns.
     const Row rows[] = {
         {96, 192, 50, 98, 104},   // 98.5 to 102.5: 99 to 102
         {96, 192, 0, 0, 4},       // to 2.5: 0 to 2
@@ -335,7 +335,7 @@ TEST_F(Conversion, OfOnePixelWritesExactlyWhatDependsOnIt) {
     }
 }
 
-TEST_F(Conversion, TouchesNothingAndReportsNothingWhenNothingChanged) {
+TEST_F(Conversion, WritesAndReportsNothingIfNothingChanged) {
     Make(192, 108, 192, 108);
     PaintNoise(state.source, 1);
     Run();

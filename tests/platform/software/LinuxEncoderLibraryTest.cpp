@@ -1,5 +1,5 @@
-// The encoder's function list over the software encoder: what comes out of it, as FFmpeg sees it, and its answers to
-// misuse.
+// The encoder's function list over the software encoder: its stream, as FFmpeg decodes it, and the results of invalid
+// calls.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -78,7 +78,7 @@ struct EncodedStream : testing::Test {
         ASSERT_EQ(MakeNv12Surface(device, format.width, format.height, surface), resultOk);
         ASSERT_TRUE(session.Open(NativeDevice(device), NativeTexture(*surface), format)) << Narrow(session.ErrorText());
     }
-    /// Encodes the surface's present content as the next frame.
+    /// Encodes the surface's current content as the next frame.
     void EncodeNext() {
         Bytes unit;
         ASSERT_TRUE(session.EncodeFrame(static_cast<std::uint32_t>(units.size()), unit)) << Narrow(session.ErrorText());
@@ -106,7 +106,7 @@ struct EncodedStream : testing::Test {
         return OutputOf("ffmpeg -v error -i " + Written() + " -vsync passthrough -f rawvideo -pix_fmt yuv420p - ");
     }
     std::size_t PictureBytes() const { return std::size_t{format.width} * format.height * 3 / 2; }
-    /// Mean absolute difference of the picture's luma from what the surface shows now.
+    /// The mean absolute difference of the picture's luma from the surface's current content.
     double Difference(const std::string& decoded, std::size_t picture) const {
         double sum = 0;
         for (std::size_t y = 0; y < format.height; ++y) {
@@ -198,7 +198,7 @@ TEST_F(EncodedStream, EncodesASmallChangeOfAStillPicture) {
     for (int frame = 0; frame < 20; ++frame) {
         EncodeNext();
     }
-    // One square of 40 pixels that does not lie on the encoder's grid.
+    // One square of 40 pixels that is not aligned to the encoder's grid.
     for (int y = 201; y < 241; ++y) {
         std::memset(surface->pixels + static_cast<std::size_t>(y) * surface->stride + 303, 230, 40);
     }
@@ -226,7 +226,7 @@ TEST_F(EncodedStream, ClearsTheSurfacesDamage) {
     for (int frame = 0; frame < 24; ++frame) {
         EncodeNext();
     }
-    // By now the picture is as good as it gets, and a change that nobody reports does not reach the stream.
+    // The encoder no longer refines the picture, and a change without damage does not reach the stream.
     for (std::size_t y = 0; y < 360; ++y) {
         std::memset(surface->pixels + y * surface->stride, 200, 640);
     }
@@ -264,7 +264,7 @@ TEST_F(EncodedStream, SupportsAllSizesOfTheProgram) {
     }
 }
 
-// ---- Answers ----------------------------------------------------------------------------------------------------
+// ---- Results of calls -------------------------------------------------------------------------------------------
 
 struct EncoderAnswers : testing::Test {
     void SetUp() override {
@@ -327,7 +327,7 @@ struct EncoderAnswers : testing::Test {
     NVENCSTATUS Encode() { return list.nvEncEncodePicture(encoder, &picture); }
     NVENCSTATUS Lock() { return list.nvEncLockBitstream(encoder, &lock); }
     NVENCSTATUS Unlock() { return list.nvEncUnlockBitstream(encoder, buffer.bitstreamBuffer); }
-    /// Everything up to a picture that can be encoded.
+    /// Makes all calls before the first picture can be encoded.
     void Prepare() {
         ASSERT_EQ(Initialize(), NV_ENC_SUCCESS);
         ASSERT_EQ(Register(), NV_ENC_SUCCESS);

@@ -18,7 +18,7 @@ constexpr std::int64_t trueAge = 12 * millisecond;
 /// The true capture time of the first frame of packet `i` of 10 ms.
 std::int64_t Truth(std::size_t i) { return begin + static_cast<std::int64_t>(i) * 10 * millisecond; }
 
-/// Stamps packets of 10 ms that arrive `trueAge` after their first frame and claim an age of claim(i).
+/// Stamps packets of 10 ms that arrive `trueAge` after their first frame and have a reported age of claim(i).
 template <class Claim>
 std::vector<std::int64_t> Stamps(std::size_t packets, Claim claim) {
     PacketClock clock;
@@ -59,7 +59,7 @@ TEST(PacketClock, ClockDriftIsCorrectedInRareSmallSteps) {
 }
 
 TEST(PacketClock, TheReportsOfASinkThatHasJustResumedAreIgnored) {
-    // The claim falls from 650 ms to the truth within 1.3 s while packets come as they are captured.
+    // The reported age falls from 650 ms to the true one within 1.3 s, while packets arrive as they are captured.
     const auto stamps = Stamps(500, [](std::size_t i) {
         return trueAge + std::max<std::int64_t>(0, 650 * millisecond - static_cast<std::int64_t>(i) * 5 * millisecond);
     });
@@ -91,7 +91,7 @@ TEST(PacketClock, StampsHaveTheReportedTimeAfterAPause) {
 }
 
 TEST(PacketClock, ABacklogAfterAStallKeepsItsStamps) {
-    // Nobody takes packets between 1 s and 6 s; then they come at once, each with its right age.
+    // No packets are read between 1 s and 6 s; then they arrive at once, each with its true age.
     PacketClock clock;
     for (std::size_t i = 0; i < 800; ++i) {
         const std::int64_t now = i >= 100 && i < 600 ? Truth(600) + trueAge : Truth(i) + trueAge;
@@ -124,7 +124,7 @@ TEST(PacketClock, SoundBeforePlaybackIsInTheFutureByItsLatency) {
 }
 
 TEST(PacketClock, PacketsOfAnyLengthWithTheSameReportAreNotCorrected) {
-    // A sink that renders 523 frames at a time: 480 and 43, both there at once, the first 2 ms old.
+    // A sink that renders 523 frames at a time: 480 and 43, both available at once, the first 2 ms old.
     PacketClock clock;
     std::int64_t frames = 0;
     for (int i = 0; i < 5000; ++i) {

@@ -1,5 +1,5 @@
-// The video worker over everything real: an X screen on which somebody draws, the software encoder, and a reader of its
-// FIFO. Its loop asks the free store for nothing once it runs.
+// The video worker with all its real parts: an X screen on which another client draws, the software encoder, and a
+// reader of its FIFO. Its loop allocates nothing in its steady state.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -19,7 +19,7 @@
 namespace zv {
 namespace {
 
-/// Draws squares all over the screen until it is told to end. Makes everything it needs beforehand.
+/// Draws squares all over the screen until it is stopped. Allocates all its resources in advance.
 class MovingSquares {
 public:
     MovingSquares() : connection_(xcb_connect(nullptr, nullptr)), thread_([this] { Draw(); }) {}
@@ -82,7 +82,7 @@ void ExpectNoAllocationsInTheLoop(const VideoFormat& format) {
     const auto reach = [&capture](std::uint64_t frames) {
         return support::Eventually([&] { return capture.encodedFrames >= frames || !capture.running; });
     };
-    // The first key picture and its followers bring the buffers to their size.
+    // The first pictures make the buffers grow to their final size.
     EXPECT_TRUE(reach(90));
     const std::uint64_t bytesBefore = reader.bytes;
     fake::ResetCountedAllocations();

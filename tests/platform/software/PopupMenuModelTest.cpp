@@ -1,4 +1,4 @@
-// A popup menu without a window: where it opens, what it paints, and what pointer and keys do.
+// A popup menu without a window: its bounds, its painting, and its input.
 #include "platform/software/PopupMenuModel.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
-// What cairo and pango are asked for beyond the common promises: pictures that get smaller are averaged, and letters of
-// a typeface wider than the design's are narrowed before a text is cut.
+// Guarantees of the cairo canvas only: pictures that shrink are averaged, and letters of a typeface wider than the
+// design's are narrowed before a text is cut.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -9,7 +9,7 @@
 namespace zv {
 namespace {
 
-TEST(LinuxCanvas, AveragesAPictureThatGetsSmaller) {
+TEST(LinuxCanvas, AveragesAPictureThatShrinks) {
     std::vector<std::uint32_t> pixels(400 * 400);
     for (std::size_t i = 0; i < pixels.size(); ++i) {
         pixels[i] = (i % 400 + i / 400) % 2 == 0 ? 0xFFFFFFU : 0U;
@@ -32,8 +32,8 @@ std::vector<std::uint32_t> Drawn(TextView text, const Rectangle& box, int height
     return {view.pixels, view.pixels + view.width * view.height};
 }
 
-/// Whether the last letter, which is no wider than an "u", is seen: with an ellipsis in its place it makes no
-/// difference which one it is.
+/// Returns true if the last letter is visible. If an ellipsis replaces it, replacing it by another letter, no wider
+/// than "u", does not change the picture.
 bool EndsInItsLastLetter(Text text, const Rectangle& box, int height, TextLayout layout, double scale = 1) {
     const auto before = Drawn(text, box, height, layout, scale);
     text.back() = u'u';

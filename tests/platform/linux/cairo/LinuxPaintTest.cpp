@@ -1,4 +1,4 @@
-// A picture in strips on a private X server: the rows come to stand where they belong, and a colour key's holes stay.
+// A picture in strips on a private X server: the rows have the right positions, and a colour key's holes stay.
 #include <gtest/gtest.h>
 #include <xcb/shape.h>
 #include <xcb/xcb.h>
@@ -26,7 +26,7 @@ struct FreeReply {
     void operator()(void* reply) const { std::free(reply); }
 };
 
-/// What the window is to show: every row of a colour of its own.
+/// The expected content of the window: every row has its own colour.
 std::uint32_t PixelAt(int y) { return 0x400000U + static_cast<std::uint32_t>(y) * 5; }
 
 void PutStrips(AppWindow& window) {
@@ -108,6 +108,7 @@ protected:
         options.height = height;
         window_ = MakeWindow(options);
     }
+    /// Runs the loop until `condition` holds on the screen.
     bool RunUntil(bool (*condition)()) { return support::RunUntil(*window_, condition); }
 
     support::XServer server_;

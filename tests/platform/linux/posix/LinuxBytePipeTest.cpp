@@ -72,7 +72,7 @@ TEST(LinuxBytePipe, FailsWithTheSystemsErrorNumber) {
 TEST(LinuxBytePipe, RemovesTheFoldersOfKilledProcessesButNotOfRunningOnes) {
     const support::TemporaryFolder folder;
     setenv("XDG_RUNTIME_DIR", folder.Path().c_str(), 1);
-    // Begins like a folder of pipes and is none.
+    // Begins like a folder of pipes but is not one.
     const std::filesystem::path own = folder.Path() / ("zorvel-" + std::to_string(getuid()) + "-7-backup");
     std::filesystem::create_directory(own);
     std::filesystem::permissions(own, std::filesystem::perms::owner_all);
@@ -148,7 +148,7 @@ TEST(LinuxBytePipe, WritesStayInOrderWhenThePipeIsFull) {
     const int reader = open(ToPath(name).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     const Owned<Event> stop = MakeEvent();
     ASSERT_EQ(ConnectPipe(*pipe, *stop, 60000), PipeConnect::Connected);
-    // The system takes what is no longer than a page as a whole or not at all.
+    // The system writes a page or less completely or not at all.
     const std::vector<std::byte> first(100, std::byte{1});
     const std::vector<std::byte> second(4050, std::byte{2});
     const std::vector<std::byte> third(10, std::byte{3});

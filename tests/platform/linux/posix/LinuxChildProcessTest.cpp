@@ -57,7 +57,7 @@ std::string FieldOf(int process, const std::string& field) {
     return {};
 }
 
-/// Gone, or dead and not collected by whatever took it over.
+/// Returns true if the process does not exist or is a zombie.
 bool IsDead(int process) {
     const std::string state = FieldOf(process, "State");
     return state.empty() || state.front() == 'Z' || state.front() == 'X';
@@ -152,7 +152,7 @@ TEST_F(LinuxChildProcess, StartsWithOurStandardDescriptorsClosed) {
         saved[i] = fcntl(i, F_DUPFD_CLOEXEC, 100);
         close(i);
     }
-    // Both children are dropped before the descriptors come back, since theirs may have taken those numbers.
+    // Both children are destroyed before the descriptors are restored, because theirs may have the same numbers.
     std::uint32_t quitCode = 99;
     {
         Child child;

@@ -40,8 +40,8 @@ dev_t VolumeOf(const std::filesystem::path& path) {
     return stat(path.c_str(), &information) == 0 ? information.st_dev : dev_t{};
 }
 
-/// A folder for temporary files on another volume than the usual one. Every system has shared memory on one of its own;
-/// should that be the usual place itself, there is the folder of the tests.
+/// A folder for temporary files on another volume than the default one: shared memory, or the folder of the tests if
+/// the default folder is in shared memory.
 std::filesystem::path OtherVolume() {
     const dev_t usual = VolumeOf(std::filesystem::temp_directory_path());
     for (const std::filesystem::path& folder : {std::filesystem::path("/dev/shm"), std::filesystem::current_path()}) {

@@ -17,7 +17,7 @@
 namespace zv {
 namespace {
 
-/// Puts variables back as they were.
+/// Restores environment variables.
 class SavedVariables {
 public:
     SavedVariables() {
@@ -56,7 +56,7 @@ protected:
     std::_Exit(answers[0] == videos && answers[1] == pictures ? 0 : 1);
 }
 
-/// Asks in a process of its own, because GLib reads the user's folders once a process.
+/// Checks in a process of its own, because GLib reads the user's folders once in each process.
 void ExpectMediaFolders(const Text& videos, const Text& pictures) {
     EXPECT_EXIT(ExitWithMediaFolders(videos, pictures), testing::ExitedWithCode(0), "");
 }
@@ -86,7 +86,7 @@ TEST_F(LinuxFolders, ReadsTheUsersFoldersFromTheConfigurationFolder) {
     ExpectMediaFolders(u"/elsewhere", FromPath(home.Path() / "Pictures"));
 }
 
-TEST_F(LinuxFolders, AFolderThatIsNoFullPathIsTheUsualOne) {
+TEST_F(LinuxFolders, ARelativeMediaFolderIsReplacedByTheDefault) {
     const support::TemporaryFolder configuration;
     std::ofstream(configuration.Path() / "user-dirs.dirs")
         << "XDG_VIDEOS_DIR=\"relative\"\nXDG_PICTURES_DIR=/unquoted\n";

@@ -1,4 +1,4 @@
-// The sound services against a real server of the test's own.
+// The sound services with a real, private sound server.
 #include <gmock/gmock.h>
 
 #include <thread>
@@ -61,7 +61,7 @@ struct Recorded {
     std::vector<float> samples;
 };
 
-/// Reads packets for so many seconds, or until a call fails. Returns its code.
+/// Reads packets for this time, or until a call fails. Returns the code of the last call.
 Result ReadFor(OpenedEndpoint& sound, double seconds, Recorded& recorded) {
     AudioEndpoint& endpoint = *sound.endpoint;
     const std::int64_t end = Counter100ns() + static_cast<std::int64_t>(seconds * 1e7);
@@ -102,7 +102,7 @@ double LateLevel(const std::vector<float>& samples, std::size_t side, double hz)
     return support::MedianLevel(Tail(samples, 2), side, hz);
 }
 
-TEST(LinuxSystemSound, AToneArrivesWithItsFrequencyItsLevelAndItsSides) {
+TEST(LinuxSystemSound, AToneKeepsItsFrequencyLevelAndSides) {
     SoundServer server;
     ASSERT_TRUE(server.Ready()) << server.Log();
     auto player = server.PlayTone("speakers", 1000, 0.5F, 400, 0.25F);
@@ -119,7 +119,7 @@ TEST(LinuxSystemSound, AToneArrivesWithItsFrequencyItsLevelAndItsSides) {
     EXPECT_LT(LateLevel(tail, 0, 1010), 0.005);
 }
 
-TEST(LinuxSystemSound, ComesInFreshPacketsOfTwentyMillisecondsAtMostWithStampsThatTile) {
+TEST(LinuxSystemSound, DeliversRecentPacketsOfAtMost20MsWithContiguousStamps) {
     SoundServer server;
     ASSERT_TRUE(server.Ready()) << server.Log();
     auto player = server.PlayTone("speakers", 1000, 0.5F, 1000, 0.5F);
@@ -137,7 +137,7 @@ TEST(LinuxSystemSound, ComesInFreshPacketsOfTwentyMillisecondsAtMostWithStampsTh
         EXPECT_FALSE(packet.timestampError);
         EXPECT_LE(packet.frames, 960U);
         const std::int64_t end = packet.position + std::int64_t{packet.frames} * 625 / 3;
-        // What the sink has mixed may be about to be played; a loaded machine takes a packet late.
+        // Mixed sound may not have been played yet, and a loaded machine acquires a packet late.
         EXPECT_LE(packet.position, packet.read + 500000) << i;
         fresh += std::abs(packet.read - end) < 300000 ? 1U : 0U;
         if (i > 0) {
@@ -146,7 +146,7 @@ TEST(LinuxSystemSound, ComesInFreshPacketsOfTwentyMillisecondsAtMostWithStampsTh
             tiled += std::abs(gap) <= 210 ? 1U : 0U;  // a frame at most
         }
     }
-    EXPECT_GE(tiled, recorded.packets.size() * 95 / 100);  // now and then the clock is put right
+    EXPECT_GE(tiled, recorded.packets.size() * 95 / 100);  // the clock is corrected occasionally
     EXPECT_GE(fresh, recorded.packets.size() / 2);
 }
 
@@ -164,7 +164,7 @@ TEST(LinuxSystemSound, ReportsTheMixFormatThatTheServerDelivers) {
     EXPECT_EQ(format.blockAlign, 8U);
 }
 
-TEST(LinuxSystemSound, AChangeOfTheDefaultIsOfNoConcern) {
+TEST(LinuxSystemSound, AChangeOfTheDefaultDoesNotAffectTheStream) {
     SoundServer server(Microphone::Present);
     ASSERT_TRUE(server.Ready()) << server.Log();
     auto player = server.PlayTone("speakers", 1000, 0.5F, 1000, 0.5F);
@@ -173,13 +173,14 @@ TEST(LinuxSystemSound, AChangeOfTheDefaultIsOfNoConcern) {
     Recorded recorded;
     ASSERT_EQ(ReadFor(sound, 1, recorded), resultOk);
     support::OutputOf({"pactl", "set-default-sink", "mic_feed"});
-    auto another = server.PlayTone("speakers", 700, 0.5F, 700, 0.5F);  // a server may move what plays already
+    auto another =
+        server.PlayTone("speakers", 700, 0.5F, 700, 0.5F);  // a server may move streams that are already playing
     recorded = {};
     ASSERT_EQ(ReadFor(sound, 4, recorded), resultOk);
     EXPECT_NEAR(LateLevel(recorded.samples, 0, 700), 0.5, 0.005);
 }
 
-TEST(LinuxSystemSound, ADeviceThatIsTakenAwayEndsItsStream) {
+TEST(LinuxSystemSound, RemovingTheDeviceEndsItsStream) {
     SoundServer server;
     ASSERT_TRUE(server.Ready()) << server.Log();
     OpenedEndpoint sound;
@@ -219,7 +220,7 @@ TEST(LinuxSystemSound, AStopEndsTheWaitForPackets) {
     EXPECT_FALSE(WaitForPackets(*sound.enumerator, *stop));
 }
 
-TEST(LinuxSystemSound, AServerThatHangsIsGivenUp) {
+TEST(LinuxSystemSound, AServerThatHangsTimesOut) {
     SoundServer server;
     ASSERT_TRUE(server.Ready()) << server.Log();
     server.Server().Send(SIGSTOP);
@@ -236,7 +237,7 @@ TEST(LinuxMicrophone, IsNeverTheMonitorOfTheSpeakers) {
     EXPECT_FALSE(sound.endpoint);
 }
 
-TEST(LinuxMicrophone, AToneIsHeardThroughTheDefaultSource) {
+TEST(LinuxMicrophone, RecordsAToneOfTheDefaultSource) {
     SoundServer server(Microphone::Present);
     ASSERT_TRUE(server.Ready()) << server.Log();
     auto player = server.PlayTone("mic_feed", 600, 0.5F, 600, 0.5F);
@@ -282,7 +283,7 @@ TEST(LinuxWaveInput, FillsItsBuffersInTurnWithMonoSamples) {
     EXPECT_NEAR(LateLevel(samples, 0, 600), 0.5, 0.01);
 }
 
-TEST(LinuxWaveInput, AServerThatDiesIsNoticedByThePosition) {
+TEST(LinuxWaveInput, ThePositionDetectsADeadServer) {
     SoundServer server(Microphone::Present);
     ASSERT_TRUE(server.Ready()) << server.Log();
     Owned<WaveInput> input;
@@ -303,7 +304,7 @@ TEST(LinuxWaveInput, ListsMicrophonesAndOutputsButNoMonitors) {
                                             std::pair(Text(u"Feed"), false)));
 }
 
-TEST(LinuxWaveInput, WithoutAServerThereAreNoNamesAndNoMicrophone) {
+TEST(LinuxWaveInput, WithoutAServerThereIsNeitherADeviceNameNorAMicrophone) {
     setenv("PULSE_SERVER", "unix:/nonexistent/zorvel/native", 1);
     EXPECT_TRUE(ListAudioDeviceNames().empty());
     Owned<WaveInput> input;
@@ -351,7 +352,7 @@ TEST(LinuxAudioCapture, AServerThatDiesEndsTheThreadWithTheSentence) {
     capture.Stop();
 }
 
-TEST(LinuxAudioCapture, AReaderThatLeavesEndsTheThreadWithTheSentence) {
+TEST(LinuxAudioCapture, AReaderThatClosesThePipeEndsTheThreadWithTheSentence) {
     SoundServer server;
     ASSERT_TRUE(server.Ready()) << server.Log();
     AudioCapture capture;

@@ -74,7 +74,7 @@ protected:
         xcb_flush(display->connection);
     }
 
-    /// How many requests this thread's connection has sent, with those of this call.
+    /// The number of requests of this thread's connection, including those of this call.
     static unsigned RequestsSent() {
         xcb_connection_t* connection = ThreadDisplay()->connection;
         const auto cookie = xcb_get_input_focus(connection);
@@ -207,7 +207,8 @@ TEST_F(LinuxFrontWindow, SendsFewRequests) {
     ASSERT_EQ(LookUpFrontWindow().processId, other.process);
     const unsigned before = RequestsSent();
     ASSERT_EQ(LookUpFrontWindow().processId, other.process);
-    // The connection's check, two for the window, six about it, five for the monitor; two are the count's own.
+    // One for the check of the connection, two for the window, six for its data, five for the monitor; two for the
+    // count.
     EXPECT_LE(RequestsSent() - before, 14U + 2U);
 }
 

@@ -1,4 +1,4 @@
-// The bounds that a capture has to mask: all that a window has had, from before it has them until some time after.
+// The bounds that a capture must mask: all bounds of a window, from before it has them until some time after.
 #include "platform/linux/x11/capture/ExcludedWindows.h"
 
 #include <gmock/gmock.h>
@@ -19,7 +19,7 @@ constexpr Rectangle screen{0, 0, 1920, 1080};
 constexpr Rectangle first{10, 20, 110, 220};
 constexpr Rectangle second{200, 20, 300, 220};
 
-/// Waits until no bounds of one test count in the next.
+/// Waits until the recorded bounds of the previous test have expired.
 class LinuxExcludedWindows : public testing::Test {
 protected:
     ~LinuxExcludedWindows() override {

@@ -1,4 +1,4 @@
-// The content that our windows occlude: what it looks like, and what it costs the server.
+// The content that our windows occlude: its pixels, and the number of requests that it costs.
 #include "platform/linux/x11/capture/OccludedContent.h"
 
 #include <gtest/gtest.h>
@@ -42,8 +42,8 @@ protected:
         return std::count_if(pixels_.begin(), pixels_.end(),
                              [&](std::uint32_t pixel) { return (pixel & 0xFFFFFFU) == color; });
     }
-    /// How often the server receives each request during one Restore: major and minor opcode. Requests that nobody else
-    /// sends mark its beginning and its end.
+    /// Counts the requests that the server receives during one Restore, by major and minor opcode. Marker requests
+    /// delimit its beginning and its end.
     std::map<std::pair<int, int>, int> RequestsFor(const Damage& parts) {
         Restore(parts);  // the shared memory is large enough afterwards
         support::RequestWatch watch(display_, xcb_get_setup(client_.Get())->resource_id_base);

@@ -57,7 +57,7 @@ std::intptr_t PaintRed(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
 class LinuxOwnWindows : public testing::TestWithParam<bool> {
 protected:
     LinuxOwnWindows() {
-        // Bounds that an earlier test has recorded are of another screen.
+        // Waits until the bounds that an earlier test has recorded, on another screen, have expired.
         EXPECT_TRUE(support::Eventually([] { return x11::BoundsSince(SteadyNs(), {0, 0, width, height}).Empty(); }));
         setenv("DISPLAY", display_.Name().c_str(), 1);
         SetEndRequest(nullptr);
@@ -110,8 +110,8 @@ protected:
         xcb_free_gc(other_->Get(), context);
         other_->Sync();
     }
-    /// Simulates a compositing manager that still paints the window at its old bounds, and counts then. Repeats this if
-    /// the machine took longer than the bounds stay recorded.
+    /// Simulates a compositing manager that still paints the window at its old bounds, and counts the visible pixels.
+    /// Repeats this if it took longer than bounds stay recorded.
     void ExpectMaskedOnALaggingScreen(AppWindow& window, const Rectangle& bounds, const std::function<void()>& leave,
                                       const std::function<long()>& countSeen) {
         for (int attempt = 0; attempt < 100; ++attempt) {

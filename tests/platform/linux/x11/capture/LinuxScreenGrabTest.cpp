@@ -1,4 +1,4 @@
-// Pictures of a private X server's screen, read back and compared pixel by pixel with what was painted there.
+// Screenshots of a private X server, compared pixel by pixel with what was painted there.
 #include <gtest/gtest.h>
 #include <png.h>
 

@@ -1,5 +1,5 @@
 // The windows over a game: painting, shape, focus, mouse and key messages. On a private X server, with a window manager
-// and a notification area where the tests need them.
+// and a notification area if the test needs them.
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
 #include <xcb/xfixes.h>
@@ -188,7 +188,7 @@ TEST_F(LinuxWindowSurface, PaintNowPaintsBeforeItReturns) {
 }
 
 TEST_F(LinuxWindowSurface, TheKeyColourIsTransparentAndClickThrough) {
-    // A frame of 20 pixels around a hole that has an island.
+    // A frame of 20 pixels around a hole with an island.
     picture = [](int x, int y) {
         const bool hole = x >= 20 && x < 180 && y >= 20 && y < 100;
         const bool island = x >= 90 && x < 110 && y >= 50 && y < 70;
@@ -217,6 +217,22 @@ TEST_F(LinuxWindowSurface, TheKeyColourIsTransparentAndClickThrough) {
     InvalidateWindow(*window);
     ASSERT_TRUE(RunUntilPixel(*window, 270, 150, red));
     EXPECT_EQ(other_->PixelAt(105, 105), green);
+}
+
+TEST_F(LinuxWindowSurface, ALaterColourKeyReplacesTheFirst) {
+    picture = [](int x, int) { return x < 100 ? key : red; };
+    other_->Cover({0, 0, 800, 600}, green);
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    constexpr std::uint32_t redKey = 0x0000FF;  // 0x00BBGGRR
+    SetColorKey(*window, redKey);
+    SetColorKey(*window, keyColor);
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    ASSERT_TRUE(RunUntilPixel(*window, 250, 150, red));
+    EXPECT_EQ(other_->PixelAt(150, 150), green);
+    // Also on a window that has been painted.
+    SetColorKey(*window, redKey);
+    ASSERT_TRUE(RunUntilPixel(*window, 150, 150, key));
+    EXPECT_EQ(other_->PixelAt(250, 150), green);
 }
 
 TEST_F(LinuxWindowSurface, AKeyedWindowIsInvisibleBeforeItsFirstPaint) {
@@ -330,7 +346,7 @@ TEST_F(LinuxWindowSurface, ShowingAShownWindowDoesNotRepaintIt) {
     const Owned<AppWindow> window = MakeWindow(Overlay());
     ShowTopmostAt(*window, {100, 100, 300, 220});
     ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
-    ClientBounds(*window);  // its reply comes after all events of the first showing
+    ClientBounds(*window);  // its reply arrives after all events of the first showing
     int turns = 0;
     RunUntil(*window, [&] { return ++turns > 3; });
     const long paints = CountOf(message::paint);
