@@ -235,7 +235,7 @@ TEST_F(EncodedStream, ClearsTheSurfacesDamage) {
     EXPECT_NEAR(static_cast<std::uint8_t>(decoded[25 * PictureBytes()]), before, 12);
 }
 
-TEST_F(EncodedStream, HoldsOnlyKeyPicturesEveryFpsFramesAtAllRates) {
+TEST_F(EncodedStream, HasAKeyPictureExactlyEveryFpsFramesAtAllRates) {
     for (const std::uint32_t fps : {30U, 60U, 120U, 240U}) {
         session.Close();
         units.clear();

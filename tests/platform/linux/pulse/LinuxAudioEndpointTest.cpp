@@ -248,7 +248,7 @@ TEST(LinuxMicrophone, RecordsAToneOfTheDefaultSource) {
     EXPECT_NEAR(LateLevel(recorded.samples, 0, 600), 0.5, 0.005);
 }
 
-TEST(LinuxWaveInput, FillsItsBuffersInTurnWithMonoSamples) {
+TEST(LinuxWaveInput, FillsItsBuffersInOrderWithMonoSamples) {
     SoundServer server(Microphone::Present);
     ASSERT_TRUE(server.Ready()) << server.Log();
     auto player = server.PlayTone("mic_feed", 600, 0.5F, 600, 0.5F);

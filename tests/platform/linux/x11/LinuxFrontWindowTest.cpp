@@ -101,7 +101,7 @@ protected:
     XServer server_{"640x480x24"};
 };
 
-TEST_F(LinuxFrontWindow, NothingIsInFrontOnAnEmptyDesktop) {
+TEST_F(LinuxFrontWindow, IsNoneOnAnEmptyDesktop) {
     EXPECT_EQ(LookUpFrontWindow().kind, FrontKind::None);
     SetActive(0);
     EXPECT_EQ(LookUpFrontWindow().kind, FrontKind::None);
@@ -115,7 +115,7 @@ TEST_F(LinuxFrontWindow, IsTheFocusedWindowWithoutAWindowManager) {
     EXPECT_EQ(front.imagePath, JoinPath(ExecutableFolder(), u"x_window_child"));
 }
 
-TEST_F(LinuxFrontWindow, IsTheActiveWindowWhateverHasTheFocus) {
+TEST_F(LinuxFrontWindow, IsTheActiveWindowAlsoWithoutTheFocus) {
     const Other first = StartOther(u"first", u"");
     const Other second = StartOther(u"second", u"");
     SetActive(first.window);

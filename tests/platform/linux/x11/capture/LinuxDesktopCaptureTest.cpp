@@ -256,7 +256,7 @@ TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorChangedBetweenItsChoiceAndIt
     EXPECT_EQ(CodeOf(code), 0x80070000U | ESTALE);
 }
 
-TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorIsGone) {
+TEST_F(ChangingDesktop, EndsTheCaptureWhenTheMonitorIsRemoved) {
     ASSERT_EQ(AcquireAndCopy(0), Acquire::Acquired);
     display.Change({"--setmonitor", "OTHER", "auto", "DUMMY0"});
     Resize("1920x1080");

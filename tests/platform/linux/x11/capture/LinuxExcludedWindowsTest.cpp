@@ -71,7 +71,7 @@ TEST_F(LinuxExcludedWindows, MaskOnlyTheRequestedArea) {
     EXPECT_THAT(Bounds(SteadyNs(), {100, 100, 200, 200}), IsEmpty());
 }
 
-TEST_F(LinuxExcludedWindows, MaskMoreBoundsThanThereAreRecords) {
+TEST_F(LinuxExcludedWindows, MaskMoreBoundsThanTheRecordsCanHold) {
     const std::int64_t beforeNs = SteadyNs();
     for (int at = 0; at < 500; at += 5) {
         RecordBounds(window_, {at, at, at + 20, at + 20});

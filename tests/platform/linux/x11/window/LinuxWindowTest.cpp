@@ -105,7 +105,7 @@ protected:
     bool RunUntilHotKeys(long count, std::uintptr_t id) {
         return RunUntil([=] { return CountOf(message::hotKey, id) >= count; });
     }
-    /// Presses a key whose message comes after all earlier ones.
+    /// Checks the count after the message of a later key press.
     void ExpectNoMoreHotKeys(std::uintptr_t id, long count) {
         ASSERT_TRUE(RegisterGlobalKey(*window_, 77, alt | once, virtualF10));
         other_->TapWith(XK_Alt_L, other_->CodeOf(XK_F10));
@@ -524,7 +524,7 @@ TEST_F(LinuxWindow, TheDeathOfTheServerRequestsTheEndOnce) {
     display_.Server().Send(SIGKILL);
     EXPECT_EQ(RunMessageLoop(), 3);
     EXPECT_EQ(endRequests, 1);
-    // Everything stays callable, so that the program can shut down as usual.
+    // All functions can still be called, so that the program shuts down as usual.
     HideWindow(*window_);
     UnregisterGlobalKey(*window_, 1);
     EXPECT_FALSE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
@@ -561,7 +561,7 @@ TEST_F(LinuxWindow, OneScreenChangeSendsOneMessage) {
     EXPECT_EQ(CountOf(message::displayChange), 1);
 }
 
-/// A first copy in a process of its own. It writes a byte when it is ready, then runs its loop until it is killed.
+/// A first copy in its own process. It writes a byte when it is ready, then runs its loop until it is killed.
 class FirstCopy {
 public:
     explicit FirstCopy(bool withWindow) {
