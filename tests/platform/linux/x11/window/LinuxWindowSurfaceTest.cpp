@@ -223,7 +223,7 @@ TEST_F(LinuxWindowSurface, ALaterColourKeyReplacesTheFirst) {
     picture = [](int x, int) { return x < 100 ? key : red; };
     other_->Cover({0, 0, 800, 600}, green);
     const Owned<AppWindow> window = MakeWindow(Overlay());
-    constexpr std::uint32_t redKey = 0x0000FF;  // 0x00BBGGRR
+    constexpr std::uint32_t redKey = 0x2030C0;  // 0x00BBGGRR
     SetColorKey(*window, redKey);
     SetColorKey(*window, keyColor);
     ShowTopmostAt(*window, {100, 100, 300, 220});
