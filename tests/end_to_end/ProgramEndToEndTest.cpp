@@ -156,20 +156,20 @@ TEST_F(ProgramEndToEnd, TheSpeedCheckReportsItsMeasurementAndDecision) {
     Spawned desktop = Paint();
     ProgramRun run({.display = display.Name(), .settings = {{"fps", "120"}}});
     ASSERT_TRUE(Eventually([&] { return !run.Activity().empty(); }, 90000));
-    const std::string told = run.Activity().front();
+    const std::string sentence = run.Activity().front();
     std::istringstream lines(ReadBytes(run.CacheFolder() / "performance.log"));
     int measured = -1;
     for (std::string line; std::getline(lines, line);) {
         ASSERT_EQ(std::sscanf(line.c_str(), "1920x1080 target=120 measured=%d GPU encode/transport us=", &measured), 1)
             << line;
     }
-    std::printf("1080p at 120 FPS on this machine: %d measured, \"%s\"\n", measured, told.c_str());
+    std::printf("1080p at 120 FPS on this machine: %d measured, \"%s\"\n", measured, sentence.c_str());
     if (measured >= 108) {
-        EXPECT_TRUE(told.starts_with("Replay is buffering"));
+        EXPECT_TRUE(sentence.starts_with("Replay is buffering"));
         EXPECT_EQ(run.FfmpegChildren().size(), 1U);
     } else {
-        EXPECT_EQ(told, "Speed check: " + std::to_string(measured) +
-                            " / 120 FPS. Paused: choose Game friendly (60 FPS) in Settings > Capture.");
+        EXPECT_EQ(sentence, "Speed check: " + std::to_string(measured) +
+                                " / 120 FPS. Paused: choose Game friendly (60 FPS) in Settings > Capture.");
         EXPECT_TRUE(Eventually([&] { return run.FfmpegChildren().empty(); }, 10000));
     }
     EXPECT_EQ(run.End(), 0);
