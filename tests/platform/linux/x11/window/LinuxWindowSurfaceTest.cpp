@@ -731,10 +731,10 @@ protected:
     /// Opens the menu at (100, 100) and simulates the user once it is open.
     int Choose(std::function<void()> user) {
         other_->MovePointer(100, 100);
-        int turn = 0;
+        int checks = 0;
         const auto condition = [&] {
-            // The first iteration with an open menu.
-            if (turn++ == 10) {
+            // The menu has been open for ten checks.
+            if (checks++ == 10) {
                 user();
             }
             return false;
