@@ -125,7 +125,7 @@ TEST_F(CaptureSettings, SwitchesTheReplayOffAndOnByClicks) {
         ClickUntil(OnOverlay(replayButton.x, replayButton.y), [this] { return HasSetting("instantReplay=0"); }));
     EXPECT_TRUE(EventuallyLogs("Replay stopped."));
     EXPECT_TRUE(ProcessesNamed(L"ffmpeg.exe").empty());
-    EXPECT_EQ(ListedSegments(), 0U) << "what was buffered is gone";
+    EXPECT_EQ(ListedSegments(), 0U) << "the buffered segments were dropped";
     EXPECT_EQ(Captures().size(), 1U);
 
     EXPECT_THAT(Switch(replayButton, "instantReplay=1"), withSound);

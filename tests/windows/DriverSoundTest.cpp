@@ -126,7 +126,7 @@ TEST_F(DriverSound, ARecordingWithoutAReplayHasItsSound) {
 
 TEST_F(DriverSound, ADeviceThatIsUnpluggedEndsTheReplayButNotTheProgram) {
     Setting("gameAudioEnabled=1");
-    Script("set render gone 300");
+    Script("set render unplug 300");
     ASSERT_TRUE(StartProgram());
     ASSERT_TRUE(EventuallyLogs("Replay is buffering video and selected audio. Allow 2 seconds before saving."))
         << testing::PrintToString(Activity());
@@ -171,7 +171,7 @@ constexpr Failure failures[] = {
     {"fail CreateEventW 6 8", "Cannot create the audio pipe (0x80070008)"},
     {"fail ConnectNamedPipe:ZVReelsAudio 1 E8", "Encoder could not connect to the audio stream (0x80004005)"},
     {"fail Start.render 1 0x88890004", "Audio capture stopped; a device or encoder disconnected (0x88890004)"},
-    {"set render gone 5", "Audio capture stopped; a device or encoder disconnected (0x88890004)"},
+    {"set render unplug 5", "Audio capture stopped; a device or encoder disconnected (0x88890004)"},
     {"set starve-sound 4096", "Audio capture stopped; a device or encoder disconnected (0x8007000E)"},
     {"fail ReleaseBuffer.render 7 0x88890007", "Audio capture stopped; a device or encoder disconnected (0x88890007)"},
 };

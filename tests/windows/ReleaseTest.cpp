@@ -1,6 +1,5 @@
-// The executable that users get: its imports, manifest, icon, version and texts. Read through the system's own calls
-// where they exist; the import tables are parsed here.
-// ZV_TEST_PROGRAM names another build than the one beside the tests.
+// The executable for users: its imports, manifest, icon, version and texts. Read through the system's own calls where
+// they exist; the import tables are parsed here. ZV_TEST_PROGRAM names another build than the one beside the tests.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

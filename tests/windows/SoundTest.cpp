@@ -42,8 +42,8 @@ constexpr std::size_t packet = 480;  // output frames of one packet of 10 ms
 const std::string aheadOfTime =
     "set render arrive -600\nset render keep 60000\nset capture arrive -600\nset capture keep 60000\n";
 
-/// The sound that the reader got, and the times of the starts, in 100 ns of the performance counter.
-struct Heard {
+/// The sound that the reader received, and the start times of the devices, in 100 ns of the performance counter.
+struct CapturedSound {
     std::vector<float> samples;
     std::int64_t opened = 0;  ///< shortly before the reader opened the pipe
     std::map<std::string, std::int64_t> starts;
@@ -77,9 +77,10 @@ struct Tone {
 using Range = std::pair<std::size_t, std::size_t>;
 
 /// Describes the first frame of a range that differs from the sum of the tones; empty if there is none.
-std::string Deviation(const Heard& heard, Range range, const std::vector<Tone>& tones, double tolerance = 0.01) {
-    if (range.second > heard.Frames()) {
-        return "the stream ends at frame " + std::to_string(heard.Frames());
+std::string Deviation(const CapturedSound& captured, Range range, const std::vector<Tone>& tones,
+                      double tolerance = 0.01) {
+    if (range.second > captured.Frames()) {
+        return "the stream ends at frame " + std::to_string(captured.Frames());
     }
     for (std::size_t frame = range.first; frame < range.second; ++frame) {
         for (std::size_t side = 0; side < 2; ++side) {
@@ -87,9 +88,9 @@ std::string Deviation(const Heard& heard, Range range, const std::vector<Tone>& 
             for (const Tone& tone : tones) {
                 wanted += tone.At(static_cast<double>(frame), side);
             }
-            if (std::fabs(heard.At(frame, side) - wanted) > tolerance) {
+            if (std::fabs(captured.At(frame, side) - wanted) > tolerance) {
                 return "frame " + std::to_string(frame) + " side " + std::to_string(side) + " is " +
-                       std::to_string(heard.At(frame, side)) + " instead of " + std::to_string(wanted);
+                       std::to_string(captured.At(frame, side)) + " instead of " + std::to_string(wanted);
             }
         }
     }
@@ -98,18 +99,18 @@ std::string Deviation(const Heard& heard, Range range, const std::vector<Tone>& 
 
 /// The same for a device whose sound does not arrive early: frames that came too late are missing from the sum, but
 /// fewer than half of the range.
-std::string DeviationWhereInTime(const Heard& heard, Range range, const std::vector<Tone>& always, const Tone& tone,
-                                 double tolerance = 0.01) {
+std::string DeviationWhereInTime(const CapturedSound& captured, Range range, const std::vector<Tone>& always,
+                                 const Tone& tone, double tolerance = 0.01) {
     std::vector<Tone> whole = always;
     whole.push_back(tone);
     std::size_t late = 0;
     for (std::size_t frame = range.first; frame < range.second; ++frame) {
         const Range one{frame, frame + 1};
-        const std::string deviation = Deviation(heard, one, whole, tolerance);
+        const std::string deviation = Deviation(captured, one, whole, tolerance);
         if (deviation.empty()) {
             continue;
         }
-        if (!Deviation(heard, one, always, tolerance).empty()) {
+        if (!Deviation(captured, one, always, tolerance).empty()) {
             return deviation;
         }
         ++late;
@@ -117,9 +118,9 @@ std::string DeviationWhereInTime(const Heard& heard, Range range, const std::vec
     return 2 * late < range.second - range.first ? "" : std::to_string(late) + " frames are missing";
 }
 
-bool IsSilent(const Heard& heard, Range range) {
+bool IsSilent(const CapturedSound& captured, Range range) {
     for (std::size_t frame = range.first; frame < range.second; ++frame) {
-        if (frame >= heard.Frames() || !heard.Quiet(frame)) {
+        if (frame >= captured.Frames() || !captured.Quiet(frame)) {
             return false;
         }
     }
@@ -148,27 +149,27 @@ protected:
     }
 
     /// Reads `frames` frames of sound.
-    Heard Hear(const std::string& rules, std::size_t frames, bool system = true, bool microphone = false) {
+    CapturedSound Capture(const std::string& rules, std::size_t frames, bool system = true, bool microphone = false) {
         driver_.ClearReport();
         driver_.Write(rules);
         EXPECT_TRUE(capture_.Start(system, microphone)) << Narrow(capture_.Error());
         PipeReader reader(capture_.PipeName());
         EXPECT_TRUE(Eventually([&] { return reader.Bytes() >= frames * 8 || reader.Ended(); }));
         EXPECT_TRUE(capture_.running) << Narrow(capture_.Error());
-        return EndHearing(reader);
+        return EndCapture(reader);
     }
 
-    Heard EndHearing(PipeReader& reader) {
+    CapturedSound EndCapture(PipeReader& reader) {
         capture_.Stop();
         reader.Join();
         EXPECT_EQ(capture_.Error(), u"");
-        Heard heard{reader.Samples(), reader.Opened(), {}};
+        CapturedSound captured{reader.Samples(), reader.Opened(), {}};
         for (const std::string& note : driver_.Notes()) {
             if (note.rfind("Start.", 0) == 0) {
-                heard.starts[note.substr(6, note.find(' ') - 6)] = std::atoll(note.c_str() + note.find(' '));
+                captured.starts[note.substr(6, note.find(' ') - 6)] = std::atoll(note.c_str() + note.find(' '));
             }
         }
-        return heard;
+        return captured;
     }
 
     /// Returns the sentence of a Start that fails.
@@ -208,7 +209,7 @@ struct FormatCase {
 
 class SoundFormats : public Sound, public testing::WithParamInterface<FormatCase> {
 protected:
-    static constexpr std::size_t heardPackets = 20;
+    static constexpr std::size_t capturedPackets = 20;
 
     static std::string Rule(const std::string& device) {
         const FormatCase& format = GetParam();
@@ -236,11 +237,11 @@ protected:
 TEST_P(SoundFormats, AreConvertedAtTheirLevelAndTime) {
     for (const bool system : {true, false}) {
         const std::string device = system ? "render" : "capture";
-        const Heard heard = Hear(aheadOfTime + Rule(device), heardPackets * packet, system, !system);
-        const std::size_t first = heard.FirstSound();
-        ASSERT_LT(first, heardPackets * packet / 2) << device;
-        EXPECT_EQ(Deviation(heard, {first, heardPackets * packet}, {{static_cast<double>(first), Folded(0), Folded(1)}},
-                            Tolerance()),
+        const CapturedSound captured = Capture(aheadOfTime + Rule(device), capturedPackets * packet, system, !system);
+        const std::size_t first = captured.FirstSound();
+        ASSERT_LT(first, capturedPackets * packet / 2) << device;
+        EXPECT_EQ(Deviation(captured, {first, capturedPackets * packet},
+                            {{static_cast<double>(first), Folded(0), Folded(1)}}, Tolerance()),
                   "")
             << device;
     }
@@ -266,123 +267,127 @@ INSTANTIATE_TEST_SUITE_P(OfDevices, SoundFormats,
                          });
 
 TEST_F(Sound, StartsItsTimelineAtTheReadersConnectionAndUsesTimestamps) {
-    const Heard heard = Hear("", 100 * packet);
-    const std::size_t first = heard.FirstSound();
-    ASSERT_LT(first, heard.Frames());
+    const CapturedSound captured = Capture("", 100 * packet);
+    const std::size_t first = captured.FirstSound();
+    ASSERT_LT(first, captured.Frames());
     // The stream's zero, computed from the first sound: after the reader connected, before the device started.
     const auto before = static_cast<std::int64_t>(std::llround(static_cast<double>(first) / 0.0048));
-    const std::int64_t zero = heard.starts.at("render") - before;
-    EXPECT_GE(zero, heard.opened - 105);  // half a frame of rounding
-    EXPECT_LE(zero, heard.starts.at("render") + 105);
+    const std::int64_t zero = captured.starts.at("render") - before;
+    EXPECT_GE(zero, captured.opened - 105);  // half a frame of rounding
+    EXPECT_LE(zero, captured.starts.at("render") + 105);
     // Packets arrive when their last frame is captured. A packet that a busy machine reads too late is silent.
     const Tone tone{static_cast<double>(first)};
     std::size_t right = 0;
-    for (std::size_t frame = first; frame + packet <= heard.Frames(); frame += packet) {
-        const bool whole = Deviation(heard, {frame, frame + packet}, {tone}).empty();
-        EXPECT_TRUE(whole || IsSilent(heard, {frame, frame + packet})) << frame;
+    for (std::size_t frame = first; frame + packet <= captured.Frames(); frame += packet) {
+        const bool whole = Deviation(captured, {frame, frame + packet}, {tone}).empty();
+        EXPECT_TRUE(whole || IsSilent(captured, {frame, frame + packet})) << frame;
         right += whole ? 1 : 0;
     }
     EXPECT_GE(right, 50U);
 }
 
 TEST_F(Sound, APacketFlaggedSilentIsSilent) {
-    const Heard heard = Hear(aheadOfTime + "set render flag 10 5 silent\n", 50 * packet);
-    const std::size_t first = heard.FirstSound();
-    EXPECT_EQ(Deviation(heard, {first, first + 10 * packet}, {{static_cast<double>(first)}}), "");
-    EXPECT_TRUE(IsSilent(heard, {first + 10 * packet + 1, first + 15 * packet - 1}));
-    EXPECT_EQ(Deviation(heard, {first + 15 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
+    const CapturedSound captured = Capture(aheadOfTime + "set render flag 10 5 silent\n", 50 * packet);
+    const std::size_t first = captured.FirstSound();
+    EXPECT_EQ(Deviation(captured, {first, first + 10 * packet}, {{static_cast<double>(first)}}), "");
+    EXPECT_TRUE(IsSilent(captured, {first + 10 * packet + 1, first + 15 * packet - 1}));
+    EXPECT_EQ(Deviation(captured, {first + 15 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
 }
 
 TEST_F(Sound, APacketWithoutDataIsSilent) {
-    const Heard heard = Hear(aheadOfTime + "set render flag 10 5 null\n", 50 * packet);
-    const std::size_t first = heard.FirstSound();
-    EXPECT_TRUE(IsSilent(heard, {first + 10 * packet + 1, first + 15 * packet - 1}));
-    EXPECT_EQ(Deviation(heard, {first + 15 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
+    const CapturedSound captured = Capture(aheadOfTime + "set render flag 10 5 null\n", 50 * packet);
+    const std::size_t first = captured.FirstSound();
+    EXPECT_TRUE(IsSilent(captured, {first + 10 * packet + 1, first + 15 * packet - 1}));
+    EXPECT_EQ(Deviation(captured, {first + 15 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
 }
 
 TEST_F(Sound, InfiniteSamplesAreSilent) {
-    const Heard heard = Hear(aheadOfTime + "set render flag 10 5 loud\n", 50 * packet);
-    const std::size_t first = heard.FirstSound();
-    EXPECT_TRUE(IsSilent(heard, {first + 10 * packet + 1, first + 15 * packet - 1}));
-    EXPECT_EQ(Deviation(heard, {first + 15 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
+    const CapturedSound captured = Capture(aheadOfTime + "set render flag 10 5 loud\n", 50 * packet);
+    const std::size_t first = captured.FirstSound();
+    EXPECT_TRUE(IsSilent(captured, {first + 10 * packet + 1, first + 15 * packet - 1}));
+    EXPECT_EQ(Deviation(captured, {first + 15 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
 }
 
 TEST_F(Sound, ADiscontinuityFlagIsIgnored) {
-    const Heard heard = Hear(aheadOfTime + "set render flag 10 20 discontinuity\n", 50 * packet);
-    const std::size_t first = heard.FirstSound();
-    EXPECT_EQ(Deviation(heard, {first, 50 * packet}, {{static_cast<double>(first)}}), "");
+    const CapturedSound captured = Capture(aheadOfTime + "set render flag 10 20 discontinuity\n", 50 * packet);
+    const std::size_t first = captured.FirstSound();
+    EXPECT_EQ(Deviation(captured, {first, 50 * packet}, {{static_cast<double>(first)}}), "");
 }
 
 TEST_F(Sound, AStalledDeviceIsSilentAndResumesInTime) {
-    const Heard heard = Hear(aheadOfTime + "set render skip 10 40\n", 80 * packet);
-    const std::size_t first = heard.FirstSound();
-    EXPECT_EQ(Deviation(heard, {first, first + 10 * packet}, {{static_cast<double>(first)}}), "");
-    EXPECT_TRUE(IsSilent(heard, {first + 10 * packet + 1, first + 50 * packet - 1}));
-    EXPECT_EQ(Deviation(heard, {first + 50 * packet + 1, 80 * packet}, {{static_cast<double>(first)}}), "");
+    const CapturedSound captured = Capture(aheadOfTime + "set render skip 10 40\n", 80 * packet);
+    const std::size_t first = captured.FirstSound();
+    EXPECT_EQ(Deviation(captured, {first, first + 10 * packet}, {{static_cast<double>(first)}}), "");
+    EXPECT_TRUE(IsSilent(captured, {first + 10 * packet + 1, first + 50 * packet - 1}));
+    EXPECT_EQ(Deviation(captured, {first + 50 * packet + 1, 80 * packet}, {{static_cast<double>(first)}}), "");
 }
 
 TEST_F(Sound, TimestampsBeforeTheStartOrTwoSecondsAheadAreDropped) {
-    const Heard heard = Hear(aheadOfTime + "set render shift 10 5 -5000\nset render shift 20 5 3500\n", 50 * packet);
-    const std::size_t first = heard.FirstSound();
-    EXPECT_EQ(Deviation(heard, {first, first + 10 * packet}, {{static_cast<double>(first)}}), "");
-    EXPECT_TRUE(IsSilent(heard, {first + 10 * packet + 1, first + 15 * packet - 1}));
-    EXPECT_EQ(Deviation(heard, {first + 15 * packet + 1, first + 20 * packet - 1}, {{static_cast<double>(first)}}), "");
-    EXPECT_TRUE(IsSilent(heard, {first + 20 * packet + 1, first + 25 * packet - 1}));
-    EXPECT_EQ(Deviation(heard, {first + 25 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
+    const CapturedSound captured =
+        Capture(aheadOfTime + "set render shift 10 5 -5000\nset render shift 20 5 3500\n", 50 * packet);
+    const std::size_t first = captured.FirstSound();
+    EXPECT_EQ(Deviation(captured, {first, first + 10 * packet}, {{static_cast<double>(first)}}), "");
+    EXPECT_TRUE(IsSilent(captured, {first + 10 * packet + 1, first + 15 * packet - 1}));
+    EXPECT_EQ(Deviation(captured, {first + 15 * packet + 1, first + 20 * packet - 1}, {{static_cast<double>(first)}}),
+              "");
+    EXPECT_TRUE(IsSilent(captured, {first + 20 * packet + 1, first + 25 * packet - 1}));
+    EXPECT_EQ(Deviation(captured, {first + 25 * packet + 1, 50 * packet}, {{static_cast<double>(first)}}), "");
 }
 
 TEST_F(Sound, ALatePacketLosesOnlyThePartAlreadySent) {
     // One packet of half a second that arrives 150 ms after its first frame was captured.
-    const Heard heard = Hear("set render packet 24000\nset render arrive 150\nset render skip 1 1000\n", 80 * packet);
-    const std::size_t first = heard.FirstSound();
-    ASSERT_LT(first, heard.Frames());
-    const double zero = static_cast<double>(heard.starts.at("render") - heard.opened) * 0.0048;
+    const CapturedSound captured =
+        Capture("set render packet 24000\nset render arrive 150\nset render skip 1 1000\n", 80 * packet);
+    const std::size_t first = captured.FirstSound();
+    ASSERT_LT(first, captured.Frames());
+    const double zero = static_cast<double>(captured.starts.at("render") - captured.opened) * 0.0048;
     // A block is sent 110 ms after its first frame; the reader opened the pipe at most `zero` frames before the
     // timeline began.
     EXPECT_GE(first, 1920U);
     EXPECT_EQ(first % packet, 0U) << "not cut at a block";
     std::size_t end = first;
-    while (end < heard.Frames() && !IsSilent(heard, {end, end + packet})) {
+    while (end < captured.Frames() && !IsSilent(captured, {end, end + packet})) {
         end += packet;
     }
     EXPECT_LE(static_cast<double>(end), zero + 24000 + 2 * packet);
     // The peak was at the device's start, within `zero` frames of the stream's own.
     bool fits = false;
     for (double peak = 0; peak <= zero + 1 && !fits; peak += 0.5) {
-        fits = Deviation(heard, {first, end - packet}, {{peak}}).empty();
+        fits = Deviation(captured, {first, end - packet}, {{peak}}).empty();
     }
     EXPECT_TRUE(fits);
 }
 
 TEST_F(Sound, APacketWithATimestampErrorEndsWhenItIsRead) {
-    const Heard heard =
-        Hear("set render late 0 1 300\nset render flag 0 1 timestamp-error\nset render skip 1 1000\n", 80 * packet);
-    const std::size_t first = heard.FirstSound();
-    ASSERT_LT(first, heard.Frames());
+    const CapturedSound captured =
+        Capture("set render late 0 1 300\nset render flag 0 1 timestamp-error\nset render skip 1 1000\n", 80 * packet);
+    const std::size_t first = captured.FirstSound();
+    ASSERT_LT(first, captured.Frames());
     EXPECT_GE(first, 300 * 48U - packet - 1);
-    EXPECT_EQ(Deviation(heard, {first, first + packet}, {{static_cast<double>(first)}}), "");
-    EXPECT_TRUE(IsSilent(heard, {first + packet, 80 * packet}));
+    EXPECT_EQ(Deviation(captured, {first, first + packet}, {{static_cast<double>(first)}}), "");
+    EXPECT_TRUE(IsSilent(captured, {first + packet, 80 * packet}));
 }
 
 TEST_F(Sound, SpeakersAndMicrophoneAreMixedEachAtItsOwnTime) {
-    const Heard heard =
-        Hear(aheadOfTime + "set capture format 44100 1 16 pcm\nset capture tone 391 0.5\ndelay Start.capture 1 20\n",
-             80 * packet, true, true);
-    const std::size_t first = heard.FirstSound();
-    const double apart = static_cast<double>(heard.starts.at("capture") - heard.starts.at("render")) * 0.0048;
+    const CapturedSound captured =
+        Capture(aheadOfTime + "set capture format 44100 1 16 pcm\nset capture tone 391 0.5\ndelay Start.capture 1 20\n",
+                80 * packet, true, true);
+    const std::size_t first = captured.FirstSound();
+    const double apart = static_cast<double>(captured.starts.at("capture") - captured.starts.at("render")) * 0.0048;
     EXPECT_GE(apart, 960);
     const double second = static_cast<double>(first) + apart;
-    EXPECT_EQ(Deviation(heard, {first, first + 900}, {{static_cast<double>(first)}}), "");
-    EXPECT_EQ(Deviation(heard, {static_cast<std::size_t>(second) + 2, 80 * packet},
+    EXPECT_EQ(Deviation(captured, {first, first + 900}, {{static_cast<double>(first)}}), "");
+    EXPECT_EQ(Deviation(captured, {static_cast<std::size_t>(second) + 2, 80 * packet},
                         {{static_cast<double>(first)}, {second, 0.5, 0.5, 391}}, 0.06),
               "");
 }
 
 TEST_F(Sound, TheSumIsClippedAtFullScale) {
-    const Heard heard = Hear(aheadOfTime + "set render tone 233 1\nset capture tone 233 1\n", 50 * packet, true, true);
-    EXPECT_EQ(*std::max_element(heard.samples.begin(), heard.samples.end()), 1.0F);
-    EXPECT_EQ(*std::min_element(heard.samples.begin(), heard.samples.end()), -1.0F);
-    EXPECT_GT(std::count(heard.samples.begin(), heard.samples.end(), 1.0F), 1000);
+    const CapturedSound captured =
+        Capture(aheadOfTime + "set render tone 233 1\nset capture tone 233 1\n", 50 * packet, true, true);
+    EXPECT_EQ(*std::max_element(captured.samples.begin(), captured.samples.end()), 1.0F);
+    EXPECT_EQ(*std::min_element(captured.samples.begin(), captured.samples.end()), -1.0F);
+    EXPECT_GT(std::count(captured.samples.begin(), captured.samples.end(), 1.0F), 1000);
 }
 
 TEST_F(Sound, IsSilenceAtTheClocksRateIfNothingPlays) {
@@ -393,8 +398,8 @@ TEST_F(Sound, IsSilenceAtTheClocksRateIfNothingPlays) {
     const auto passed = static_cast<double>(Counter100ns() - reader.Opened()) / 1e7;
     const auto bytes = static_cast<double>(reader.Bytes());
     EXPECT_LE(bytes, (passed - 0.1) * 384000);
-    const Heard heard = EndHearing(reader);
-    EXPECT_TRUE(IsSilent(heard, {0, heard.Frames()}));
+    const CapturedSound captured = EndCapture(reader);
+    EXPECT_TRUE(IsSilent(captured, {0, captured.Frames()}));
 }
 
 TEST_F(Sound, AReaderThatPausesLosesNothing) {
@@ -407,9 +412,9 @@ TEST_F(Sound, AReaderThatPausesLosesNothing) {
     const std::size_t before = reader.Bytes();
     reader.Pause(false);
     ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= before + 2 * 384000; }));
-    const Heard heard = EndHearing(reader);
-    const std::size_t first = heard.FirstSound();
-    EXPECT_EQ(Deviation(heard, {first, before / 8 + 96000}, {{static_cast<double>(first)}}), "");
+    const CapturedSound captured = EndCapture(reader);
+    const std::size_t first = captured.FirstSound();
+    EXPECT_EQ(Deviation(captured, {first, before / 8 + 96000}, {{static_cast<double>(first)}}), "");
 }
 
 TEST_F(Sound, KeepsItsTimeWhenTheDeviceOverwritesPacketsWhileAWriteIsPending) {
@@ -422,18 +427,18 @@ TEST_F(Sound, KeepsItsTimeWhenTheDeviceOverwritesPacketsWhileAWriteIsPending) {
     const std::size_t before = reader.Bytes();
     reader.Pause(false);
     ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= before + 3 * 384000; }));
-    const Heard heard = EndHearing(reader);
+    const CapturedSound captured = EndCapture(reader);
     EXPECT_THAT(driver_.Notes(), Contains(StartsWith("lost.render ")));
     // The sound in the pipe survives, the packets that the device overwrote are silent, and the tone keeps its phase.
-    const std::size_t first = heard.FirstSound();
+    const std::size_t first = captured.FirstSound();
     const Tone tone{static_cast<double>(first)};
     std::size_t gap = 0;
     std::size_t longestGap = 0;
     std::size_t wholeBefore = 0;
     std::size_t wholeAfter = 0;
-    for (std::size_t frame = first; frame + packet <= heard.Frames(); frame += packet) {
-        const bool whole = Deviation(heard, {frame, frame + packet}, {tone}).empty();
-        EXPECT_TRUE(whole || IsSilent(heard, {frame, frame + packet})) << frame;
+    for (std::size_t frame = first; frame + packet <= captured.Frames(); frame += packet) {
+        const bool whole = Deviation(captured, {frame, frame + packet}, {tone}).empty();
+        EXPECT_TRUE(whole || IsSilent(captured, {frame, frame + packet})) << frame;
         gap = whole ? 0 : gap + 1;
         longestGap = std::max(longestGap, gap);
         (longestGap < 10 ? wholeBefore : wholeAfter) += whole ? 1 : 0;
@@ -456,39 +461,42 @@ protected:
     }
 };
 
-TEST_F(RefusedMicrophone, IsHeardOnBothSidesOverTheCompatibilityDriver) {
+TEST_F(RefusedMicrophone, IsCapturedOnBothSidesByTheCompatibilityDriver) {
     for (const char* code : {"0x88890008", "0x80070057"}) {
-        const Heard heard = Hear(std::string("set wave arrive -20\nfail Initialize.capture 1 ") + code + "\n",
-                                 50 * packet, false, true);
+        const CapturedSound captured = Capture(
+            std::string("set wave arrive -20\nfail Initialize.capture 1 ") + code + "\n", 50 * packet, false, true);
         EXPECT_THAT(driver_.Notes(), Contains("waveInOpen"));
-        const std::size_t first = heard.FirstSound();
+        const std::size_t first = captured.FirstSound();
         ASSERT_LT(first, 24000U);
         // Timed from its start: buffers that a busy machine reads too late are silent, all others are in time.
         const Tone tone{static_cast<double>(first), level, level};
-        EXPECT_EQ(DeviationWhereInTime(heard, {first, first + 10 * packet}, {}, tone), "") << code;
+        EXPECT_EQ(DeviationWhereInTime(captured, {first, first + 10 * packet}, {}, tone), "") << code;
         const auto before = static_cast<std::int64_t>(std::llround(static_cast<double>(first) / 0.0048));
-        EXPECT_GE(heard.starts.at("wave") - before, heard.opened - 210);
+        EXPECT_GE(captured.starts.at("wave") - before, captured.opened - 210);
     }
 }
 
 TEST_F(RefusedMicrophone, KeepsSystemSoundBesideIt) {
-    const Heard heard = Hear(aheadOfTime + refused + "set render tone 391 0.5\n", 50 * packet, true, true);
-    const std::size_t first = heard.FirstSound();
-    const double second = static_cast<double>(first) +
-                          std::trunc(static_cast<double>(heard.starts.at("wave") - heard.starts.at("render")) * 0.0048);
-    EXPECT_EQ(DeviationWhereInTime(heard, {first + 5 * packet, first + 15 * packet},
+    const CapturedSound captured =
+        Capture(aheadOfTime + refused + "set render tone 391 0.5\n", 50 * packet, true, true);
+    const std::size_t first = captured.FirstSound();
+    const double second =
+        static_cast<double>(first) +
+        std::trunc(static_cast<double>(captured.starts.at("wave") - captured.starts.at("render")) * 0.0048);
+    EXPECT_EQ(DeviationWhereInTime(captured, {first + 5 * packet, first + 15 * packet},
                                    {{static_cast<double>(first), 0.5, 0.25, 391}}, {second, level, level}, 0.06),
               "");
 }
 
 TEST_F(RefusedMicrophone, ShortAndEmptyBuffersLeaveNoGap) {
-    const Heard heard = Hear(refused + "set wave short 3 480\nset wave short 5 0\n", 50 * packet, false, true);
-    const std::size_t first = heard.FirstSound();
+    const CapturedSound captured =
+        Capture(refused + "set wave short 3 480\nset wave short 5 0\n", 50 * packet, false, true);
+    const std::size_t first = captured.FirstSound();
     const auto at = static_cast<double>(first);
-    EXPECT_EQ(DeviationWhereInTime(heard, {first, first + 1200}, {}, {at, level, level}), "");
+    EXPECT_EQ(DeviationWhereInTime(captured, {first, first + 1200}, {}, {at, level, level}), "");
     // Half of the third buffer is missing, so that the fourth is 240 frames early.
-    EXPECT_EQ(DeviationWhereInTime(heard, {first + 1200, first + 1680}, {}, {at - 240, level, level}), "");
-    EXPECT_EQ(DeviationWhereInTime(heard, {first + 1680, first + 8 * packet}, {}, {at - 720, level, level}), "");
+    EXPECT_EQ(DeviationWhereInTime(captured, {first + 1200, first + 1680}, {}, {at - 240, level, level}), "");
+    EXPECT_EQ(DeviationWhereInTime(captured, {first + 1680, first + 8 * packet}, {}, {at - 720, level, level}), "");
 }
 
 TEST_F(RefusedMicrophone, ReportsTheCodeOfTheCompatibilityDriver) {
@@ -648,7 +656,7 @@ TEST_F(Sound, StoppingDuringAPendingWriteReportsNothing) {
 }
 
 TEST_F(Sound, StopsAndReleasesTheMicrophoneBeforeTheSpeakers) {
-    Hear(aheadOfTime, 20 * packet, true, true);
+    Capture(aheadOfTime, 20 * packet, true, true);
     std::vector<std::string> order;
     for (const std::string& note : driver_.Notes()) {
         order.push_back(note.substr(0, note.find(' ')));

@@ -28,13 +28,13 @@ struct Script {
 /// A lock without a handle: the module may be loaded and unloaded hundreds of times, and tests count handles.
 class Lock {
 public:
-    Lock() { AcquireSRWLockExclusive(&place); }
-    ~Lock() { ReleaseSRWLockExclusive(&place); }
+    Lock() { AcquireSRWLockExclusive(&srwLock); }
+    ~Lock() { ReleaseSRWLockExclusive(&srwLock); }
     Lock(const Lock&) = delete;
     Lock& operator=(const Lock&) = delete;
 
 private:
-    static inline SRWLOCK place = SRWLOCK_INIT;
+    static inline SRWLOCK srwLock = SRWLOCK_INIT;
 };
 
 // Never destroyed: the last lines are written while the module is being unloaded.

@@ -68,8 +68,8 @@ void FillBackground(const ConversionState& state, Pixels& frame) {
 
 void Convert(const ConversionState& state, const Pixels& source, const Area& area, Pixels& frame) {
     const Matrix matrix(state);
-    const Place& from = state.source;
-    const Place& to = state.destination;
+    const Bounds& from = state.source;
+    const Bounds& to = state.destination;
     std::int32_t left = 0;
     std::int32_t right = 0;
     std::int32_t top = 0;

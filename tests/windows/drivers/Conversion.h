@@ -1,4 +1,5 @@
-// The video processor's work: a rectangle of BGRA pixels into a rectangle of an NV12 frame, as the state asks for.
+// The video processor's work: converts a rectangle of BGRA pixels into a rectangle of an NV12 frame, according to the
+// state.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +8,7 @@
 
 namespace zv::drivers {
 
-struct Place {
+struct Bounds {
     std::int32_t left = 0;
     std::int32_t top = 0;
     std::int32_t right = 0;
@@ -15,8 +16,8 @@ struct Place {
 };
 
 struct ConversionState {
-    Place source;
-    Place destination;
+    Bounds source;
+    Bounds destination;
     bool sourceLimited = false;  ///< RGB 16 to 235
     bool matrix709 = false;      ///< else BT.601
     bool outputLimited = false;  ///< 16 to 235, else 0 to 255

@@ -261,17 +261,17 @@ HRESULT STDMETHODCALLTYPE CreateOutputView(ID3D11VideoDevice* self, ID3D11Resour
 
 // Video context: the state, in the required order
 
-Processor& Setting(void* self, ID3D11VideoProcessor* pointer, unsigned place, const char* function) {
+Processor& Setting(void* self, ID3D11VideoProcessor* pointer, unsigned position, const char* function) {
     ObjectOf(self, function);
     auto& processor = From<Processor>(pointer, function);
-    if (processor.settings != place) {
+    if (processor.settings != position) {
         Complain(std::string(function) + " out of order, or a second time");
     }
     ++processor.settings;
     return processor;
 }
 
-Place PlaceOf(UINT stream, WINBOOL enable, const RECT* rectangle) {
+Bounds BoundsOf(UINT stream, WINBOOL enable, const RECT* rectangle) {
     Demand(stream == 0 && enable != FALSE && rectangle != nullptr, "a rectangle of another stream, or none");
     Note("rectangle " + std::to_string(rectangle->left) + " " + std::to_string(rectangle->top) + " " +
          std::to_string(rectangle->right) + " " + std::to_string(rectangle->bottom));
@@ -281,17 +281,17 @@ Place PlaceOf(UINT stream, WINBOOL enable, const RECT* rectangle) {
 void STDMETHODCALLTYPE SetSourceRect(ID3D11VideoContext* self, ID3D11VideoProcessor* pointer, UINT stream,
                                      WINBOOL enable, const RECT* rectangle) {
     Processor& processor = Setting(self, pointer, 0, "VideoProcessorSetStreamSourceRect");
-    processor.state.source = PlaceOf(stream, enable, rectangle);
+    processor.state.source = BoundsOf(stream, enable, rectangle);
 }
 void STDMETHODCALLTYPE SetDestRect(ID3D11VideoContext* self, ID3D11VideoProcessor* pointer, UINT stream, WINBOOL enable,
                                    const RECT* rectangle) {
     Processor& processor = Setting(self, pointer, 1, "VideoProcessorSetStreamDestRect");
-    processor.state.destination = PlaceOf(stream, enable, rectangle);
+    processor.state.destination = BoundsOf(stream, enable, rectangle);
 }
 void STDMETHODCALLTYPE SetTargetRect(ID3D11VideoContext* self, ID3D11VideoProcessor* pointer, WINBOOL enable,
                                      const RECT* rectangle) {
     const Processor& processor = Setting(self, pointer, 2, "VideoProcessorSetOutputTargetRect");
-    const Place target = PlaceOf(0, enable, rectangle);
+    const Bounds target = BoundsOf(0, enable, rectangle);
     const D3D11_VIDEO_PROCESSOR_CONTENT_DESC& content = processor.enumerator.content;
     Demand(target.left == 0 && target.top == 0 && target.right == static_cast<LONG>(content.OutputWidth) &&
                target.bottom == static_cast<LONG>(content.OutputHeight),

@@ -69,8 +69,8 @@ std::vector<OutputLine> OutputsOf(UINT adapter) {
 }
 
 template <std::size_t size>
-void CopyName(const std::string& name, WCHAR (&place)[size]) {
-    std::copy_n(name.begin(), std::min(name.size(), size - 1), place);
+void CopyName(const std::string& name, WCHAR (&buffer)[size]) {
+    std::copy_n(name.begin(), std::min(name.size(), size - 1), buffer);
 }
 
 struct Factory : Object {

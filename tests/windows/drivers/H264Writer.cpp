@@ -53,7 +53,7 @@ constexpr std::uint8_t sequenceHeader = 0x67;
 constexpr std::uint8_t pictureHeader = 0x68;
 constexpr std::uint8_t idrHeader = 0x65;
 constexpr std::uint8_t sliceHeader = 0x61;
-constexpr int lumaQuantiser = 28;  // a level of 1 at the only place is a step of 1 everywhere
+constexpr int lumaQuantiser = 28;  // a level of 1 of the only coefficient changes every sample by 1
 constexpr int chromaOffset = -6;   // the same for chroma
 constexpr std::uint32_t frameNumberBits = 8;
 

@@ -140,7 +140,7 @@ HANDLE WINAPI MakeTimer(SECURITY_ATTRIBUTES* security, BOOL manual, const wchar_
 
 // Waits
 
-/// Calls `wait` with the milliseconds that the script puts in place of those that the program asks for.
+/// Calls `wait` with the script's milliseconds instead of the program's.
 template <class Wait>
 DWORD ScriptedWait(DWORD milliseconds, Wait wait) {
     for (const std::string& value : Values("wait")) {
@@ -257,11 +257,11 @@ const Import* ImportNamed(const char* name) {
     return found == imports.end() ? nullptr : found;
 }
 
-void Replace(void** place, void* function) {
+void Replace(void** slot, void* function) {
     DWORD before = 0;
-    VirtualProtect(place, sizeof(*place), PAGE_READWRITE, &before);
-    *place = function;
-    VirtualProtect(place, sizeof(*place), before, &before);
+    VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &before);
+    *slot = function;
+    VirtualProtect(slot, sizeof(*slot), before, &before);
 }
 
 /// The program's image in memory.
@@ -285,14 +285,14 @@ private:
 
 void ReplaceImportsOf(const Image& image, const IMAGE_IMPORT_DESCRIPTOR& library) {
     const auto* names = image.At<IMAGE_THUNK_DATA64>(library.OriginalFirstThunk);
-    void** places = image.At<void*>(library.FirstThunk);
-    for (; names->u1.AddressOfData != 0; ++names, ++places) {
+    void** slots = image.At<void*>(library.FirstThunk);
+    for (; names->u1.AddressOfData != 0; ++names, ++slots) {
         if (IMAGE_SNAP_BY_ORDINAL64(names->u1.Ordinal)) {
             continue;
         }
         const auto* byName = image.At<IMAGE_IMPORT_BY_NAME>(names->u1.AddressOfData);
         if (const Import* import = ImportNamed(reinterpret_cast<const char*>(byName->Name))) {
-            Replace(places, import->function);
+            Replace(slots, import->function);
         }
     }
 }

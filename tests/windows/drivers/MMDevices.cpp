@@ -90,7 +90,7 @@ struct Stream {
     std::string Named(const char* call) const { return std::string(call) + "." + device; }
     HRESULT Enter(const char* call) {
         const HRESULT planned = drivers::Enter(Named(call), thread);
-        return planned != S_OK ? planned : sound.Gone() ? AUDCLNT_E_DEVICE_INVALIDATED : S_OK;
+        return planned != S_OK ? planned : sound.IsUnplugged() ? AUDCLNT_E_DEVICE_INVALIDATED : S_OK;
     }
 };
 using SharedStream = std::shared_ptr<Stream>;
@@ -111,7 +111,7 @@ public:
     explicit CaptureClient(SharedStream stream) : ComObject("IAudioCaptureClient"), stream_(std::move(stream)) {}
     ~CaptureClient() override {
         Expect(stream_->Named("IAudioCaptureClient::Release"),
-               {{!stream_->acquired || stream_->sound.Gone(), "a packet was not released"}});
+               {{!stream_->acquired || stream_->sound.IsUnplugged(), "a packet was not released"}});
     }
 
     HRESULT STDMETHODCALLTYPE GetBuffer(BYTE** data, UINT32* frames, DWORD* flags, UINT64* devicePosition,
@@ -191,7 +191,7 @@ public:
         : ComObject("IAudioClient"), stream_(std::make_shared<Stream>(thread, device)) {}
     ~Client() override {
         Expect(stream_->Named("IAudioClient::Release"),
-               {{stream_->state != StreamState::Running || stream_->sound.Gone(), "the stream still runs"},
+               {{stream_->state != StreamState::Running || stream_->sound.IsUnplugged(), "the stream still runs"},
                 {given_ == nullptr || IsFreed(given_), "the mix format was not freed"}});
         Note("packets." + stream_->device + " " + std::to_string(stream_->delivered));
         if (stream_->sound.Lost() != 0) {
@@ -263,7 +263,7 @@ public:
 
     HRESULT STDMETHODCALLTYPE Stop() override {
         Expect(stream_->Named("Stop"), {{stream_->state == StreamState::Running, "not started"},
-                                        {!stream_->acquired || stream_->sound.Gone(), "a packet is out"}});
+                                        {!stream_->acquired || stream_->sound.IsUnplugged(), "a packet is out"}});
         stream_->state = StreamState::Initialized;
         Note("Stop." + stream_->device);
         return stream_->Enter("Stop");

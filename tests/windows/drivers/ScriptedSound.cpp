@@ -88,8 +88,8 @@ ScriptedSound::ScriptedSound(const std::string& device, const SoundFormat& forma
     } else if (device == "wave") {
         keptPackets_ = std::numeric_limits<std::int64_t>::max();
     }
-    if (const Words words = RuleOf(device, "gone"); !words.empty()) {
-        goneAt_ = Number(words.at(0));
+    if (const Words words = RuleOf(device, "unplug"); !words.empty()) {
+        unpluggedAt_ = Number(words.at(0));
     }
     for (const char* rule : {"late", "flag", "skip", "shift"}) {
         ReadRanges(device, rule);
@@ -196,8 +196,8 @@ void ScriptedSound::Render(const SoundPacket& packet, std::byte* to) const {
         const auto sample = static_cast<double>(packet.index * packet.frames + frame);
         const double wave = level_ * std::cos(2 * std::numbers::pi * hertz_ * sample / format_.rate);
         for (unsigned channel = 0; channel < format_.channels; ++channel) {
-            const double heard = noise ? (frame % 2 == 0 ? 0.9 : -0.9) : wave / (channel + 1);
-            WriteSample(loud ? std::numeric_limits<double>::infinity() : heard,
+            const double value = noise ? (frame % 2 == 0 ? 0.9 : -0.9) : wave / (channel + 1);
+            WriteSample(loud ? std::numeric_limits<double>::infinity() : value,
                         to + frame * format_.blockAlign + channel * (format_.bits / 8));
         }
     }

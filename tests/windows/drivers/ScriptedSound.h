@@ -17,7 +17,7 @@
 //                                               a wrong timestamp), "null" (no data), "loud" (infinite samples)
 //   set DEVICE skip FIRST COUNT                 the device stalls: these packets never arrive
 //   set DEVICE shift FIRST COUNT MS             shifts the timestamps of these packets
-//   set DEVICE gone PACKETS                     the device is unplugged after so many packets
+//   set DEVICE unplug PACKETS                   the device is unplugged after so many packets
 //   set DEVICE absent                           there is no such device
 #pragma once
 
@@ -80,7 +80,7 @@ public:
     void Begin(std::int64_t now) { start_ = now; }
 
     /// Returns true once the device is unplugged.
-    bool Gone() const { return goneAt_ && next_ >= *goneAt_; }
+    bool IsUnplugged() const { return unpluggedAt_ && next_ >= *unpluggedAt_; }
 
     /// The next packet, if it has arrived.
     std::optional<SoundPacket> Waiting(std::int64_t now);
@@ -114,7 +114,7 @@ private:
     bool overwritten_ = false;  ///< packets before the next one were overwritten
     std::int64_t lost_ = 0;
     std::vector<PacketRange> ranges_;
-    std::optional<std::int64_t> goneAt_;
+    std::optional<std::int64_t> unpluggedAt_;
     std::int64_t start_ = 0;
     std::int64_t next_ = 0;
 };
