@@ -598,7 +598,7 @@ TEST_F(Sound, EveryFailureOfTheRunHasTheSameSentenceAndItsOwnCode) {
                       sentence + "(0x88890010)")
                 << call << "." << device;
         }
-        EXPECT_EQ(RunFailure("set " + device + " gone 5\n", true, true), sentence + "(0x88890004)") << device;
+        EXPECT_EQ(RunFailure("set " + device + " unplug 5\n", true, true), sentence + "(0x88890004)") << device;
     }
 }
 

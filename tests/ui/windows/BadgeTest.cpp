@@ -60,8 +60,8 @@ TEST_F(Badge, IsShownOverEveryKnownGameInAWindow) {
 
 TEST_F(Badge, OnlyTheFileNameOfTheProgramCounts) {
     std::uint32_t processId = 100;
-    for (const TextView image :
-         {u"C:\\fortnite\\notepad.exe", u"C:\\cs2go.exe", u"C:\\javaw.exe", u"C:\\Roblox.exe", u"/games/cs2"}) {
+    for (const TextView image : {u"C:\\fortnite\\notepad.exe", u"C:\\cs2go.exe", u"C:\\javaw.exe", u"C:\\Roblox.exe",
+                                 u"/games/cs2-launcher"}) {
         PlayInWindow(++processId, image);
         EXPECT_FALSE(ShownAfterUpdate()) << processId;
     }

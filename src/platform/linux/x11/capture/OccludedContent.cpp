@@ -79,11 +79,20 @@ xcb_render_pictformat_t OccludedContent::FormatOf(xcb_visualid_t visual) const {
 }
 
 OccludedContent::Tiles OccludedContent::TilesOf(const Damage& parts) {
+    constexpr std::int32_t tallest = std::numeric_limits<std::int16_t>::max();  // of a picture of the server
     Tiles tiles;
+    Rectangle box = parts.Rectangles().front();
     for (const Rectangle& part : parts.Rectangles()) {
         tiles.each[tiles.count++] = {part, tiles.height};
         tiles.width = std::max(tiles.width, part.Width());
         tiles.height += part.Height();
+        box = BoundingBox(box, part);
+    }
+    if (tiles.height > tallest) {
+        tiles.each[0] = {box, 0};
+        tiles.count = 1;
+        tiles.width = box.Width();
+        tiles.height = box.Height();
     }
     return tiles;
 }
@@ -194,8 +203,7 @@ bool OccludedContent::Fetch(xcb_pixmap_t pixmap, const Tiles& tiles) {
 }
 
 bool OccludedContent::Compose(const Tiles& tiles) {
-    constexpr std::int32_t tallest = std::numeric_limits<std::int16_t>::max();
-    if (!Open() || tiles.height > tallest) {
+    if (!Open()) {
         return false;
     }
     const Scene scene = ReadScene();

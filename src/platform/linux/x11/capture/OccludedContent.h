@@ -31,8 +31,8 @@ public:
     OccludedContent(xcb_connection_t* connection, const xcb_screen_t& screen);
 
     /// Replaces `parts` of the root, which lie inside `pixels`, by the content that our windows occlude there, or by
-    /// black if the server cannot compose it. Waits for the server three times for any number of parts and windows, and
-    /// once more if the shared memory has to grow.
+    /// black if the server cannot compose it. Parts that are too many rows together are replaced as one box. Waits for
+    /// the server three times for any number of parts and windows, and once more if the shared memory has to grow.
     void Restore(const Damage& parts, const RootPixels& pixels);
 
 private:

@@ -107,5 +107,26 @@ TEST_F(LinuxOccludedContent, WaitsForTheServerEquallyOftenForAnyNumberOfParts) {
     }
 }
 
+TEST(LinuxOccludedContentOfATallScreen, ReplacesPartsWhoseRowsExceedAPictureOfTheServer) {
+    constexpr int tallWidth = 64;
+    constexpr int tallHeight = 20000;
+    const support::XServer server("64x20000x24");
+    const std::string display = ":" + std::to_string(server.Number());
+    support::OtherClient other(display);
+    const support::OtherClient client(display);
+    xcb_composite_query_version(other.Get(), 0, 4);
+    xcb_composite_redirect_subwindows(other.Get(), other.Root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+    other.Cover({0, 0, tallWidth, tallHeight}, green);
+    std::vector<std::uint32_t> pixels(std::size_t{tallWidth} * tallHeight, red);
+    Damage parts;
+    parts.Add({0, 0, 20, tallHeight});
+    parts.Add({40, 0, 60, tallHeight});
+    OccludedContent content(client.Get(), *ScreenOf(client.Get(), 0));
+    content.Restore(parts, {reinterpret_cast<std::uint8_t*>(pixels.data()), std::size_t{tallWidth} * 4, {0, 0}});
+    for (const std::size_t at : {std::size_t{0}, std::size_t{59}, pixels.size() - 64, pixels.size() - 5}) {
+        EXPECT_EQ(pixels[at] & 0xFFFFFFU, green) << at;
+    }
+}
+
 }  // namespace
 }  // namespace zv::x11
