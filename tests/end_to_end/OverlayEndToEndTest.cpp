@@ -100,8 +100,9 @@ TEST_F(OverlayEndToEnd, UnderAWindowManagerTheOtherProgramStaysTheActiveOne) {
     const Spawned manager = StartOnDisplay(display_.Name(), {"openbox", "--config-file", "/dev/null"}, folder_.Path());
     ASSERT_TRUE(Eventually([&] { return !user_.Property(user_.Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
     const xcb_window_t window = OpenManagedWindow(game_);
-    ASSERT_TRUE(Eventually([&] { return user_.Focus() == window; }));
-    const std::string active = user_.Property(user_.Root(), "_NET_ACTIVE_WINDOW");
+    const std::string active(reinterpret_cast<const char*>(&window), sizeof window);
+    ASSERT_TRUE(Eventually(
+        [&] { return user_.Focus() == window && user_.Property(user_.Root(), "_NET_ACTIVE_WINDOW") == active; }));
     const ProgramRun run(Options("0"));
     AwaitStart(run);
     ASSERT_TRUE(user_.OpenOverlay());
