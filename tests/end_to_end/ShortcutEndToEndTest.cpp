@@ -135,6 +135,19 @@ TEST_F(ShortcutEndToEnd, IsChangedAndUsedWithCapsLockAndNumLockOn) {
     }
 }
 
+TEST_F(ShortcutEndToEnd, IsChangedOnAKeyboardWithoutLatinLetters) {
+    const xcb_keycode_t k = user_.CodeOf(XK_k);
+    OutputOf({"setxkbmap", "-display", display_.Name(), "-layout", "ru"});
+    ASSERT_EQ(user_.CodeOf(XK_k), noKey);
+    ASSERT_TRUE(OpenEditor());
+    user_.TapWith(XK_Control_L, k);
+    EXPECT_TRUE(user_.WaitHidden(editorName));
+    EXPECT_TRUE(WaitRow(u"Ctrl + K"));
+    EXPECT_EQ(SettingOf(run_, "bindKeys3"), "75");
+    user_.TapWith(XK_Control_L, k);
+    EXPECT_TRUE(WaitPictures(1));
+}
+
 TEST_F(ShortcutEndToEnd, TheRowReportsAKeyThatAnotherProgramHadAtTheStart) {
     EXPECT_EQ(run_.End(), 0);
     ASSERT_TRUE(game_.GrabKey(game_.CodeOf(XK_s), XCB_MOD_MASK_1 | XCB_MOD_MASK_CONTROL));

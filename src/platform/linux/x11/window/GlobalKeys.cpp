@@ -134,7 +134,7 @@ void ApplyKeyboardMapping(Session& session) {
         return;
     }
     keyboard.mappingChanged = false;
-    keyboard.symbols.clear();
+    keyboard.virtualKeys.reset();
     const std::pair before{keyboard.altMask, keyboard.numLockMask};
     ReadModifiers(session);
     const std::pair now{keyboard.altMask, keyboard.numLockMask};

@@ -8,7 +8,10 @@
 #undef explicit
 
 #include <algorithm>
+#include <cstddef>
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "platform/Keyboard.h"
 #include "platform/linux/x11/Extensions.h"
@@ -31,60 +34,64 @@ constexpr SymbolRange symbolRanges[] = {
     {112, 135, XK_F1},  // F1 to F24
 };
 
-/// The X key symbol of a Windows virtual-key code; 0 if there is none.
-xcb_keysym_t KeysymOf(std::uint32_t virtualKey) {
-    for (const SymbolRange& range : symbolRanges) {
-        if (virtualKey >= range.first && virtualKey <= range.last) {
-            return range.firstSymbol + (virtualKey - range.first);
-        }
-    }
-    return 0;
-}
+/// The letters and digits of a PC keyboard with the US layout, by key code. For layouts that have no Latin letters.
+struct PositionRange {
+    xcb_keycode_t first;
+    std::string_view virtualKeys;
+};
+constexpr PositionRange positionRanges[] = {
+    {10, "1234567890"},
+    {24, "QWERTYUIOP"},
+    {38, "ASDFGHJKL"},
+    {52, "ZXCVBNM"},
+};
 
-/// The keys that produce a symbol: those without Shift if there are any, else all.
-std::vector<xcb_keycode_t> CodesOf(Session& session, xcb_keysym_t symbol) {
-    xcb_connection_t* connection = session.connection.get();
-    const xcb_setup_t* setup = xcb_get_setup(connection);
-    if (symbol == 0 || setup == nullptr) {
-        return {};
-    }
-    const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
-    const Reply<xcb_get_keyboard_mapping_reply_t> mapping(xcb_get_keyboard_mapping_reply(
-        connection, xcb_get_keyboard_mapping(connection, setup->min_keycode, count), nullptr));
-    if (!mapping) {
-        return {};
-    }
-    const xcb_keysym_t* symbols = xcb_get_keyboard_mapping_keysyms(mapping.get());
-    const int columns = mapping->keysyms_per_keycode;
-    std::vector<xcb_keycode_t> plain;
-    std::vector<xcb_keycode_t> any;
-    for (int key = 0; key < count; ++key) {
-        const xcb_keysym_t* row = symbols + key * columns;
-        const auto code = static_cast<xcb_keycode_t>(setup->min_keycode + key);
-        if (columns > 0 && row[0] == symbol) {
-            plain.push_back(code);
+/// The symbols of every key. A row has those of all groups: the plain and the shifted symbol of the first group, the
+/// same of the second group, then the rest.
+class Mapping {
+public:
+    explicit Mapping(xcb_connection_t* connection) {
+        const xcb_setup_t* setup = xcb_get_setup(connection);
+        if (setup == nullptr) {
+            return;
         }
-        if (std::find(row, row + columns, symbol) != row + columns) {
-            any.push_back(code);
-        }
+        first_ = setup->min_keycode;
+        count_ = setup->max_keycode - setup->min_keycode + 1;
+        reply_ = Adopt(xcb_get_keyboard_mapping_reply(
+            connection, xcb_get_keyboard_mapping(connection, first_, static_cast<std::uint8_t>(count_)), nullptr));
     }
-    return plain.empty() ? any : plain;
-}
+
+    std::span<const xcb_keysym_t> SymbolsOf(unsigned code) const {
+        if (!reply_ || code < first_ || code >= first_ + count_) {
+            return {};
+        }
+        const std::size_t columns = reply_->keysyms_per_keycode;
+        return {xcb_get_keyboard_mapping_keysyms(reply_.get()) + (code - first_) * columns, columns};
+    }
+
+private:
+    Reply<xcb_get_keyboard_mapping_reply_t> reply_;
+    xcb_keycode_t first_ = 0;
+    unsigned count_ = 0;
+};
 
 /// The mask of the modifier that the key of `symbol` sets; `fallback` if it sets none.
-std::uint16_t ModifierOf(Session& session, xcb_keysym_t symbol, std::uint16_t fallback) {
+std::uint16_t ModifierOf(Session& session, const Mapping& mapping, xcb_keysym_t symbol, std::uint16_t fallback) {
     xcb_connection_t* connection = session.connection.get();
-    const std::vector<xcb_keycode_t> codes = CodesOf(session, symbol);
-    const Reply<xcb_get_modifier_mapping_reply_t> mapping(
+    const auto produces = [&](xcb_keycode_t code) {
+        const std::span<const xcb_keysym_t> symbols = mapping.SymbolsOf(code);
+        return std::find(symbols.begin(), symbols.end(), symbol) != symbols.end();
+    };
+    const Reply<xcb_get_modifier_mapping_reply_t> modifiers(
         xcb_get_modifier_mapping_reply(connection, xcb_get_modifier_mapping(connection), nullptr));
-    if (!mapping) {
+    if (!modifiers) {
         return fallback;
     }
-    const xcb_keycode_t* rows = xcb_get_modifier_mapping_keycodes(mapping.get());
-    const int width = mapping->keycodes_per_modifier;
+    const xcb_keycode_t* rows = xcb_get_modifier_mapping_keycodes(modifiers.get());
+    const int width = modifiers->keycodes_per_modifier;
     for (int modifier = 0; modifier < 8; ++modifier) {
         const xcb_keycode_t* row = rows + modifier * width;
-        if (std::find_first_of(row, row + width, codes.begin(), codes.end()) != row + width) {
+        if (std::any_of(row, row + width, produces)) {
             return static_cast<std::uint16_t>(1 << modifier);
         }
     }
@@ -106,24 +113,6 @@ void OpenXkb(Session& session) {
         connection,
         xcb_xkb_per_client_flags(connection, keyboard, detectableRepeat, detectableRepeat, 0, 0, 0).sequence);
     xcb_xkb_select_events(connection, keyboard, events, 0, events, allParts, allParts, nullptr);
-}
-
-/// The first two symbols of every key.
-void ReadSymbols(Session& session) {
-    xcb_connection_t* connection = session.connection.get();
-    const xcb_setup_t* setup = xcb_get_setup(connection);
-    const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
-    const Reply<xcb_get_keyboard_mapping_reply_t> mapping(xcb_get_keyboard_mapping_reply(
-        connection, xcb_get_keyboard_mapping(connection, setup->min_keycode, count), nullptr));
-    std::vector<xcb_keysym_t>& symbols = session.keyboard.symbols;
-    symbols.assign(512, 0);
-    const xcb_keysym_t* rows = mapping ? xcb_get_keyboard_mapping_keysyms(mapping.get()) : nullptr;
-    const int columns = mapping ? mapping->keysyms_per_keycode : 0;
-    for (int key = 0; key < count && rows != nullptr; ++key) {
-        const auto at = static_cast<std::size_t>(2 * (setup->min_keycode + key));
-        symbols[at] = columns > 0 ? rows[key * columns] : 0;
-        symbols[at + 1] = columns > 1 ? rows[key * columns + 1] : 0;
-    }
 }
 
 struct NamedKey {
@@ -156,6 +145,43 @@ std::uint32_t VirtualKeyOfSymbol(xcb_keysym_t symbol) {
     return 0;
 }
 
+/// The code of the first symbol that has one. So a key has one code no matter which group is active.
+std::uint32_t VirtualKeyOfSymbols(std::span<const xcb_keysym_t> symbols) {
+    for (const xcb_keysym_t symbol : symbols) {
+        if (const std::uint32_t virtualKey = VirtualKeyOfSymbol(symbol)) {
+            return virtualKey;
+        }
+    }
+    return 0;
+}
+
+/// Assigns the letters and digits that no key produces to the keys that have them on the US layout.
+void AssignByPosition(VirtualKeys& keys) {
+    const VirtualKeys bySymbol = keys;
+    for (const PositionRange& range : positionRanges) {
+        for (std::size_t i = 0; i < range.virtualKeys.size(); ++i) {
+            const auto virtualKey = static_cast<std::uint32_t>(range.virtualKeys[i]);
+            std::uint32_t& key = keys[range.first + i];
+            if (key == 0 && std::find(bySymbol.begin(), bySymbol.end(), virtualKey) == bySymbol.end()) {
+                key = virtualKey;
+            }
+        }
+    }
+}
+
+const VirtualKeys& VirtualKeysOf(Session& session) {
+    std::optional<VirtualKeys>& keys = session.keyboard.virtualKeys;
+    if (!keys) {
+        keys.emplace();
+        const Mapping mapping(session.connection.get());
+        for (unsigned code = 0; code < keys->size(); ++code) {
+            (*keys)[code] = VirtualKeyOfSymbols(mapping.SymbolsOf(code));
+        }
+        AssignByPosition(*keys);
+    }
+    return *keys;
+}
+
 /// Joins a prefix and a number, for example "F1".
 Text PrefixedNumber(const char16_t* prefix, std::uint32_t number) {
     const std::string digits = std::to_string(number);
@@ -165,22 +191,23 @@ Text PrefixedNumber(const char16_t* prefix, std::uint32_t number) {
 }  // namespace
 
 void ReadModifiers(Session& session) {
-    session.keyboard.altMask = ModifierOf(session, XK_Alt_L, XCB_MOD_MASK_1);
-    session.keyboard.numLockMask = ModifierOf(session, XK_Num_Lock, XCB_MOD_MASK_2);
+    const Mapping mapping(session.connection.get());
+    session.keyboard.altMask = ModifierOf(session, mapping, XK_Alt_L, XCB_MOD_MASK_1);
+    session.keyboard.numLockMask = ModifierOf(session, mapping, XK_Num_Lock, XCB_MOD_MASK_2);
 }
 
 std::vector<xcb_keycode_t> CodesOfVirtualKey(Session& session, std::uint32_t virtualKey) {
-    return CodesOf(session, KeysymOf(virtualKey));
+    const VirtualKeys& keys = VirtualKeysOf(session);
+    std::vector<xcb_keycode_t> codes;
+    for (std::size_t code = 0; code < keys.size(); ++code) {
+        if (virtualKey != 0 && keys[code] == virtualKey) {
+            codes.push_back(static_cast<xcb_keycode_t>(code));
+        }
+    }
+    return codes;
 }
 
-std::uint32_t VirtualKeyOf(Session& session, xcb_keycode_t code) {
-    if (session.keyboard.symbols.empty()) {
-        ReadSymbols(session);
-    }
-    const auto at = static_cast<std::size_t>(2 * code);
-    const std::uint32_t plain = VirtualKeyOfSymbol(session.keyboard.symbols[at]);
-    return plain != 0 ? plain : VirtualKeyOfSymbol(session.keyboard.symbols[at + 1]);
-}
+std::uint32_t VirtualKeyOf(Session& session, xcb_keycode_t code) { return VirtualKeysOf(session)[code]; }
 
 std::uint32_t ModifiersOf(const Session& session, std::uint16_t state) {
     std::uint32_t modifiers = 0;

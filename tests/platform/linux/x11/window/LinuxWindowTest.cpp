@@ -11,6 +11,7 @@
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -33,6 +34,7 @@
 #include "support/FileBytes.h"
 #include "support/MessageLoop.h"
 #include "support/PrivateDisplay.h"
+#include "support/Processes.h"
 #include "support/TemporaryFolder.h"
 #include "support/XClient.h"
 #include "support/XServer.h"
@@ -348,6 +350,60 @@ TEST_F(LinuxWindow, EveryLetterDigitAndFunctionKeyCanBeRegistered) {
     }
     EXPECT_FALSE(RegisterGlobalKey(*window_, 999, alt | once, 47));  // no such key
 }
+
+/// A key of a PC keyboard, and what Windows calls it in a layout.
+struct LayoutKey {
+    xcb_keycode_t code;
+    std::uint32_t virtualKey;
+};
+
+struct Layout {
+    const char* name;
+    std::vector<LayoutKey> keys;
+};
+
+class KeyboardLayouts : public LinuxWindow, public testing::WithParamInterface<Layout> {};
+
+TEST_P(KeyboardLayouts, KeysHaveTheirCodesInEveryGroup) {
+    // Caps Lock selects the next group.
+    support::OutputOf(
+        {"setxkbmap", "-display", display_.Name(), "-layout", GetParam().name, "-option", "grp:caps_toggle"});
+    Open();
+    int id = 100;
+    for (std::uint32_t key = 48; key <= 90; key = key == 57 ? 65 : key + 1) {
+        EXPECT_TRUE(RegisterGlobalKey(*window_, id++, alt | once, key)) << "virtual key " << key;
+    }
+    other_->SetFocus(other_->Find("Zorvel test"));
+    long presses = 0;
+    for (int group = 0; group < 2; ++group) {
+        ++presses;
+        for (const LayoutKey& key : GetParam().keys) {
+            other_->Tap(key.code);
+            EXPECT_TRUE(RunUntil([&] { return CountOf(message::keyDown, key.virtualKey) == presses; }))
+                << "key " << int{key.code} << " in group " << group;
+            other_->TapWith(XK_Alt_L, key.code);
+            const std::uintptr_t hotKey = key.virtualKey <= 57 ? key.virtualKey + 52 : key.virtualKey + 45;
+            EXPECT_TRUE(RunUntilHotKeys(presses, hotKey)) << "key " << int{key.code} << " in group " << group;
+        }
+        other_->Tap(other_->CodeOf(XK_ISO_Next_Group));
+    }
+}
+
+const Layout layouts[] = {
+    {"us,ru", {{38, 'A'}, {53, 'X'}, {29, 'Y'}, {10, '1'}}},
+    {"ru,us", {{38, 'A'}, {39, 'S'}, {53, 'X'}, {27, 'R'}, {19, '0'}}},
+    {"ru", {{24, 'Q'}, {39, 'S'}, {53, 'X'}, {58, 'M'}, {10, '1'}}},
+    {"ru,fr", {{24, 'A'}, {38, 'Q'}, {47, 'M'}, {10, '1'}}},
+    {"gr", {{24, 'Q'}, {38, 'A'}, {53, 'X'}}},
+    {"il", {{24, 'Q'}, {39, 'S'}, {53, 'X'}}},
+    {"de", {{29, 'Z'}, {52, 'Y'}, {39, 'S'}, {53, 'X'}}},
+    {"fr", {{24, 'A'}, {38, 'Q'}, {25, 'Z'}, {47, 'M'}, {10, '1'}, {19, '0'}}},
+};
+INSTANTIATE_TEST_SUITE_P(Layouts, KeyboardLayouts, testing::ValuesIn(layouts), [](const auto& layout) {
+    std::string name = layout.param.name;
+    std::replace(name.begin(), name.end(), ',', '_');
+    return name;
+});
 
 TEST_F(LinuxWindow, RegisteringAKeyThatAnotherClientHasGrabbedFails) {
     Open();
