@@ -110,6 +110,7 @@ public:
     std::atomic<std::int32_t> measuredFps{0};
     std::uint64_t fpsSampleTick = 0;  ///< 0: no sample
     std::uint64_t fpsSampleFrames = 0;
+    std::int32_t pollsSinceVideoLoss = 0;  ///< polls that found the video of a recording's own capture ended
 };
 
 /// One health poll, for a worker that uses the engine. An exception becomes a result that reports the failed poll.

@@ -155,6 +155,7 @@ bool CaptureEngine::StartEncoder(EncoderProcess& process, const Text& outputArgu
     }
     fpsSampleTick = 0;
     measuredFps = 0;
+    pollsSinceVideoLoss = 0;
     return true;
 }
 

@@ -8,6 +8,7 @@ namespace zv {
 namespace {
 
 constexpr std::uint64_t sampleMs = 2000;
+constexpr std::int32_t displayMessagePolls = 6;  // three seconds; the interface handles its messages between two polls
 
 void SampleFrameRate(CaptureEngine& engine) {
     const VideoCapture* source = engine.replay.video ? engine.replay.video.get() : engine.recording.video.get();
@@ -59,6 +60,12 @@ void EndReplayWithoutVideo(CaptureEngine& engine) {
     EndReplay(engine, error);
 }
 
+/// A display change ends the video of a recording before its message reaches the interface. The job of that message
+/// saves the recording, so the first polls after the loss do not end it.
+bool MayBeDisplayChange(CaptureEngine& engine) {
+    return HasStopped(engine.recording.video) && engine.pollsSinceVideoLoss++ < displayMessagePolls;
+}
+
 }  // namespace
 
 void CaptureEngine::PollHealth() {
@@ -87,7 +94,9 @@ CapturePollResult PollCapture(CaptureEngine& engine) {
     try {
         const bool replayBefore = engine.replayRunning;
         const EngineState stateBefore = engine.state;
-        engine.PollHealth();
+        if (!MayBeDisplayChange(engine)) {
+            engine.PollHealth();
+        }
         CapturePollResult result;
         result.bufferedSeconds = engine.BufferedSeconds();
         result.changed = engine.replayRunning != replayBefore || engine.state != stateBefore;

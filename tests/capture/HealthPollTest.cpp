@@ -258,6 +258,56 @@ TEST_F(PollCaptureTest, ReportsThatTheStateChanged) {
     EXPECT_EQ(result.status, u"Recording encoder stopped unexpectedly. Logs: " + engine->cacheDir);
 }
 
+/// The video is lost, and FFmpeg has ended at the end of its input.
+class LostVideo : public PollCaptureTest {
+protected:
+    void LoseVideo() {
+        fake::FailVideo(*engine->recording.video, u"Desktop capture was interrupted.");
+        fake::EndChild(fake::LastChild(), 0);
+    }
+    void PollQuietly(int polls) {
+        for (int poll = 0; poll < polls; ++poll) {
+            const CapturePollResult result = PollCapture(*engine);
+            EXPECT_FALSE(result.changed) << "poll " << poll;
+            EXPECT_EQ(result.status, u"");
+            EXPECT_EQ(engine->state, EngineState::Recording);
+        }
+    }
+};
+
+TEST_F(LostVideo, LeavesTheRecordingToTheJobOfALateDisplayMessage) {
+    StartOwnRecording();
+    LoseVideo();
+    PollQuietly(6);
+    engine->StopAll();  // what that job does first
+    EXPECT_EQ(engine->statusText, u"Recording saved: " + output);
+    EXPECT_EQ(engine->state, EngineState::Ready);
+    EXPECT_TRUE(Exists(output));
+    EXPECT_FALSE(Exists(working));
+}
+
+TEST_F(LostVideo, EndsTheRecordingAfterThreeSecondsWithoutADisplayMessage) {
+    StartOwnRecording();
+    LoseVideo();
+    PollQuietly(6);
+    const CapturePollResult result = PollCapture(*engine);
+    EXPECT_TRUE(result.changed);
+    EXPECT_EQ(result.status, u"Desktop capture was interrupted.");
+    ExpectRecordingFailed(u"Desktop capture was interrupted.");
+}
+
+TEST_F(LostVideo, LeavesTheNextRecordingJustAsLong) {
+    StartOwnRecording();
+    LoseVideo();
+    PollQuietly(3);
+    engine->StopAll();
+    output = Here(u"b.mp4");
+    working = Here(u"b.mp4.partial.mp4");
+    StartOwnRecording();
+    LoseVideo();
+    PollQuietly(6);
+}
+
 TEST_F(PollCaptureTest, AnyExceptionBecomesOneSentence) {
     StartReplayWith(4);
     fake::ThrowInCall("IsRunning", fake::CountOf("IsRunning") + 1);

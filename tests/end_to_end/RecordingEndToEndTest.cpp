@@ -147,6 +147,30 @@ TEST_P(RecordingKey, AKilledProgramLeavesAPlayableFileAndNoChild) {
 
 INSTANTIATE_TEST_SUITE_P(Recording, RecordingKey, testing::Values(Mode::FromReplay, Mode::OwnCapture), NameOf);
 
+TEST(DisplayChangeDuringARecording, SavesTheRecordingThoughTheProgramHearsOfItLate) {
+    PrivateDisplay display("1920x1080", DisplayKind::Changeable);
+    ProgramRun run({.display = display.Name(), .settings = {{"instantReplay", "0"}}});
+    ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
+    run.Press("ctrl+alt+r");
+    ASSERT_TRUE(run.WaitForActivity(started).has_value());
+    ASSERT_TRUE(Eventually([&] {
+        const auto files = FilesBelow(run.CaptureRoot());
+        return files.size() == 1 && fs::file_size(files[0]) > 2'000'000;
+    }));
+    const std::size_t rows = run.Activity().size();
+    // The first change ends the capture. Each further one postpones the message, so that the capture is polled first.
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(1200);
+    for (bool small = true; std::chrono::steady_clock::now() < end; small = !small) {
+        display.Change({"--output", "DUMMY0", "--mode", small ? "1280x1024" : "1920x1080"});
+    }
+    ASSERT_TRUE(run.WaitForActivity("Replay stopped.", rows).has_value());
+    const auto files = FilesBelow(run.CaptureRoot());
+    ASSERT_EQ(files.size(), 1U);
+    EXPECT_FALSE(IsWorkingFile(files[0])) << files[0];
+    EXPECT_GE(Probe(files[0]).duration, 2);
+    EXPECT_EQ(run.End(), 0);
+}
+
 // With numbered images
 
 struct NumberedRecording : testing::TestWithParam<Mode> {
