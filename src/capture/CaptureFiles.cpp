@@ -1,8 +1,7 @@
 #include "capture/CaptureFiles.h"
 
 #include <cstdint>
-#include <filesystem>
-#include <system_error>
+#include <optional>
 
 #include "core/ReadSharedFile.h"
 #include "platform/Files.h"
@@ -12,10 +11,9 @@ namespace zv {
 std::string ReadFileCapped(TextView path) { return ReadSharedFile(path, 0x100000); }
 
 bool HasMediaData(TextView path) {
-    constexpr std::uintmax_t smallest = 1025;
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(ToPath(path), error);
-    return !error && size >= smallest;
+    constexpr std::uint64_t smallest = 1025;
+    const std::optional<FileFacts> facts = ExamineFile(path);
+    return facts && facts->size >= smallest;
 }
 
 Text WorkingName(TextView outputPath) { return Text(outputPath) + u".partial.mp4"; }

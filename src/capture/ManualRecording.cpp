@@ -22,8 +22,7 @@ constexpr int outputPasses = 480;  // 12 seconds
 
 /// Throws the file system's exception if the files cannot be examined.
 bool CanWriteRecording(const Text& outputPath) {
-    return CreateParentFolder(outputPath) && !std::filesystem::exists(ToPath(outputPath)) &&
-           !std::filesystem::exists(ToPath(WorkingName(outputPath)));
+    return CreateParentFolder(outputPath) && !PathExists(outputPath) && !PathExists(WorkingName(outputPath));
 }
 
 bool WaitForBufferedMedia(CaptureEngine& engine) {

@@ -65,9 +65,7 @@ bool SaveSegments(CaptureEngine& engine, const SegmentNames& names, const Text& 
 }
 
 /// Throws the file system's exception if the output cannot be examined.
-bool IsFreeOutput(const Text& outputPath) {
-    return CreateParentFolder(outputPath) && !std::filesystem::exists(ToPath(outputPath));
-}
+bool IsFreeOutput(const Text& outputPath) { return CreateParentFolder(outputPath) && !PathExists(outputPath); }
 
 }  // namespace
 

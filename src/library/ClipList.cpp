@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 struct FoundClip {
     ClipRow row;
-    std::optional<fs::file_time_type> written;  ///< nullopt: could not be read
+    std::optional<std::int64_t> written;  ///< time of the last write; nullopt if the file could not be examined
 };
 
 /// Case-sensitive, unlike the scan of the library page.
@@ -33,10 +33,10 @@ void AppendClips(const Text& folder, std::vector<FoundClip>& clips) {
         }
         FoundClip clip;
         clip.row.path = FromPath(entries->path());
-        const std::uintmax_t size = entries->file_size(unread);
-        clip.row.size = unread ? 0 : size;
-        const fs::file_time_type written = entries->last_write_time(unread);
-        clip.written = unread ? std::nullopt : std::optional(written);
+        if (const std::optional<FileFacts> facts = ExamineFile(clip.row.path)) {
+            clip.row.size = facts->size;
+            clip.written = facts->written;
+        }
         clips.push_back(std::move(clip));
     }
 }

@@ -1,7 +1,9 @@
-// Conversion between text and paths, and a move that replaces its target. Any thread.
+// Conversion between text and paths, what the system records of a file, and moves. Any thread.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 
 #include "core/Text.h"
 #include "platform/Result.h"
@@ -18,6 +20,19 @@ extern const char16_t pathSeparator;
 
 /// Joins `folder` and `name` with one separator. Returns `name` if it is absolute.
 Text JoinPath(TextView folder, TextView name);
+
+/// What the system records of a file.
+struct FileFacts {
+    std::uint64_t size = 0;    ///< bytes
+    std::int64_t written = 0;  ///< time of the last write; only for comparisons
+};
+
+/// Examines a regular file. The facts are current even while another process writes the file. Returns nullopt if `path`
+/// names no regular file or the system cannot examine it.
+std::optional<FileFacts> ExamineFile(TextView path);
+
+/// Returns true if `path` names a file or folder. Throws a filesystem_error named "exists" if the system cannot check.
+bool PathExists(TextView path);
 
 /// Renames `from` to `to`, replacing an existing file. Copies if they are on different volumes; then the move succeeds
 /// even if `from` cannot be removed.

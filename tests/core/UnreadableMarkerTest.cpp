@@ -1,10 +1,11 @@
-// A marker that is a symbolic link to itself, so that the system cannot check whether it exists.
+// A marker whose existence the system cannot check.
 #include <gmock/gmock.h>
 
 #include <filesystem>
 
 #include "core/SessionMarker.h"
 #include "platform/Files.h"
+#include "support/SelfLink.h"
 #include "support/TemporaryFolder.h"
 
 namespace zv {
@@ -13,7 +14,7 @@ namespace {
 TEST(UnreadableMarker, ThrowsAnError) {
     CurrentSessionMarker() = {};
     const support::TemporaryFolder folder;
-    std::filesystem::create_symlink("running.lock", folder.Path() / "running.lock");
+    support::MakeSelfLink(folder.Path() / "running.lock");
     try {
         SessionMarkerBegin(FromPath(folder.Path()));
         FAIL() << "nothing was raised";

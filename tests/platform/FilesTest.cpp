@@ -2,7 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <fstream>
+#include <string>
+#include <vector>
+
 #include "support/FileBytes.h"
+#include "support/SelfLink.h"
 #include "support/TemporaryFolder.h"
 
 namespace zv {
@@ -44,6 +50,69 @@ TEST(Files, JoinPathInsertsExactlyOneSeparator) {
 TEST(Files, AnAbsoluteNameReplacesTheFolder) {
     const Text absolute = FromPath(std::filesystem::temp_directory_path() / "a.mp4");
     EXPECT_EQ(JoinPath(u"videos", absolute), absolute);
+}
+
+TEST(Files, TheFactsOfAFileAreCurrentWhileItIsWritten) {
+    const support::TemporaryFolder folder;
+    const std::filesystem::path path = folder.Path() / "recording.partial.mp4";
+    std::ofstream file(path, std::ios::binary);
+    EXPECT_EQ(ExamineFile(FromPath(path)).value_or(FileFacts{99}).size, 0U);
+    file << std::string(2000, 'x') << std::flush;
+    EXPECT_EQ(ExamineFile(FromPath(path)).value_or(FileFacts{}).size, 2000U);
+    file << std::string(3000, 'x') << std::flush;
+    EXPECT_EQ(ExamineFile(FromPath(path)).value_or(FileFacts{}).size, 5000U);
+}
+
+TEST(Files, TheTimeOfALaterWriteIsLater) {
+    const support::TemporaryFolder folder;
+    std::vector<std::int64_t> times;
+    for (const int minutesAgo : {30, 20, 10}) {
+        const std::filesystem::path path = folder.Path() / std::to_string(minutesAgo);
+        support::WriteBytes(path, "x");
+        std::filesystem::last_write_time(
+            path, std::filesystem::file_time_type::clock::now() - std::chrono::minutes(minutesAgo));
+        times.push_back(ExamineFile(FromPath(path)).value_or(FileFacts{}).written);
+    }
+    EXPECT_LT(times[0], times[1]);
+    EXPECT_LT(times[1], times[2]);
+}
+
+TEST(Files, NothingAndAFolderAndAnUnreadablePathHaveNoFacts) {
+    const support::TemporaryFolder folder;
+    EXPECT_FALSE(ExamineFile(FromPath(folder.Path() / "missing")));
+    EXPECT_FALSE(ExamineFile(FromPath(folder.Path())));
+    support::MakeSelfLink(folder.Path() / "link");
+    EXPECT_FALSE(ExamineFile(FromPath(folder.Path() / "link")));
+}
+
+TEST(Files, FilesAndFoldersExistEvenWhileAnotherWritesThem) {
+    const support::TemporaryFolder folder;
+    const std::filesystem::path path = folder.Path() / "a.mp4";
+    std::ofstream file(path);
+    EXPECT_TRUE(PathExists(FromPath(path)));
+    EXPECT_TRUE(PathExists(FromPath(folder.Path())));
+}
+
+TEST(Files, APathThatNamesNothingDoesNotExist) {
+    const support::TemporaryFolder folder;
+    support::WriteBytes(folder.Path() / "a file", "x");
+    for (const char* name : {"missing", "missing/a.mp4", "a file/a.mp4"}) {
+        EXPECT_FALSE(PathExists(FromPath(folder.Path() / name))) << name;
+    }
+    EXPECT_FALSE(PathExists(u""));
+}
+
+TEST(Files, APathThatTheSystemCannotCheckThrows) {
+    const support::TemporaryFolder folder;
+    support::MakeSelfLink(folder.Path() / "link");
+    try {
+        PathExists(FromPath(folder.Path() / "link"));
+        FAIL() << "nothing was thrown";
+    } catch (const std::filesystem::filesystem_error& thrown) {
+        EXPECT_NE(std::string(thrown.what()).find("exists"), std::string::npos);
+        EXPECT_EQ(thrown.path1(), folder.Path() / "link");
+        EXPECT_NE(thrown.code().value(), 0);
+    }
 }
 
 TEST(Files, AMoveReplacesAnExistingFile) {

@@ -35,12 +35,6 @@ protected:
     Text LogPath() const { return PathOf(L"child.log"); }
     std::string Log() const { return ReadFileCapped(LogPath()); }
 
-    std::uintmax_t SizeOf(const Text& path) const {
-        std::error_code error;
-        const std::uintmax_t size = std::filesystem::file_size(ToPath(path), error);
-        return error ? 0 : size;
-    }
-
     /// Starts a child that encodes in real time without an end, and waits for its first output.
     bool StartEndless(const Text& options, const Text& output) {
         return engine_.StartChild(
@@ -48,7 +42,7 @@ protected:
                    options + u"-re -f lavfi -i testsrc2=s=320x180:r=30 -c:v mpeg2video -flush_packets 1 -f mpegts " +
                        QuoteArgument(output),
                    LogPath()) &&
-               Eventually([&] { return SizeOf(output) > 0; });
+               Eventually([&] { return HasMediaData(output); });
     }
 
     support::TemporaryFolder folder_;

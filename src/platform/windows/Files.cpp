@@ -1,5 +1,10 @@
 // Paths are UTF-16 like Text, so conversion in both directions changes no name.
+//
+// Files are examined through handles. The standard library reads the entry of the folder instead, which NTFS updates
+// only when a writer closes the file, and it reports every failure as a missing file.
 #include "platform/Files.h"
+
+#include <system_error>
 
 #include "platform/windows/Native.h"
 
@@ -11,6 +16,29 @@ bool IsSeparator(char16_t unit) { return unit == u'\\' || unit == u'/'; }
 /// Returns true if the name begins with a drive, a root or a share.
 bool IsAbsolute(TextView name) {
     return (!name.empty() && IsSeparator(name[0])) || (name.size() > 1 && name[1] == u':');
+}
+
+/// Opens a file or folder to examine it. Succeeds no matter how others have opened it, and shares everything.
+Handle OpenToExamine(TextView path) {
+    return Handle(CreateFileW(Native(Text(path)), FILE_READ_ATTRIBUTES,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                              FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+}
+
+/// Returns true for the errors that mean that a path names nothing.
+bool IsMissing(DWORD error) {
+    switch (error) {
+        case ERROR_FILE_NOT_FOUND:
+        case ERROR_PATH_NOT_FOUND:
+        case ERROR_BAD_NETPATH:
+        case ERROR_NETNAME_DELETED:
+        case ERROR_INVALID_NAME:
+        case ERROR_BAD_PATHNAME:
+        case ERROR_DIRECTORY:
+            return true;
+        default:
+            return false;
+    }
 }
 
 }  // namespace
@@ -30,6 +58,28 @@ Text JoinPath(TextView folder, TextView name) {
         joined += pathSeparator;
     }
     return joined.append(name);
+}
+
+std::optional<FileFacts> ExamineFile(TextView path) {
+    const Handle file = OpenToExamine(path);
+    BY_HANDLE_FILE_INFORMATION facts = {};
+    if (!file || !GetFileInformationByHandle(file.Get(), &facts) ||
+        (facts.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        return std::nullopt;
+    }
+    const FILETIME written = facts.ftLastWriteTime;
+    return FileFacts{static_cast<std::uint64_t>(facts.nFileSizeHigh) << 32 | facts.nFileSizeLow,
+                     static_cast<std::int64_t>(written.dwHighDateTime) << 32 | written.dwLowDateTime};
+}
+
+bool PathExists(TextView path) {
+    const bool opened = static_cast<bool>(OpenToExamine(path));
+    const DWORD error = GetLastError();
+    if (!opened && !IsMissing(error)) {
+        throw std::filesystem::filesystem_error("exists", ToPath(path),
+                                                std::error_code(static_cast<int>(error), std::system_category()));
+    }
+    return opened;
 }
 
 Result MoveFileReplacing(TextView from, TextView to) {

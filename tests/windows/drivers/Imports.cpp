@@ -13,6 +13,7 @@
 #include <string>
 #include <utility>
 
+#include "windows/DirectoryEntries.h"
 #include "windows/drivers/CallChecker.h"
 
 namespace zv::drivers {
@@ -235,7 +236,7 @@ struct Import {
 };
 
 const Import* ImportNamed(const char* name) {
-    static const std::array<Import, 15> imports = {{
+    static const std::array<Import, 16> imports = {{
         {"malloc", reinterpret_cast<void*>(Allocate)},
         {"calloc", reinterpret_cast<void*>(AllocateZeroed)},
         {"realloc", reinterpret_cast<void*>(Reallocate)},
@@ -251,6 +252,7 @@ const Import* ImportNamed(const char* name) {
         {"TrackPopupMenu", reinterpret_cast<void*>(TrackMenu)},
         {"GetClientRect", reinterpret_cast<void*>(GetSize)},
         {"DefWindowProcW", reinterpret_cast<void*>(HandleByDefault)},
+        {"_wstat64", reinterpret_cast<void*>(windows::StatOfEntry)},
     }};
     const auto* found = std::find_if(imports.begin(), imports.end(),
                                      [name](const Import& import) { return std::strcmp(import.name, name) == 0; });

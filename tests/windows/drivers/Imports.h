@@ -12,7 +12,8 @@
 //                                 to the LAST time; a note reports every paint that is aborted
 //   set count N LAST              a note reports how many allocations the capture thread makes between these rounds
 // A round is a request for a desktop image, counted from 1 for each duplication. A note reports the taskbar identity
-// that the program sets. A second menu cannot be opened while one is open.
+// that the program sets. A second menu cannot be opened while one is open. The standard library reads sizes of files
+// from the entries of their folder (DirectoryEntries.h).
 #pragma once
 
 namespace zv::drivers {

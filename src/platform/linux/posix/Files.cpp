@@ -1,6 +1,7 @@
 // Paths are bytes here. The conversion to text and back changes no name, see core/Utf8.h.
 #include "platform/Files.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -52,6 +53,24 @@ Text JoinPath(TextView folder, TextView name) {
         joined += pathSeparator;
     }
     return joined.append(name);
+}
+
+std::optional<FileFacts> ExamineFile(TextView path) {
+    struct stat facts = {};
+    if (stat(ToPath(path).c_str(), &facts) != 0 || !S_ISREG(facts.st_mode)) {
+        return std::nullopt;
+    }
+    return FileFacts{static_cast<std::uint64_t>(facts.st_size),
+                     static_cast<std::int64_t>(facts.st_mtim.tv_sec) * 1'000'000'000 + facts.st_mtim.tv_nsec};
+}
+
+bool PathExists(TextView path) {
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(ToPath(path), error);
+    if (!std::filesystem::status_known(status)) {
+        throw std::filesystem::filesystem_error("exists", ToPath(path), error);
+    }
+    return std::filesystem::exists(status);
 }
 
 Result MoveFileReplacing(TextView from, TextView to) {
