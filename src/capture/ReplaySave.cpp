@@ -25,9 +25,7 @@ bool CopySegments(const Text& replayFolder, const SegmentNames& names, const Tex
     std::ofstream concat(ToPath(concatPath));
     concat << "ffconcat version 1.0\n";
     for (const std::string& name : names) {
-        std::error_code error;
-        std::filesystem::copy_file(SegmentPath(replayFolder, name), SegmentPath(folder, name), error);
-        if (error) {
+        if (Failed(CopyToNewFile(FromPath(SegmentPath(replayFolder, name)), FromPath(SegmentPath(folder, name))))) {
             return false;
         }
         concat << "file '" << name << "'\n";

@@ -34,6 +34,9 @@ std::optional<FileFacts> ExamineFile(TextView path);
 /// Returns true if `path` names a file or folder. Throws a filesystem_error named "exists" if the system cannot check.
 bool PathExists(TextView path);
 
+/// Copies a file. Others may delete `from` meanwhile. Fails if `to` exists.
+Result CopyToNewFile(TextView from, TextView to);
+
 /// Renames `from` to `to`, replacing an existing file. Copies if they are on different volumes; then the move succeeds
 /// even if `from` cannot be removed.
 Result MoveFileReplacing(TextView from, TextView to);

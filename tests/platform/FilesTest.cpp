@@ -115,6 +115,28 @@ TEST(Files, APathThatTheSystemCannotCheckThrows) {
     }
 }
 
+TEST(Files, ACopyHasTheWholeContentAndKeepsTheSource) {
+    const support::TemporaryFolder folder;
+    const std::filesystem::path from = folder.Path() / "seg00000001.ts";
+    const std::filesystem::path to = folder.Path() / "copy.ts";
+    const std::string content = std::string(100'000, 'a') + std::string("\0\r\n\x1A", 4) + std::string(100'000, 'b');
+    support::WriteBytes(from, content);
+    EXPECT_EQ(CopyToNewFile(FromPath(from), FromPath(to)), resultOk);
+    EXPECT_EQ(support::ReadBytes(to), content);
+    EXPECT_EQ(support::ReadBytes(from), content);
+}
+
+TEST(Files, ACopyDoesNotReplaceAnExistingFile) {
+    const support::TemporaryFolder folder;
+    const std::filesystem::path from = folder.Path() / "a.ts";
+    const std::filesystem::path to = folder.Path() / "b.ts";
+    support::WriteBytes(from, "new");
+    support::WriteBytes(to, "old");
+    EXPECT_TRUE(Failed(CopyToNewFile(FromPath(from), FromPath(to))));
+    EXPECT_EQ(support::ReadBytes(to), "old");
+    EXPECT_EQ(CodeOf(CopyToNewFile(FromPath(folder.Path() / "missing"), FromPath(to))), 0x80070002U);
+}
+
 TEST(Files, AMoveReplacesAnExistingFile) {
     const support::TemporaryFolder folder;
     const std::filesystem::path from = folder.Path() / "clip.partial.mp4";

@@ -82,6 +82,11 @@ bool PathExists(TextView path) {
     return opened;
 }
 
+Result CopyToNewFile(TextView from, TextView to) {
+    const BOOL failIfExists = TRUE;
+    return CopyFileW(Native(Text(from)), Native(Text(to)), failIfExists) ? resultOk : LastError();
+}
+
 Result MoveFileReplacing(TextView from, TextView to) {
     const DWORD flags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED;
     return MoveFileExW(Native(Text(from)), Native(Text(to)), flags) ? resultOk : LastError();

@@ -73,6 +73,12 @@ bool PathExists(TextView path) {
     return std::filesystem::exists(status);
 }
 
+Result CopyToNewFile(TextView from, TextView to) {
+    std::error_code code;
+    std::filesystem::copy_file(ToPath(from), ToPath(to), code);
+    return ResultOfCode(code);
+}
+
 Result MoveFileReplacing(TextView from, TextView to) {
     const std::filesystem::path source = ToPath(from);
     const std::filesystem::path target = ToPath(to);
