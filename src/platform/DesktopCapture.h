@@ -51,8 +51,10 @@ enum class OutputLookup {
     NoAdapter  ///< there is no adapter of that index
 };
 
+/// On NoOutput and NoAdapter, `*code` receives resultNotFound at the end of the list, or the failure that ended it
+/// early.
 OutputLookup LookUpOutput(GraphicsFactory& factory, std::uint32_t adapterIndex, std::uint32_t outputIndex,
-                          OutputRecord& record, Owned<GraphicsOutput>& output);
+                          OutputRecord& record, Owned<GraphicsOutput>& output, Result* code = nullptr);
 
 /// Makes a device and its context on the adapter of `output`, with BGRA and video support.
 Result MakeGraphicsDevice(GraphicsOutput& output, Owned<GraphicsDevice>& device);

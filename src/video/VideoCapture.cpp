@@ -139,17 +139,26 @@ bool VideoWorker::SetUp() {
     return true;
 }
 
-// Finds the output by its name. The capture always runs on the adapter that owns the monitor.
+// Finds the output by its name. The capture always runs on the adapter that owns the monitor. If the list of adapters
+// or outputs breaks off, as after the removal of an adapter, and no other adapter owns the monitor, that is the
+// failure.
 bool VideoWorker::FindOutput() {
     if (!Check(OpenGraphicsFactory(factory), u"Cannot enumerate graphics adapters")) {
         return false;
     }
     std::uint32_t adapterIndex = 0;
     std::uint32_t outputIndex = 0;
+    Result failure = resultNotFound;
     for (;;) {
-        switch (LookUpOutput(*factory, adapterIndex, outputIndex, outputRecord, output)) {
+        Result code = resultNotFound;
+        const OutputLookup found = LookUpOutput(*factory, adapterIndex, outputIndex, outputRecord, output, &code);
+        if (Failed(code) && code != resultNotFound) {
+            failure = code;
+        }
+        switch (found) {
             case OutputLookup::NoAdapter:
-                return Fail(u"Selected monitor is not connected", resultNotFound);
+                return failure == resultNotFound ? Fail(u"Selected monitor is not connected", resultNotFound)
+                                                 : Fail(u"Cannot enumerate graphics adapters", failure);
             case OutputLookup::NoOutput:
                 ++adapterIndex;
                 outputIndex = 0;

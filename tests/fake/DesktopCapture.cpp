@@ -131,15 +131,19 @@ Result OpenGraphicsFactory(Owned<GraphicsFactory>& factory) {
 }
 
 OutputLookup LookUpOutput(GraphicsFactory&, std::uint32_t adapterIndex, std::uint32_t outputIndex, OutputRecord& record,
-                          Owned<GraphicsOutput>& output) {
+                          Owned<GraphicsOutput>& output, Result* code) {
     const Call call("LookUpOutput");
+    Result ignored = resultOk;
+    Result& result = code != nullptr ? *code : ignored;
     output.reset();
     record = {};
     const auto& adapters = TheDesktop().adapters;
     if (adapterIndex >= adapters.size()) {
+        result = TheDesktop().adaptersEnd;
         return OutputLookup::NoAdapter;
     }
     if (outputIndex >= adapters[adapterIndex].size()) {
+        result = TheDesktop().outputsEnd;
         return OutputLookup::NoOutput;
     }
     record = adapters[adapterIndex][outputIndex];

@@ -21,6 +21,8 @@ struct AcquireAnswer {
 
 struct DesktopControls {
     std::vector<std::vector<OutputRecord>> adapters;  ///< outputs of each
+    Result adaptersEnd = resultNotFound;              ///< what ends the list of adapters
+    Result outputsEnd = resultNotFound;               ///< what ends the list of each adapter's outputs
     bool adapterMissing = false;                      ///< an output is found, but its handle is null
 
     /// The result of the nth call, from 1. Null: picture 1 on the first call, timeouts on all later ones.

@@ -94,12 +94,12 @@ Result OpenGraphicsFactory(Owned<GraphicsFactory>& factory) {
 }
 
 OutputLookup LookUpOutput(GraphicsFactory&, std::uint32_t adapterIndex, std::uint32_t outputIndex, OutputRecord& record,
-                          Owned<GraphicsOutput>& output) {
-    if (adapterIndex > 0) {
-        return OutputLookup::NoAdapter;
-    }
-    if (outputIndex > 0) {
-        return OutputLookup::NoOutput;
+                          Owned<GraphicsOutput>& output, Result* code) {
+    if (adapterIndex > 0 || outputIndex > 0) {
+        if (code != nullptr) {
+            *code = resultNotFound;
+        }
+        return adapterIndex > 0 ? OutputLookup::NoAdapter : OutputLookup::NoOutput;
     }
     const auto& controls = fake::TheNumberedDesktop();
     record = {.deviceName = controls.monitorName,

@@ -269,6 +269,22 @@ TEST_F(VideoCaptureTest, AllOutputsOfAllAdaptersAreSearchedUntilTheFirstMatch) {
     EXPECT_EQ(CountOf("LookUpOutput"), 6);
 }
 
+TEST_F(VideoCaptureTest, AListOfAdaptersThatBreaksOffIsReportedWithItsCode) {
+    TheDesktop().adapters = {{MonitorNamed(u"OTHER")}};
+    TheDesktop().adaptersEnd = ResultOf(0x887A0005U);
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(capture.Error(), u"Cannot enumerate graphics adapters (0x887A0005)");
+}
+
+TEST_F(VideoCaptureTest, AListOfOutputsThatBreaksOffIsReportedIfNoOtherAdapterHasTheMonitor) {
+    TheDesktop().outputsEnd = ResultOf(0x887A0005U);
+    TheDesktop().adapters = {{}, {MonitorNamed(u"OTHER")}};
+    EXPECT_FALSE(Start());
+    EXPECT_EQ(capture.Error(), u"Cannot enumerate graphics adapters (0x887A0005)");
+    TheDesktop().adapters = {{}, {MonitorNamed(u"MONITOR")}};
+    RunFor(1);
+}
+
 TEST_F(VideoCaptureTest, ARotatedMonitorIsRefused) {
     for (const std::uint32_t rotation : {2U, 3U, 4U}) {
         ResetCalls();

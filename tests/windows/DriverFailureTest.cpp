@@ -54,6 +54,8 @@ struct Failure {
 
 constexpr Failure failures[] = {
     {"Factory", "fail CreateDXGIFactory1 1+ 887A0005", "Cannot enumerate graphics adapters (0x887A0005)"},
+    {"Adapters", "fail EnumAdapters1 1+ 887A0005", "Cannot enumerate graphics adapters (0x887A0005)"},
+    {"Outputs", "fail EnumOutputs 1+ 887A0005", "Cannot enumerate graphics adapters (0x887A0005)"},
     {"NoOutput", R"(set output 0 \\.\DISPLAY2 0 0 1920 1080 1 1)", "Selected monitor is not connected (0x887A0002)"},
     {"OutputNotDescribed", "fail GetDesc 1+ 887A0005", "Selected monitor is not connected (0x887A0002)"},
     {"OutputDetached", R"(set output 0 \\.\DISPLAY1 0 0 1920 1080 1 0)",

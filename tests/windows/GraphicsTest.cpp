@@ -1,6 +1,8 @@
 // The graphics services that Wine implements, and the capture's sentences for those that it lacks.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "platform/DesktopCapture.h"
 #include "platform/EncoderLibrary.h"
 #include "platform/Environment.h"
@@ -58,8 +60,12 @@ TEST(WindowsGraphics, LooksUpOutputsByAdapterAndIndexToTheirEnd) {
     EXPECT_EQ(LookUpOutput(*factory, 0, 0, record, output), OutputLookup::Found);
     EXPECT_EQ(record.deviceName, u"\\\\.\\DISPLAY1");
     EXPECT_TRUE(output);
-    EXPECT_EQ(LookUpOutput(*factory, 0, 9, record, output), OutputLookup::NoOutput);
-    EXPECT_EQ(LookUpOutput(*factory, 9, 0, record, output), OutputLookup::NoAdapter);
+    for (const auto& [adapter, index, end] :
+         {std::tuple(0U, 9U, OutputLookup::NoOutput), std::tuple(9U, 0U, OutputLookup::NoAdapter)}) {
+        Result code = resultOk;
+        EXPECT_EQ(LookUpOutput(*factory, adapter, index, record, output, &code), end);
+        EXPECT_EQ(code, resultNotFound);
+    }
 }
 
 TEST(WindowsGraphics, ACaptureOfAMissingMonitorFails) {

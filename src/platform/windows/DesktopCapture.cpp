@@ -159,12 +159,16 @@ Result OpenGraphicsFactory(Owned<GraphicsFactory>& factory) {
 }
 
 OutputLookup LookUpOutput(GraphicsFactory& factory, std::uint32_t adapterIndex, std::uint32_t outputIndex,
-                          OutputRecord& record, Owned<GraphicsOutput>& output) {
+                          OutputRecord& record, Owned<GraphicsOutput>& output, Result* code) {
     GraphicsOutput made;
-    if (FAILED(factory.factory->EnumAdapters1(adapterIndex, made.adapter.Out()))) {
+    Result ignored = resultOk;
+    Result& result = code != nullptr ? *code : ignored;
+    result = factory.factory->EnumAdapters1(adapterIndex, made.adapter.Out());
+    if (Failed(result)) {
         return OutputLookup::NoAdapter;
     }
-    if (FAILED(made.adapter->EnumOutputs(outputIndex, made.output.Out()))) {
+    result = made.adapter->EnumOutputs(outputIndex, made.output.Out());
+    if (Failed(result)) {
         return OutputLookup::NoOutput;
     }
     record = DescribeOutput(*made.output.Get());

@@ -282,6 +282,10 @@ const IDXGIOutput1Vtbl& OutputTable() {
 HRESULT STDMETHODCALLTYPE EnumOutputs(IDXGIAdapter1* self, UINT index, IDXGIOutput** result) {
     auto& adapter = Behind<Adapter>(self, "EnumOutputs");
     *result = nullptr;
+    const ScriptedResult scripted = CountCall("EnumOutputs");
+    if (scripted.fails) {
+        return scripted.code;
+    }
     const std::vector<OutputLine> outputs = OutputsOf(adapter.index);
     if (index >= outputs.size()) {
         return DXGI_ERROR_NOT_FOUND;
@@ -319,6 +323,10 @@ const IDXGIAdapter1Vtbl& AdapterTable() {
 HRESULT STDMETHODCALLTYPE EnumAdapters1(IDXGIFactory6* self, UINT index, IDXGIAdapter1** result) {
     auto& factory = Behind<Factory>(self, "EnumAdapters1");
     *result = nullptr;
+    const ScriptedResult scripted = CountCall("EnumAdapters1");
+    if (scripted.fails) {
+        return scripted.code;
+    }
     const std::vector<AdapterLine> adapters = Adapters();
     if (index >= adapters.size()) {
         return DXGI_ERROR_NOT_FOUND;

@@ -370,12 +370,16 @@ Result OpenGraphicsFactory(Owned<GraphicsFactory>& factory) {
 }
 
 OutputLookup LookUpOutput(GraphicsFactory& factory, std::uint32_t adapterIndex, std::uint32_t outputIndex,
-                          OutputRecord& record, Owned<GraphicsOutput>& output) {
+                          OutputRecord& record, Owned<GraphicsOutput>& output, Result* code) {
+    Result ignored = resultOk;
+    Result& result = code != nullptr ? *code : ignored;
     if (adapterIndex > 0) {
+        result = resultNotFound;
         return OutputLookup::NoAdapter;
     }
     const auto monitors = x11::QueryMonitors(factory.server->Get(), factory.server->screen->root);
     if (outputIndex >= monitors.size()) {
+        result = factory.server->Lost() ? lostServer : resultNotFound;
         return OutputLookup::NoOutput;
     }
     record = monitors[outputIndex].output;

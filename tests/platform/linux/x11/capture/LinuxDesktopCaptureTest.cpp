@@ -118,8 +118,11 @@ TEST_F(DesktopOnX, IsOneOutputOfTheFirstAdapter) {
     EXPECT_TRUE(record.described);
     EXPECT_TRUE(record.attached);
     EXPECT_LE(record.rotation, 1U);
-    EXPECT_EQ(LookUpOutput(*factory, 0, 1, record, output), OutputLookup::NoOutput);
-    EXPECT_EQ(LookUpOutput(*factory, 1, 0, record, output), OutputLookup::NoAdapter);
+    EXPECT_EQ(LookUpOutput(*factory, 0, 1, record, output, &code), OutputLookup::NoOutput);
+    EXPECT_EQ(code, resultNotFound);
+    code = resultOk;
+    EXPECT_EQ(LookUpOutput(*factory, 1, 0, record, output, &code), OutputLookup::NoAdapter);
+    EXPECT_EQ(code, resultNotFound);
 }
 
 TEST_F(DesktopOnX, IsDeliveredWholeAtOnceAndThenOnlyWhenItChanges) {
@@ -201,6 +204,8 @@ TEST_F(DesktopOnX, FailsWithACodeWhenTheServerIsKilled) {
     EXPECT_EQ(CodeOf(code), 0x80070000U | EPIPE);
     duplication.reset();
     EXPECT_EQ(CodeOf(MakeGraphicsDevice(*output, device)), 0x80070000U | EPIPE);
+    EXPECT_EQ(LookUpOutput(*factory, 0, 0, record, output, &code), OutputLookup::NoOutput);
+    EXPECT_EQ(CodeOf(code), 0x80070000U | EPIPE);
     EXPECT_NE(OpenGraphicsFactory(factory), resultOk);
 }
 
