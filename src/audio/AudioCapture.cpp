@@ -6,7 +6,6 @@
 
 #include <memory>
 #include <span>
-#include <system_error>
 #include <utility>
 
 #include "audio/AudioClock.h"
@@ -209,16 +208,12 @@ bool AudioCapture::Start(bool gameAudio, bool microphone) {
     WorkerOptions options;
     options.readyMs = startUpWaitMs;
     options.noEvents = u"Cannot create audio synchronization events";
+    options.noThread = u"Cannot initialize Windows audio";
     options.timedOut = u"Audio initialization timed out";
     options.exception = SentenceOf(captureStopped, resultOutOfMemory);
-    bool ready = false;
-    try {
-        ready = worker_.Start(std::move(options), [this, gameAudio, microphone] {
-            AudioWorker{*this, gameAudio, microphone}.Run();
-        });
-    } catch (const std::system_error& failure) {
-        worker_.Fail(u"Cannot initialize Windows audio", ResultOfSystemError(failure.code().value()));
-    }
+    const bool ready = worker_.Start(std::move(options), [this, gameAudio, microphone] {
+        AudioWorker{*this, gameAudio, microphone}.Run();
+    });
     if (!ready) {
         Stop();
     }

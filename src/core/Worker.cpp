@@ -1,5 +1,6 @@
 #include "core/Worker.h"
 
+#include <system_error>
 #include <utility>
 
 namespace zv {
@@ -18,8 +19,13 @@ bool Worker::Start(WorkerOptions options, std::function<void()> body) {
         FailUnlessSilent(options.noEvents, code);
         return false;
     }
-    thread_ =
-        std::thread([this, body = std::move(body), text = std::move(options.exception)]() mutable { Run(body, text); });
+    try {
+        thread_ = std::thread(
+            [this, body = std::move(body), text = std::move(options.exception)]() mutable { Run(body, text); });
+    } catch (const std::system_error& failure) {
+        FailUnlessSilent(options.noThread, ResultOfSystemError(failure.code().value()));
+        return false;
+    }
     if (WaitAny({readyEvent_.get(), endedEvent_.get()}, options.readyMs) == waitTimedOut) {
         FailUnlessSilent(options.timedOut, resultGenericFailure);
         return false;

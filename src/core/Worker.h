@@ -20,6 +20,7 @@ namespace zv {
 struct WorkerOptions {
     std::uint32_t readyMs = 0;  ///< limit until ReportReady or the thread's end
     TextView noEvents;          ///< the events cannot be created
+    TextView noThread;          ///< the thread cannot be created
     TextView timedOut;          ///< the limit has passed
     Text exception;             ///< the thread's body threw; includes the code
 };
@@ -33,8 +34,7 @@ public:
     Worker& operator=(const Worker&) = delete;
 
     /// Stops a running thread, clears the error and runs `body` on a new thread. Returns true once that has reported
-    /// ready. Returns false if it fails first, or exceeds the limit; the thread may still run then. Throws
-    /// std::system_error if the thread cannot be created.
+    /// ready. Returns false if it cannot be created, fails first, or exceeds the limit; the thread may still run then.
     bool Start(WorkerOptions options, std::function<void()> body);
 
     /// Requests the stop, joins the thread, clears `running`. May be called in any state and repeatedly, but not on the

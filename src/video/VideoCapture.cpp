@@ -30,6 +30,7 @@ constexpr std::uint32_t limitedRangeBt709 = 20;  // BT.709 matrix, nominal range
 // The colour of the bars around the picture, in the limited range.
 constexpr float blackLuma = 0.0625F;
 constexpr float neutralChroma = 0.5F;
+constexpr TextView noResources = u"Desktop capture could not allocate resources";
 constexpr std::uint32_t firstRotated = 2;  // 0 is unspecified, 1 is not rotated
 
 std::atomic<std::uint32_t> startCounter{0};
@@ -106,7 +107,9 @@ bool VideoCapture::Start(const Text& monitorDevice, const VideoFormat& format) {
     pipeName_ = zv::PipeName(u"ZVVideo-", ++startCounter);
     WorkerOptions options;
     options.readyMs = readyTimeoutMs;
-    options.exception = SentenceOf(u"Desktop capture could not allocate resources", resultGenericFailure);
+    options.noEvents = noResources;
+    options.noThread = noResources;
+    options.exception = SentenceOf(noResources, resultGenericFailure);
     const bool ready = worker_.Start(
         std::move(options), [this, monitorDevice, format] { VideoWorker(*this, monitorDevice, format).Run(); });
     if (!ready) {

@@ -24,6 +24,7 @@ protected:
         WorkerOptions options;
         options.readyMs = 7000;
         options.noEvents = u"No events";
+        options.noThread = u"No thread";
         options.timedOut = u"Timed out";
         options.exception = u"Exception";
         return options;

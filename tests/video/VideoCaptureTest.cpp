@@ -241,6 +241,14 @@ TEST_F(VideoCaptureTest, ThePipeHoldsAMebibyteAndItsNameCountsStarts) {
     EXPECT_FALSE(ThePipe().options.firstInstanceOnly);
 }
 
+TEST_F(VideoCaptureTest, AStartWithoutEventsHasASentence) {
+    fake::RefuseEvents(true);
+    EXPECT_FALSE(Start());
+    fake::RefuseEvents(false);
+    EXPECT_EQ(capture.Error(), u"Desktop capture could not allocate resources (0x800705AA)");
+    EXPECT_EQ(CountOf("OpenGraphicsFactory"), 0);
+}
+
 // The monitor
 
 TEST_F(VideoCaptureTest, AMonitorThatDiffersByCaseIsNotConnected) {
