@@ -16,6 +16,13 @@ inline constexpr std::uint32_t shift = 4;
 inline constexpr std::uint32_t noRepeat = 0x4000;
 }  // namespace keyModifier
 
+namespace message {
+/// A new keyboard mapping has changed whether a global key is reserved. wParam: its id; lParam: 1 if it is reserved, 0
+/// if another program has the key now, or no key has the code. Windows, where reservations do not depend on the
+/// mapping, never sends it.
+inline constexpr std::uint32_t globalKeyChanged = 0x8020;
+}  // namespace message
+
 /// The bits of keyModifier that were held when the current message was sent.
 std::uint32_t HeldModifiers();
 

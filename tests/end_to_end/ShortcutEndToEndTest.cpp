@@ -153,6 +153,12 @@ TEST_F(ShortcutEndToEnd, TheRowReportsAKeyThatAnotherProgramHadAtTheStart) {
     ASSERT_TRUE(game_.GrabKey(game_.CodeOf(XK_s), XCB_MOD_MASK_1 | XCB_MOD_MASK_CONTROL));
     ProgramRun run({.display = display_.Name(), .settings = {{"instantReplay", "0"}}});
     ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
+    EXPECT_TRUE(run.WaitForActivity("Shortcut busy: Screenshot (Ctrl + Alt + S).").has_value());
+    EXPECT_TRUE(user_.WaitSays(
+        toastName, {.box = {68, 14, 314, 74},
+                    .text = u"Screenshot: Ctrl + Alt + S is busy. Change it in Settings > Keyboard shortcuts.",
+                    .background = color::toast,
+                    .layout = TextLayout::Wrapped}));
     ASSERT_TRUE(user_.OpenOverlay());
     user_.Click(overlayName, 832, 190);
     constexpr int top = 177 + 67 * screenshot;

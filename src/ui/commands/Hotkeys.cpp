@@ -1,8 +1,16 @@
 #include "ui/commands/Hotkeys.h"
 
+#include <algorithm>
+#include <array>
+#include <span>
+#include <vector>
+
+#include "core/AppCore.h"
 #include "core/Settings.h"
 #include "platform/Keyboard.h"
 #include "ui/commands/Commands.h"
+#include "ui/commands/FastJobs.h"
+#include "ui/commands/Notifications.h"
 #include "ui/navigation/Navigation.h"
 #include "ui/state/UiGlobals.h"
 
@@ -44,6 +52,25 @@ bool Refuse(TextView reason) {
     return false;
 }
 
+void ReportBusy(int index) {
+    AddActivity(u"Shortcuts", u"Shortcut busy: " + Text(ShortcutLabel(index)) + u" (" + HotkeyText(index) +
+                                  u"). Change it in Settings > Keyboard shortcuts.");
+    Ui().busyHotkeyPending[static_cast<std::size_t>(index)] = true;
+}
+
+/// For one action with its keys, for several without them.
+Text BusyHotkeysText(std::span<const int> actions) {
+    if (actions.size() == 1) {
+        return Text(ShortcutLabel(actions[0])) + u": " + HotkeyText(actions[0]) +
+               u" is busy. Change it in Settings > Keyboard shortcuts.";
+    }
+    Text text;
+    for (const int action : actions) {
+        text += (text.empty() ? u"" : u", ") + Text(ShortcutLabel(action));
+    }
+    return text + u": shortcuts are busy. Change them in Settings > Keyboard shortcuts.";
+}
+
 bool BelongsToAnother(int index, std::uint32_t modifiers, std::uint32_t key) {
     for (int other = 0; other < shortcutAction::count; ++other) {
         if (other != index && ModsOf(other) == modifiers && KeyOf(other) == key) {
@@ -60,12 +87,44 @@ TextView ShortcutLabel(int index) { return shortcuts[index].label; }
 void RegisterHotkeys(AppWindow& window) {
     for (int i = 0; i < shortcutAction::count; ++i) {
         RegisteredFlag(i) = Reserve(window, i + 1, ModsOf(i), KeyOf(i));
+        if (!RegisteredFlag(i)) {
+            ReportBusy(i);
+        }
     }
 }
 
 void UnregisterHotkeys(AppWindow& window) {
     for (int i = 0; i < shortcutAction::count; ++i) {
         UnregisterGlobalKey(window, i + 1);
+    }
+}
+
+void UpdateHotkey(std::uintptr_t id, bool reserved) {
+    if (id < 1 || id > shortcutAction::count) {
+        return;
+    }
+    const int index = static_cast<int>(id) - 1;
+    RegisteredFlag(index) = reserved;
+    if (!reserved) {
+        ReportBusy(index);
+    }
+    InvalidatePages();
+}
+
+void ShowBusyHotkeys() {
+    std::array<bool, shortcutAction::count>& pending = Ui().busyHotkeyPending;
+    if (std::find(pending.begin(), pending.end(), true) == pending.end() || IsFastJobBusy() || IsToastShown()) {
+        return;
+    }
+    std::vector<int> busy;
+    for (int i = 0; i < shortcutAction::count; ++i) {
+        if (pending[static_cast<std::size_t>(i)] && !RegisteredFlag(i)) {
+            busy.push_back(i);
+        }
+    }
+    pending = {};
+    if (!busy.empty()) {
+        ShowToast({BusyHotkeysText(busy), ToastKind::Replay, true});
     }
 }
 

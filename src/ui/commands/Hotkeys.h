@@ -23,9 +23,17 @@ inline constexpr int probeHotkeyId = 90;  ///< tests whether a combination is fr
 /// The name of the action on the settings page.
 TextView ShortcutLabel(int index);
 
-/// Registers the four shortcuts of the settings and sets UiGlobals::hotkeyRegistered.
+/// Registers the four shortcuts of the settings and sets UiGlobals::hotkeyRegistered. Those that the system refuses get
+/// a row of the activity log, and a notification by ShowBusyHotkeys.
 void RegisterHotkeys(AppWindow& window);
 void UnregisterHotkeys(AppWindow& window);
+
+/// Handles message::globalKeyChanged. A lost shortcut is reported like a refused one.
+void UpdateHotkey(std::uintptr_t id, bool reserved);
+
+/// Shows one notification for all shortcuts that have become busy since the last one. Waits until no job runs whose
+/// status the user has to see first, and until the notification of that status has disappeared.
+void ShowBusyHotkeys();
 
 /// Changes the shortcut of an action and saves it. On failure keeps the old one, sets ShortcutEditorRecord::error and
 /// returns false.

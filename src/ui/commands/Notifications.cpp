@@ -22,12 +22,15 @@ Rectangle WorkAreaOfCapture() {
 }  // namespace
 
 void ShowToastForStatus(const Text& status) {
+    Toast toast = ToastTextForStatus(status);
+    if (!toast.text.empty()) {
+        ShowToast(std::move(toast));
+    }
+}
+
+void ShowToast(Toast toast) {
     UiGlobals& ui = Ui();
     if (ui.toastWindow == nullptr || !CurrentSettings().notifications) {
-        return;
-    }
-    Toast toast = ToastTextForStatus(status);
-    if (toast.text.empty()) {
         return;
     }
     ui.toast = std::move(toast);
@@ -36,6 +39,8 @@ void ShowToastForStatus(const Text& status) {
     InvalidateWindow(*ui.toastWindow);
     StartTimer(*ui.toastWindow, toastTimer, toastPeriodMs);
 }
+
+bool IsToastShown() { return Ui().toastWindow != nullptr && IsWindowShown(*Ui().toastWindow); }
 
 void HideToast() {
     AppWindow* window = Ui().toastWindow;

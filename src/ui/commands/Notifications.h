@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "core/Text.h"
+#include "ui/state/Toast.h"
 
 namespace zv {
 
@@ -14,6 +15,11 @@ inline constexpr std::uint32_t toastPeriodMs = 3000;
 /// Shows the notification for a status on the captured monitor. Changes nothing if the status calls for none, or while
 /// notifications are disabled.
 void ShowToastForStatus(const Text& status);
+
+/// Shows a notification on the captured monitor, unless notifications are disabled.
+void ShowToast(Toast toast);
+
+bool IsToastShown();
 
 /// Hides the notification and stops its timer.
 void HideToast();

@@ -12,6 +12,7 @@ using ToastKind = IconKind;
 struct Toast {
     Text text;  ///< empty: no notification
     ToastKind kind = ToastKind::Replay;
+    bool wrapped = false;  ///< in several lines
     bool operator==(const Toast&) const = default;
 };
 

@@ -82,6 +82,7 @@ struct UiGlobals {
     Text gameName = u"Desktop";  ///< only RefreshGameName changes it
     Text monitorLabel;           ///< empty: not looked up
     std::array<bool, 4> hotkeyRegistered{};
+    std::array<bool, 4> busyHotkeyPending{};  ///< the notification has not been shown yet
 
     CaptureRecord capture;
     ScreenshotRecord screenshot;

@@ -142,6 +142,7 @@ void OnHousekeepingTimer() {
         InvalidateWindow(*window);
     }
     RefreshOverlay();
+    ShowBusyHotkeys();
 }
 
 }  // namespace
@@ -196,6 +197,9 @@ std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
             if (!PassHotkeyToShortcutEditor(wParam)) {
                 RunHotkey(wParam);
             }
+            return 0;
+        case message::globalKeyChanged:
+            UpdateHotkey(wParam, lParam != 0);
             return 0;
         case trayMessage:
             HandleTrayMessage(window, lParam);

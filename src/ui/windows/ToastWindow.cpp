@@ -18,6 +18,7 @@ constexpr std::int32_t stripeWidth = 4;
 constexpr double iconScale = 0.48;
 constexpr PointF iconCentre{37, 38};
 constexpr Rectangle textBox{68, 8, 314, 68};
+constexpr Rectangle wrappedTextBox{68, 14, 314, 74};
 
 void DrawToast(Canvas& canvas, const Rectangle& client) {
     const Toast& toast = Ui().toast;
@@ -28,7 +29,11 @@ void DrawToast(Canvas& canvas, const Rectangle& client) {
     PushTransform(canvas, iconCentre, iconScale);
     DrawVectorIcon(canvas, 0, 0, toast.kind, accent);
     PopTransform(canvas);
-    DrawTextLine(canvas, textBox, toast.text, color::primaryText, FontRole::Small);
+    if (toast.wrapped) {
+        DrawWrappedText(canvas, wrappedTextBox, toast.text, color::primaryText, FontRole::Small);
+    } else {
+        DrawTextLine(canvas, textBox, toast.text, color::primaryText, FontRole::Small);
+    }
     PopTransform(canvas);
 }
 

@@ -2,9 +2,12 @@
 #include "ui/commands/Hotkeys.h"
 
 #include "ui/Interface.h"
+#include "ui/commands/CaptureJobs.h"
 #include "ui/commands/Commands.h"
+#include "ui/commands/Notifications.h"
 #include "ui/state/Engine.h"
 #include "ui/windows/Overlay.h"
+#include "ui/windows/ToastWindow.h"
 
 namespace zv {
 namespace {
@@ -40,11 +43,125 @@ TEST_F(Hotkeys, AreRegisteredWithoutRepeatWhenTheWindowIsCreated) {
     EXPECT_EQ(Ui().hotkeyRegistered, (std::array<bool, 4>{true, true, true, true}));
 }
 
-TEST_F(Hotkeys, AFailedRegistrationIsOnlyRecorded) {
+/// With the notification's window.
+class BusyHotkeys : public Hotkeys {
+protected:
+    BusyHotkeys() {
+        TheWindows().keyNames = {{88, u"X"}, {121, u"F10"}, {82, u"R"}, {83, u"S"}};
+        WindowOptions options;
+        options.className = u"toast";
+        options.procedure = ToastProc;
+        toast_ = MakeWindow(options);
+    }
+    ~BusyHotkeys() override {
+        gate_.Open();
+        window_.reset();
+    }
+    Text Notification() const { return IsWindowShown(*toast_) ? Ui().toast.text : Text(); }
+    /// The notification's time is over.
+    void EndNotification() { ToastProc(*toast_, message::timer, toastTimer, 0); }
+
+    Owned<AppWindow> toast_;
+};
+
+constexpr char16_t saveRow[] =
+    u"Shortcuts: Shortcut busy: Save instant replay (Alt + F10). Change it in Settings > Keyboard shortcuts.";
+constexpr char16_t saveNotification[] =
+    u"Save instant replay: Alt + F10 is busy. Change it in Settings > Keyboard shortcuts.";
+
+TEST_F(BusyHotkeys, AreLoggedAtTheStartAndShownOnce) {
+    TheWindows().reservedByOthers = {{1, 121}};
+    OpenMainWindow();
+    EXPECT_EQ(Ui().hotkeyRegistered, (std::array<bool, 4>{true, false, true, true}));
+    EXPECT_EQ(Ui().statusText, u"Ready");
+    EXPECT_THAT(Activity(), testing::ElementsAre(saveRow));
+    EXPECT_EQ(Notification(), u"");
+    Tick();
+    EXPECT_EQ(Notification(), saveNotification);
+    EXPECT_TRUE(Ui().toast.wrapped);
+    EndNotification();
+    Tick();
+    EXPECT_EQ(Notification(), u"");
+    EXPECT_EQ(Activity().size(), 1U);
+}
+
+TEST_F(BusyHotkeys, AreShownAfterTheNotificationOfTheStartsStatus) {
+    TheWindows().reservedByOthers = {{1, 121}};
+    gate_.Hold("start");
+    OpenMainWindow();
+    CaptureJob([this] {
+        gate_.Pass("start");
+        return Text(u"Replay stopped.");
+    });
+    Tick();
+    EXPECT_EQ(Notification(), u"");
+    gate_.Open();
+    AwaitJob();
+    Tick();
+    EXPECT_EQ(Notification(), u"Instant replay is paused");
+    Tick();
+    EXPECT_EQ(Notification(), u"Instant replay is paused");
+    EndNotification();
+    Tick();
+    EXPECT_EQ(Notification(), saveNotification);
+}
+
+TEST_F(BusyHotkeys, AreShownInOneNotification) {
     TheWindows().reservedByOthers = {{1, 121}, {3, 83}};
     OpenMainWindow();
-    EXPECT_EQ(Ui().hotkeyRegistered, (std::array<bool, 4>{true, false, true, false}));
-    EXPECT_EQ(Ui().statusText, u"Ready");
+    EXPECT_EQ(Activity().size(), 2U);
+    Tick();
+    EXPECT_EQ(Notification(),
+              u"Save instant replay, Screenshot: shortcuts are busy. Change them in Settings > Keyboard shortcuts.");
+}
+
+TEST_F(BusyHotkeys, AreOnlyLoggedWhileNotificationsAreDisabled) {
+    CurrentSettings().notifications = false;
+    TheWindows().reservedByOthers = {{1, 121}};
+    OpenMainWindow();
+    Tick();
+    EXPECT_EQ(Notification(), u"");
+    EXPECT_THAT(Activity(), testing::ElementsAre(saveRow));
+}
+
+TEST_F(BusyHotkeys, AreShownWhenANewKeyboardMappingLosesThem) {
+    OpenMainWindow();
+    Tick();
+    EXPECT_EQ(Notification(), u"");
+    Send(message::globalKeyChanged, 2, 0);
+    EXPECT_EQ(Ui().hotkeyRegistered, (std::array<bool, 4>{true, false, true, true}));
+    EXPECT_THAT(Activity(), testing::ElementsAre(saveRow));
+    Tick();
+    EXPECT_EQ(Notification(), saveNotification);
+    EndNotification();
+    Send(message::globalKeyChanged, 2, 1);
+    EXPECT_TRUE(Ui().hotkeyRegistered[1]);
+    Tick();
+    EXPECT_EQ(Notification(), u"");
+    Send(message::globalKeyChanged, 90, 0);
+    EXPECT_EQ(Activity().size(), 1U);
+}
+
+TEST_F(BusyHotkeys, AreNotShownIfTheyHaveBeenReservedMeanwhile) {
+    OpenMainWindow();
+    Send(message::globalKeyChanged, 2, 0);
+    Send(message::globalKeyChanged, 2, 1);
+    Tick();
+    EXPECT_EQ(Notification(), u"");
+    Send(message::globalKeyChanged, 4, 0);
+    Tick();
+    EXPECT_EQ(Notification(), u"Screenshot: Ctrl + Alt + S is busy. Change it in Settings > Keyboard shortcuts.");
+}
+
+TEST_F(BusyHotkeys, AreShownWhenTheDefaultsAreRestored) {
+    OpenMainWindow();
+    TheWindows().reservedByOthers = {{1, 121}};
+    RestoreDefaults();
+    EXPECT_THAT(Activity(), testing::Contains(Text(saveRow)));
+    FinishJob();
+    EndNotification();
+    Tick();
+    EXPECT_EQ(Notification(), saveNotification);
 }
 
 TEST_F(Hotkeys, AKeyWithoutAModifierIsRefusedFirst) {

@@ -150,6 +150,15 @@ TEST_F(Notifications, TheDesignIsScaledIntoTheWindow) {
     EXPECT_EQ(Record().pixelHeight, 114);
 }
 
+TEST_F(Notifications, ALongTextHasSeveralLines) {
+    ShowToast({u"Screenshot: Ctrl + Alt + S is busy.", IconKind::Camera, true});
+    EXPECT_TRUE(IsToastShown());
+    const std::vector<std::string> lines = Paint(*toast_);
+    EXPECT_THAT(lines, Contains("text 68,14,314,74 15/400 wrapped 241,242,250 \"Screenshot: Ctrl + Alt + S is busy.\""));
+    HideToast();
+    EXPECT_FALSE(IsToastShown());
+}
+
 TEST_F(Notifications, TheIconIsThatOfItsKindInTheAccent) {
     Drawing().accentColor = Rgb(255, 97, 192);
     struct Row {

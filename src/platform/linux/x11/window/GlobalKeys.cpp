@@ -138,19 +138,27 @@ void ApplyKeyboardMapping(Session& session) {
     const std::pair before{keyboard.altMask, keyboard.numLockMask};
     ReadModifiers(session);
     const std::pair now{keyboard.altMask, keyboard.numLockMask};
-    std::vector<GlobalKey*> moved;
+    struct MovedKey {
+        GlobalKey* key;
+        bool wasReserved;
+    };
+    std::vector<MovedKey> moved;
     for (GlobalKey& key : session.globalKeys) {
         if (before != now || CodesOfVirtualKey(session, key.virtualKey) != key.codes) {
-            moved.push_back(&key);
+            moved.push_back({&key, !key.codes.empty()});
         }
     }
     std::tie(keyboard.altMask, keyboard.numLockMask) = before;
-    for (GlobalKey* key : moved) {
-        Ungrab(session, *key);
+    for (const MovedKey& each : moved) {
+        Ungrab(session, *each.key);
     }
     std::tie(keyboard.altMask, keyboard.numLockMask) = now;
-    for (GlobalKey* key : moved) {
-        Grab(session, *key);
+    for (const MovedKey& each : moved) {
+        const bool reserved = Grab(session, *each.key);
+        if (reserved != each.wasReserved) {
+            session.loop.queue.push_back({each.key->window, message::globalKeyChanged,
+                                          static_cast<std::uintptr_t>(each.key->id), reserved ? 1 : 0});
+        }
     }
 }
 

@@ -62,6 +62,7 @@ struct Received {
 std::vector<Received> received;
 bool handleClose = false;
 int endRequests = 0;
+std::vector<std::intptr_t> reservations;                                ///< of message::globalKeyChanged
 std::function<void(AppWindow& window, std::uint32_t code)> beforehand;  ///< may throw
 
 std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
@@ -69,6 +70,9 @@ std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wPara
         return 0;
     }
     received.push_back({code, wParam});
+    if (code == message::globalKeyChanged) {
+        reservations.push_back(lParam);
+    }
     if (beforehand) {
         beforehand(window, code);
     }
@@ -84,6 +88,7 @@ protected:
     LinuxWindow() {
         setenv("DISPLAY", display_.Name().c_str(), 1);
         received.clear();
+        reservations.clear();
         handleClose = false;
         endRequests = 0;
         beforehand = nullptr;
@@ -473,6 +478,39 @@ TEST_F(LinuxWindow, KeysAreGrabbedAgainAfterAChangeOfTheMapping) {
     other_->TapWith(XK_Alt_L, newCode);
     EXPECT_TRUE(RunUntilHotKeys(1, 1));
     ExpectNoMoreHotKeys(1, 1);
+}
+
+TEST_F(LinuxWindow, AKeyThatAChangeOfTheMappingLosesIsReportedUntilItIsReservedAgain) {
+    Open();
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 1, alt | once, virtualX));
+    ASSERT_TRUE(RegisterGlobalKey(*window_, 2, alt | once, virtualF10));
+    const xcb_keycode_t oldCode = other_->CodeOf(XK_x);
+    const xcb_keycode_t newCode = other_->CodeOf(XK_q);
+    ASSERT_TRUE(other_->GrabKey(newCode, XCB_MOD_MASK_1));
+    const xcb_keysym_t x[] = {XK_x, XK_X};
+    const xcb_keysym_t q[] = {XK_q, XK_Q};
+    const auto map = [&](xcb_keycode_t code, const xcb_keysym_t* symbols) {
+        xcb_change_keyboard_mapping(other_->Get(), 1, code, 2, symbols);
+        other_->Sync();
+    };
+    map(newCode, x);
+    map(oldCode, q);
+    EXPECT_TRUE(RunUntil([] { return CountOf(message::globalKeyChanged, 1) == 1; }));
+    EXPECT_EQ(reservations.back(), 0);
+    // A second change that leaves it lost is not reported.
+    const xcb_keycode_t far = other_->CodeOf(XK_F9);
+    const xcb_keysym_t f8[] = {XK_F8, XK_F8};
+    map(far, f8);
+    int ticks = 0;
+    EXPECT_TRUE(RunUntil([&] { return ++ticks == 3; }));
+    EXPECT_EQ(reservations.size(), 1U);
+    other_->UngrabKey(newCode, XCB_MOD_MASK_1);
+    const xcb_keysym_t f9[] = {XK_F9, XK_F9};
+    map(far, f9);
+    EXPECT_TRUE(RunUntil([] { return reservations == std::vector<std::intptr_t>{0, 1}; }));
+    other_->TapWith(XK_Alt_L, newCode);
+    EXPECT_TRUE(RunUntilHotKeys(1, 1));
+    EXPECT_EQ(CountOf(message::globalKeyChanged, 2), 0);
 }
 
 // A server reports a new mapping whenever another keyboard is used.
