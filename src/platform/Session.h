@@ -10,6 +10,10 @@ namespace zv {
 /// to show windows in (X11 without a display). Must be called before all other functions of windows, keys and monitors.
 bool OpenSession();
 
+/// Why no program can capture the screen of this session, as a sentence for the user; empty if programs can. Called
+/// after OpenSession.
+TextView CaptureObstacle();
+
 /// Initializes the interface thread for the system's shell services: COM on Windows, nothing on Linux.
 struct ShellServices;
 template <>

@@ -91,6 +91,23 @@ protected:
     Spawned manager_;
 };
 
+TEST(WaylandEndToEnd, TheStartSaysThatAWaylandSessionCannotBeCaptured) {
+    // An output with this name is what distinguishes XWayland.
+    const PrivateDisplay display("1280x720");
+    display.Change({"--setmonitor", "XWAYLAND0", "auto", "screen"});
+    const InterfaceUser user(display.Name());
+    ProgramRun run({.display = display.Name(), .background = false});
+    const Text obstacle =
+        u"Zorvel cannot capture the screen of a Wayland session. Choose an X11 (Xorg) session when you log in.";
+    EXPECT_TRUE(run.WaitForActivity(std::string(obstacle.begin(), obstacle.end())).has_value());
+    EXPECT_TRUE(user.WaitSays(
+        toastName,
+        {.box = {68, 8, 314, 68}, .text = u"Capture needs attention - check Status", .background = color::toast}));
+    ASSERT_TRUE(user.WaitShown(mainWindowName));
+    EXPECT_TRUE(run.FfmpegChildren().empty());
+    EXPECT_EQ(run.End(), 0);
+}
+
 TEST_F(DesktopEndToEnd, MouseAndKeyboardOpenEveryPage) {
     StartWindowManager();
     const ProgramRun run(Options(false));

@@ -284,6 +284,8 @@ void SetTaskbarIdentity(TextView id) {
     TheWindows().taskbarIdentity = id;
 }
 
+TextView CaptureObstacle() { return TheWindows().captureObstacle; }
+
 void SetEndRequest(void (*endRequest)()) { TheWindows().endRequest = endRequest; }
 
 Owned<InstanceClaim> ClaimSingleInstance(TextView name) {

@@ -55,6 +55,7 @@ struct WindowControls {
     std::map<int, Combination> keys;                 ///< reserved now
     std::set<Combination> reservedByOthers;          ///< modifiers without noRepeat
     int shownWindows = 0;
+    Text captureObstacle;
     bool quitPosted = false;
     int quitCode = 0;
     void (*endRequest)() = nullptr;

@@ -44,6 +44,8 @@ bool OpenSession() {
     return true;
 }
 
+TextView CaptureObstacle() { return {}; }
+
 void SetTaskbarIdentity(TextView id) { SetCurrentProcessExplicitAppUserModelID(Native(Text(id))); }
 
 void SetEndRequest(void (*endRequest)()) { sessionEnd = endRequest; }

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "core/AppCore.h"
+#include "platform/Session.h"
 #include "ui/commands/FastJobs.h"
 #include "ui/commands/Status.h"
 #include "ui/state/Engine.h"
@@ -11,6 +12,11 @@
 namespace zv {
 
 void CaptureJob(std::function<Text()> function) {
+    if (const Text obstacle(CaptureObstacle()); !obstacle.empty()) {
+        ShowStatus(obstacle);
+        AddActivity(u"Capture", obstacle);
+        return;
+    }
     CaptureRecord& capture = Ui().capture;
     if (capture.captureJobSlot.IsBusy()) {
         ShowStatus(u"Capture operation in progress - please wait.");

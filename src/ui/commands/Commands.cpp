@@ -9,6 +9,7 @@
 #include "library/Screenshot.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"
+#include "platform/Session.h"
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/CaptureSettings.h"
 #include "ui/commands/FastJobs.h"
@@ -48,10 +49,13 @@ bool RefusedWith(bool refused, const Text& reason) {
     return refused;
 }
 
+bool RefusedByObstacle() { return RefusedWith(!CaptureObstacle().empty(), Text(CaptureObstacle())); }
+
 }  // namespace
 
 void SaveReplay() {
-    if (RefusedWith(!Engine().replayRunning, u"Replay is paused. Turn on automatic replay in Settings > Capture.")) {
+    if (RefusedByObstacle() ||
+        RefusedWith(!Engine().replayRunning, u"Replay is paused. Turn on automatic replay in Settings > Capture.")) {
         return;
     }
     CaptureJob([folder = CurrentGameFolder()] {
@@ -61,7 +65,8 @@ void SaveReplay() {
 }
 
 void ToggleRecording() {
-    if (RefusedWith(Ui().capture.captureJobSlot.IsBusy(), u"Please wait for the current capture operation.")) {
+    if (RefusedByObstacle() ||
+        RefusedWith(Ui().capture.captureJobSlot.IsBusy(), u"Please wait for the current capture operation.")) {
         return;
     }
     if (Engine().state == EngineState::Recording) {
@@ -80,7 +85,7 @@ void ToggleRecording() {
 }
 
 void TakeScreenshot() {
-    if (RefusedWith(Ui().screenshot.screenshotSlot.IsBusy(), u"Saving screenshot...")) {
+    if (RefusedByObstacle() || RefusedWith(Ui().screenshot.screenshotSlot.IsBusy(), u"Saving screenshot...")) {
         return;
     }
     Ui().screenshot.reopenOverlayAfterScreenshot = IsOverlayShown();

@@ -1,6 +1,7 @@
 #include "ui/pages/OverlayTiles.h"
 
 #include "core/Settings.h"
+#include "platform/Session.h"
 #include "ui/commands/Commands.h"
 #include "ui/commands/Status.h"
 #include "ui/kit/Colors.h"
@@ -25,8 +26,9 @@ struct TileState {
     bool recording = GetRecordingStatus().recording;
     bool replay = Engine().replayRunning;
     bool screenshot = Ui().screenshot.screenshotSlot.IsBusy();
+    bool possible = CaptureObstacle().empty();
 
-    bool MayChange() const { return !recording && !job; }
+    bool MayChange() const { return possible && !recording && !job; }
 };
 
 Text OnOrOff(bool on) { return on ? u"On" : u"Off"; }
@@ -72,6 +74,9 @@ Text ReplayStatus(const TileState& state) {
     if (state.job) {
         return u"";
     }
+    if (!state.possible) {
+        return u"Not available";
+    }
     return state.replay ? u"Activated" : u"Off";
 }
 
@@ -79,7 +84,17 @@ Text RecordStatus(const TileState& state) {
     if (state.job) {
         return u"";
     }
+    if (!state.possible) {
+        return u"Not available";
+    }
     return state.recording ? u"Recording" : u"Ready";
+}
+
+Text ScreenshotStatus(const TileState& state) {
+    if (!state.possible) {
+        return u"Not available";
+    }
+    return state.screenshot ? u"Saving..." : u"Take photo";
 }
 
 void DrawTiles(Canvas& canvas, const TileState& state) {
@@ -98,14 +113,14 @@ void DrawTiles(Canvas& canvas, const TileState& state) {
                              .icon = IconKind::Record,
                              .action = ToggleRecording,
                              .active = state.recording,
-                             .enabled = !state.job});
+                             .enabled = state.possible && !state.job});
     DrawOverlayTile(canvas, {.id = overlayTarget::screenshot,
                              .box = {577, 90, 705, 218},
                              .title = u"Screenshot",
-                             .status = state.screenshot ? u"Saving..." : u"Take photo",
+                             .status = ScreenshotStatus(state),
                              .icon = IconKind::Camera,
                              .action = TakeScreenshot,
-                             .enabled = !state.screenshot});
+                             .enabled = state.possible && !state.screenshot});
 }
 
 void DrawRightColumn(Canvas& canvas, const TileState& state) {

@@ -1,8 +1,10 @@
 #include "ui/windows/TrayMenu.h"
 
 #include <array>
+#include <vector>
 
 #include "platform/PopupMenu.h"
+#include "platform/Session.h"
 #include "platform/TrayIcon.h"
 #include "ui/commands/Commands.h"
 #include "ui/navigation/Navigation.h"
@@ -22,6 +24,7 @@ struct TrayCommand {
     int id = 0;  ///< 0: a separator
     TextView label;
     void (*run)() = nullptr;
+    bool captures = false;  ///< left out where no program can capture the screen
 };
 
 constexpr int recordingId = 4;
@@ -29,21 +32,22 @@ constexpr int recordingId = 4;
 /// The key names are constant, even if a shortcut is changed.
 constexpr std::array<TrayCommand, 7> commands{{
     {1, u"Open Zorvel", ShowMainWindow},
-    {2, u"Save Clip (Alt + F10)", SaveReplay},
-    {recordingId, u"Start recording", ToggleRecording},
-    {5, u"Screenshot selected monitor", TakeScreenshot},
+    {2, u"Save Clip (Alt + F10)", SaveReplay, true},
+    {recordingId, u"Start recording", ToggleRecording, true},
+    {5, u"Screenshot selected monitor", TakeScreenshot, true},
     {6, u"Quick capture (Alt + X)", ToggleQuickOverlay},
     {},
     {3, u"Exit Zorvel", ExitProgram},
 }};
 
 void OpenMenu(AppWindow& mainWindow) {
-    std::array<MenuItem, commands.size()> items;
-    for (std::size_t i = 0; i < commands.size(); ++i) {
-        items[i] = {commands[i].id, Text(commands[i].label)};
-        if (items[i].id == recordingId && GetRecordingStatus().recording) {
-            items[i].label = u"Stop and save recording";
+    std::vector<MenuItem> items;
+    for (const TrayCommand& command : commands) {
+        if (command.captures && !CaptureObstacle().empty()) {
+            continue;
         }
+        const bool stops = command.id == recordingId && GetRecordingStatus().recording;
+        items.push_back({command.id, stops ? Text(u"Stop and save recording") : Text(command.label)});
     }
     const int chosen = ChooseFromMenu(mainWindow, items);
     for (const TrayCommand& command : commands) {

@@ -32,6 +32,21 @@ protected:
     void Foreground(TextView imagePath) { fake::TheFront() = {FrontKind::Known, 99, Text(imagePath)}; }
 };
 
+TEST_F(Commands, NameTheObstacleInASessionThatNoProgramCanCapture) {
+    const Text obstacle = u"Zorvel cannot capture the screen.";
+    fake::TheWindows().captureObstacle = obstacle;
+    for (const auto& command : {SaveReplay, ToggleRecording, TakeScreenshot, StartReplayJob, RestartCaptureJob}) {
+        Ui().statusText = u"Ready";
+        command();
+        EXPECT_EQ(Ui().statusText, obstacle);
+        EXPECT_FALSE(Ui().capture.captureJobSlot.IsBusy());
+        EXPECT_FALSE(Ui().screenshot.screenshotSlot.IsBusy());
+    }
+    EXPECT_EQ(CountOf("StartReplay") + CountOf("FlushScreen"), 0);
+    // The start and each new configuration.
+    EXPECT_THAT(Activity(), ElementsAre(u"Capture: " + obstacle, u"Capture: " + obstacle));
+}
+
 // Refusals, a row for each.
 
 struct Refusal {

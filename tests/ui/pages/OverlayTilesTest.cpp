@@ -1,12 +1,14 @@
 // The overlay's pages as text: every control in every state, and what a click on it does.
 #include "ui/pages/OverlayTiles.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "core/AppCore.h"
 #include "ui/QuickOverlay.h"
 #include "ui/kit/DrawingContext.h"
 #include "ui/navigation/Navigation.h"
+#include "ui/pages/TargetIds.h"
 
 namespace zv {
 namespace {
@@ -133,6 +135,20 @@ protected:
 };
 
 // What is drawn.
+
+TEST_F(OverlayTiles, OfferNoCaptureWhereNoneIsPossible) {
+    TheWindows().captureObstacle = u"Nothing can capture the screen.";
+    const std::vector<std::string> page = Page();
+    EXPECT_EQ(std::count_if(page.begin(), page.end(),
+                            [](const std::string& line) { return line.ends_with("\"Not available\""); }),
+              3);
+    for (const std::int32_t id : {overlayTarget::replay, overlayTarget::record, overlayTarget::screenshot,
+                                  overlayTarget::microphone, overlayTarget::systemSound}) {
+        const auto& targets = Ui().overlayState.targets;
+        EXPECT_TRUE(std::none_of(targets.begin(), targets.end(), [id](const auto& target) { return target.id == id; }))
+            << id;
+    }
+}
 
 TEST_F(OverlayTiles, TheHeaderIsAStripWithAChipAndATitle) {
     const std::vector<std::string> page = Page();

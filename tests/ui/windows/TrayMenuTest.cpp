@@ -83,6 +83,12 @@ TEST_F(TrayMenu, OffersToStopARunningRecording) {
     EXPECT_EQ(LastMenu()[2], u"4 Start recording");
 }
 
+TEST_F(TrayMenu, OffersNoCaptureWhereNoneIsPossible) {
+    fake::TheWindows().captureObstacle = u"Nothing can capture the screen.";
+    Choose(0);
+    EXPECT_THAT(LastMenu(), ElementsAre(u"1 Open Zorvel", u"6 Quick capture (Alt + X)", u"0 ", u"3 Exit Zorvel"));
+}
+
 TEST_F(TrayMenu, ClosedWithoutAChoiceDoesNothing) {
     const auto before = fake::CallNames().size();
     Choose(0);

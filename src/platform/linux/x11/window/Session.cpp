@@ -14,6 +14,7 @@
 #include "platform/linux/x11/PixelFormat.h"
 #include "platform/linux/x11/RandrMonitors.h"
 #include "platform/linux/x11/XDisplay.h"
+#include "platform/linux/x11/XWayland.h"
 #include "platform/linux/x11/window/WindowGeometry.h"
 
 namespace zv {
@@ -117,11 +118,18 @@ bool OpenSession() {
     session.connection = std::move(connection);
     x11::HasExtensions(session.connection.get(), {&xcb_shm_id, &xcb_shape_id, &xcb_composite_id, &xcb_randr_id});
     session.screen = screen;
+    session.wayland = x11::IsXWayland(session.connection.get(), screen->root);
     session.atoms = x11::InternAtoms(session.connection.get(), number);
     x11::SelectRootEvents(session);
     x11::SelectDisplayEvents(session);
     x11::OpenKeyboard(session);
     return true;
+}
+
+TextView CaptureObstacle() {
+    return x11::CurrentSession().wayland
+               ? u"Zorvel cannot capture the screen of a Wayland session. Choose an X11 (Xorg) session when you log in."
+               : TextView();
 }
 
 void FlushScreen() {

@@ -29,6 +29,7 @@ struct Session {
     std::uint8_t randrEvent = 0;                ///< 0: the server has no RandR
     xcb_window_t menuWindow = XCB_WINDOW_NONE;  ///< of the open menu
     bool foreignStackChanged = false;           ///< windows of other clients have moved or been mapped
+    bool wayland = false;                       ///< the server is XWayland
     bool redirected = false;                    ///< the root's children keep their pixmaps, for captures
     std::vector<AppWindow*> windows;
     std::vector<GlobalKey> globalKeys;
