@@ -18,6 +18,10 @@ void CaptureJob(std::function<Text()> function) {
         return;
     }
     CaptureRecord& capture = Ui().capture;
+    if (Ui().phase != ProgramPhase::Running) {
+        ShowStatus(u"Zorvel is closing.");
+        return;
+    }
     if (capture.captureJobSlot.IsBusy()) {
         ShowStatus(u"Capture operation in progress - please wait.");
         return;

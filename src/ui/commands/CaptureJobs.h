@@ -16,7 +16,7 @@ inline constexpr std::uintptr_t housekeepingTimer = 42;  ///< of the main window
 inline constexpr std::uint32_t housekeepingPeriodMs = 500;
 
 /// Runs a blocking operation of the engine on a worker. `function` returns the text to show. Refused with a status
-/// while the slot is busy.
+/// while the slot is busy, and once the main window is being destroyed.
 void CaptureJob(std::function<Text()> function);
 
 /// Shows and logs the result of a finished job and empties its slot. Returns false if no job is finished.

@@ -112,6 +112,7 @@ int RunApplication(const Text& commandLine) {
     }
     DarkenWindowFrames();
     RunMessageLoop();
+    EndWithoutMainWindow();
     DeleteFonts();
     ReleaseProgramWindows();
     ClearIconCache();

@@ -60,7 +60,15 @@ struct ShortcutEditorRecord {
     Text error;  ///< why the last rebinding was refused
 };
 
+enum class ProgramPhase {
+    Running,
+    Closing,  ///< the main window is being destroyed or has been: no capture job starts
+    Ended     ///< every job has ended, the settings are saved
+};
+
 struct UiGlobals {
+    ProgramPhase phase = ProgramPhase::Running;
+
     // The windows of `programWindows`, each from its creation to its end, and null otherwise.
     AppWindow* mainWindow = nullptr;
     AppWindow* overlayWindow = nullptr;

@@ -53,6 +53,7 @@ struct EndOfProgram {
 /// The order matters: nothing that a job uses ends before the job. The waits have no time limit.
 void OnDestroy(AppWindow& window) {
     const EndOfProgram end;
+    Ui().phase = ProgramPhase::Closing;
     Ui().programWindows.toast.reset();
     CloseShortcutEditor();
     StopTimer(window, housekeepingTimer);
@@ -65,6 +66,16 @@ void OnDestroy(AppWindow& window) {
     UnregisterHotkeys(window);
     SaveSettings(CurrentSettings());
     SessionMarkerEnd();
+    Ui().phase = ProgramPhase::Ended;
+}
+
+/// A step of the end that may fail when nobody is left to see a message.
+void Attempt(void (*step)()) {
+    try {
+        step();
+    } catch (...) {
+        return;
+    }
 }
 
 std::intptr_t OnClose(AppWindow& window) {
@@ -207,6 +218,18 @@ std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
         default:
             return DefaultProcedure(window, code, wParam, lParam);
     }
+}
+
+void EndWithoutMainWindow() {
+    WaitForFileJobs();
+    WaitForEngineJobs();
+    if (Ui().phase == ProgramPhase::Ended) {
+        return;
+    }
+    Attempt([] { Engine().StopAll(); });
+    Attempt([] { SaveSettings(CurrentSettings()); });
+    Attempt(SessionMarkerEnd);
+    Ui().phase = ProgramPhase::Ended;
 }
 
 void ExitProgram() {

@@ -443,6 +443,58 @@ TEST_F(Application, RunsWithoutAMainWindow) {
     EXPECT_TRUE(TheWindows().quitPosted);
 }
 
+TEST_F(Application, WithoutAMainWindowTheEndWaitsForTheJobStopsSavesAndRemovesTheMarker) {
+    fake::FailCall("MakeWindow", 1, -1);
+    gate_.Hold("StartReplay");
+    std::thread release;
+    bool jobEnded = false;
+    bool savedAtStop = true;
+    onCall_ = [&](const std::string& name, int) {
+        if (name == "StopAll") {
+            jobEnded = Ui().capture.captureJobSlot.IsFinished();
+            savedAtStop = fs::exists(ToPath(SettingsFile()));
+        }
+    };
+    TheWindows().loop = [&] {
+        RunTo("StartReplay");
+        fs::remove(ToPath(SettingsFile()));
+        release = OpenGateUnless("StopAll");
+        TheWindows().endRequest();
+    };
+    EXPECT_EQ(RunApplication(u"zorvel"), 0);
+    release.join();
+    EXPECT_EQ(CountOf("StopAll"), 1);
+    EXPECT_TRUE(jobEnded);
+    EXPECT_FALSE(savedAtStop);
+    EXPECT_TRUE(fs::exists(ToPath(SettingsFile())));
+    EXPECT_FALSE(fs::exists(Data("running.lock")));
+}
+
+TEST_F(Application, AShutdownThatThrowsIsCompletedAfterTheLoop) {
+    TheWindows().loop = [this] {
+        FinishFirstJob();
+        fs::remove(ToPath(SettingsFile()));
+        fake::ThrowInCall("StopAll", 1);
+        EXPECT_THROW(TheWindows().endRequest(), std::bad_alloc);
+    };
+    EXPECT_EQ(RunApplication(u"zorvel"), 0);
+    EXPECT_EQ(CountOf("StopAll"), 2);
+    EXPECT_TRUE(fs::exists(ToPath(SettingsFile())));
+    EXPECT_FALSE(fs::exists(Data("running.lock")));
+}
+
+TEST_F(Application, SettingsThatCannotBeSavedAtTheEndLeaveNoMarker) {
+    TheWindows().loop = [this] {
+        FinishFirstJob();
+        // A file in place of the folder of the settings, which is not the folder of the marker.
+        std::ofstream(folder_.Path() / "a file") << "in the way";
+        fake::TheFolders().localData = Folder(u"a file");
+        EXPECT_ANY_THROW(TheWindows().endRequest());
+    };
+    EXPECT_EQ(RunApplication(u"zorvel"), 0);
+    EXPECT_FALSE(fs::exists(Data("running.lock")));
+}
+
 // The second copy.
 
 TEST_F(Application, ASecondCopyActivatesTheFirstAndWritesNothing) {

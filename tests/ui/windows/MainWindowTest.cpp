@@ -338,6 +338,19 @@ TEST_F(MainWindow, AShutdownThatThrowsStillEndsTheProgram) {
     EXPECT_EQ(Ui().mainWindow, nullptr);
 }
 
+TEST_F(MainWindow, AJobThatIsRequestedAfterTheShutdownIsRefused) {
+    Engine().replayRunning = true;
+    ExitProgram();
+    Engine().replayRunning = true;
+    for (const auto command : {SaveReplay, ToggleRecording, StartReplayJob}) {
+        Ui().statusText.clear();
+        command();
+        EXPECT_EQ(Ui().statusText, u"Zorvel is closing.");
+        EXPECT_FALSE(Ui().capture.captureJobSlot.IsBusy());
+    }
+    EXPECT_EQ(CountOf("SaveReplayClip") + CountOf("StartRecording") + CountOf("StartReplay"), 0);
+}
+
 TEST_F(MainWindow, TheShutdownWaitsForAJobBeforeItStopsTheEngine) {
     gate_.Hold("StartReplay");
     StartReplayJob();
