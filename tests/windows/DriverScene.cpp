@@ -120,7 +120,10 @@ void DriverScene::SetUp() {
     for (const char* key : {"captureRoot", "clipsFolder", "recordingsFolder", "screenshotsFolder"}) {
         Setting(std::string(key) + "=" + captures.string());
     }
-    SetEnvironmentValue(u"ZV_FFMPEG", JoinPath(ExecutableFolder(), u"forwarding\\ffmpeg.exe"));
+    const Text direct = EnvironmentValue(u"ZV_TEST_DIRECT_FFMPEG");
+    ASSERT_TRUE(direct.empty() || std::filesystem::exists(ToPath(direct))) << "tests/windows/build_ffmpeg builds it";
+    SetEnvironmentValue(u"ZV_FFMPEG",
+                        direct.empty() ? JoinPath(ExecutableFolder(), u"forwarding\\ffmpeg.exe") : direct);
     SetEnvironmentValue(u"ZV_TEST_COMMANDS", u"");
     SetEnvironmentValue(u"ZV_TEST_LINGER_MS", u"");
     SetEnvironmentValue(u"ZV_TEST_REPORT", FromPath(Report()));
