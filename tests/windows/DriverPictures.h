@@ -63,6 +63,19 @@ protected:
         return numbers;
     }
 
+    /// Expects in each frame the image of the frame before it or the next image. Returns the number of repetitions.
+    static std::size_t RepetitionsIn(std::span<const std::optional<std::uint32_t>> numbers) {
+        std::size_t repetitions = 0;
+        for (std::size_t i = 1; i < numbers.size(); ++i) {
+            if (!numbers[i] || !numbers[i - 1] || *numbers[i] - *numbers[i - 1] > 1U) {
+                ADD_FAILURE() << "at frame " << i;
+                break;
+            }
+            repetitions += *numbers[i] == *numbers[i - 1] ? 1 : 0;
+        }
+        return repetitions;
+    }
+
     /// Expects consecutive images in consecutive frames, with a key frame each second.
     void ExpectEveryImageIn(const std::filesystem::path& file, std::size_t atLeast) {
         const auto numbers = NumbersOf(file);

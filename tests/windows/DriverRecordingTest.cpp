@@ -57,6 +57,31 @@ TEST_F(DriverRecording, ARecordingWithoutAReplayBeginsWithTheFirstImage) {
     EXPECT_EQ(NumbersOf(record).at(0), 0U);
 }
 
+TEST_F(DriverRecording, IsBlackUntilTheFirstPresentedImageAndRepeatsAnImageWhileThePointerMoves) {
+    Setting("instantReplay=0");
+    Script("set images 10\nset first unpresented\nset pointer moves");
+    ASSERT_TRUE(StartProgram());
+    ASSERT_TRUE(Eventually([&] { return Activity().size() == 1; }));
+    Press(recordKeys);
+    ASSERT_TRUE(EventuallyLogs(recordingStarted)) << testing::PrintToString(Activity());
+    ASSERT_TRUE(Eventually([] { return HasRecorded(45); }));
+    Press(recordKeys);
+    const std::filesystem::path record = SavedRecording();
+    EXPECT_TRUE(EndProgram());
+    ExpectNothingLeft();
+    const std::vector<std::uint8_t> frame = FirstFrameOf(record);
+    ASSERT_EQ(frame.size(), 1920U * 1080U * 3 / 2);
+    EXPECT_EQ(At(frame, 1800, 40), (Sample{16, 128, 128}));
+    EXPECT_EQ(At(frame, 120, 800), (Sample{16, 128, 128}));
+    const auto numbers = NumbersOf(record);
+    const auto presented = std::find_if(numbers.begin(), numbers.end(), [](const auto& number) { return number; });
+    ASSERT_NE(presented, numbers.end());
+    EXPECT_NE(presented, numbers.begin());
+    EXPECT_EQ(*presented, 0U);
+    EXPECT_GT(RepetitionsIn({presented, numbers.end()}), 0U);
+    EXPECT_THAT(ReportLines(Report(), "note: "), Contains(testing::EndsWith(" pointer updates")));
+}
+
 TEST_F(DriverRecording, RestartsTheCaptureWhenTheMonitorChangesItsSize) {
     ASSERT_TRUE(StartProgram());
     ASSERT_TRUE(Eventually([&] { return ListedSegments() >= 1; })) << testing::PrintToString(Activity());

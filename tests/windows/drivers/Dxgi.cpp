@@ -3,6 +3,9 @@
 //   set adapter VENDOR FLAGS MEMORY NAME     vendor in hexadecimal; by default one adapter of the encoder's vendor
 //   set output ADAPTER NAME LEFT TOP RIGHT BOTTOM ROTATION ATTACHED     by default one 1920x1080 \\.\DISPLAY1
 //   set images always | once | RATE          a new image for every request, only one, or RATE a second (30)
+//   set first unpresented                    the first request returns a black image that was never presented, as some
+//                                            devices do; the first new image follows after 1/RATE of a second
+//   set pointer moves                        a request without a new image returns the last one with a pointer update
 // The number counts the delivered images from 0, so that a test can find a missing one.
 #define CINTERFACE
 #define D3D11_NO_HELPERS
@@ -107,7 +110,8 @@ struct Duplication : Object {
         always = images == "always";
         once = images == "once";
         period = always || once ? Time::duration::zero() : Time::duration(std::chrono::seconds(1)) / std::stoi(images);
-        PaintBackground();
+        unpresented = Value("first", "") == "unpresented";
+        pointerMoves = Value("pointer", "") == "moves";
         ++duplications;
     }
 
@@ -120,6 +124,9 @@ struct Duplication : Object {
         }
         --duplications;
         Note("delivered " + std::to_string(delivered) + " images");
+        if (pointerUpdates != 0) {
+            Note("delivered " + std::to_string(pointerUpdates) + " pointer updates");
+        }
     }
 
     /// Grey, and below it eight bars with the corners of the color cube.
@@ -135,7 +142,7 @@ struct Duplication : Object {
     }
 
     bool NewImageWithin(UINT timeoutMs) {
-        if (always || delivered == 0) {
+        if (always || (delivered == 0 && due <= Time::now())) {
             due = Time::now() + period;
             return true;
         }
@@ -151,13 +158,41 @@ struct Duplication : Object {
         return true;
     }
 
+    /// Updates the image and its description as a successful request does. Returns false if there is nothing to return.
+    bool Deliver(UINT timeoutMs, DXGI_OUTDUPL_FRAME_INFO& information) {
+        information = {};
+        if (unpresented) {
+            unpresented = false;
+            due = Time::now() + period;
+        } else if (NewImageWithin(timeoutMs)) {
+            if (delivered == 0) {
+                PaintBackground();
+            }
+            support::PaintFrameNumber(delivered++, pixels->bgra.data(), pixels->width, static_cast<int>(pixels->width),
+                                      static_cast<int>(pixels->height));
+            QueryPerformanceCounter(&information.LastPresentTime);
+            information.AccumulatedFrames = 1;
+        } else if (pointerMoves) {
+            ++pointerUpdates;
+            QueryPerformanceCounter(&information.LastMouseUpdateTime);
+        } else {
+            return false;
+        }
+        succeeded = true;
+        return true;
+    }
+
     void* image;
     Pixels* pixels = nullptr;
     bool always = false;
     bool once = false;
     Time::duration period{};
     Time::time_point due{};
+    bool unpresented = false;
+    bool pointerMoves = false;
     std::uint32_t delivered = 0;
+    std::uint32_t pointerUpdates = 0;
+    bool succeeded = false;
     unsigned rounds = 0;
     bool acquired = false;
 };
@@ -192,7 +227,7 @@ HRESULT STDMETHODCALLTYPE AcquireNextFrame(IDXGIOutputDuplication* self, UINT ti
         Complain("AcquireNextFrame before ReleaseFrame");
         return DXGI_ERROR_INVALID_CALL;
     }
-    if (timeoutMs != (duplication.delivered == 0 ? 20U : 0U)) {
+    if (timeoutMs != (duplication.succeeded ? 0U : 20U)) {
         Complain("AcquireNextFrame waits " + std::to_string(timeoutMs) + " ms for image " +
                  std::to_string(duplication.delivered));
     }
@@ -204,17 +239,11 @@ HRESULT STDMETHODCALLTYPE AcquireNextFrame(IDXGIOutputDuplication* self, UINT ti
     if (scripted.fails) {
         return scripted.code;
     }
-    if (!duplication.NewImageWithin(timeoutMs)) {
+    if (!duplication.Deliver(timeoutMs, *information)) {
         return DXGI_ERROR_WAIT_TIMEOUT;
     }
-    Pixels& pixels = *duplication.pixels;
-    support::PaintFrameNumber(duplication.delivered++, pixels.bgra.data(), pixels.width, static_cast<int>(pixels.width),
-                              static_cast<int>(pixels.height));
-    pixels.readable = true;
+    duplication.pixels->readable = true;
     duplication.acquired = true;
-    *information = {};
-    QueryPerformanceCounter(&information->LastPresentTime);
-    information->AccumulatedFrames = 1;
     *resource = static_cast<IDXGIResource*>(duplication.image);
     (*resource)->lpVtbl->AddRef(*resource);
     return S_OK;
