@@ -107,7 +107,8 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options);
 
 // Attributes.
 
-/// Makes pixels of this colour (0x00BBGGRR) transparent, also to clicks. A later call replaces the colour.
+/// Makes pixels of this colour (0x00BBGGRR) transparent, also to clicks, from the next PutPixels on. A later call
+/// replaces the colour.
 void SetColorKey(AppWindow& window, std::uint32_t color);
 /// 255 is opaque. Needs a compositor on X11.
 void SetConstantAlpha(AppWindow& window, std::uint8_t alpha);

@@ -36,6 +36,7 @@ struct Received {
 
 std::vector<Received> received;
 std::function<void(const Received&)> onMessage;
+std::function<void(AppWindow&)> onPaint;
 Owned<AppWindow> closing;  ///< onMessage moves a window here to destroy it inside the procedure
 
 std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
@@ -47,6 +48,10 @@ std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wPara
     }
     if (closing) {
         closing.reset();
+        return 0;
+    }
+    if (code == message::paint && onPaint) {
+        onPaint(window);
         return 0;
     }
     return DefaultProcedure(window, code, wParam, lParam);
@@ -69,6 +74,7 @@ protected:
         ASSERT_TRUE(OpenSession());
         received.clear();
         onMessage = nullptr;
+        onPaint = nullptr;
     }
 
     static Owned<AppWindow> Make(bool visible = false) {
@@ -229,8 +235,44 @@ protected:
         options.clickThrough = clickThrough;
         return MakeWindow(options);
     }
+    /// Shows a window with a colour key over another of the same bounds. Both are painted.
+    Owned<AppWindow> ShowKeyed() {
+        beneath_ = Make();
+        ShowTopmostAt(*beneath_, {100, 80, 300, 200});
+        Owned<AppWindow> window = MakeOverlay();
+        SetColorKey(*window, 0x030201);
+        ShowTopmostAt(*window, {100, 80, 300, 200});
+        return window;
+    }
+    /// Paints the columns of the window that `painted` accepts, and leaves the others to the colour key.
+    static void PaintColumns(AppWindow& window, const std::function<bool(int)>& painted) {
+        onPaint = [painted](AppWindow& target) {
+            const Rectangle client = ClientBounds(target);
+            std::vector<std::uint32_t> pixels;
+            for (int i = 0; i < client.Width() * client.Height(); ++i) {
+                pixels.push_back(painted(i % client.Width()) ? 0xC03020 : 0x010203);
+            }
+            PutPixels(target, pixels.data(), client.Width(), client.Height());
+        };
+        InvalidateWindow(window);
+        PaintNow(window);
+    }
+    /// The columns of the row in which a click belongs to the overlay; all others belong to the window beneath.
+    static std::vector<int> ClickableColumns(const Rectangle& bounds) {
+        std::vector<int> columns;
+        for (int x = bounds.left; x < bounds.right; ++x) {
+            const HWND hit = WindowFromPoint({x, bounds.bottom - 1});
+            EXPECT_TRUE(hit == NativeOverlay() || hit == Native()) << x;
+            if (hit == NativeOverlay()) {
+                columns.push_back(x - bounds.left);
+            }
+        }
+        return columns;
+    }
     static HWND NativeOverlay() { return FindWindowW(L"ZVWindowTestOverlay", nullptr); }
     static DWORD ExtendedStyle() { return static_cast<DWORD>(GetWindowLongPtrW(NativeOverlay(), GWL_EXSTYLE)); }
+
+    Owned<AppWindow> beneath_;
 };
 
 TEST_F(OverlayWindow, HasTheStylesOfAnOverlay) {
@@ -266,6 +308,42 @@ TEST_F(OverlayWindow, AcceptsColourKeysAndAnAlpha) {
     ASSERT_NE(GetLayeredWindowAttributes(NativeOverlay(), &color, &alpha, &flags), FALSE);
     EXPECT_EQ(alpha, 225);
     EXPECT_EQ(flags, DWORD{LWA_ALPHA});
+}
+
+// A pixel of the key colour may receive clicks, although it is transparent, as long as it belongs to the window.
+
+TEST_F(OverlayWindow, OnlyItsPaintedPixelsReceiveClicks) {
+    const Owned<AppWindow> window = ShowKeyed();
+    PaintColumns(*window, [](int x) { return x == 20 || x == 21 || x == 150; });
+    EXPECT_EQ(ClickableColumns(WindowBounds(*window)), (std::vector<int>{20, 21, 150}));
+    // Nothing of the next picture was painted before.
+    PaintColumns(*window, [](int x) { return x == 0 || x == 199; });
+    EXPECT_EQ(ClickableColumns(WindowBounds(*window)), (std::vector<int>{0, 199}));
+    // Of another size.
+    ShowTopmostAt(*beneath_, {100, 80, 400, 240});
+    ShowTopmostAt(*window, {100, 80, 400, 240});
+    PaintColumns(*window, [](int x) { return x == 0 || x == 299; });
+    EXPECT_EQ(ClickableColumns(WindowBounds(*window)), (std::vector<int>{0, 299}));
+}
+
+TEST_F(OverlayWindow, APictureOfTheKeyColourAloneIsFollowedByOthers) {
+    const Owned<AppWindow> window = ShowKeyed();
+    PaintColumns(*window, [](int) { return false; });
+    PaintColumns(*window, [](int x) { return x == 30; });
+    EXPECT_EQ(ClickableColumns(WindowBounds(*window)), (std::vector<int>{30}));
+    PaintColumns(*window, [](int) { return false; });
+    PaintColumns(*window, [](int x) { return x == 60; });
+    EXPECT_EQ(ClickableColumns(WindowBounds(*window)), (std::vector<int>{60}));
+}
+
+TEST_F(OverlayWindow, AnotherColourKeyIsAppliedByTheNextPaint) {
+    const Owned<AppWindow> window = ShowKeyed();
+    PaintColumns(*window, [](int x) { return x == 30; });
+    SetColorKey(*window, 0x030201);
+    EXPECT_EQ(ClickableColumns(WindowBounds(*window)), (std::vector<int>{30})) << "the same key";
+    SetColorKey(*window, 0x2030C0);
+    PaintNow(*window);
+    EXPECT_EQ(ClickableColumns(WindowBounds(*window)).size(), 199U);
 }
 
 TEST_F(OverlayWindow, IsShownOnTopWithoutActivation) {

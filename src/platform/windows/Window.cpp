@@ -2,9 +2,13 @@
 #include "platform/Window.h"
 
 #include <cstddef>
+#include <cstring>
+#include <memory>
 #include <new>
 #include <utility>
+#include <vector>
 
+#include "platform/software/PaintedParts.h"
 #include "platform/windows/SessionEnd.h"
 #include "platform/windows/WindowHandle.h"
 
@@ -111,6 +115,45 @@ DWORD ExtendedStyleOf(const WindowOptions& options) {
     return style;
 }
 
+struct DeleteRegion {
+    using pointer = HRGN;
+    void operator()(HRGN region) const { DeleteObject(region); }
+};
+using RegionHandle = std::unique_ptr<HRGN, DeleteRegion>;
+
+RegionHandle MakeRegion(const std::vector<Rectangle>& parts) {
+    RGNDATAHEADER header{};
+    header.dwSize = sizeof(header);
+    header.iType = RDH_RECTANGLES;
+    header.nCount = static_cast<DWORD>(parts.size());
+    header.nRgnSize = static_cast<DWORD>(parts.size() * sizeof(RECT));
+    std::vector<std::byte> data(sizeof(header) + header.nRgnSize);
+    std::memcpy(data.data(), &header, sizeof(header));
+    std::memcpy(data.data() + sizeof(header), parts.data(), header.nRgnSize);
+    return RegionHandle(
+        ExtCreateRegion(nullptr, static_cast<DWORD>(data.size()), reinterpret_cast<const RGNDATA*>(data.data())));
+}
+
+std::vector<Rectangle> PartsWithoutKey(const PixelView& picture, std::uint32_t key) {
+    return PaintedParts(picture, (key & 0xFFU) << 16U | (key & 0xFF00U) | (key >> 16U & 0xFFU));
+}
+
+/// Reduces the window to these parts.
+void SetRegion(AppWindow& window, std::vector<Rectangle> parts) {
+    RegionHandle region = MakeRegion(parts);
+    if (region && SetWindowRgn(window.handle, region.get(), TRUE) != 0) {
+        region.release();  // the system owns it now
+        window.region = std::move(parts);
+    }
+}
+
+void RemoveRegion(AppWindow& window) {
+    if (!window.region.empty()) {
+        SetWindowRgn(window.handle, nullptr, TRUE);
+        window.region.clear();
+    }
+}
+
 }  // namespace
 
 template <>
@@ -123,10 +166,11 @@ void Closer<AppWindow>::operator()(AppWindow* window) const noexcept {
 
 Owned<AppWindow> MakeWindow(const WindowOptions& options) {
     RegisterWindowClass(options);
-    Owned<AppWindow> window(new (std::nothrow) AppWindow{nullptr, options.procedure});
+    Owned<AppWindow> window(new (std::nothrow) AppWindow);
     if (!window) {
         return nullptr;
     }
+    window->procedure = options.procedure;
     const bool placed = options.frame != WindowFrame::Full;
     const HWND handle = CreateWindowExW(
         ExtendedStyleOf(options), Native(options.className), Native(options.title), StyleOf(options),
@@ -137,6 +181,10 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options) {
 
 void SetColorKey(AppWindow& window, std::uint32_t color) {
     SetLayeredWindowAttributes(window.handle, color, 255, LWA_COLORKEY);
+    if (std::exchange(window.colorKey, color) != color) {
+        RemoveRegion(window);
+        InvalidateWindow(window);
+    }
 }
 
 void SetConstantAlpha(AppWindow& window, std::uint8_t alpha) {
@@ -165,7 +213,10 @@ void ShowInFront(AppWindow& window) {
     SetFocus(window.handle);
 }
 
-void HideWindow(AppWindow& window) { ShowWindow(window.handle, SW_HIDE); }
+void HideWindow(AppWindow& window) {
+    ShowWindow(window.handle, SW_HIDE);
+    RemoveRegion(window);  // the window may be shown next with another size
+}
 
 bool IsWindowShown(AppWindow& window) { return IsWindowVisible(window.handle) != FALSE; }
 
@@ -210,7 +261,20 @@ void InvalidateWindow(AppWindow& window) {
 void PaintNow(AppWindow& window) { UpdateWindow(window.handle); }
 
 void PutPixels(AppWindow& window, const std::uint32_t* pixels, int width, int height) {
+    if (!window.colorKey) {
+        PutPixelRows(window, pixels, width, height, 0);
+        return;
+    }
+    std::vector<Rectangle> parts = PartsWithoutKey({pixels, width, height}, *window.colorKey);
+    const bool changed = parts != window.region;
+    if (changed) {
+        RemoveRegion(window);  // the pixels that leave the region receive the key colour, too
+    }
     PutPixelRows(window, pixels, width, height, 0);
+    // A window with an empty region would receive no more paint messages.
+    if (changed && !parts.empty()) {
+        SetRegion(window, std::move(parts));
+    }
 }
 
 void PutPixelRows(AppWindow& window, const std::uint32_t* pixels, int width, int rows, int top) {

@@ -42,7 +42,7 @@ struct AppWindow {
     unsigned configureSequence = 0;                 ///< sequence number of the last request for `bounds`
     Rectangle suggestedBounds;                      ///< the last message::dpiChanged points to it
     std::optional<std::uint32_t> transparentPixel;  ///< 0x00RRGGBB: the colour key
-    std::vector<xcb_rectangle_t> shape;             ///< the server's current bounding shape, with a colour key
+    std::vector<Rectangle> shape;                   ///< the server's current bounding shape, with a colour key
     xcb_gcontext_t context = XCB_NONE;
     x11::PixelUpload upload;
     std::int64_t raisesSinceNs = 0;  ///< beginning of the second that `raises` counts in

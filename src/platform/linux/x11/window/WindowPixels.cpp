@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/linux/x11/window/Session.h"
+#include "platform/software/PaintedParts.h"
 
 namespace zv {
 namespace x11 {
@@ -25,67 +26,27 @@ struct Picture {
     }
 };
 
-/// Appends the runs of a row that do not have the key colour, as rectangles of one pixel's height.
-void AddRuns(std::span<const std::uint32_t> row, std::uint32_t key, int y, std::vector<xcb_rectangle_t>& runs) {
-    constexpr std::uint32_t colorBits = 0xFFFFFF;
-    const auto isKey = [key](std::uint32_t pixel) { return (pixel & colorBits) == key; };
-    auto at = row.begin();
-    while (true) {
-        const auto first = std::find_if_not(at, row.end(), isKey);
-        if (first == row.end()) {
-            return;
-        }
-        at = std::find_if(first, row.end(), isKey);
-        runs.push_back({static_cast<std::int16_t>(first - row.begin()), static_cast<std::int16_t>(y),
-                        static_cast<std::uint16_t>(at - first), 1});
-    }
-}
-
-bool SameRuns(std::span<const xcb_rectangle_t> a, std::span<const xcb_rectangle_t> b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](const xcb_rectangle_t& one, const xcb_rectangle_t& two) {
-                          return one.x == two.x && one.width == two.width;
-                      });
-}
-
-/// The pixels that do not have the key colour, as bands of equal rows from the top.
-std::vector<xcb_rectangle_t> PaintedParts(const Picture& picture, std::uint32_t key) {
-    std::vector<xcb_rectangle_t> parts;
-    std::size_t bandStart = 0;
-    for (int y = 0; y < picture.height; ++y) {
-        const std::size_t rowStart = parts.size();
-        AddRuns(picture.Row(y), key, y, parts);
-        const std::span<xcb_rectangle_t> all(parts);
-        const auto band = all.subspan(bandStart, rowStart - bandStart);
-        if (!band.empty() && band[0].y + band[0].height == y && SameRuns(band, all.subspan(rowStart))) {
-            for (xcb_rectangle_t& run : band) {
-                ++run.height;
-            }
-            parts.resize(rowStart);
-        } else {
-            bandStart = rowStart;
-        }
-    }
-    return parts;
-}
-
-bool SameParts(const std::vector<xcb_rectangle_t>& a, const std::vector<xcb_rectangle_t>& b) {
-    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(a[0])) == 0);
-}
-
 void SetShape(Session& session, const AppWindow& window, xcb_shape_kind_t kind,
               const std::vector<xcb_rectangle_t>& parts) {
     xcb_shape_rectangles(session.connection.get(), XCB_SHAPE_SO_SET, kind, XCB_CLIP_ORDERING_YX_BANDED, window.id, 0, 0,
                          static_cast<std::uint32_t>(parts.size()), parts.data());
 }
 
+xcb_rectangle_t ServerRectangle(const Rectangle& part) {
+    return {static_cast<std::int16_t>(part.left), static_cast<std::int16_t>(part.top),
+            static_cast<std::uint16_t>(part.Width()), static_cast<std::uint16_t>(part.Height())};
+}
+
 void UpdateShape(Session& session, AppWindow& window, const Picture& picture) {
-    std::vector<xcb_rectangle_t> parts = PaintedParts(picture, *window.transparentPixel);
-    if (SameParts(parts, window.shape)) {
+    std::vector<Rectangle> parts =
+        PaintedParts({picture.pixels, picture.width, picture.height}, *window.transparentPixel);
+    if (parts == window.shape) {
         return;
     }
-    SetShape(session, window, XCB_SHAPE_SK_BOUNDING, parts);
-    SetShape(session, window, XCB_SHAPE_SK_INPUT, parts);
+    std::vector<xcb_rectangle_t> rectangles(parts.size());
+    std::transform(parts.begin(), parts.end(), rectangles.begin(), ServerRectangle);
+    SetShape(session, window, XCB_SHAPE_SK_BOUNDING, rectangles);
+    SetShape(session, window, XCB_SHAPE_SK_INPUT, rectangles);
     window.shape = std::move(parts);
 }
 
