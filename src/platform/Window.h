@@ -92,10 +92,10 @@ struct WindowOptions {
     int left = 0;  ///< for frames other than Full
     int top = 0;
     bool topmost = false;
-    bool toolWindow = false;  ///< not in the taskbar
-    bool noActivate = false;  ///< never receives the focus
-    bool layered = false;     ///< hidden until SetColorKey or SetConstantAlpha has been called
-    bool clickThrough = false;
+    bool toolWindow = false;    ///< not in the taskbar
+    bool noActivate = false;    ///< never receives the focus
+    bool layered = false;       ///< hidden until SetColorKey or SetConstantAlpha has been called
+    bool clickThrough = false;  ///< on Windows only together with `layered` for windows of other programs
     AppWindow* owner = nullptr;
     bool arrowCursor = true;  ///< false: the class has no cursor
     const AppIcon* bigIcon = nullptr;

@@ -25,7 +25,7 @@ constexpr ExpectedWindow expectedWindows[] = {
     {mainClass, L"Zorvel", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, {1220, 800}},
     {overlayClass, L"Zorvel Quick Overlay", WS_POPUP, overTheGame | WS_EX_LAYERED, {1010, 568}},
     {badgeClass, L"ZV capture indicator", WS_POPUP, overTheGame | WS_EX_TRANSPARENT | WS_EX_LAYERED, {90, 32}},
-    {toastClass, L"Zorvel notification", WS_POPUP, overTheGame | WS_EX_TRANSPARENT, {330, 76}},
+    {toastClass, L"Zorvel notification", WS_POPUP, overTheGame | WS_EX_TRANSPARENT | WS_EX_LAYERED, {330, 76}},
 };
 
 void ExpectWindow(const ExpectedWindow& expected) {
@@ -73,6 +73,9 @@ TEST_F(ProgramInterface, ItsWindowsHaveTheirNamesStylesAndBounds) {
     const Layering badge = LayeringOf(badgeClass);
     EXPECT_EQ(badge.flags, DWORD{LWA_ALPHA});
     EXPECT_EQ(badge.alpha, 225);
+    const Layering toast = LayeringOf(toastClass);
+    EXPECT_EQ(toast.flags, DWORD{LWA_ALPHA});
+    EXPECT_EQ(toast.alpha, 255);
     // The taskbar identity was set before the first window was created.
     const std::vector<std::string> notes = ReportLines(Report(), "note: ");
     EXPECT_NE(std::find(notes.begin(), notes.end(), "dxgi: taskbar identity Zorvel.Capture.3.23"), notes.end());
@@ -127,6 +130,26 @@ TEST_F(ProgramInterface, TheOverlayLiesOverAGameThatKeepsTheKeyboard) {
     EXPECT_TRUE(Eventually([] { return GetForegroundWindow() == Find(mainClass); }));
     EXPECT_TRUE(IsShown(mainClass));
     EXPECT_FALSE(IsShown(overlayClass));
+    EXPECT_TRUE(EndProgram());
+}
+
+TEST_F(ProgramInterface, ClicksOnANotificationReachTheGame) {
+    Setting("instantReplay=0");
+    ASSERT_TRUE(Start());
+    const Game game;
+    bool clicked = false;
+    for (int attempt = 0; attempt < 10 && !clicked; ++attempt) {
+        ASSERT_TRUE(PressUntil({VK_MENU, VK_F10}, [] { return IsShown(toastClass); }));
+        const Rectangle toast = BoundsOf(Find(toastClass));
+        const auto painted = [&] { return PixelAt({toast.left + 200, toast.top + 4}) == RGB(35, 34, 39); };
+        const auto reachesTheGame = [&, before = game.Clicks()] { return game.Clicks() > before; };
+        clicked = Eventually(painted, betweenTriesMs);
+        Click({toast.left + 200, toast.top + 40});
+        // Counts only if the notification was there all the time.
+        clicked = Eventually(reachesTheGame, betweenTriesMs) && clicked && IsShown(toastClass);
+    }
+    EXPECT_TRUE(clicked);
+    EXPECT_EQ(GetForegroundWindow(), game.Window());
     EXPECT_TRUE(EndProgram());
 }
 

@@ -16,6 +16,7 @@ namespace zv {
 namespace {
 
 constexpr std::uint8_t badgeAlpha = 225;
+constexpr std::uint8_t opaque = 255;
 
 ProgramWindows& Windows() { return Ui().programWindows; }
 
@@ -77,6 +78,7 @@ WindowOptions ToastOptions() {
     WindowOptions options = TopmostOptions(u"ZVCaptureNotification315", u"Zorvel notification", ToastProc);
     options.width = 330;
     options.height = 76;
+    options.layered = true;
     options.clickThrough = true;
     options.arrowCursor = false;
     return options;
@@ -93,6 +95,7 @@ void MakeBadge() {
 void MakeToast() {
     Windows().toast = MakeWindow(ToastOptions());
     if (Windows().toast) {
+        SetConstantAlpha(*Windows().toast, opaque);
         ExcludeFromCapture(*Windows().toast);
     }
 }

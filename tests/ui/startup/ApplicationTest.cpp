@@ -88,8 +88,9 @@ TEST_F(Application, StartsAndEndsInItsOrder) {
         "MakeWindow ZVReelsMainV3", "StartTimer 42", "RegisterGlobalKey 1", "RegisterGlobalKey 2",
         "RegisterGlobalKey 3", "RegisterGlobalKey 4", "MakeWindow ZVReelsOverlayV3", "MakeWindow ZVGameStatusBadge",
         "SetConstantAlpha ZVGameStatusBadge", "ExcludeFromCapture ZVGameStatusBadge",
-        "MakeWindow ZVCaptureNotification315", "ExcludeFromCapture ZVCaptureNotification315",
-        "SetColorKey ZVReelsOverlayV3", "ExcludeFromCapture ZVReelsOverlayV3", "SetWindowIcons ZVReelsMainV3",
+        "MakeWindow ZVCaptureNotification315", "SetConstantAlpha ZVCaptureNotification315",
+        "ExcludeFromCapture ZVCaptureNotification315", "SetColorKey ZVReelsOverlayV3",
+        "ExcludeFromCapture ZVReelsOverlayV3", "SetWindowIcons ZVReelsMainV3",
         // The first job, the notification area, the loop.
         "StartTimer 43", "AddTrayIcon", "SetDarkFrame ZVReelsMainV3", "SetDarkFrame ZVReelsOverlayV3", "RunMessageLoop",
         "LookUpFrontWindow", "StopTimer 43",
@@ -235,7 +236,7 @@ TEST_F(Application, TheOtherWindowsAreCreatedTopmostAndHidden) {
     const SmallWindow rows[] = {
         {u"ZVReelsOverlayV3", u"Zorvel Quick Overlay", {100, 100, 1110, 668}, true, false, true},
         {u"ZVGameStatusBadge", u"ZV capture indicator", {0, 0, 90, 32}, true, true, false},
-        {u"ZVCaptureNotification315", u"Zorvel notification", {0, 0, 330, 76}, false, true, false},
+        {u"ZVCaptureNotification315", u"Zorvel notification", {0, 0, 330, 76}, true, true, false},
     };
     std::vector<bool> shown;
     inLoop = [&] {
@@ -276,11 +277,12 @@ TEST_F(Application, TheWindowsHaveTheirAttributes) {
         const fake::WindowRecord& toast = fake::RecordOf(*Ui().toastWindow);
         EXPECT_EQ(overlay.colorKey, 0x030201U);
         EXPECT_EQ(badge.alpha, 225);
+        EXPECT_EQ(toast.alpha, 255);
         EXPECT_TRUE(overlay.excluded && badge.excluded && toast.excluded);
         EXPECT_FALSE(main.excluded);
         EXPECT_TRUE(main.darkFrame && overlay.darkFrame);
         EXPECT_FALSE(badge.darkFrame || toast.darkFrame);
-        EXPECT_FALSE(main.colorKey || main.alpha || toast.colorKey || toast.alpha || overlay.alpha || badge.colorKey);
+        EXPECT_FALSE(main.colorKey || main.alpha || toast.colorKey || overlay.alpha || badge.colorKey);
         EXPECT_NE(Ui().mainState.pages, nullptr);
         EXPECT_NE(Ui().overlayState.pages, nullptr);
     };
