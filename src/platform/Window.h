@@ -56,6 +56,13 @@ inline constexpr std::uint32_t dpiChanged = 0x02E0;  ///< low word of wParam: DP
 inline constexpr std::uint32_t hotKey = 0x0312;      ///< wParam: hot key id
 }  // namespace message
 
+/// Bits of wParam of mouse messages: what is held.
+namespace mouseState {
+inline constexpr std::uintptr_t leftButton = 0x0001;
+inline constexpr std::uintptr_t shift = 0x0004;
+inline constexpr std::uintptr_t control = 0x0008;
+}  // namespace mouseState
+
 namespace hitCode {
 inline constexpr std::intptr_t transparent = -1;
 inline constexpr std::intptr_t client = 1;
@@ -157,7 +164,8 @@ void PutPixelRows(AppWindow& window, const std::uint32_t* pixels, int width, int
 /// Requests one message::mouseLeave when the pointer leaves the window.
 void TrackMouseLeave(AppWindow& window);
 /// Sends all mouse messages to the window, wherever the pointer is, until ReleaseMouse or the system ends the capture.
-/// Then the window receives message::captureChanged.
+/// Then the window receives message::captureChanged. On Windows a window that is not in front receives no message of a
+/// pointer outside it in spite of the capture, not even the button's release.
 void CaptureMouse(AppWindow& window);
 bool HasMouseCapture(AppWindow& window);
 void ReleaseMouse(AppWindow& window);

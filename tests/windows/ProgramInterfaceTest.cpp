@@ -133,6 +133,29 @@ TEST_F(ProgramInterface, TheOverlayLiesOverAGameThatKeepsTheKeyboard) {
     EXPECT_TRUE(EndProgram());
 }
 
+TEST_F(ProgramInterface, APressOnATileThatIsReleasedOverTheGameEnds) {
+    Setting("instantReplay=0");
+    ASSERT_TRUE(Start());
+    const Game game;
+    OpenOverlay();
+    const COLORREF pressed = RGB(38, 25, 58);
+    const COLORREF panel = RGB(24, 19, 34);
+    const POINT tile = OnOverlay(330, 150);
+    const POINT outside = OnOverlay(500, 450);
+    SendAll({ButtonInput(tile, MOUSEEVENTF_LEFTDOWN)});
+    ASSERT_TRUE(Eventually([&] { return PixelAt(tile) == pressed; }));
+    SendAll({ButtonInput(outside, MOUSEEVENTF_LEFTUP)});
+    SendAll({ButtonInput(tile, 0)});
+    EXPECT_TRUE(Eventually([&] { return PixelAt(tile) == black; }));
+    // A press in the game that ends on the tile does not run its action: the next click on it opens the panel.
+    SendAll({ButtonInput(outside, MOUSEEVENTF_LEFTDOWN)});
+    EXPECT_TRUE(Eventually([&] { return game.Clicks() == 1; }));
+    SendAll({ButtonInput(tile, 0), ButtonInput(tile, MOUSEEVENTF_LEFTUP)});
+    Click(tile);
+    EXPECT_TRUE(Eventually([&] { return PixelAt(OnOverlay(600, 260)) == panel; }));
+    EXPECT_TRUE(EndProgram());
+}
+
 TEST_F(ProgramInterface, ClicksOnANotificationReachTheGame) {
     Setting("instantReplay=0");
     ASSERT_TRUE(Start());

@@ -27,6 +27,8 @@ static_assert(message::keyDown == WM_KEYDOWN && message::keyUp == WM_KEYUP && me
               message::rightButtonUp == WM_RBUTTONUP && message::mouseWheel == WM_MOUSEWHEEL &&
               message::captureChanged == WM_CAPTURECHANGED && message::mouseLeave == WM_MOUSELEAVE &&
               message::dpiChanged == WM_DPICHANGED && message::hotKey == WM_HOTKEY);
+static_assert(mouseState::leftButton == MK_LBUTTON && mouseState::shift == MK_SHIFT &&
+              mouseState::control == MK_CONTROL);
 static_assert(hitCode::transparent == HTTRANSPARENT && hitCode::client == HTCLIENT && activateNo == MA_NOACTIVATE);
 // The program reads the records that messages point to as its own types.
 static_assert(sizeof(Rectangle) == sizeof(RECT) && sizeof(MinMaxInfo) == sizeof(MINMAXINFO) &&

@@ -87,6 +87,13 @@ std::int32_t HitTest(const UiState& state, Point point) {
     return noTarget;
 }
 
+void EndLostPress(AppWindow& window, UiState& state, std::uint32_t code, std::uintptr_t wParam) {
+    const bool held = (wParam & mouseState::leftButton) != 0;
+    if (code == message::mouseMove && !held && state.pressedId != noTarget) {
+        OnCancel(window, state, true);
+    }
+}
+
 bool HandleMouseMessage(AppWindow& window, UiState& state, std::uint32_t code, std::intptr_t lParam) {
     switch (code) {
         case message::mouseMove:

@@ -14,6 +14,10 @@ namespace zv {
 /// Returns the id of the first target that contains the point, in design pixels, or noTarget.
 std::int32_t HitTest(const UiState& state, Point point);
 
+/// Ends a press whose release the window did not receive, at the next move without the button. Called with each
+/// message, before HandleMouseMessage.
+void EndLostPress(AppWindow& window, UiState& state, std::uint32_t code, std::uintptr_t wParam);
+
 /// Returns true if the message was a mouse message and is handled.
 bool HandleMouseMessage(AppWindow& window, UiState& state, std::uint32_t code, std::intptr_t lParam);
 

@@ -163,6 +163,7 @@ std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
         ShowTrayIcon(window);
         return 0;
     }
+    EndLostPress(window, Ui().mainState, code, wParam);
     if (HandleMouseMessage(window, Ui().mainState, code, lParam)) {
         return code == message::setCursor ? 1 : 0;
     }

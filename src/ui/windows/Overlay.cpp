@@ -81,6 +81,7 @@ std::intptr_t OverlayProc(AppWindow& window, std::uint32_t code, std::uintptr_t 
     if (code == message::mouseMove) {
         NoteOverlayActivity();
     }
+    EndLostPress(window, Ui().overlayState, code, wParam);
     if (HandleMouseMessage(window, Ui().overlayState, code, lParam)) {
         return code == message::setCursor ? 1 : 0;
     }

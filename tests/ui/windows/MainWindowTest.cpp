@@ -439,6 +439,19 @@ TEST_F(MainWindow, ADpiChangeAppliesTheSuggestedBounds) {
     EXPECT_EQ(CountOf("ShowTopmostAt"), 0);
 }
 
+TEST_F(MainWindow, APressWhoseReleaseWasLostEndsAtTheNextMove) {
+    int done = 0;
+    Ui().mainState.targets = {{{10, 10, 20, 20}, [&] { ++done; }, 5}};
+    Send(message::leftButtonDown, mouseState::leftButton, At(15, 15));
+    Send(message::mouseMove, mouseState::leftButton, At(16, 15));
+    EXPECT_EQ(Ui().mainState.pressedId, 5);
+    Send(message::mouseMove, 0, At(15, 15));
+    EXPECT_EQ(Ui().mainState.pressedId, noTarget);
+    EXPECT_FALSE(Record().hasMouse);
+    Send(message::leftButtonUp, 0, At(15, 15));
+    EXPECT_EQ(done, 0);
+}
+
 TEST_F(MainWindow, MouseMessagesAreConsumedAndSetCursorReturnsOne) {
     int done = 0;
     Ui().mainState.targets = {{{10, 10, 20, 20}, [&] { ++done; }, 5}};

@@ -182,7 +182,8 @@ TEST_F(OverlayWindow, APressThatIsDraggedOffDoesNothing) {
     ToggleQuickOverlay();
     SendToOverlay(message::leftButtonDown, 0, At(995, 20));  // the first click ever: its targets are painted for it
     EXPECT_EQ(State().pressedId, 901);
-    SendToOverlay(message::mouseMove, 0, At(230, 110));
+    SendToOverlay(message::mouseMove, mouseState::leftButton, At(230, 110));
+    EXPECT_EQ(State().pressedId, 901);
     SendToOverlay(message::leftButtonUp, 0, At(230, 110));
     EXPECT_TRUE(IsOverlayShown());
     EXPECT_EQ(Ui().statusText, u"Ready") << "and the button under the release was not clicked either";
@@ -192,6 +193,23 @@ TEST_F(OverlayWindow, APressThatIsDraggedOffDoesNothing) {
     SendToOverlay(message::leftButtonDown, 0, At(995, 20));
     SendToOverlay(message::leftButtonUp, 0, At(990, 30));
     EXPECT_FALSE(IsOverlayShown());
+}
+
+TEST_F(OverlayWindow, APressThatIsReleasedOverTheGameEndsAtTheNextMove) {
+    fake::TheMonitors().workAreas = {{{0, 0, 1010, 568}, {0, 0, 1010, 568}}};
+    ToggleQuickOverlay();
+    SendToOverlay(message::leftButtonDown, mouseState::leftButton, At(995, 20));
+    EXPECT_TRUE(Record().hasMouse);
+    Record().invalidations = 0;
+    // The game receives the release.
+    SendToOverlay(message::mouseMove, mouseState::shift | mouseState::control, At(995, 20));
+    EXPECT_EQ(State().pressedId, noTarget);
+    EXPECT_FALSE(Record().hasMouse);
+    EXPECT_GE(Record().invalidations, 1);
+    // A press in the game that is dragged here and released does nothing.
+    SendToOverlay(message::mouseMove, mouseState::leftButton, At(995, 20));
+    SendToOverlay(message::leftButtonUp, 0, At(995, 20));
+    EXPECT_TRUE(IsOverlayShown());
 }
 
 TEST_F(OverlayWindow, ASizeChangeRepaintsIt) {

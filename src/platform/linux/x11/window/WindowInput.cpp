@@ -12,9 +12,6 @@ namespace x11 {
 namespace {
 
 constexpr int wheelNotch = 120;
-constexpr std::uintptr_t leftHeld = 0x0001;
-constexpr std::uintptr_t shiftHeld = 0x0004;
-constexpr std::uintptr_t controlHeld = 0x0008;
 constexpr std::uint32_t altKey = 18;
 constexpr std::uint32_t f10Key = 121;
 
@@ -25,9 +22,9 @@ void Queue(Session& session, AppWindow& window, std::uint32_t code, std::uintptr
 
 std::uintptr_t MouseState(std::uint16_t state) {
     std::uintptr_t held = 0;
-    held |= (state & XCB_BUTTON_MASK_1) != 0 ? leftHeld : 0U;
-    held |= (state & XCB_MOD_MASK_SHIFT) != 0 ? shiftHeld : 0U;
-    held |= (state & XCB_MOD_MASK_CONTROL) != 0 ? controlHeld : 0U;
+    held |= (state & XCB_BUTTON_MASK_1) != 0 ? mouseState::leftButton : 0U;
+    held |= (state & XCB_MOD_MASK_SHIFT) != 0 ? mouseState::shift : 0U;
+    held |= (state & XCB_MOD_MASK_CONTROL) != 0 ? mouseState::control : 0U;
     return held;
 }
 

@@ -412,6 +412,7 @@ TEST_F(LinuxWindowSurface, MouseMessagesHaveClientCoordinates) {
     ASSERT_NE(Last(message::setCursor), nullptr);
     EXPECT_EQ(LowWord(Last(message::setCursor)->lParam), hitCode::client);
     EXPECT_LT(Last(message::setCursor), Last(message::mouseMove)) << "the cursor is asked for first";
+    EXPECT_EQ(Last(message::mouseMove)->wParam, 0U);
     other_->PressButton(1);
     ASSERT_TRUE(RunUntilReceived(*window, message::leftButtonDown));
     EXPECT_EQ(LowWord(Last(message::leftButtonDown)->lParam), 30);
@@ -419,6 +420,8 @@ TEST_F(LinuxWindowSurface, MouseMessagesHaveClientCoordinates) {
     CaptureMouse(*window);
     EXPECT_TRUE(HasMouseCapture(*window));
     other_->MovePointer(90, 60);
+    ASSERT_TRUE(RunUntil(*window, [] { return LowWord(Last(message::mouseMove)->lParam) == -10; }));
+    EXPECT_EQ(Last(message::mouseMove)->wParam, mouseState::leftButton);
     other_->ReleaseButton(1);
     ASSERT_TRUE(RunUntilReceived(*window, message::leftButtonUp));
     EXPECT_EQ(LowWord(Last(message::leftButtonUp)->lParam), -10);
