@@ -2,13 +2,9 @@
 
 #include <algorithm>
 
-#include "capture/CaptureFiles.h"
+#include "capture/CacheFolder.h"
 #include "capture/FfmpegRuntime.h"
 #include "core/CreateFolder.h"
-#include "platform/Clock.h"
-#include "platform/Environment.h"
-#include "platform/Files.h"
-#include "platform/Folders.h"
 
 namespace zv {
 namespace {
@@ -18,12 +14,6 @@ bool IsOfferedSize(std::int32_t width, std::int32_t height) {
 }
 
 bool IsOfferedRate(std::int32_t fps) { return fps == 30 || fps == 60 || fps == 120 || fps == 240; }
-
-/// A folder for this process alone. It is not removed at the end, so that the logs survive a failure.
-Text CacheFolderName() {
-    const Text folder = JoinPath(TemporaryFolder(), u"ZVReelsMax");
-    return JoinPath(folder, DecimalUnsigned(OwnProcessId()) + u"-" + DecimalUnsigned(TickMs()));
-}
 
 }  // namespace
 
@@ -49,7 +39,7 @@ bool CaptureEngine::Configure(const CaptureConfig& requested) {
     config.bitrateMbps = std::clamp(config.bitrateMbps, 5, 200);
     ffmpegPath = FindFfmpeg();
     if (cacheDir.empty()) {
-        cacheDir = CacheFolderName();
+        cacheDir = NewCacheFolder();
         if (!CreateFolder(cacheDir)) {
             statusText = u"Cannot create capture cache.";
             state = EngineState::Failed;

@@ -16,6 +16,9 @@ void SetEnvironmentValue(TextView name, TextView value);
 
 std::uint32_t OwnProcessId();
 
+/// Returns false only if no process has this id.
+bool IsProcessRunning(std::uint32_t processId);
+
 /// The folder of the running executable, without a separator at its end.
 Text ExecutableFolder();
 

@@ -20,6 +20,8 @@ void SetEnvironmentValue(TextView name, TextView value) {
 
 std::uint32_t OwnProcessId() { return fake::TheEnvironment().processId; }
 
+bool IsProcessRunning(std::uint32_t processId) { return fake::TheEnvironment().runningProcesses.contains(processId); }
+
 Text ExecutableFolder() { return fake::TheEnvironment().executableFolder; }
 
 Text FindOnSearchPath(TextView fileName) { return ValueOf(fake::TheEnvironment().programs, fileName); }

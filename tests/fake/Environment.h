@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 
 #include "platform/Environment.h"
 
@@ -11,6 +12,7 @@ struct EnvironmentControls {
     std::map<Text, Text> variables;
     std::map<Text, Text> programs;  ///< the programs on the search path: file name to full path
     std::uint32_t processId = 4711;
+    std::set<std::uint32_t> runningProcesses;  ///< of the others
     Text executableFolder = u".";
 };
 

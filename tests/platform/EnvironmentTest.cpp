@@ -44,6 +44,11 @@ TEST(Environment, OwnProcessIdIsConstant) {
     EXPECT_EQ(OwnProcessId(), OwnProcessId());
 }
 
+TEST(Environment, AnIdOfNoProcessIsNotRunning) {
+    EXPECT_TRUE(IsProcessRunning(OwnProcessId()));
+    EXPECT_FALSE(IsProcessRunning(0x7FFFFFF0));  // above the largest id of Linux
+}
+
 TEST(Environment, TheFileNameOfTheEncoderIsFfmpeg) { EXPECT_TRUE(Text(ffmpegFileName).starts_with(u"ffmpeg")); }
 
 TEST(Environment, FindsOnlyProgramsOnTheSearchPath) {

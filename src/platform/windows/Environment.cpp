@@ -28,6 +28,12 @@ void SetEnvironmentValue(TextView name, TextView value) {
 
 std::uint32_t OwnProcessId() { return GetCurrentProcessId(); }
 
+/// An id without a process is an invalid parameter. A handle of our own can keep the id of an ended process.
+bool IsProcessRunning(std::uint32_t processId) {
+    const Handle process(OpenProcess(SYNCHRONIZE, FALSE, processId));
+    return process ? WaitForSingleObject(process.Get(), 0) == WAIT_TIMEOUT : GetLastError() != ERROR_INVALID_PARAMETER;
+}
+
 Text ExecutableFolder() {
     std::wstring path(longestText, L'\0');
     path.resize(GetModuleFileNameW(nullptr, path.data(), longestText));

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "capture/CacheFolder.h"
 #include "core/AppCore.h"
 #include "core/Settings.h"
 #include "core/SettingsValidation.h"
@@ -115,6 +116,7 @@ bool CollectScreenshot() {
 
 void StartReplayJob() {
     CaptureJob([replay = ReplayOptions{}] {
+        RemoveLeftovers(Engine().cacheDir);  // first, because the new ring needs the disk
         Engine().StartReplay(replay.enable, replay.seconds);
         return Engine().statusText;
     });

@@ -2,8 +2,10 @@
 #include "platform/Environment.h"
 
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -12,6 +14,7 @@
 
 #include "core/Utf8.h"
 #include "platform/linux/posix/EnvironmentLock.h"
+#include "platform/linux/posix/Posix.h"
 
 namespace zv {
 namespace {
@@ -61,6 +64,12 @@ void SetEnvironmentValue(TextView name, TextView value) {
 }
 
 std::uint32_t OwnProcessId() { return static_cast<std::uint32_t>(getpid()); }
+
+/// Unlike kill, pidfd_open does not find the ids of threads. It fails for other reasons if descriptors are exhausted.
+bool IsProcessRunning(std::uint32_t processId) {
+    const Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, processId, 0U)));
+    return process.Held() || (errno != ESRCH && errno != EINVAL && errno != ENOENT);
+}
 
 Text ExecutableFolder() {
     std::error_code code;

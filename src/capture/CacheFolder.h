@@ -1,0 +1,16 @@
+// The folder of one process for the files of its captures: FFmpeg's logs, the ring of the replay, the copies of a save.
+// It is not removed at the end, so that the logs survive a failure.
+#pragma once
+
+#include "core/Text.h"
+
+namespace zv {
+
+/// The path of a new folder for this process; the caller creates it.
+Text NewCacheFolder();
+
+/// Removes what killed processes have left beside `cacheFolder`: rings and copies of saves. Keeps their logs, and the
+/// files of processes that run. May take seconds.
+void RemoveLeftovers(const Text& cacheFolder);
+
+}  // namespace zv
