@@ -61,8 +61,12 @@ protected:
         return texts;
     }
 
-    bool Start(Child& child, const Text& arguments = u"") {
-        const Text program = FromPath(ToPath(ExecutableFolder()).parent_path().parent_path() / "zorvel.exe");
+    static std::filesystem::path ProgramPath() {
+        return ToPath(ExecutableFolder()).parent_path().parent_path() / "zorvel.exe";
+    }
+
+    bool Start(Child& child, const Text& arguments = u"", const std::filesystem::path& path = ProgramPath()) {
+        const Text program = FromPath(path);
         return SpawnChild({program, u"\"" + program + u"\"" + arguments, FromPath(folder_.Path() / "log")}, child);
     }
 
@@ -93,6 +97,18 @@ TEST_F(Program, SaysInItsHistoryWhyNothingIsCaptured) {
     EXPECT_TRUE(std::filesystem::exists(Data() / "running.lock"));
     EXPECT_THAT(ContentOf(Data() / "settings.ini"), HasSubstr("monitorDevice=\\\\.\\DISPLAY1"));
     EXPECT_TRUE(windows::ProcessesNamed(L"ffmpeg.exe").empty());
+}
+
+TEST_F(Program, LoadsNoGraphicsLibraryFromItsOwnFolder) {
+    const std::filesystem::path copy = folder_.Path() / "zorvel.exe";
+    std::filesystem::copy_file(ProgramPath(), copy);
+    for (const char* name : {"d3d11.dll", "dwmapi.dll", "dxgi.dll"}) {
+        std::ofstream(folder_.Path() / name) << "not a library";
+    }
+    ASSERT_TRUE(Start(first_, u"", copy));
+    EXPECT_TRUE(Eventually([] { return Activity().size() == 1; }));
+    EXPECT_THAT(Activity(),
+                ElementsAre("GPU desktop capture is unavailable. Use a local, unlocked desktop (0x80004001)"));
 }
 
 TEST_F(Program, ReportsAMissingFfmpeg) {

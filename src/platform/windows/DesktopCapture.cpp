@@ -154,7 +154,7 @@ HRESULT MakeOutputView(VideoScaler& scaler, Surface& target, Com<ID3D11VideoProc
 
 Result OpenGraphicsFactory(Owned<GraphicsFactory>& factory) {
     GraphicsFactory made;
-    const HRESULT result = CreateDXGIFactory1(__uuidof(IDXGIFactory1), made.factory.OutVoid());
+    const HRESULT result = MakeFactory(__uuidof(IDXGIFactory1), made.factory.OutVoid());
     return Publish(result, std::move(made), factory);
 }
 
@@ -177,11 +177,14 @@ OutputLookup LookUpOutput(GraphicsFactory& factory, std::uint32_t adapterIndex, 
 }
 
 Result MakeGraphicsDevice(GraphicsOutput& output, Owned<GraphicsDevice>& device) {
+    static const auto make = SystemFunction<decltype(D3D11CreateDevice)>(L"d3d11.dll", "D3D11CreateDevice");
+    if (make == nullptr) {
+        return missingLibrary;
+    }
     GraphicsDevice made;
-    const HRESULT result =
-        D3D11CreateDevice(output.adapter.Get(), D3D_DRIVER_TYPE_UNKNOWN, nullptr,
-                          D3D11_CREATE_DEVICE_BGRA_SUPPORT | D3D11_CREATE_DEVICE_VIDEO_SUPPORT, nullptr, 0,
-                          D3D11_SDK_VERSION, made.device.Out(), nullptr, made.context.Out());
+    const HRESULT result = make(output.adapter.Get(), D3D_DRIVER_TYPE_UNKNOWN, nullptr,
+                                D3D11_CREATE_DEVICE_BGRA_SUPPORT | D3D11_CREATE_DEVICE_VIDEO_SUPPORT, nullptr, 0,
+                                D3D11_SDK_VERSION, made.device.Out(), nullptr, made.context.Out());
     return Publish(result, std::move(made), device);
 }
 

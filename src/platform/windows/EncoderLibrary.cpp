@@ -1,7 +1,7 @@
 // Loads the driver's encoder library, from the system folder only.
 #include "platform/EncoderLibrary.h"
 
-#include "platform/windows/Native.h"
+#include "platform/windows/SystemLibrary.h"
 
 namespace zv {
 
@@ -11,7 +11,7 @@ void Closer<EncoderLibrary>::operator()(EncoderLibrary* library) const noexcept 
 }
 
 Owned<EncoderLibrary> LoadEncoderLibrary() {
-    const HMODULE module = LoadLibraryExW(L"nvEncodeAPI64.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+    const HMODULE module = LoadSystemLibrary(L"nvEncodeAPI64.dll");
     return Owned<EncoderLibrary>(reinterpret_cast<EncoderLibrary*>(module));
 }
 

@@ -46,7 +46,7 @@ BOOL CALLBACK ListMonitor(HMONITOR monitor, HDC, RECT*, LPARAM parameter) {
 bool ListAdapterRecords(std::vector<AdapterRecord>& adapters) {
     adapters.clear();
     Com<IDXGIFactory6> factory;
-    if (FAILED(CreateDXGIFactory1(__uuidof(IDXGIFactory6), factory.OutVoid()))) {
+    if (FAILED(MakeFactory(__uuidof(IDXGIFactory6), factory.OutVoid()))) {
         return false;
     }
     Com<IDXGIAdapter1> adapter;
@@ -91,7 +91,7 @@ Rectangle WorkAreaAt(Point point) {
 bool ListFirstAdapterOutputs(std::vector<OutputRecord>& outputs) {
     outputs.clear();
     Com<IDXGIFactory1> factory;
-    if (FAILED(CreateDXGIFactory1(__uuidof(IDXGIFactory1), factory.OutVoid()))) {
+    if (FAILED(MakeFactory(__uuidof(IDXGIFactory1), factory.OutVoid()))) {
         return false;
     }
     Com<IDXGIAdapter1> adapter;

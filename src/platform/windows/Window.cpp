@@ -10,6 +10,7 @@
 
 #include "platform/software/PaintedParts.h"
 #include "platform/windows/SessionEnd.h"
+#include "platform/windows/SystemLibrary.h"
 #include "platform/windows/WindowHandle.h"
 
 namespace zv {
@@ -196,8 +197,11 @@ void SetConstantAlpha(AppWindow& window, std::uint8_t alpha) {
 void ExcludeFromCapture(AppWindow& window) { SetWindowDisplayAffinity(window.handle, excludeFromCapture); }
 
 void SetDarkFrame(AppWindow& window) {
+    static const auto set = SystemFunction<decltype(DwmSetWindowAttribute)>(L"dwmapi.dll", "DwmSetWindowAttribute");
     const BOOL dark = TRUE;
-    DwmSetWindowAttribute(window.handle, useImmersiveDarkMode, &dark, sizeof(dark));
+    if (set != nullptr) {
+        set(window.handle, useImmersiveDarkMode, &dark, sizeof(dark));
+    }
 }
 
 void SetWindowIcons(AppWindow& window, const AppIcon* big, const AppIcon* little) {
@@ -327,7 +331,12 @@ Point CursorPosition() {
     return {at.x, at.y};
 }
 
-void FlushScreen() { DwmFlush(); }
+void FlushScreen() {
+    static const auto flush = SystemFunction<decltype(DwmFlush)>(L"dwmapi.dll", "DwmFlush");
+    if (flush != nullptr) {
+        flush();
+    }
+}
 
 std::intptr_t DefaultProcedure(AppWindow& window, std::uint32_t message, std::uintptr_t wParam, std::intptr_t lParam) {
     return DefWindowProcW(window.handle, message, wParam, lParam);
