@@ -23,6 +23,7 @@ struct BoundsRecord {
 
 std::array<std::atomic<xcb_window_t>, mostExcluded> registered{};
 std::array<BoundsRecord, mostRecords> records{};
+std::atomic<xcb_pixmap_t> publishedBackdrop = XCB_NONE;
 
 std::uint64_t Packed(const Rectangle& bounds) {
     std::uint64_t packed = 0;
@@ -96,6 +97,10 @@ void RecordBounds(xcb_window_t window, const Rectangle& bounds) {
 }
 
 void RecordHidden(xcb_window_t window) { EndRecords(window, nullptr); }
+
+void PublishBackdrop(xcb_pixmap_t backdrop) { publishedBackdrop = backdrop; }
+
+xcb_pixmap_t Backdrop() { return publishedBackdrop; }
 
 ExcludedWindows ListExcluded() {
     ExcludedWindows list;

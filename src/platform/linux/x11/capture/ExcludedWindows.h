@@ -4,6 +4,9 @@
 // records all bounds before it sends them to the server. So the records that a capture reads after a grab include all
 // bounds that the image can show: a window may move twice during one grab, and a compositing manager may still paint a
 // window at its previous bounds.
+//
+// It also publishes the backdrop: a pixmap of the root's size with what the screen showed in the bounds of each window
+// before it was shown there.
 #pragma once
 
 #include <xcb/xcb.h>
@@ -18,8 +21,9 @@ namespace zv::x11 {
 
 inline constexpr std::size_t mostExcluded = 8;
 
-/// How long bounds stay recorded after the window has left them: many times the delay of a compositing manager.
-inline constexpr std::int64_t lingerNs = 250'000'000;
+/// How long bounds stay recorded after the window has left them: longer than a compositing manager shows it, also one
+/// that draws on a busy processor.
+inline constexpr std::int64_t lingerNs = 1'000'000'000;
 
 struct ExcludedWindows {
     std::array<xcb_window_t, mostExcluded> each{};
@@ -35,6 +39,8 @@ void UnregisterExcluded(xcb_window_t window);
 void RecordBounds(xcb_window_t window, const Rectangle& bounds);
 /// Called after the server has unmapped or destroyed the window.
 void RecordHidden(xcb_window_t window);
+/// Called after the server has copied the screen to the backdrop, and with XCB_NONE before the backdrop is freed.
+void PublishBackdrop(xcb_pixmap_t backdrop);
 
 // Any thread. No lock and no allocation.
 
@@ -42,5 +48,7 @@ void RecordHidden(xcb_window_t window);
 ExcludedWindows ListExcluded();
 /// The parts of `area` in which the screen may have shown one of them since `sinceNs` of the steady clock.
 Damage BoundsSince(std::int64_t sinceNs, const Rectangle& area);
+/// XCB_NONE if there is none. It has the root's depth and visual.
+xcb_pixmap_t Backdrop();
 
 }  // namespace zv::x11

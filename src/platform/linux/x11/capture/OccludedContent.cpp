@@ -97,8 +97,21 @@ OccludedContent::Tiles OccludedContent::TilesOf(const Damage& parts) {
     return tiles;
 }
 
+/// Returns true for the invisible window that a manager puts above its minimized windows, which stay mapped.
+bool OccludedContent::IsGuard(xcb_window_t window, const Rectangle& bounds, const Tiles& tiles) const {
+    const auto covers = [&](const Tile& tile) { return Intersection(tile.part, bounds) == tile.part; };
+    if (!std::all_of(tiles.All().begin(), tiles.All().end(), covers)) {
+        return false;
+    }
+    const auto name = Adopt(xcb_get_property_reply(
+        connection_, xcb_get_property(connection_, 0, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 0, 16), nullptr));
+    return name && std::string_view(static_cast<const char*>(xcb_get_property_value(name.get())),
+                                    static_cast<std::size_t>(xcb_get_property_value_length(name.get())))
+                       .ends_with("guard window");
+}
+
 /// Waits for the server twice: for the tree, and for the windows in it.
-OccludedContent::Scene OccludedContent::ReadScene() const {
+OccludedContent::Scene OccludedContent::ReadScene(const Tiles& tiles) const {
     Scene scene;
     const auto treeCookie = xcb_query_tree(connection_, screen_.root);
     const auto pixmapCookie =
@@ -107,6 +120,8 @@ OccludedContent::Scene OccludedContent::ReadScene() const {
     const auto pixmap = Adopt(xcb_get_property_reply(connection_, pixmapCookie, nullptr));
     if (pixmap && xcb_get_property_value_length(pixmap.get()) >= 4) {
         scene.background = *static_cast<const xcb_pixmap_t*>(xcb_get_property_value(pixmap.get()));
+    } else {
+        scene.background = Backdrop();
     }
     if (!tree) {
         return scene;
@@ -123,19 +138,22 @@ OccludedContent::Scene OccludedContent::ReadScene() const {
     for (std::size_t i = 0; i < windows.size(); ++i) {
         const auto attributes = Adopt(xcb_get_window_attributes_reply(connection_, attributeCookies[i], nullptr));
         const auto geometry = Adopt(xcb_get_geometry_reply(connection_, geometryCookies[i], nullptr));
-        if (!attributes || !geometry || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
-            attributes->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT || excluded.Holds(windows[i])) {
+        if (!attributes || !geometry || attributes->map_state != XCB_MAP_STATE_VIEWABLE || excluded.Holds(windows[i])) {
             continue;
         }
         const int border = geometry->border_width;
         const Rectangle bounds{geometry->x, geometry->y, geometry->x + geometry->width + 2 * border,
                                geometry->y + geometry->height + 2 * border};
-        scene.layers.push_back({windows[i], bounds, border, attributes->visual});
+        if (attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT) {
+            scene.layers.push_back({windows[i], bounds, border, attributes->visual});
+        } else if (attributes->override_redirect != 0 && IsGuard(windows[i], bounds, tiles)) {
+            scene.layers.clear();
+        }
     }
     return scene;
 }
 
-/// The desktop's wallpaper, repeated if it is smaller than the screen; black if there is none.
+/// Repeats a wallpaper that is smaller than the screen. Draws black if there is no background.
 void OccludedContent::DrawBackground(xcb_render_picture_t target, const Tiles& tiles, xcb_pixmap_t background) const {
     const xcb_rectangle_t all{0, 0, Unsigned(tiles.width), Unsigned(tiles.height)};
     xcb_render_fill_rectangles(connection_, XCB_RENDER_PICT_OP_SRC, target, {0, 0, 0, 0xFFFF}, 1, &all);
@@ -206,7 +224,7 @@ bool OccludedContent::Compose(const Tiles& tiles) {
     if (!Open()) {
         return false;
     }
-    const Scene scene = ReadScene();
+    const Scene scene = ReadScene(tiles);
     const xcb_pixmap_t pixmap = xcb_generate_id(connection_);
     const xcb_render_picture_t target = xcb_generate_id(connection_);
     xcb_create_pixmap(connection_, screen_.root_depth, pixmap, screen_.root, Unsigned(tiles.width),

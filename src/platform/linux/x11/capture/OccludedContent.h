@@ -1,7 +1,8 @@
 // The content that the program's own windows occlude, for captures and screenshots that must not show these windows.
 //
 // While one of our windows is shown, the server keeps a pixmap of every top-level window. OccludedContent composes the
-// pixmaps of all other windows in stacking order, in the bounds of our windows.
+// pixmaps of all other windows in stacking order, in the bounds of our windows. Below the windows it draws the
+// wallpaper; if the desktop has published none, what the screen showed there before.
 #pragma once
 
 #include <xcb/render.h>
@@ -32,7 +33,8 @@ public:
 
     /// Replaces `parts` of the root, which lie inside `pixels`, by the content that our windows occlude there, or by
     /// black if the server cannot compose it. Parts that are too many rows together are replaced as one box. Waits for
-    /// the server three times for any number of parts and windows, and once more if the shared memory has to grow.
+    /// the server three times for any number of parts and windows, once more if the shared memory has to grow, and once
+    /// more for each invisible window that covers all parts.
     void Restore(const Damage& parts, const RootPixels& pixels);
 
 private:
@@ -44,6 +46,7 @@ private:
     };
     struct Scene {
         std::vector<Layer> layers;  ///< the visible windows of other programs, the lowest first
+        /// The wallpaper or the backdrop.
         xcb_pixmap_t background = XCB_NONE;
     };
     /// A part of the root, and its first row in the picture in which all parts are composed one below the other.
@@ -62,7 +65,8 @@ private:
     bool Open();
     xcb_render_pictformat_t FormatOf(xcb_visualid_t visual) const;
     static Tiles TilesOf(const Damage& parts);
-    Scene ReadScene() const;
+    bool IsGuard(xcb_window_t window, const Rectangle& bounds, const Tiles& tiles) const;
+    Scene ReadScene(const Tiles& tiles) const;
     void DrawBackground(xcb_render_picture_t target, const Tiles& tiles, xcb_pixmap_t background) const;
     void DrawLayer(xcb_render_picture_t target, const Tiles& tiles, const Layer& layer) const;
     bool Compose(const Tiles& tiles);

@@ -20,6 +20,7 @@
 #include "platform/TrayIcon.h"
 #include "platform/Window.h"
 #include "platform/linux/posix/Posix.h"
+#include "platform/linux/x11/window/Redirection.h"
 #include "platform/linux/x11/window/Session.h"
 #include "platform/linux/x11/window/WindowGeometry.h"
 #include "platform/linux/x11/window/WindowPixels.h"
@@ -146,9 +147,12 @@ bool DispatchTimer(Session& session, std::int64_t nowNs) {
     return true;
 }
 
-/// Nanoseconds until the next timer or display change is due; -1 if there is none.
+/// Nanoseconds until the next timer, display change or release is due; -1 if there is none.
 std::int64_t NextDueNs(const Session& session, std::int64_t nowNs) {
     std::int64_t due = session.loop.displayChangeDueNs == 0 ? INT64_MAX : session.loop.displayChangeDueNs;
+    if (session.redirection.releaseDueNs != 0) {
+        due = std::min(due, session.redirection.releaseDueNs);
+    }
     for (const Timer& timer : session.loop.timers) {
         due = std::min(due, timer.dueNs);
     }
@@ -206,6 +210,7 @@ bool RunStep(Session& session) {
     ReadEvents(session);
     const std::int64_t nowNs = MonotonicNs();
     QueueSettledDisplayChange(session, nowNs);
+    ReleaseOccludedContent(session, nowNs);
     if (session.loop.queue.empty() && !EndOnLostServer(session) && !DispatchTimer(session, nowNs) &&
         !DispatchPaint(session)) {
         WaitForWork(session);

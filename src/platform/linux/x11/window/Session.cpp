@@ -4,6 +4,7 @@
 #include <xcb/randr.h>
 #include <xcb/shape.h>
 #include <xcb/shm.h>
+#include <xcb/xfixes.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -15,6 +16,7 @@
 #include "platform/linux/x11/RandrMonitors.h"
 #include "platform/linux/x11/XDisplay.h"
 #include "platform/linux/x11/XWayland.h"
+#include "platform/linux/x11/capture/ExcludedWindows.h"
 #include "platform/linux/x11/window/WindowGeometry.h"
 
 namespace zv {
@@ -115,8 +117,10 @@ bool OpenSession() {
     }
     x11::Session& session = x11::CurrentSession();
     session = {};
+    x11::PublishBackdrop(XCB_NONE);
     session.connection = std::move(connection);
-    x11::HasExtensions(session.connection.get(), {&xcb_shm_id, &xcb_shape_id, &xcb_composite_id, &xcb_randr_id});
+    x11::HasExtensions(session.connection.get(),
+                       {&xcb_shm_id, &xcb_shape_id, &xcb_composite_id, &xcb_xfixes_id, &xcb_randr_id});
     session.screen = screen;
     session.wayland = x11::IsXWayland(session.connection.get(), screen->root);
     session.atoms = x11::InternAtoms(session.connection.get(), number);

@@ -17,6 +17,7 @@
 #include "platform/linux/x11/window/GlobalKeys.h"
 #include "platform/linux/x11/window/Keyboard.h"
 #include "platform/linux/x11/window/MessageLoop.h"
+#include "platform/linux/x11/window/Redirection.h"
 #include "platform/linux/x11/window/WindowInput.h"
 
 namespace zv::x11 {
@@ -30,7 +31,7 @@ struct Session {
     xcb_window_t menuWindow = XCB_WINDOW_NONE;  ///< of the open menu
     bool foreignStackChanged = false;           ///< windows of other clients have moved or been mapped
     bool wayland = false;                       ///< the server is XWayland
-    bool redirected = false;                    ///< the root's children keep their pixmaps, for captures
+    Redirection redirection;
     std::vector<AppWindow*> windows;
     std::vector<GlobalKey> globalKeys;
     Keyboard keyboard;

@@ -1,6 +1,5 @@
 #include "platform/linux/x11/window/WindowGeometry.h"
 
-#include <xcb/composite.h>
 #include <xcb/xcb_icccm.h>
 
 #include <algorithm>
@@ -10,8 +9,8 @@
 
 #include "platform/Window.h"
 #include "platform/linux/cairo/IconPixels.h"
-#include "platform/linux/x11/Extensions.h"
 #include "platform/linux/x11/capture/ExcludedWindows.h"
+#include "platform/linux/x11/window/Redirection.h"
 #include "platform/linux/x11/window/Session.h"
 #include "platform/linux/x11/window/WindowStacking.h"
 
@@ -19,44 +18,14 @@ namespace zv {
 namespace x11 {
 namespace {
 
-/// Makes the server keep a pixmap of every top-level window, including its covered parts. Captures read the content
-/// there that our windows occlude. Called before one of ours is shown.
-void RedirectWindows(Session& session) {
-    xcb_connection_t* connection = session.connection.get();
-    if (session.redirected || !HasExtension(connection, xcb_composite_id)) {
-        return;
-    }
-    xcb_discard_reply(connection, xcb_composite_query_version(connection, 0, 4).sequence);
-    xcb_composite_redirect_subwindows(connection, session.screen->root, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
-    session.redirected = true;
-}
-
-bool AnyExcludedShown(const Session& session) {
-    return std::any_of(session.windows.begin(), session.windows.end(),
-                       [](const AppWindow* window) { return window->excluded && window->shown; });
-}
-
-/// Ends the redirection if a compositor runs, because a full-screen game is faster without it. Without a compositor the
-/// redirection stays, because ending it makes every window repaint visibly.
-void UnredirectWindows(Session& session) {
-    const auto composited = [&] {
-        return SelectionOwner(session, session.atoms.compositorSelection).value_or(XCB_WINDOW_NONE) != XCB_WINDOW_NONE;
-    };
-    if (session.redirected && !AnyExcludedShown(session) && composited()) {
-        session.redirected = false;
-        xcb_composite_unredirect_subwindows(session.connection.get(), session.screen->root,
-                                            XCB_COMPOSITE_REDIRECT_AUTOMATIC);
-    }
-}
-
 /// Called before the server maps the window.
 void PrepareShow(Session& session, AppWindow& window) {
-    if (window.excluded) {
-        RecordBounds(window.id, window.bounds);
-        RedirectWindows(session);
-    }
     if (window.shown) {
         return;
+    }
+    if (window.excluded) {
+        KeepOccludedContent(session, window.bounds);
+        RecordBounds(window.id, window.bounds);
     }
     Send(window, message::showWindow, 1);
     window.shown = true;
@@ -78,7 +47,6 @@ void HandleUnmapped(Session& session, AppWindow& window) {
     }
     if (!window.shown) {
         RecordHidden(window.id);
-        UnredirectWindows(session);
         SelectStackingEvents(session);
     }
 }
@@ -94,8 +62,10 @@ void QueueSize(AppWindow& window, int width, int height) {
 }
 
 void SetBounds(AppWindow& window, const Rectangle& bounds) {
+    const bool moves = window.bounds != bounds;
     window.bounds = bounds;
-    if (window.excluded && window.shown) {
+    if (moves && window.excluded && window.shown) {
+        KeepOccludedContent(CurrentSession(), bounds);
         RecordBounds(window.id, bounds);
     }
 }
@@ -147,7 +117,10 @@ void HandleForeignWindow(Session& session, xcb_window_t window) {
 void UpdateBounds(AppWindow& window, const Rectangle& bounds, std::uint32_t eventNumber) {
     if (window.bare && window.bounds != bounds &&
         static_cast<std::int32_t>(eventNumber - window.configureSequence) >= 0) {
-        SetBounds(window, bounds);
+        window.bounds = bounds;
+        if (window.excluded && window.shown) {
+            RecordBounds(window.id, bounds);
+        }
     }
 }
 
@@ -312,8 +285,8 @@ void ExcludeFromCapture(AppWindow& window) {
     window.excluded = true;
     x11::RegisterExcluded(window.id);
     if (window.shown) {
+        x11::KeepOccludedContent(x11::CurrentSession(), window.bounds);
         x11::RecordBounds(window.id, window.bounds);
-        x11::RedirectWindows(x11::CurrentSession());
     }
 }
 

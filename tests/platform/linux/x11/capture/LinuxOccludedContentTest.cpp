@@ -22,6 +22,7 @@ constexpr int height = 480;
 constexpr std::uint32_t red = 0xC03020;
 constexpr std::uint32_t green = 0x20A040;
 constexpr std::uint32_t blue = 0x2040C0;
+constexpr std::uint32_t yellow = 0xFFFF00;
 
 class LinuxOccludedContent : public testing::Test {
 protected:
@@ -105,6 +106,56 @@ TEST_F(LinuxOccludedContent, WaitsForTheServerEquallyOftenForAnyNumberOfParts) {
         EXPECT_EQ(requests[getInputFocus], 0) << count << ": XCB sends these to check requests";
         EXPECT_EQ(requests[shmGetImage], 1) << count;
     }
+}
+
+TEST_F(LinuxOccludedContent, OmitsWindowsBelowTheGuardOfAWindowManager) {
+    const xcb_window_t guard = xcb_generate_id(other_.Get());
+    const std::uint32_t bare = 1;
+    xcb_create_window(other_.Get(), 0, guard, other_.Root(), 0, 0, width, height, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                      XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT, &bare);
+    xcb_map_window(other_.Get(), guard);
+    other_.Cover({300, 100, 400, 200}, yellow);
+    Damage all;
+    all.Add({0, 0, width, height});
+    Restore(all);
+    EXPECT_EQ(CountOf(blue), 100 * 100) << "an invisible window hides nothing";
+    constexpr std::string_view name = "window manager guard window";
+    xcb_change_property(other_.Get(), XCB_PROP_MODE_REPLACE, guard, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, name.size(),
+                        name.data());
+    other_.Sync();
+    Restore(all);
+    EXPECT_EQ(CountOf(yellow), 100 * 100);
+    EXPECT_EQ(CountOf(0), width * height - 100 * 100);
+}
+
+TEST_F(LinuxOccludedContent, DrawsTheWallpaperOrElseTheBackdropBelowTheWindows) {
+    const auto solid = [&](std::uint32_t color) {
+        const xcb_pixmap_t pixmap = xcb_generate_id(other_.Get());
+        const xcb_gcontext_t context = xcb_generate_id(other_.Get());
+        const xcb_rectangle_t area{0, 0, width, height};
+        xcb_create_pixmap(other_.Get(), 24, pixmap, other_.Root(), width, height);
+        xcb_create_gc(other_.Get(), context, pixmap, XCB_GC_FOREGROUND, &color);
+        xcb_poly_fill_rectangle(other_.Get(), pixmap, context, 1, &area);
+        return pixmap;
+    };
+    for (const xcb_window_t window : other_.TopLevels()) {
+        xcb_unmap_window(other_.Get(), window);
+    }
+    other_.Cover({300, 100, 400, 200}, yellow);
+    Damage all;
+    all.Add({0, 0, width, height});
+    PublishBackdrop(solid(green));
+    other_.Sync();
+    Restore(all);
+    EXPECT_EQ(CountOf(yellow), 100 * 100);
+    EXPECT_EQ(CountOf(green), width * height - 100 * 100);
+    const xcb_pixmap_t wallpaper = solid(blue);
+    xcb_change_property(other_.Get(), XCB_PROP_MODE_REPLACE, other_.Root(), other_.Atom("_XROOTPMAP_ID"),
+                        XCB_ATOM_PIXMAP, 32, 1, &wallpaper);
+    other_.Sync();
+    Restore(all);
+    EXPECT_EQ(CountOf(blue), width * height - 100 * 100);
+    PublishBackdrop(XCB_NONE);
 }
 
 TEST(LinuxOccludedContentOfATallScreen, ReplacesPartsWhoseRowsExceedAPictureOfTheServer) {

@@ -2,6 +2,7 @@
 // without a compositor.
 #include <gtest/gtest.h>
 #include <png.h>
+#include <xcb/composite.h>
 #include <xcb/shape.h>
 
 #include <atomic>
@@ -54,7 +55,14 @@ std::intptr_t PaintRed(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
     return DefaultProcedure(window, code, wParam, lParam);
 }
 
-class LinuxOwnWindows : public testing::TestWithParam<bool> {
+/// Who composes the screen.
+enum class Manager {
+    None,
+    Composited,
+    Direct  ///< a compositor that has released all windows from redirection, as with a full-screen game
+};
+
+class LinuxOwnWindows : public testing::TestWithParam<Manager> {
 protected:
     LinuxOwnWindows() {
         // Waits until the bounds that an earlier test has recorded, on another screen, have expired.
@@ -63,11 +71,14 @@ protected:
         SetEndRequest(nullptr);
         EXPECT_TRUE(OpenSession());
         other_ = std::make_unique<OtherClient>(display_.Name());
-        if (GetParam()) {
+        if (GetParam() == Manager::Composited) {
             compositor_ =
                 support::Spawned({"xcompmgr", "-n"}, {{"DISPLAY", display_.Name()}}, folder_.Path() / "compositor.log");
-            EXPECT_TRUE(support::Eventually([&] { return HasCompositor(); }));
+        } else if (GetParam() == Manager::Direct) {
+            const xcb_window_t owner = other_->Cover({-10, -10, -5, -5}, 0);
+            xcb_set_selection_owner(other_->Get(), owner, other_->Atom("_NET_WM_CM_S0"), XCB_CURRENT_TIME);
         }
+        EXPECT_TRUE(GetParam() == Manager::None || support::Eventually([&] { return HasCompositor(); }));
     }
     bool HasCompositor() const {
         const support::Reply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
@@ -110,20 +121,20 @@ protected:
         xcb_free_gc(other_->Get(), context);
         other_->Sync();
     }
-    /// Simulates a compositing manager that still paints the window at its old bounds, and counts the visible pixels.
+    /// Simulates a compositing manager that still paints the window at its old bounds, and counts the wrong pixels.
     /// Repeats this if it took longer than bounds stay recorded.
     void ExpectMaskedOnALaggingScreen(AppWindow& window, const Rectangle& bounds, const std::function<void()>& leave,
-                                      const std::function<long()>& countSeen) {
+                                      const std::function<long()>& countWrong) {
         for (int attempt = 0; attempt < 100; ++attempt) {
             Show(window, bounds);
             const std::int64_t leftNs = SteadyNs();
             leave();
             PaintOnScreen(bounds, red);
-            const long seen = countSeen();
+            const long wrong = countWrong();
             const bool quick = SteadyNs() - leftNs < x11::lingerNs;
             PaintOnScreen(bounds, green);
             if (quick) {
-                EXPECT_EQ(seen, 0);
+                EXPECT_EQ(wrong, 0);
                 return;
             }
         }
@@ -201,6 +212,21 @@ protected:
     static long CountOf(const std::vector<std::uint32_t>& pixels, std::uint32_t color) {
         return std::count(pixels.begin(), pixels.end(), color);
     }
+    static long CountUnlike(const std::vector<std::uint32_t>& pixels, const std::vector<std::uint32_t>& expected) {
+        long count = 0;
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+            count += pixels[i] == expected[i] ? 0 : 1;
+        }
+        return count;
+    }
+    /// Returns true if the server keeps a pixmap of the window.
+    bool IsRedirected(xcb_window_t window) const {
+        xcb_composite_query_version(other_->Get(), 0, 4);
+        const xcb_pixmap_t pixmap = xcb_generate_id(other_->Get());
+        const support::Reply<xcb_generic_error_t> error(
+            xcb_request_check(other_->Get(), xcb_composite_name_window_pixmap_checked(other_->Get(), window, pixmap)));
+        return !error;
+    }
 
     support::TemporaryFolder folder_;
     support::PrivateDisplay display_{"640x480"};
@@ -213,8 +239,12 @@ protected:
     Owned<Surface> surface_;
 };
 
-INSTANTIATE_TEST_SUITE_P(WithAndWithoutCompositor, LinuxOwnWindows, testing::Bool(),
-                         [](const auto& row) { return row.param ? "Composited" : "Plain"; });
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutCompositor, LinuxOwnWindows,
+                         testing::Values(Manager::None, Manager::Composited, Manager::Direct), [](const auto& row) {
+                             return row.param == Manager::None         ? "Plain"
+                                    : row.param == Manager::Composited ? "Composited"
+                                                                       : "Direct";
+                         });
 
 TEST_P(LinuxOwnWindows, AreReplacedInAScreenshotByTheOccludedContent) {
     ScreenPainting game(nullptr, 0, 0, width, height);
@@ -255,12 +285,12 @@ TEST_P(LinuxOwnWindows, StayMaskedWhileTheyAreShownMovedAndHidden) {
     // The capture has a thread of its own, as in the program, so that all interleavings occur.
     std::atomic<bool> over = false;
     std::atomic<long> images = 0;
-    long seen = 0;
+    long wrong = 0;
     std::thread capture([&] {
         while (!over) {
             if (AcquireAndCopy(2)) {
                 ++images;
-                seen += CountOf(Captured(), red);
+                wrong += CountUnlike(Captured(), Expected(ColorAt));
             }
         }
     });
@@ -281,7 +311,7 @@ TEST_P(LinuxOwnWindows, StayMaskedWhileTheyAreShownMovedAndHidden) {
     capture.join();
     EXPECT_GE(step, 200);
     EXPECT_GE(images, 5);
-    EXPECT_EQ(seen, 0);
+    EXPECT_EQ(wrong, 0);
     HideWindow(*overlay);
     EXPECT_TRUE(RunUntil(*overlay, [&] {
         AcquireAndCopy();
@@ -302,13 +332,31 @@ TEST_P(LinuxOwnWindows, StayMaskedWhenTheCompositorLags) {
     };
     const auto captured = [&] {
         AcquireAndCopy();
-        return CountOf(Captured(), red);
+        return CountUnlike(Captured(), Expected(ColorAt));
     };
-    const auto shot = [&] { return CountOf(Screenshot(), red); };
+    const auto shot = [&] { return CountUnlike(Screenshot(), Expected(ColorAt)); };
     ExpectMaskedOnALaggingScreen(*overlay, bounds, hide, captured);
     ExpectMaskedOnALaggingScreen(*overlay, bounds, hide, shot);
     ExpectMaskedOnALaggingScreen(*overlay, bounds, move, captured);
     ExpectMaskedOnALaggingScreen(*overlay, bounds, move, shot);
+}
+
+TEST_P(LinuxOwnWindows, ReleaseTheWindowsBelowOnlyAfterTheyAreUnmasked) {
+    const xcb_window_t game = other_->Cover({0, 0, width, height}, green);
+    const Owned<AppWindow> overlay = Make(true);
+    const Rectangle bounds{100, 80, 400, 300};
+    Show(*overlay, bounds);
+    EXPECT_TRUE(IsRedirected(game));
+    HideWindow(*overlay);
+    bool keptWhileMasked = true;
+    EXPECT_TRUE(RunUntil(*overlay, [&] {
+        const bool kept = IsRedirected(game);
+        const bool masked = !x11::BoundsSince(SteadyNs(), bounds).Empty();
+        keptWhileMasked = keptWhileMasked && (kept || !masked);
+        // xcompmgr redirects all windows. Without a compositor the redirection stays.
+        return !masked && (!kept || GetParam() != Manager::Direct) && x11::Backdrop() == XCB_NONE;
+    }));
+    EXPECT_TRUE(keptWhileMasked);
 }
 
 TEST_P(LinuxOwnWindows, StayRegisteredWhileHidden) {
@@ -388,6 +436,33 @@ TEST_P(LinuxOwnWindows, KeepOrderAndShapeOfTheWindowsBelow) {
     const std::vector<std::uint32_t> pixels = Screenshot();
     EXPECT_EQ(CountOf(pixels, blue), 50 * 100);
     EXPECT_EQ(CountOf(pixels, green), width * height - 50 * 100);
+}
+
+/// A compositor that paints the background itself, or panels.
+using LinuxOwnWindowsOverABackground = LinuxOwnWindows;
+
+INSTANTIATE_TEST_SUITE_P(WithACompositor, LinuxOwnWindowsOverABackground, testing::Values(Manager::Direct),
+                         [](const auto&) { return "Direct"; });
+
+TEST_P(LinuxOwnWindowsOverABackground, AreReplacedByWhatTheScreenShowedBefore) {
+    const auto backgroundAt = [](int x, int) { return x < 350 ? blue : green; };
+    PaintOnScreen({0, 0, 350, height}, blue);
+    PaintOnScreen({350, 0, width, height}, green);
+    const Owned<AppWindow> overlay = Make(true);
+    const Owned<AppWindow> notification = Make(true);
+    Show(*overlay, {100, 80, 400, 300});
+    EXPECT_TRUE(Screenshot() == Expected(backgroundAt));
+    // The screen shows the overlay there, so it is no background of the notification.
+    Show(*notification, {300, 200, 500, 400});
+    EXPECT_TRUE(Screenshot() == Expected(backgroundAt));
+    PlaceWindow(*notification, {200, 250, 450, 420});
+    ASSERT_TRUE(RunUntil(*notification, [&] { return other_->PixelAt(210, 410) == red; }));
+    EXPECT_TRUE(Screenshot() == Expected(backgroundAt));
+    // Windows are newer than the background.
+    other_->Cover({120, 100, 220, 200}, 0xFFFF00);
+    EXPECT_TRUE(Screenshot() == Expected([&](int x, int y) {
+                    return x >= 120 && x < 220 && y >= 100 && y < 200 ? 0xFFFF00 : backgroundAt(x, y);
+                }));
 }
 
 TEST_P(LinuxOwnWindows, CostNoImageOnAStillDesktopAfterTheyAreHidden) {
