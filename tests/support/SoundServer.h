@@ -1,5 +1,5 @@
-// A private sound server: a null sink "speakers" as the default output and, optionally, a microphone "mic" that records
-// the sink "mic_feed". This process and its children use only this server.
+// A private sound server with a null sink "speakers" as the default output and, optionally, a microphone "mic" that
+// records the sink "mic_feed". This process and its children use only this server.
 #pragma once
 
 #include <algorithm>
@@ -19,36 +19,31 @@
 namespace zv::support {
 
 enum class Microphone { Absent, Present };
+enum class ServerKind {
+    PulseAudio,
+    PulseAudioWithTunnel,  ///< the speakers are those of a second server, 200 ms away
+    PipeWire
+};
 
 class SoundServer {
 public:
-    explicit SoundServer(Microphone microphone = Microphone::Absent) {
-        const std::string socket = (folder_.Path() / "native").string();
-        std::string script = "load-module module-native-protocol-unix auth-anonymous=1 socket=" + socket +
-                             "\nload-module module-null-sink sink_name=speakers "
-                             "sink_properties=device.description=Speakers\nset-default-sink speakers\n";
-        if (microphone == Microphone::Present) {
-            script +=
-                "load-module module-null-sink sink_name=mic_feed sink_properties=device.description=Feed\n"
-                "load-module module-remap-source source_name=mic master=mic_feed.monitor "
-                "source_properties=device.description=Microphone\nset-default-source mic\n";
+    explicit SoundServer(Microphone microphone = Microphone::Absent, ServerKind kind = ServerKind::PulseAudio) {
+        const std::string speakers =
+            "load-module module-null-sink sink_name=speakers sink_properties=device.description=Speakers\n";
+        if (kind == ServerKind::PipeWire) {
+            StartPipeWire();
+        } else if (kind == ServerKind::PulseAudioWithTunnel) {
+            StartPulseAudio("far", speakers);
+            StartPulseAudio("near", "load-module module-tunnel-sink-new sink=speakers sink_name=speakers server=unix:" +
+                                        Path("far") + "\nset-default-sink speakers\n");
+        } else {
+            StartPulseAudio("native", speakers + "set-default-sink speakers\n" +
+                                          (microphone == Microphone::Present ? microphoneScript : ""));
         }
-        WriteBytes(folder_.Path() / "script.pa", script);
-        setenv("PULSE_SERVER", ("unix:" + socket).c_str(), 1);
-        const std::string home = folder_.Path().string();
-        server_ = Spawned({"pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no",
-                           "--disable-shm=yes", "--realtime=no", "--high-priority=no", "-F", home + "/script.pa"},
-                          {{"HOME", home},
-                           {"XDG_RUNTIME_DIR", home},
-                           {"XDG_CONFIG_HOME", home},
-                           {"PULSE_RUNTIME_PATH", home},
-                           {"PULSE_STATE_PATH", home}},
-                          folder_.Path() / "server.log");
-        ready_ = Eventually([this] { return std::system("pactl info >/dev/null 2>&1") == 0 && server_.Alive(); });
     }
 
     bool Ready() const { return ready_; }
-    Spawned& Server() { return server_; }
+    Spawned& Server() { return processes_.back(); }
     /// Removes a device by unloading its module.
     void Remove(const std::string& module) const { OutputOf({"pactl", "unload-module", module}); }
     void ChooseSpeakers(const std::string& sink) const { OutputOf({"pactl", "set-default-sink", sink}); }
@@ -72,8 +67,52 @@ public:
     }
 
 private:
+    static constexpr const char* microphoneScript =
+        "load-module module-null-sink sink_name=mic_feed sink_properties=device.description=Feed\n"
+        "load-module module-remap-source source_name=mic master=mic_feed.monitor "
+        "source_properties=device.description=Microphone\nset-default-source mic\n";
+
+    std::string Path(const std::string& name) const { return (folder_.Path() / name).string(); }
+
+    void Start(const Arguments& command, Variables variables) {
+        const std::string home = folder_.Path().string();
+        for (const char* name : {"HOME", "XDG_RUNTIME_DIR", "XDG_CONFIG_HOME", "XDG_STATE_HOME"}) {
+            variables[name] = home;
+        }
+        processes_.emplace_back(command, variables, folder_.Path() / "server.log");
+    }
+
+    /// Makes the server with this socket the one that clients use.
+    void WaitForServer(const std::string& socket) {
+        setenv("PULSE_SERVER", ("unix:" + socket).c_str(), 1);
+        ready_ = Eventually([this] { return std::system("pactl info >/dev/null 2>&1") == 0 && Server().Alive(); });
+    }
+
+    void StartPulseAudio(const std::string& name, const std::string& devices) {
+        const std::string script = Path(name) + ".pa";
+        WriteBytes(script,
+                   "load-module module-native-protocol-unix auth-anonymous=1 socket=" + Path(name) + "\n" + devices);
+        Start({"pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no", "--disable-shm=yes",
+               "--realtime=no", "--high-priority=no", "-F", script},
+              {{"PULSE_RUNTIME_PATH", Path(name) + "-state"}, {"PULSE_STATE_PATH", Path(name) + "-state"}});
+        WaitForServer(Path(name));
+    }
+
+    void StartPipeWire() {
+        const Variables bus{{"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + Path("bus")}};
+        Start({"dbus-daemon", "--session", "--nofork", "--nopidfile", "--address=unix:path=" + Path("bus")}, {});
+        Eventually([this] { return std::filesystem::exists(Path("bus")); });
+        Start({"pipewire"}, bus);
+        Eventually([this] { return std::filesystem::exists(Path("pipewire-0")); });
+        Start({"wireplumber"}, bus);
+        Start({"pipewire-pulse"}, bus);
+        WaitForServer(Path("pulse/native"));
+        OutputOf({"pactl", "load-module", "module-null-sink", "sink_name=speakers"});
+        ChooseSpeakers("speakers");
+    }
+
     TemporaryFolder folder_{"zorvel-sound"};
-    Spawned server_;
+    std::vector<Spawned> processes_;
     bool ready_ = false;
 };
 

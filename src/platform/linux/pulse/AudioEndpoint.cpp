@@ -1,11 +1,13 @@
 // Endpoints of the sound server: the monitor of the default sink, and the default source.
 //
-// The server mixes and resamples, so the mix format is always float at 48 kHz in stereo. Packets have at most 20 ms. If
-// a device is removed, its stream ends; the stream is never moved to another device.
+// The server mixes and resamples, so the mix format is always float at 48 kHz in stereo. Each look at a stream copies
+// what has arrived; PacketClock divides it into packets. If a device is removed, its stream ends; the stream is never
+// moved to another device.
 #include "platform/AudioEndpoint.h"
 
-#include <optional>
+#include <cstring>
 #include <utility>
+#include <vector>
 
 #include "platform/Clock.h"
 #include "platform/Event.h"
@@ -25,6 +27,10 @@ struct AudioEndpoint {
     std::string source;  ///< the server's name of the recorded source
     PulseStream stream;  ///< destroyed before the client
     PacketClock clock;
+    std::vector<StereoSample> arrived;
+    std::size_t delivered = 0;            ///< how many of them are delivered
+    std::vector<StereoSample> corrected;  ///< the acquired packet, if its length is corrected
+    PlannedPacket packet;                 ///< the next packet, as of the last NextPacketFrames
 };
 
 template <>
@@ -44,10 +50,8 @@ void Closer<AudioEndpoint>::operator()(AudioEndpoint* endpoint) const noexcept {
 
 namespace {
 
-constexpr std::uint32_t frameBytes = 8;
-/// 20 ms: long packets cost the audio worker less, and the mix waits 100 ms for a packet.
-constexpr std::uint32_t packetFrames = 960;
-constexpr std::uint32_t packetBytes = packetFrames * frameBytes;
+constexpr std::uint32_t frameBytes = sizeof(StereoSample);
+constexpr std::uint32_t fragmentBytes = 960 * frameBytes;  ///< 20 ms
 constexpr pa_sample_spec mixSpec{PA_SAMPLE_FLOAT32LE, 48000, 2};
 constexpr std::uint32_t pollMs = 10;
 
@@ -102,15 +106,44 @@ Result FindSource(PulseClient& client, bool loopback, std::string& source) {
     return Succeeded(result) && source.empty() ? resultNoEndpoint : result;
 }
 
-/// The age of the frame at the stream's read position, in 100 ns; nullopt until the server has reported it.
-std::optional<std::int64_t> AgeOf(pa_stream& stream) {
-    pa_usec_t latency = 0;
-    int negative = 0;
-    if (pa_stream_get_latency(&stream, &latency, &negative) < 0) {
-        return std::nullopt;
+std::size_t Waiting(const AudioEndpoint& endpoint) { return endpoint.arrived.size() - endpoint.delivered; }
+
+/// Null means a hole in the stream, which is silence.
+void Append(AudioEndpoint& endpoint, const void* data, std::size_t frames) {
+    const auto first = endpoint.arrived.begin();
+    endpoint.arrived.erase(first, first + static_cast<std::ptrdiff_t>(endpoint.delivered));
+    endpoint.delivered = 0;
+    const std::size_t before = endpoint.arrived.size();
+    endpoint.arrived.resize(before + frames);
+    if (data != nullptr) {
+        std::memcpy(endpoint.arrived.data() + before, data, frames * frameBytes);
     }
-    const auto age = static_cast<std::int64_t>(latency) * 10;
-    return negative != 0 ? -age : age;
+}
+
+/// Copies everything that has arrived.
+Result CopyArrived(AudioEndpoint& endpoint) {
+    for (;;) {
+        const void* data = nullptr;
+        std::size_t bytes = 0;
+        if (pa_stream_peek(endpoint.stream.get(), &data, &bytes) < 0) {
+            return StreamState(*endpoint.stream);
+        }
+        if (bytes == 0) {
+            return resultOk;
+        }
+        Append(endpoint, data, bytes / frameBytes);
+        if (pa_stream_drop(endpoint.stream.get()) < 0) {
+            return ResultOfPulse(pa_context_errno(endpoint.client->context));
+        }
+    }
+}
+
+Result ObserveStream(AudioEndpoint& endpoint) {
+    const std::size_t before = Waiting(endpoint);
+    const Result result = CopyArrived(endpoint);
+    const auto waiting = static_cast<std::int64_t>(Waiting(endpoint));
+    ObserveArrivals(endpoint.clock, Counter100ns(), waiting, waiting - static_cast<std::int64_t>(before));
+    return result;
 }
 
 }  // namespace
@@ -133,7 +166,10 @@ Result FindDefaultEndpoint(AudioEnumerator& enumerator, bool loopback, Owned<Aud
     std::string source;
     const Result result = FindSource(*enumerator.client, loopback, source);
     if (Succeeded(result)) {
-        endpoint.reset(new AudioEndpoint{enumerator.client, std::move(source), nullptr, {}});
+        endpoint.reset(new AudioEndpoint);
+        endpoint->client = enumerator.client;
+        endpoint->source = std::move(source);
+        endpoint->clock.rendersAhead = loopback;
     }
     return result;
 }
@@ -154,7 +190,7 @@ Result ReadMixFormat(AudioEndpoint&, MixFormat& format) {
 }
 
 Result InitializeEndpoint(AudioEndpoint& endpoint, bool) {
-    return ConnectRecord(*endpoint.client, *endpoint.stream, endpoint.source, packetBytes);
+    return ConnectRecord(*endpoint.client, *endpoint.stream, endpoint.source, fragmentBytes);
 }
 
 Result OpenCaptureService(AudioEndpoint& endpoint) { return StreamState(*endpoint.stream); }
@@ -181,40 +217,38 @@ bool WaitForPackets(AudioEnumerator& enumerator, Event& stop) {
 
 Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
     frames = 0;
-    const Result result = StreamState(*endpoint.stream);
-    if (Failed(result)) {
-        return result;
+    Result result = StreamState(*endpoint.stream);
+    if (Succeeded(result)) {
+        result = ObserveStream(endpoint);
     }
-    const void* data = nullptr;
-    std::size_t bytes = 0;
-    if (pa_stream_peek(endpoint.stream.get(), &data, &bytes) < 0) {
-        return StreamState(*endpoint.stream);
+    if (Succeeded(result)) {
+        endpoint.packet = PlanPacket(endpoint.clock, static_cast<std::int64_t>(Waiting(endpoint)));
+        frames = endpoint.packet.output;
     }
-    frames = static_cast<std::uint32_t>(bytes / frameBytes);
-    return resultOk;
+    return result;
 }
 
 Result AcquirePacket(AudioEndpoint& endpoint, AudioPacket& packet) {
-    const void* data = nullptr;
-    std::size_t bytes = 0;
-    if (pa_stream_peek(endpoint.stream.get(), &data, &bytes) < 0) {
-        return ResultOfPulse(pa_context_errno(endpoint.client->context));
+    const StereoSample* samples = endpoint.arrived.data() + endpoint.delivered;
+    if (endpoint.packet.input != endpoint.packet.output) {
+        endpoint.corrected.resize(endpoint.packet.output);
+        CorrectLength({samples, endpoint.packet.input}, endpoint.corrected);
+        samples = endpoint.corrected.data();
     }
     packet = AudioPacket();
-    packet.data = static_cast<const std::byte*>(data);
-    packet.frames = static_cast<std::uint32_t>(bytes / frameBytes);
-    packet.silent = data == nullptr;  // a hole in the stream
-    const std::int64_t now = Counter100ns();
-    packet.position = StampPacket(endpoint.clock, now, AgeOf(*endpoint.stream), packet.frames);
+    packet.data = reinterpret_cast<const std::byte*>(samples);
+    packet.frames = endpoint.packet.output;
+    packet.position = endpoint.packet.position;
     return resultOk;
 }
 
 Result ReleasePacket(AudioEndpoint& endpoint, std::uint32_t frames) {
-    if (frames == 0) {
-        return resultOk;
+    if (frames != 0) {
+        endpoint.delivered += endpoint.packet.input;
+        FinishPacket(endpoint.clock, endpoint.packet);
     }
-    return pa_stream_drop(endpoint.stream.get()) < 0 ? ResultOfPulse(pa_context_errno(endpoint.client->context))
-                                                     : resultOk;
+    endpoint.packet = {};
+    return resultOk;
 }
 
 }  // namespace zv

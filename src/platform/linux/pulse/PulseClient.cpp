@@ -118,8 +118,7 @@ Result ConnectRecord(PulseClient& client, pa_stream& stream, const std::string& 
     attributes.minreq = unset;
     attributes.fragsize = fragmentBytes;
     const auto flags =
-        static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE |
-                                       PA_STREAM_INTERPOLATE_TIMING | PA_STREAM_DONT_MOVE | PA_STREAM_START_CORKED);
+        static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE | PA_STREAM_START_CORKED);
     if (pa_stream_connect_record(&stream, device.c_str(), &attributes, flags) < 0) {
         return ResultOfPulse(pa_context_errno(client.context));
     }
