@@ -31,7 +31,7 @@ public:
 
     /// The bounds of the icon, found by its tooltip.
     std::optional<Rectangle> Icon() const {
-        const xcb_window_t icon = user_.FindBelow(user_.Root(), "_NET_WM_NAME", "ZV Reels Max");
+        const xcb_window_t icon = user_.FindBelow(user_.Root(), "_NET_WM_NAME", "ZV Reels Max", panelDepth);
         return icon != XCB_WINDOW_NONE && user_.IsViewable(icon) ? std::optional(user_.OnScreen(icon)) : std::nullopt;
     }
     /// Waits until the notification area has given the icon a size.
@@ -85,6 +85,8 @@ public:
     static constexpr Color chosenColor = Rgb(57, 47, 84);
 
 private:
+    static constexpr int panelDepth = 8;  ///< levels of windows; a desktop's panel has many
+
     std::string display_;
     const InterfaceUser& user_;
     TemporaryFolder folder_{"zorvel-tray"};
