@@ -189,9 +189,7 @@ Settings& CurrentSettings() { return currentSettings; }
 
 Text SettingsPath() {
     const Text folder = Below(FolderOf(KnownFolder::LocalData), u"ZVReelsMax");
-    std::error_code error;
-    std::filesystem::create_directories(ToPath(folder), error);
-    if (error) {
+    if (const std::error_code error = CreateFolders(ToPath(folder))) {
         throw std::filesystem::filesystem_error("create_directories", ToPath(folder), error);
     }
     return Below(folder, u"settings.ini");

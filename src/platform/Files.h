@@ -1,9 +1,10 @@
-// Conversion between text and paths, what the system records of a file, and moves. Any thread.
+// Conversion between text and paths, what the system records of a file, folders, copies and moves. Any thread.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <system_error>
 
 #include "core/Text.h"
 #include "platform/Result.h"
@@ -33,6 +34,9 @@ std::optional<FileFacts> ExamineFile(TextView path);
 
 /// Returns true if `path` names a file or folder. Throws a filesystem_error named "exists" if the system cannot check.
 bool PathExists(TextView path);
+
+/// Creates a folder and its missing parents. Returns no error if the folder exists afterwards.
+std::error_code CreateFolders(const std::filesystem::path& folder);
 
 /// Copies a file. Others may delete `from` meanwhile. Fails if `to` exists.
 Result CopyToNewFile(TextView from, TextView to);

@@ -115,6 +115,24 @@ TEST(Files, APathThatTheSystemCannotCheckThrows) {
     }
 }
 
+TEST(Files, AFolderIsCreatedWithItsParentsOnce) {
+    const support::TemporaryFolder folder;
+    const std::filesystem::path deep = folder.Path() / "videos" / "a game" / "clips";
+    EXPECT_FALSE(CreateFolders(deep));
+    EXPECT_TRUE(std::filesystem::is_directory(deep));
+    EXPECT_FALSE(CreateFolders(deep));
+    EXPECT_FALSE(CreateFolders(folder.Path() / "videos" / "other" / ""));
+    EXPECT_TRUE(std::filesystem::is_directory(folder.Path() / "videos" / "other"));
+}
+
+TEST(Files, AFolderIsNotCreatedUnderOrInPlaceOfAFile) {
+    const support::TemporaryFolder folder;
+    support::WriteBytes(folder.Path() / "a file", "x");
+    EXPECT_TRUE(CreateFolders(folder.Path() / "a file"));
+    EXPECT_TRUE(CreateFolders(folder.Path() / "a file" / "clips"));
+    EXPECT_TRUE(CreateFolders(""));
+}
+
 TEST(Files, ACopyHasTheWholeContentAndKeepsTheSource) {
     const support::TemporaryFolder folder;
     const std::filesystem::path from = folder.Path() / "seg00000001.ts";

@@ -1,6 +1,7 @@
-// Files that another process has opened.
+// Files that another process has opened, and folders of another computer.
 #include <gtest/gtest.h>
 
+#include "platform/Environment.h"
 #include "platform/Files.h"
 #include "platform/windows/Native.h"
 #include "support/FileBytes.h"
@@ -34,6 +35,21 @@ TEST(FileSharing, AFileThatAnotherSharesWithNobodyCanBeExamined) {
     ASSERT_TRUE(owner);
     EXPECT_TRUE(PathExists(FromPath(path)));
     EXPECT_EQ(ExamineFile(FromPath(path)).value_or(FileFacts{}).size, 5U);
+}
+
+/// A share of a server, for as long as the prefix lives: Wine looks for them among its devices.
+std::filesystem::path MakeShare() {
+    const std::filesystem::path prefix = ToPath(u"Z:" + EnvironmentValue(u"WINEPREFIX"));
+    std::filesystem::create_directories(prefix / "dosdevices" / "unc" / "nas" / "clips");
+    return L"\\\\nas\\clips";
+}
+
+TEST(FileSharing, FoldersAreCreatedInTheRootOfAShare) {
+    const std::filesystem::path share = MakeShare();
+    EXPECT_FALSE(CreateFolders(share));
+    EXPECT_FALSE(CreateFolders(share / "a game" / "clips"));
+    EXPECT_TRUE(std::filesystem::is_directory(share / "a game" / "clips"));
+    EXPECT_TRUE(PathExists(FromPath(share)));
 }
 
 }  // namespace

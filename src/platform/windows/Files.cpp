@@ -1,10 +1,8 @@
 // Paths are UTF-16 like Text, so conversion in both directions changes no name.
 //
-// Files are examined through handles. The standard library reads the entry of the folder instead, which NTFS updates
-// only when a writer closes the file, and it reports every failure as a missing file.
+// Files are examined through handles. The standard library reads the entry of the folder instead. NTFS updates that
+// only when a writer closes the file, the root of a network share has none, and every failure counts as a missing file.
 #include "platform/Files.h"
-
-#include <system_error>
 
 #include "platform/windows/Native.h"
 
@@ -80,6 +78,23 @@ bool PathExists(TextView path) {
                                                 std::error_code(static_cast<int>(error), std::system_category()));
     }
     return opened;
+}
+
+std::error_code CreateFolders(const std::filesystem::path& folder) {
+    if (CreateDirectoryW(folder.c_str(), nullptr)) {
+        return {};
+    }
+    DWORD error = GetLastError();
+    const std::filesystem::path parent = folder.parent_path();
+    if (error == ERROR_PATH_NOT_FOUND && !parent.empty() && parent != folder && !CreateFolders(parent)) {
+        if (CreateDirectoryW(folder.c_str(), nullptr)) {
+            return {};
+        }
+        error = GetLastError();
+    }
+    const DWORD attributes = GetFileAttributesW(folder.c_str());
+    const bool exists = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    return exists ? std::error_code() : std::error_code(static_cast<int>(error), std::system_category());
 }
 
 Result CopyToNewFile(TextView from, TextView to) {

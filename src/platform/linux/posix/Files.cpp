@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <system_error>
 
 #include "core/Utf8.h"
 #include "platform/linux/posix/Posix.h"
@@ -71,6 +70,12 @@ bool PathExists(TextView path) {
         throw std::filesystem::filesystem_error("exists", ToPath(path), error);
     }
     return std::filesystem::exists(status);
+}
+
+std::error_code CreateFolders(const std::filesystem::path& folder) {
+    std::error_code code;
+    std::filesystem::create_directories(folder, code);
+    return code;
 }
 
 Result CopyToNewFile(TextView from, TextView to) {
