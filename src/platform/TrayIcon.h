@@ -34,7 +34,8 @@ inline constexpr std::uint32_t keySelect = 0x0401;
 /// previous one first.
 Owned<TrayIcon> AddTrayIcon(const TrayIconOptions& options);
 
-/// The message that every window receives when a notification area has started. The receiver adds its icon again.
+/// The message that every window receives when a notification area has started. The receiver adds its icon again. On
+/// Linux also when the area with the icon has ended.
 std::uint32_t TaskbarCreatedMessage();
 
 }  // namespace zv

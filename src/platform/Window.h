@@ -133,6 +133,9 @@ void ShowWithoutActivating(AppWindow& window);
 /// Shows or restores the window in front of the others and gives it the focus.
 void ShowInFront(AppWindow& window);
 void HideWindow(AppWindow& window);
+/// Shows the window in the taskbar alone, also if it is hidden. On X11 without a window manager, which could restore
+/// it, hides it.
+void MinimizeWindow(AppWindow& window);
 /// A minimized window counts as shown.
 bool IsWindowShown(AppWindow& window);
 bool IsWindowMinimized(AppWindow& window);

@@ -50,6 +50,29 @@ protected:
     bool HasFocus() const {
         return Eventually([&] { return user_.Focus() == user_.WindowOf(mainWindowName); });
     }
+    /// The state that the window manager gives the main window. A withdrawn window has state 0 or none.
+    bool WaitState(std::uint8_t state) const {
+        return Eventually([&] {
+            const std::string number = user_.Property(user_.WindowOf(mainWindowName), "WM_STATE");
+            return (number.empty() ? withdrawn : static_cast<std::uint8_t>(number[0])) == state;
+        });
+    }
+    static constexpr std::uint8_t withdrawn = 0;
+    static constexpr std::uint8_t iconic = 3;
+    /// As a taskbar does.
+    void Activate(xcb_window_t window) const {
+        xcb_client_message_event_t event{};
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 32;
+        event.window = window;
+        event.type = user_.Atom("_NET_ACTIVE_WINDOW");
+        constexpr std::uint32_t sourceTaskbar = 2;
+        event.data.data32[0] = sourceTaskbar;
+        xcb_send_event(user_.Get(), 0, user_.Root(),
+                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                       reinterpret_cast<const char*>(&event));
+        user_.Sync();
+    }
     int LogicalWidth() const {
         return static_cast<int>(user_.Client(mainWindowName).Width() / user_.Scale(mainWindowName));
     }
@@ -221,15 +244,41 @@ TEST_F(DesktopEndToEnd, TheMainWindowHasAMinimumSizeAndDoesNotScaleWhenItGrows) 
     EXPECT_TRUE(user_.WaitSays(mainWindowName, quickOverlay));
 }
 
+TEST_F(DesktopEndToEnd, TheMainWindowIsMinimizedWhileThereIsNoIcon) {
+    StartWindowManager();
+    for (const bool background : {false, true}) {
+        const ProgramRun run(Options(background));
+        AwaitStart(run);
+        if (!background) {
+            ASSERT_TRUE(user_.WaitShown(mainWindowName));
+            user_.CloseByBox(user_.WindowOf(mainWindowName));
+        }
+        EXPECT_TRUE(WaitState(iconic)) << background;
+        EXPECT_FALSE(user_.Shows(mainWindowName));
+        // The icon comes and goes.
+        tray_.StartTray();
+        ASSERT_TRUE(tray_.WaitIcon());
+        EXPECT_TRUE(WaitState(withdrawn)) << background;
+        tray_.KillTray();
+        EXPECT_TRUE(WaitState(iconic)) << background;
+        // The taskbar restores it.
+        Activate(user_.WindowOf(mainWindowName));
+        EXPECT_TRUE(user_.WaitShown(mainWindowName)) << background;
+        EXPECT_TRUE(HasFocus());
+    }
+}
+
 TEST_F(DesktopEndToEnd, TheCloseBoxHidesOrExitsAsTheSettingSays) {
     StartWindowManager();
     {
+        tray_.StartTray();
         ProgramRun run(Options(false));
         AwaitStart(run);
+        ASSERT_TRUE(tray_.WaitIcon());
         ASSERT_TRUE(user_.WaitShown(mainWindowName));
         ASSERT_TRUE(user_.OpenOverlay());
         user_.CloseByBox(user_.WindowOf(mainWindowName));
-        EXPECT_TRUE(user_.WaitHidden(mainWindowName));
+        EXPECT_TRUE(WaitState(withdrawn));
         EXPECT_TRUE(user_.WaitHidden(overlayName));
         EXPECT_TRUE(run.Process().Alive());
         EXPECT_EQ(run.End(), 0);

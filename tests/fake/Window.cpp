@@ -112,6 +112,7 @@ void ShowWindowPlain(AppWindow& window) {
 
 void HideWindow(AppWindow& window) {
     const Call call("HideWindow", ClassOf(window));
+    window.record.icon = false;
     SetShown(window, false);
 }
 
@@ -125,6 +126,12 @@ void ShowInFront(AppWindow& window) {
     window.record.icon = false;
     SetShown(window, true);
     TheWindows().inFront = &window;
+}
+
+void MinimizeWindow(AppWindow& window) {
+    const Call call("MinimizeWindow", ClassOf(window));
+    window.record.icon = true;
+    SetShown(window, true);
 }
 
 bool IsWindowShown(AppWindow& window) { return window.record.shown; }

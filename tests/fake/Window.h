@@ -27,7 +27,7 @@ struct Combination {
 struct WindowRecord {
     WindowOptions options;
     bool shown = false;
-    bool icon = false;  ///< set by a test
+    bool icon = false;  ///< minimized; also set by a test
     bool topmost = false;
     Rectangle bounds;
     int dpi = 96;  ///< set by a test

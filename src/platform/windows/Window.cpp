@@ -226,6 +226,8 @@ void HideWindow(AppWindow& window) {
 
 bool IsWindowShown(AppWindow& window) { return IsWindowVisible(window.handle) != FALSE; }
 
+void MinimizeWindow(AppWindow& window) { ShowWindow(window.handle, SW_SHOWMINNOACTIVE); }
+
 bool IsWindowMinimized(AppWindow& window) { return IsIconic(window.handle) != FALSE; }
 
 void ShowTopmostAt(AppWindow& window, const Rectangle& bounds) {

@@ -29,6 +29,7 @@ Point AnchorPoint() {
 
 void ShowMainWindow() {
     if (AppWindow* window = Ui().mainWindow) {
+        Ui().mainWindowPutAway = false;
         ShowInFront(*window);
     }
 }

@@ -120,6 +120,7 @@ void MakeProgramWindows(const Text& commandLine) {
     MakeBadge();
     if (Windows().main && Contains(commandLine, u"--background")) {
         HideWindow(*Windows().main);
+        Ui().mainWindowPutAway = true;  // until the notification icon has been added, which may fail
     }
     MakeToast();
     SetOverlayAttributes();

@@ -76,6 +76,8 @@ struct UiGlobals {
     AppWindow* toastWindow = nullptr;
     ProgramWindows programWindows;
 
+    bool mainWindowPutAway = false;  ///< hidden, or minimized while there is no notification icon that shows it
+
     // The windows of pages.
     UiState mainState;
     UiState overlayState;

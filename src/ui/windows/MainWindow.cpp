@@ -81,7 +81,7 @@ void Attempt(void (*step)()) {
 std::intptr_t OnClose(AppWindow& window) {
     HideOverlay();
     if (CurrentSettings().minimizeToTray) {
-        HideWindow(window);
+        PutMainWindowAway(window);
         return 0;
     }
     return DefaultProcedure(window, message::close, 0, 0);

@@ -62,6 +62,20 @@ void OpenMenu(AppWindow& mainWindow) {
 void ShowTrayIcon(AppWindow& mainWindow) {
     RemoveTrayIcon();
     CurrentIcon() = AddTrayIcon({&mainWindow, trayMessage, Ui().programWindows.smallIcon.get(), u"ZV Reels Max"});
+    if (Ui().mainWindowPutAway && (!IsWindowShown(mainWindow) || IsWindowMinimized(mainWindow))) {
+        PutMainWindowAway(mainWindow);
+    }
+}
+
+void PutMainWindowAway(AppWindow& mainWindow) {
+    Ui().mainWindowPutAway = true;
+    if (CurrentIcon() != nullptr) {
+        if (IsWindowShown(mainWindow)) {
+            HideWindow(mainWindow);
+        }
+    } else if (!IsWindowShown(mainWindow) || !IsWindowMinimized(mainWindow)) {
+        MinimizeWindow(mainWindow);
+    }
 }
 
 void RemoveTrayIcon() { CurrentIcon().reset(); }

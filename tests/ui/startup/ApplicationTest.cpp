@@ -105,6 +105,16 @@ TEST_F(Application, StartsAndEndsInItsOrder) {
     EXPECT_EQ(TheWindows().claimedName, u"Local\\ZVReelsMax_SingleInstance");
 }
 
+TEST_F(Application, ABackgroundStartWithoutANotificationAreaIsMinimized) {
+    fake::FailCall("AddTrayIcon", 1, -1);
+    inLoop = [] {
+        EXPECT_TRUE(IsWindowShown(*Ui().mainWindow));
+        EXPECT_TRUE(IsWindowMinimized(*Ui().mainWindow));
+    };
+    RunApplication(u"zorvel --background");
+    EXPECT_EQ(CountOf("MinimizeWindow"), 1);
+}
+
 TEST_F(Application, AFirstRunSavesTheSettingsTwiceAndUsesThePurpleTheme) {
     std::string first;
     // Between the two saves the monitors are enumerated.

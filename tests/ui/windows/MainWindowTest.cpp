@@ -15,6 +15,7 @@
 #include "ui/windows/Badge.h"
 #include "ui/windows/Overlay.h"
 #include "ui/windows/ToastWindow.h"
+#include "ui/windows/TrayMenu.h"
 
 namespace zv {
 namespace {
@@ -267,8 +268,10 @@ TEST_F(MainWindow, TheCloseBoxHidesTheWindowAndLeavesAJobRunning) {
     StartReplayJob();
     RunTo("StartReplay");
     ToggleQuickOverlay();
+    ShowTrayIcon(*window_);
     Send(message::close);
     EXPECT_FALSE(IsWindowShown(*window_));
+    RemoveTrayIcon();
     EXPECT_FALSE(IsOverlayShown());
     EXPECT_FALSE(TheWindows().quitPosted);
     EXPECT_TRUE(Ui().capture.captureJobSlot.IsBusy());

@@ -165,6 +165,40 @@ TEST_F(TrayMenu, AFailedAddIsRetriedWhenTheNotificationAreaIsRecreated) {
     EXPECT_TRUE(TheTray().icon);
 }
 
+// The main window while there is no icon that shows it again.
+
+TEST_F(TrayMenu, TheCloseBoxMinimizesWhileThereIsNoIcon) {
+    Send(message::close);
+    EXPECT_TRUE(IsWindowShown(*window_));
+    EXPECT_TRUE(IsWindowMinimized(*window_));
+    Send(message::close);
+    EXPECT_EQ(CountOf("MinimizeWindow"), 1);
+    Send(fake::taskbarCreated);
+    EXPECT_FALSE(IsWindowShown(*window_)) << "the icon shows it again";
+    // The icon goes with its notification area.
+    fake::FailCall("AddTrayIcon", 2, -1);
+    Send(fake::taskbarCreated);
+    EXPECT_TRUE(IsWindowMinimized(*window_));
+    EXPECT_EQ(CountOf("MinimizeWindow"), 2);
+}
+
+TEST_F(TrayMenu, AnOpenWindowDoesNotChangeWithTheIcon) {
+    Send(fake::taskbarCreated);
+    fake::FailCall("AddTrayIcon", 2, -1);
+    Send(fake::taskbarCreated);
+    EXPECT_FALSE(IsWindowMinimized(*window_));
+    Send(message::close);
+    EXPECT_TRUE(IsWindowMinimized(*window_));
+    ShowMainWindow();
+    Send(fake::taskbarCreated);
+    EXPECT_TRUE(IsWindowShown(*window_));
+    EXPECT_FALSE(IsWindowMinimized(*window_));
+    // The user minimizes it by hand.
+    fake::RecordOf(*window_).icon = true;
+    Send(fake::taskbarCreated);
+    EXPECT_TRUE(IsWindowShown(*window_));
+}
+
 TEST_F(TrayMenu, TheIconIsRemovedAtTheExit) {
     Send(fake::taskbarCreated);
     Choose(3);

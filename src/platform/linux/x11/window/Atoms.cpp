@@ -37,6 +37,7 @@ Atoms InternAtoms(xcb_connection_t* connection, int screenNumber) {
         {&Atoms::netWmWindowTypeDock, "_NET_WM_WINDOW_TYPE_DOCK"},
         {&Atoms::netSupportingWmCheck, "_NET_SUPPORTING_WM_CHECK"},
         {&Atoms::wmState, "WM_STATE"},
+        {&Atoms::wmChangeState, "WM_CHANGE_STATE"},
         {&Atoms::manager, "MANAGER"},
         {&Atoms::xembedInfo, "_XEMBED_INFO"},
         {&Atoms::netSystemTrayOpcode, "_NET_SYSTEM_TRAY_OPCODE"},

@@ -29,6 +29,7 @@ struct Atoms {
     xcb_atom_t netWmWindowTypeDock = XCB_ATOM_NONE;
     xcb_atom_t netSupportingWmCheck = XCB_ATOM_NONE;
     xcb_atom_t wmState = XCB_ATOM_NONE;
+    xcb_atom_t wmChangeState = XCB_ATOM_NONE;
     xcb_atom_t manager = XCB_ATOM_NONE;
     xcb_atom_t xembedInfo = XCB_ATOM_NONE;
     xcb_atom_t netSystemTrayOpcode = XCB_ATOM_NONE;

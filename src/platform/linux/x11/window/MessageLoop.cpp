@@ -17,11 +17,11 @@
 #include <new>
 
 #include "platform/Session.h"
-#include "platform/TrayIcon.h"
 #include "platform/Window.h"
 #include "platform/linux/posix/Posix.h"
 #include "platform/linux/x11/window/Redirection.h"
 #include "platform/linux/x11/window/Session.h"
+#include "platform/linux/x11/window/TrayIcon.h"
 #include "platform/linux/x11/window/WindowGeometry.h"
 #include "platform/linux/x11/window/WindowPixels.h"
 #include "platform/linux/x11/window/WindowStacking.h"
@@ -57,9 +57,7 @@ bool IsKnown(const Session& session, const AppWindow* window) {
 void HandleClientMessage(Session& session, const xcb_client_message_event_t& event) {
     if (event.window == session.screen->root && event.type == session.atoms.manager &&
         event.data.data32[1] == session.atoms.traySelection) {
-        for (AppWindow* each : session.windows) {
-            session.loop.queue.push_back({each, TaskbarCreatedMessage(), 0, 0});
-        }
+        QueueTaskbarCreated(session);
         return;
     }
     AppWindow* window = WindowOf(session, event.window);

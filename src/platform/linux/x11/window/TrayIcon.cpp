@@ -15,6 +15,7 @@
 #include "platform/linux/cairo/IconPixels.h"
 #include "platform/linux/x11/window/PopupMenu.h"
 #include "platform/linux/x11/window/Session.h"
+#include "platform/linux/x11/window/TrayIcon.h"
 
 namespace zv {
 
@@ -137,6 +138,7 @@ bool HandleTrayEvent(Session& session, const xcb_generic_event_t& event) {
     }
     if (type == XCB_DESTROY_NOTIFY && reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window == icon.id) {
         icon.id = XCB_WINDOW_NONE;
+        QueueTaskbarCreated(session);
         return true;
     }
     return false;
@@ -188,6 +190,12 @@ void Dock(Session& session, const TrayIcon& icon, xcb_window_t host) {
 }
 
 }  // namespace
+
+void QueueTaskbarCreated(Session& session) {
+    for (AppWindow* each : session.windows) {
+        session.loop.queue.push_back({each, taskbarCreated, 0, 0});
+    }
+}
 
 bool HandleSecondTrayClick(Session& session, const xcb_button_press_event_t& press) {
     TrayIcon* icon = shownIcon;

@@ -40,6 +40,17 @@ void MapWindow(Session& session, AppWindow& window) {
     xcb_flush(session.connection.get());
 }
 
+/// Sets how the window manager shows the window when it is mapped next.
+void SetInitialState(Session& session, const AppWindow& window, xcb_icccm_wm_state_t state) {
+    xcb_icccm_wm_hints_t hints{};
+    if (state == XCB_ICCCM_WM_STATE_ICONIC) {
+        xcb_icccm_wm_hints_set_iconic(&hints);
+    } else {
+        xcb_icccm_wm_hints_set_normal(&hints);
+    }
+    xcb_icccm_set_wm_hints(session.connection.get(), window.id, &hints);
+}
+
 void HandleUnmapped(Session& session, AppWindow& window) {
     window.viewable = false;
     if (session.input.mouseCapture == &window) {
@@ -216,6 +227,9 @@ void ShowWithoutActivating(AppWindow& window) { ShowWindowPlain(window); }
 
 void ShowInFront(AppWindow& window) {
     x11::Session& session = x11::CurrentSession();
+    if (!window.shown) {
+        x11::SetInitialState(session, window, XCB_ICCCM_WM_STATE_NORMAL);
+    }
     ShowWindowPlain(window);
     x11::RaiseAndActivate(session, window);
 }
@@ -237,6 +251,20 @@ void HideWindow(AppWindow& window) {
                    XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
                    reinterpret_cast<const char*>(&withdrawn));
     xcb_flush(session.connection.get());
+}
+
+void MinimizeWindow(AppWindow& window) {
+    x11::Session& session = x11::CurrentSession();
+    if (!x11::ReadNumberProperty(session, session.screen->root, session.atoms.netSupportingWmCheck)) {
+        HideWindow(window);
+    } else if (window.shown) {
+        x11::SendClientMessage(session.screen->root, window.id, session.atoms.wmChangeState,
+                               XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                               XCB_ICCCM_WM_STATE_ICONIC);
+    } else {
+        x11::SetInitialState(session, window, XCB_ICCCM_WM_STATE_ICONIC);
+        ShowWindowPlain(window);
+    }
 }
 
 bool IsWindowShown(AppWindow& window) { return window.shown && !window.destroyed; }
