@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "support/FileBytes.h"
+#include "support/NotifierHost.h"
 #include "support/TrayUser.h"
 
 namespace zv {
@@ -363,6 +364,119 @@ TEST_F(DesktopEndToEnd, ADoubleClickOnTheIconShowsAHiddenWindow) {
         tray_.KillTray();
         ASSERT_TRUE(tray_.WaitNoIcon());
     }
+}
+
+// A bridge between the two protocols passes clicks on without the time of the server.
+TEST_F(DesktopEndToEnd, ForwardedClicksOnTheIconCountByTheirArrival) {
+    StartWindowManager();
+    tray_.StartTray();
+    const ProgramRun run(Options(true));
+    AwaitStart(run);
+    ASSERT_TRUE(tray_.WaitIcon());
+    user_.MovePointer(700, 500);
+    // Two slow clicks open the menu twice, and not the window.
+    for (int round = 0; round < 2; ++round) {
+        const std::vector<xcb_window_t> before = user_.TopLevels();
+        tray_.ForwardClick();
+        EXPECT_TRUE(Eventually([&] { return tray_.MenuBeside(before) != XCB_WINDOW_NONE; })) << round;
+        user_.TapKey(XK_Escape);
+        EXPECT_TRUE(Eventually([&] { return tray_.MenuBeside(before) == XCB_WINDOW_NONE; }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(450));
+    }
+    EXPECT_FALSE(user_.Shows(mainWindowName));
+    EXPECT_TRUE(Eventually([&] {
+        tray_.ForwardClick();
+        tray_.ForwardClick();
+        return Eventually([&] { return user_.Shows(mainWindowName); }, 3000);
+    }));
+    user_.CloseByBox(user_.WindowOf(mainWindowName));
+    ASSERT_TRUE(user_.WaitHidden(mainWindowName));
+    // The menu of the first click receives the second one from the server.
+    std::this_thread::sleep_for(std::chrono::milliseconds(450));
+    EXPECT_TRUE(Eventually([&] {
+        const std::vector<xcb_window_t> before = user_.TopLevels();
+        tray_.ForwardClick();
+        Eventually([&] { return tray_.MenuBeside(before) != XCB_WINDOW_NONE; }, 3000);
+        user_.PressButton(1);
+        user_.ReleaseButton(1);
+        const bool shown = Eventually([&] { return user_.Shows(mainWindowName); }, 3000);
+        user_.TapKey(XK_Escape);
+        std::this_thread::sleep_for(std::chrono::milliseconds(450));
+        return shown;
+    }));
+}
+
+class NotifierEndToEnd : public DesktopEndToEnd {
+protected:
+    ProgramOptions BusOptions() const {
+        ProgramOptions options = Options(true);
+        options.variables["DBUS_SESSION_BUS_ADDRESS"] = host_.Address();
+        return options;
+    }
+    NotifierHost host_;
+};
+
+TEST_F(NotifierEndToEnd, TheIconIsShownOverTheBusAndItsMenuWorks) {
+    StartWindowManager();
+    tray_.StartTray();
+    host_.StartWatcher();
+    ProgramRun run(BusOptions());
+    AwaitStart(run);
+    ASSERT_TRUE(host_.WaitItem());
+    EXPECT_FALSE(tray_.Icon()) << "there are two icons";
+    EXPECT_EQ(host_.Property("Id"), "(<'zorvel'>,)");
+    EXPECT_EQ(host_.Property("Title"), "(<'ZV Reels Max'>,)");
+    EXPECT_EQ(host_.Property("Status"), "(<'Active'>,)");
+    EXPECT_EQ(host_.Property("ItemIsMenu"), "(<false>,)");
+    EXPECT_TRUE(host_.Property("IconPixmap").starts_with("(<[(16, 16, [byte 0xff,"));
+    EXPECT_EQ(host_.MenuRows(),
+              "1 Open Zorvel\n2 Save Clip (Alt + F10)\n4 Start recording\n5 Screenshot selected monitor\n"
+              "6 Quick capture (Alt + X)\n1000 separator\n3 Exit Zorvel\n");
+    host_.ClickMenu(6);
+    EXPECT_TRUE(user_.WaitShown(overlayName));
+    host_.ClickMenu(1);
+    EXPECT_TRUE(user_.WaitShown(mainWindowName));
+    user_.CloseByBox(user_.WindowOf(mainWindowName));
+    EXPECT_TRUE(WaitState(withdrawn));
+    // One activation opens the program's menu at the pointer, two open the window.
+    user_.MovePointer(700, 500);
+    const std::vector<xcb_window_t> before = user_.TopLevels();
+    EXPECT_EQ(host_.CallItem("Activate", g_variant_new("(ii)", 1, 1)), "()");
+    EXPECT_TRUE(Eventually([&] { return tray_.MenuBeside(before) != XCB_WINDOW_NONE; }));
+    user_.TapKey(XK_Escape);
+    EXPECT_TRUE(Eventually([&] { return tray_.MenuBeside(before) == XCB_WINDOW_NONE; }));
+    EXPECT_TRUE(Eventually([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(450));
+        host_.CallItem("Activate", g_variant_new("(ii)", 1, 1));
+        host_.CallItem("Activate", g_variant_new("(ii)", 1, 1));
+        return Eventually([&] { return user_.Shows(mainWindowName); }, 3000);
+    }));
+    EXPECT_EQ(host_.CallItem("ContextMenu", g_variant_new("(ii)", 1, 1)), "()");
+    EXPECT_TRUE(Eventually([&] { return tray_.MenuBeside(before) != XCB_WINDOW_NONE; }));
+    user_.TapKey(XK_Escape);
+    host_.ClickMenu(3);
+    EXPECT_EQ(run.Process().WaitExit(), 0);
+}
+
+TEST_F(NotifierEndToEnd, TheIconFollowsTheNotificationAreas) {
+    StartWindowManager();
+    host_.StartWatcher(false);
+    const ProgramRun run(BusOptions());
+    AwaitStart(run);
+    EXPECT_TRUE(WaitState(iconic)) << "no host shows the icon";
+    EXPECT_TRUE(host_.Item().empty());
+    host_.RegisterHost();
+    ASSERT_TRUE(host_.WaitItem());
+    EXPECT_TRUE(WaitState(withdrawn));
+    host_.StopWatcher();
+    EXPECT_TRUE(WaitState(iconic));
+    tray_.StartTray();
+    EXPECT_TRUE(tray_.WaitIcon());
+    EXPECT_TRUE(WaitState(withdrawn));
+    host_.StartWatcher();
+    EXPECT_TRUE(host_.WaitItem());
+    EXPECT_TRUE(tray_.WaitNoIcon());
+    EXPECT_EQ(host_.Property("Id"), "(<'zorvel'>,)");
 }
 
 TEST_F(DesktopEndToEnd, ARestartedNotificationAreaGetsTheIconAgain) {

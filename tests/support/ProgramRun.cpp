@@ -74,6 +74,7 @@ ProgramRun::ProgramRun(const ProgramOptions& options) : display_(options.display
                         {"TMPDIR", temporary_.string()},
                         {"XDG_RUNTIME_DIR", (home / "runtime").string()},
                         {"XDG_CONFIG_HOME", (home / "config").string()},
+                        {"DBUS_SESSION_BUS_ADDRESS", ""},
                         {"ZV_FFMPEG", ""}};
     for (const auto& [name, value] : options.variables) {
         variables[name] = value;

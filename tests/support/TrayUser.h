@@ -45,6 +45,21 @@ public:
         user_.ClickAt((icon_->left + icon_->right) / 2, (icon_->top + icon_->bottom) / 2, button);
     }
 
+    /// A click that a bridge sends, without a time.
+    void ForwardClick() const {
+        const xcb_window_t icon = user_.FindBelow(user_.Root(), "_NET_WM_NAME", "ZV Reels Max");
+        for (const std::uint8_t type : {std::uint8_t{XCB_BUTTON_PRESS}, std::uint8_t{XCB_BUTTON_RELEASE}}) {
+            xcb_button_press_event_t event{};
+            event.response_type = type;
+            event.detail = XCB_BUTTON_INDEX_1;
+            event.root = user_.Root();
+            event.event = icon;
+            event.same_screen = 1;
+            xcb_send_event(user_.Get(), 0, icon, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char*>(&event));
+        }
+        user_.Sync();
+    }
+
     bool OpenMenu(std::uint8_t button) {
         const std::vector<xcb_window_t> before = user_.TopLevels();
         ClickIcon(button);

@@ -214,7 +214,7 @@ std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
             UpdateHotkey(wParam, lParam != 0);
             return 0;
         case trayMessage:
-            HandleTrayMessage(window, lParam);
+            HandleTrayMessage(window, wParam, lParam);
             return 0;
         default:
             return DefaultProcedure(window, code, wParam, lParam);

@@ -40,7 +40,7 @@ constexpr std::array<TrayCommand, 7> commands{{
     {3, u"Exit Zorvel", ExitProgram},
 }};
 
-void OpenMenu(AppWindow& mainWindow) {
+std::vector<MenuItem> MenuItems() {
     std::vector<MenuItem> items;
     for (const TrayCommand& command : commands) {
         if (command.captures && !CaptureObstacle().empty()) {
@@ -49,7 +49,10 @@ void OpenMenu(AppWindow& mainWindow) {
         const bool stops = command.id == recordingId && GetRecordingStatus().recording;
         items.push_back({command.id, stops ? Text(u"Stop and save recording") : Text(command.label)});
     }
-    const int chosen = ChooseFromMenu(mainWindow, items);
+    return items;
+}
+
+void RunCommand(int chosen) {
     for (const TrayCommand& command : commands) {
         if (command.id == chosen && command.run != nullptr) {
             command.run();
@@ -61,7 +64,8 @@ void OpenMenu(AppWindow& mainWindow) {
 
 void ShowTrayIcon(AppWindow& mainWindow) {
     RemoveTrayIcon();
-    CurrentIcon() = AddTrayIcon({&mainWindow, trayMessage, Ui().programWindows.smallIcon.get(), u"ZV Reels Max"});
+    CurrentIcon() =
+        AddTrayIcon({&mainWindow, trayMessage, Ui().programWindows.smallIcon.get(), u"ZV Reels Max", MenuItems});
     if (Ui().mainWindowPutAway && (!IsWindowShown(mainWindow) || IsWindowMinimized(mainWindow))) {
         PutMainWindowAway(mainWindow);
     }
@@ -80,16 +84,19 @@ void PutMainWindowAway(AppWindow& mainWindow) {
 
 void RemoveTrayIcon() { CurrentIcon().reset(); }
 
-void HandleTrayMessage(AppWindow& mainWindow, std::intptr_t lParam) {
+void HandleTrayMessage(AppWindow& mainWindow, std::uintptr_t wParam, std::intptr_t lParam) {
     switch (static_cast<std::uint32_t>(lParam & 0xFFFF)) {
         case message::leftButtonDoubleClick:
             ShowMainWindow();
+            break;
+        case trayEvent::chosen:
+            RunCommand(static_cast<int>(wParam));
             break;
         case trayEvent::contextMenu:
         case message::rightButtonUp:
         case trayEvent::select:
         case trayEvent::keySelect:
-            OpenMenu(mainWindow);
+            RunCommand(ChooseFromMenu(mainWindow, MenuItems()));
             break;
         default:
             break;

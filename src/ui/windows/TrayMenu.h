@@ -18,6 +18,6 @@ void RemoveTrayIcon();
 void PutMainWindowAway(AppWindow& mainWindow);
 
 /// Handles trayMessage: a click opens the menu, a double click the main window.
-void HandleTrayMessage(AppWindow& mainWindow, std::intptr_t lParam);
+void HandleTrayMessage(AppWindow& mainWindow, std::uintptr_t wParam, std::intptr_t lParam);
 
 }  // namespace zv

@@ -96,6 +96,23 @@ TEST_F(TrayMenu, ClosedWithoutAChoiceDoesNothing) {
     EXPECT_EQ(Ui().statusText, u"Ready");
 }
 
+TEST_F(TrayMenu, IsTheSameForANotificationAreaThatShowsItItself) {
+    Send(fake::taskbarCreated);
+    Engine().state = EngineState::Recording;
+    Choose(0);
+    const std::vector<MenuItem> items = TheTray().icon->menu();
+    ASSERT_EQ(items.size(), TheMenus().shown.back().size());
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        EXPECT_EQ(items[i].id, TheMenus().shown.back()[i].id);
+        EXPECT_EQ(items[i].label, TheMenus().shown.back()[i].label);
+    }
+    Engine().state = EngineState::Ready;
+    HideWindow(*window_);
+    Send(tray, 1, 0x500);
+    EXPECT_EQ(fake::TheWindows().inFront, window_.get());
+    Send(tray, 4711, 0x500);
+}
+
 TEST_F(TrayMenu, OpenShowsTheWindow) {
     HideWindow(*window_);
     Choose(1);

@@ -1,7 +1,8 @@
 // The message loop of the interface thread.
 //
-// It sleeps in one ppoll on the server's connection, the end signals and the earliest timer. It converts events to
-// messages in a queue. Each iteration dispatches at most one timer, so that timer messages never accumulate.
+// It sleeps in one ppoll on the server's connection, the session bus, the end signals and the earliest timer. It
+// converts events to messages in a queue. Each iteration dispatches at most one timer, so that timer messages never
+// accumulate.
 #include "platform/linux/x11/window/MessageLoop.h"
 
 #include <poll.h>
@@ -18,6 +19,7 @@
 
 #include "platform/Session.h"
 #include "platform/Window.h"
+#include "platform/linux/dbus/SessionBus.h"
 #include "platform/linux/posix/Posix.h"
 #include "platform/linux/x11/window/Redirection.h"
 #include "platform/linux/x11/window/Session.h"
@@ -191,8 +193,10 @@ bool EndOnLostServer(Session& session) {
 void WaitForWork(Session& session) {
     const std::int64_t waitNs = NextDueNs(session, MonotonicNs());
     const timespec wait{waitNs / 1'000'000'000, waitNs % 1'000'000'000};
-    std::array<pollfd, 2> sources{pollfd{xcb_get_file_descriptor(session.connection.get()), POLLIN, 0},
-                                  pollfd{EndSignals(), POLLIN, 0}};
+    std::vector<pollfd>& sources = session.loop.sources;
+    sources.assign(
+        {pollfd{xcb_get_file_descriptor(session.connection.get()), POLLIN, 0}, pollfd{EndSignals(), POLLIN, 0}});
+    dbus::AddBusDescriptors(sources);
     if (ppoll(sources.data(), sources.size(), waitNs < 0 ? nullptr : &wait, nullptr) > 0 && sources[1].revents != 0) {
         ReadEndSignals();
     }
@@ -206,6 +210,7 @@ bool RunStep(Session& session) {
         return false;
     }
     ReadEvents(session);
+    dbus::DispatchBus();
     const std::int64_t nowNs = MonotonicNs();
     QueueSettledDisplayChange(session, nowNs);
     ReleaseOccludedContent(session, nowNs);

@@ -1,6 +1,8 @@
 // The messages, the timers and the loop that dispatches them.
 #pragma once
 
+#include <poll.h>
+
 #include <cstdint>
 #include <deque>
 #include <optional>
@@ -31,6 +33,7 @@ struct Message {
 struct MessageLoop {
     std::deque<Message> queue;
     std::vector<Timer> timers;
+    std::vector<pollfd> sources;          ///< of the last wait
     std::int64_t displayChangeDueNs = 0;  ///< 0: none is pending
     bool serverLost = false;
     bool quitting = false;

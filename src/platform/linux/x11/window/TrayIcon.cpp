@@ -1,32 +1,48 @@
-// The icon in the desktop's notification area, by the freedesktop system tray protocol.
+// The icon in the desktop's notification area, over D-Bus or by the freedesktop system tray protocol.
 //
-// The area's host owns a selection of the screen. The icon is one of our windows. The host reparents it into its own
-// window, and it is destroyed with that window. A new host sends a message to the root; then every window receives
-// TaskbarCreatedMessage.
+// For the latter, the area's host owns a selection of the screen. The icon is one of our windows. The host reparents it
+// into its own window, and it is destroyed with that window. A new host sends a message to the root; then every window
+// receives TaskbarCreatedMessage.
 #include "platform/TrayIcon.h"
 
 #include <xcb/xcb_icccm.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <optional>
 #include <utility>
 
 #include "platform/Files.h"
 #include "platform/linux/cairo/IconPixels.h"
+#include "platform/linux/dbus/StatusNotifier.h"
+#include "platform/linux/posix/Posix.h"
 #include "platform/linux/x11/window/PopupMenu.h"
 #include "platform/linux/x11/window/Session.h"
 #include "platform/linux/x11/window/TrayIcon.h"
 
 namespace zv {
 
+namespace x11 {
+
+/// A bridge or a host on D-Bus passes clicks on without the server's time and with positions of its own.
+struct TrayClick {
+    std::optional<std::uint32_t> serverMs;
+    std::int64_t receivedNs = 0;
+    Point at;  ///< on the screen
+};
+
+}  // namespace x11
+
 struct TrayIcon {
     xcb_window_t id = XCB_WINDOW_NONE;
     TrayIconOptions options;
     int size = 0;
     xcb_gcontext_t context = XCB_NONE;
-    std::uint32_t lastClickMs = 0;
-    Point lastClick;  ///< on the screen
-    bool clicked = false;
+    std::unique_ptr<dbus::StatusNotifier> notifier;  ///< null: the icon is a window
+    x11::TrayClick lastClick;
+    bool clicked = false;        ///< a second click makes it a double click
     bool releaseIsDone = false;  ///< of a click that was already handled at its press
 };
 
@@ -87,24 +103,43 @@ void QueueDoubleClick(Session& session, const TrayIcon& icon) {
     QueueTrayEvent(session, icon, message::leftButtonDoubleClick);
 }
 
+/// A click that another program passes on.
+TrayClick ForwardedClick() { return {std::nullopt, MonotonicNs(), CursorPosition()}; }
+
+TrayClick ClickOf(const xcb_button_press_event_t& event) {
+    constexpr unsigned sentByAClient = 0x80;
+    return (event.response_type & sentByAClient) != 0
+               ? ForwardedClick()
+               : TrayClick{event.time, MonotonicNs(), {event.root_x, event.root_y}};
+}
+
+bool InTime(const TrayClick& first, const TrayClick& second) {
+    return first.serverMs && second.serverMs
+               ? *second.serverMs - *first.serverMs <= doubleClickMs
+               : second.receivedNs - first.receivedNs <= std::int64_t{doubleClickMs} * 1'000'000;
+}
+
 /// Sends the events of Windows in the same order: the first click selects, the second one opens.
-void HandleButton(Session& session, TrayIcon& icon, const xcb_button_press_event_t& event) {
-    if (event.detail == XCB_BUTTON_INDEX_3) {
-        QueueTrayEvent(session, icon, message::rightButtonUp);
-        return;
-    }
-    const bool inTime = event.time - icon.lastClickMs <= doubleClickMs;
-    if (event.detail != XCB_BUTTON_INDEX_1 || (std::exchange(icon.releaseIsDone, false) && inTime)) {
+void HandleClick(Session& session, TrayIcon& icon, const TrayClick& click) {
+    const bool inTime = InTime(icon.lastClick, click);
+    if (std::exchange(icon.releaseIsDone, false) && inTime) {
         return;
     }
     const bool second = icon.clicked && inTime;
     icon.clicked = !second;
-    icon.lastClickMs = event.time;
-    icon.lastClick = {event.root_x, event.root_y};
+    icon.lastClick = click;
     if (second) {
         QueueDoubleClick(session, icon);
     } else {
         QueueTrayEvent(session, icon, trayEvent::select);
+    }
+}
+
+void HandleButton(Session& session, TrayIcon& icon, const xcb_button_press_event_t& event) {
+    if (event.detail == XCB_BUTTON_INDEX_3) {
+        QueueTrayEvent(session, icon, message::rightButtonUp);
+    } else if (event.detail == XCB_BUTTON_INDEX_1) {
+        HandleClick(session, icon, ClickOf(event));
     }
 }
 
@@ -189,6 +224,46 @@ void Dock(Session& session, const TrayIcon& icon, xcb_window_t host) {
     xcb_send_event(session.connection.get(), 0, host, 0, reinterpret_cast<const char*>(&event));
 }
 
+std::vector<dbus::NotifierMenuItem> MenuOf(const TrayIcon& icon) {
+    std::vector<dbus::NotifierMenuItem> items;
+    for (const MenuItem& item : icon.options.menu()) {
+        items.push_back({item.id, ToPath(item.label).string()});
+    }
+    return items;
+}
+
+/// Returns null if no notification area is reached over D-Bus.
+Owned<TrayIcon> AddNotifier(const TrayIconOptions& options) {
+    Session& session = CurrentSession();
+    Owned<TrayIcon> icon(new TrayIcon);
+    TrayIcon& added = *icon;
+    added.options = options;
+    added.notifier = std::make_unique<dbus::StatusNotifier>();
+    dbus::NotifierOptions notifier;
+    notifier.title = ToPath(options.tip).string();
+    if (options.icon != nullptr) {
+        notifier.iconSize = options.icon->size;
+        notifier.iconPixels = options.icon->pixels;
+    }
+    notifier.activate = [&] { HandleClick(session, added, ForwardedClick()); };
+    notifier.openMenu = [&] { QueueTrayEvent(session, added, trayEvent::contextMenu); };
+    notifier.items = [&] { return MenuOf(added); };
+    notifier.choose = [&](int id) {
+        session.loop.queue.push_back({added.options.window, added.options.message, static_cast<std::uintptr_t>(id),
+                                      static_cast<std::intptr_t>(trayEvent::chosen)});
+    };
+    if (options.menu == nullptr || !added.notifier->Show(std::move(notifier))) {
+        return nullptr;
+    }
+    shownIcon = icon.get();
+    return icon;
+}
+
+void WatchHosts() {
+    static std::once_flag watched;
+    std::call_once(watched, [] { dbus::WatchNotifierHosts([] { QueueTaskbarCreated(CurrentSession()); }); });
+}
+
 }  // namespace
 
 void QueueTaskbarCreated(Session& session) {
@@ -199,15 +274,15 @@ void QueueTaskbarCreated(Session& session) {
 
 bool HandleSecondTrayClick(Session& session, const xcb_button_press_event_t& press) {
     TrayIcon* icon = shownIcon;
-    if (icon == nullptr || !icon->clicked || press.detail != XCB_BUTTON_INDEX_1 ||
-        press.time - icon->lastClickMs > doubleClickMs ||
-        std::abs(press.root_x - icon->lastClick.x) > doubleClickSlack ||
-        std::abs(press.root_y - icon->lastClick.y) > doubleClickSlack) {
+    const TrayClick click = ClickOf(press);
+    if (icon == nullptr || !icon->clicked || press.detail != XCB_BUTTON_INDEX_1 || !InTime(icon->lastClick, click) ||
+        std::abs(click.at.x - icon->lastClick.at.x) > doubleClickSlack ||
+        std::abs(click.at.y - icon->lastClick.at.y) > doubleClickSlack) {
         return false;
     }
     icon->clicked = false;
     icon->releaseIsDone = true;
-    icon->lastClickMs = press.time;
+    icon->lastClick = click;
     QueueDoubleClick(session, *icon);
     return true;
 }
@@ -221,7 +296,7 @@ void Closer<TrayIcon>::operator()(TrayIcon* icon) const noexcept {
     if (x11::shownIcon == icon) {
         x11::shownIcon = nullptr;
     }
-    if (connection != nullptr) {
+    if (connection != nullptr && !icon->notifier) {
         xcb_free_gc(connection, icon->context);
         if (icon->id != XCB_WINDOW_NONE) {  // none if it was destroyed with its host
             xcb_destroy_window(connection, icon->id);
@@ -233,6 +308,12 @@ void Closer<TrayIcon>::operator()(TrayIcon* icon) const noexcept {
 
 Owned<TrayIcon> AddTrayIcon(const TrayIconOptions& options) {
     x11::Session& session = x11::CurrentSession();
+    x11::WatchHosts();
+    if (x11::shownIcon == nullptr) {
+        if (Owned<TrayIcon> icon = x11::AddNotifier(options)) {
+            return icon;
+        }
+    }
     xcb_connection_t* connection = session.connection.get();
     const xcb_window_t host = x11::SelectionOwner(session, session.atoms.traySelection).value_or(XCB_WINDOW_NONE);
     if (host == XCB_WINDOW_NONE || x11::shownIcon != nullptr) {

@@ -699,6 +699,8 @@ TEST_F(LinuxTrayIcon, IsAddedAgainAfterARestartOfTheArea) {
     host_.WaitExit();
     received.clear();
     EXPECT_TRUE(RunUntil(*window_, [&] { return !FindIcon(); })) << "nothing stays on the desktop";
+    EXPECT_TRUE(RunUntilReceived(*window_, TaskbarCreatedMessage())) << "the end of the area is not reported";
+    received.clear();
     StartHost();
     ASSERT_TRUE(RunUntilReceived(*window_, TaskbarCreatedMessage()));
     icon.reset();
