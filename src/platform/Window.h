@@ -99,12 +99,12 @@ struct WindowOptions {
     int left = 0;  ///< for frames other than Full
     int top = 0;
     bool topmost = false;
-    bool toolWindow = false;    ///< not in the taskbar
-    bool noActivate = false;    ///< never receives the focus
-    bool layered = false;       ///< hidden until SetColorKey or SetConstantAlpha has been called
-    bool clickThrough = false;  ///< on Windows only together with `layered` for windows of other programs
-    AppWindow* owner = nullptr;
-    bool arrowCursor = true;  ///< false: the class has no cursor
+    bool toolWindow = false;     ///< not in the taskbar
+    bool noActivate = false;     ///< never receives the focus
+    bool layered = false;        ///< hidden until SetColorKey or SetConstantAlpha has been called
+    bool clickThrough = false;   ///< on Windows only together with `layered` for windows of other programs
+    AppWindow* owner = nullptr;  ///< stays below this window
+    bool arrowCursor = true;     ///< false: the class has no cursor
     const AppIcon* bigIcon = nullptr;
     const AppIcon* littleIcon = nullptr;
 };
@@ -115,7 +115,7 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options);
 // Attributes.
 
 /// Makes pixels of this colour (0x00BBGGRR) transparent, also to clicks, from the next PutPixels on. A later call
-/// replaces the colour.
+/// replaces the colour; the same colour again changes nothing.
 void SetColorKey(AppWindow& window, std::uint32_t color);
 /// 255 is opaque. Needs a compositor on X11.
 void SetConstantAlpha(AppWindow& window, std::uint8_t alpha);
@@ -129,6 +129,7 @@ void SetWindowIcons(AppWindow& window, const AppIcon* big, const AppIcon* little
 // Visibility and bounds. Rectangles are those of whole windows, in coordinates of the desktop.
 
 void ShowWindowPlain(AppWindow& window);
+/// Raises a topmost window above all windows that are not topmost.
 void ShowWithoutActivating(AppWindow& window);
 /// Shows or restores the window in front of the others and gives it the focus.
 void ShowInFront(AppWindow& window);

@@ -94,7 +94,8 @@ protected:
         return Eventually([&] {
             const Picture screen = user_.Grab(Rectangle{0, 0, screenSize.x, screenSize.y});
             playerColor_ = screen.At(0, 0);
-            const bool green = (playerColor_ & 0xE000E0U) == 0 && playerColor_ > 0xA000U;
+            // The player converts the colour.
+            const bool green = (playerColor_ & 0xF8FFF8U) >= 0xBC00U && (playerColor_ & 0xF8FFF8U) <= 0xC400U;
             return green && screen.CountOf(playerColor_) == screen.pixels.size();
         });
     }
@@ -124,7 +125,7 @@ protected:
     InterfaceUser user_{display_.Name()};
     Spawned bus_;
     std::vector<Spawned> programs_;
-    std::uint32_t playerColor_ = 0;  ///< as the player converts it
+    std::uint32_t playerColor_ = 0;
 };
 
 INSTANTIATE_TEST_SUITE_P(

@@ -35,6 +35,7 @@ struct AppWindow {
     bool viewable = false;   ///< mapped by the server
     bool mustPaint = false;  ///< message::paint is due
     bool tracksLeave = false;
+    AppWindow* owner = nullptr;                    ///< stays below this window
     xcb_window_t previousFocus = XCB_WINDOW_NONE;  ///< the window that had the focus before this one
     int width = 0;                                 ///< of the client area, at the last message::size
     int height = 0;

@@ -35,6 +35,7 @@ Atoms InternAtoms(xcb_connection_t* connection, int screenNumber) {
         {&Atoms::gtkThemeVariant, "_GTK_THEME_VARIANT"},
         {&Atoms::netWmWindowTypeDesktop, "_NET_WM_WINDOW_TYPE_DESKTOP"},
         {&Atoms::netWmWindowTypeDock, "_NET_WM_WINDOW_TYPE_DOCK"},
+        {&Atoms::netClientListStacking, "_NET_CLIENT_LIST_STACKING"},
         {&Atoms::netSupportingWmCheck, "_NET_SUPPORTING_WM_CHECK"},
         {&Atoms::wmState, "WM_STATE"},
         {&Atoms::wmChangeState, "WM_CHANGE_STATE"},

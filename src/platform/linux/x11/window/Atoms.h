@@ -27,6 +27,7 @@ struct Atoms {
     xcb_atom_t gtkThemeVariant = XCB_ATOM_NONE;
     xcb_atom_t netWmWindowTypeDesktop = XCB_ATOM_NONE;
     xcb_atom_t netWmWindowTypeDock = XCB_ATOM_NONE;
+    xcb_atom_t netClientListStacking = XCB_ATOM_NONE;
     xcb_atom_t netSupportingWmCheck = XCB_ATOM_NONE;
     xcb_atom_t wmState = XCB_ATOM_NONE;
     xcb_atom_t wmChangeState = XCB_ATOM_NONE;

@@ -95,6 +95,19 @@ std::optional<std::uint32_t> ReadNumberProperty(Session& session, xcb_window_t w
     return NumberProperty({session.connection.get(), session.screen->root, {}}, window, property);
 }
 
+std::vector<std::uint32_t> ReadNumbersProperty(Session& session, xcb_window_t window, xcb_atom_t property,
+                                               xcb_atom_t type) {
+    constexpr std::uint32_t mostUnits = 65536;
+    xcb_connection_t* connection = session.connection.get();
+    const auto reply = Adopt(xcb_get_property_reply(
+        connection, xcb_get_property(connection, 0, window, property, type, 0, mostUnits), nullptr));
+    if (!reply || reply->format != 32) {
+        return {};
+    }
+    const auto* first = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+    return {first, first + xcb_get_property_value_length(reply.get()) / 4};
+}
+
 bool Synchronize(Session& session) {
     xcb_connection_t* connection = session.connection.get();
     return Adopt(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr)) != nullptr;

@@ -54,6 +54,10 @@ std::string ReadTextProperty(xcb_connection_t* connection, xcb_window_t window, 
 /// The first 32-bit value of a property.
 std::optional<std::uint32_t> ReadNumberProperty(Session& session, xcb_window_t window, xcb_atom_t property);
 
+/// The 32-bit values of a property of that type. Empty if the window has no such property.
+std::vector<std::uint32_t> ReadNumbersProperty(Session& session, xcb_window_t window, xcb_atom_t property,
+                                               xcb_atom_t type);
+
 /// XCB_WINDOW_NONE if the selection has no owner; nullopt if the server does not reply.
 std::optional<xcb_window_t> SelectionOwner(const Session& session, xcb_atom_t selection);
 

@@ -125,6 +125,9 @@ void DestroyAppWindow(AppWindow& window) {
     RemoveMessages(session.loop, window);
     UngrabKeysOf(session, window);
     std::erase(session.windows, &window);
+    for (AppWindow* each : session.windows) {
+        each->owner = each->owner == &window ? nullptr : each->owner;
+    }
     if (session.connection) {
         ReleaseWindowState(session, window);
         ReleasePixels(session, window);
@@ -154,6 +157,7 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options) {
     window->procedure = options.procedure;
     window->bare = options.frame == WindowFrame::Bare;
     window->topmost = options.topmost;
+    window->owner = options.owner;
     window->width = options.width;
     window->height = options.height;
     window->bounds = {options.left, options.top, options.left + options.width, options.top + options.height};

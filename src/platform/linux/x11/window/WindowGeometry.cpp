@@ -33,6 +33,9 @@ void PrepareShow(Session& session, AppWindow& window) {
 }
 
 void MapWindow(Session& session, AppWindow& window) {
+    if (window.topmost && window.bare) {
+        Raise(session, window);
+    }
     xcb_map_window(session.connection.get(), window.id);
     if (window.topmost) {
         SelectStackingEvents(session);
@@ -81,18 +84,17 @@ void SetBounds(AppWindow& window, const Rectangle& bounds) {
     }
 }
 
-void Configure(AppWindow& window, const Rectangle& bounds, bool raise) {
+void Configure(AppWindow& window, const Rectangle& bounds) {
     const std::int32_t width = std::max(bounds.Width(), 1);
     const std::int32_t height = std::max(bounds.Height(), 1);
     SetBounds(window, {bounds.left, bounds.top, bounds.left + width, bounds.top + height});
-    const std::array<std::uint32_t, 5> values{static_cast<std::uint32_t>(bounds.left),
+    const std::array<std::uint32_t, 4> values{static_cast<std::uint32_t>(bounds.left),
                                               static_cast<std::uint32_t>(bounds.top), static_cast<std::uint32_t>(width),
-                                              static_cast<std::uint32_t>(height), XCB_STACK_MODE_ABOVE};
-    const unsigned geometry =
+                                              static_cast<std::uint32_t>(height)};
+    constexpr std::uint16_t mask =
         XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT;
-    const unsigned mask = raise ? geometry | XCB_CONFIG_WINDOW_STACK_MODE : geometry;
-    const xcb_void_cookie_t request = xcb_configure_window(CurrentSession().connection.get(), window.id,
-                                                           static_cast<std::uint16_t>(mask), values.data());
+    const xcb_void_cookie_t request =
+        xcb_configure_window(CurrentSession().connection.get(), window.id, mask, values.data());
     window.configureSequence = request.sequence;
 }
 
@@ -144,10 +146,27 @@ void HandleConfigure(Session& session, const xcb_configure_notify_event_t& event
     }
 }
 
+/// Also notifies the window manager, because the window may be minimized.
+void Withdraw(Session& session, AppWindow& window) {
+    xcb_unmap_window(session.connection.get(), window.id);
+    xcb_unmap_notify_event_t withdrawn{};
+    withdrawn.response_type = XCB_UNMAP_NOTIFY;
+    withdrawn.event = session.screen->root;
+    withdrawn.window = window.id;
+    xcb_send_event(session.connection.get(), 0, session.screen->root,
+                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                   reinterpret_cast<const char*>(&withdrawn));
+    xcb_flush(session.connection.get());
+}
+
 void HandleMap(Session& session, const xcb_map_notify_event_t& event) {
     if (event.event != event.window) {
         HandleForeignWindow(session, event.window);
     } else if (AppWindow* window = WindowOf(session, event.window)) {
+        if (!window->shown) {
+            // Some window managers ignore the withdrawal of a window that they have not mapped yet.
+            Withdraw(session, *window);
+        }
         window->viewable = true;
         window->mustPaint = true;
     }
@@ -241,16 +260,7 @@ void HideWindow(AppWindow& window) {
     }
     window.shown = false;
     x11::RestoreFocus(session, window);
-    xcb_unmap_window(session.connection.get(), window.id);
-    // Notifies the window manager that the window is withdrawn, also if it is minimized.
-    xcb_unmap_notify_event_t withdrawn{};
-    withdrawn.response_type = XCB_UNMAP_NOTIFY;
-    withdrawn.event = session.screen->root;
-    withdrawn.window = window.id;
-    xcb_send_event(session.connection.get(), 0, session.screen->root,
-                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                   reinterpret_cast<const char*>(&withdrawn));
-    xcb_flush(session.connection.get());
+    x11::Withdraw(session, window);
 }
 
 void MinimizeWindow(AppWindow& window) {
@@ -278,14 +288,14 @@ bool IsWindowMinimized(AppWindow& window) {
 void ShowTopmostAt(AppWindow& window, const Rectangle& bounds) {
     x11::Session& session = x11::CurrentSession();
     window.topmost = true;
-    x11::Configure(window, bounds, true);
+    x11::Configure(window, bounds);
     x11::QueueSize(window, bounds.Width(), bounds.Height());
     x11::PrepareShow(session, window);
     x11::MapWindow(session, window);
 }
 
 void PlaceWindow(AppWindow& window, const Rectangle& bounds) {
-    x11::Configure(window, bounds, false);
+    x11::Configure(window, bounds);
     if (window.bare) {
         x11::QueueSize(window, bounds.Width(), bounds.Height());
     }

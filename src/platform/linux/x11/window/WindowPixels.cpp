@@ -160,7 +160,11 @@ void PutPixelRows(AppWindow& window, const std::uint32_t* pixels, int width, int
 }
 
 void SetColorKey(AppWindow& window, std::uint32_t color) {
-    window.transparentPixel = (color & 0xFFU) << 16U | (color & 0xFF00U) | (color >> 16U & 0xFFU);
+    const std::uint32_t pixel = (color & 0xFFU) << 16U | (color & 0xFF00U) | (color >> 16U & 0xFFU);
+    if (window.transparentPixel == pixel) {
+        return;
+    }
+    window.transparentPixel = pixel;
     // The window is invisible and not clickable before it is first painted.
     x11::Session& session = x11::CurrentSession();
     x11::SetShape(session, window, XCB_SHAPE_SK_BOUNDING, {});

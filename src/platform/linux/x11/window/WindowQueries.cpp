@@ -11,17 +11,12 @@ namespace {
 
 /// The part of the screen that panels do not cover; nullopt if the window manager does not publish it.
 std::optional<Rectangle> WorkArea(Session& session) {
-    constexpr std::uint32_t oneDesktop = 4;
-    xcb_connection_t* connection = session.connection.get();
-    const Reply<xcb_get_property_reply_t> reply(
-        xcb_get_property_reply(connection,
-                               xcb_get_property(connection, 0, session.screen->root, session.atoms.netWorkarea,
-                                                XCB_ATOM_CARDINAL, 0, oneDesktop),
-                               nullptr));
-    if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 16) {
+    const std::vector<std::uint32_t> units =
+        ReadNumbersProperty(session, session.screen->root, session.atoms.netWorkarea, XCB_ATOM_CARDINAL);
+    if (units.size() < 4) {
         return std::nullopt;
     }
-    const auto* numbers = static_cast<const std::int32_t*>(xcb_get_property_value(reply.get()));
+    const std::vector<std::int32_t> numbers(units.begin(), units.begin() + 4);
     return Rectangle{numbers[0], numbers[1], numbers[0] + numbers[2], numbers[1] + numbers[3]};
 }
 

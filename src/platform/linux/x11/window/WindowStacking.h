@@ -1,7 +1,7 @@
 // The stacking order of the windows, and the keyboard focus where no window manager assigns it.
 //
 // Window managers do not restack bare windows. If another client covers a topmost one, it is raised again, at most a
-// few times a second.
+// few times a second. They stay below screen lockers.
 #pragma once
 
 #include <xcb/xcb.h>
@@ -14,6 +14,9 @@ struct Session;
 
 /// Selects the root's events about all windows while one of our topmost windows is shown.
 void SelectStackingEvents(Session& session);
+
+/// Raises the window above all others except lockers, and then the windows that it owns.
+void Raise(Session& session, AppWindow& window);
 
 /// Raises the topmost windows that others have covered since the last call.
 void RestoreStacking(Session& session);

@@ -40,6 +40,7 @@ using support::RunUntil;
 constexpr std::uint32_t trayMessage = 0x8016;
 constexpr std::uint32_t red = 0xC03020;
 constexpr std::uint32_t green = 0x20A040;
+constexpr std::uint32_t blue = 0x2040C0;
 constexpr std::uint32_t key = 0x010203;
 constexpr std::uint32_t keyColor = 0x030201;  // the same as 0x00BBGGRR
 
@@ -302,6 +303,113 @@ TEST_F(LinuxWindowSurface, StaysOnTopOfWindowsThatAreMappedLater) {
         EXPECT_TRUE(RunUntilPixel(*window, 150, 150, red)) << managed;
         EXPECT_EQ(other_->PixelAt(50, 50), green);
     }
+}
+
+/// Whether `upper` is above `lower` in the server's stacking order.
+bool IsAbove(const OtherClient& client, xcb_window_t upper, xcb_window_t lower) {
+    const std::vector<xcb_window_t> stack = client.TopLevels();
+    return std::find(stack.begin(), stack.end(), upper) > std::find(stack.begin(), stack.end(), lower);
+}
+
+TEST_F(LinuxWindowSurface, StaysBelowAScreenLocker) {
+    for (const bool managed : {false, true}) {
+        if (managed) {
+            StartWindowManager();
+        }
+        // The game is the window of a client, or without a window manager the one with the focus.
+        Owned<AppWindow> client;
+        xcb_window_t game = XCB_WINDOW_NONE;
+        if (managed) {
+            client = MakeWindow(Plain());
+            ShowInFront(*client);
+            ASSERT_TRUE(RunUntil(
+                *client, [&] { return other_->Property(other_->Root(), "_NET_CLIENT_LIST_STACKING").size() >= 4; }));
+        } else {
+            game = other_->Cover({0, 0, 800, 600}, green);
+            other_->SetFocus(game);
+        }
+        const Owned<AppWindow> window = MakeWindow(Overlay());
+        ShowTopmostAt(*window, {100, 100, 300, 220});
+        ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
+        const xcb_window_t ours = other_->Find("overlay");
+        const xcb_window_t locker = other_->Cover({0, 0, 800, 600}, blue);
+        const auto settle = [&] {
+            int iterations = 0;
+            RunUntil(*window, [&] { return ++iterations > 20; });
+        };
+        settle();
+        EXPECT_TRUE(IsAbove(*other_, locker, ours)) << managed;
+        // As the badge twice a second, and the notification of a failure.
+        ShowTopmostAt(*window, {100, 100, 320, 220});
+        settle();
+        EXPECT_TRUE(IsAbove(*other_, locker, ours)) << managed;
+        // A window that covers only a part is covered by ours, also below the locker.
+        const xcb_window_t part = other_->Cover({50, 50, 400, 400}, green);
+        const std::uint32_t below[] = {locker, XCB_STACK_MODE_BELOW};
+        xcb_configure_window(other_->Get(), part, XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE, below);
+        other_->Sync();
+        EXPECT_TRUE(RunUntil(*window, [&] { return IsAbove(*other_, ours, part); })) << managed;
+        EXPECT_TRUE(IsAbove(*other_, locker, ours)) << managed;
+        xcb_destroy_window(other_->Get(), locker);
+        other_->Sync();
+        EXPECT_TRUE(RunUntilPixel(*window, 150, 150, red)) << managed;
+        ShowTopmostAt(*window, {100, 100, 300, 220});
+        FlushScreen();
+        EXPECT_TRUE(IsAbove(*other_, ours, part)) << managed;
+        xcb_destroy_window(other_->Get(), part);
+        xcb_destroy_window(other_->Get(), game);
+        other_->Sync();
+    }
+}
+
+TEST_F(LinuxWindowSurface, ReturnsAboveWhatWasRaisedWhileItWasHidden) {
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
+    HideWindow(*window);
+    const xcb_window_t cover = other_->Cover({50, 50, 400, 400}, green);
+    ASSERT_TRUE(RunUntilPixel(*window, 150, 150, green));
+    ShowWithoutActivating(*window);
+    FlushScreen();
+    EXPECT_TRUE(IsAbove(*other_, other_->Find("overlay"), cover));
+    EXPECT_TRUE(RunUntilPixel(*window, 150, 150, red));
+}
+
+TEST_F(LinuxWindowSurface, AnOwnedWindowStaysAboveItsOwner) {
+    Owned<AppWindow> owner = MakeWindow(Overlay());
+    WindowOptions options = Overlay();
+    options.title = u"video";
+    options.owner = owner.get();
+    const Owned<AppWindow> video = MakeWindow(options);
+    const xcb_window_t owned = other_->Find("video");
+    ShowTopmostAt(*owner, {100, 100, 300, 220});
+    ShowTopmostAt(*video, {120, 120, 200, 200});
+    ShowTopmostAt(*owner, {100, 100, 320, 220});
+    FlushScreen();
+    EXPECT_TRUE(IsAbove(*other_, owned, other_->Find("overlay")));
+    // Also after both were covered.
+    const xcb_window_t cover = other_->Cover({50, 50, 400, 400}, green);
+    EXPECT_TRUE(RunUntil(*owner, [&] {
+        return IsAbove(*other_, other_->Find("overlay"), cover) && IsAbove(*other_, owned, other_->Find("overlay"));
+    }));
+    ShowInFront(*owner);
+    FlushScreen();
+    EXPECT_TRUE(IsAbove(*other_, owned, other_->Find("overlay")));
+    owner.reset();
+    EXPECT_TRUE(IsWindowShown(*video));
+}
+
+TEST_F(LinuxWindowSurface, TheSameColourKeyAgainChangesNothing) {
+    picture = [](int x, int) { return x < 100 ? key : red; };
+    other_->Cover({0, 0, 800, 600}, green);
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    SetColorKey(*window, keyColor);
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    ASSERT_TRUE(RunUntilPixel(*window, 250, 150, red));
+    SetColorKey(*window, keyColor);
+    FlushScreen();
+    EXPECT_EQ(other_->PixelAt(250, 150), red) << "the window is invisible before it is painted again";
+    EXPECT_EQ(other_->PixelAt(150, 150), green);
 }
 
 TEST_F(LinuxWindowSurface, TwoTopmostWindowsDoNotRaiseEachOther) {
