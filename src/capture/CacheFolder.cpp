@@ -58,9 +58,10 @@ bool HoldsMedia(const Text& folderName) {
 
 }  // namespace
 
-Text NewCacheFolder() {
-    const Text folder = JoinPath(TemporaryFolder(), u"ZVReelsMax");
-    return JoinPath(folder, DecimalUnsigned(OwnProcessId()) + u"-" + DecimalUnsigned(TickMs()));
+bool MakeCacheFolder(Text& folder) {
+    const Text caches = JoinPath(CacheFolder(), u"ZVReelsMax");
+    folder = JoinPath(caches, DecimalUnsigned(OwnProcessId()) + u"-" + DecimalUnsigned(TickMs()));
+    return CreatePrivateFolder(caches) && CreatePrivateFolder(folder);
 }
 
 void RemoveLeftovers(const Text& cacheFolder) {

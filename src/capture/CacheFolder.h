@@ -6,8 +6,9 @@
 
 namespace zv {
 
-/// The path of a new folder for this process; the caller creates it.
-Text NewCacheFolder();
+/// Creates a new folder for this process, which only the user can access. Sets its path in any case. Returns false on
+/// failure.
+bool MakeCacheFolder(Text& folder);
 
 /// Removes what killed processes have left beside `cacheFolder`: rings and copies of saves. Keeps their logs, and the
 /// files of processes that run. May take seconds.

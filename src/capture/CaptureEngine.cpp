@@ -4,7 +4,6 @@
 
 #include "capture/CacheFolder.h"
 #include "capture/FfmpegRuntime.h"
-#include "core/CreateFolder.h"
 
 namespace zv {
 namespace {
@@ -38,13 +37,10 @@ bool CaptureEngine::Configure(const CaptureConfig& requested) {
     config = requested;
     config.bitrateMbps = std::clamp(config.bitrateMbps, 5, 200);
     ffmpegPath = FindFfmpeg();
-    if (cacheDir.empty()) {
-        cacheDir = NewCacheFolder();
-        if (!CreateFolder(cacheDir)) {
-            statusText = u"Cannot create capture cache.";
-            state = EngineState::Failed;
-            return false;
-        }
+    if (cacheDir.empty() && !MakeCacheFolder(cacheDir)) {
+        statusText = u"Cannot create capture cache.";
+        state = EngineState::Failed;
+        return false;
     }
     const bool found = !ffmpegPath.empty();
     state = found ? EngineState::Ready : EngineState::Failed;

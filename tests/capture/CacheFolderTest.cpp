@@ -12,7 +12,7 @@ protected:
     CacheFolder() { fake::TheEnvironment().runningProcesses = {815, 4711}; }
     /// The cache folder of a process: logs, a ring, the copies of a save.
     Text Fill(TextView name) {
-        const Text folder = JoinPath(JoinPath(Here(u"temporary"), u"ZVReelsMax"), name);
+        const Text folder = JoinPath(JoinPath(Here(u"cache"), u"ZVReelsMax"), name);
         for (const char16_t* media : {u"replay-1000", u"save-2000"}) {
             std::filesystem::create_directories(ToPath(JoinPath(folder, media)));
             WriteFile(JoinPath(JoinPath(folder, media), u"seg00000001.ts"), "a segment");

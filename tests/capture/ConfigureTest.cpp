@@ -28,10 +28,10 @@ TEST_F(Configure, MakesTheEngineReadyAndStoresEveryValue) {
     EXPECT_TRUE(engine->config.captureCursor);
 }
 
-TEST_F(Configure, TheCacheIsNamedByProcessAndTickUnderTheTemporaryFolder) {
+TEST_F(Configure, TheCacheIsNamedByProcessAndTickUnderTheUsersCache) {
     fake::TheClock().nowNs = 123'456'789'000'000;
     ASSERT_TRUE(engine->Configure(PlainConfig()));
-    EXPECT_EQ(engine->cacheDir, JoinPath(JoinPath(Here(u"temporary"), u"ZVReelsMax"), u"4711-123456789"));
+    EXPECT_EQ(engine->cacheDir, JoinPath(JoinPath(Here(u"cache"), u"ZVReelsMax"), u"4711-123456789"));
     EXPECT_TRUE(std::filesystem::is_directory(ToPath(engine->cacheDir)));
 }
 
@@ -189,7 +189,7 @@ TEST_F(Configure, ABitRateOutsideTheRangeIsClampedAndReappliedEveryTime) {
 
 TEST_F(Configure, ACacheThatCannotBeMadeFailsEvenWithFfmpeg) {
     WriteFile(Here(u"a file"), "");
-    fake::TheFolders().temporary = Here(u"a file");
+    fake::TheFolders().cache = Here(u"a file");
     EXPECT_FALSE(engine->Configure(PlainConfig()));
     EXPECT_EQ(engine->statusText, u"Cannot create capture cache.");
     EXPECT_EQ(engine->state, EngineState::Failed);

@@ -71,10 +71,9 @@ protected:
         fake::ResetVideo();
         fake::ResetAudio();
         fake::ResetRelays();
-        fake::TheFolders().temporary = Here(u"temporary");
+        fake::TheFolders().cache = Here(u"cache");
         fake::TheEnvironment() = {};
         fake::TheEnvironment().executableFolder = Here(u"program");
-        std::filesystem::create_directory(ToPath(Here(u"temporary")));
         std::filesystem::create_directory(ToPath(Here(u"program")));
         WriteFile(Here(u"the ffmpeg"), "not run by these tests");
         fake::TheEnvironment().variables[u"ZV_FFMPEG"] = Here(u"the ffmpeg");

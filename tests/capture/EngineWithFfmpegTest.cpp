@@ -101,7 +101,7 @@ protected:
     /// Creates the process's folder for pipes now, so that it is not created in a folder that a test removes.
     Text pipeFolderCreated = PipeName(u"", 0);
     TemporaryFolder folder{"zorvel-engine"};
-    ScopedVariable temporary{"TMPDIR", folder.Path().string()};
+    ScopedVariable cache{"XDG_CACHE_HOME", folder.Path().string()};
     ScopedVariable ffmpeg{"ZV_FFMPEG", (folder.Path() / "ffmpeg-script").string()};
     Text output = FromPath(folder.Path() / "captures" / "some game" / "it's a clip.mp4");
     CaptureEngine engine;

@@ -27,7 +27,7 @@ class SettingsHome : public testing::Test {
 protected:
     SettingsHome() {
         fake::TheFolders() = {Home() + Slashed(u"/Videos"), Home() + Slashed(u"/Pictures"), Home() + Slashed(u"/Local"),
-                              Home() + Slashed(u"/Temp")};
+                              Home() + Slashed(u"/Cache")};
     }
 
     Text Home() const { return FromPath(folder_.Path()); }

@@ -45,7 +45,7 @@ struct ClipEndToEnd : testing::Test {
     TemporaryFolder folder{"zorvel-clip"};
     // The process chooses the folder of the pipes once, so the folder has to outlive the first test.
     support::ScopedVariable runtime{"XDG_RUNTIME_DIR", std::filesystem::temp_directory_path().string()};
-    support::ScopedVariable temporary{"TMPDIR", folder.Path().string()};
+    support::ScopedVariable cache{"XDG_CACHE_HOME", folder.Path().string()};
     support::ScopedVariable ffmpeg{"ZV_FFMPEG", ""};
     CaptureEngine engine;
 };

@@ -75,7 +75,7 @@ struct FailureEndToEnd : testing::Test {
     PrivateDisplay display;
     // The process chooses the folder of the pipes once, so the folder has to outlive the first test.
     ScopedVariable runtime{"XDG_RUNTIME_DIR", std::filesystem::temp_directory_path().string()};
-    ScopedVariable temporary{"TMPDIR", folder.Path().string()};
+    ScopedVariable caches{"XDG_CACHE_HOME", folder.Path().string()};
     ScopedVariable screen{"DISPLAY", display.Name()};
     ScopedVariable ffmpeg{"ZV_FFMPEG", ""};
     CaptureEngine engine;
@@ -150,7 +150,7 @@ TEST_F(FailureEndToEnd, AnFfmpegThatStopsReadingForTenSecondsIsReported) {
 
 TEST_F(FailureEndToEnd, ACacheFolderThatCannotBeCreatedIsReported) {
     WriteBytes(folder.Path() / "file", "");
-    const ScopedVariable unusable("TMPDIR", (folder.Path() / "file").string());
+    const ScopedVariable unusable("XDG_CACHE_HOME", (folder.Path() / "file").string());
     EXPECT_FALSE(engine.Configure(Config()));
     EXPECT_EQ(engine.statusText, u"Cannot create capture cache.");
     EXPECT_EQ(engine.state, EngineState::Failed);

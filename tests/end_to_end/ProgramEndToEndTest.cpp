@@ -104,7 +104,7 @@ TEST_F(ProgramEndToEnd, TheFirstStartWritesAllSettings) {
 }
 
 TEST_F(ProgramEndToEnd, KillingTheProgramLeavesNoFfmpegAliveAndTheNextStartRemovesTheRing) {
-    ProgramRun run({.display = display.Name(), .temporary = folder.Path()});
+    ProgramRun run({.display = display.Name(), .cache = folder.Path()});
     ASSERT_TRUE(run.WaitForBuffer(1));
     ASSERT_FALSE(run.FfmpegChildren().empty());
     const fs::path ring = run.ReplayFolder();
@@ -113,7 +113,7 @@ TEST_F(ProgramEndToEnd, KillingTheProgramLeavesNoFfmpegAliveAndTheNextStartRemov
     EXPECT_TRUE(Eventually([&] { return run.FfmpegChildren().empty(); }, 10000));
     EXPECT_TRUE(fs::exists(run.DataFolder() / "running.lock")) << "the session marker is missing";
     ASSERT_FALSE(FilesBelow(ring).empty());
-    ProgramRun next({.display = display.Name(), .settings = {{"instantReplay", "0"}}, .temporary = folder.Path()});
+    ProgramRun next({.display = display.Name(), .settings = {{"instantReplay", "0"}}, .cache = folder.Path()});
     ASSERT_TRUE(next.WaitForActivity("Replay stopped.").has_value());
     EXPECT_FALSE(fs::exists(ring));
     EXPECT_TRUE(fs::exists(ring.parent_path() / "replay.log")) << "logs are kept";

@@ -254,7 +254,7 @@ struct NumberedRecording : testing::TestWithParam<Mode> {
     TemporaryFolder folder{"zorvel-recording"};
     // The process chooses the folder of the pipes once, so the folder has to outlive the first test.
     ScopedVariable runtime{"XDG_RUNTIME_DIR", fs::temp_directory_path().string()};
-    ScopedVariable temporary{"TMPDIR", folder.Path().string()};
+    ScopedVariable cache{"XDG_CACHE_HOME", folder.Path().string()};
     ScopedVariable ffmpeg{"ZV_FFMPEG", ""};
     CaptureEngine engine;
 };

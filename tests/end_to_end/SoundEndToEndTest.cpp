@@ -250,7 +250,7 @@ struct SoundLoss : testing::Test {
     TemporaryFolder folder{"zorvel-loss"};
     // The process chooses the folder of the pipes once, so the folder has to outlive the first test.
     ScopedVariable runtime{"XDG_RUNTIME_DIR", fs::temp_directory_path().string()};
-    ScopedVariable temporary{"TMPDIR", folder.Path().string()};
+    ScopedVariable cache{"XDG_CACHE_HOME", folder.Path().string()};
     ScopedVariable ffmpeg{"ZV_FFMPEG", ""};
     CaptureEngine engine;
 };

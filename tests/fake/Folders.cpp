@@ -1,5 +1,10 @@
 #include "fake/Folders.h"
 
+#include <filesystem>
+#include <system_error>
+
+#include "platform/Files.h"
+
 namespace zv {
 
 Text FolderOf(KnownFolder folder) {
@@ -15,7 +20,13 @@ Text FolderOf(KnownFolder folder) {
     return folders.localData;
 }
 
-Text TemporaryFolder() { return fake::TheFolders().temporary; }
+Text CacheFolder() { return fake::TheFolders().cache; }
+
+bool CreatePrivateFolder(TextView folder) {
+    std::error_code error;
+    std::filesystem::create_directories(ToPath(folder), error);
+    return !error;
+}
 
 namespace fake {
 

@@ -9,7 +9,7 @@ struct FoldersControls {
     Text videos = u".";
     Text pictures = u".";
     Text localData = u".";
-    Text temporary = u".";
+    Text cache = u".";
 };
 
 FoldersControls& TheFolders();

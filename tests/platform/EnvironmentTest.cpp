@@ -66,11 +66,21 @@ TEST(Environment, FindsOnlyProgramsOnTheSearchPath) {
     EXPECT_EQ(missing, u"");
 }
 
-TEST(Folders, TheTemporaryFolderExistsAndHasNoSeparatorAtItsEnd) {
-    const Text folder = TemporaryFolder();
+TEST(Folders, TheCacheFolderHasNoSeparatorAtItsEnd) {
+    const Text folder = CacheFolder();
     ASSERT_FALSE(folder.empty());
     EXPECT_NE(folder.back(), pathSeparator);
-    EXPECT_TRUE(std::filesystem::is_directory(ToPath(folder)));
+}
+
+TEST(Folders, APrivateFolderIsCreatedWithItsParentsAndCanExist) {
+    const support::TemporaryFolder folder;
+    const Text path = FromPath(folder.Path() / "a" / "b");
+    EXPECT_TRUE(CreatePrivateFolder(path));
+    EXPECT_TRUE(std::filesystem::is_directory(ToPath(path)));
+    EXPECT_TRUE(CreatePrivateFolder(path));
+    std::ofstream(folder.Path() / "file") << "in the way";
+    EXPECT_FALSE(CreatePrivateFolder(FromPath(folder.Path() / "file")));
+    EXPECT_FALSE(CreatePrivateFolder(FromPath(folder.Path() / "file" / "b")));
 }
 
 TEST(Folders, EveryKnownFolderHasNoSeparatorAtItsEnd) {

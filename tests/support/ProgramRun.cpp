@@ -54,7 +54,7 @@ std::map<std::string, std::string> DefaultSettings(const fs::path& home) {
 
 ProgramRun::ProgramRun(const ProgramOptions& options) : display_(options.display) {
     const fs::path home = Home();
-    for (const char* name : {"data/ZVReelsMax", "tmp", "runtime", "config"}) {
+    for (const char* name : {"data/ZVReelsMax", "runtime", "config"}) {
         fs::create_directories(home / name);
     }
     fs::permissions(home / "runtime", fs::perms::owner_all);
@@ -67,11 +67,11 @@ ProgramRun::ProgramRun(const ProgramOptions& options) : display_(options.display
         text += key + "=" + value + "\r\n";
     }
     WriteBytes(DataFolder() / "settings.ini", text);
-    temporary_ = options.temporary.empty() ? home / "tmp" : fs::path(options.temporary);
+    cache_ = options.cache.empty() ? home / "cache" : fs::path(options.cache);
     Variables variables{{"DISPLAY", display_},
                         {"HOME", home.string()},
                         {"LOCALAPPDATA", (home / "data").string()},
-                        {"TMPDIR", temporary_.string()},
+                        {"XDG_CACHE_HOME", cache_.string()},
                         {"XDG_RUNTIME_DIR", (home / "runtime").string()},
                         {"XDG_CONFIG_HOME", (home / "config").string()},
                         {"DBUS_SESSION_BUS_ADDRESS", ""},
@@ -136,7 +136,7 @@ std::optional<std::string> ProgramRun::WaitForActivity(const std::string& beginn
 }
 
 fs::path ProgramRun::CacheFolder() const {
-    const fs::path caches = temporary_ / "ZVReelsMax";
+    const fs::path caches = cache_ / "ZVReelsMax";
     const std::string own = std::to_string(process_.Pid()) + "-";
     std::error_code ignored;
     for (const auto& entry : fs::directory_iterator(caches, ignored)) {
@@ -178,7 +178,7 @@ bool ProgramRun::WaitForBuffer(double seconds, double limit) const {
     return Eventually([&] { return BufferedSeconds() >= seconds; }, static_cast<std::uint32_t>(limit * 1000));
 }
 
-std::vector<pid_t> ProgramRun::FfmpegChildren() const { return ProcessesWith(temporary_.string() + "/ZVReelsMax"); }
+std::vector<pid_t> ProgramRun::FfmpegChildren() const { return ProcessesWith(cache_.string() + "/ZVReelsMax"); }
 
 std::vector<pid_t> ProgramRun::Children() const { return ProcessesWith(Home().string() + "/"); }
 

@@ -28,7 +28,7 @@ struct ProgramOptions {
     std::string display;
     std::map<std::string, std::string> settings{};  ///< added to the defaults: 1080p30, 8 Mbit/s, no sound
     Variables variables{};                          ///< added to the environment of the run
-    std::string temporary{};                        ///< the temporary folder; empty: one of the run
+    std::string cache{};                            ///< the user's cache folder; empty: one of the run
     std::string program{};                          ///< the executable; empty: the one of this build
     bool background = true;                         ///< without its main window on the screen
 };
@@ -43,7 +43,6 @@ public:
     const std::filesystem::path& Home() const { return folder_.Path(); }
     std::filesystem::path DataFolder() const { return Home() / "data" / "ZVReelsMax"; }
     std::filesystem::path CaptureRoot() const { return Home() / "captures"; }
-    std::filesystem::path TemporaryPath() const { return temporary_; }
 
     /// The texts of the activity log's rows, oldest first.
     std::vector<std::string> Activity() const;
@@ -69,7 +68,7 @@ public:
 private:
     TemporaryFolder folder_{"zorvel-run"};
     std::string display_;
-    std::filesystem::path temporary_;
+    std::filesystem::path cache_;
     Spawned process_;
 };
 

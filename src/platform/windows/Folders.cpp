@@ -2,7 +2,10 @@
 #include "platform/Folders.h"
 
 #include <array>
+#include <filesystem>
+#include <system_error>
 
+#include "platform/Files.h"
 #include "platform/windows/Native.h"
 
 namespace zv {
@@ -36,10 +39,17 @@ Text FolderOf(KnownFolder folder) {
     return text;
 }
 
-Text TemporaryFolder() {
+Text CacheFolder() {
     std::array<wchar_t, MAX_PATH + 2> path{};
     const DWORD length = GetTempPathW(MAX_PATH + 1, path.data());
     return length == 0 || length > MAX_PATH + 1 ? Text(u".") : WithoutTrailingSeparators(TextOf(path.data()));
+}
+
+/// The temporary folder is the user's own already.
+bool CreatePrivateFolder(TextView folder) {
+    std::error_code error;
+    std::filesystem::create_directories(ToPath(folder), error);
+    return !error;
 }
 
 }  // namespace zv

@@ -1,11 +1,18 @@
-// Videos and Pictures from the user's XDG folders; the temporary folder from TMPDIR.
+// Videos and Pictures from the user's XDG folders; the cache from the XDG variable.
 #include "platform/Folders.h"
 
+#include <fcntl.h>
 #include <glib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <system_error>
 
 #include "core/Utf8.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"
+#include "platform/linux/posix/Posix.h"
 
 namespace zv {
 namespace {
@@ -42,9 +49,24 @@ Text FolderOf(KnownFolder folder) {
     return local.empty() ? u"." : WithoutTrailingSeparators(local);
 }
 
-Text TemporaryFolder() {
-    const Text folder = EnvironmentValue(u"TMPDIR");
-    return folder.empty() ? u"/tmp" : WithoutTrailingSeparators(folder);
+Text CacheFolder() {
+    const Text chosen = EnvironmentValue(u"XDG_CACHE_HOME");
+    if (chosen.starts_with(pathSeparator)) {  // a relative value is invalid
+        return WithoutTrailingSeparators(chosen);
+    }
+    const Text home = EnvironmentValue(u"HOME");
+    return home.empty() ? u"." : JoinPath(home, u".cache");
+}
+
+bool CreatePrivateFolder(TextView folder) {
+    const std::filesystem::path path = ToPath(folder);
+    std::error_code ignored;
+    std::filesystem::create_directories(path.parent_path(), ignored);
+    mkdir(path.c_str(), S_IRWXU);
+    const Descriptor opened(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    return opened.Held() && fstat(opened.Get(), &status) == 0 && status.st_uid == geteuid() &&
+           ((status.st_mode & 07777U) == S_IRWXU || fchmod(opened.Get(), S_IRWXU) == 0);
 }
 
 }  // namespace zv

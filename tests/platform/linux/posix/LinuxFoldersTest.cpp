@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -21,7 +23,8 @@ namespace {
 class SavedVariables {
 public:
     SavedVariables() {
-        for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "LOCALAPPDATA", "TMPDIR", "PATH"}) {
+        for (const char* name :
+             {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "LOCALAPPDATA", "XDG_CACHE_HOME", "PATH"}) {
             const char* value = std::getenv(name);
             saved_[name] = value != nullptr ? std::optional<std::string>(value) : std::nullopt;
         }
@@ -41,7 +44,7 @@ private:
 class LinuxFolders : public testing::Test {
 protected:
     LinuxFolders() {
-        for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "LOCALAPPDATA", "TMPDIR"}) {
+        for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "LOCALAPPDATA", "XDG_CACHE_HOME"}) {
             unsetenv(name);
         }
         setenv("HOME", "/home/zoe", 1);
@@ -107,12 +110,50 @@ TEST_F(LinuxFolders, LocalDataIsTheVariableElseTheDataHomeElseTheFolderUnderHome
     EXPECT_EQ(FolderOf(KnownFolder::LocalData), u"/data");
 }
 
-TEST_F(LinuxFolders, TheTemporaryFolderIsTheVariableElseTmp) {
-    EXPECT_EQ(TemporaryFolder(), u"/tmp");
-    setenv("TMPDIR", "/var/tmp//", 1);
-    EXPECT_EQ(TemporaryFolder(), u"/var/tmp");
-    setenv("TMPDIR", "/", 1);
-    EXPECT_EQ(TemporaryFolder(), u"/");
+TEST_F(LinuxFolders, TheCacheIsTheVariableElseTheFolderUnderHome) {
+    EXPECT_EQ(CacheFolder(), u"/home/zoe/.cache");
+    setenv("XDG_CACHE_HOME", "/var/cache/zoe//", 1);
+    EXPECT_EQ(CacheFolder(), u"/var/cache/zoe");
+    setenv("XDG_CACHE_HOME", "relative", 1);
+    EXPECT_EQ(CacheFolder(), u"/home/zoe/.cache");
+    unsetenv("HOME");
+    EXPECT_EQ(CacheFolder(), u".");
+}
+
+/// The permissions of a folder, as in "755".
+unsigned ModeOf(const std::filesystem::path& folder) {
+    return static_cast<unsigned>(std::filesystem::status(folder).permissions());
+}
+
+TEST(LinuxPrivateFolder, OnlyTheUserCanAccessIt) {
+    const support::TemporaryFolder folder;
+    const mode_t before = umask(0);
+    EXPECT_TRUE(CreatePrivateFolder(FromPath(folder.Path() / "fresh")));
+    std::filesystem::create_directory(folder.Path() / "open");
+    umask(before);
+    EXPECT_TRUE(CreatePrivateFolder(FromPath(folder.Path() / "open")));
+    EXPECT_EQ(ModeOf(folder.Path() / "fresh"), 0700U);
+    EXPECT_EQ(ModeOf(folder.Path() / "open"), 0700U);
+}
+
+TEST(LinuxPrivateFolder, IsNoLink) {
+    const support::TemporaryFolder folder;
+    std::filesystem::create_directory(folder.Path() / "target");
+    std::filesystem::create_directory_symlink(folder.Path() / "target", folder.Path() / "link");
+    EXPECT_FALSE(CreatePrivateFolder(FromPath(folder.Path() / "link")));
+}
+
+TEST(LinuxPrivateFolder, IsNotTheFolderOfAnotherUser) {
+    const support::TemporaryFolder folder;
+    std::filesystem::path others = "/usr";  // belongs to root
+    if (geteuid() == 0) {
+        others = folder.Path() / "others";
+        std::filesystem::create_directory(others);
+        ASSERT_EQ(chown(others.c_str(), 65534, 65534), 0);
+    }
+    const unsigned before = ModeOf(others);
+    EXPECT_FALSE(CreatePrivateFolder(FromPath(others)));
+    EXPECT_EQ(ModeOf(others), before);
 }
 
 TEST_F(LinuxFolders, SearchesThePathInOrderForExecutables) {
