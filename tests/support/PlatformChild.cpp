@@ -7,6 +7,7 @@
 //   variable NAME          prints the value of a variable
 //   quit                   reads its input up to "q" (exit code 7) or its end (exit code 8)
 //   spawn FILE LOG HOW     starts "tick FILE" as its own child, then HOW: "vanish" exits without cleaning up, "wait"
+//   spawn FILE LOG HOW SCRIPT   the same through a script that runs its arguments
 //   pipe                   makes a byte pipe that nobody reads, prints its name and stalls
 //   read PIPE COUNT THEN   reads COUNT bytes, or all, prints how many and their sum; THEN: "exit" or "stall"
 #include <algorithm>
@@ -69,8 +70,11 @@ int Quit() {
 int Spawn(const Arguments& arguments) {
     const zv::Text own = zv::FromPath(arguments[0]);
     const zv::Text file = zv::FromPath(arguments[2]);
+    const bool wrapped = arguments.size() > 5;
+    const zv::Text executable = wrapped ? zv::FromPath(arguments[5]) : own;
+    const zv::Text command = (wrapped ? u"script \"" : u"\"") + own + u"\" tick \"" + file + u"\"";
     zv::Child child;
-    if (!zv::SpawnChild({own, u"\"" + own + u"\" tick \"" + file + u"\"", zv::FromPath(arguments[3])}, child)) {
+    if (!zv::SpawnChild({executable, command, zv::FromPath(arguments[3])}, child)) {
         return 9;
     }
     while (zv::ReadSharedFile(file, 100).find("\n.") == std::string::npos) {

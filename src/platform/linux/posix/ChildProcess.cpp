@@ -1,5 +1,9 @@
 // Children over vfork and pidfd. The job is the child's process group.
 //
+// The death signal reaches only the child itself, which may be a script that has started the program proper. So each
+// child has a guard: a shell that waits for the end of a pipe, which comes with the end of this process, and then kills
+// the group.
+//
 // A child that has ended is reaped only after its process handle and its job are closed. Until then its process id and
 // group id are not reused, so that a kill cannot hit another process.
 #include "platform/ChildProcess.h"
@@ -27,13 +31,25 @@ namespace {
 struct Started {
     pid_t pid = -1;
     Descriptor descriptor;  ///< a pidfd, readable once the child has ended
+    pid_t guard = -1;
+    Descriptor guardPipe;  ///< our end of the pipe for whose end the guard waits
 
     Started(pid_t child, Descriptor handle) : pid(child), descriptor(std::move(handle)) {}
     Started(const Started&) = delete;
     Started& operator=(const Started&) = delete;
+    /// Kills the guard before its pipe ends and before the child's id is free.
     ~Started() {
-        if (waitpid(pid, nullptr, WNOHANG) == 0) {
-            CollectLater(pid);
+        if (guard > 0) {
+            kill(guard, SIGKILL);
+            Collect(guard);
+        }
+        Collect(pid);
+    }
+
+private:
+    static void Collect(pid_t child) {
+        if (waitpid(child, nullptr, WNOHANG) == 0) {
+            CollectLater(child);
         }
     }
 };
@@ -95,7 +111,34 @@ pid_t Start(const ChildOptions& options, int input, int log) {
     }
     pointers.push_back(nullptr);
     const std::string path = ToUtf8(options.executable);
-    return SpawnFromPermanentThread({path.c_str(), pointers.data(), input, log});
+    SpawnPlan plan;
+    plan.path = path.c_str();
+    plan.arguments = pointers.data();
+    plan.input = input;
+    plan.log = log;
+    return SpawnFromPermanentThread(plan);
+}
+
+/// Returns false if the guard cannot be started.
+bool StartGuard(Started& child, int log) {
+    InputPipe pipe;
+    if (!MakeInputPipe(pipe)) {
+        return false;
+    }
+    std::string shell = "sh";
+    std::string option = "-c";
+    std::string script = "read -r line; kill -9 -$0 2>/dev/null";
+    std::string group = std::to_string(child.pid);
+    char* const arguments[] = {shell.data(), option.data(), script.data(), group.data(), nullptr};
+    SpawnPlan plan;
+    plan.path = "/bin/sh";
+    plan.arguments = arguments;
+    plan.input = pipe.readEnd.Get();
+    plan.log = log;
+    plan.outlivesUs = true;
+    child.guard = SpawnFromPermanentThread(plan);
+    child.guardPipe = std::move(pipe.writeEnd);
+    return child.guard > 0;
 }
 
 /// Returns null if the system is out of descriptors; the child is then killed.
@@ -153,6 +196,10 @@ bool SpawnChild(const ChildOptions& options, Child& child) {
     const pid_t pid = Start(options, input.readEnd.Get(), log.Get());
     const std::shared_ptr<Started> started = pid > 0 ? OpenStarted(pid) : nullptr;
     if (!started) {
+        return false;
+    }
+    if (!StartGuard(*started, log.Get())) {
+        KillGroup(*started);
         return false;
     }
     child.process.reset(new Process{started});

@@ -59,7 +59,9 @@ void ResetSignals() {
 [[noreturn]] void RunChild(const SpawnPlan& plan, pid_t parent, int report) {
     ResetSignals();
     setpgid(0, 0);
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (!plan.outlivesUs) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+    }
     // The death signal is not sent if the parent died before the line above.
     if (getppid() == parent && dup2(plan.input, 0) == 0 && dup2(plan.log, 1) == 1 && dup2(plan.log, 2) == 2) {
         syscall(SYS_close_range, 3U, ~0U, CLOSE_RANGE_CLOEXEC);

@@ -13,8 +13,9 @@ namespace zv {
 struct SpawnPlan {
     const char* path = nullptr;
     char* const* arguments = nullptr;
-    int input = -1;  ///< becomes descriptor 0; 3 or above
-    int log = -1;    ///< becomes descriptors 1 and 2; 3 or above
+    int input = -1;           ///< becomes descriptor 0; 3 or above
+    int log = -1;             ///< becomes descriptors 1 and 2; 3 or above
+    bool outlivesUs = false;  ///< no death signal
 };
 
 /// Starts a child as the leader of a process group of its own and waits until exec has succeeded. Returns its process

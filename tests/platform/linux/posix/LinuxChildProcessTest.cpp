@@ -129,6 +129,28 @@ TEST_F(LinuxChildProcess, AChildDiesWithItsKilledParent) {
     EXPECT_TRUE(Eventually([&] { return IsDead(child); }));
 }
 
+TEST_F(LinuxChildProcess, AProgramBehindAScriptDiesWithOurKilledProcess) {
+    const std::filesystem::path script = folder_.Path() / "script";
+    std::ofstream(script) << "#!/bin/sh\n\"$@\"\nexit $?\n";
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+    const std::filesystem::path ticks = folder_.Path() / "ticks";
+    Child parent;
+    ASSERT_TRUE(
+        SpawnChild(PlatformChild(u"spawn \"" + FromPath(ticks) + u"\" \"" + FromPath(folder_.Path() / "inner.log") +
+                                     u"\" wait \"" + FromPath(script) + u"\"",
+                                 Log()),
+                   parent));
+    ASSERT_TRUE(Eventually([&] { return ContentOf(Log()) == "started\n"; }));
+    const int program = std::stoi(ContentOf(ticks));
+    const int shell = std::stoi(FieldOf(program, "PPid"));
+    const int parentId = std::stoi(FieldOf(shell, "PPid"));
+    // A stopped program does not notice anything by itself.
+    ASSERT_EQ(kill(program, SIGSTOP), 0);
+    ASSERT_EQ(kill(parentId, SIGKILL), 0);
+    ASSERT_TRUE(WaitForExit(*parent.process, generousMs));
+    EXPECT_TRUE(Eventually([&] { return IsDead(shell) && IsDead(program); }));
+}
+
 TEST_F(LinuxChildProcess, TheJobKillsTheProcessesThatAScriptHasLeft) {
     Child child;
     ASSERT_TRUE(SpawnChild({u"/bin/sh", u"sh -c \"sleep 600 & echo $!\"", FromPath(Log())}, child));
