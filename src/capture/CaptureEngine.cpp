@@ -16,7 +16,14 @@ bool IsOfferedRate(std::int32_t fps) { return fps == 30 || fps == 60 || fps == 1
 
 }  // namespace
 
-CaptureEngine::~CaptureEngine() { StopAll(); }
+CaptureEngine::~CaptureEngine() {
+    try {
+        StopAll();
+    } catch (...) {
+        // The owners of children and workers end them.
+        replayRunning = false;
+    }
+}
 
 bool CaptureEngine::Configure(const CaptureConfig& requested) {
     if (requested == config && !ffmpegPath.empty() && FindFfmpeg() == ffmpegPath) {

@@ -4,6 +4,7 @@
 // FFmpeg joins the copies without encoding anything. The file gets its final name only when it is complete.
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <system_error>
 
 #include "capture/CaptureEngine.h"
@@ -45,21 +46,36 @@ bool JoinSegments(CaptureEngine& engine, const Text& concatPath, const Text& wor
     return joined;
 }
 
+/// What a save leaves behind, however it ends. The working file exists only if the save has failed.
+class Leftovers {
+public:
+    Leftovers(const Text& folder, const Text& workingName)
+        : folder_(ToPath(folder)), workingName_(ToPath(workingName)) {}
+    ~Leftovers() {
+        try {
+            std::error_code ignored;
+            std::filesystem::remove(workingName_, ignored);
+            std::filesystem::remove_all(folder_, ignored);
+        } catch (const std::bad_alloc&) {
+            return;  // the next start removes the folder
+        }
+    }
+    Leftovers(const Leftovers&) = delete;
+    Leftovers& operator=(const Leftovers&) = delete;
+
+private:
+    std::filesystem::path folder_;
+    std::filesystem::path workingName_;
+};
+
 bool SaveSegments(CaptureEngine& engine, const SegmentNames& names, const Text& outputPath, const Text& logPath) {
     const Text folder = JoinPath(engine.cacheDir, u"save-" + DecimalUnsigned(TickMs()));
     const Text concatPath = JoinPath(folder, u"input.ffconcat");
     const Text workingName = WorkingName(outputPath);
-    const bool copied = CreateFolder(folder) && CopySegments(engine.replayDir, names, folder, concatPath);
-    bool saved = copied && JoinSegments(engine, concatPath, workingName, logPath);
-    if (saved) {
-        saved = Succeeded(MoveFileReplacing(workingName, outputPath));
-    }
-    std::error_code ignored;
-    if (!saved) {
-        std::filesystem::remove(ToPath(workingName), ignored);
-    }
-    std::filesystem::remove_all(ToPath(folder), ignored);
-    return saved;
+    const Leftovers leftovers(folder, workingName);
+    return CreateFolder(folder) && CopySegments(engine.replayDir, names, folder, concatPath) &&
+           JoinSegments(engine, concatPath, workingName, logPath) &&
+           Succeeded(MoveFileReplacing(workingName, outputPath));
 }
 
 /// Throws the file system's exception if the output cannot be examined.
@@ -68,6 +84,9 @@ bool IsFreeOutput(const Text& outputPath) { return CreateParentFolder(outputPath
 }  // namespace
 
 bool CaptureEngine::SaveReplayClip(const Text& outputPath) {
+    // No poll runs during a save, so a sample from before it would average over the save as well. As after a start, the
+    // next poll only takes a new sample. The rate that was measured last stays.
+    fpsSampleTick = 0;
     if (!IsChildRunning(replay)) {
         replayRunning = false;
         statusText = u"Replay is not running. Enable Instant Replay first.";

@@ -234,6 +234,18 @@ TEST_F(ReplayBuffer, DestroyingTheEngineDoesTheSame) {
     EXPECT_FALSE(Exists(folder));
 }
 
+TEST_F(ReplayBuffer, DestroyingTheEngineThrowsNothingAndLeavesNoChild) {
+    for (const char* call : {"WriteInput", "WaitForExit", "VideoCapture::Stop"}) {
+        SCOPED_TRACE(call);
+        engine = std::make_unique<CaptureEngine>();
+        StartReplayWith(3);
+        fake::ThrowInCall(call, fake::CountOf(call) + 1);
+        engine.reset();
+        EXPECT_FALSE(fake::LastChild().running);
+        EXPECT_THAT(fake::TheVideo().alive, IsEmpty());
+    }
+}
+
 TEST_F(ReplayBuffer, AChildHasThirtySecondsToEnd) {
     StartReplayWith(3);
     ChildNumber(0).exitsOnQuit = false;

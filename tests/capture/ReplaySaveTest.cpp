@@ -246,6 +246,42 @@ TEST_F(ReplaySave, AFailedRenameFailsTheSave) {
     EXPECT_FALSE(Exists(output + u".partial.mp4"));
 }
 
+TEST_F(ReplaySave, AnExceptionAnywhereLeavesNothing) {
+    StartReplayWith(3);
+    for (const char* call : {"SpawnChild", "WaitForExit", "ExitCode"}) {
+        SCOPED_TRACE(call);
+        fake::TheChildren().onSpawn = [](fake::ScriptedChild& child) {
+            WriteFile(LastArgument(child.options.commandLine), std::string(5000, 'x'));
+        };
+        fake::ThrowInCall(call, fake::CountOf(call) + 1);
+        EXPECT_THROW(engine->SaveReplayClip(output), std::bad_alloc);
+        EXPECT_FALSE(Exists(output + u".partial.mp4"));
+        for (const Text& entry : EntriesOf(engine->cacheDir)) {
+            EXPECT_FALSE(entry.starts_with(u"save-") && entry != u"save-replay.log") << "the save's folder is left";
+        }
+        EXPECT_TRUE(ChildCount() == 1 || !fake::LastChild().running);
+        EXPECT_TRUE(engine->replayRunning);
+    }
+}
+
+TEST_F(ReplaySave, MakesTheNextPollTakeANewSampleOfTheFrameRate) {
+    StartReplayWith(3);
+    engine->replay.video->encodedFrames = 100;
+    engine->PollHealth();
+    fake::AdvanceClockMs(2000);
+    engine->replay.video->encodedFrames = 220;
+    engine->PollHealth();
+    ASSERT_EQ(engine->measuredFps, 60);
+    ScriptJoin(5000, 0);
+    ASSERT_TRUE(engine->SaveReplayClip(output));
+    EXPECT_EQ(engine->fpsSampleTick, 0U);
+    fake::AdvanceClockMs(30000);  // the save's time
+    engine->replay.video->encodedFrames = 250;
+    engine->PollHealth();
+    EXPECT_EQ(engine->measuredFps, 60) << "measured over the save";
+    EXPECT_EQ(engine->fpsSampleFrames, 250U);
+}
+
 TEST_F(ReplaySave, AnotherSaveWorksAfterAFailure) {
     StartReplayWith(3);
     ScriptJoin(5000, 1);
