@@ -1,5 +1,7 @@
-// Workers whose thread the system refuses: the start fails with a sentence, and a later one works.
+// Workers and background jobs whose thread the system refuses: the start fails with a sentence, and a later one works.
 #include <gtest/gtest.h>
+
+#include <string>
 
 #include "audio/AudioCapture.h"
 #include "capture/SegmentRelay.h"
@@ -7,6 +9,7 @@
 #include "platform/Files.h"
 #include "support/NoThreads.h"
 #include "support/TemporaryFolder.h"
+#include "ui/state/FutureSlot.h"
 #include "video/VideoCapture.h"
 
 namespace zv {
@@ -47,6 +50,18 @@ TEST(RefusedThread, FailsTheRelay) {
     const NoThreads none;
     SegmentRelay relay;
     EXPECT_FALSE(relay.Start(FromPath(folder.Path())));
+}
+
+TEST(RefusedThread, GivesABackgroundJobItsFailedResult) {
+    FutureSlot<std::string> slot;
+    {
+        const NoThreads none;
+        slot.Start([] { return std::string("done"); }, "failed");
+    }
+    EXPECT_TRUE(slot.IsFinished());
+    EXPECT_EQ(slot.Take(), "failed");
+    slot.Start([] { return std::string("done"); }, "failed");
+    EXPECT_EQ(slot.Take(), "done");
 }
 
 }  // namespace

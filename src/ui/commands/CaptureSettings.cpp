@@ -1,5 +1,7 @@
 #include "ui/commands/CaptureSettings.h"
 
+#include <filesystem>
+
 #include "core/Settings.h"
 
 namespace zv {
@@ -20,6 +22,15 @@ CaptureConfig MakeCaptureConfig() {
     config.monitorDevice = settings.monitorDevice;
     config.captureCursor = settings.captureCursor;
     return config;
+}
+
+bool TrySaveSettings() {
+    try {
+        SaveSettings(CurrentSettings());
+        return true;
+    } catch (const std::filesystem::filesystem_error&) {
+        return false;
+    }
 }
 
 }  // namespace zv

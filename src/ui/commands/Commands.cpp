@@ -138,14 +138,16 @@ void SaveSettingsAndRefresh(const Text& message) {
     }
     ValidateSettings(CurrentSettings());
     const CaptureConfig config = MakeCaptureConfig();
-    SaveSettings(CurrentSettings());
+    const bool saved = TrySaveSettings();
     ApplySettingsToWindows();
-    AddActivity(u"Settings", message);
-    CaptureJob([config, replay = ReplayOptions{}] {
+    if (saved) {
+        AddActivity(u"Settings", message);
+    }
+    CaptureJob([config, saved, replay = ReplayOptions{}] {
         if (Engine().Configure(config)) {
             Engine().StartReplay(replay.enable, replay.seconds);
         }
-        return Engine().statusText;
+        return saved ? Engine().statusText : Text(settingsNotSaved) + u" " + Engine().statusText;
     });
 }
 
@@ -171,7 +173,7 @@ bool MayChooseRuntime() {
 
 void UseRuntime(const Text& ffmpegPath) {
     CurrentSettings().ffmpegPath = ffmpegPath;
-    SaveSettings(CurrentSettings());
+    TrySaveSettings();  // SaveSettingsAndRefresh reports a failure
     SetEnvironmentValue(u"ZV_FFMPEG", ffmpegPath);
     SaveSettingsAndRefresh(u"Settings saved");
 }

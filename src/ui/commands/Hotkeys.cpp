@@ -8,9 +8,11 @@
 #include "core/AppCore.h"
 #include "core/Settings.h"
 #include "platform/Keyboard.h"
+#include "ui/commands/CaptureSettings.h"
 #include "ui/commands/Commands.h"
 #include "ui/commands/FastJobs.h"
 #include "ui/commands/Notifications.h"
+#include "ui/commands/Status.h"
 #include "ui/navigation/Navigation.h"
 #include "ui/state/UiGlobals.h"
 
@@ -152,7 +154,9 @@ bool TryRebindHotkey(int index, std::uint32_t modifiers, std::uint32_t key) {
     CurrentSettings().bindMods[static_cast<std::size_t>(index)] = modifiers;
     CurrentSettings().bindKeys[static_cast<std::size_t>(index)] = key;
     RegisteredFlag(index) = true;
-    SaveSettings(CurrentSettings());
+    if (!TrySaveSettings()) {
+        ShowStatus(settingsNotSaved);
+    }
     return true;
 }
 

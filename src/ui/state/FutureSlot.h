@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <future>
+#include <system_error>
 #include <utility>
 
 namespace zv {
@@ -34,16 +35,23 @@ public:
         }
     }
 
-    /// Runs `body` on a worker of its own. Any exception of `body` gives the result `failed`.
+    /// Runs `body` on a worker of its own. Any exception of `body`, or a system that creates no thread, gives the
+    /// result `failed`.
     template <class Body>
     void Start(Body body, T failed) {
-        future_ = std::async(std::launch::async, [body = std::move(body), failed = std::move(failed)]() mutable -> T {
-            try {
-                return body();
-            } catch (...) {
-                return std::move(failed);
-            }
-        });
+        try {
+            future_ = std::async(std::launch::async, [body = std::move(body), failed]() mutable -> T {
+                try {
+                    return body();
+                } catch (...) {
+                    return std::move(failed);
+                }
+            });
+        } catch (const std::system_error&) {
+            std::promise<T> result;
+            result.set_value(std::move(failed));
+            future_ = result.get_future();
+        }
     }
 
     /// Returns the result of a busy slot and empties the slot. Waits if necessary.

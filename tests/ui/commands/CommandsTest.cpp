@@ -1,6 +1,8 @@
 // The commands, their refusals, and the copies that they pass to the worker.
 #include "ui/commands/Commands.h"
 
+#include <fstream>
+
 #include "ui/Interface.h"
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/CaptureSettings.h"
@@ -276,6 +278,22 @@ TEST_F(Commands, ASettingsChangeIsValidatedSavedLoggedAndApplied) {
     EXPECT_EQ(TheEngine().configs[0].fps, 60);
     EXPECT_THAT(TheEngine().replayStarts, ElementsAre(ReplayStart{true, 300}));
     EXPECT_THAT(Activity(), ElementsAre(u"Settings: Settings saved", u"Capture: Replay on"));
+}
+
+TEST_F(Commands, SettingsThatCannotBeSavedAreReportedAndStillApplied) {
+    std::ofstream(ToPath(Folder(u"a file"))) << "in the way";
+    fake::TheFolders().localData = Folder(u"a file");
+    ApplyCaptureChange([] { CurrentSettings().fps = 30; });
+    FinishJob();
+    EXPECT_EQ(Ui().statusText, u"Settings could not be saved. Replay on");
+    ASSERT_EQ(TheEngine().configs.size(), 1U);
+    EXPECT_EQ(TheEngine().configs[0].fps, 30);
+    EXPECT_THAT(Activity(), ElementsAre(u"Capture: Settings could not be saved. Replay on"));
+    UseRuntime(u"/opt/ffmpeg");
+    EXPECT_EQ(fake::TheEnvironment().variables[u"ZV_FFMPEG"], u"/opt/ffmpeg");
+    FinishJob();
+    EXPECT_EQ(Ui().statusText, u"Settings could not be saved. Replay on");
+    fake::TheFolders().localData = Folder(u"data");
 }
 
 TEST_F(Commands, ASettingsChangeUpdatesTheWindows) {

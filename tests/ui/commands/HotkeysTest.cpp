@@ -1,6 +1,8 @@
 // The four shortcuts: their registration, the checks of a new one, and the command of each.
 #include "ui/commands/Hotkeys.h"
 
+#include <fstream>
+
 #include "ui/Interface.h"
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/Commands.h"
@@ -220,6 +222,16 @@ TEST_F(Hotkeys, AFreeShortcutIsProbedRegisteredAndSaved) {
     EXPECT_EQ(CurrentSettings().bindMods[1], 4U);
     EXPECT_EQ(CurrentSettings().bindKeys[1], 121U);
     EXPECT_THAT(SettingsBytes(), testing::HasSubstr("\r\nbindMods1=4\r\nbindKeys1=121\r\n"));
+}
+
+TEST_F(Hotkeys, AShortcutThatCannotBeSavedIsUsedAndReported) {
+    OpenMainWindow();
+    std::ofstream(ToPath(Folder(u"a file"))) << "in the way";
+    fake::TheFolders().localData = Folder(u"a file");
+    EXPECT_TRUE(TryRebindHotkey(1, 4, 121));
+    EXPECT_EQ(TheWindows().keys[2], (Combination{4 | once, 121}));
+    EXPECT_EQ(Ui().statusText, u"Settings could not be saved.");
+    fake::TheFolders().localData = Folder(u"data");
 }
 
 TEST_F(Hotkeys, AShortcutThatIsLostAfterTheProbeRestoresTheOldOne) {
