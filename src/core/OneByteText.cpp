@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <string>
+#include <string_view>
 
+#include "core/Utf8.h"
 #include "platform/Files.h"
 
 namespace zv {
@@ -11,6 +14,32 @@ namespace {
 
 constexpr char16_t firstUnitWithoutByte = 256;
 constexpr char endOfText = '\x1A';  // Ctrl-Z
+
+/// The units before the first one without a byte.
+std::size_t UnitsWithByte(TextView text) {
+    const auto stop =
+        std::find_if(text.begin(), text.end(), [](char16_t unit) { return unit >= firstUnitWithoutByte; });
+    return static_cast<std::size_t>(stop - text.begin());
+}
+
+/// Returns true if one byte a unit cannot hold the text, or if the bytes would be read as UTF-8.
+bool NeedsUtf8(TextView text) {
+    if (UnitsWithByte(text) < text.size()) {
+        return true;
+    }
+    const std::optional<Text> reading = DecodeGeneralUtf8(Narrow(text));
+    return reading && *reading != text && NeedsUtf8(*reading);
+}
+
+Text DecodeLine(std::string_view bytes) {
+    if (namesAreUtf8) {
+        std::optional<Text> reading = DecodeGeneralUtf8(bytes);
+        if (reading && NeedsUtf8(*reading)) {
+            return *std::move(reading);
+        }
+    }
+    return Widen(bytes);
+}
 
 std::string ReadAll(std::ifstream& stream) {
     std::string bytes;
@@ -35,17 +64,17 @@ void OneByteWriter::Write(TextView text) {
     if (bad_) {
         return;
     }
-    const auto stop =
-        std::find_if(text.begin(), text.end(), [](char16_t unit) { return unit >= firstUnitWithoutByte; });
+    const bool utf8 = namesAreUtf8 && NeedsUtf8(text);
+    const TextView kept = utf8 ? text : text.substr(0, UnitsWithByte(text));
+    bad_ = kept.size() < text.size();
     std::string bytes;
-    for (auto unit = text.begin(); unit != stop; ++unit) {
-        if (*unit == u'\n') {
+    for (const char byte : utf8 ? ToGeneralUtf8(kept) : Narrow(kept)) {
+        if (byte == '\n') {
             bytes += '\r';
         }
-        bytes += static_cast<char>(*unit);
+        bytes += byte;
     }
     stream_.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    bad_ = stop != text.end();
 }
 
 void OneByteWriter::Flush() { stream_.flush(); }
@@ -63,11 +92,13 @@ bool ReadOneByteText(TextView path, Text& text) {
     std::string bytes = ReadAll(stream);
     bytes.resize(std::min(bytes.find(endOfText), bytes.size()));
     text.clear();
-    for (std::size_t index = 0; index < bytes.size(); ++index) {
-        const bool endsLine = bytes[index] == '\r' && index + 1 < bytes.size() && bytes[index + 1] == '\n';
-        if (!endsLine) {
-            text += static_cast<char16_t>(static_cast<unsigned char>(bytes[index]));
-        }
+    for (std::string_view rest = bytes; !rest.empty();) {
+        const std::size_t end = std::min(rest.find('\n'), rest.size());
+        const bool ended = end < rest.size();
+        const bool hasReturn = ended && end > 0 && rest[end - 1] == '\r';
+        text += DecodeLine(rest.substr(0, hasReturn ? end - 1 : end));
+        text += ended ? u"\n" : u"";
+        rest.remove_prefix(ended ? end + 1 : end);
     }
     return true;
 }

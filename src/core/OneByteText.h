@@ -1,7 +1,9 @@
 // The text files of the application core: settings, log, history.
 //
 // On disk one byte is one code unit of the same value and a line ends in CR LF, on every system. A unit of 256 or above
-// has no byte: the writer drops it and everything after it.
+// has no byte. On Windows the writer drops it and everything after it. On Linux, where such units are in the default
+// folders of many languages, a line with one is UTF-8 (ToGeneralUtf8). A line that one byte a unit can hold stays as it
+// is, unless its bytes would be read as such UTF-8; then it is UTF-8 as well.
 #pragma once
 
 #include <fstream>
@@ -23,7 +25,8 @@ public:
     void Open(TextView path, OpenFor purpose);
     bool IsOpen() const { return stream_.is_open(); }
 
-    /// Writes the text up to the first unit without a byte, each LF as CR LF. After such a unit all writes are dropped.
+    /// Writes a whole line, each LF as CR LF. On Windows only up to the first unit without a byte; after such a unit
+    /// all writes are dropped.
     void Write(TextView text);
     void Flush();
     void Close();

@@ -153,10 +153,7 @@ void ReadBinds(const ValueMap& values, Settings& settings) {
 }
 
 void WriteLine(OneByteWriter& file, TextView key, TextView value) {
-    file.Write(key);
-    file.Write(u"=");
-    file.Write(value);
-    file.Write(u"\n");
+    file.Write(Text(key) + u"=" + Text(value) + u"\n");
 }
 
 void WriteRow(OneByteWriter& file, const KeyRow& row, const Settings& settings) {

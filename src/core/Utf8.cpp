@@ -63,7 +63,7 @@ Decoded DecodeFront(std::string_view bytes) {
         }
         point = (point << 6) | (byte & 0x3FU);
     }
-    if (point < least[length] || point > 0x10FFFF || IsEscapedByte(point)) {
+    if (point < least[length] || point > 0x10FFFF) {
         return {};
     }
     return {point, length};
@@ -90,16 +90,23 @@ void BreakPair(Text& text) {
     AppendEscaped(text, bytes);
 }
 
-}  // namespace
+void AppendPoint(Text& text, char32_t point) {
+    if (point >= 0x10000) {
+        text += static_cast<char16_t>(0xD7C0U + (point >> 10));
+        text += static_cast<char16_t>(0xDC00U + (point & 0x3FFU));
+    } else {
+        text += static_cast<char16_t>(point);
+    }
+}
 
-std::string ToUtf8(TextView text) {
+std::string Encode(TextView text, bool unescape) {
     std::string bytes;
     bytes.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char32_t unit = text[i];
         if (IsHigh(unit) && i + 1 < text.size() && IsLow(text[i + 1])) {
             AppendUtf8(bytes, 0x10000U + ((unit - 0xD800U) << 10) + (text[++i] - 0xDC00U));
-        } else if (IsEscapedByte(unit)) {
+        } else if (unescape && IsEscapedByte(unit)) {
             bytes += static_cast<char>(unit - 0xDC00U);
         } else {
             AppendUtf8(bytes, unit);
@@ -108,26 +115,40 @@ std::string ToUtf8(TextView text) {
     return bytes;
 }
 
+}  // namespace
+
+std::string ToUtf8(TextView text) { return Encode(text, true); }
+
+std::string ToGeneralUtf8(TextView text) { return Encode(text, false); }
+
+std::optional<Text> DecodeGeneralUtf8(std::string_view bytes) {
+    Text text;
+    while (!bytes.empty()) {
+        const Decoded decoded = DecodeFront(bytes);
+        if (decoded.length == 0) {
+            return std::nullopt;
+        }
+        AppendPoint(text, decoded.point);
+        bytes.remove_prefix(decoded.length);
+    }
+    return text;
+}
+
 Text FromUtf8(std::string_view bytes) {
     Text text;
     text.reserve(bytes.size());
     while (!bytes.empty()) {
         const Decoded decoded = DecodeFront(bytes);
-        if (decoded.length == 0) {
+        if (decoded.length == 0 || IsEscapedByte(decoded.point)) {
             BreakPair(text);
             AppendEscaped(text, bytes.substr(0, 1));
             bytes.remove_prefix(1);
             continue;
         }
-        if (decoded.point >= 0x10000) {
-            text += static_cast<char16_t>(0xD7C0U + (decoded.point >> 10));
-            text += static_cast<char16_t>(0xDC00U + (decoded.point & 0x3FFU));
-        } else {
-            if (IsLow(decoded.point)) {
-                BreakPair(text);
-            }
-            text += static_cast<char16_t>(decoded.point);
+        if (IsLow(decoded.point)) {
+            BreakPair(text);
         }
+        AppendPoint(text, decoded.point);
         bytes.remove_prefix(decoded.length);
     }
     return text;

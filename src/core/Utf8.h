@@ -5,6 +5,7 @@
 // uses UTF-8 survives the round trip through Text.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,5 +15,12 @@ namespace zv {
 
 std::string ToUtf8(TextView text);
 Text FromUtf8(std::string_view bytes);
+
+/// The same, but every lone surrogate has its three-byte form, also one that is an escaped byte. So the bytes always
+/// have the form of UTF-8, and DecodeGeneralUtf8 can tell them from others.
+std::string ToGeneralUtf8(TextView text);
+
+/// Reverses ToGeneralUtf8. Returns nothing for bytes that do not have that form.
+std::optional<Text> DecodeGeneralUtf8(std::string_view bytes);
 
 }  // namespace zv

@@ -16,6 +16,9 @@ namespace zv {
 std::filesystem::path ToPath(TextView text);
 Text FromPath(const std::filesystem::path& path);
 
+/// True if names of files are bytes, usually UTF-8; false if they are UTF-16.
+extern const bool namesAreUtf8;
+
 /// "\" or "/".
 extern const char16_t pathSeparator;
 

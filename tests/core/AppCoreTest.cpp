@@ -74,14 +74,20 @@ TEST_F(AppLog, TwoSessionsAppendOneLineEach) {
     EXPECT_EQ(Log(), "[05:09:08] [INFO] [App] Zorvel starting\r\n[05:09:08] [INFO] [App] Zorvel starting\r\n");
 }
 
-TEST_F(AppLog, ACharacterWithoutAByteDisablesItForTheRestOfTheSession) {
+TEST_F(AppLog, ACharacterWithoutAByteMakesItsLineUtf8OrDisablesTheLogForTheRestOfTheSession) {
+    const std::string prefix = "[05:09:08] [INFO] [App] ";
     AppLogStart(Data());
     AppLogInfo(u"App", u"a\u0416b");
     AppLogInfo(u"App", u"later");
-    EXPECT_EQ(Log(), "[05:09:08] [INFO] [App] a");
+    const std::string session = namesAreUtf8 ? prefix +
+                                                   "a\xD0\x96"
+                                                   "b\r\n" +
+                                                   prefix + "later\r\n"
+                                             : prefix + "a";
+    EXPECT_EQ(Log(), session);
     AppLogStart(Data());
     AppLogInfo(u"App", u"next session");
-    EXPECT_EQ(Log(), "[05:09:08] [INFO] [App] a[05:09:08] [INFO] [App] next session\r\n");
+    EXPECT_EQ(Log(), session + prefix + "next session\r\n");
 }
 
 TEST_F(AppLog, WithoutAFileItWritesNothing) {
@@ -145,11 +151,15 @@ TEST_F(ActivityLog, TheListKeepsTheLast200RowsAndTheFileAll) {
     EXPECT_EQ(std::count(bytes.begin(), bytes.end(), '\n'), 201);
 }
 
-TEST_F(ActivityLog, ACharacterWithoutAByteEndsItsRowAndTheNextOneContinuesTheLine) {
+TEST_F(ActivityLog, ACharacterWithoutAByteMakesItsRowUtf8OrEndsIt) {
     AppLogStart(Data());
     AddActivity(u"Capture", u"a\u0416b");
     AddActivity(u"Capture", u"c");
-    EXPECT_EQ(Activity(), "2026-01-05 05:09:08\tCapture\ta2026-01-05 05:09:08\tCapture\tc\r\n");
+    EXPECT_EQ(Activity(), std::string("2026-01-05 05:09:08\tCapture\ta") +
+                              (namesAreUtf8 ? "\xD0\x96"
+                                              "b\r\n"
+                                            : "") +
+                              "2026-01-05 05:09:08\tCapture\tc\r\n");
     EXPECT_EQ(CurrentAppCore().history.rows[0].text, u"a\u0416b");
 }
 

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "platform/Files.h"
 #include "support/FileBytes.h"
 #include "support/TemporaryFolder.h"
@@ -50,12 +52,13 @@ TEST_F(OneByteText, EveryUnitBelow256ConvertsToItsByteAndBack) {
     EXPECT_EQ(ReadBack(bytes), text);
 }
 
-TEST_F(OneByteText, AUnitOf256EndsTheFileAndAllThatIsWrittenLaterIsDropped) {
+TEST_F(OneByteText, AUnitOf256EndsTheFileOrMakesItsLineUtf8) {
     OneByteWriter writer(Path(), OpenFor::Replacing);
-    writer.Write(u"one\nt\u00FFw\u0100o\n");
+    writer.Write(u"\u00FFone\n");
+    writer.Write(u"t\u00FFw\u0100o\n");
     writer.Write(u"three\n");
     writer.Close();
-    EXPECT_EQ(ReadBytes(File()), "one\r\nt\xFFw");
+    EXPECT_EQ(ReadBytes(File()), namesAreUtf8 ? "\xFFone\r\nt\xC3\xBFw\xC4\x80o\r\nthree\r\n" : "\xFFone\r\nt\xFFw");
 }
 
 TEST_F(OneByteText, OpeningAgainResetsTheState) {
@@ -64,7 +67,36 @@ TEST_F(OneByteText, OpeningAgainResetsTheState) {
     writer.Open(Path(), OpenFor::Appending);
     writer.Write(u"good\n");
     writer.Close();
-    EXPECT_EQ(ReadBytes(File()), "good\r\n");
+    EXPECT_EQ(ReadBytes(File()), namesAreUtf8 ? "\xD0\x96good\r\n" : "good\r\n");
+}
+
+TEST_F(OneByteText, EveryLineIsReadBackAsItWasWrittenWhereNamesAreUtf8) {
+    const Text lines[] = {
+        u"plain",
+        u"Vid\u00E9os",                     // one byte a unit
+        u"\u0412\u0438\u0434\u0435\u043E",  // UTF-8
+        u"\u52D5\u753B \U0001F3AE",         // a surrogate pair
+        u"\u00D0\u00A4",                    // its bytes are UTF-8 for a letter without a byte
+        u"\u00C3\u0090\u00C2\u00A4",        // the bytes of the line above as UTF-8
+        u"\u00C3\u00A9",                    // its bytes are UTF-8 for a letter that has a byte
+        Text(u"/home/") + u'\xDCE9',        // a name with a byte that is not UTF-8
+        Text(u"\u0416/") + u'\xDCE9' + u"\u00E9",
+        Text(u"a") + u'\xD800' + u"b",  // a lone surrogate
+    };
+    for (const Text& line : lines) {
+        const bool hasBytes = std::all_of(line.begin(), line.end(), [](char16_t unit) { return unit < 256; });
+        const std::string bytes = Written(line + u"\n");
+        Text read;
+        ASSERT_TRUE(ReadOneByteText(Path(), read));
+        EXPECT_EQ(read == line + u"\n", namesAreUtf8 || hasBytes) << bytes;
+    }
+    EXPECT_EQ(Written(u"Vid\u00E9os"), "Vid\xE9os");
+    EXPECT_EQ(Written(u"\u00C3\u00A9"), "\xC3\xA9");
+}
+
+TEST_F(OneByteText, ALineOfUtf8FromAnEditorIsReadWhereNamesAreUtf8) {
+    EXPECT_EQ(ReadBack("a=\xD0\x96\r\nb=\xE9\r\n"),
+              namesAreUtf8 ? u"a=\u0416\nb=\u00E9\n" : u"a=\u00D0\u0096\nb=\u00E9\n");
 }
 
 TEST_F(OneByteText, ReplacingEmptiesTheFileAndAppendingKeepsIt) {

@@ -38,6 +38,29 @@ TEST(Utf8, TwoEncodedSurrogatesConvertBackUnchanged) {
     EXPECT_EQ(ToUtf8(FromUtf8("\xED\xB2\x80")), "\xED\xB2\x80");
 }
 
+TEST(GeneralUtf8, EveryTextConvertsBackUnchanged) {
+    // Random units, with a fixed seed: plain ones, surrogates and escaped bytes.
+    const Text alphabet = {u'a',      u'\x00E9', u'\x0416', u'\xD800', u'\xDBFF',
+                           u'\xDC00', u'\xDCC3', u'\xDCA9', u'\xFFFF'};
+    std::minstd_rand random(4711);
+    for (int round = 0; round < 100000; ++round) {
+        Text text;
+        for (std::size_t length = random() % 7; length > 0; --length) {
+            text += alphabet[random() % alphabet.size()];
+        }
+        const std::optional<Text> back = DecodeGeneralUtf8(ToGeneralUtf8(text));
+        ASSERT_TRUE(back.has_value());
+        ASSERT_EQ(*back, text);
+    }
+}
+
+TEST(GeneralUtf8, OtherBytesAreNotDecoded) {
+    for (const char* bytes : {"Vid\xE9os", "\xFF", "\xC3", "\xC0\xAF", "\xF4\x90\x80\x80", "a\x80"}) {
+        EXPECT_FALSE(DecodeGeneralUtf8(bytes).has_value());
+    }
+    EXPECT_EQ(ToGeneralUtf8(Text(1, u'\xDCE9')), "\xED\xB3\xA9");
+}
+
 TEST(Utf8, EveryByteStringConvertsBackUnchanged) {
     // Random strings, with a fixed seed, of the bytes that form valid, overlong, surrogate and broken sequences.
     const std::string alphabet = "a\x80\xA0\xB0\xB2\xBF\xC3\xE0\xED\xED\xED\xF0\xF4\xFF\x90";

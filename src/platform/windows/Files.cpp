@@ -41,6 +41,8 @@ bool IsMissing(DWORD error) {
 
 }  // namespace
 
+const bool namesAreUtf8 = false;
+
 const char16_t pathSeparator = u'\\';
 
 std::filesystem::path ToPath(TextView text) { return std::filesystem::path(std::wstring(text.begin(), text.end())); }

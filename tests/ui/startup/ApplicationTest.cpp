@@ -129,6 +129,23 @@ TEST_F(Application, AFirstRunSavesTheSettingsTwiceAndUsesThePurpleTheme) {
     EXPECT_EQ(Drawing().accentColor, 0xFF7797U);
 }
 
+TEST_F(Application, FourStartsWithCyrillicFoldersKeepTheSettings) {
+    const Text videos = Folder(u"\u0412\u0438\u0434\u0435\u043E");
+    fake::TheFolders().videos = videos;
+    for (int start = 1; start <= 4; ++start) {
+        SCOPED_TRACE(start);
+        RunApplication(u"zorvel");
+        // Elsewhere a line with such a letter ends the file, and the keys behind it are lost.
+        EXPECT_EQ(CurrentSettings().bindKeys[0], namesAreUtf8 && start > 1 ? 65U : 88U);
+        if (namesAreUtf8) {
+            EXPECT_EQ(CurrentSettings().captureRoot, Below(videos, u"Zorvel"));
+            EXPECT_EQ(CurrentSettings().clipsFolder, Below(Below(videos, u"Zorvel"), u"Clips"));
+        }
+        CurrentSettings().bindKeys[0] = 65;
+        SaveSettings(CurrentSettings());
+    }
+}
+
 TEST_F(Application, AStoredColourLastsForThisSession) {
     WriteSettings("audioCaptureVersion=1\r\nreplayUiVersion=1\r\ntheme=Zorvel Blue\r\n");
     inLoop = [&] { EXPECT_THAT(SettingsBytes(), HasSubstr("\r\ntheme=ZV Purple\r\n")); };

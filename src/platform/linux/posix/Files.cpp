@@ -37,6 +37,8 @@ Result MoveAcrossVolumes(const std::filesystem::path& from, const std::filesyste
 
 }  // namespace
 
+const bool namesAreUtf8 = true;
+
 const char16_t pathSeparator = u'/';
 
 std::filesystem::path ToPath(TextView text) { return std::filesystem::path(ToUtf8(text)); }
