@@ -1,5 +1,5 @@
-# The libraries of the Windows platform folder, all part of Windows. dxgi, d3d11 and dwmapi are loaded from the system
-# folder (SystemLibrary.h).
+# The libraries of the Windows platform folder, all part of Windows. dxgi, d3d11, dwmapi and avrt are loaded from the
+# system folder (SystemLibrary.h).
 target_link_libraries(zorvel_platform PUBLIC uuid ole32 oleaut32 shell32 user32 gdi32 advapi32 gdiplus winmm)
 
 # Manifest, icon, version and the About text.

@@ -14,6 +14,7 @@
 #include "platform/BytePipe.h"
 #include "platform/Clock.h"
 #include "platform/Event.h"
+#include "platform/MediaThread.h"
 
 namespace zv {
 namespace {
@@ -160,6 +161,7 @@ struct AudioWorker {
 };
 
 void AudioWorker::Run() {
+    const Owned<MediaThread> scheduling = ScheduleForMedia(MediaTask::Sound);
     AudioRun run(owner.worker_.StopEvent());
     if (Open(run)) {
         owner.worker_.ReportReady();

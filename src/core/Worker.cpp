@@ -26,7 +26,7 @@ bool Worker::Start(WorkerOptions options, std::function<void()> body) {
         FailUnlessSilent(options.noThread, ResultOfSystemError(failure.code().value()));
         return false;
     }
-    if (WaitAny({readyEvent_.get(), endedEvent_.get()}, options.readyMs) == waitTimedOut) {
+    if (WaitAny({readyEvent_.get(), endedEvent_.get()}, options.readyMs) < 0) {
         FailUnlessSilent(options.timedOut, resultGenericFailure);
         return false;
     }
@@ -54,7 +54,7 @@ void Worker::Stop() {
 }
 
 bool Worker::EndsWithin(std::uint32_t timeoutMs) {
-    return !thread_.joinable() || WaitAny({endedEvent_.get()}, timeoutMs) != waitTimedOut;
+    return !thread_.joinable() || WaitAny({endedEvent_.get()}, timeoutMs) == 0;
 }
 
 void Worker::RequestStop() {

@@ -62,7 +62,7 @@ Result StartEndpoint(AudioEndpoint& endpoint);
 void StopEndpoint(AudioEndpoint& endpoint);
 
 /// Waits some milliseconds, until packets may have arrived at the enumerator's endpoints. Returns false as soon as
-/// `stop` is signalled.
+/// `stop` is signalled, and if the wait fails.
 bool WaitForPackets(AudioEnumerator& enumerator, Event& stop);
 
 /// The number of frames in the next packet, 0 if none is waiting.

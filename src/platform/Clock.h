@@ -43,7 +43,7 @@ Owned<PreciseTimer> MakePreciseTimer();
 
 enum class PreciseWait {
     Elapsed,
-    Stopped  ///< `stop` was signalled; takes precedence if the time has elapsed too
+    Stopped  ///< `stop` was signalled, which takes precedence if the time has elapsed too; or the wait has failed
 };
 
 /// Waits `units` of 100 ns (at least 1) or until `stop` is signalled.

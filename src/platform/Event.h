@@ -22,9 +22,10 @@ bool IsSignalled(Event& event);
 
 inline constexpr std::uint32_t waitForever = 0xFFFFFFFFU;
 inline constexpr int waitTimedOut = -1;
+inline constexpr int waitFailed = -2;  ///< the system has refused to wait
 
-/// Waits until an event is signalled. Returns the index of the first signalled event in the list, or waitTimedOut. Does
-/// not wait if the timeout is 0.
+/// Waits until an event is signalled. Returns the index of the first signalled event in the list, waitTimedOut or
+/// waitFailed. Does not wait if the timeout is 0.
 int WaitAny(std::initializer_list<Event*> events, std::uint32_t timeoutMs);
 
 }  // namespace zv

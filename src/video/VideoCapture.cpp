@@ -12,6 +12,7 @@
 #include "platform/BytePipe.h"
 #include "platform/Clock.h"
 #include "platform/DesktopCapture.h"
+#include "platform/MediaThread.h"
 #include "video/FitRectangle.h"
 #include "video/FramePacer.h"
 #include "video/NvencSession.h"
@@ -121,6 +122,7 @@ bool VideoCapture::Start(const Text& monitorDevice, const VideoFormat& format) {
 void VideoCapture::Stop() { worker_.Stop(); }
 
 void VideoWorker::Run() {
+    const Owned<MediaThread> scheduling = ScheduleForMedia(MediaTask::Video);
     if (SetUp()) {
         while (!owner.worker_.StopRequested() && Tick()) {
         }

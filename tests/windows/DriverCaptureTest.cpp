@@ -28,6 +28,9 @@ protected:
     void SetUp() override {
         SetEnvironmentValue(u"ZV_TEST_REPORT", FromPath(Report()));
         SetEnvironmentValue(u"ZV_TEST_SCRIPT", FromPath(folder_.Path() / "script"));
+        // Loads the doubles, which replace the imports of this program, before a capture uses these.
+        std::vector<AdapterRecord> records;
+        ASSERT_TRUE(ListAdapterRecords(records));
         // The system and the doubles create now what they create once and keep.
         Script("fail D3D11CreateDevice 1 80004001");
         EXPECT_FALSE(VideoCapture().Start(monitor, format));
@@ -66,17 +69,18 @@ protected:
     /// Runs one capture for each driver call, in which that call fails.
     void FailAtEveryCall() {
         for (const char* entry :
-             {"D3D11CreateDevice", "QueryInterface:output", "DuplicateOutput", "QueryInterface:device",
-              "QueryInterface:context", "CreateVideoProcessorEnumerator", "CreateVideoProcessor",
-              "CreateTexture2D:bgra", "CreateTexture2D:nv12", "CreateVideoProcessorInputView",
-              "CreateVideoProcessorOutputView", "NvEncodeAPICreateInstance", "nvEncOpenEncodeSessionEx",
-              "nvEncGetEncodePresetConfigEx", "nvEncInitializeEncoder", "nvEncRegisterResource",
-              "nvEncCreateBitstreamBuffer"}) {
+             {"D3D11CreateDevice", "QueryInterface:output", "DuplicateOutput", "QueryInterface:context",
+              "CreateVideoProcessorEnumerator", "CreateVideoProcessor", "CreateTexture2D:bgra", "CreateTexture2D:nv12",
+              "CreateVideoProcessorInputView", "CreateVideoProcessorOutputView", "NvEncodeAPICreateInstance",
+              "nvEncOpenEncodeSessionEx", "nvEncGetEncodePresetConfigEx", "nvEncInitializeEncoder",
+              "nvEncRegisterResource", "nvEncCreateBitstreamBuffer"}) {
             Script(std::string("fail ") + entry + " 1 80004001");
             VideoCapture capture;
             EXPECT_FALSE(capture.Start(monitor, format)) << entry;
             EXPECT_NE(capture.Error(), u"") << entry;
         }
+        Script("fail QueryInterface:device 2 80004001");
+        EXPECT_FALSE(VideoCapture().Start(monitor, format));
         for (const char* entry :
              {"AcquireNextFrame", "QueryInterface:desktop-image", "VideoProcessorBlt", "nvEncMapInputResource",
               "nvEncEncodePicture", "nvEncLockBitstream", "nvEncUnlockBitstream", "nvEncUnmapInputResource"}) {
@@ -139,6 +143,42 @@ TEST_F(DriverCapture, EncodesTheDesktopWithTheRequestedSizeAndRates) {
     EXPECT_THAT(notes, testing::Contains("nvenc: encodes 2560x1440 at 60 with 5000000 bit/s"));
     EXPECT_THAT(notes, testing::Contains("nvenc: encodes 3840x2160 at 30 with 200000000 bit/s"));
     EXPECT_THAT(notes, testing::Contains("d3d11: scaler 1920x1080 to 3840x2160 at 30"));
+    EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
+}
+
+TEST_F(DriverCapture, RequestsTimelySchedulingWhileItRuns) {
+    RunOnce();
+    const std::vector<std::string> notes = ReportLines(Report(), "note: ");
+    for (const char* request :
+         {"d3d11: GPU thread priority 7", "avrt: thread registered as Capture", "avrt: thread unregistered",
+          "dxgi: timer of 1 ms begun", "dxgi: timer of 1 ms ended"}) {
+        EXPECT_EQ(std::count(notes.begin(), notes.end(), request), 1) << request;
+    }
+    EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
+}
+
+TEST_F(DriverCapture, RunsIfTimelySchedulingIsRefused) {
+    Script(
+        "set images always\nfail AvSetMmThreadCharacteristicsW 1+ 5\nfail timeBeginPeriod 1+ 61\n"
+        "fail SetProcessInformation 1+ 57\nfail SetGPUThreadPriority 1+ 80070005");
+    RunOnce();  // reads the script too late for its first requests
+    std::filesystem::remove(Report());
+    RunOnce();
+    const std::vector<std::string> notes = ReportLines(Report(), "note: ");
+    EXPECT_THAT(notes, testing::Not(testing::Contains(testing::StartsWith("avrt: thread"))));
+    EXPECT_THAT(notes, testing::Not(testing::Contains(testing::StartsWith("dxgi: timer"))));
+    Script("set images always\nfail QueryInterface:device 1 80004002");
+    RunOnce();
+    EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
+}
+
+TEST_F(DriverCapture, AWaitThatFailsEndsIt) {
+    Script("set images always\nfail WaitForMultipleObjects:4294967295 60 6");
+    VideoCapture capture;
+    ASSERT_TRUE(capture.Start(monitor, format)) << Narrow(capture.Error());
+    const PipeReader reader(capture.PipeName());
+    EXPECT_TRUE(Eventually([&] { return !capture.running; }));
+    capture.Stop();
     EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
 }
 

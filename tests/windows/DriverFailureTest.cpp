@@ -72,7 +72,7 @@ constexpr Failure failures[] = {
      "GPU desktop capture is unavailable. Use a local, unlocked desktop (0x80004002)"},
     {"Duplication", "fail DuplicateOutput 1 80070005",
      "GPU desktop capture is unavailable. Use a local, unlocked desktop (0x80070005)"},
-    {"VideoDevice", "fail QueryInterface:device 1 80004002", "GPU video processing is unavailable (0x80004002)"},
+    {"VideoDevice", "fail QueryInterface:device 2 80004002", "GPU video processing is unavailable (0x80004002)"},
     {"VideoContext", "fail QueryInterface:context 1 80004002", "GPU video processing is unavailable (0x80004002)"},
     {"Enumerator", "fail CreateVideoProcessorEnumerator 1 80070057", "Cannot create the GPU video scaler (0x80070057)"},
     {"Processor", "fail CreateVideoProcessor 1 8007000E", "Cannot create the GPU video scaler (0x8007000E)"},

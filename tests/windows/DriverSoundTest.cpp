@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "platform/Environment.h"
 #include "platform/Files.h"
 #include "windows/DriverScene.h"
@@ -74,7 +76,12 @@ TEST_F(DriverSound, AClipHasTheSoundOfTheSpeakers) {
     EXPECT_TRUE(EndProgram());
     ExpectSpeakersIn(clip);
     EXPECT_LT(MedianLevel(SoundOf(clip), 0, microphoneHz), 0.005);
-    EXPECT_THAT(ReportLines(Report(), "note: "), Contains("sound: Stop.render"));
+    const std::vector<std::string> notes = ReportLines(Report(), "note: ");
+    EXPECT_THAT(notes, Contains("sound: Stop.render"));
+    EXPECT_THAT(notes, Contains("avrt: thread registered as Pro Audio"));
+    EXPECT_THAT(notes, Contains("dxgi: timer of 1 ms begun").Times(2)) << "sound and video";
+    EXPECT_THAT(notes, Contains("dxgi: timer of 1 ms ended").Times(2));
+    EXPECT_THAT(notes, Contains("avrt: thread unregistered").Times(2));
     ExpectNothingLeft();
 }
 
@@ -140,6 +147,20 @@ TEST_F(DriverSound, ADeviceThatIsUnpluggedEndsTheReplayButNotTheProgram) {
         return toast != nullptr && IsWindowVisible(toast) != FALSE;
     }));
     EXPECT_TRUE(ProcessesNamed(L"ffmpeg.exe").empty());
+    EXPECT_TRUE(IsRunning(*program_.process));
+    EXPECT_TRUE(EndProgram());
+    ExpectNothingLeft();
+}
+
+TEST_F(DriverSound, AWaitThatFailsEndsTheReplay) {
+    Setting("gameAudioEnabled=1");
+    Script("fail WaitForMultipleObjects:3 300 6");
+    ASSERT_TRUE(StartProgram());
+    ASSERT_TRUE(Eventually([this] {
+        const std::vector<std::string> notes = ReportLines(Report(), "note: ");
+        return std::ranges::count(notes, "dxgi: WaitForMultipleObjects:3 has failed") == 1;
+    }));
+    EXPECT_TRUE(Eventually([] { return ProcessesNamed(L"ffmpeg.exe").empty(); }));
     EXPECT_TRUE(IsRunning(*program_.process));
     EXPECT_TRUE(EndProgram());
     ExpectNothingLeft();

@@ -63,12 +63,12 @@ PreciseWait WaitPrecisely(PreciseTimer& timer, Event& stop, std::int64_t units) 
     if (!SetWaitableTimer(timer.handle.Get(), &due, 0, nullptr, nullptr, FALSE)) {
         // A timer that could not be set never fires, so the wait uses a timeout instead.
         const auto milliseconds = static_cast<DWORD>(std::max<std::int64_t>(units, 1) / 10'000);
-        return WaitForSingleObject(stop.handle.Get(), milliseconds) == WAIT_OBJECT_0 ? PreciseWait::Stopped
-                                                                                     : PreciseWait::Elapsed;
+        return WaitForSingleObject(stop.handle.Get(), milliseconds) == WAIT_TIMEOUT ? PreciseWait::Elapsed
+                                                                                    : PreciseWait::Stopped;
     }
     const std::array<HANDLE, 2> handles = {stop.handle.Get(), timer.handle.Get()};
-    return WaitForMultipleObjects(2, handles.data(), FALSE, INFINITE) == WAIT_OBJECT_0 ? PreciseWait::Stopped
-                                                                                       : PreciseWait::Elapsed;
+    return WaitForMultipleObjects(2, handles.data(), FALSE, INFINITE) == WAIT_OBJECT_0 + 1 ? PreciseWait::Elapsed
+                                                                                           : PreciseWait::Stopped;
 }
 
 }  // namespace zv

@@ -100,6 +100,15 @@ Result Publish(HRESULT result, Record&& record, Owned<Record>& owner) {
     return owner ? resultOk : E_OUTOFMEMORY;
 }
 
+/// Runs the device's work before that of a game that keeps the GPU busy. A driver may refuse.
+void RaisePriority(ID3D11Device& device) {
+    constexpr INT highest = 7;
+    Com<IDXGIDevice> graphics;
+    if (SUCCEEDED(Query(&device, graphics))) {
+        graphics->SetGPUThreadPriority(highest);
+    }
+}
+
 RECT NativeRectangle(const Rectangle& rectangle) {
     return {rectangle.left, rectangle.top, rectangle.right, rectangle.bottom};
 }
@@ -185,6 +194,9 @@ Result MakeGraphicsDevice(GraphicsOutput& output, Owned<GraphicsDevice>& device)
     const HRESULT result = make(output.adapter.Get(), D3D_DRIVER_TYPE_UNKNOWN, nullptr,
                                 D3D11_CREATE_DEVICE_BGRA_SUPPORT | D3D11_CREATE_DEVICE_VIDEO_SUPPORT, nullptr, 0,
                                 D3D11_SDK_VERSION, made.device.Out(), nullptr, made.context.Out());
+    if (SUCCEEDED(result)) {
+        RaisePriority(*made.device.Get());
+    }
     return Publish(result, std::move(made), device);
 }
 

@@ -36,7 +36,10 @@ int WaitAny(std::initializer_list<Event*> events, std::uint32_t timeoutMs) {
         handles.at(count++) = event->handle.Get();
     }
     const DWORD answer = WaitForMultipleObjects(count, handles.data(), FALSE, timeoutMs);
-    return answer < WAIT_OBJECT_0 + count ? static_cast<int>(answer - WAIT_OBJECT_0) : waitTimedOut;
+    if (answer == WAIT_TIMEOUT) {
+        return waitTimedOut;
+    }
+    return answer < WAIT_OBJECT_0 + count ? static_cast<int>(answer - WAIT_OBJECT_0) : waitFailed;
 }
 
 }  // namespace zv

@@ -56,7 +56,7 @@ struct Object {
     std::atomic<ULONG> references = 1;
     DWORD thread = GetCurrentThreadId();
     bool oneThread = false;  ///< may be called only on the thread that created it
-    std::array<Face, 3> faces;
+    std::array<Face, 4> faces;
 };
 
 inline void* PointerTo(Object& object, std::size_t face = 0) { return &object.faces[face]; }

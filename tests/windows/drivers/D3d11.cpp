@@ -171,6 +171,17 @@ const MaintenanceTable& DeviceMaintenanceTable() {
     return maker.table;
 }
 
+HRESULT STDMETHODCALLTYPE SetGpuPriority(IDXGIDevice* self, INT priority) {
+    ObjectOf(self, "SetGPUThreadPriority");
+    const ScriptedResult scripted = CountCall("SetGPUThreadPriority");
+    if (scripted.fails) {
+        return scripted.code;
+    }
+    Demand(priority >= -7 && priority <= 7, "SetGPUThreadPriority with a priority that does not exist");
+    Note("GPU thread priority " + std::to_string(priority));
+    return S_OK;
+}
+
 // Video device
 
 HRESULT STDMETHODCALLTYPE CreateVideoProcessorEnumerator(ID3D11VideoDevice* self,
@@ -465,10 +476,16 @@ Device& MakeDevice(void* adapter) {
         made.table.CreateVideoProcessorOutputView = CreateOutputView;
         return made;
     }();
+    static const auto graphics = [] {
+        TableMaker<IDXGIDeviceVtbl> made;
+        made.table.SetGPUThreadPriority = SetGpuPriority;
+        return made;
+    }();
     auto* device = new Device(adapter);
     SetFace(*device, 0, &plain.table, {IID_IUnknown, IID_ID3D11Device});
     SetFace(*device, 1, &video.table, {IID_ID3D11VideoDevice});
     SetFace(*device, 2, &DeviceMaintenanceTable(), {maintenanceId});
+    SetFace(*device, 3, &graphics.table, {IID_IDXGIObject, IID_IDXGIDevice});
     return *device;
 }
 

@@ -141,6 +141,15 @@ HANDLE WINAPI MakeTimer(SECURITY_ATTRIBUTES* security, BOOL manual, const wchar_
 
 // Waits
 
+std::atomic<int> fineTimers = 0;  ///< requests of a resolution that have not ended
+
+/// The length of a wait that ends at a tick of the timer.
+DWORD UntilTick(DWORD milliseconds) {
+    constexpr DWORD tickMs = 16;
+    const bool exact = fineTimers > 0 || milliseconds == 0 || milliseconds == INFINITE;
+    return exact ? milliseconds : (milliseconds + tickMs - 1) / tickMs * tickMs;
+}
+
 /// Calls `wait` with the script's milliseconds instead of the program's.
 template <class Wait>
 DWORD ScriptedWait(DWORD milliseconds, Wait wait) {
@@ -155,7 +164,7 @@ DWORD ScriptedWait(DWORD milliseconds, Wait wait) {
         }
         return answer;
     }
-    return wait(milliseconds);
+    return wait(UntilTick(milliseconds));
 }
 
 DWORD WINAPI WaitForOne(HANDLE handle, DWORD milliseconds) {
@@ -163,8 +172,45 @@ DWORD WINAPI WaitForOne(HANDLE handle, DWORD milliseconds) {
 }
 
 DWORD WINAPI WaitForSeveral(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds) {
+    const std::string entry = "WaitForMultipleObjects:" + std::to_string(milliseconds);
+    if (Fails(entry)) {
+        Note(entry + " has failed");
+        return WAIT_FAILED;
+    }
     return ScriptedWait(milliseconds,
                         [&](DWORD scripted) { return WaitForMultipleObjects(count, handles, all, scripted); });
+}
+
+// The timer
+
+UINT WINAPI BeginFineTimer(UINT milliseconds) {
+    const ScriptedResult scripted = CountCall("timeBeginPeriod");
+    if (scripted.fails) {
+        return static_cast<UINT>(scripted.code);
+    }
+    if (milliseconds != 1) {
+        Complain("timeBeginPeriod with another resolution");
+    }
+    ++fineTimers;
+    Note("timer of 1 ms begun");
+    return 0;
+}
+
+UINT WINAPI EndFineTimer(UINT milliseconds) {
+    if (milliseconds != 1 || --fineTimers < 0) {
+        Complain("timeEndPeriod without its timeBeginPeriod");
+    }
+    Note("timer of 1 ms ended");
+    return 0;
+}
+
+BOOL WINAPI SetProcess(HANDLE process, PROCESS_INFORMATION_CLASS kind, void* information, DWORD bytes) {
+    const auto* state = static_cast<const PROCESS_POWER_THROTTLING_STATE*>(information);
+    if (process != GetCurrentProcess() || kind != ProcessPowerThrottling || bytes != sizeof(*state) ||
+        state->Version != 1 || state->ControlMask != 4 || state->StateMask != 0) {
+        Complain("SetProcessInformation with another state");
+    }
+    return Fails("SetProcessInformation") ? FALSE : TRUE;
 }
 
 HRESULT WINAPI EnterCom(void* reserved, DWORD kind) {
@@ -236,7 +282,7 @@ struct Import {
 };
 
 const Import* ImportNamed(const char* name) {
-    static const std::array<Import, 16> imports = {{
+    static const std::array<Import, 19> imports = {{
         {"malloc", reinterpret_cast<void*>(Allocate)},
         {"calloc", reinterpret_cast<void*>(AllocateZeroed)},
         {"realloc", reinterpret_cast<void*>(Reallocate)},
@@ -247,6 +293,9 @@ const Import* ImportNamed(const char* name) {
         {"CreateWaitableTimerW", reinterpret_cast<void*>(MakeTimer)},
         {"WaitForSingleObject", reinterpret_cast<void*>(WaitForOne)},
         {"WaitForMultipleObjects", reinterpret_cast<void*>(WaitForSeveral)},
+        {"timeBeginPeriod", reinterpret_cast<void*>(BeginFineTimer)},
+        {"timeEndPeriod", reinterpret_cast<void*>(EndFineTimer)},
+        {"SetProcessInformation", reinterpret_cast<void*>(SetProcess)},
         {"CoInitializeEx", reinterpret_cast<void*>(EnterCom)},
         {"SetCurrentProcessExplicitAppUserModelID", reinterpret_cast<void*>(SetIdentity)},
         {"TrackPopupMenu", reinterpret_cast<void*>(TrackMenu)},

@@ -1,5 +1,6 @@
-// The double of the wave input functions (winmm.dll): one microphone, scripted by the rules of ScriptedSound.h for the
-// device "wave", always 16 bits at 48 kHz. Rules for "fail" and "delay" name the functions. Further rules:
+// The double of the wave input functions and the timer's resolution (winmm.dll): one microphone, scripted by the rules
+// of ScriptedSound.h for the device "wave", always 16 bits at 48 kHz. Rules for "fail" and "delay" name the functions.
+// Further rules:
 //   set wave short NTH BYTES     the NTH buffer is returned with so many bytes
 //   set wave name NAME           another input's name; the microphone itself is "Microphone"
 // A thread fills the buffers in the order in which they were queued. It complains about headers that are not prepared,
@@ -50,6 +51,8 @@ struct WaveDevice {
 
 /// The open device, or null.
 std::atomic<WaveDevice*> openDevice{nullptr};
+
+std::atomic<int> fineTimers{0};
 
 /// The device of a handle. Complains and returns null if it is not open.
 WaveDevice* DeviceOf(HWAVEIN handle, const char* call) {
@@ -268,6 +271,16 @@ MMRESULT WINAPI waveInGetPosition(HWAVEIN handle, MMTIME* time, UINT size) { ret
 MMRESULT WINAPI waveInReset(HWAVEIN handle) { return Reset(handle); }
 MMRESULT WINAPI waveInUnprepareHeader(HWAVEIN handle, WAVEHDR* header, UINT) { return Unprepare(handle, header); }
 MMRESULT WINAPI waveInClose(HWAVEIN handle) { return Close(handle); }
+
+MMRESULT WINAPI timeBeginPeriod(UINT milliseconds) {
+    Expect("timeBeginPeriod", milliseconds == 1, "another resolution");
+    ++fineTimers;
+    return TIMERR_NOERROR;
+}
+MMRESULT WINAPI timeEndPeriod(UINT milliseconds) {
+    Expect("timeEndPeriod", milliseconds == 1 && fineTimers-- > 0, "without its timeBeginPeriod");
+    return TIMERR_NOERROR;
+}
 
 UINT WINAPI waveInGetNumDevs() { return static_cast<UINT>(InputNames().size()); }
 MMRESULT WINAPI waveInGetDevCapsW(UINT_PTR index, WAVEINCAPSW* caps, UINT size) {

@@ -73,7 +73,7 @@ PreciseWait WaitPrecisely(PreciseTimer& timer, Event& stop, std::int64_t units) 
         static_cast<void>(stop.signals.load(std::memory_order_acquire));
         return PreciseWait::Stopped;
     }
-    return PreciseWait::Elapsed;
+    return (entries[1].revents & POLLIN) != 0 ? PreciseWait::Elapsed : PreciseWait::Stopped;
 }
 
 }  // namespace zv

@@ -25,7 +25,7 @@ int FirstReadable(std::initializer_list<Event*> events, const std::array<pollfd,
             return static_cast<int>(i);
         }
     }
-    return waitTimedOut;
+    return waitFailed;  // an event that cannot be waited for
 }
 
 }  // namespace
@@ -72,8 +72,11 @@ int WaitAny(std::initializer_list<Event*> events, std::uint32_t timeoutMs) {
         if (ready > 0) {
             return FirstReadable(events, entries);
         }
-        if (ready == 0 || errno != EINTR) {
+        if (ready == 0) {
             return waitTimedOut;
+        }
+        if (errno != EINTR) {
+            return waitFailed;
         }
     }
 }
