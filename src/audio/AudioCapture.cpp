@@ -103,14 +103,24 @@ Result DrainSources(AudioRun& run) {
     return result;
 }
 
+/// Stores the sound that has arrived while a write waited for the reader: a device keeps as little as 20 ms. Sound that
+/// the ring would drop, because the writer is two seconds behind, stays in the device.
+Result DrainBetweenBlocks(AudioRun& run) {
+    const std::int64_t newest = TargetFrame(Counter100ns() + outputLag, run.captureStartTime);
+    if (newest >= run.mix.nextBlockFrame + ringFrames) {
+        return resultOk;
+    }
+    ReceivePackets(*run.enumerator);
+    return DrainSources(run);
+}
+
 Result WriteBlock(AudioRun& run) {
     const auto bytes = std::as_bytes(std::span(run.mix.block));
     const WriteBegin begun = BeginWrite(*run.write, bytes.data(), bytes.size());
-    if (begun == WriteBegin::Done) {
-        return resultOk;
+    if (begun == WriteBegin::Pending && FinishWrite(*run.write, run.stop, waitForever) == WriteEnd::Done) {
+        return DrainBetweenBlocks(run);
     }
-    const bool done = begun == WriteBegin::Pending && FinishWrite(*run.write, run.stop, waitForever) == WriteEnd::Done;
-    return done ? resultOk : WriteFailure(*run.write);
+    return begun == WriteBegin::Done ? resultOk : WriteFailure(*run.write);
 }
 
 /// Writes all blocks that are due by the wall clock: after a stall, the whole backlog.

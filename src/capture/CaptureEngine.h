@@ -110,6 +110,8 @@ public:
     std::atomic<std::int32_t> measuredFps{0};
     std::uint64_t fpsSampleTick = 0;  ///< 0: no sample
     std::uint64_t fpsSampleFrames = 0;
+    std::int64_t missingFrames = 0;        ///< in thousandths, since the capture's first sample
+    std::atomic<bool> fallsBehind{false};  ///< a second of frames was missing since then
     std::int32_t pollsSinceVideoLoss = 0;  ///< polls that found the video of a recording's own capture ended
 };
 

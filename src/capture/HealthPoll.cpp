@@ -1,6 +1,9 @@
 // The health poll: detects a thread or a child that has died, stops the activity that it belongs to and reports why.
 // Nothing is restarted.
 #include "capture/CaptureEngine.h"
+
+#include <algorithm>
+
 #include "capture/SpeedCheck.h"
 #include "platform/Clock.h"
 
@@ -8,7 +11,24 @@ namespace zv {
 namespace {
 
 constexpr std::uint64_t sampleMs = 2000;
+constexpr std::int64_t noticeableLossMs = 1000;
 constexpr std::int32_t displayMessagePolls = 6;  // three seconds; the interface handles its messages between two polls
+
+/// Without the frames that a slow machine leaves out, the picture is shorter than the sound. A thousandth is the
+/// difference of two clocks.
+void CountMissingFrames(CaptureEngine& engine, std::uint64_t frames, std::uint64_t elapsedMs) {
+    const std::int64_t due = static_cast<std::int64_t>(elapsedMs) * engine.config.fps * 999 / 1000;
+    const std::int64_t missing = engine.missingFrames + due - static_cast<std::int64_t>(frames) * 1000;
+    engine.missingFrames = std::max<std::int64_t>(missing, 0);
+    if (engine.missingFrames >= noticeableLossMs * engine.config.fps) {
+        engine.fallsBehind = true;
+    }
+}
+
+void ForgetMissingFrames(CaptureEngine& engine) {
+    engine.missingFrames = 0;
+    engine.fallsBehind = false;
+}
 
 void SampleFrameRate(CaptureEngine& engine) {
     const VideoCapture* source = engine.replay.video ? engine.replay.video.get() : engine.recording.video.get();
@@ -16,6 +36,7 @@ void SampleFrameRate(CaptureEngine& engine) {
         engine.fpsSampleTick = 0;
         engine.fpsSampleFrames = 0;
         engine.measuredFps = 0;
+        ForgetMissingFrames(engine);
         return;
     }
     const std::uint64_t tick = TickMs();
@@ -26,6 +47,9 @@ void SampleFrameRate(CaptureEngine& engine) {
             return;
         }
         engine.measuredFps = FrameRate(frames - engine.fpsSampleFrames, elapsedMs);
+        CountMissingFrames(engine, frames - engine.fpsSampleFrames, elapsedMs);
+    } else {
+        ForgetMissingFrames(engine);
     }
     engine.fpsSampleTick = tick;
     engine.fpsSampleFrames = frames;

@@ -65,6 +65,9 @@ void StopEndpoint(AudioEndpoint& endpoint);
 /// `stop` is signalled, and if the wait fails.
 bool WaitForPackets(AudioEnumerator& enumerator, Event& stop);
 
+/// Makes packets that have arrived available, without waiting.
+void ReceivePackets(AudioEnumerator& enumerator);
+
 /// The number of frames in the next packet, 0 if none is waiting.
 Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames);
 

@@ -1,9 +1,9 @@
 // A one-way byte stream to one reader in another process, which opens it by name like a file.
 //
-// This process is the writer. A pipe buffers `bufferBytes`. A write that does not fit stays in flight; the caller must
-// not change or free its bytes until FinishWrite or CancelWrite has returned. Writes reach the reader in the order in
-// which they were begun. Closing the pipe ends the stream for the reader. A reader that opens the pipe only then fails
-// or reads an empty stream; it never hangs. One thread uses a pipe and its writes.
+// This process is the writer. A pipe buffers `bufferBytes`, or more. A write that does not fit stays in flight; the
+// caller must not change or free its bytes until FinishWrite or CancelWrite has returned. Writes reach the reader in
+// the order in which they were begun. Closing the pipe ends the stream for the reader. A reader that opens the pipe
+// only then fails or reads an empty stream; it never hangs. One thread uses a pipe and its writes.
 #pragma once
 
 #include <cstddef>

@@ -546,6 +546,51 @@ TEST_F(StalledReader, OfFiveSecondsReceivesEveryBlockAndTheSoundThatTheRingKept)
     }
 }
 
+TEST_F(StalledReader, WhoseWritesAllWaitLeavesSoundInTheDeviceWhileTheRingIsFull) {
+    TheEndpoint(true).keeps = forever;
+    system.value = 0.5F;
+    ThePipe().begin = [](int nth) { return nth >= 20 ? WriteBegin::Pending : WriteBegin::Done; };
+    ThePipe().finish = [](int nth) {
+        fake::AdvanceClockMs(nth == 1 ? 5000 : 0);
+        return WriteEnd::Done;
+    };
+    RunUntil(6100);
+    // From 5.1 s to 2 s behind the newest sound.
+    EXPECT_GE(LongestBurst(), 308);
+    EXPECT_LE(LongestBurst(), 315);
+}
+
+/// A pipe of one second whose reader follows a picture of 55 frames a second instead of 60.
+class SlowReader : public AudioCaptureTest {
+protected:
+    SlowReader() {
+        ThePipe().begin = [this](int nth) {
+            freeFrom = start + (nth - 100) * 120 * millisecond / 11;
+            const bool free = Counter100ns() >= std::min(freeFrom, system.until);  // at the end it reads everything
+            return free ? WriteBegin::Done : WriteBegin::Pending;
+        };
+        ThePipe().finish = [this](int) {
+            const std::int64_t units = freeFrom - Counter100ns();
+            fake::AdvanceClockMs(std::max<std::int64_t>(units, 0) / millisecond + 1);
+            return WriteEnd::Done;
+        };
+    }
+
+    std::int64_t freeFrom = 0;  ///< when the pipe has room for the current write
+};
+
+TEST_F(SlowReader, ReceivesSoundWhileTheWriterIsLessThanTwoSecondsBehind) {
+    TheEndpoint(true).keeps = 30 * millisecond;  // two packets and the one that is being captured
+    system.value = 0.5F;
+    system.stepMs = 5;
+    RunUntil(30000);  // 2.5 s of picture are lost, of which the pipe holds one
+    EXPECT_GE(CountOf("FinishWrite"), 500);
+    ASSERT_EQ(ThePipe().received.size(), 2990U);
+    for (std::size_t block = 0; block < 2990; ++block) {
+        ASSERT_EQ(Level(block), 0.5F) << block;
+    }
+}
+
 TEST_F(AudioCaptureTest, TheSteadyLoopAllocatesNothing) {
     system.value = 0.25F;
     microphone.value = 0.5F;

@@ -228,6 +228,76 @@ TEST_F(FrameRateSample, IsClearedWhenNothingCaptures) {
     EXPECT_EQ(engine->measuredFps, 0);
 }
 
+class MissingFrames : public HealthPoll {
+protected:
+    void Start() {
+        StartReplayWith(1);
+        engine->PollHealth();
+    }
+    /// Captures for this time at this rate, with two polls a second.
+    void CaptureAt(int fps, int seconds) {
+        for (int poll = 0; poll < 2 * seconds; ++poll) {
+            fake::AdvanceClockMs(500);
+            halfFrames_ += static_cast<std::uint64_t>(fps);
+            engine->replay.video->encodedFrames = halfFrames_ / 2;
+            engine->PollHealth();
+        }
+    }
+
+private:
+    std::uint64_t halfFrames_ = 0;
+};
+
+TEST_F(MissingFrames, OfASecondInAllAreNoticed) {
+    Start();
+    CaptureAt(55, 12);
+    EXPECT_FALSE(engine->fallsBehind);
+    CaptureAt(55, 2);
+    EXPECT_TRUE(engine->fallsBehind);
+    CaptureAt(60, 3600);
+    EXPECT_TRUE(engine->fallsBehind) << "the sound stays late";
+}
+
+TEST_F(MissingFrames, OfLessThanASecondAreNotNoticed) {
+    Start();
+    CaptureAt(55, 12);
+    CaptureAt(60, 3600);
+    EXPECT_FALSE(engine->fallsBehind);
+}
+
+TEST_F(MissingFrames, AreNotCompensatedInAdvance) {
+    Start();
+    CaptureAt(70, 60);
+    CaptureAt(55, 14);
+    EXPECT_TRUE(engine->fallsBehind);
+}
+
+TEST_F(MissingFrames, AreNoneIfTheClocksDifferByAThousandth) {
+    Start();
+    for (int second = 0; second < 3600; ++second) {
+        fake::AdvanceClockMs(1001);
+        engine->replay.video->encodedFrames += 60;
+        engine->PollHealth();
+    }
+    EXPECT_FALSE(engine->fallsBehind);
+}
+
+TEST_F(MissingFrames, BelongToOneCapture) {
+    Start();
+    CaptureAt(30, 10);
+    EXPECT_TRUE(engine->fallsBehind);
+    engine->replay.video->encodedFrames = 0;  // as after a new start
+    engine->PollHealth();
+    EXPECT_FALSE(engine->fallsBehind);
+    EXPECT_EQ(engine->missingFrames, 0);
+    engine->missingFrames = 5000;
+    engine->fallsBehind = true;
+    engine->StartReplay(false, 60);
+    engine->PollHealth();
+    EXPECT_FALSE(engine->fallsBehind);
+    EXPECT_EQ(engine->missingFrames, 0);
+}
+
 class PollCaptureTest : public HealthPoll {};
 
 TEST_F(PollCaptureTest, ReportsTheSecondsAndNoTextWhileNothingChanged) {

@@ -66,7 +66,6 @@ struct ToneEndToEnd : testing::Test {
         ASSERT_TRUE(capture.Start(true, false)) << Narrow(capture.Error());
         PipeReader reader(capture.PipeName());
         // The monitor of a null sink that was idle delivers nothing for up to two seconds.
-        // played.
         const auto bytes = static_cast<std::size_t>((seconds + 3) * bytesOfSecond);
         ASSERT_TRUE(Eventually([&] { return reader.Bytes() >= 3 * bytesOfSecond; }));
         if (meanwhile) {

@@ -35,6 +35,10 @@ fake::EndpointControls& ControlsOf(const AudioEndpoint& endpoint) { return fake:
 #define ZV_ENDPOINT_CALL(function, isLoopback) \
     const fake::Call call((isLoopback) ? function ".render" : function ".capture")
 
+std::int64_t EndOf(const fake::ScriptedPacket& packet, const fake::EndpointControls& controls) {
+    return packet.position + std::int64_t{packet.frames} * 10000000 / controls.format.sampleRate;
+}
+
 fake::ScriptedPacket* Waiting(AudioEndpoint& endpoint) {
     fake::EndpointControls& controls = ControlsOf(endpoint);
     if (!controls.packets.empty()) {
@@ -43,7 +47,13 @@ fake::ScriptedPacket* Waiting(AudioEndpoint& endpoint) {
     while (!endpoint.hasMade && controls.source && controls.source(endpoint.made)) {
         endpoint.hasMade = endpoint.made.position + controls.keeps >= Counter100ns();
     }
-    return endpoint.hasMade ? &endpoint.made : nullptr;
+    return endpoint.hasMade && EndOf(endpoint.made, controls) <= controls.receivedUntil ? &endpoint.made : nullptr;
+}
+
+void Receive() {
+    for (fake::EndpointControls& controls : TheState().endpoints) {
+        controls.receivedUntil = Counter100ns();
+    }
 }
 
 Result AnswerOf(const fake::Call& call) { return call.Fails() ? call.Code() : resultOk; }
@@ -167,7 +177,18 @@ void StopEndpoint(AudioEndpoint& endpoint) {
     ControlsOf(endpoint).running = false;
 }
 
-bool WaitForPackets(AudioEnumerator&, Event& stop) { return WaitAny({&stop}, 1) == waitTimedOut; }
+bool WaitForPackets(AudioEnumerator&, Event& stop) {
+    if (WaitAny({&stop}, 1) != waitTimedOut) {
+        return false;
+    }
+    Receive();
+    return true;
+}
+
+void ReceivePackets(AudioEnumerator&) {
+    const fake::Call call("ReceivePackets");
+    Receive();
+}
 
 Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
     ZV_ENDPOINT_CALL("NextPacketFrames", endpoint.loopback);

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <limits>
 #include <vector>
 
 #include "platform/AudioEndpoint.h"
@@ -33,6 +34,10 @@ struct EndpointControls {
     /// How long a packet of `source` is kept for its reader, in 100 ns from its position. Older packets are lost, as in
     /// a stream with the shortest buffer.
     std::int64_t keeps = 200000;
+
+    /// Packets of `source` that end later are not available, as packets of a server whose messages have not been read.
+    /// WaitForPackets and ReceivePackets set it to the current time.
+    std::int64_t receivedUntil = std::numeric_limits<std::int64_t>::max();
 
     bool initialized = false;
     bool initializedAsLoopback = false;

@@ -109,6 +109,7 @@ void ResetEngine(CaptureEngine& engine) {
     controls.overlapped = false;
     engine.state = EngineState::Idle;
     engine.replayRunning = false;
+    engine.fallsBehind = false;
     engine.statusText.clear();
 }
 

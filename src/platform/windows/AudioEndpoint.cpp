@@ -123,6 +123,8 @@ void StopEndpoint(AudioEndpoint& endpoint) { endpoint.client->Stop(); }
 
 bool WaitForPackets(AudioEnumerator&, Event& stop) { return WaitAny({&stop}, pollMs) == waitTimedOut; }
 
+void ReceivePackets(AudioEnumerator&) {}  // the system makes them available
+
 Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {
     UINT32 waiting = 0;
     const HRESULT result = endpoint.capture->GetNextPacketSize(&waiting);

@@ -45,6 +45,24 @@ bool CollectCaptureJob() {
     return true;
 }
 
+namespace {
+
+/// Reports once for each capture that the machine is too slow.
+void ReportSlowness() {
+    CaptureRecord& capture = Ui().capture;
+    const bool slow = Engine().fallsBehind;
+    if (slow && !capture.slownessReported) {
+        ShowStatus(
+            u"Speed check: this computer is too slow for the capture, and sound and picture drift apart. Choose a "
+            u"lower "
+            u"quality in Settings > Capture.");
+        AddActivity(u"Capture", Ui().statusText);
+    }
+    capture.slownessReported = slow;
+}
+
+}  // namespace
+
 void TickHealthPoll() {
     CaptureRecord& capture = Ui().capture;
     if (capture.capturePollSlot.IsFinished()) {
@@ -52,6 +70,8 @@ void TickHealthPoll() {
         capture.secondsReady = result.bufferedSeconds;
         if (result.changed) {
             ShowStatus(result.status);
+        } else {
+            ReportSlowness();
         }
     }
     if (!capture.capturePollSlot.IsBusy() && !capture.captureJobSlot.IsBusy()) {

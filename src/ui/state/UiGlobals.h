@@ -30,6 +30,7 @@ struct CaptureRecord {
     FutureSlot<Text> captureJobSlot;  ///< the text to show
     FutureSlot<CapturePollResult> capturePollSlot;
     std::int32_t secondsReady = 0;        ///< in the replay buffer at the last collected poll
+    bool slownessReported = false;        ///< of the running capture
     std::int64_t recordingStartTime = 0;  ///< SteadyNs() at the latest recording command
     bool displayChangePending = false;
 };

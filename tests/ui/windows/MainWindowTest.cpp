@@ -9,6 +9,7 @@
 #include "ui/commands/Commands.h"
 #include "ui/commands/Notifications.h"
 #include "ui/commands/Status.h"
+#include "ui/commands/ToastRules.h"
 #include "ui/navigation/Navigation.h"
 #include "ui/pages/ShortcutEditor.h"
 #include "ui/state/Engine.h"
@@ -158,6 +159,43 @@ TEST_F(MainWindow, AChangeThatAPollFindsIsShownOnce) {
     Tick();
     EXPECT_EQ(Ui().statusText, u"something else");
     EXPECT_TRUE(Activity().empty()) << "polls are not logged";
+}
+
+TEST_F(MainWindow, ACaptureThatFallsBehindIsReportedOnce) {
+    const Text report =
+        u"Speed check: this computer is too slow for the capture, and sound and picture drift apart. Choose a lower "
+        u"quality in Settings > Capture.";
+    const auto poll = [this] {
+        AwaitPoll();
+        Tick();
+    };
+    Tick();
+    poll();
+    EXPECT_EQ(Ui().statusText, u"Ready");
+    Engine().fallsBehind = true;
+    poll();
+    EXPECT_EQ(Ui().statusText, report);
+    EXPECT_EQ(ToastTextForStatus(report).text, u"Capture is too slow - lower quality in Settings");
+    Ui().statusText = u"something else";
+    poll();
+    EXPECT_EQ(Ui().statusText, u"something else");
+    EXPECT_THAT(Activity(), ElementsAre(u"Capture: " + report));
+    // The next capture.
+    Engine().fallsBehind = false;
+    poll();
+    Engine().fallsBehind = true;
+    poll();
+    EXPECT_EQ(Ui().statusText, report);
+    EXPECT_EQ(Activity().size(), 2U);
+}
+
+TEST_F(MainWindow, ThePollsOwnReportIsNotReplaced) {
+    Engine().fallsBehind = true;
+    TheEngine().pollResult = {0, true, u"Replay encoder stopped unexpectedly. Logs: x"};
+    Tick();
+    AwaitPoll();
+    Tick();
+    EXPECT_EQ(Ui().statusText, u"Replay encoder stopped unexpectedly. Logs: x");
 }
 
 TEST_F(MainWindow, APollThatThrowsShowsAFixedText) {

@@ -50,6 +50,8 @@ struct PipeWrite {
 namespace {
 
 constexpr std::uint32_t connectPollMs = 4;
+constexpr std::uint32_t defaultFifoBytes = 0x10000;
+constexpr std::uint32_t largestFifoBytes = 0x100000;  ///< that an unprivileged process may ask for
 
 /// Returns true if all bytes are written, false if the pipe is full or broken.
 bool WriteRest(BytePipe& pipe, PipeWrite& write) {
@@ -116,14 +118,23 @@ void ReleaseReaders(const BytePipe& pipe) {
     }
 }
 
+bool SetSize(const BytePipe& pipe, std::uint32_t bytes) {
+    return fcntl(pipe.end.Get(), F_SETPIPE_SZ, static_cast<int>(bytes)) >= 0;
+}
+
 bool OpenAsWriter(BytePipe& pipe) {
     pipe.end = Descriptor(open(pipe.path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
     if (!pipe.end.Held()) {
         return false;
     }
+    // A write of less than a page uses a whole one, and a larger pipe costs nothing until it is full.
+    const bool enlarged =
+        pipe.bufferBytes > defaultFifoBytes && pipe.bufferBytes < largestFifoBytes && SetSize(pipe, largestFifoBytes);
     // The pipe keeps its default size if the user's limit of pipe memory is reached.
     constexpr std::uint32_t largest = std::numeric_limits<int>::max();
-    fcntl(pipe.end.Get(), F_SETPIPE_SZ, static_cast<int>(std::min(pipe.bufferBytes, largest)));
+    if (!enlarged) {
+        SetSize(pipe, std::min(pipe.bufferBytes, largest));
+    }
     return true;
 }
 

@@ -211,8 +211,12 @@ bool WaitForPackets(AudioEnumerator& enumerator, Event& stop) {
     if (WaitAny({&stop}, pollMs) != waitTimedOut) {
         return false;
     }
-    DispatchPending(*enumerator.client);  // a failure ends the streams, and reading from them reports it
+    ReceivePackets(enumerator);
     return true;
+}
+
+void ReceivePackets(AudioEnumerator& enumerator) {
+    DispatchPending(*enumerator.client);  // a failure ends the streams, and reading from them reports it
 }
 
 Result NextPacketFrames(AudioEndpoint& endpoint, std::uint32_t& frames) {

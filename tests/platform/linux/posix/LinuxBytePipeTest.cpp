@@ -166,6 +166,25 @@ TEST(LinuxBytePipe, WritesStayInOrderWhenThePipeIsFull) {
     close(reader);
 }
 
+TEST(LinuxBytePipe, HoldsTwoSecondsOfSound) {
+    Owned<BytePipe> pipe;
+    const Text name = PipeName(u"ZVReelsAudio-", 9);
+    PipeOptions options;
+    options.bufferBytes = 384000;
+    ASSERT_EQ(MakeBytePipe(name, options, pipe), resultOk);
+    const int reader = open(ToPath(name).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const Owned<Event> stop = MakeEvent();
+    ASSERT_EQ(ConnectPipe(*pipe, *stop, 60000), PipeConnect::Connected);
+    const std::vector<std::byte> block(3840);
+    const Owned<PipeWrite> write = MakePipeWrite(*pipe);
+    int blocks = 0;
+    while (blocks < 1000 && BeginWrite(*write, block.data(), block.size()) == WriteBegin::Done) {
+        ++blocks;
+    }
+    EXPECT_GE(blocks, 200);
+    close(reader);
+}
+
 TEST(LinuxBytePipe, WritingAllocatesNothing) {
     Owned<BytePipe> pipe;
     const Text name = PipeName(u"ZVVideo-", 5);
