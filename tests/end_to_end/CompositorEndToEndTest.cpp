@@ -99,22 +99,27 @@ protected:
             return green && screen.CountOf(playerColor_) == screen.pixels.size();
         });
     }
-    /// The number of the clip's pictures in which a pixel is darker or brighter than the player.
-    static long CountForeignPictures(const std::filesystem::path& clip) {
+    /// Describes the clip's pictures in which a pixel is darker or brighter than the player. Empty if there are none.
+    static std::string ForeignPictures(const std::filesystem::path& clip) {
         constexpr int tolerance = 8;  // of the encoder
         constexpr int playerLuma = 134;
         long pictures = 0;
-        long foreign = 0;
-        bool isForeign = false;
+        std::string foreign;
+        std::string description;
         std::vector<std::uint8_t> previous;
         DecodeLuma(clip, screenSize.x, screenSize.y, [&](std::span<const std::uint8_t> luma) {
             if (!std::equal(luma.begin(), luma.end(), previous.begin(), previous.end())) {
                 previous.assign(luma.begin(), luma.end());
                 const auto [darkest, brightest] = std::minmax_element(luma.begin(), luma.end());
-                isForeign = *darkest < playerLuma - tolerance || *brightest > playerLuma + tolerance;
+                const bool isForeign = *darkest < playerLuma - tolerance || *brightest > playerLuma + tolerance;
+                description = !isForeign ? ""
+                                         : " (" + std::to_string(*darkest) + " in row " +
+                                               std::to_string((darkest - luma.begin()) / screenSize.x) + ", " +
+                                               std::to_string(*brightest) + " in row " +
+                                               std::to_string((brightest - luma.begin()) / screenSize.x) + ")";
             }
+            foreign += description.empty() ? "" : std::to_string(pictures) + description + "\n";
             ++pictures;
-            foreign += isForeign ? 1 : 0;
         });
         EXPECT_GT(pictures, 100);
         return foreign;
@@ -157,7 +162,7 @@ TEST_P(CompositorEndToEnd, ClipsAndScreenshotsContainThePlayerAlone) {
     run.Press("ctrl+alt+k");  // a window manager may reserve the default
     const auto row = run.WaitForActivity("Replay saved: ");
     ASSERT_TRUE(row.has_value());
-    EXPECT_EQ(CountForeignPictures(row->substr(std::string("Replay saved: ").size())), 0);
+    EXPECT_EQ(ForeignPictures(row->substr(std::string("Replay saved: ").size())), "");
     for (const std::filesystem::path& picture : CapturesOf(run, ".png")) {
         EXPECT_EQ(PixelsUnlike(picture, screenSize, playerColor_), 0U) << picture;
     }

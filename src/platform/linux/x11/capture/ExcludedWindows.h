@@ -35,7 +35,8 @@ struct ExcludedWindows {
 
 void RegisterExcluded(xcb_window_t window);
 void UnregisterExcluded(xcb_window_t window);
-/// Called before the window is shown at these bounds or moves to them. In the root's coordinates.
+/// Called before the window is shown at these bounds or moves to them. In the root's coordinates. XCB_WINDOW_NONE
+/// stands for what a compositor shows because of our windows.
 void RecordBounds(xcb_window_t window, const Rectangle& bounds);
 /// Called after the server has unmapped or destroyed the window.
 void RecordHidden(xcb_window_t window);

@@ -13,6 +13,7 @@
 #include "platform/linux/x11/Extensions.h"
 #include "platform/linux/x11/capture/ExcludedWindows.h"
 #include "platform/linux/x11/window/Session.h"
+#include "platform/linux/x11/window/WindowStacking.h"
 
 namespace zv::x11 {
 namespace {
@@ -114,6 +115,14 @@ void KeepOccludedContent(Session& session, const Rectangle& bounds) {
     }
     Synchronize(session);
     PublishBackdrop(session.redirection.backdrop);
+}
+
+void MaskTransition(Session& session, const Rectangle& bounds) {
+    const auto monitor = IsComposited(session) ? FullScreenMonitor(session, bounds) : std::nullopt;
+    if (monitor) {
+        RecordBounds(XCB_WINDOW_NONE, *monitor);
+        RecordHidden(XCB_WINDOW_NONE);
+    }
 }
 
 void ReleaseOccludedContent(Session& session, std::int64_t nowNs) {

@@ -28,6 +28,11 @@ struct Redirection {
 /// Called before `bounds` are recorded for an excluded window. Waits until the server has executed it.
 void KeepOccludedContent(Session& session, const Rectangle& bounds);
 
+/// Called before an excluded window is shown or hidden. Masks the whole monitor for a while if a compositor runs and a
+/// full-screen window is below: the compositor stops or starts to show that window directly, and until its next picture
+/// the screen may show an old one.
+void MaskTransition(Session& session, const Rectangle& bounds);
+
 /// Called in every iteration of the loop. Releases the content some time after the last excluded window was hidden.
 void ReleaseOccludedContent(Session& session, std::int64_t nowNs);
 

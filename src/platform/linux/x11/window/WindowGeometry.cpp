@@ -26,6 +26,7 @@ void PrepareShow(Session& session, AppWindow& window) {
     if (window.excluded) {
         KeepOccludedContent(session, window.bounds);
         RecordBounds(window.id, window.bounds);
+        MaskTransition(session, window.bounds);
     }
     Send(window, message::showWindow, 1);
     window.shown = true;
@@ -257,6 +258,9 @@ void HideWindow(AppWindow& window) {
     x11::Session& session = x11::CurrentSession();
     if (window.shown) {
         x11::Send(window, message::showWindow, 0);
+    }
+    if (window.shown && window.excluded) {
+        x11::MaskTransition(session, window.bounds);
     }
     window.shown = false;
     x11::RestoreFocus(session, window);

@@ -99,16 +99,19 @@ std::size_t EndOfPrograms(Session& session, const Stack& stack) {
     return stack.size();
 }
 
+Rectangle MonitorOf(Session& session, const Rectangle& bounds) {
+    return MonitorBoundsAt(session, {(bounds.left + bounds.right) / 2, (bounds.top + bounds.bottom) / 2});
+}
+
 /// The lowest window of a screen locker above our bare window: it covers the whole monitor, and is above all windows of
 /// programs without being one. It keeps its position. The end of the stack if there is none.
 Stack::const_iterator LowestLocker(Session& session, const Stack& stack, const AppWindow& ours) {
-    const Point centre{(ours.bounds.left + ours.bounds.right) / 2, (ours.bounds.top + ours.bounds.bottom) / 2};
     std::optional<Rectangle> monitor;
     const auto covers = [&](const StackedWindow& window) {
         if (window.ours != nullptr || !Covers(window.bounds, ours.bounds)) {
             return false;
         }
-        monitor = monitor ? monitor : MonitorBoundsAt(session, centre);
+        monitor = monitor ? monitor : MonitorOf(session, ours.bounds);
         return Covers(window.bounds, *monitor);
     };
     const auto first = stack.begin() + static_cast<std::ptrdiff_t>(EndOfPrograms(session, stack));
@@ -165,6 +168,16 @@ void SelectStackingEvents(Session& session) {
 }
 
 void Raise(Session& session, AppWindow& window) { RaiseIn(session, window, ReadStack(session)); }
+
+std::optional<Rectangle> FullScreenMonitor(Session& session, const Rectangle& bounds) {
+    const Rectangle monitor = MonitorOf(session, bounds);
+    const Stack stack = ReadStack(session);
+    const auto highest = std::find_if(stack.rbegin(), stack.rend(), [&](const StackedWindow& window) {
+        return window.ours == nullptr && Overlap(window.bounds, monitor);
+    });
+    const bool fills = highest != stack.rend() && Covers(highest->bounds, monitor);
+    return fills ? std::optional(monitor) : std::nullopt;
+}
 
 void RestoreStacking(Session& session) {
     if (!session.foreignStackChanged) {

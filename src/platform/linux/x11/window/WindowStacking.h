@@ -6,6 +6,9 @@
 
 #include <xcb/xcb.h>
 
+#include <optional>
+
+#include "platform/Rectangle.h"
 #include "platform/Window.h"
 
 namespace zv::x11 {
@@ -17,6 +20,9 @@ void SelectStackingEvents(Session& session);
 
 /// Raises the window above all others except lockers, and then the windows that it owns.
 void Raise(Session& session, AppWindow& window);
+
+/// The monitor of `bounds` if another program's window fills it and no further one is above that. Waits for the server.
+std::optional<Rectangle> FullScreenMonitor(Session& session, const Rectangle& bounds);
 
 /// Raises the topmost windows that others have covered since the last call.
 void RestoreStacking(Session& session);

@@ -1,6 +1,6 @@
 // The program's own windows are masked in its own captures and screenshots by the content that they occlude, with and
 // without a compositor.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <png.h>
 #include <xcb/composite.h>
 #include <xcb/shape.h>
@@ -339,6 +339,37 @@ TEST_P(LinuxOwnWindows, StayMaskedWhenTheCompositorLags) {
     ExpectMaskedOnALaggingScreen(*overlay, bounds, hide, shot);
     ExpectMaskedOnALaggingScreen(*overlay, bounds, move, captured);
     ExpectMaskedOnALaggingScreen(*overlay, bounds, move, shot);
+}
+
+TEST_P(LinuxOwnWindows, AreMaskedWithTheOldPictureThatACompositorShowsAroundThem) {
+    ScreenPainting game(nullptr, 0, 0, width, height);
+    game.Fill<std::uint32_t>(ColorAt);
+    const Owned<AppWindow> overlay = Make(true);
+    OpenCapture();
+    const Rectangle bounds{100, 80, 400, 300};
+    const Rectangle around{0, 400, width, height};
+    // Only a compositor has an old picture.
+    const long expected = GetParam() == Manager::None ? width * 80 : 0;
+    const auto changes = {std::function<void()>([&] { Show(*overlay, bounds); }),
+                          std::function<void()>([&] { Hide(*overlay, bounds); })};
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        bool quick = true;
+        std::vector<long> wrong;
+        for (const auto& change : changes) {
+            const std::int64_t startNs = SteadyNs();
+            change();
+            PaintOnScreen(around, red);
+            AcquireAndCopy();
+            wrong.push_back(CountUnlike(Captured(), Expected(ColorAt)));
+            wrong.push_back(CountUnlike(Screenshot(), Expected(ColorAt)));
+            quick = quick && SteadyNs() - startNs < x11::lingerNs;
+        }
+        if (quick) {
+            EXPECT_THAT(wrong, testing::Each(expected));
+            return;
+        }
+    }
+    FAIL() << "each attempt took too long";
 }
 
 TEST_P(LinuxOwnWindows, ReleaseTheWindowsBelowOnlyAfterTheyAreUnmasked) {
