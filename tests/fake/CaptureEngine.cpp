@@ -1,5 +1,7 @@
 #include "fake/CaptureEngine.h"
 
+#include "capture/CacheFolder.h"
+
 namespace zv {
 namespace {
 
@@ -84,6 +86,11 @@ std::int32_t CaptureEngine::BufferedSeconds() { return TheEngine().pollResult.bu
 bool CaptureEngine::StartEncoder(EncoderProcess&, const Text&, const Text&) { return false; }
 bool CaptureEngine::StartChild(EncoderProcess&, const Text&, const Text&) { return false; }
 bool CaptureEngine::StopChild(EncoderProcess&, std::uint32_t) { return false; }
+
+void RemoveLeftovers(const Text&) {
+    const EngineCall inside;
+    const Call call("RemoveLeftovers");
+}
 
 CapturePollResult PollCapture(CaptureEngine&) {
     const EngineCall inside;

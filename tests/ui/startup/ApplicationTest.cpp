@@ -75,6 +75,7 @@ TEST_F(Application, StartsAndEndsInItsOrder) {
     EXPECT_EQ(RunApplication(u"zorvel"), 0);
     std::vector<std::string> calls = fake::CallLog();
     // The first job runs on its worker while the interface thread enters its loop.
+    std::erase(calls, "RemoveLeftovers");
     std::erase(calls, "StartReplay");
     std::erase(calls, "DefaultProcedure");
     const Calls expected{
@@ -435,6 +436,9 @@ TEST_F(Application, TheFirstJobStartsTheReplayAccordingToTheSettings) {
     WriteSettings("audioCaptureVersion=1\r\nreplayUiVersion=1\r\ninstantReplay=0\r\nreplaySeconds=120\r\n");
     RunApplication(u"zorvel");
     EXPECT_THAT(TheEngine().replayStarts, ElementsAre(fake::ReplayStart{false, 120}));
+    std::vector<std::string> calls = fake::CallNames();
+    std::erase_if(calls, [](const std::string& call) { return call != "RemoveLeftovers" && call != "StartReplay"; });
+    EXPECT_THAT(calls, ElementsAre("RemoveLeftovers", "StartReplay"));
     EXPECT_THAT(Activity(), ElementsAre(u"Capture: Replay off"));
 }
 
