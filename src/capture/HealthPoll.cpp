@@ -84,10 +84,16 @@ void EndReplayWithoutVideo(CaptureEngine& engine) {
     EndReplay(engine, error);
 }
 
+/// A child that runs, or that has ended well at the end of its input.
+bool CanBeSaved(const EncoderProcess& process) {
+    return process.process && (IsRunning(*process.process) || ExitCode(*process.process) == 0);
+}
+
 /// A display change ends the video of a recording before its message reaches the interface. The job of that message
 /// saves the recording, so the first polls after the loss do not end it.
 bool MayBeDisplayChange(CaptureEngine& engine) {
-    return HasStopped(engine.recording.video) && engine.pollsSinceVideoLoss++ < displayMessagePolls;
+    return HasStopped(engine.recording.video) && CanBeSaved(engine.recording) &&
+           engine.pollsSinceVideoLoss++ < displayMessagePolls;
 }
 
 }  // namespace

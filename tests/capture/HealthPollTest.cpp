@@ -366,6 +366,14 @@ TEST_F(LostVideo, EndsTheRecordingAfterThreeSecondsWithoutADisplayMessage) {
     ExpectRecordingFailed(u"Desktop capture was interrupted.");
 }
 
+TEST_F(LostVideo, EndsARecordingAtOnceThatNoJobCanSave) {
+    StartOwnRecording();
+    fake::FailVideo(*engine->recording.video, u"Video muxer disconnected");
+    fake::EndChild(fake::LastChild(), 1);
+    EXPECT_EQ(PollCapture(*engine).status, u"Video muxer disconnected");
+    ExpectRecordingFailed(u"Video muxer disconnected");
+}
+
 TEST_F(LostVideo, LeavesTheNextRecordingJustAsLong) {
     StartOwnRecording();
     LoseVideo();
