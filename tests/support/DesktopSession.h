@@ -1,5 +1,4 @@
-// Real desktops on a private display: Xfce's window manager, desktop and panel, or mutter alone. Each session has a
-// message bus, settings and caches of its own.
+// Xfce's window manager, desktop and panel on a private display, with a message bus, settings and caches of their own.
 #pragma once
 
 #include <chrono>
@@ -67,13 +66,10 @@ public:
         ASSERT_TRUE(WaitCompositor()) << Log();
         Start({"xfdesktop"});
         Start({"xfce4-panel"});
-        ASSERT_TRUE(Eventually([&] { return HasSelection("_NET_SYSTEM_TRAY_S0"); })) << Log();
-    }
-
-    /// The window manager and compositor of a desktop without a notification area.
-    void StartMutter() {
-        Start({"mutter", "--x11"});
-        ASSERT_TRUE(WaitCompositor()) << Log();
+        // The panel serves icons of both protocols.
+        ASSERT_TRUE(Eventually([&] {
+            return HasSelection("_NET_SYSTEM_TRAY_S0") && HasBusName("org.kde.StatusNotifierWatcher");
+        })) << Log();
     }
 
     std::string BusAddress() const { return variables_.at("DBUS_SESSION_BUS_ADDRESS"); }
@@ -91,6 +87,11 @@ private:
         const Reply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
             user_.Get(), xcb_get_selection_owner(user_.Get(), user_.Atom(name)), nullptr));
         return reply && reply->owner != XCB_WINDOW_NONE;
+    }
+    bool HasBusName(const std::string& name) const {
+        return OutputOf({"dbus-send", "--bus=" + BusAddress(), "--print-reply", "--dest=org.freedesktop.DBus",
+                         "/org/freedesktop/DBus", "org.freedesktop.DBus.NameHasOwner", "string:" + name})
+            .ends_with("boolean true\n");
     }
     bool WaitCompositor() const {
         return Eventually([&] {

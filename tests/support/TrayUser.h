@@ -31,7 +31,7 @@ public:
 
     /// The bounds of the icon, found by its tooltip.
     std::optional<Rectangle> Icon() const {
-        const xcb_window_t icon = user_.FindBelow(user_.Root(), "_NET_WM_NAME", "ZV Reels Max", panelDepth);
+        const xcb_window_t icon = user_.FindBelow(user_.Root(), "_NET_WM_NAME", "ZV Reels Max");
         return icon != XCB_WINDOW_NONE && user_.IsViewable(icon) ? std::optional(user_.OnScreen(icon)) : std::nullopt;
     }
     /// Waits until the notification area has given the icon a size.
@@ -61,8 +61,11 @@ public:
     }
 
     bool OpenMenu(std::uint8_t button) {
+        return OpenMenuAt({(icon_->left + icon_->right) / 2, (icon_->top + icon_->bottom) / 2}, button);
+    }
+    bool OpenMenuAt(const Point& icon, std::uint8_t button) {
         const std::vector<xcb_window_t> before = user_.TopLevels();
-        ClickIcon(button);
+        user_.ClickAt(icon.x, icon.y, button);
         return Eventually([&] { return (menu_ = MenuBeside(before)) != XCB_WINDOW_NONE; });
     }
     /// The visible menu, which is not one of the windows in `before`. 0 if there is none.
@@ -100,8 +103,6 @@ public:
     static constexpr Color chosenColor = Rgb(57, 47, 84);
 
 private:
-    static constexpr int panelDepth = 8;  ///< levels of windows; a desktop's panel has many
-
     std::string display_;
     const InterfaceUser& user_;
     TemporaryFolder folder_{"zorvel-tray"};
