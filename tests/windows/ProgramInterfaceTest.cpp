@@ -420,6 +420,16 @@ TEST_F(ShortcutEditing, AcceptsOnlyAKeyWithAModifier) {
     EXPECT_TRUE(EndProgram());
 }
 
+TEST_F(ProgramInterface, AShortcutThatAnotherProgramHasIsReported) {
+    ASSERT_NE(RegisterHotKey(nullptr, 1, MOD_ALT, VK_F10), FALSE);
+    Setting("instantReplay=0");
+    ASSERT_TRUE(Start());
+    UnregisterHotKey(nullptr, 1);
+    EXPECT_TRUE(
+        EventuallyLogs("Shortcut busy: Save instant replay (Alt + F10). Change it in Settings > Keyboard shortcuts."));
+    EXPECT_TRUE(EndProgram());
+}
+
 // Leaks.
 
 class OverlayOpenings : public ProgramInterface {

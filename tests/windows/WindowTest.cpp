@@ -140,6 +140,19 @@ TEST_F(Window, IsCreatedHidden) {
     EXPECT_FALSE(IsWindowShown(*window));
 }
 
+TEST_F(Window, IsMinimizedWhetherItIsShownOrHidden) {
+    const Owned<AppWindow> window = Make();
+    MinimizeWindow(*window);
+    EXPECT_TRUE(IsWindowShown(*window));
+    EXPECT_TRUE(IsWindowMinimized(*window));
+    ShowInFront(*window);
+    EXPECT_FALSE(IsWindowMinimized(*window));
+    MinimizeWindow(*window);
+    EXPECT_TRUE(IsWindowMinimized(*window));
+    HideWindow(*window);
+    EXPECT_FALSE(IsWindowShown(*window));
+}
+
 TEST_F(Window, TheLoopReturnsThePostedCodeAfterEarlierMessages) {
     const Owned<AppWindow> window = Make();
     PostMessageW(Native(), message::null, 7, 0);

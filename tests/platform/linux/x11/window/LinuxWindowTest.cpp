@@ -171,6 +171,13 @@ TEST_F(LinuxWindow, IsShownAndHiddenOnTheServer) {
     EXPECT_TRUE(RunUntil([&] { return other_->IsMapped(id); }));
 }
 
+TEST_F(LinuxWindow, IsHiddenInsteadOfMinimizedWithoutAWindowManager) {
+    Open();
+    MinimizeWindow(*window_);
+    EXPECT_FALSE(IsWindowShown(*window_));
+    EXPECT_TRUE(RunUntil([&] { return !other_->IsMapped(other_->Find("Zorvel test")); }));
+}
+
 TEST_F(LinuxWindow, FlushWaitsForTheServer) {
     Open();
     const xcb_window_t id = other_->Find("Zorvel test");
