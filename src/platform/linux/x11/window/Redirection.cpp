@@ -142,10 +142,8 @@ void ReleaseOccludedContent(Session& session, std::int64_t nowNs) {
     kept.kept = false;
     kept.releaseDueNs = 0;
     FreeBackdrop(session);
-    // Without a compositor the redirection stays, because its end makes every window repaint visibly. With one, a
-    // full-screen game is faster without it.
-    if (kept.redirected && IsComposited(session)) {
-        kept.redirected = false;
+    // A full-screen game is faster without it. The server keeps what the windows show.
+    if (std::exchange(kept.redirected, false)) {
         xcb_composite_unredirect_subwindows(session.connection.get(), session.screen->root,
                                             XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     }

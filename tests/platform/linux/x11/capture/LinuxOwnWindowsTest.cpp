@@ -374,6 +374,10 @@ TEST_P(LinuxOwnWindows, AreMaskedWithTheOldPictureThatACompositorShowsAroundThem
 
 TEST_P(LinuxOwnWindows, ReleaseTheWindowsBelowOnlyAfterTheyAreUnmasked) {
     const xcb_window_t game = other_->Cover({0, 0, width, height}, green);
+    const xcb_gcontext_t context = xcb_generate_id(other_->Get());
+    xcb_create_gc(other_->Get(), context, game, XCB_GC_FOREGROUND, &blue);
+    const xcb_rectangle_t ball{200, 150, 20, 20};
+    xcb_poly_fill_rectangle(other_->Get(), game, context, 1, &ball);
     const Owned<AppWindow> overlay = Make(true);
     const Rectangle bounds{100, 80, 400, 300};
     Show(*overlay, bounds);
@@ -384,10 +388,12 @@ TEST_P(LinuxOwnWindows, ReleaseTheWindowsBelowOnlyAfterTheyAreUnmasked) {
         const bool kept = IsRedirected(game);
         const bool masked = !x11::BoundsSince(SteadyNs(), bounds).Empty();
         keptWhileMasked = keptWhileMasked && (kept || !masked);
-        // xcompmgr redirects all windows. Without a compositor the redirection stays.
-        return !masked && (!kept || GetParam() != Manager::Direct) && x11::Backdrop() == XCB_NONE;
+        // xcompmgr redirects all windows itself.
+        return !masked && (!kept || GetParam() == Manager::Composited) && x11::Backdrop() == XCB_NONE;
     }));
     EXPECT_TRUE(keptWhileMasked);
+    EXPECT_EQ(CountOf(Screen(), blue), 20 * 20) << "the game would have to repaint";
+    EXPECT_EQ(CountOf(Screen(), green), width * height - 20 * 20);
 }
 
 TEST_P(LinuxOwnWindows, StayRegisteredWhileHidden) {
