@@ -35,13 +35,13 @@ int LumaOf(std::uint32_t color) {
     return static_cast<int>(16.5 + (0.2126 * red + 0.7152 * green + 0.0722 * blue) * 219 / 255);
 }
 
-/// The badge may cover the upper right corner of the notification.
+/// The badge may cover the upper right corner of the notification, and the overlay's header its upper edge.
 Words ToastWords(const Text& text) {
-    return {.box = {68, 8, 314, 68}, .text = text, .background = color::toast, .look = {68, 8, 234, 68}};
+    return {.box = {68, 8, 314, 68}, .text = text, .background = color::toast, .look = {68, 20, 234, 68}};
 }
 
-/// The number of pictures of a clip that show the desktop alone, the game alone, or something else. The pictures before
-/// the first one of the desktop or of the game do not count.
+/// The number of pictures of a clip that show the desktop alone, the game alone, or something else. The transition from
+/// the desktop to the game does not count.
 struct ClipPictures {
     int desktop = 0;
     int game = 0;
@@ -145,14 +145,19 @@ protected:
         }
         return different;
     }
-    static ClipPictures LookAt(const std::filesystem::path& clip, const Picture& desktop) {
+    /// Skips the pictures of the first seconds.
+    static ClipPictures LookAt(const std::filesystem::path& clip, const Picture& desktop, double skippedSeconds) {
         constexpr int tolerance = 6;  // of the encoder
         constexpr int step = 4;       // smaller than any of the windows
         constexpr int edge = 16;      // a block of the encoder
         const int game = LumaOf(gameColor);
         ClipPictures found;
         int unknown = 0;
+        int skipped = static_cast<int>(skippedSeconds * 30);
         DecodeLuma(clip, width, height, [&](std::span<const std::uint8_t> picture) {
+            if (--skipped >= 0) {
+                return;
+            }
             bool isGame = true;
             bool isDesktop = true;
             for (int y = 0; y < height; y += step) {
@@ -163,8 +168,7 @@ protected:
                     isDesktop = isDesktop && (ignored || std::abs(pixel - LumaOf(desktop.At(x, y))) <= tolerance);
                 }
             }
-            const bool between = isDesktop ? found.desktop > 0 : isGame && found.game > 0;
-            found.other += between ? unknown : 0;
+            found.other += isDesktop || (isGame && found.game > 0) ? unknown : 0;
             found.desktop += isDesktop ? 1 : 0;
             found.game += isGame ? 1 : 0;
             unknown = isDesktop || isGame ? 0 : unknown + 1;
@@ -239,6 +243,22 @@ protected:
         }
         return false;
     }
+    bool WaitMinimized() const {
+        return Eventually([&] { return user_.Property(user_.WindowOf(mainWindowName), "WM_STATE").starts_with('\3'); });
+    }
+    /// What a list of windows does.
+    void Activate(xcb_window_t window) const {
+        xcb_client_message_event_t event{};
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 32;
+        event.window = window;
+        event.type = user_.Atom("_NET_ACTIVE_WINDOW");
+        event.data.data32[0] = 2;  // from the user
+        xcb_send_event(user_.Get(), 0, user_.Root(),
+                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                       reinterpret_cast<const char*>(&event));
+        user_.Sync();
+    }
     void ExpectCapturesWithoutTheProgram(const ProgramRun& run);
 
     TemporaryFolder folder_{"zorvel-desktop"};
@@ -255,6 +275,9 @@ protected:
 void RealDesktopEndToEnd::ExpectCapturesWithoutTheProgram(const ProgramRun& run) {
     ASSERT_TRUE(user_.WaitHidden(toastName)) << "the notification of the start";
     const Picture desktop = GrabScreen();
+    // One segment may be incomplete, and another one not yet listed.
+    const double before = run.BufferedSeconds() + 2;
+    ASSERT_TRUE(run.WaitForBuffer(before));
     ShowOverlayAndNotification(run);
     EXPECT_EQ(PixelsUnlikeScreen(TakeScreenshot(run), desktop), 0U);
     ASSERT_TRUE(user_.CloseOverlay());
@@ -266,7 +289,7 @@ void RealDesktopEndToEnd::ExpectCapturesWithoutTheProgram(const ProgramRun& run)
     ShowOverlayAndNotification(run);
     EXPECT_TRUE(WaitActive(gameWindow_));
     EXPECT_EQ(PixelsUnlike(TakeScreenshot(run), {width, height}, gameColor), 0U);
-    const ClipPictures pictures = LookAt(SaveClip(run), desktop);
+    const ClipPictures pictures = LookAt(SaveClip(run), desktop, before);
     EXPECT_GT(pictures.desktop, 60);
     EXPECT_GT(pictures.game, 30);
     EXPECT_EQ(pictures.other, 0);
@@ -306,6 +329,34 @@ TEST_F(RealDesktopEndToEnd, XfceShowsTheProgramAndItsCapturesDoNot) {
     tray_.ClickMenuRow(6);
     EXPECT_EQ(run.Process().WaitExit(), 0);
     EXPECT_TRUE(Eventually([&] { return !PanelIcon(); }));
+}
+
+TEST_F(RealDesktopEndToEnd, MutterShowsTheProgramAndItsCapturesDoNot) {
+    session_.StartMutter();
+    Picture desktop;
+    // It fades its background in.
+    ASSERT_TRUE(Eventually([&] {
+        desktop = GrabScreen();
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        return desktop.CountOf(0) < desktop.pixels.size() && GrabScreen().pixels == desktop.pixels;
+    })) << session_.Log();
+    ProgramOptions options = Options();
+    options.background = false;
+    ProgramRun run(options);
+    ASSERT_TRUE(run.WaitForBuffer(1));
+    // There is no notification area, so the close box does not hide the window.
+    ASSERT_TRUE(WaitActive(user_.WindowOf(mainWindowName)));
+    ClickCloseBox();
+    ASSERT_TRUE(WaitMinimized());
+    ASSERT_TRUE(user_.WaitHidden(toastName));
+    ASSERT_TRUE(Eventually([&] { return GrabScreen().pixels == desktop.pixels; }));
+
+    ExpectCapturesWithoutTheProgram(run);
+
+    Activate(user_.WindowOf(mainWindowName));
+    EXPECT_TRUE(WaitActive(user_.WindowOf(mainWindowName)));
+    EXPECT_TRUE(run.Process().Alive());
+    EXPECT_EQ(run.End(), 0);
 }
 
 }  // namespace

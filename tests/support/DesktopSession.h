@@ -1,4 +1,5 @@
-// Xfce's window manager, desktop and panel on a private display, with a message bus, settings and caches of their own.
+// Real desktops on a private display: Xfce's window manager, desktop and panel, or mutter alone. Each session has a
+// message bus, settings and caches of its own.
 #pragma once
 
 #include <chrono>
@@ -70,6 +71,12 @@ public:
         ASSERT_TRUE(Eventually([&] {
             return HasSelection("_NET_SYSTEM_TRAY_S0") && HasBusName("org.kde.StatusNotifierWatcher");
         })) << Log();
+    }
+
+    /// The window manager and compositor of a desktop without a notification area.
+    void StartMutter() {
+        Start({"mutter", "--x11"});
+        ASSERT_TRUE(WaitCompositor()) << Log();
     }
 
     std::string BusAddress() const { return variables_.at("DBUS_SESSION_BUS_ADDRESS"); }
