@@ -502,7 +502,7 @@ TEST_F(LinuxWindow, AKeyThatAChangeOfTheMappingLosesIsReportedUntilItIsReservedA
     };
     map(newCode, x);
     map(oldCode, q);
-    EXPECT_TRUE(RunUntil([] { return CountOf(message::globalKeyChanged, 1) == 1; }));
+    ASSERT_TRUE(RunUntil([] { return CountOf(message::globalKeyChanged, 1) == 1; }));
     EXPECT_EQ(reservations.back(), 0);
     // A second change that leaves it lost is not reported.
     const xcb_keycode_t far = other_->CodeOf(XK_F9);
