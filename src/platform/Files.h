@@ -28,14 +28,15 @@ Text JoinPath(TextView folder, TextView name);
 /// What the system records of a file.
 struct FileFacts {
     std::uint64_t size = 0;    ///< bytes
-    std::int64_t written = 0;  ///< time of the last write; only for comparisons
+    std::int64_t written = 0;  ///< time of the last write, in units of 100 ns since 1601 (UTC)
 };
 
 /// Examines a regular file. The facts are current even while another process writes the file. Returns nullopt if `path`
 /// names no regular file or the system cannot examine it.
 std::optional<FileFacts> ExamineFile(TextView path);
 
-/// Returns true if `path` names a file or folder. Throws a filesystem_error named "exists" if the system cannot check.
+/// Returns true if `path` names a file or folder. A volume or server that is not reachable has none. Throws a
+/// filesystem_error named "exists" if the system cannot check.
 bool PathExists(TextView path);
 
 /// Creates a folder and its missing parents. Returns no error if the folder exists afterwards.

@@ -67,9 +67,7 @@ std::optional<FileFacts> ExamineFile(TextView path) {
         (facts.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
         return std::nullopt;
     }
-    const FILETIME written = facts.ftLastWriteTime;
-    return FileFacts{static_cast<std::uint64_t>(facts.nFileSizeHigh) << 32 | facts.nFileSizeLow,
-                     static_cast<std::int64_t>(written.dwHighDateTime) << 32 | written.dwLowDateTime};
+    return FileFacts{Joined(facts.nFileSizeHigh, facts.nFileSizeLow), TicksOf(facts.ftLastWriteTime)};
 }
 
 bool PathExists(TextView path) {

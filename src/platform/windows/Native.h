@@ -1,6 +1,7 @@
 // Conversion between the program's types and the system's (text, error codes), and owners of handles and interfaces.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -18,6 +19,13 @@ inline const wchar_t* Native(const Text& text) { return reinterpret_cast<const w
 /// Copies text of Windows. Null results in an empty text.
 Text TextOf(const wchar_t* text);
 Text TextOf(const std::wstring& text);
+
+inline std::uint64_t Joined(DWORD high, DWORD low) { return static_cast<std::uint64_t>(high) << 32 | low; }
+
+/// A file's time in units of 100 ns since 1601.
+inline std::int64_t TicksOf(const FILETIME& time) {
+    return static_cast<std::int64_t>(Joined(time.dwHighDateTime, time.dwLowDateTime));
+}
 
 /// GetLastError as a result; never a success.
 Result LastError();

@@ -4,8 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <limits>
+#include <system_error>
 
 #include "core/Utf8.h"
 #include "platform/linux/posix/Posix.h"
@@ -35,6 +38,31 @@ Result MoveAcrossVolumes(const std::filesystem::path& from, const std::filesyste
     return ResultOfCode(code);
 }
 
+/// A file's time in units of 100 ns since 1601. Clamps, because some file systems store any number of seconds.
+std::int64_t TicksOf(const timespec& time) {
+    constexpr std::int64_t ticksPerSecond = 10'000'000;
+    constexpr std::int64_t secondsTo1970 = 11'644'473'600;
+    constexpr std::int64_t limit = std::numeric_limits<std::int64_t>::max() / ticksPerSecond - secondsTo1970 - 1;
+    const std::int64_t seconds = std::clamp<std::int64_t>(time.tv_sec, -limit, limit);
+    return (seconds + secondsTo1970) * ticksPerSecond + time.tv_nsec / 100;
+}
+
+/// Returns true for the errors that mean that a path names nothing. The last four are those of a mount whose server is
+/// gone.
+bool IsMissing(int error) {
+    switch (error) {
+        case ENOENT:
+        case ENOTDIR:
+        case ENOTCONN:
+        case ESTALE:
+        case EHOSTDOWN:
+        case EHOSTUNREACH:
+            return true;
+        default:
+            return false;
+    }
+}
+
 }  // namespace
 
 const bool namesAreUtf8 = true;
@@ -61,17 +89,18 @@ std::optional<FileFacts> ExamineFile(TextView path) {
     if (stat(ToPath(path).c_str(), &facts) != 0 || !S_ISREG(facts.st_mode)) {
         return std::nullopt;
     }
-    return FileFacts{static_cast<std::uint64_t>(facts.st_size),
-                     static_cast<std::int64_t>(facts.st_mtim.tv_sec) * 1'000'000'000 + facts.st_mtim.tv_nsec};
+    return FileFacts{static_cast<std::uint64_t>(facts.st_size), TicksOf(facts.st_mtim)};
 }
 
 bool PathExists(TextView path) {
-    std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(ToPath(path), error);
-    if (!std::filesystem::status_known(status)) {
-        throw std::filesystem::filesystem_error("exists", ToPath(path), error);
+    const std::filesystem::path native = ToPath(path);
+    struct stat facts = {};
+    const bool found = stat(native.c_str(), &facts) == 0;
+    const int error = errno;
+    if (!found && !IsMissing(error)) {
+        throw std::filesystem::filesystem_error("exists", native, std::error_code(error, std::generic_category()));
     }
-    return std::filesystem::exists(status);
+    return found;
 }
 
 std::error_code CreateFolders(const std::filesystem::path& folder) {
