@@ -34,9 +34,12 @@ void Closer<FolderReader>::operator()(FolderReader* reader) const noexcept {
 }
 
 Owned<FolderReader> OpenFolder(TextView path) {
-    const fake::Call call("OpenFolder", ToPath(path).filename().string());
     const auto found = fake::TheFolderEntries().find(Text(path));
-    if (call.Fails() || found == fake::TheFolderEntries().end()) {
+    if (found == fake::TheFolderEntries().end()) {
+        return nullptr;
+    }
+    const fake::Call call("OpenFolder", ToPath(path).filename().string());
+    if (call.Fails()) {
         return nullptr;
     }
     ++fake::openReaders;

@@ -1,5 +1,5 @@
-// Folders in memory. A folder that the test has not set cannot be opened. OpenFolder and ReadEntry are recorded and can
-// be made to fail (Calls.h); OpenFolder's subject is the last part of the path.
+// Folders in memory. A folder that the test has not set cannot be opened. OpenFolder of the others, and ReadEntry, are
+// recorded and can be made to fail (Calls.h); OpenFolder's subject is the last part of the path.
 #pragma once
 
 #include <map>

@@ -61,6 +61,7 @@ Interface::~Interface() {
     Ui().capture.captureJobSlot.Wait();
     Ui().capture.capturePollSlot.Wait();
     Ui().screenshot.screenshotSlot.Wait();
+    Ui().library.mediaRefreshSlot.Wait();
     EXPECT_FALSE(fake::TheEngine().overlapped) << "two threads were inside the engine at once";
     fake::ResetCalls();
 }
@@ -98,10 +99,19 @@ void Interface::Collect() { Send(message::timer, collectionTimer); }
 void Interface::AwaitJob() { Await(Ui().capture.captureJobSlot); }
 void Interface::AwaitPoll() { Await(Ui().capture.capturePollSlot); }
 void Interface::AwaitScreenshot() { Await(Ui().screenshot.screenshotSlot); }
+void Interface::AwaitRefresh() { Await(Ui().library.mediaRefreshSlot); }
 
 void Interface::FinishJob() {
     AwaitJob();
     Collect();
+    FinishRefreshes();
+}
+
+void Interface::FinishRefreshes() {
+    while (Ui().library.mediaRefreshSlot.IsBusy()) {
+        AwaitRefresh();
+        Collect();
+    }
 }
 
 void Interface::RunTo(const std::string& operation) { EXPECT_TRUE(gate_.AwaitArrival(operation)); }

@@ -91,7 +91,9 @@ protected:
     void AwaitJob();                           ///< until the job has a result; nothing collects it
     void AwaitPoll();                          ///< the same for the poll
     void AwaitScreenshot();                    ///< the same for the screenshot
-    void FinishJob();                          ///< awaits and collects by timer 43
+    void AwaitRefresh();                       ///< the same for the library
+    void FinishJob();                          ///< awaits and collects by timer 43, with the refresh that follows
+    void FinishRefreshes();                    ///< awaits and collects all that were requested
     void RunTo(const std::string& operation);  ///< until the worker is inside that operation, which the gate must hold
     /// Opens the gate from another thread as soon as an operation that must wait for it has run too early, or if it
     /// has not run. So a program that does not wait is found with the gate still closed.

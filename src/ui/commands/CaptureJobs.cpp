@@ -5,6 +5,7 @@
 #include "core/AppCore.h"
 #include "platform/Session.h"
 #include "ui/commands/FastJobs.h"
+#include "ui/commands/Library.h"
 #include "ui/commands/Status.h"
 #include "ui/state/Engine.h"
 #include "ui/state/UiGlobals.h"
@@ -42,6 +43,7 @@ bool CollectCaptureJob() {
     }
     ShowStatus(Ui().capture.captureJobSlot.Take());
     AddActivity(u"Capture", Ui().statusText);
+    QueueMediaRefresh();
     return true;
 }
 
@@ -57,6 +59,7 @@ void ReportSlowness() {
             u"lower "
             u"quality in Settings > Capture.");
         AddActivity(u"Capture", Ui().statusText);
+        QueueMediaRefresh();
     }
     capture.slownessReported = slow;
 }

@@ -19,7 +19,8 @@ inline constexpr std::uint32_t housekeepingPeriodMs = 500;
 /// while the slot is busy, and once the main window is being destroyed.
 void CaptureJob(std::function<Text()> function);
 
-/// Shows and logs the result of a finished job and empties its slot. Returns false if no job is finished.
+/// Shows and logs the result of a finished job, empties its slot and refreshes the library. Returns false if no job is
+/// finished.
 bool CollectCaptureJob();
 
 /// One tick of the health poll: applies a finished result, and starts the next poll unless a poll or a job runs.

@@ -15,6 +15,7 @@
 #include "ui/commands/CaptureSettings.h"
 #include "ui/commands/FastJobs.h"
 #include "ui/commands/Hotkeys.h"
+#include "ui/commands/Library.h"
 #include "ui/commands/Notifications.h"
 #include "ui/commands/Status.h"
 #include "ui/kit/Colors.h"
@@ -107,6 +108,7 @@ bool CollectScreenshot() {
         return false;
     }
     const Text result = Ui().screenshot.screenshotSlot.Take();
+    QueueMediaRefresh();
     if (std::exchange(Ui().screenshot.reopenOverlayAfterScreenshot, false)) {
         ReopenOverlay();
     }

@@ -18,7 +18,8 @@ void ToggleRecording();
 /// the picture is saved.
 void TakeScreenshot();
 
-/// Shows the result of a finished screenshot and empties its slot. Returns false if none is finished.
+/// Shows the result of a finished screenshot, empties its slot and refreshes the library. Returns false if none is
+/// finished.
 bool CollectScreenshot();
 
 /// Starts the replay according to the settings: the first job of the session.

@@ -5,6 +5,7 @@
 
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/Commands.h"
+#include "ui/commands/Library.h"
 #include "ui/state/UiGlobals.h"
 
 namespace zv {
@@ -16,9 +17,10 @@ struct FastJob {
     bool (*collect)() = nullptr;  ///< returns true if the job was finished
 };
 
-std::array<FastJob, 2> FastJobs() {
+std::array<FastJob, 3> FastJobs() {
     return {{{Ui().capture.captureJobSlot, true, CollectCaptureJob},
-             {Ui().screenshot.screenshotSlot, false, CollectScreenshot}}};
+             {Ui().screenshot.screenshotSlot, false, CollectScreenshot},
+             {Ui().library.mediaRefreshSlot, false, CollectMediaRefresh}}};
 }
 
 }  // namespace

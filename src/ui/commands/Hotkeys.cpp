@@ -10,7 +10,6 @@
 #include "platform/Keyboard.h"
 #include "ui/commands/CaptureSettings.h"
 #include "ui/commands/Commands.h"
-#include "ui/commands/FastJobs.h"
 #include "ui/commands/Notifications.h"
 #include "ui/commands/Status.h"
 #include "ui/navigation/Navigation.h"
@@ -115,7 +114,9 @@ void UpdateHotkey(std::uintptr_t id, bool reserved) {
 
 void ShowBusyHotkeys() {
     std::array<bool, shortcutAction::count>& pending = Ui().busyHotkeyPending;
-    if (std::find(pending.begin(), pending.end(), true) == pending.end() || IsFastJobBusy() || IsToastShown()) {
+    // The jobs that end with a status. A scan of the library shows none and can take long.
+    const bool awaitsStatus = Ui().capture.captureJobSlot.IsBusy() || Ui().screenshot.screenshotSlot.IsBusy();
+    if (std::find(pending.begin(), pending.end(), true) == pending.end() || awaitsStatus || IsToastShown()) {
         return;
     }
     std::vector<int> busy;

@@ -73,11 +73,6 @@ void NoteOverlayActivity() { Ui().lastOverlayActivity = TickMs(); }
 
 void SelectOverlayPage(std::int32_t page) { Ui().overlayPage = page; }
 
-void SelectGallery() {
-    SelectOverlayPage(overlayPage::gallery);
-    Ui().gallery = {};
-}
-
 Rectangle OverlayBounds(const Rectangle& work) {
     const double scale =
         std::min(static_cast<double>(work.Height()) / overlayHeight, static_cast<double>(work.Width()) / overlayWidth);

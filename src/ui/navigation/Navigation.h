@@ -42,11 +42,9 @@ void ReopenOverlay();
 /// Sets UiGlobals::lastOverlayActivity.
 void NoteOverlayActivity();
 
-/// Selects a page of the overlay. Neither shows nor hides the overlay.
+/// Selects a page of the overlay. Neither shows nor hides the overlay. The gallery is opened by SelectGallery
+/// (ui/commands/Library.h).
 void SelectOverlayPage(std::int32_t page);
-
-/// Selects the overlay's gallery with all captures, from the first one. Neither shows nor hides the overlay.
-void SelectGallery();
 
 /// Returns the overlay's bounds in a work area: of its fixed proportions, as large as fits, centred at the top.
 Rectangle OverlayBounds(const Rectangle& work);

@@ -1,6 +1,7 @@
 #include "ui/pages/HomePage.h"
 
 #include "ui/commands/Hotkeys.h"
+#include "ui/commands/Library.h"
 #include "ui/kit/Colors.h"
 #include "ui/kit/Controls.h"
 #include "ui/kit/DrawingContext.h"

@@ -3,6 +3,7 @@
 #include "core/Settings.h"
 #include "platform/Session.h"
 #include "ui/commands/Commands.h"
+#include "ui/commands/Library.h"
 #include "ui/commands/Status.h"
 #include "ui/kit/Colors.h"
 #include "ui/kit/Controls.h"

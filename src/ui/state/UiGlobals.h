@@ -6,6 +6,7 @@
 
 #include "capture/CaptureEngine.h"
 #include "core/Text.h"
+#include "library/LibraryScan.h"
 #include "platform/AppIcon.h"
 #include "platform/Window.h"
 #include "ui/kit/UiState.h"
@@ -38,6 +39,12 @@ struct CaptureRecord {
 struct ScreenshotRecord {
     FutureSlot<Text> screenshotSlot;  ///< the text to show
     bool reopenOverlayAfterScreenshot = false;
+};
+
+struct LibraryRecord {
+    FutureSlot<MediaResult> mediaRefreshSlot;
+    MediaResult found;          ///< by the last collected scan, which replaces it as a whole
+    bool refreshAgain = false;  ///< a scan was requested while one runs
 };
 
 struct GalleryRecord {
@@ -97,6 +104,7 @@ struct UiGlobals {
 
     CaptureRecord capture;
     ScreenshotRecord screenshot;
+    LibraryRecord library;
     GalleryRecord gallery;
     Toast toast;  ///< the notification that was shown last
     BadgeRecord badge;

@@ -68,6 +68,7 @@ protected:
     void FinishScreenshot() {
         AwaitScreenshot();
         Collect();
+        FinishRefreshes();
     }
     bool FastTimerRuns() const { return TheWindows().timers.contains(43); }
 };
@@ -96,9 +97,10 @@ TEST_F(TakeScreenshotTest, FlushesTheScreenBeforeItStarts) {
     TakeScreenshot();
     FinishScreenshot();
     const auto calls = fake::CallNames();
-    EXPECT_THAT(std::vector<std::string>(calls.begin() + static_cast<std::ptrdiff_t>(before), calls.end()),
-                ElementsAre("FlushScreen", "LookUpFrontWindow", "StartTimer", "EnumerateMonitors", grab,
-                            "LookUpFrontWindow", "StopTimer"));
+    const auto first = calls.begin() + static_cast<std::ptrdiff_t>(before);
+    ASSERT_GE(calls.end() - first, 5);
+    EXPECT_THAT(std::vector<std::string>(first, first + 5),
+                ElementsAre("FlushScreen", "LookUpFrontWindow", "StartTimer", "EnumerateMonitors", grab));
 }
 
 TEST_F(TakeScreenshotTest, ASecondPressIsRefusedAndOneFileIsWritten) {
@@ -157,8 +159,7 @@ TEST_F(TakeScreenshotTest, CollectsTheJobBeforeTheScreenshot) {
     StartReplayJob();
     TakeScreenshot();
     AwaitJob();
-    AwaitScreenshot();
-    Collect();
+    FinishScreenshot();
     EXPECT_EQ(Ui().statusText, u"Screenshot saved: " + Picture());
     EXPECT_THAT(Activity(), ElementsAre(u"Capture: Replay on"));
     EXPECT_FALSE(FastTimerRuns());

@@ -89,8 +89,7 @@ TEST_F(MainWindow, TheFastTimerRunsAsLongAsAJob) {
     EXPECT_EQ(TheWindows().timers.count(43), 1U);
     EXPECT_EQ(Ui().statusText, u"Ready");
     gate_.Open();
-    AwaitJob();
-    Collect();
+    FinishJob();
     EXPECT_EQ(TheWindows().timers, (Timers{{42, 500}}));
     EXPECT_EQ(Ui().statusText, u"Replay on");
     EXPECT_THAT(Activity(), ElementsAre(u"Capture: Replay on"));
