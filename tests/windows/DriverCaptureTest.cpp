@@ -172,16 +172,6 @@ TEST_F(DriverCapture, RunsIfTimelySchedulingIsRefused) {
     EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
 }
 
-TEST_F(DriverCapture, AWaitThatFailsEndsIt) {
-    Script("set images always\nfail WaitForMultipleObjects:4294967295 60 6");
-    VideoCapture capture;
-    ASSERT_TRUE(capture.Start(monitor, format)) << Narrow(capture.Error());
-    const PipeReader reader(capture.PipeName());
-    EXPECT_TRUE(Eventually([&] { return !capture.running; }));
-    capture.Stop();
-    EXPECT_THAT(ReportLines(Report(), "complaint: "), IsEmpty());
-}
-
 TEST_F(DriverCapture, ListsEveryAdapterButNoSoftwareAdapterAmongTheCapabilities) {
     Script(
         "set adapter 8086 0 134217728 First card\nset adapter 1414 2 0 Software renderer\n"
