@@ -40,6 +40,9 @@ protected:
         std::filesystem::remove_all(Data());
         std::filesystem::create_directories(Data());
         SetEnvironmentValue(u"ZV_FFMPEG", EnvironmentValue(u"ZV_TEST_FFMPEG"));
+        // Starts Wine's notification area, which refuses icons until it has a window.
+        GetDesktopWindow();
+        ASSERT_TRUE(Eventually([] { return FindWindowW(L"Shell_TrayWnd", nullptr) != nullptr; }));
     }
 
     static std::filesystem::path Data() { return ToPath(JoinPath(FolderOf(KnownFolder::LocalData), u"ZVReelsMax")); }
@@ -102,7 +105,7 @@ TEST_F(Program, SaysInItsHistoryWhyNothingIsCaptured) {
 TEST_F(Program, LoadsNoGraphicsLibraryFromItsOwnFolder) {
     const std::filesystem::path copy = folder_.Path() / "zorvel.exe";
     std::filesystem::copy_file(ProgramPath(), copy);
-    for (const char* name : {"d3d11.dll", "dwmapi.dll", "dxgi.dll"}) {
+    for (const char* name : {"avrt.dll", "d3d11.dll", "dwmapi.dll", "dxgi.dll"}) {
         std::ofstream(folder_.Path() / name) << "not a library";
     }
     ASSERT_TRUE(Start(first_, u"", copy));
