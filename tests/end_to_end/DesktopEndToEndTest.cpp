@@ -247,26 +247,22 @@ TEST_F(DesktopEndToEnd, TheMainWindowHasAMinimumSizeAndDoesNotScaleWhenItGrows) 
 
 TEST_F(DesktopEndToEnd, TheMainWindowIsMinimizedWhileThereIsNoIcon) {
     StartWindowManager();
-    for (const bool background : {false, true}) {
-        const ProgramRun run(Options(background));
-        AwaitStart(run);
-        if (!background) {
-            ASSERT_TRUE(user_.WaitShown(mainWindowName));
-            user_.CloseByBox(user_.WindowOf(mainWindowName));
-        }
-        EXPECT_TRUE(WaitState(iconic)) << background;
-        EXPECT_FALSE(user_.Shows(mainWindowName));
-        // The icon comes and goes.
-        tray_.StartTray();
-        ASSERT_TRUE(tray_.WaitIcon());
-        EXPECT_TRUE(WaitState(withdrawn)) << background;
-        tray_.KillTray();
-        EXPECT_TRUE(WaitState(iconic)) << background;
-        // The taskbar restores it.
-        Activate(user_.WindowOf(mainWindowName));
-        EXPECT_TRUE(user_.WaitShown(mainWindowName)) << background;
-        EXPECT_TRUE(HasFocus());
-    }
+    const ProgramRun run(Options(false));
+    AwaitStart(run);
+    ASSERT_TRUE(user_.WaitShown(mainWindowName));
+    user_.CloseByBox(user_.WindowOf(mainWindowName));
+    EXPECT_TRUE(WaitState(iconic));
+    EXPECT_FALSE(user_.Shows(mainWindowName));
+    // The icon comes and goes.
+    tray_.StartTray();
+    ASSERT_TRUE(tray_.WaitIcon());
+    EXPECT_TRUE(WaitState(withdrawn));
+    tray_.KillTray();
+    EXPECT_TRUE(WaitState(iconic));
+    // The taskbar restores it.
+    Activate(user_.WindowOf(mainWindowName));
+    EXPECT_TRUE(user_.WaitShown(mainWindowName));
+    EXPECT_TRUE(HasFocus());
 }
 
 TEST_F(DesktopEndToEnd, TheCloseBoxHidesOrExitsAsTheSettingSays) {
@@ -461,8 +457,12 @@ TEST_F(NotifierEndToEnd, TheIconIsShownOverTheBusAndItsMenuWorks) {
 TEST_F(NotifierEndToEnd, TheIconFollowsTheNotificationAreas) {
     StartWindowManager();
     host_.StartWatcher(false);
-    const ProgramRun run(BusOptions());
+    ProgramOptions options = BusOptions();
+    options.background = false;
+    const ProgramRun run(options);
     AwaitStart(run);
+    ASSERT_TRUE(user_.WaitShown(mainWindowName));
+    user_.CloseByBox(user_.WindowOf(mainWindowName));
     EXPECT_TRUE(WaitState(iconic)) << "no host shows the icon";
     EXPECT_TRUE(host_.Item().empty());
     host_.RegisterHost();
