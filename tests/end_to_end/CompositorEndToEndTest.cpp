@@ -5,6 +5,7 @@
 #include "support/Eventually.h"
 #include "support/InterfaceUser.h"
 #include "support/MediaProbe.h"
+#include "support/Openbox.h"
 #include "support/PrivateDisplay.h"
 #include "support/Processes.h"
 #include "support/ProgramRun.h"
@@ -32,7 +33,8 @@ protected:
                        folder_.Path() / "bus.log");
         EXPECT_TRUE(Eventually([&] { return std::filesystem::exists(folder_.Path() / "bus"); }));
         for (const Arguments& program : GetParam().programs) {
-            programs_.push_back(Start(program));
+            programs_.push_back(program[0] == "openbox" ? StartOpenbox(display_.Name(), folder_.Path())
+                                                        : Start(program));
         }
         EXPECT_TRUE(Eventually(
             [&] { return !user_.Property(user_.Root(), "_NET_SUPPORTING_WM_CHECK").empty() && SelectionHasOwner(); }));
@@ -130,12 +132,11 @@ protected:
     std::uint32_t playerColor_ = 0;
 };
 
-INSTANTIATE_TEST_SUITE_P(
-    Under, CompositorEndToEnd,
-    testing::Values(Desktop{"Mutter", {{"mutter", "--x11"}}},
-                    Desktop{"Picom", {{"openbox", "--config-file", "/dev/null"}, {"picom", "--backend", "xrender"}}},
-                    Desktop{"Xfwm4", {{"xfwm4", "--compositor=on"}}}),
-    [](const auto& desktop) { return desktop.param.name; });
+INSTANTIATE_TEST_SUITE_P(Under, CompositorEndToEnd,
+                         testing::Values(Desktop{"Mutter", {{"mutter", "--x11"}}},
+                                         Desktop{"Picom", {{"openbox"}, {"picom", "--backend", "xrender"}}},
+                                         Desktop{"Xfwm4", {{"xfwm4", "--compositor=on"}}}),
+                         [](const auto& desktop) { return desktop.param.name; });
 
 TEST_P(CompositorEndToEnd, RecordingsAndScreenshotsContainThePlayerAlone) {
     ProgramRun run(

@@ -4,6 +4,7 @@
 
 #include "support/FileBytes.h"
 #include "support/NotifierHost.h"
+#include "support/Openbox.h"
 #include "support/TrayUser.h"
 
 namespace zv {
@@ -11,10 +12,9 @@ namespace {
 
 using namespace support;
 
-constexpr char windowManagerSettings[] = R"(<?xml version="1.0"?>
-<openbox_config xmlns="http://openbox.org/3.4/rc"><mouse><context name="Frame">
+constexpr char resizeBinding[] = R"(<mouse><context name="Frame">
 <mousebind button="A-Right" action="Drag"><action name="Resize"/></mousebind>
-</context></mouse></openbox_config>)";
+</context></mouse>)";
 
 // Coordinates in the main window, in design pixels.
 constexpr int sidebarX = 95;
@@ -28,12 +28,7 @@ constexpr char alreadyRunning[] =
 
 class DesktopEndToEnd : public testing::Test {
 protected:
-    void StartWindowManager() {
-        WriteBytes(folder_.Path() / "rc.xml", windowManagerSettings);
-        manager_ =
-            StartOnDisplay(display_.Name(), {"openbox", "--config-file", folder_.Path() / "rc.xml"}, folder_.Path());
-        ASSERT_TRUE(Eventually([&] { return !user_.Property(user_.Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
-    }
+    void StartWindowManager() { manager_ = StartOpenbox(display_.Name(), folder_.Path(), resizeBinding); }
     ProgramOptions Options(bool background) const {
         return {.display = display_.Name(), .settings = {{"instantReplay", "0"}}, .background = background};
     }

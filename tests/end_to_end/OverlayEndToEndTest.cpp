@@ -2,6 +2,7 @@
 #include "support/Eventually.h"
 #include "support/InterfaceUser.h"
 #include "support/MediaProbe.h"
+#include "support/Openbox.h"
 #include "support/PrivateDisplay.h"
 #include "support/Processes.h"
 #include "support/ProgramRun.h"
@@ -97,8 +98,7 @@ xcb_window_t OpenManagedWindow(const OtherClient& client) {
 }
 
 TEST_F(OverlayEndToEnd, UnderAWindowManagerTheOtherProgramStaysTheActiveOne) {
-    const Spawned manager = StartOnDisplay(display_.Name(), {"openbox", "--config-file", "/dev/null"}, folder_.Path());
-    ASSERT_TRUE(Eventually([&] { return !user_.Property(user_.Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
+    const Spawned manager = StartOpenbox(display_.Name(), folder_.Path());
     const xcb_window_t window = OpenManagedWindow(game_);
     const std::string active(reinterpret_cast<const char*>(&window), sizeof window);
     ASSERT_TRUE(Eventually(

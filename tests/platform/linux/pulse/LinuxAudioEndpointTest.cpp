@@ -137,8 +137,8 @@ TEST(LinuxSystemSound, DeliversRecentPacketsOfAtMost20MsWithContiguousStamps) {
         EXPECT_FALSE(packet.timestampError);
         EXPECT_LE(packet.frames, 960U);
         const std::int64_t end = packet.position + std::int64_t{packet.frames} * 625 / 3;
-        // Mixed sound may not have been played yet, and a loaded machine acquires a packet late.
-        EXPECT_LE(packet.position, packet.read + 500000) << i;
+        // A sink that was late renders up to a second ahead, and a loaded machine acquires a packet late.
+        EXPECT_LE(packet.position, packet.read + 10000000) << i;
         fresh += std::abs(packet.read - end) < 300000 ? 1U : 0U;
         if (i > 0) {
             const RecordedPacket& before = recorded.packets[i - 1];

@@ -24,6 +24,7 @@
 #include "support/Eventually.h"
 #include "support/FileBytes.h"
 #include "support/MessageLoop.h"
+#include "support/Openbox.h"
 #include "support/PrivateDisplay.h"
 #include "support/Processes.h"
 #include "support/ServerWatch.h"
@@ -135,11 +136,7 @@ protected:
     bool RunUntilReceived(AppWindow& window, std::uint32_t code) {
         return RunUntil(window, [=] { return CountOf(code) > 0; });
     }
-    void StartWindowManager() {
-        manager_ = support::Spawned({"openbox", "--config-file", "/dev/null"}, {{"DISPLAY", display_.Name()}},
-                                    folder_.Path() / "manager.log");
-        ASSERT_TRUE(Eventually([&] { return !other_->Property(other_->Root(), "_NET_SUPPORTING_WM_CHECK").empty(); }));
-    }
+    void StartWindowManager() { manager_ = support::StartOpenbox(display_.Name(), folder_.Path()); }
 
     support::TemporaryFolder folder_;
     support::PrivateDisplay display_{"800x600"};
@@ -655,8 +652,11 @@ TEST_F(LinuxWindowSurface, ADpiChangeSuggestsABoundsChange) {
 TEST_F(LinuxWindowSurface, AWindowManagerEnforcesTheMinimumSizeAndRaisesTheWindow) {
     StartWindowManager();
     const Owned<AppWindow> window = MakeWindow(Plain());
-    const std::string hints = other_->Property(other_->Find("main"), "WM_NORMAL_HINTS");
-    ASSERT_EQ(hints.size(), 72U);
+    std::string hints;
+    ASSERT_TRUE(RunUntil(*window, [&] {
+        hints = other_->Property(other_->Find("main"), "WM_NORMAL_HINTS");
+        return hints.size() == 72;
+    }));
     std::uint32_t numbers[18];
     std::memcpy(numbers, hints.data(), sizeof numbers);
     EXPECT_EQ(numbers[0], 16U);
