@@ -55,11 +55,9 @@ void ReportSlowness() {
     const bool slow = Engine().fallsBehind;
     if (slow && !capture.slownessReported) {
         ShowStatus(
-            u"Speed check: this computer is too slow for the capture, and sound and picture drift apart. Choose a "
-            u"lower "
-            u"quality in Settings > Capture.");
+            u"Speed check: this computer is too slow for the capture, and sound and picture drift apart. "
+            u"Choose a lower quality in Settings > Capture.");
         AddActivity(u"Capture", Ui().statusText);
-        QueueMediaRefresh();
     }
     capture.slownessReported = slow;
 }
