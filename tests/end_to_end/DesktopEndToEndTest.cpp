@@ -242,22 +242,26 @@ TEST_F(DesktopEndToEnd, TheMainWindowHasAMinimumSizeAndDoesNotScaleWhenItGrows) 
 
 TEST_F(DesktopEndToEnd, TheMainWindowIsMinimizedWhileThereIsNoIcon) {
     StartWindowManager();
-    const ProgramRun run(Options(false));
-    AwaitStart(run);
-    ASSERT_TRUE(user_.WaitShown(mainWindowName));
-    user_.CloseByBox(user_.WindowOf(mainWindowName));
-    EXPECT_TRUE(WaitState(iconic));
-    EXPECT_FALSE(user_.Shows(mainWindowName));
-    // The icon comes and goes.
-    tray_.StartTray();
-    ASSERT_TRUE(tray_.WaitIcon());
-    EXPECT_TRUE(WaitState(withdrawn));
-    tray_.KillTray();
-    EXPECT_TRUE(WaitState(iconic));
-    // The taskbar restores it.
-    Activate(user_.WindowOf(mainWindowName));
-    EXPECT_TRUE(user_.WaitShown(mainWindowName));
-    EXPECT_TRUE(HasFocus());
+    for (const bool background : {false, true}) {
+        const ProgramRun run(Options(background));
+        AwaitStart(run);
+        if (!background) {
+            ASSERT_TRUE(user_.WaitShown(mainWindowName));
+            user_.CloseByBox(user_.WindowOf(mainWindowName));
+        }
+        EXPECT_TRUE(WaitState(iconic)) << background;
+        EXPECT_FALSE(user_.Shows(mainWindowName));
+        // The icon comes and goes.
+        tray_.StartTray();
+        ASSERT_TRUE(tray_.WaitIcon());
+        EXPECT_TRUE(WaitState(withdrawn)) << background;
+        tray_.KillTray();
+        EXPECT_TRUE(WaitState(iconic)) << background;
+        // The taskbar restores it.
+        Activate(user_.WindowOf(mainWindowName));
+        EXPECT_TRUE(user_.WaitShown(mainWindowName)) << background;
+        EXPECT_TRUE(HasFocus());
+    }
 }
 
 TEST_F(DesktopEndToEnd, TheCloseBoxHidesOrExitsAsTheSettingSays) {

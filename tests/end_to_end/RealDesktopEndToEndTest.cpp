@@ -357,6 +357,10 @@ TEST_F(RealDesktopEndToEnd, MutterShowsTheProgramAndItsCapturesDoNot) {
     EXPECT_TRUE(WaitActive(user_.WindowOf(mainWindowName)));
     EXPECT_TRUE(run.Process().Alive());
     EXPECT_EQ(run.End(), 0);
+
+    const ProgramRun background(Options());
+    ASSERT_TRUE(background.WaitForBuffer(1));
+    EXPECT_TRUE(WaitMinimized());
 }
 
 }  // namespace

@@ -33,6 +33,7 @@ struct AppWindow {
     bool topmost = false;
     bool excluded = false;   ///< from captures
     bool viewable = false;   ///< mapped by the server
+    bool mustMap = false;    ///< shown, but not mapped before the message loop runs
     bool mustPaint = false;  ///< message::paint is due
     bool tracksLeave = false;
     AppWindow* owner = nullptr;                    ///< stays below this window

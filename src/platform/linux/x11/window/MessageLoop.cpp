@@ -209,6 +209,7 @@ bool RunStep(Session& session) {
     if (session.loop.quitting) {
         return false;
     }
+    MapNewWindows(session);
     ReadEvents(session);
     dbus::DispatchBus();
     const std::int64_t nowNs = MonotonicNs();

@@ -174,7 +174,7 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options) {
     x11::SetSizeHints(session, id, options, limits.minTrackSize);
     x11::Send(*window, message::create);
     if (options.visible) {
-        ShowWindowPlain(*window);
+        x11::ShowNewWindow(session, *window);
     }
     xcb_flush(session.connection.get());
     return window;

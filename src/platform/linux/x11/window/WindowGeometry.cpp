@@ -38,6 +38,7 @@ void MapWindow(Session& session, AppWindow& window) {
         Raise(session, window);
     }
     xcb_map_window(session.connection.get(), window.id);
+    window.mustMap = false;
     if (window.topmost) {
         SelectStackingEvents(session);
     }
@@ -206,6 +207,19 @@ void ReleaseWindowState(Session& session, AppWindow& window) {
     }
 }
 
+void ShowNewWindow(Session& session, AppWindow& window) {
+    PrepareShow(session, window);
+    window.mustMap = true;
+}
+
+void MapNewWindows(Session& session) {
+    for (AppWindow* window : session.windows) {
+        if (window->mustMap) {
+            MapWindow(session, *window);
+        }
+    }
+}
+
 bool HandleGeometryEvent(Session& session, const xcb_generic_event_t& event) {
     switch (event.response_type & 0x7FU) {
         case XCB_EXPOSE:
@@ -264,14 +278,16 @@ void HideWindow(AppWindow& window) {
     }
     window.shown = false;
     x11::RestoreFocus(session, window);
-    x11::Withdraw(session, window);
+    if (!std::exchange(window.mustMap, false)) {
+        x11::Withdraw(session, window);
+    }
 }
 
 void MinimizeWindow(AppWindow& window) {
     x11::Session& session = x11::CurrentSession();
     if (!x11::ReadNumberProperty(session, session.screen->root, session.atoms.netSupportingWmCheck)) {
         HideWindow(window);
-    } else if (window.shown) {
+    } else if (window.shown && !window.mustMap) {
         x11::SendClientMessage(session.screen->root, window.id, session.atoms.wmChangeState,
                                XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
                                XCB_ICCCM_WM_STATE_ICONIC);

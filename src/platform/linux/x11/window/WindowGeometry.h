@@ -15,6 +15,11 @@ bool HandleGeometryEvent(Session& session, const xcb_generic_event_t& event);
 /// Reads the session's DPI. Queues message::dpiChanged for all windows if it has changed.
 void UpdateDpi(Session& session);
 
+/// Shows a new window, but leaves the mapping to the message loop. A window that is hidden before that is never mapped:
+/// window managers lose requests about a window that is mapped, withdrawn and mapped again at once.
+void ShowNewWindow(Session& session, AppWindow& window);
+void MapNewWindows(Session& session);
+
 /// Releases mouse, focus and exclusion of a window that is about to be destroyed.
 void ReleaseWindowState(Session& session, AppWindow& window);
 

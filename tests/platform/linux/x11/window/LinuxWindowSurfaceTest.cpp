@@ -649,6 +649,34 @@ TEST_F(LinuxWindowSurface, ADpiChangeSuggestsABoundsChange) {
     EXPECT_EQ(*suggested, (Rectangle{100, 100, 400, 280}));
 }
 
+TEST_F(LinuxWindowSurface, ANewWindowThatIsHiddenBeforeTheLoopRunsIsNeverMapped) {
+    const std::uint32_t events = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    xcb_change_window_attributes(other_->Get(), other_->Root(), XCB_CW_EVENT_MASK, &events);
+    other_->Sync();
+    WindowOptions options = Plain();
+    options.visible = true;
+    const Owned<AppWindow> window = MakeWindow(options);
+    EXPECT_TRUE(IsWindowShown(*window));
+    HideWindow(*window);
+    EXPECT_FALSE(IsWindowShown(*window));
+    const Owned<AppWindow> later = MakeWindow(Overlay());
+    ShowTopmostAt(*later, {100, 100, 300, 220});
+    ASSERT_TRUE(RunUntilPixel(*later, 150, 150, red));
+    EXPECT_EQ(other_->Events(XCB_MAP_NOTIFY), 1);
+}
+
+TEST_F(LinuxWindowSurface, ANewWindowThatIsHiddenAndMinimizedBeforeTheLoopRunsStartsMinimized) {
+    StartWindowManager();
+    WindowOptions options = Plain();
+    options.visible = true;
+    const Owned<AppWindow> window = MakeWindow(options);
+    HideWindow(*window);
+    MinimizeWindow(*window);
+    EXPECT_TRUE(RunUntil(*window, [&] { return IsWindowMinimized(*window); }));
+    ShowInFront(*window);
+    EXPECT_TRUE(RunUntil(*window, [&] { return other_->PixelAt(200, 200) == red && !IsWindowMinimized(*window); }));
+}
+
 TEST_F(LinuxWindowSurface, AWindowManagerEnforcesTheMinimumSizeAndRaisesTheWindow) {
     StartWindowManager();
     const Owned<AppWindow> window = MakeWindow(Plain());

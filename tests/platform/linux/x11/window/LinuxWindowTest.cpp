@@ -106,6 +106,7 @@ protected:
         options.visible = true;
         window_ = MakeWindow(options);
         ASSERT_NE(window_, nullptr);
+        ASSERT_TRUE(RunUntil([] { return CountOf(message::paint) > 0; }));
     }
     /// Runs the loop until the condition holds. Returns false on timeout.
     bool RunUntil(std::function<bool()> condition) { return support::RunUntil(*window_, std::move(condition)); }
@@ -209,7 +210,8 @@ TEST_F(LinuxWindow, FlushReturnsIfTheServerIsDead) {
 
 TEST_F(LinuxWindow, ReceivesCreateAndOneDestroy) {
     Open();
-    const std::vector<Received> made = {{message::getMinMaxInfo, 0}, {message::create, 0}, {message::showWindow, 1}};
+    const std::vector<Received> made = {
+        {message::getMinMaxInfo, 0}, {message::create, 0}, {message::showWindow, 1}, {message::paint, 0}};
     EXPECT_EQ(received, made);
     received.clear();
     DefaultProcedure(*window_, message::close, 0, 0);
