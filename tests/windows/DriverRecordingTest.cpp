@@ -1,6 +1,7 @@
 // Recordings of the program as it ships, over the doubles of the graphics driver, and captures that start again because
 // the monitor or the format changes.
 #include "capture/CaptureEngine.h"
+#include "platform/Monitors.h"
 #include "windows/DriverPictures.h"
 #include "windows/ScreenPattern.h"
 
@@ -106,6 +107,9 @@ TEST_F(DriverRecording, RestartsTheCaptureWhenTheMonitorChangesItsSize) {
 
 TEST_F(DriverRecording, RestartsTheCaptureWithAChangedFormat) {
     Script("set images 30");
+    // As the program does at its start. The doubles watch the calls of a process from here on.
+    std::vector<AdapterRecord> adapters;
+    ASSERT_TRUE(ListAdapterRecords(adapters));
     CaptureConfig config;
     config.width = 1920;
     config.height = 1080;
