@@ -210,8 +210,8 @@ TEST_F(LinuxWindow, FlushReturnsIfTheServerIsDead) {
 
 TEST_F(LinuxWindow, ReceivesCreateAndOneDestroy) {
     Open();
-    const std::vector<Received> made = {
-        {message::getMinMaxInfo, 0}, {message::create, 0}, {message::showWindow, 1}, {message::paint, 0}};
+    std::erase(received, Received{message::paint, 0});
+    const std::vector<Received> made = {{message::getMinMaxInfo, 0}, {message::create, 0}, {message::showWindow, 1}};
     EXPECT_EQ(received, made);
     received.clear();
     DefaultProcedure(*window_, message::close, 0, 0);
