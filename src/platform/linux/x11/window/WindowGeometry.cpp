@@ -287,14 +287,16 @@ void MinimizeWindow(AppWindow& window) {
     x11::Session& session = x11::CurrentSession();
     if (!x11::ReadNumberProperty(session, session.screen->root, session.atoms.netSupportingWmCheck)) {
         HideWindow(window);
-    } else if (window.shown && !window.mustMap) {
-        x11::SendClientMessage(session.screen->root, window.id, session.atoms.wmChangeState,
-                               XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                               XCB_ICCCM_WM_STATE_ICONIC);
-    } else {
+        return;
+    }
+    if (!window.shown || window.mustMap) {
         x11::SetInitialState(session, window, XCB_ICCCM_WM_STATE_ICONIC);
         ShowWindowPlain(window);
     }
+    // Also after the mapping: some window managers ignore the initial state.
+    x11::SendClientMessage(session.screen->root, window.id, session.atoms.wmChangeState,
+                           XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                           XCB_ICCCM_WM_STATE_ICONIC);
 }
 
 bool IsWindowShown(AppWindow& window) { return window.shown && !window.destroyed; }
