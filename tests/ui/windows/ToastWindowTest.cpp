@@ -151,10 +151,10 @@ TEST_F(Notifications, TheDesignIsScaledIntoTheWindow) {
 }
 
 TEST_F(Notifications, ALongTextHasSeveralLines) {
-    ShowToast({u"Screenshot: Ctrl + Alt + S is busy.", IconKind::Camera, true});
+    ShowToast({u"Ctrl + Alt + S is busy.", IconKind::Camera, true});
     EXPECT_TRUE(IsToastShown());
     const std::vector<std::string> lines = Paint(*toast_);
-    EXPECT_THAT(lines, Contains("text 68,14,314,74 15/400 wrapped 241,242,250 \"Screenshot: Ctrl + Alt + S is busy.\""));
+    EXPECT_THAT(lines, Contains("text 68,14,314,74 15/400 wrapped 241,242,250 \"Ctrl + Alt + S is busy.\""));
     HideToast();
     EXPECT_FALSE(IsToastShown());
 }
