@@ -1,0 +1,18 @@
+// Pictures in memory. A path that the test has not set has none. Each path of MakeThumbnails is recorded as
+// "MakeThumbnail", each LoadPicture under its name, with the whole path in UTF-8 as the subject; both can be made to
+// fail, to throw or to wait in a hook (Calls.h).
+#pragma once
+
+#include <map>
+
+#include "platform/Pictures.h"
+
+namespace zv::fake {
+
+/// The picture of each path, for both functions. Set it only while no worker runs.
+std::map<Text, PixelBitmap>& ThePictures();
+
+/// A picture of one colour.
+PixelBitmap PictureOf(std::uint32_t color, std::int32_t width, std::int32_t height);
+
+}  // namespace zv::fake
