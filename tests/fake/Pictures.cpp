@@ -27,8 +27,9 @@ PixelBitmap PictureOf(std::uint32_t color, std::int32_t width, std::int32_t heig
 
 }  // namespace fake
 
-void MakeThumbnails(const std::vector<Text>& paths, std::int32_t /*width*/, std::int32_t /*height*/,
+void MakeThumbnails(const std::vector<Text>& paths, std::int32_t width, std::int32_t height,
                     std::vector<PixelBitmap>& made) {
+    const fake::Call batch("MakeThumbnails", std::to_string(width) + "x" + std::to_string(height));
     for (const Text& path : paths) {
         made.push_back(fake::Picture("MakeThumbnail", path));
     }

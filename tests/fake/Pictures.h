@@ -1,6 +1,6 @@
-// Pictures in memory. A path that the test has not set has none. Each path of MakeThumbnails is recorded as
-// "MakeThumbnail", each LoadPicture under its name, with the whole path in UTF-8 as the subject; both can be made to
-// fail, to throw or to wait in a hook (Calls.h).
+// Pictures in memory. A path that the test has not set has none. MakeThumbnails is recorded with its size as the
+// subject, then each of its paths as "MakeThumbnail", and each LoadPicture under its name, with the whole path in UTF-8
+// as the subject; all can be made to fail, to throw or to wait in a hook (Calls.h).
 #pragma once
 
 #include <map>

@@ -37,6 +37,7 @@ Interface::Interface() {
     fake::TheFront() = {};
     fake::TheMonitors() = {};
     fake::ResetScreenGrab();
+    fake::ThePictures().clear();
     fake::ResetTray();
     fake::ResetMenus();
     fake::ResetIcons();
@@ -62,6 +63,7 @@ Interface::~Interface() {
     Ui().capture.capturePollSlot.Wait();
     Ui().screenshot.screenshotSlot.Wait();
     Ui().library.mediaRefreshSlot.Wait();
+    Ui().library.thumbnailSlot.Wait();
     EXPECT_FALSE(fake::TheEngine().overlapped) << "two threads were inside the engine at once";
     fake::ResetCalls();
 }
@@ -100,6 +102,7 @@ void Interface::AwaitJob() { Await(Ui().capture.captureJobSlot); }
 void Interface::AwaitPoll() { Await(Ui().capture.capturePollSlot); }
 void Interface::AwaitScreenshot() { Await(Ui().screenshot.screenshotSlot); }
 void Interface::AwaitRefresh() { Await(Ui().library.mediaRefreshSlot); }
+void Interface::AwaitThumbnails() { Await(Ui().library.thumbnailSlot); }
 
 void Interface::FinishJob() {
     AwaitJob();

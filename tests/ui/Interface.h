@@ -22,6 +22,7 @@
 #include "fake/Folders.h"
 #include "fake/FrontWindow.h"
 #include "fake/Monitors.h"
+#include "fake/Pictures.h"
 #include "fake/PopupMenu.h"
 #include "fake/ScreenGrab.h"
 #include "fake/TrayIcon.h"
@@ -92,6 +93,7 @@ protected:
     void AwaitPoll();                          ///< the same for the poll
     void AwaitScreenshot();                    ///< the same for the screenshot
     void AwaitRefresh();                       ///< the same for the library
+    void AwaitThumbnails();                    ///< the same for the thumbnails
     void FinishJob();                          ///< awaits and collects by timer 43, with the refresh that follows
     void FinishRefreshes();                    ///< awaits and collects all that were requested
     void RunTo(const std::string& operation);  ///< until the worker is inside that operation, which the gate must hold

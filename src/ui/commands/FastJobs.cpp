@@ -6,6 +6,7 @@
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/Commands.h"
 #include "ui/commands/Library.h"
+#include "ui/commands/Thumbnails.h"
 #include "ui/state/UiGlobals.h"
 
 namespace zv {
@@ -17,10 +18,11 @@ struct FastJob {
     bool (*collect)() = nullptr;  ///< returns true if the job was finished
 };
 
-std::array<FastJob, 3> FastJobs() {
+std::array<FastJob, 4> FastJobs() {
     return {{{Ui().capture.captureJobSlot, true, CollectCaptureJob},
              {Ui().screenshot.screenshotSlot, false, CollectScreenshot},
-             {Ui().library.mediaRefreshSlot, false, CollectMediaRefresh}}};
+             {Ui().library.mediaRefreshSlot, false, CollectMediaRefresh},
+             {Ui().library.thumbnailSlot, false, CollectThumbnails}}};
 }
 
 }  // namespace

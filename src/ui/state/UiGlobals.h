@@ -3,10 +3,14 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
+#include <memory>
+#include <vector>
 
 #include "capture/CaptureEngine.h"
 #include "core/Text.h"
 #include "library/LibraryScan.h"
+#include "library/Thumbnails.h"
 #include "platform/AppIcon.h"
 #include "platform/Window.h"
 #include "ui/kit/UiState.h"
@@ -45,6 +49,8 @@ struct LibraryRecord {
     FutureSlot<MediaResult> mediaRefreshSlot;
     MediaResult found;          ///< by the last collected scan, which replaces it as a whole
     bool refreshAgain = false;  ///< a scan was requested while one runs
+    FutureSlot<std::vector<KeyedThumbnail>> thumbnailSlot;
+    std::map<Text, std::shared_ptr<MediaThumbnail>> thumbnailCache;  ///< by ThumbnailKey
 };
 
 struct GalleryRecord {

@@ -60,6 +60,7 @@ void OnDestroy(AppWindow& window) {
     StopTimer(window, collectionTimer);
     Ui().programWindows.badge.reset();
     WaitForFileJobs();
+    Ui().library.thumbnailCache.clear();
     RemoveTrayIcon();
     WaitForEngineJobs();
     Engine().StopAll();
