@@ -1,6 +1,6 @@
 # The libraries of the Windows platform folder, all part of Windows. dxgi, d3d11, dwmapi and avrt are loaded from the
 # system folder (SystemLibrary.h).
-target_link_libraries(zorvel_platform PUBLIC uuid ole32 oleaut32 shell32 user32 gdi32 advapi32 gdiplus winmm)
+target_link_libraries(zorvel_platform PUBLIC uuid ole32 oleaut32 shell32 user32 gdi32 advapi32 comdlg32 gdiplus winmm)
 
 # Manifest, icon, version and the About text.
 enable_language(RC)

@@ -40,6 +40,7 @@ Interface::Interface() {
     fake::ThePictures().clear();
     fake::ResetTray();
     fake::ResetMenus();
+    fake::ResetDialogs();
     fake::ResetIcons();
     fake::TheFolders().videos = Folder(u"videos");
     fake::TheFolders().pictures = Folder(u"pictures");

@@ -19,6 +19,7 @@
 #include "fake/CaptureEngine.h"
 #include "fake/Clock.h"
 #include "fake/Environment.h"
+#include "fake/FileDialogs.h"
 #include "fake/Folders.h"
 #include "fake/FrontWindow.h"
 #include "fake/Monitors.h"

@@ -5,6 +5,7 @@
 #include <windows.h>
 // These need the headers above.
 #include <avrt.h>
+#include <commdlg.h>
 #include <d3d11.h>
 #include <dwmapi.h>
 #include <dxgi1_6.h>

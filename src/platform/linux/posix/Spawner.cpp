@@ -62,8 +62,9 @@ void ResetSignals() {
     if (!plan.outlivesUs) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
     }
+    const int errors = plan.errors >= 0 ? plan.errors : plan.log;
     // The death signal is not sent if the parent died before the line above.
-    if (getppid() == parent && dup2(plan.input, 0) == 0 && dup2(plan.log, 1) == 1 && dup2(plan.log, 2) == 2) {
+    if (getppid() == parent && dup2(plan.input, 0) == 0 && dup2(plan.log, 1) == 1 && dup2(errors, 2) == 2) {
         syscall(SYS_close_range, 3U, ~0U, CLOSE_RANGE_CLOEXEC);
         execve(plan.path, plan.arguments, environ);
     }

@@ -15,6 +15,7 @@ struct SpawnPlan {
     char* const* arguments = nullptr;
     int input = -1;           ///< becomes descriptor 0; 3 or above
     int log = -1;             ///< becomes descriptors 1 and 2; 3 or above
+    int errors = -1;          ///< becomes descriptor 2 in place of `log`; 3 or above
     bool outlivesUs = false;  ///< no death signal
 };
 

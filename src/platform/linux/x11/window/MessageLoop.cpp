@@ -196,6 +196,9 @@ void WaitForWork(Session& session) {
     std::vector<pollfd>& sources = session.loop.sources;
     sources.assign(
         {pollfd{xcb_get_file_descriptor(session.connection.get()), POLLIN, 0}, pollfd{EndSignals(), POLLIN, 0}});
+    if (session.loop.dialogEnd >= 0) {
+        sources.push_back({session.loop.dialogEnd, POLLIN, 0});
+    }
     dbus::AddBusDescriptors(sources);
     if (ppoll(sources.data(), sources.size(), waitNs < 0 ? nullptr : &wait, nullptr) > 0 && sources[1].revents != 0) {
         ReadEndSignals();

@@ -34,6 +34,7 @@ struct MessageLoop {
     std::deque<Message> queue;
     std::vector<Timer> timers;
     std::vector<pollfd> sources;          ///< of the last wait
+    int dialogEnd = -1;                   ///< readable once the dialog's program has ended; -1 if there is none
     std::int64_t displayChangeDueNs = 0;  ///< 0: none is pending
     bool serverLost = false;
     bool quitting = false;
