@@ -58,8 +58,10 @@ bool HoldsMedia(const Text& folderName) {
 
 }  // namespace
 
+Text CaptureLogsFolder() { return JoinPath(CacheFolder(), u"ZVReelsMax"); }
+
 bool MakeCacheFolder(Text& folder) {
-    const Text caches = JoinPath(CacheFolder(), u"ZVReelsMax");
+    const Text caches = CaptureLogsFolder();
     folder = JoinPath(caches, DecimalUnsigned(OwnProcessId()) + u"-" + DecimalUnsigned(TickMs()));
     return CreatePrivateFolder(caches) && CreatePrivateFolder(folder);
 }

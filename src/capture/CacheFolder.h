@@ -6,6 +6,9 @@
 
 namespace zv {
 
+/// The parent of these folders; it may not exist.
+Text CaptureLogsFolder();
+
 /// Creates a new folder for this process, which only the user can access. Sets its path in any case. Returns false on
 /// failure.
 bool MakeCacheFolder(Text& folder);

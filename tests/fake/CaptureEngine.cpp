@@ -1,6 +1,8 @@
 #include "fake/CaptureEngine.h"
 
 #include "capture/CacheFolder.h"
+#include "platform/Files.h"
+#include "platform/Folders.h"
 
 namespace zv {
 namespace {
@@ -86,6 +88,8 @@ std::int32_t CaptureEngine::BufferedSeconds() { return TheEngine().pollResult.bu
 bool CaptureEngine::StartEncoder(EncoderProcess&, const Text&, const Text&) { return false; }
 bool CaptureEngine::StartChild(EncoderProcess&, const Text&, const Text&) { return false; }
 bool CaptureEngine::StopChild(EncoderProcess&, std::uint32_t) { return false; }
+
+Text CaptureLogsFolder() { return JoinPath(CacheFolder(), u"ZVReelsMax"); }
 
 void RemoveLeftovers(const Text&) {
     const EngineCall inside;

@@ -5,7 +5,7 @@
 namespace zv {
 
 void ShowInformation(TextView text, TextView caption) {
-    MessageBoxW(nullptr, Native(Text(text)), Native(Text(caption)), MB_ICONINFORMATION);
+    MessageBoxW(GetActiveWindow(), Native(Text(text)), Native(Text(caption)), MB_ICONINFORMATION);
 }
 
 }  // namespace zv

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
@@ -29,6 +30,10 @@ struct Request {
     bool done = false;
 };
 
+/// Between two looks for orphans that have ended. Killed ones end at once; a browser runs for hours.
+constexpr std::chrono::milliseconds shortestCollectPeriod(20);
+constexpr std::chrono::milliseconds longestCollectPeriod(1000);
+
 struct Spawner {
     std::mutex lock;
     std::condition_variable called;
@@ -36,6 +41,7 @@ struct Spawner {
     bool started = false;
     std::vector<Request*> requests;
     std::vector<pid_t> orphans;
+    std::chrono::milliseconds collectPeriod = shortestCollectPeriod;
 };
 
 /// Never destroyed: its thread runs until the process ends.
@@ -128,13 +134,13 @@ void Collect(std::vector<pid_t>& orphans) {
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, nullptr);
 
-    constexpr auto collectPeriod = std::chrono::milliseconds(20);
     std::unique_lock guard(spawner.lock);
     for (;;) {
         if (spawner.requests.empty() && spawner.orphans.empty()) {
             spawner.called.wait(guard);
-        } else if (spawner.requests.empty()) {
-            spawner.called.wait_for(guard, collectPeriod);
+        } else if (spawner.requests.empty() &&
+                   spawner.called.wait_for(guard, spawner.collectPeriod) == std::cv_status::timeout) {
+            spawner.collectPeriod = std::min(2 * spawner.collectPeriod, longestCollectPeriod);
         }
         Collect(spawner.orphans);
         const std::vector<Request*> requests = std::move(spawner.requests);
@@ -180,6 +186,7 @@ void CollectLater(pid_t child) {
     Spawner& spawner = TheSpawner();
     const std::lock_guard guard(spawner.lock);
     spawner.orphans.push_back(child);
+    spawner.collectPeriod = shortestCollectPeriod;
     spawner.called.notify_one();
 }
 

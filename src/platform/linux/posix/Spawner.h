@@ -23,7 +23,7 @@ struct SpawnPlan {
 /// id, or -1 on failure.
 pid_t SpawnFromPermanentThread(const SpawnPlan& plan);
 
-/// Reaps a killed child after it has ended, without blocking the caller.
+/// Reaps a child within a second after it has ended, a killed one sooner. Does not block the caller.
 void CollectLater(pid_t child);
 
 }  // namespace zv

@@ -752,31 +752,51 @@ TEST_F(LinuxWindow, ASecondCopyRaisesTheCoveredWindowOfTheFirst) {
 class InformationBox : public testing::Test {
 protected:
     InformationBox() : path_(getenv("PATH")) { setenv("PATH", folder_.Path().c_str(), 1); }
-    ~InformationBox() override { setenv("PATH", path_.c_str(), 1); }
-    void Install(const std::string& name, const std::string& end) {
+    ~InformationBox() override {
+        setenv("PATH", path_.c_str(), 1);
+        Close();
+    }
+    /// Installs a program that writes its arguments into a file and runs until Close.
+    void Install(const std::string& name) {
         const auto script = folder_.Path() / name;
-        support::WriteBytes(script, "#!/bin/sh\nfor a in \"$@\"; do echo \"$a\"; done >\"" +
-                                        (folder_.Path() / name).string() + ".seen\"\n" + end + "\n");
+        support::WriteBytes(script, "#!/bin/sh\ncd '" + folder_.Path().string() +
+                                        "'\nfor a in \"$@\"; do echo \"$a\"; done >>" + name +
+                                        ".seen\nwhile [ ! -e close ]; do /bin/sleep 0.01; done\n");
         chmod(script.c_str(), 0700);
     }
-    std::string Seen(const std::string& name) const { return support::ReadBytes(folder_.Path() / (name + ".seen")); }
+    bool HasSeen(const std::string& name, const std::string& arguments) const {
+        return support::Eventually([&] { return support::ReadBytes(folder_.Path() / (name + ".seen")) == arguments; });
+    }
+    /// Ends the programs and waits until they are reaped.
+    void Close() {
+        support::WriteBytes(folder_.Path() / "close", "");
+        EXPECT_TRUE(support::Eventually([] { return waitid(P_ALL, 0, nullptr, WEXITED | WNOHANG | WNOWAIT) < 0; }));
+        std::filesystem::remove(folder_.Path() / "close");
+    }
 
     support::TemporaryFolder folder_;
     std::string path_;
 };
 
-TEST_F(InformationBox, UsesTheDesktopsProgram) {
-    Install("zenity", "exit 0");
-    Install("xmessage", "exit 0");
+TEST_F(InformationBox, UsesTheDesktopsProgramOnceAtATime) {
+    Install("zenity");
+    Install("xmessage");
+    const std::string seen = "--info\n--no-markup\n--title=Zorvel\n--text=Text with <signs> & \xC3\xA4\n";
+    for (int i = 0; i < 3; ++i) {
+        ShowInformation(u"Text with <signs> & \u00E4", u"Zorvel");
+    }
+    EXPECT_TRUE(HasSeen("zenity", seen));
+    Close();
+    EXPECT_EQ(support::ReadBytes(folder_.Path() / "zenity.seen"), seen);
     ShowInformation(u"Text with <signs> & \u00E4", u"Zorvel");
-    EXPECT_EQ(Seen("zenity"), "--info\n--no-markup\n--title=Zorvel\n--text=Text with <signs> & \xC3\xA4\n");
-    EXPECT_EQ(Seen("xmessage"), "");
+    EXPECT_TRUE(HasSeen("zenity", seen + seen));
+    EXPECT_FALSE(std::filesystem::exists(folder_.Path() / "xmessage.seen"));
 }
 
 TEST_F(InformationBox, UsesThePlainProgramIfTheDesktopHasNone) {
-    Install("xmessage", "exit 0");
+    Install("xmessage");
     ShowInformation(u"Text", u"Zorvel");
-    EXPECT_EQ(Seen("xmessage"), "-center\n-title\nZorvel\nText\n");
+    EXPECT_TRUE(HasSeen("xmessage", "-center\n-title\nZorvel\nText\n"));
 }
 
 TEST_F(InformationBox, WritesALineToStandardErrorIfThereIsNoProgram) {
