@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::uint32_t packetFrames = 480;
 constexpr std::int64_t packetUnits = 100'000;  // 10 ms
+constexpr std::int64_t unitsPerSecond = 10'000'000;
 constexpr double hertz = 440;
 constexpr double amplitude = 0.25;
 
@@ -54,6 +55,8 @@ void SetReplayScene(const Text& commandsPath) {
     fake::ResetDesktop();
     fake::ResetEndpoints();
     fake::TheEndpoint(true).source = Tone();
+    // Wine does not schedule the worker ahead of other programs as Windows does.
+    fake::TheEndpoint(true).keeps = 2 * unitsPerSecond;
     SetEnvironmentValue(u"ZV_FFMPEG", JoinPath(ExecutableFolder(), u"forwarding\\ffmpeg.exe"));
     SetEnvironmentValue(u"ZV_TEST_COMMANDS", commandsPath);
 }

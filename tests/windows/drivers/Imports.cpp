@@ -66,11 +66,15 @@ struct KnownPipe {
     std::string stem;
 };
 
-/// The last 16 pipes. The lock has no handle, because tests count handles.
+/// The last 16 pipes. A closed pipe's handle may belong to a later pipe. The lock has no handle, because tests count
+/// handles.
 class KnownPipes {
 public:
     void Add(HANDLE handle, const std::string& stem) {
         AcquireSRWLockExclusive(&lock_);
+        std::replace_if(
+            pipes_.begin(), pipes_.end(), [handle](const KnownPipe& pipe) { return pipe.handle == handle; },
+            KnownPipe());
         pipes_[next_++ % pipes_.size()] = {handle, stem};
         ReleaseSRWLockExclusive(&lock_);
     }
