@@ -32,7 +32,10 @@ endif()
 
 # The entry point, the fakes and GoogleTest's headers are compiled once for all tests. Tests are compiled without
 # optimization; the code under test is compiled as it ships.
-set(zv_test_flags -O0 -g1)
+set(zv_test_flags -O0)
+if(NOT WIN32)  # Wine prints no source lines
+  list(APPEND zv_test_flags -g1)
+endif()
 # These fakes process whole pictures and would take ten times as long without optimization.
 set(zv_busy_fakes BytePipe DesktopCapture EncoderLibrary NumberedDesktop)
 
@@ -69,7 +72,7 @@ function(zv_test_program name compile suffix)
       zv_shared_object(object fake_${fake} fake/${fake}.cpp ${compile} ${zv_test_flags})
       target_precompile_headers(${object} REUSE_FROM ${main})
     else()
-      zv_shared_object(object fake_${fake} fake/${fake}.cpp ${compile} -O1 -g1)
+      zv_shared_object(object fake_${fake} fake/${fake}.cpp ${compile} ${zv_test_flags} -O1)
     endif()
     list(APPEND objects $<TARGET_OBJECTS:${object}>)
   endforeach()

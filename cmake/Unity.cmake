@@ -1,6 +1,6 @@
 # Unity builds: the files of one folder are compiled as one, which takes a third of the time. The sanitizers' copies
-# and, with ZV_UNITY, the plain libraries are built in this way; a library that compiles every file by itself finds a
-# missing #include.
+# and, with ZV_UNITY, the plain libraries are built in this way. ./test --nightly compiles every file of the Linux
+# program by itself, which finds a missing #include.
 #
 # A file stays by itself if a test may replace it, because the linker must be able to leave it out: the files that
 # implement a header of src/platform/, and those that have the name of a fake. The colour conversion's files repeat
