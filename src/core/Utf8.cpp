@@ -2,6 +2,7 @@
 // escapes the three bytes of the high surrogate one by one instead.
 #include "core/Utf8.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -99,6 +100,29 @@ void AppendPoint(Text& text, char32_t point) {
     }
 }
 
+/// Returns true if `byte` may follow `lead`. Others would begin a surrogate, a character above U+10FFFF or one that has
+/// a shorter form.
+bool IsSecondByte(unsigned char lead, unsigned char byte) {
+    const unsigned least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+    const unsigned greatest = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+    return byte >= least && byte <= greatest;
+}
+
+/// The number of bytes at the front of `bytes` that begin a character or are one. At least 1.
+std::size_t LengthOfBeginning(std::string_view bytes) {
+    const auto lead = static_cast<unsigned char>(bytes.front());
+    const std::size_t limit = std::min(bytes.size(), LengthFromLead(lead));
+    std::size_t length = 1;
+    while (length < limit) {
+        const auto byte = static_cast<unsigned char>(bytes[length]);
+        if (length == 1 ? !IsSecondByte(lead, byte) : (byte & 0xC0U) != 0x80U) {
+            break;
+        }
+        ++length;
+    }
+    return length;
+}
+
 std::string Encode(TextView text, bool unescape) {
     std::string bytes;
     bytes.reserve(text.size());
@@ -132,6 +156,29 @@ std::optional<Text> DecodeGeneralUtf8(std::string_view bytes) {
         bytes.remove_prefix(decoded.length);
     }
     return text;
+}
+
+Text DecodeUtf8(std::string_view bytes) {
+    Text text;
+    text.reserve(bytes.size());
+    while (!bytes.empty()) {
+        const std::size_t length = LengthOfBeginning(bytes);
+        const bool whole = length == LengthFromLead(static_cast<unsigned char>(bytes.front()));
+        AppendPoint(text, whole ? DecodeFront(bytes).point : U'\xFFFD');
+        bytes.remove_prefix(length);
+    }
+    return text;
+}
+
+bool IsUtf8(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const std::size_t length = LengthOfBeginning(bytes);
+        if (length != LengthFromLead(static_cast<unsigned char>(bytes.front()))) {
+            return false;
+        }
+        bytes.remove_prefix(length);
+    }
+    return true;
 }
 
 Text FromUtf8(std::string_view bytes) {

@@ -23,4 +23,11 @@ std::string ToGeneralUtf8(TextView text);
 /// Reverses ToGeneralUtf8. Returns nothing for bytes that do not have that form.
 std::optional<Text> DecodeGeneralUtf8(std::string_view bytes);
 
+/// Text for people, whose bytes need not survive: what is not UTF-8 becomes U+FFFD, one for each beginning of a
+/// character that is broken off and one for any other byte, as the Unicode standard recommends.
+Text DecodeUtf8(std::string_view bytes);
+
+/// Returns true if the bytes are UTF-8 without surrogates.
+bool IsUtf8(std::string_view bytes);
+
 }  // namespace zv

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <utility>
+#include <vector>
 
 namespace zv {
 namespace {
@@ -59,6 +61,38 @@ TEST(GeneralUtf8, OtherBytesAreNotDecoded) {
         EXPECT_FALSE(DecodeGeneralUtf8(bytes).has_value());
     }
     EXPECT_EQ(ToGeneralUtf8(Text(1, u'\xDCE9')), "\xED\xB3\xA9");
+}
+
+TEST(DecodedUtf8, ReplacesWhatIsNotUtf8) {
+    const std::vector<std::pair<std::string, Text>> rows{
+        {"", u""},
+        {"a\xC3\xA9\xE6\x9D\xB1\xF0\x9F\x8E\xAE", u"a\u00E9\u6771\U0001F3AE"},
+        {"\xEF\xBB\xBF"
+         "a",
+         u"\uFEFFa"},
+        {"\xF4\x8F\xBF\xBF\xED\x9F\xBF\xEE\x80\x80", u"\U0010FFFF\uD7FF\uE000"},
+        {"a\x80"
+         "b",
+         u"a\uFFFDb"},
+        {"\xC3", u"\uFFFD"},
+        {"\xC3(", u"\uFFFD("},
+        {"\xE6\x9D", u"\uFFFD"},
+        {"\xE6\x9D"
+         "a",
+         u"\uFFFDa"},
+        {"\xF0\x9F\x8E", u"\uFFFD"},
+        {"\xF0\x9F\x8E\xF0\x9F\x8E\xAE", u"\uFFFD\U0001F3AE"},
+        {"\xC0\xAF", u"\uFFFD\uFFFD"},
+        {"\xE0\x80\xAF", u"\uFFFD\uFFFD\uFFFD"},
+        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},
+        {"\xF0\x8F\xBF\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"\xF5\xFF", u"\uFFFD\uFFFD"},
+    };
+    for (const auto& [bytes, text] : rows) {
+        EXPECT_EQ(DecodeUtf8(bytes), text) << testing::PrintToString(bytes);
+        EXPECT_EQ(IsUtf8(bytes), !Contains(text, u"\uFFFD")) << testing::PrintToString(bytes);
+    }
 }
 
 TEST(Utf8, EveryByteStringConvertsBackUnchanged) {

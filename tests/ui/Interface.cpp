@@ -35,6 +35,8 @@ Interface::Interface() {
     fake::ResetClock();
     fake::TheEnvironment() = {};
     fake::TheFront() = {};
+    fake::TheProfiles() = {};
+    fake::TheWeb() = {};
     fake::TheMonitors() = {};
     fake::ResetScreenGrab();
     fake::ThePictures().clear();
@@ -65,6 +67,8 @@ Interface::~Interface() {
     Ui().screenshot.screenshotSlot.Wait();
     Ui().library.mediaRefreshSlot.Wait();
     Ui().library.thumbnailSlot.Wait();
+    Ui().feeds.recommendationsSlot.Wait();
+    Ui().feeds.updateSlot.Wait();
     EXPECT_FALSE(fake::TheEngine().overlapped) << "two threads were inside the engine at once";
     fake::ResetCalls();
 }
@@ -104,6 +108,10 @@ void Interface::AwaitPoll() { Await(Ui().capture.capturePollSlot); }
 void Interface::AwaitScreenshot() { Await(Ui().screenshot.screenshotSlot); }
 void Interface::AwaitRefresh() { Await(Ui().library.mediaRefreshSlot); }
 void Interface::AwaitThumbnails() { Await(Ui().library.thumbnailSlot); }
+void Interface::AwaitFeeds() {
+    Await(Ui().feeds.recommendationsSlot);
+    Await(Ui().feeds.updateSlot);
+}
 
 void Interface::FinishJob() {
     AwaitJob();

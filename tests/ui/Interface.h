@@ -22,9 +22,11 @@
 #include "fake/FileDialogs.h"
 #include "fake/Folders.h"
 #include "fake/FrontWindow.h"
+#include "fake/HttpsGet.h"
 #include "fake/Monitors.h"
 #include "fake/Pictures.h"
 #include "fake/PopupMenu.h"
+#include "fake/ProfileFile.h"
 #include "fake/ScreenGrab.h"
 #include "fake/TrayIcon.h"
 #include "fake/Window.h"
@@ -95,6 +97,7 @@ protected:
     void AwaitScreenshot();                    ///< the same for the screenshot
     void AwaitRefresh();                       ///< the same for the library
     void AwaitThumbnails();                    ///< the same for the thumbnails
+    void AwaitFeeds();                         ///< the same for the update check and the recommended cards
     void FinishJob();                          ///< awaits and collects by timer 43, with the refresh that follows
     void FinishRefreshes();                    ///< awaits and collects all that were requested
     void RunTo(const std::string& operation);  ///< until the worker is inside that operation, which the gate must hold

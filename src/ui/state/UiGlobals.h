@@ -9,6 +9,8 @@
 
 #include "capture/CaptureEngine.h"
 #include "core/Text.h"
+#include "feeds/Recommendations.h"
+#include "feeds/UpdateCheck.h"
 #include "library/LibraryScan.h"
 #include "library/Thumbnails.h"
 #include "platform/AppIcon.h"
@@ -51,6 +53,14 @@ struct LibraryRecord {
     bool refreshAgain = false;  ///< a scan was requested while one runs
     FutureSlot<std::vector<KeyedThumbnail>> thumbnailSlot;
     std::map<Text, std::shared_ptr<MediaThumbnail>> thumbnailCache;  ///< by ThumbnailKey
+};
+
+/// The feeds of the publisher. Each result stays until the next one replaces it as a whole.
+struct FeedsRecord {
+    FutureSlot<std::vector<Recommendation>> recommendationsSlot;
+    FutureSlot<PublishedUpdate> updateSlot;
+    std::vector<Recommendation> recommendations;
+    PublishedUpdate update;  ///< all empty: not checked yet
 };
 
 struct GalleryRecord {
@@ -111,6 +121,7 @@ struct UiGlobals {
     CaptureRecord capture;
     ScreenshotRecord screenshot;
     LibraryRecord library;
+    FeedsRecord feeds;
     GalleryRecord gallery;
     Toast toast;  ///< the notification that was shown last
     BadgeRecord badge;

@@ -8,6 +8,7 @@
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/Commands.h"
 #include "ui/commands/FastJobs.h"
+#include "ui/commands/Feeds.h"
 #include "ui/commands/Hotkeys.h"
 #include "ui/commands/Status.h"
 #include "ui/kit/DrawingFrame.h"
@@ -54,6 +55,7 @@ struct EndOfProgram {
 void OnDestroy(AppWindow& window) {
     const EndOfProgram end;
     Ui().phase = ProgramPhase::Closing;
+    WaitForFeeds();
     Ui().programWindows.toast.reset();
     CloseShortcutEditor();
     StopTimer(window, housekeepingTimer);
@@ -137,6 +139,7 @@ void OnCollectionTimer(AppWindow& window) {
 }
 
 void OnHousekeepingTimer() {
+    CollectFeeds();
     const FrontWindow front = LookUpFrontWindow();
     RefreshGameName(front);
     UpdateBadge(front);
@@ -223,6 +226,7 @@ std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
 }
 
 void EndWithoutMainWindow() {
+    WaitForFeeds();
     WaitForFileJobs();
     WaitForEngineJobs();
     if (Ui().phase == ProgramPhase::Ended) {

@@ -30,7 +30,7 @@ TEST_F(Links, CreateAMissingFolderAndOpenIt) {
 }
 
 TEST_F(Links, SayWhyAFolderCannotBeOpened) {
-    OpenFolder(u"");
+    OpenFolder(Text());
     EXPECT_EQ(Ui().statusText, u"Choose a folder in Gallery > Folders.");
     const Text file = Folder(u"file");
     std::ofstream(ToPath(file)) << "x";

@@ -1,0 +1,23 @@
+#include "fake/ProfileFile.h"
+
+#include "fake/Calls.h"
+
+namespace zv {
+
+Text ReadProfileText(TextView path, TextView section, TextView key) {
+    const fake::Call call("ReadProfileText");
+    fake::ProfileControls& profiles = fake::TheProfiles();
+    profiles.sections.emplace_back(section);
+    const auto found = profiles.values.find({Text(path), Text(section), Text(key)});
+    return found == profiles.values.end() ? Text() : found->second;
+}
+
+namespace fake {
+
+ProfileControls& TheProfiles() {
+    static ProfileControls profiles;
+    return profiles;
+}
+
+}  // namespace fake
+}  // namespace zv
