@@ -63,6 +63,7 @@ bool CaptureEngine::StartRecording(const Text& outputPath) {
     const EngineCall inside;
     const Call call("StartRecording");
     TheEngine().recordings.push_back(outputPath);
+    recordingPath = outputPath;
     state = call.Fails() ? EngineState::Failed : EngineState::Recording;
     statusText = call.Fails() ? u"Recording not started" : u"Recording started";
     return !call.Fails();

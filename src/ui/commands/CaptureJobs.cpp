@@ -6,6 +6,7 @@
 #include "platform/Session.h"
 #include "ui/commands/FastJobs.h"
 #include "ui/commands/Library.h"
+#include "ui/commands/RemoteCommands.h"
 #include "ui/commands/Status.h"
 #include "ui/state/Engine.h"
 #include "ui/state/UiGlobals.h"
@@ -43,6 +44,7 @@ bool CollectCaptureJob() {
     }
     ShowStatus(Ui().capture.captureJobSlot.Take());
     AddActivity(u"Capture", Ui().statusText);
+    AnswerRemoteCommand(Ui().capture.captureReply, Ui().statusText);
     QueueMediaRefresh();
     return true;
 }

@@ -17,6 +17,7 @@
 #include "ui/commands/Hotkeys.h"
 #include "ui/commands/Library.h"
 #include "ui/commands/Notifications.h"
+#include "ui/commands/RemoteCommands.h"
 #include "ui/commands/Status.h"
 #include "ui/kit/Colors.h"
 #include "ui/navigation/Navigation.h"
@@ -113,6 +114,7 @@ bool CollectScreenshot() {
         ReopenOverlay();
     }
     ShowStatus(result);
+    AnswerRemoteCommand(Ui().screenshot.screenshotReply, result);
     return true;
 }
 

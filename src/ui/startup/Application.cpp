@@ -33,7 +33,6 @@
 namespace zv {
 namespace {
 
-constexpr char16_t instanceName[] = u"Local\\ZVReelsMax_SingleInstance";
 constexpr char16_t taskbarIdentity[] = u"Zorvel.Capture.3.23";
 
 /// Activates the first copy's window. Does not touch settings or logs.

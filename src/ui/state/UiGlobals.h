@@ -14,6 +14,7 @@
 #include "library/LibraryScan.h"
 #include "library/Thumbnails.h"
 #include "platform/AppIcon.h"
+#include "platform/CommandOutcome.h"
 #include "platform/Window.h"
 #include "ui/kit/UiState.h"
 #include "ui/state/FutureSlot.h"
@@ -40,11 +41,13 @@ struct CaptureRecord {
     bool slownessReported = false;        ///< of the running capture
     std::int64_t recordingStartTime = 0;  ///< SteadyNs() at the latest recording command
     bool displayChangePending = false;
+    CommandReply captureReply;  ///< of the remote command that has started the job; else empty
 };
 
 struct ScreenshotRecord {
     FutureSlot<Text> screenshotSlot;  ///< the text to show
     bool reopenOverlayAfterScreenshot = false;
+    CommandReply screenshotReply;  ///< as captureReply
 };
 
 struct LibraryRecord {

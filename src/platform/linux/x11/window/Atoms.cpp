@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/x11/CommandClient.h"
 #include "platform/linux/x11/Xcb.h"
 
 namespace zv::x11 {
@@ -23,6 +24,7 @@ Atoms InternAtoms(xcb_connection_t* connection, int screenNumber) {
         {&Atoms::utf8String, "UTF8_STRING"},
         {&Atoms::windowClass, "_ZORVEL_WINDOW_CLASS"},
         {&Atoms::comeForward, "_ZORVEL_COME_FORWARD"},
+        {&Atoms::commandSocket, commandSocketProperty},
         {&Atoms::netWmState, "_NET_WM_STATE"},
         {&Atoms::netWmStateAbove, "_NET_WM_STATE_ABOVE"},
         {&Atoms::netWmStateSkipTaskbar, "_NET_WM_STATE_SKIP_TASKBAR"},

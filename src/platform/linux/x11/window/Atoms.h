@@ -13,8 +13,9 @@ struct Atoms {
     xcb_atom_t netWmPid = XCB_ATOM_NONE;
     xcb_atom_t netActiveWindow = XCB_ATOM_NONE;
     xcb_atom_t utf8String = XCB_ATOM_NONE;
-    xcb_atom_t windowClass = XCB_ATOM_NONE;  ///< property of each window of the program: its class name
-    xcb_atom_t comeForward = XCB_ATOM_NONE;  ///< message from a second copy to the first one's window
+    xcb_atom_t windowClass = XCB_ATOM_NONE;    ///< property of each window of the program: its class name
+    xcb_atom_t comeForward = XCB_ATOM_NONE;    ///< message from a second copy to the first one's window
+    xcb_atom_t commandSocket = XCB_ATOM_NONE;  ///< property of the selection's owner: the path of its CommandServer
     xcb_atom_t netWmState = XCB_ATOM_NONE;
     xcb_atom_t netWmStateAbove = XCB_ATOM_NONE;
     xcb_atom_t netWmStateSkipTaskbar = XCB_ATOM_NONE;

@@ -1,8 +1,8 @@
 // The message loop of the interface thread.
 //
-// It sleeps in one ppoll on the server's connection, the session bus, the end signals and the earliest timer. It
-// converts events to messages in a queue. Each iteration dispatches at most one timer, so that timer messages never
-// accumulate.
+// It sleeps in one ppoll on the server's connection, the session bus, the end signals, the commands of later starts and
+// the earliest timer. It converts events to messages in a queue. Each iteration dispatches at most one timer, so that
+// timer messages never accumulate.
 #include "platform/linux/x11/window/MessageLoop.h"
 
 #include <poll.h>
@@ -36,6 +36,7 @@ constexpr std::int64_t nsPerMs = 1'000'000;
 constexpr std::int64_t displaySettleNs = 200 * nsPerMs;  ///< a server reports one change as several events
 
 void (*endRequest)() = nullptr;
+CommandHandler commandHandler = nullptr;
 
 /// A descriptor that is readable after a signal that ends the program. The signals are blocked in this thread and in
 /// all threads that it starts later, so that only this descriptor receives them.
@@ -200,6 +201,9 @@ void WaitForWork(Session& session) {
         sources.push_back({session.loop.dialogEnd, POLLIN, 0});
     }
     dbus::AddBusDescriptors(sources);
+    if (session.commands) {
+        session.commands->AddDescriptors(sources);
+    }
     if (ppoll(sources.data(), sources.size(), waitNs < 0 ? nullptr : &wait, nullptr) > 0 && sources[1].revents != 0) {
         ReadEndSignals();
     }
@@ -216,6 +220,9 @@ bool RunStep(Session& session) {
     ReadEvents(session);
     dbus::DispatchBus();
     const std::int64_t nowNs = MonotonicNs();
+    if (session.commands && commandHandler != nullptr) {
+        session.commands->Dispatch(commandHandler, nowNs);
+    }
     QueueSettledDisplayChange(session, nowNs);
     ReleaseOccludedContent(session, nowNs);
     if (session.loop.queue.empty() && !EndOnLostServer(session) && !DispatchTimer(session, nowNs) &&
@@ -246,6 +253,8 @@ void RemoveMessages(MessageLoop& loop, const AppWindow& window) {
 }
 
 void BlockEndSignals() { EndSignals(); }
+
+void SetCommandHandler(CommandHandler handler) { commandHandler = handler; }
 
 bool RunLoopOnce(Session& session) {
     try {

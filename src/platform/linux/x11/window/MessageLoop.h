@@ -8,6 +8,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/CommandOutcome.h"
 #include "platform/Window.h"
 
 namespace zv::x11 {
@@ -57,6 +58,9 @@ void RemoveMessages(MessageLoop& loop, const AppWindow& window);
 /// Blocks the signals that end the program, in this thread and in all threads that it starts later. The loop reads
 /// them.
 void BlockEndSignals();
+
+/// The handler of commands from later starts of the program.
+void SetCommandHandler(CommandHandler handler);
 
 /// Runs one iteration, which waits if nothing is due. Returns false if the loop must end.
 bool RunLoopOnce(Session& session);

@@ -7,10 +7,12 @@
 #include <xcb/xcb.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/linux/posix/CommandSocket.h"
 #include "platform/linux/x11/Xcb.h"
 #include "platform/linux/x11/window/AppWindow.h"
 #include "platform/linux/x11/window/Atoms.h"
@@ -37,6 +39,7 @@ struct Session {
     Keyboard keyboard;
     InputState input;
     MessageLoop loop;
+    std::unique_ptr<CommandServer> commands;  ///< while this process is the one copy
     /// For windows that are not AppWindows: the tray icon and the menu. Each returns true if it has handled the event.
     std::vector<bool (*)(Session&, const xcb_generic_event_t&)> listeners;
 };

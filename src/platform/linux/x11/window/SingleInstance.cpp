@@ -2,7 +2,10 @@
 //
 // The claim is a selection that a small hidden window owns. The server releases it when the connection ends, however
 // the process ends. A second copy finds the first one's window by its class name, which is a property of each of our
-// windows.
+// windows. A start with a command finds the first copy's socket by a property of the selection's owner.
+#include <unistd.h>
+
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,6 +18,7 @@ namespace zv {
 
 struct InstanceClaim {
     xcb_window_t holder = XCB_WINDOW_NONE;
+    bool servesCommands = false;
 };
 
 template <>
@@ -23,6 +27,9 @@ void Closer<InstanceClaim>::operator()(InstanceClaim* claim) const noexcept {
     if (connection != nullptr) {
         xcb_destroy_window(connection, claim->holder);
         xcb_flush(connection);
+    }
+    if (claim->servesCommands) {
+        x11::CurrentSession().commands.reset();
     }
     delete claim;
 }
@@ -36,6 +43,15 @@ xcb_window_t MakeHolder(Session& session) {
     xcb_create_window(connection, 0, holder, session.screen->root, -1, -1, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                       XCB_COPY_FROM_PARENT, 0, nullptr);
     return holder;
+}
+
+/// Opens the socket for commands and publishes its path as a property of the holder.
+void ServeCommands(Session& session, InstanceClaim& claim) {
+    session.commands = std::make_unique<CommandServer>(getuid());
+    const std::string& path = session.commands->Path();
+    xcb_change_property(session.connection.get(), XCB_PROP_MODE_REPLACE, claim.holder, session.atoms.commandSocket,
+                        session.atoms.utf8String, 8, static_cast<std::uint32_t>(path.size()), path.data());
+    claim.servesCommands = true;
 }
 
 /// Searches the descendants of `parent`, because a window manager may have framed the window.
@@ -69,16 +85,20 @@ Owned<InstanceClaim> ClaimSingleInstance(TextView name) {
     x11::Session& session = x11::CurrentSession();
     xcb_connection_t* connection = session.connection.get();
     const xcb_atom_t selection = x11::InternAtom(connection, ToPath(name).string());
-    const xcb_window_t holder = x11::MakeHolder(session);
+    if (x11::SelectionOwner(session, selection) != XCB_WINDOW_NONE) {
+        return nullptr;
+    }
+    Owned<InstanceClaim> claim(new InstanceClaim{x11::MakeHolder(session)});
+    // A later start that finds the owner also finds the socket.
+    x11::ServeCommands(session, *claim);
     // Prevents other clients from claiming it between the query and the claim.
     xcb_grab_server(connection);
     const bool isFree = x11::SelectionOwner(session, selection) == XCB_WINDOW_NONE;
     if (isFree) {
-        xcb_set_selection_owner(connection, holder, selection, XCB_CURRENT_TIME);
+        xcb_set_selection_owner(connection, claim->holder, selection, XCB_CURRENT_TIME);
     }
     xcb_ungrab_server(connection);
-    Owned<InstanceClaim> claim(new InstanceClaim{holder});
-    const bool owned = isFree && x11::SelectionOwner(session, selection) == holder;
+    const bool owned = isFree && x11::SelectionOwner(session, selection) == claim->holder;
     return owned ? std::move(claim) : nullptr;
 }
 
