@@ -93,7 +93,7 @@ struct DebianPackage : Packages {
     fs::path package;
 };
 
-TEST_F(DebianPackage, HoldsTheProgramItsMenuEntryItsIconsAndItsTerms) {
+TEST_F(DebianPackage, HoldsTheProgramItsMenuEntryItsIconsAndItsTexts) {
     EXPECT_EQ(package.filename(), "zorvel_3.23.0_amd64.deb");
     std::vector<std::string> files;
     for (const std::string& line : LinesOf(OutputOf({"dpkg-deb", "--contents", package.string()}))) {
@@ -104,14 +104,15 @@ TEST_F(DebianPackage, HoldsTheProgramItsMenuEntryItsIconsAndItsTerms) {
         }
     }
     std::sort(files.begin(), files.end());
-    EXPECT_THAT(
-        files,
-        ElementsAre("-rw-r--r-- ./usr/share/applications/zorvel.desktop", "-rw-r--r-- ./usr/share/doc/zorvel/copyright",
-                    "-rw-r--r-- ./usr/share/icons/hicolor/128x128/apps/zorvel.png",
-                    "-rw-r--r-- ./usr/share/icons/hicolor/16x16/apps/zorvel.png",
-                    "-rw-r--r-- ./usr/share/icons/hicolor/256x256/apps/zorvel.png",
-                    "-rw-r--r-- ./usr/share/icons/hicolor/32x32/apps/zorvel.png",
-                    "-rw-r--r-- ./usr/share/icons/hicolor/48x48/apps/zorvel.png", "-rwxr-xr-x ./usr/bin/zorvel"));
+    EXPECT_THAT(files, ElementsAre("-rw-r--r-- ./usr/share/applications/zorvel.desktop",
+                                   "-rw-r--r-- ./usr/share/doc/zorvel/changelog.gz",
+                                   "-rw-r--r-- ./usr/share/doc/zorvel/copyright",
+                                   "-rw-r--r-- ./usr/share/icons/hicolor/128x128/apps/zorvel.png",
+                                   "-rw-r--r-- ./usr/share/icons/hicolor/16x16/apps/zorvel.png",
+                                   "-rw-r--r-- ./usr/share/icons/hicolor/256x256/apps/zorvel.png",
+                                   "-rw-r--r-- ./usr/share/icons/hicolor/32x32/apps/zorvel.png",
+                                   "-rw-r--r-- ./usr/share/icons/hicolor/48x48/apps/zorvel.png",
+                                   "-rw-r--r-- ./usr/share/man/man1/zorvel.1.gz", "-rwxr-xr-x ./usr/bin/zorvel"));
 }
 
 TEST_F(DebianPackage, DescribesItself) {
@@ -170,7 +171,7 @@ TEST_F(DebianPackage, ItsChecksumsMatchItsFiles) {
     const fs::path root = Unpacked();
     const std::string sums = OutputOf({"dpkg-deb", "--info", package.string(), "md5sums"});
     WriteBytes(root / "sums", sums);
-    EXPECT_THAT(LinesOf(sums), SizeIs(8));
+    EXPECT_THAT(LinesOf(sums), SizeIs(10));
     const std::string command = "cd '" + root.string() + "' && md5sum --check --strict --quiet sums";
     EXPECT_THAT(OutputOf({"sh", "-c", command}), IsEmpty());
 }
@@ -183,6 +184,27 @@ TEST_F(DebianPackage, HoldsTheLicenceAndTheEncodersTerms) {
     for (std::size_t i = 4; i < licence.size(); ++i) {
         EXPECT_THAT(terms, HasSubstr("\n " + (licence[i].empty() ? "." : licence[i]) + "\n"));
     }
+}
+
+TEST_F(DebianPackage, ItsManualPageNamesEveryOptionAndItsChangelogTheVersion) {
+    const fs::path share = Unpacked() / "usr/share";
+    const std::string page = Replaced(OutputOf({"gzip", "-dc", (share / "man/man1/zorvel.1.gz").string()}), "\\-", "-");
+    EXPECT_THAT(page, HasSubstr("\"Zorvel 3.23.0\""));
+    int options = 0;
+    for (const std::string& line : LinesOf(OutputOf({ProgramPath(), "--help"}))) {
+        if (line.starts_with("  --")) {
+            ++options;
+            EXPECT_THAT(page, HasSubstr("\n.TP\n.B " + line.substr(2, line.find(' ', 2) - 2) + "\n"));
+        }
+    }
+    EXPECT_EQ(options, 7);
+    EXPECT_THAT(OutputOf({"gzip", "-dc", (share / "doc/zorvel/changelog.gz").string()}),
+                StartsWith("zorvel (3.23.0) "));
+    EXPECT_THAT(ReadBytes(sources / "CHANGELOG.md"), StartsWith("# Changes\n\n## 3.23.0\n"));
+}
+
+TEST_F(DebianPackage, SatisfiesLintian) {
+    EXPECT_EQ(OutputOf({"lintian", "--allow-root", "--fail-on", "none", package.string()}), "");
 }
 
 TEST_F(DebianPackage, IsReproducible) {

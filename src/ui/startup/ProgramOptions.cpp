@@ -12,7 +12,7 @@ struct Option {
     TextView help;
 };
 
-constexpr std::array<Option, 7> options{{
+constexpr std::array<Option, 7> knownOptions{{
     {u"--background", StartAction::Run, u"start without showing the main window"},
     {u"--save-replay", StartAction::RunRemoteCommand, u"save the replay as a clip"},
     {u"--toggle-recording", StartAction::RunRemoteCommand, u"start a recording, or stop and save the one that runs"},
@@ -23,9 +23,9 @@ constexpr std::array<Option, 7> options{{
 }};
 
 const Option* FindOption(const Text& argument) {
-    const auto found =
-        std::find_if(options.begin(), options.end(), [&](const Option& option) { return option.name == argument; });
-    return found == options.end() ? nullptr : &*found;
+    const auto found = std::find_if(knownOptions.begin(), knownOptions.end(),
+                                    [&](const Option& option) { return option.name == argument; });
+    return found == knownOptions.end() ? nullptr : &*found;
 }
 
 bool IsUnknown(const Text& argument) {
@@ -61,7 +61,7 @@ Text HelpText() {
     Text text =
         u"Usage: zorvel [OPTION]\n"
         u"Keeps the last seconds of one monitor and saves them as a clip; makes recordings and screenshots.\n\n";
-    for (const Option& option : options) {
+    for (const Option& option : knownOptions) {
         text.append(u"  ").append(option.name).append(column - option.name.size(), u' ').append(option.help) += u'\n';
     }
     text +=
