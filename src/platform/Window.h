@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "core/Text.h"
 #include "platform/AppIcon.h"
@@ -82,6 +83,8 @@ struct MinMaxInfo {
 using WindowProc = std::intptr_t (*)(AppWindow& window, std::uint32_t message, std::uintptr_t wParam,
                                      std::intptr_t lParam);
 
+enum class CursorShape { Arrow, Hand };
+
 enum class WindowFrame {
     Full,     ///< caption, sizing border, all boxes; the system chooses its position
     Caption,  ///< caption and close box
@@ -104,7 +107,7 @@ struct WindowOptions {
     bool layered = false;        ///< hidden until SetColorKey or SetConstantAlpha has been called
     bool clickThrough = false;   ///< on Windows only together with `layered` for windows of other programs
     AppWindow* owner = nullptr;  ///< stays below this window
-    bool arrowCursor = true;     ///< false: the class has no cursor
+    std::optional<CursorShape> cursor = CursorShape::Arrow;  ///< null: the class has none
     const AppIcon* bigIcon = nullptr;
     const AppIcon* littleIcon = nullptr;
 };
@@ -173,7 +176,6 @@ void TrackMouseLeave(AppWindow& window);
 void CaptureMouse(AppWindow& window);
 bool HasMouseCapture(AppWindow& window);
 void ReleaseMouse(AppWindow& window);
-enum class CursorShape { Arrow, Hand };
 /// Sets the pointer's shape over the window. Called while message::setCursor is handled.
 void SetCursorShape(AppWindow& window, CursorShape shape);
 /// The pointer's position, in coordinates of the desktop.

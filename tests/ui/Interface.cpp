@@ -7,6 +7,7 @@
 
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/FastJobs.h"
+#include "ui/commands/MediaViewer.h"
 #include "ui/kit/DrawingContext.h"
 #include "ui/state/Engine.h"
 #include "ui/windows/MainWindow.h"
@@ -44,6 +45,7 @@ Interface::Interface() {
     fake::ResetMenus();
     fake::ResetDialogs();
     fake::ResetIcons();
+    fake::ResetPlayer();
     fake::TheFolders().videos = Folder(u"videos");
     fake::TheFolders().pictures = Folder(u"pictures");
     fake::TheFolders().localData = Folder(u"data");
@@ -61,6 +63,7 @@ Interface::Interface() {
 
 Interface::~Interface() {
     gate_.Open();
+    CloseMediaViewer();
     window_.reset();
     Ui().capture.captureJobSlot.Wait();
     Ui().capture.capturePollSlot.Wait();
@@ -69,6 +72,7 @@ Interface::~Interface() {
     Ui().library.thumbnailSlot.Wait();
     Ui().feeds.recommendationsSlot.Wait();
     Ui().feeds.updateSlot.Wait();
+    Ui().viewer.viewerImageSlot.Wait();
     EXPECT_FALSE(fake::TheEngine().overlapped) << "two threads were inside the engine at once";
     fake::ResetCalls();
 }

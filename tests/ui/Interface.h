@@ -23,6 +23,7 @@
 #include "fake/Folders.h"
 #include "fake/FrontWindow.h"
 #include "fake/HttpsGet.h"
+#include "fake/MediaPlayer.h"
 #include "fake/Monitors.h"
 #include "fake/Pictures.h"
 #include "fake/PopupMenu.h"

@@ -83,6 +83,8 @@ LRESULT CALLBACK PassOn(HWND handle, UINT code, WPARAM wParam, LPARAM lParam) {
                              : DefWindowProcW(handle, code, wParam, lParam);
 }
 
+HCURSOR CursorOf(CursorShape shape) { return LoadCursorW(nullptr, shape == CursorShape::Hand ? IDC_HAND : IDC_ARROW); }
+
 void RegisterWindowClass(const WindowOptions& options) {
     WNDCLASSEXW windowClass{};
     windowClass.cbSize = sizeof(windowClass);
@@ -90,7 +92,7 @@ void RegisterWindowClass(const WindowOptions& options) {
     windowClass.hInstance = GetModuleHandleW(nullptr);
     windowClass.hIcon = IconHandle(options.bigIcon);
     windowClass.hIconSm = IconHandle(options.littleIcon);
-    windowClass.hCursor = options.arrowCursor ? LoadCursorW(nullptr, IDC_ARROW) : nullptr;
+    windowClass.hCursor = options.cursor ? CursorOf(*options.cursor) : nullptr;
     windowClass.lpszClassName = Native(options.className);
     RegisterClassExW(&windowClass);  // fails if the class is registered already, which is harmless
 }
@@ -323,9 +325,7 @@ void ReleaseMouse(AppWindow& window) {
     }
 }
 
-void SetCursorShape(AppWindow&, CursorShape shape) {
-    SetCursor(LoadCursorW(nullptr, shape == CursorShape::Hand ? IDC_HAND : IDC_ARROW));
-}
+void SetCursorShape(AppWindow&, CursorShape shape) { SetCursor(CursorOf(shape)); }
 
 Point CursorPosition() {
     POINT at{};

@@ -23,6 +23,7 @@ namespace overlayPage {
 inline constexpr std::int32_t tiles = 0;
 inline constexpr std::int32_t gallery = 1;
 inline constexpr std::int32_t settings = 3;
+inline constexpr std::int32_t viewer = 4;
 }  // namespace overlayPage
 
 /// Restores the main window if it is hidden or minimized, and activates it.
@@ -43,7 +44,7 @@ void ReopenOverlay();
 void NoteOverlayActivity();
 
 /// Selects a page of the overlay. Neither shows nor hides the overlay. The gallery is opened by SelectGallery
-/// (ui/commands/Library.h).
+/// (ui/commands/Library.h), the viewer by OpenMediaViewer (ui/commands/MediaViewer.h).
 void SelectOverlayPage(std::int32_t page);
 
 /// Returns the overlay's bounds in a work area: of its fixed proportions, as large as fits, centred at the top.

@@ -70,7 +70,7 @@ WindowOptions BadgeOptions() {
     options.height = 32;
     options.layered = true;
     options.clickThrough = true;
-    options.arrowCursor = false;
+    options.cursor.reset();
     return options;
 }
 
@@ -80,7 +80,7 @@ WindowOptions ToastOptions() {
     options.height = 76;
     options.layered = true;
     options.clickThrough = true;
-    options.arrowCursor = false;
+    options.cursor.reset();
     return options;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "capture/CaptureEngine.h"
@@ -15,6 +16,7 @@
 #include "library/Thumbnails.h"
 #include "platform/AppIcon.h"
 #include "platform/CommandOutcome.h"
+#include "platform/MediaPlayer.h"
 #include "platform/Window.h"
 #include "ui/kit/UiState.h"
 #include "ui/state/FutureSlot.h"
@@ -72,6 +74,32 @@ struct GalleryRecord {
     Text galleryGame;                    ///< empty: all games
 };
 
+/// What the player of one session has reported. Shared with the player's thread.
+struct PlayerReport {
+    std::mutex lock;
+    bool current = true;  ///< false: the session has ended, events are ignored
+    Result failure = resultOk;
+};
+
+struct ViewerImage {
+    std::uint32_t viewerGeneration = 0;     ///< of the session that requested it
+    std::shared_ptr<MediaThumbnail> image;  ///< without a picture on failure
+};
+
+/// The file that the media viewer shows, from OpenMediaViewer to CloseMediaViewer.
+struct ViewerSession {
+    MediaFile viewerFile;
+    std::uint32_t viewerGeneration = 0;  ///< number of CloseMediaViewer calls
+    Owned<AppWindow> videoWindow;        ///< of a video; outlives the player
+    Owned<MediaPlayer> player;           ///< null: no video, or none that could be opened
+    std::shared_ptr<PlayerReport> report;
+    std::shared_ptr<MediaThumbnail> viewerImage;  ///< null: no image, or not yet loaded
+    FutureSlot<ViewerImage> viewerImageSlot;
+    Text viewerError;  ///< empty: none
+    bool viewerFullscreen = false;
+    float viewerVolume = 0.6F;  ///< 0 to 1; kept between files
+};
+
 struct BadgeRecord {
     std::uint32_t badgeState = ~0U;   ///< a BadgeState, as painted last; all ones before the first paint
     std::uint32_t processId = 0;      ///< the process in front at the last decision
@@ -126,6 +154,7 @@ struct UiGlobals {
     LibraryRecord library;
     FeedsRecord feeds;
     GalleryRecord gallery;
+    ViewerSession viewer;
     Toast toast;  ///< the notification that was shown last
     BadgeRecord badge;
     ShortcutEditorRecord shortcutEditor;

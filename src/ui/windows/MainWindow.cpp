@@ -10,6 +10,7 @@
 #include "ui/commands/FastJobs.h"
 #include "ui/commands/Feeds.h"
 #include "ui/commands/Hotkeys.h"
+#include "ui/commands/MediaViewer.h"
 #include "ui/commands/Status.h"
 #include "ui/kit/DrawingFrame.h"
 #include "ui/kit/HitTargets.h"
@@ -55,7 +56,9 @@ struct EndOfProgram {
 void OnDestroy(AppWindow& window) {
     const EndOfProgram end;
     Ui().phase = ProgramPhase::Closing;
+    CloseMediaViewer();
     WaitForFeeds();
+    Ui().viewer.viewerImageSlot.Wait();
     Ui().programWindows.toast.reset();
     CloseShortcutEditor();
     StopTimer(window, housekeepingTimer);
@@ -140,6 +143,7 @@ void OnCollectionTimer(AppWindow& window) {
 
 void OnHousekeepingTimer() {
     CollectFeeds();
+    PollViewerImage();
     const FrontWindow front = LookUpFrontWindow();
     RefreshGameName(front);
     UpdateBadge(front);
@@ -226,7 +230,9 @@ std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
 }
 
 void EndWithoutMainWindow() {
+    CloseMediaViewer();
     WaitForFeeds();
+    Ui().viewer.viewerImageSlot.Wait();
     WaitForFileJobs();
     WaitForEngineJobs();
     if (Ui().phase == ProgramPhase::Ended) {

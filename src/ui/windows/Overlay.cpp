@@ -1,6 +1,7 @@
 #include "ui/windows/Overlay.h"
 
 #include "core/Settings.h"
+#include "ui/commands/MediaViewer.h"
 #include "ui/kit/Colors.h"
 #include "ui/kit/Controls.h"
 #include "ui/kit/DrawingFrame.h"
@@ -67,7 +68,13 @@ std::intptr_t OnOtherMessage(AppWindow& window, std::uint32_t code, std::uintptr
         case message::rightButtonUp:
             HideWindow(window);
             return 0;
+        case message::showWindow:
+            if (wParam == 0) {
+                PauseViewer();
+            }
+            return DefaultProcedure(window, code, wParam, lParam);
         case message::size:
+            PlaceVideoWindow();
             InvalidateWindow(window);
             return 0;
         default:

@@ -292,7 +292,7 @@ TEST_F(Application, TheOtherWindowsAreCreatedTopmostAndHidden) {
         EXPECT_TRUE(made.topmost && made.toolWindow && made.noActivate);
         EXPECT_EQ(made.layered, row.layered);
         EXPECT_EQ(made.clickThrough, row.clickThrough);
-        EXPECT_EQ(made.arrowCursor, row.arrowCursor);
+        EXPECT_EQ(made.cursor.has_value(), row.arrowCursor);
         EXPECT_FALSE(made.visible);
         EXPECT_EQ(made.owner, nullptr);
         EXPECT_EQ(made.bigIcon, nullptr);
@@ -300,7 +300,7 @@ TEST_F(Application, TheOtherWindowsAreCreatedTopmostAndHidden) {
     const WindowOptions& main = TheWindows().made[0];
     EXPECT_EQ(main.frame, WindowFrame::Full);
     EXPECT_FALSE(main.topmost || main.toolWindow || main.noActivate || main.layered || main.clickThrough);
-    EXPECT_TRUE(main.arrowCursor);
+    EXPECT_EQ(main.cursor, CursorShape::Arrow);
 }
 
 TEST_F(Application, TheWindowsHaveTheirAttributes) {

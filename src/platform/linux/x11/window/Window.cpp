@@ -165,8 +165,8 @@ Owned<AppWindow> MakeWindow(const WindowOptions& options) {
     if (options.clickThrough) {
         x11::MakeClickThrough(session, *window);
     }
-    if (options.arrowCursor) {
-        SetCursorShape(*window, CursorShape::Arrow);
+    if (options.cursor) {
+        SetCursorShape(*window, *options.cursor);
     }
     SetWindowIcons(*window, options.bigIcon, options.littleIcon);
     MinMaxInfo limits{};

@@ -735,7 +735,7 @@ TEST_F(LinuxWindowSurface, UsesTheUsersCursorTheme) {
     support::WriteBytes(cursors / "hand2", CursorFile(24, red));
     setenv("XCURSOR_PATH", folder_.Path().c_str(), 1);
     WindowOptions options = Overlay();
-    options.arrowCursor = true;
+    options.cursor = CursorShape::Arrow;
     const Owned<AppWindow> window = MakeWindow(options);
     unsetenv("XCURSOR_PATH");
     ShowTopmostAt(*window, {100, 100, 300, 220});
