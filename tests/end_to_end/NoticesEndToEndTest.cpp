@@ -17,19 +17,6 @@ constexpr int width = 1920;
 constexpr int height = 1080;
 constexpr std::uint32_t gameColor = 0x2878B0;
 
-/// BT.709, limited range, of a colour that fills the screen.
-int LumaOf(std::uint32_t color) {
-    const double red = color >> 16U & 0xFFU;
-    const double green = color >> 8U & 0xFFU;
-    const double blue = color & 0xFFU;
-    return static_cast<int>(16.5 + (0.2126 * red + 0.7152 * green + 0.0722 * blue) * 219 / 255);
-}
-
-/// The badge may cover the upper right corner of the notification.
-Words ToastWords(const Text& text) {
-    return {.box = {68, 8, 314, 68}, .text = text, .background = color::toast, .look = {68, 8, 234, 68}};
-}
-
 class NoticesEndToEnd : public testing::Test {
 protected:
     void StartCompositor() {

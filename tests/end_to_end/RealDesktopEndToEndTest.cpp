@@ -27,19 +27,6 @@ constexpr Point broadcast{250, 100};
 constexpr Point replayTile{385, 200};
 constexpr Point saveReplay{423, 291};
 
-/// BT.709, limited range, of a colour that fills an area.
-int LumaOf(std::uint32_t color) {
-    const double red = color >> 16U & 0xFFU;
-    const double green = color >> 8U & 0xFFU;
-    const double blue = color & 0xFFU;
-    return static_cast<int>(16.5 + (0.2126 * red + 0.7152 * green + 0.0722 * blue) * 219 / 255);
-}
-
-/// The badge may cover the upper right corner of the notification, and the overlay's header its upper edge.
-Words ToastWords(const Text& text) {
-    return {.box = {68, 8, 314, 68}, .text = text, .background = color::toast, .look = {68, 20, 234, 68}};
-}
-
 /// The number of pictures of a clip that show the desktop alone, the game alone, or something else. The transition from
 /// the desktop to the game does not count.
 struct ClipPictures {
@@ -47,6 +34,9 @@ struct ClipPictures {
     int game = 0;
     int other = 0;
 };
+
+/// The overlay's header may cover this much of a notification.
+constexpr std::int32_t headerBottom = 20;
 
 class RealDesktopEndToEnd : public testing::Test {
 protected:
@@ -102,7 +92,7 @@ protected:
     void ShowOverlayAndNotification(const ProgramRun& run) const {
         ASSERT_TRUE(user_.OpenOverlay());
         user_.Click(overlayName, broadcast.x, broadcast.y);
-        ASSERT_TRUE(user_.WaitSays(toastName, ToastWords(u"This feature is not available")));
+        ASSERT_TRUE(user_.WaitSays(toastName, ToastWords(u"This feature is not available", headerBottom)));
         const double before = run.BufferedSeconds();
         ASSERT_TRUE(run.WaitForBuffer(before + 2));
         EXPECT_TRUE(user_.Shows(overlayName));
@@ -111,7 +101,7 @@ protected:
     std::filesystem::path TakeScreenshot(const ProgramRun& run) const {
         const std::vector<std::filesystem::path> before = CapturesOf(run, ".png");
         user_.TapKey({XK_Control_L, XK_Alt_L}, XK_s);
-        EXPECT_TRUE(user_.WaitSays(toastName, ToastWords(u"Screenshot saved")));
+        EXPECT_TRUE(user_.WaitSays(toastName, ToastWords(u"Screenshot saved", headerBottom)));
         EXPECT_TRUE(user_.WaitShown(overlayName)) << "the screenshot did not show the overlay again";
         for (const std::filesystem::path& file : CapturesOf(run, ".png")) {
             if (std::find(before.begin(), before.end(), file) == before.end()) {

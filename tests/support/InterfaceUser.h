@@ -57,6 +57,11 @@ struct Words {
     Rectangle look = {};  ///< the part of the box to compare; empty: all of it
 };
 
+/// The text of a notification. The badge may cover its upper right corner; `top` is below what covers its upper edge.
+inline Words ToastWords(const Text& text, std::int32_t top = 8) {
+    return {.box = {68, 8, 314, 68}, .text = text, .background = color::toast, .look = {68, top, 234, 68}};
+}
+
 class InterfaceUser : public OtherClient {
 public:
     explicit InterfaceUser(const std::string& display) : OtherClient(display) {

@@ -129,4 +129,11 @@ void DecodeLuma(const fs::path& clip, int width, int height,
     EXPECT_EQ(filled, 0U) << "the last picture is cut";
 }
 
+int LumaOf(std::uint32_t color) {
+    const double red = color >> 16U & 0xFFU;
+    const double green = color >> 8U & 0xFFU;
+    const double blue = color & 0xFFU;
+    return static_cast<int>(16.5 + (0.2126 * red + 0.7152 * green + 0.0722 * blue) * 219 / 255);
+}
+
 }  // namespace zv::support

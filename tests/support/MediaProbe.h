@@ -33,4 +33,7 @@ ClipFacts Probe(const std::filesystem::path& clip, bool pictureTypes = false);
 void DecodeLuma(const std::filesystem::path& clip, int width, int height,
                 const std::function<void(std::span<const std::uint8_t>)>& picture);
 
+/// The luma of an area of this colour, 0x00RRGGBB: BT.709, limited range.
+int LumaOf(std::uint32_t color);
+
 }  // namespace zv::support
