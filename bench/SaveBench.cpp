@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "capture/CaptureEngine.h"
-#include "capture/FfmpegRuntime.h"
+#include "core/FfmpegRuntime.h"
 #include "core/CommandLine.h"
 #include "platform/Files.h"
 #include "support/TemporaryFolder.h"

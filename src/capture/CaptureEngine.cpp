@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "capture/CacheFolder.h"
-#include "capture/FfmpegRuntime.h"
+#include "core/FfmpegRuntime.h"
 
 namespace zv {
 namespace {

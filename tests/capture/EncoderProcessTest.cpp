@@ -3,7 +3,7 @@
 #include "EngineFixture.h"
 #include "capture/CaptureFiles.h"
 #include "capture/FfmpegCommandLine.h"
-#include "capture/FfmpegRuntime.h"
+#include "core/FfmpegRuntime.h"
 #include "core/CommandLine.h"
 
 namespace zv {

@@ -28,14 +28,14 @@ PixelBitmap PictureOf(std::uint32_t color, std::int32_t width, std::int32_t heig
 }  // namespace fake
 
 void MakeThumbnails(const std::vector<Text>& paths, std::int32_t width, std::int32_t height,
-                    std::vector<PixelBitmap>& made) {
+                    std::vector<PixelBitmap>& made, const std::stop_token& /*stop*/) {
     const fake::Call batch("MakeThumbnails", std::to_string(width) + "x" + std::to_string(height));
     for (const Text& path : paths) {
         made.push_back(fake::Picture("MakeThumbnail", path));
     }
 }
 
-PixelBitmap LoadPicture(const Text& path, std::int64_t maxPixels) {
+PixelBitmap LoadPicture(const Text& path, std::int64_t maxPixels, const std::stop_token& /*stop*/) {
     PixelBitmap picture = fake::Picture("LoadPicture", path);
     const bool fits = std::int64_t{picture.width} * picture.height <= maxPixels;
     return fits ? picture : PixelBitmap{};

@@ -6,7 +6,7 @@
 
 #include "capture/CaptureEngine.h"
 #include "capture/CaptureFiles.h"
-#include "capture/FfmpegRuntime.h"
+#include "core/FfmpegRuntime.h"
 #include "core/CommandLine.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"

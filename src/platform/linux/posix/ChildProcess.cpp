@@ -1,98 +1,21 @@
-// Children over vfork and pidfd. The job is the child's process group.
-//
-// The death signal reaches only the child itself, which may be a script that has started the program proper. So each
-// child has a guard: a shell that waits for the end of a pipe, which comes with the end of this process, and then kills
-// the group.
-//
-// A child that has ended is reaped only after its process handle and its job are closed. Until then its process id and
-// group id are not reused, so that a kill cannot hit another process.
+// Children that run until they are asked to end, over GuardedChild. The job is the child's process group.
 #include "platform/ChildProcess.h"
 
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/CommandLine.h"
 #include "core/Utf8.h"
-#include "platform/linux/posix/Posix.h"
-#include "platform/linux/posix/Spawner.h"
+#include "platform/linux/posix/GuardedChild.h"
 
 namespace zv {
 namespace {
-
-struct Started {
-    pid_t pid = -1;
-    Descriptor descriptor;  ///< a pidfd, readable once the child has ended
-    pid_t guard = -1;
-    Descriptor guardPipe;  ///< our end of the pipe for whose end the guard waits
-
-    Started(pid_t child, Descriptor handle) : pid(child), descriptor(std::move(handle)) {}
-    Started(const Started&) = delete;
-    Started& operator=(const Started&) = delete;
-    /// Kills the guard before its pipe ends and before the child's id is free.
-    ~Started() {
-        if (guard > 0) {
-            kill(guard, SIGKILL);
-            Collect(guard);
-        }
-        Collect(pid);
-    }
-
-private:
-    static void Collect(pid_t child) {
-        if (waitpid(child, nullptr, WNOHANG) == 0) {
-            CollectLater(child);
-        }
-    }
-};
-
-bool EndsWithin(const Started& child, std::uint32_t timeoutMs) {
-    const Deadline deadline(timeoutMs);
-    pollfd entry{child.descriptor.Get(), POLLIN, 0};
-    int ready = 0;
-    do {
-        ready = poll(&entry, 1, deadline.RemainingMs());
-    } while (ready < 0 && errno == EINTR);
-    return ready > 0;
-}
-
-/// Kills the child, which may have left its group, and the rest of the group.
-void KillGroup(const Started& child) {
-    kill(-child.pid, SIGKILL);
-    syscall(SYS_pidfd_send_signal, child.descriptor.Get(), SIGKILL, nullptr, 0U);
-}
-
-/// Duplicates a descriptor to a number above the standard ones, so that assigning the standard ones does not close it.
-Descriptor AboveStandard(Descriptor descriptor) {
-    if (descriptor.Get() > 2 || !descriptor.Held()) {
-        return descriptor;
-    }
-    return Descriptor(fcntl(descriptor.Get(), F_DUPFD_CLOEXEC, 3));
-}
-
-struct InputPipe {
-    Descriptor readEnd;
-    Descriptor writeEnd;
-};
-
-bool MakeInputPipe(InputPipe& input) {
-    int ends[2] = {-1, -1};
-    if (pipe2(ends, O_CLOEXEC) != 0) {
-        return false;
-    }
-    input.readEnd = AboveStandard(Descriptor(ends[0]));
-    input.writeEnd = AboveStandard(Descriptor(ends[1]));
-    // A child that does not read its input must not block the request to quit.
-    return input.readEnd.Held() && input.writeEnd.Held() && fcntl(input.writeEnd.Get(), F_SETFL, O_NONBLOCK) == 0;
-}
 
 Descriptor MakeLog(TextView path) {
     constexpr mode_t readableByAll = 0644;
@@ -100,66 +23,26 @@ Descriptor MakeLog(TextView path) {
         Descriptor(open(ToUtf8(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, readableByAll)));
 }
 
-pid_t Start(const ChildOptions& options, int input, int log) {
-    std::vector<std::string> arguments;
+std::shared_ptr<GuardedChild> Start(const ChildOptions& options, int input, int log) {
+    SpawnPlan plan;
+    plan.path = ToUtf8(options.executable);
     for (const Text& argument : SplitCommandLine(options.commandLine)) {
-        arguments.push_back(ToUtf8(argument));
+        plan.arguments.push_back(ToUtf8(argument));
     }
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments) {
-        pointers.push_back(argument.data());
-    }
-    pointers.push_back(nullptr);
-    const std::string path = ToUtf8(options.executable);
-    SpawnPlan plan;
-    plan.path = path.c_str();
-    plan.arguments = pointers.data();
     plan.input = input;
-    plan.log = log;
-    return SpawnFromPermanentThread(plan);
-}
-
-/// Returns false if the guard cannot be started.
-bool StartGuard(Started& child, int log) {
-    InputPipe pipe;
-    if (!MakeInputPipe(pipe)) {
-        return false;
-    }
-    std::string shell = "sh";
-    std::string option = "-c";
-    std::string script = "read -r line; kill -9 -$0 2>/dev/null";
-    std::string group = std::to_string(child.pid);
-    char* const arguments[] = {shell.data(), option.data(), script.data(), group.data(), nullptr};
-    SpawnPlan plan;
-    plan.path = "/bin/sh";
-    plan.arguments = arguments;
-    plan.input = pipe.readEnd.Get();
-    plan.log = log;
-    plan.outlivesUs = true;
-    child.guard = SpawnFromPermanentThread(plan);
-    child.guardPipe = std::move(pipe.writeEnd);
-    return child.guard > 0;
-}
-
-/// Returns null if the system is out of descriptors; the child is then killed.
-std::shared_ptr<Started> OpenStarted(pid_t pid) {
-    Descriptor descriptor(static_cast<int>(syscall(SYS_pidfd_open, pid, 0U)));
-    if (!descriptor.Held()) {
-        kill(-pid, SIGKILL);
-        CollectLater(pid);
-        return nullptr;
-    }
-    return std::make_shared<Started>(pid, std::move(descriptor));
+    plan.output = log;
+    plan.errors = log;
+    return GuardedChild::Start(std::move(plan));
 }
 
 }  // namespace
 
 struct Process {
-    std::shared_ptr<Started> child;
+    std::shared_ptr<GuardedChild> child;
 };
 
 struct Job {
-    std::shared_ptr<Started> child;
+    std::shared_ptr<GuardedChild> child;
 };
 
 struct ProcessInput {
@@ -178,7 +61,7 @@ void Closer<ProcessInput>::operator()(ProcessInput* input) const noexcept {
 
 template <>
 void Closer<Job>::operator()(Job* job) const noexcept {
-    KillGroup(*job->child);
+    job->child->Kill();
     delete job;
 }
 
@@ -193,13 +76,8 @@ bool SpawnChild(const ChildOptions& options, Child& child) {
     if (!log.Held()) {
         return false;
     }
-    const pid_t pid = Start(options, input.readEnd.Get(), log.Get());
-    const std::shared_ptr<Started> started = pid > 0 ? OpenStarted(pid) : nullptr;
+    const std::shared_ptr<GuardedChild> started = Start(options, input.readEnd.Get(), log.Get());
     if (!started) {
-        return false;
-    }
-    if (!StartGuard(*started, log.Get())) {
-        KillGroup(*started);
         return false;
     }
     child.process.reset(new Process{started});
@@ -208,16 +86,11 @@ bool SpawnChild(const ChildOptions& options, Child& child) {
     return true;
 }
 
-bool IsRunning(Process& process) { return !EndsWithin(*process.child, 0); }
+bool IsRunning(Process& process) { return !process.child->EndsWithin(0); }
 
-bool WaitForExit(Process& process, std::uint32_t timeoutMs) { return EndsWithin(*process.child, timeoutMs); }
+bool WaitForExit(Process& process, std::uint32_t timeoutMs) { return process.child->EndsWithin(timeoutMs); }
 
-std::uint32_t ExitCode(Process& process) {
-    siginfo_t information{};
-    const auto descriptor = static_cast<id_t>(process.child->descriptor.Get());
-    const bool read = waitid(P_PIDFD, descriptor, &information, WEXITED | WNOHANG | WNOWAIT) == 0;
-    return read && information.si_code == CLD_EXITED ? static_cast<std::uint32_t>(information.si_status) : 1;
-}
+std::uint32_t ExitCode(Process& process) { return process.child->ExitCode(); }
 
 void WriteInput(ProcessInput& input, std::string_view bytes) {
     while (!bytes.empty()) {
@@ -232,6 +105,6 @@ void WriteInput(ProcessInput& input, std::string_view bytes) {
     }
 }
 
-void TerminateJob(Job& job) { KillGroup(*job.child); }
+void TerminateJob(Job& job) { job.child->Kill(); }
 
 }  // namespace zv

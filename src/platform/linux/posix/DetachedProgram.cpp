@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 
+#include <utility>
+
 #include "core/Utf8.h"
 #include "platform/Environment.h"
 #include "platform/linux/posix/Posix.h"
@@ -11,24 +13,18 @@ namespace zv {
 
 std::uint32_t StartDetached(const std::vector<std::string>& arguments) {
     const std::string path = ToUtf8(FindOnSearchPath(FromUtf8(arguments.front())));
-    const Descriptor low(open("/dev/null", O_RDWR | O_CLOEXEC));
-    const Descriptor null(fcntl(low.Get(), F_DUPFD_CLOEXEC, 3));  // above the standard ones, which the child replaces
+    const Descriptor null = AboveStandard(Descriptor(open("/dev/null", O_RDWR | O_CLOEXEC)));
     if (path.empty() || !null.Held()) {
         return 0;
     }
-    std::vector<std::string> copies = arguments;
-    std::vector<char*> pointers;
-    for (std::string& argument : copies) {
-        pointers.push_back(argument.data());
-    }
-    pointers.push_back(nullptr);
     SpawnPlan plan;
-    plan.path = path.c_str();
-    plan.arguments = pointers.data();
+    plan.path = path;
+    plan.arguments = arguments;
     plan.input = null.Get();
-    plan.log = null.Get();
+    plan.output = null.Get();
+    plan.errors = null.Get();
     plan.outlivesUs = true;
-    const pid_t child = SpawnFromPermanentThread(plan);
+    const pid_t child = SpawnFromPermanentThread(std::move(plan));
     if (child < 0) {
         return 0;
     }

@@ -17,9 +17,6 @@
 namespace zv {
 namespace {
 
-/// Above the standard descriptors, which the child replaces.
-Descriptor AboveStandard(Descriptor descriptor) { return Descriptor(fcntl(descriptor.Get(), F_DUPFD_CLOEXEC, 3)); }
-
 /// What is in the pipe. A path is shorter than a pipe's buffer, so the program has written all of it.
 std::string ReadAll(int pipe) {
     std::string bytes;
@@ -51,18 +48,13 @@ bool DialogProgram::Start(std::vector<std::string> arguments) {
     if (!written.Held() || !nothing.Held()) {
         return false;
     }
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments) {
-        pointers.push_back(argument.data());
-    }
-    pointers.push_back(nullptr);
     SpawnPlan plan;
-    plan.path = path.c_str();
-    plan.arguments = pointers.data();
+    plan.path = path;
+    plan.arguments = std::move(arguments);
     plan.input = nothing.Get();
-    plan.log = written.Get();
+    plan.output = written.Get();
     plan.errors = nothing.Get();
-    pid_ = SpawnFromPermanentThread(plan);
+    pid_ = SpawnFromPermanentThread(std::move(plan));
     end_ = Descriptor(pid_ > 0 ? static_cast<int>(syscall(SYS_pidfd_open, pid_, 0U)) : -1);
     return end_.Held();
 }

@@ -1,5 +1,6 @@
 #include "platform/linux/posix/Posix.h"
 
+#include <fcntl.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -24,6 +25,13 @@ void Descriptor::Reset() noexcept {
     if (value_ >= 0) {
         close(std::exchange(value_, -1));
     }
+}
+
+Descriptor AboveStandard(Descriptor descriptor) {
+    if (descriptor.Get() > 2 || !descriptor.Held()) {
+        return descriptor;
+    }
+    return Descriptor(fcntl(descriptor.Get(), F_DUPFD_CLOEXEC, 3));
 }
 
 std::int64_t MonotonicNs() {

@@ -29,6 +29,10 @@ private:
     int value_ = -1;
 };
 
+/// Duplicates a descriptor to a number above the standard ones, so that a child's standard ones can be assigned without
+/// closing it.
+Descriptor AboveStandard(Descriptor descriptor);
+
 /// Nanoseconds of CLOCK_MONOTONIC.
 std::int64_t MonotonicNs();
 

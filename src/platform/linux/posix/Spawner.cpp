@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <linux/close_range.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -25,7 +26,8 @@ namespace zv {
 namespace {
 
 struct Request {
-    const SpawnPlan* plan = nullptr;
+    const SpawnPlan& plan;
+    std::vector<char*> arguments;  ///< of the plan, and a null
     pid_t child = -1;
     bool done = false;
 };
@@ -61,18 +63,32 @@ void ResetSignals() {
     sigprocmask(SIG_SETMASK, &nothing, nullptr);
 }
 
+/// Other programs are served first. A hostile file can make a decoder request any amount of memory; 4 GB are enough for
+/// the largest picture that is shown.
+void Confine() {
+    constexpr int lowPriority = 10;
+    constexpr rlimit memory{rlim_t{4} << 30U, rlim_t{4} << 30U};
+    constexpr rlimit noCore{0, 0};
+    setpriority(PRIO_PROCESS, 0, lowPriority);
+    setrlimit(RLIMIT_AS, &memory);
+    setrlimit(RLIMIT_CORE, &noCore);
+}
+
 /// Runs in the memory of the parent, which is suspended until exec. It must not change memory that the parent reads.
-[[noreturn]] void RunChild(const SpawnPlan& plan, pid_t parent, int report) {
+[[noreturn]] void RunChild(const Request& request, pid_t parent, int report) {
     ResetSignals();
     setpgid(0, 0);
+    const SpawnPlan& plan = request.plan;
     if (!plan.outlivesUs) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
     }
-    const int errors = plan.errors >= 0 ? plan.errors : plan.log;
+    if (plan.confined) {
+        Confine();
+    }
     // The death signal is not sent if the parent died before the line above.
-    if (getppid() == parent && dup2(plan.input, 0) == 0 && dup2(plan.log, 1) == 1 && dup2(errors, 2) == 2) {
+    if (getppid() == parent && dup2(plan.input, 0) == 0 && dup2(plan.output, 1) == 1 && dup2(plan.errors, 2) == 2) {
         syscall(SYS_close_range, 3U, ~0U, CLOSE_RANGE_CLOEXEC);
-        execve(plan.path, plan.arguments, environ);
+        execve(plan.path.c_str(), request.arguments.data(), environ);
     }
     const char failed = 1;
     static_cast<void>(!write(report, &failed, 1));
@@ -89,16 +105,16 @@ bool ProgramRuns(int report) {
     return count == 0;
 }
 
-[[gnu::noinline]] pid_t Fork(const SpawnPlan& plan, int report) {
+[[gnu::noinline]] pid_t Fork(const Request& request, int report) {
     const pid_t parent = getpid();
     const pid_t child = vfork();
     if (child == 0) {
-        RunChild(plan, parent, report);
+        RunChild(request, parent, report);
     }
     return child;
 }
 
-pid_t Spawn(const SpawnPlan& plan) {
+pid_t Spawn(const Request& request) {
     int ends[2] = {-1, -1};
     if (pipe2(ends, O_CLOEXEC) != 0) {
         return -1;
@@ -112,7 +128,7 @@ pid_t Spawn(const SpawnPlan& plan) {
         return -1;
     }
     const std::lock_guard environment(EnvironmentLock());
-    const pid_t child = Fork(plan, report.Get());
+    const pid_t child = Fork(request, report.Get());
     report.Reset();
     if (child > 0 && !ProgramRuns(outcome.Get())) {
         waitpid(child, nullptr, 0);
@@ -146,11 +162,20 @@ void Collect(std::vector<pid_t>& orphans) {
         const std::vector<Request*> requests = std::move(spawner.requests);
         spawner.requests.clear();
         for (Request* request : requests) {
-            request->child = Spawn(*request->plan);
+            request->child = Spawn(*request);
             request->done = true;
         }
         spawner.answered.notify_all();
     }
+}
+
+std::vector<char*> PointersTo(std::vector<std::string>& arguments) {
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
 }
 
 /// Called with the lock held.
@@ -169,13 +194,13 @@ bool EnsureStarted(Spawner& spawner) {
 
 }  // namespace
 
-pid_t SpawnFromPermanentThread(const SpawnPlan& plan) {
+pid_t SpawnFromPermanentThread(SpawnPlan plan) {
+    Request request{plan, PointersTo(plan.arguments)};
     Spawner& spawner = TheSpawner();
     std::unique_lock guard(spawner.lock);
     if (!EnsureStarted(spawner)) {
         return -1;
     }
-    Request request{&plan};
     spawner.requests.push_back(&request);
     spawner.called.notify_one();
     spawner.answered.wait(guard, [&request] { return request.done; });

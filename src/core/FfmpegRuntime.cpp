@@ -1,4 +1,4 @@
-#include "capture/FfmpegRuntime.h"
+#include "core/FfmpegRuntime.h"
 
 #include <filesystem>
 #include <system_error>
