@@ -1,4 +1,4 @@
-// The audio devices of the machine by name, for display only. Any thread.
+// The audio devices of the machine by name, for display only, and the system's settings of them. Any thread.
 #pragma once
 
 #include <vector>
@@ -12,7 +12,11 @@ struct AudioDeviceName {
     bool input = false;  ///< true: records; false: plays
 };
 
-/// Returns all input devices, then all output devices, in the system's order. Empty on failure.
+/// Returns all input devices, then all output devices, in the system's order, on Linux the default device of each kind
+/// first. Empty on failure. Waits for the sound server.
 std::vector<AudioDeviceName> ListAudioDeviceNames();
+
+/// Opens the system's page of devices and volumes. Returns false if there is none. Interface thread.
+bool OpenSoundSettings();
 
 }  // namespace zv

@@ -42,6 +42,9 @@ bool PathExists(TextView path);
 /// Creates a folder and its missing parents. Returns no error if the folder exists afterwards.
 std::error_code CreateFolders(const std::filesystem::path& folder);
 
+/// Creates a file that nobody else can open, and removes it at once. Returns false if it cannot be created or exists.
+bool TryCreateFile(TextView path);
+
 /// Copies a file. Others may delete `from` meanwhile. Fails if `to` exists.
 Result CopyToNewFile(TextView from, TextView to);
 

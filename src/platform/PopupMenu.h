@@ -11,6 +11,7 @@ namespace zv {
 struct MenuItem {
     int id = 0;  ///< 0: a separator
     Text label;
+    bool checked = false;
 };
 
 /// Opens the menu at the pointer. Returns the id of the chosen item, or 0 if the user chose none. Dispatches messages

@@ -24,6 +24,18 @@ TEST(Files, TextConvertsToAPathAndBack) {
     }
 }
 
+TEST(Files, ATriedFileIsRemovedAndReplacesNone) {
+    const support::TemporaryFolder folder;
+    const Text path = JoinPath(FromPath(folder.Path()), u".check \u6771");
+    EXPECT_TRUE(TryCreateFile(path));
+    EXPECT_FALSE(PathExists(path));
+    support::WriteBytes(ToPath(path), "kept");
+    EXPECT_FALSE(TryCreateFile(path));
+    EXPECT_EQ(support::ReadBytes(ToPath(path)), "kept");
+    EXPECT_FALSE(TryCreateFile(JoinPath(path, u"below a file")));
+    EXPECT_FALSE(TryCreateFile(JoinPath(FromPath(folder.Path()), u"missing/file")));
+}
+
 TEST(Files, ALoneSurrogateConvertsToAPathAndBack) {
     for (const char16_t unit : {u'\xD800', u'\xDBFF', u'\xDC00', u'\xDFFF'}) {
         const Text text = Text(u"a") + unit + u"b";

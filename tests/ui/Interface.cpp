@@ -44,6 +44,7 @@ Interface::Interface() {
     fake::ResetTray();
     fake::ResetMenus();
     fake::ResetDialogs();
+    fake::TheAudioDevices() = {};
     fake::ResetIcons();
     fake::ResetPlayer();
     fake::TheFolders().videos = Folder(u"videos");
@@ -69,6 +70,7 @@ Interface::~Interface() {
     Ui().capture.capturePollSlot.Wait();
     Ui().screenshot.screenshotSlot.Wait();
     Ui().library.mediaRefreshSlot.Wait();
+    Ui().soundDevices.listSlot.Wait();
     Ui().library.thumbnailSlot.Wait();
     Ui().feeds.recommendationsSlot.Wait();
     Ui().feeds.updateSlot.Wait();

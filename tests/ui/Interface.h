@@ -16,6 +16,7 @@
 #include "core/SessionMarker.h"
 #include "core/Settings.h"
 #include "fake/AppIcon.h"
+#include "fake/AudioDevices.h"
 #include "fake/CaptureEngine.h"
 #include "fake/Clock.h"
 #include "fake/Environment.h"

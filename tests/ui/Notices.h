@@ -1,4 +1,4 @@
-// What the tests of notification, badge, shortcut editor and settings page share: the interface without a screen, its
+// What the tests of notification, badge and shortcut editor share: the interface without a screen, its
 // four windows, and a canvas that records what they paint.
 #pragma once
 

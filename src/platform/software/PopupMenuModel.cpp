@@ -1,6 +1,7 @@
 #include "platform/software/PopupMenuModel.h"
 
 #include <algorithm>
+#include <array>
 
 namespace zv {
 namespace {
@@ -15,6 +16,7 @@ constexpr int rowHeight = 28;
 constexpr int separatorHeight = 9;
 constexpr int margin = 4;
 constexpr int textLeft = 16;
+constexpr int checkWidth = 20;  ///< of the column of check marks, if an item is checked
 
 constexpr std::uint32_t enterKey = 13;
 constexpr std::uint32_t escapeKey = 27;
@@ -27,6 +29,17 @@ int Scaled(const PopupMenuModel& menu, int design) { return static_cast<int>(des
 bool Contains(const PopupMenuModel& menu, const Rectangle& box, Point point) {
     return point.x >= Scaled(menu, box.left) && point.x < Scaled(menu, box.right) && point.y >= Scaled(menu, box.top) &&
            point.y < Scaled(menu, box.bottom);
+}
+
+int CheckWidth(std::span<const MenuItem> items) {
+    const bool any = std::any_of(items.begin(), items.end(), [](const MenuItem& item) { return item.checked; });
+    return any ? checkWidth : 0;
+}
+
+void DrawCheckMark(Canvas& canvas, const Rectangle& row) {
+    const double middle = (row.top + row.bottom) / 2.0;
+    const std::array<PointF, 3> points{{{14, middle}, {18, middle + 4}, {26, middle - 5}}};
+    StrokeLines(canvas, points, false, {textColor, 2});
 }
 
 bool IsSeparator(const PopupMenuModel& menu, int row) { return menu.items[static_cast<std::size_t>(row)].id == 0; }
@@ -66,7 +79,7 @@ PopupMenuModel MakePopupMenuModel(std::span<const MenuItem> items, int widestLab
     PopupMenuModel menu;
     menu.items = items;
     menu.scale = scale;
-    menu.width = widestLabel + 2 * textLeft;
+    menu.width = widestLabel + 2 * textLeft + CheckWidth(items);
     int y = margin;
     for (const MenuItem& item : items) {
         const int height = item.id == 0 ? separatorHeight : rowHeight;
@@ -100,8 +113,11 @@ void PaintMenu(const PopupMenuModel& menu, Canvas& canvas, const Font& font) {
         if (static_cast<int>(i) == menu.highlighted) {
             FillRoundBox(canvas, row, 2 * margin, highlightColor);
         }
-        DrawTextInBox(canvas, {textLeft, row.top, row.right, row.bottom}, menu.items[i].label, textColor, font,
-                      TextLayout::Line);
+        if (menu.items[i].checked) {
+            DrawCheckMark(canvas, row);
+        }
+        DrawTextInBox(canvas, {textLeft + CheckWidth(menu.items), row.top, row.right, row.bottom}, menu.items[i].label,
+                      textColor, font, TextLayout::Line);
     }
     PopTransform(canvas);
 }

@@ -34,4 +34,10 @@ std::vector<AudioDeviceName> ListAudioDeviceNames() {
     return names;
 }
 
+bool OpenSoundSettings() {
+    constexpr INT_PTR lastError = 32;
+    const HINSTANCE opened = ShellExecuteW(nullptr, L"open", L"ms-settings:sound", nullptr, nullptr, SW_SHOWNORMAL);
+    return reinterpret_cast<INT_PTR>(opened) > lastError;
+}
+
 }  // namespace zv

@@ -97,6 +97,13 @@ std::error_code CreateFolders(const std::filesystem::path& folder) {
     return exists ? std::error_code() : std::error_code(static_cast<int>(error), std::system_category());
 }
 
+bool TryCreateFile(TextView path) {
+    constexpr DWORD notShared = 0;
+    const Handle file(CreateFileW(Native(Text(path)), GENERIC_WRITE, notShared, nullptr, CREATE_NEW,
+                                  FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+    return static_cast<bool>(file);
+}
+
 Result CopyToNewFile(TextView from, TextView to) {
     const BOOL failIfExists = TRUE;
     return CopyFileW(Native(Text(from)), Native(Text(to)), failIfExists) ? resultOk : LastError();

@@ -11,7 +11,8 @@ void Fill(HMENU menu, std::span<const MenuItem> items) {
         if (item.id == 0) {
             AppendMenuW(menu, MF_SEPARATOR, 0, nullptr);
         } else {
-            AppendMenuW(menu, MF_STRING, static_cast<UINT_PTR>(item.id), Native(item.label));
+            AppendMenuW(menu, item.checked ? MF_STRING | MF_CHECKED : MF_STRING, static_cast<UINT_PTR>(item.id),
+                        Native(item.label));
         }
     }
 }

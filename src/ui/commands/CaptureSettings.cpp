@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "core/Settings.h"
+#include "ui/commands/Status.h"
 
 namespace zv {
 
@@ -30,6 +31,12 @@ bool TrySaveSettings() {
         return true;
     } catch (const std::filesystem::filesystem_error&) {
         return false;
+    }
+}
+
+void SaveInterfaceSettings() {
+    if (!TrySaveSettings()) {
+        ShowStatus(settingsNotSaved);
     }
 }
 

@@ -13,6 +13,9 @@ CaptureConfig MakeCaptureConfig();
 /// Interface thread.
 bool TrySaveSettings();
 
+/// Saves settings that the engine does not use. Shows `settingsNotSaved` on failure.
+void SaveInterfaceSettings();
+
 inline constexpr char16_t settingsNotSaved[] = u"Settings could not be saved.";
 
 }  // namespace zv

@@ -6,6 +6,7 @@
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/Commands.h"
 #include "ui/commands/Library.h"
+#include "ui/commands/SoundDevices.h"
 #include "ui/commands/Thumbnails.h"
 #include "ui/state/UiGlobals.h"
 
@@ -18,11 +19,12 @@ struct FastJob {
     bool (*collect)() = nullptr;  ///< returns true if the job was finished
 };
 
-std::array<FastJob, 4> FastJobs() {
+std::array<FastJob, 5> FastJobs() {
     return {{{Ui().capture.captureJobSlot, true, CollectCaptureJob},
              {Ui().screenshot.screenshotSlot, false, CollectScreenshot},
              {Ui().library.mediaRefreshSlot, false, CollectMediaRefresh},
-             {Ui().library.thumbnailSlot, false, CollectThumbnails}}};
+             {Ui().library.thumbnailSlot, false, CollectThumbnails},
+             {Ui().soundDevices.listSlot, false, CollectSoundDevices}}};
 }
 
 }  // namespace

@@ -66,6 +66,7 @@ void ReopenOverlay() {
     if (AppWindow* window = Ui().overlayWindow) {
         ShowWithoutActivating(*window);
         NoteOverlayActivity();
+        InvalidateWindow(*window);
     }
 }
 

@@ -15,6 +15,7 @@
 #include "library/LibraryScan.h"
 #include "library/Thumbnails.h"
 #include "platform/AppIcon.h"
+#include "platform/AudioDevices.h"
 #include "platform/CommandOutcome.h"
 #include "platform/MediaPlayer.h"
 #include "platform/Window.h"
@@ -100,6 +101,13 @@ struct ViewerSession {
     float viewerVolume = 0.6F;  ///< 0 to 1; kept between files
 };
 
+struct SoundDevicesRecord {
+    FutureSlot<std::vector<AudioDeviceName>> listSlot;
+    std::vector<AudioDeviceName> devices;  ///< of the last collected list
+    bool known = false;                    ///< a list has been collected
+    std::uint64_t collectedAt = 0;         ///< TickMs()
+};
+
 struct BadgeRecord {
     std::uint32_t badgeState = ~0U;   ///< a BadgeState, as painted last; all ones before the first paint
     std::uint32_t processId = 0;      ///< the process in front at the last decision
@@ -155,6 +163,7 @@ struct UiGlobals {
     FeedsRecord feeds;
     GalleryRecord gallery;
     ViewerSession viewer;
+    SoundDevicesRecord soundDevices;
     Toast toast;  ///< the notification that was shown last
     BadgeRecord badge;
     ShortcutEditorRecord shortcutEditor;

@@ -44,6 +44,19 @@ TEST(PopupMenuModel, PaintsLabelsASeparatorAndTheHighlight) {
                     "round 4,41,128,69 corner 8 57,47,84", "text 16,41,128,69 17/400 241,242,250 \"Exit\"", "pop"));
 }
 
+TEST(PopupMenuModel, MarksACheckedItemInAColumnOfItsOwn) {
+    const MenuItem monitors[] = {{100, u"DP-1"}, {101, u"DP-2", true}};
+    const PopupMenuModel menu = MakePopupMenuModel(monitors, 100, 1);
+    EXPECT_EQ(menu.width, 152);
+    const Owned<Font> font = MakeFont(menuFontHeight, 400);
+    const Owned<Canvas> canvas = MakeCanvas(152, 64);
+    PaintMenu(menu, *canvas, *font);
+    EXPECT_THAT(fake::Drawn(*canvas),
+                ElementsAre("push 0,0 scale 1", "fill 0,0,152,64 26,28,38", "frame 0,0,152,64 depth 1 69,72,92",
+                            "text 36,4,148,32 17/400 241,242,250 \"DP-1\"", "lines 14,46 18,50 26,41 pen 2 241,242,250",
+                            "text 36,32,148,60 17/400 241,242,250 \"DP-2\"", "pop"));
+}
+
 TEST(PopupMenuModel, HighlightsTheItemUnderThePointer) {
     PopupMenuModel menu = Make();
     EXPECT_TRUE(MovePointerOverMenu(menu, {4, 4}));

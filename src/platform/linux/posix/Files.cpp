@@ -1,6 +1,7 @@
 // Paths are bytes here. The conversion to text and back changes no name, see core/Utf8.h.
 #include "platform/Files.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -107,6 +108,12 @@ std::error_code CreateFolders(const std::filesystem::path& folder) {
     std::error_code code;
     std::filesystem::create_directories(folder, code);
     return code;
+}
+
+bool TryCreateFile(TextView path) {
+    const std::filesystem::path native = ToPath(path);
+    const Descriptor file(open(native.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    return file.Held() && unlink(native.c_str()) == 0;
 }
 
 Result CopyToNewFile(TextView from, TextView to) {

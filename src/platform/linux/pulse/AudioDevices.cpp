@@ -1,7 +1,9 @@
-// Lists the sound server's sources, except monitors, and its sinks.
+// The sound server's sources, except monitors, and its sinks.
 #include "platform/AudioDevices.h"
 
+#include <algorithm>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "core/Utf8.h"
@@ -10,39 +12,61 @@
 namespace zv {
 namespace {
 
-using NameList = PulseAnswer<std::vector<AudioDeviceName>>;
+struct Devices {
+    std::string defaultSource;
+    std::string defaultSink;
+    std::vector<AudioDeviceName> names;
+};
+using DeviceList = PulseAnswer<Devices>;
 
-void AddName(void* list, const char* description, bool isInput) {
-    static_cast<NameList*>(list)->Fill([=](std::vector<AudioDeviceName>& names) {
-        names.push_back({FromUtf8(description), isInput});
+std::string TextOrNothing(const char* text) { return text != nullptr ? text : ""; }
+
+void StoreDefaults(pa_context*, const pa_server_info* info, void* list) {
+    static_cast<DeviceList*>(list)->Fill([=](Devices& devices) {
+        if (info != nullptr) {
+            devices.defaultSource = TextOrNothing(info->default_source_name);
+            devices.defaultSink = TextOrNothing(info->default_sink_name);
+        }
+    });
+}
+
+/// Adds the default device before the others of its kind.
+void AddName(void* list, const char* name, const char* description, bool isInput) {
+    static_cast<DeviceList*>(list)->Fill([=](Devices& devices) {
+        std::vector<AudioDeviceName>& names = devices.names;
+        const bool isDefault = (isInput ? devices.defaultSource : devices.defaultSink) == name;
+        const auto first = std::find_if(names.begin(), names.end(),
+                                        [=](const AudioDeviceName& device) { return device.input == isInput; });
+        names.insert(isDefault ? first : names.end(), {FromUtf8(description), isInput});
     });
 }
 
 void AddSource(pa_context*, const pa_source_info* info, int end, void* list) {
     if (end == 0 && info->monitor_of_sink == PA_INVALID_INDEX) {
-        AddName(list, info->description, true);
+        AddName(list, info->name, info->description, true);
     }
 }
 
 void AddSink(pa_context*, const pa_sink_info* info, int end, void* list) {
     if (end == 0) {
-        AddName(list, info->description, false);
+        AddName(list, info->name, info->description, false);
     }
 }
 
 }  // namespace
 
 std::vector<AudioDeviceName> ListAudioDeviceNames() {
-    NameList list;
+    DeviceList list;
     std::shared_ptr<PulseClient> client;
     if (Failed(ConnectPulse(client))) {
         return {};
     }
-    const Result sources = AwaitOperation(*client, pa_context_get_source_info_list(client->context, AddSource, &list));
-    if (Succeeded(sources)) {
-        AwaitOperation(*client, pa_context_get_sink_info_list(client->context, AddSink, &list));
+    pa_context* context = client->context;
+    if (Succeeded(AwaitOperation(*client, pa_context_get_server_info(context, StoreDefaults, &list))) &&
+        Succeeded(AwaitOperation(*client, pa_context_get_source_info_list(context, AddSource, &list)))) {
+        AwaitOperation(*client, pa_context_get_sink_info_list(context, AddSink, &list));
     }
-    return std::move(list.Get());
+    return std::move(list.Get().names);
 }
 
 }  // namespace zv
