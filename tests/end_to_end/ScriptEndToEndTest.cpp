@@ -1,5 +1,4 @@
 // The commands for scripts: starts of the real program that hand a command to the running copy.
-#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -7,6 +6,7 @@
 #include <csignal>
 
 #include "support/InterfaceUser.h"
+#include "support/ScriptCommand.h"
 
 namespace zv {
 namespace {
@@ -16,48 +16,17 @@ namespace fs = std::filesystem;
 
 constexpr char notRunning[] = "Zorvel is not running in this session.\n";
 
-/// What a script gets from a command.
-struct Outcome {
-    int exitCode = -1;
-    std::string output;
-    std::string errors;
-};
-
-/// A start of the program with these arguments, as a script does it.
-class ScriptCommand {
-public:
-    ScriptCommand(const Arguments& command, const std::string& display) {
-        const std::string out = (folder_.Path() / "out").string();
-        const std::string err = (folder_.Path() / "err").string();
-        Arguments line{"sh", "-c", "out=$1 err=$2; shift 2; exec \"$@\" >\"$out\" 2>\"$err\"", "sh", out, err};
-        line.insert(line.end(), command.begin(), command.end());
-        process_ = Spawned(line, {{"DISPLAY", display}}, folder_.Path() / "log");
-    }
-    Spawned& Process() { return process_; }
-    Outcome Wait() {
-        const auto status = process_.WaitExit(120);
-        EXPECT_TRUE(status.has_value()) << "it did not end";
-        return {status && WIFEXITED(*status) ? WEXITSTATUS(*status) : -1, ReadBytes(folder_.Path() / "out"),
-                ReadBytes(folder_.Path() / "err")};
-    }
-
-private:
-    TemporaryFolder folder_{"zorvel-script"};
-    Spawned process_;
-};
-
 struct ScriptEndToEnd : testing::Test {
-    Outcome Run(const Arguments& arguments, const std::string& onDisplay) const {
+    ScriptOutcome Run(const Arguments& arguments, const std::string& onDisplay) const {
         Arguments command{ProgramPath()};
         command.insert(command.end(), arguments.begin(), arguments.end());
         return ScriptCommand(command, onDisplay).Wait();
     }
-    Outcome Run(const std::string& option) const { return Run({option}, display.Name()); }
-    ProgramOptions Small(const std::string& replay = "1") const {
-        return {.display = display.Name(),
-                .settings = {{"width", "640"}, {"height", "480"}, {"instantReplay", replay}}};
+    ScriptOutcome Run(const std::string& option) const { return Run({option}, display.Name()); }
+    ProgramOptions WithReplay(bool on) const {
+        return {.display = display.Name(), .settings = {{"instantReplay", on ? "1" : "0"}}};
     }
-    static void ExpectFile(const Outcome& outcome, const std::string& sentence) {
+    static void ExpectFile(const ScriptOutcome& outcome, const std::string& sentence) {
         EXPECT_EQ(outcome.exitCode, 0);
         const std::string path = outcome.output.substr(0, outcome.output.find('\n'));
         EXPECT_EQ(outcome.output, path + "\n");
@@ -65,7 +34,7 @@ struct ScriptEndToEnd : testing::Test {
         std::error_code missing;
         EXPECT_GT(fs::file_size(path, missing), 0U) << path;
     }
-    static void ExpectRefused(const Outcome& outcome, int exitCode, const std::string& sentence) {
+    static void ExpectRefused(const ScriptOutcome& outcome, int exitCode, const std::string& sentence) {
         EXPECT_EQ(outcome.exitCode, exitCode);
         EXPECT_EQ(outcome.output, "");
         EXPECT_EQ(outcome.errors, sentence);
@@ -88,27 +57,27 @@ TEST_F(ScriptEndToEnd, WithoutARunningCopyEveryCommandSaysSoAndHelpNeedsNoDispla
     }
     ExpectRefused(Run({"--screenshot"}, ""), 2, "There is no X display to look for Zorvel on. Set DISPLAY.\n");
     ExpectRefused(Run({"--save-repaly"}, ""), 64, "Zorvel has no option --save-repaly. See zorvel --help.\n");
-    const Outcome version = Run({"--version"}, "");
+    const ScriptOutcome version = Run({"--version"}, "");
     EXPECT_EQ(version.exitCode, 0);
     EXPECT_EQ(version.output + version.errors, "Zorvel 3.23.0\n");
-    const Outcome help = Run({"--help"}, "");
+    const ScriptOutcome help = Run({"--help"}, "");
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_TRUE(help.output.starts_with("Usage: zorvel [OPTION]\n")) << help.output;
     EXPECT_EQ(help.errors, "");
 }
 
 TEST_F(ScriptEndToEnd, EachCommandIsDoneByTheRunningCopy) {
-    ProgramRun run(Small());
+    ProgramRun run(WithReplay(true));
     ASSERT_TRUE(run.WaitForBuffer(2));
     ExpectFile(Run("--save-replay"), "Replay saved: ");
     ExpectFile(Run("--screenshot"), "Screenshot saved: ");
 
-    const Outcome started = Run("--toggle-recording");
+    const ScriptOutcome started = Run("--toggle-recording");
     EXPECT_EQ(started.exitCode, 0);
     EXPECT_EQ(started.errors, "Recording started. Stop Recording to finalize video and selected audio.\n");
     ASSERT_TRUE(started.output.ends_with(".mp4\n"));
     EXPECT_FALSE(fs::exists(started.output.substr(0, started.output.size() - 1))) << "it has its working name";
-    const Outcome ended = Run("--toggle-recording");
+    const ScriptOutcome ended = Run("--toggle-recording");
     ExpectFile(ended, "Recording saved: ");
     EXPECT_EQ(ended.output, started.output);
 
@@ -125,14 +94,14 @@ TEST_F(ScriptEndToEnd, EachCommandIsDoneByTheRunningCopy) {
 }
 
 TEST_F(ScriptEndToEnd, ARefusedCommandSaysWhy) {
-    ProgramRun run(Small("0"));
+    ProgramRun run(WithReplay(false));
     ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
     ExpectRefused(Run("--save-replay"), 1, "Replay is paused. Turn on automatic replay in Settings > Capture.\n");
     EXPECT_EQ(run.End(), 0);
 }
 
 TEST_F(ScriptEndToEnd, ACommandFailsIfTheCopyEndsMeanwhile) {
-    ProgramRun run(Small("0"));
+    ProgramRun run(WithReplay(false));
     ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
     run.Process().Send(SIGSTOP);
     ScriptCommand command({ProgramPath(), "--screenshot"}, display.Name());
@@ -151,7 +120,7 @@ TEST_F(ScriptEndToEnd, ACommandFailsIfTheCopyEndsMeanwhile) {
 }
 
 TEST_F(ScriptEndToEnd, OtherUsersCommandsAreRefused) {
-    ProgramRun run(Small("0"));
+    ProgramRun run(WithReplay(false));
     ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
     xcb_set_access_control(user.Get(), XCB_ACCESS_CONTROL_DISABLE);
     user.Sync();
@@ -174,7 +143,7 @@ TEST_F(ScriptEndToEnd, OtherUsersCommandsAreRefused) {
 }
 
 TEST_F(ScriptEndToEnd, GarbageAndHundredsOfConnectionsDoNotKeepACommandOut) {
-    ProgramRun run(Small());
+    ProgramRun run(WithReplay(true));
     ASSERT_TRUE(run.WaitForBuffer(1));
     const std::string path = SocketPath();
     sockaddr_un address{};
