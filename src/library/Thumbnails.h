@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <stop_token>
 #include <vector>
 
 #include "library/LibraryScan.h"
@@ -30,7 +31,8 @@ struct KeyedThumbnail {
     std::shared_ptr<MediaThumbnail> thumbnail;
 };
 
-/// Returns the thumbnails of the files, in order. An exception ends the list early. Blocks: worker threads only.
-std::vector<KeyedThumbnail> LoadThumbnails(const std::vector<MediaFile>& files);
+/// Returns the thumbnails of the files, in order. An exception ends the list early. Blocks, if `stop` is not requested:
+/// worker threads only.
+std::vector<KeyedThumbnail> LoadThumbnails(const std::vector<MediaFile>& files, const std::stop_token& stop);
 
 }  // namespace zv

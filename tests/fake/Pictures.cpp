@@ -7,8 +7,12 @@ namespace zv {
 namespace fake {
 namespace {
 
-PixelBitmap Picture(const char* function, const Text& path) {
+PixelBitmap Picture(const char* function, const Text& path, const std::stop_token& stop) {
     const Call call(function, ToUtf8(path));
+    if (stop.stop_requested()) {
+        const Call stopped("Stopped", function);
+        return {};
+    }
     const auto found = ThePictures().find(path);
     return call.Fails() || found == ThePictures().end() ? PixelBitmap{} : found->second;
 }
@@ -28,15 +32,15 @@ PixelBitmap PictureOf(std::uint32_t color, std::int32_t width, std::int32_t heig
 }  // namespace fake
 
 void MakeThumbnails(const std::vector<Text>& paths, std::int32_t width, std::int32_t height,
-                    std::vector<PixelBitmap>& made, const std::stop_token& /*stop*/) {
+                    std::vector<PixelBitmap>& made, const std::stop_token& stop) {
     const fake::Call batch("MakeThumbnails", std::to_string(width) + "x" + std::to_string(height));
     for (const Text& path : paths) {
-        made.push_back(fake::Picture("MakeThumbnail", path));
+        made.push_back(fake::Picture("MakeThumbnail", path, stop));
     }
 }
 
-PixelBitmap LoadPicture(const Text& path, std::int64_t maxPixels, const std::stop_token& /*stop*/) {
-    PixelBitmap picture = fake::Picture("LoadPicture", path);
+PixelBitmap LoadPicture(const Text& path, std::int64_t maxPixels, const std::stop_token& stop) {
+    PixelBitmap picture = fake::Picture("LoadPicture", path, stop);
     const bool fits = std::int64_t{picture.width} * picture.height <= maxPixels;
     return fits ? picture : PixelBitmap{};
 }

@@ -1,6 +1,7 @@
 // Pictures in memory. A path that the test has not set has none. MakeThumbnails is recorded with its size as the
 // subject, then each of its paths as "MakeThumbnail", and each LoadPicture under its name, with the whole path in UTF-8
-// as the subject; all can be made to fail, to throw or to wait in a hook (Calls.h).
+// as the subject; all can be made to fail, to throw or to wait in a hook (Calls.h). A picture that is left out because
+// of a request to stop is then recorded as "Stopped", with the name of its call.
 #pragma once
 
 #include <map>

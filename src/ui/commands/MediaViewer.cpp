@@ -103,8 +103,8 @@ PixelBitmap Reduced(PixelBitmap picture) {
 
 void LoadViewerImage() {
     const std::uint32_t generation = Viewer().viewerGeneration;
-    const auto load = [path = Viewer().viewerFile.path, generation] {
-        MediaThumbnail image{Reduced(LoadPicture(path, mostPixels)), {}};
+    const auto load = [path = Viewer().viewerFile.path, generation, stop = Ui().pictureStop.get_token()] {
+        MediaThumbnail image{Reduced(LoadPicture(path, mostPixels, stop)), {}};
         return ViewerImage{generation, std::make_shared<MediaThumbnail>(std::move(image))};
     };
     Viewer().viewerImageSlot.Start(load, ViewerImage{generation, std::make_shared<MediaThumbnail>()});

@@ -34,7 +34,9 @@ void QueueVisibleThumbnails(const std::vector<const MediaFile*>& files) {
     if (missing.empty()) {
         return;
     }
-    library.thumbnailSlot.Start([missing = std::move(missing)] { return LoadThumbnails(missing); }, {});
+    library.thumbnailSlot.Start(
+        [missing = std::move(missing), stop = Ui().pictureStop.get_token()] { return LoadThumbnails(missing, stop); },
+        {});
     ArmCollectionTimer();
 }
 

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <stop_token>
 #include <vector>
 
 #include "capture/CaptureEngine.h"
@@ -156,6 +157,8 @@ struct UiGlobals {
     Text monitorLabel;           ///< empty: not looked up
     std::array<bool, 4> hotkeyRegistered{};
     std::array<bool, 4> busyHotkeyPending{};  ///< the notification has not been shown yet
+
+    std::stop_source pictureStop;  ///< of all jobs that read pictures; requested at the end of the program
 
     CaptureRecord capture;
     ScreenshotRecord screenshot;

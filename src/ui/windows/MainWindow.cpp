@@ -57,6 +57,7 @@ void OnDestroy(AppWindow& window) {
     const EndOfProgram end;
     Ui().phase = ProgramPhase::Closing;
     CloseMediaViewer();
+    Ui().pictureStop.request_stop();
     WaitForFeeds();
     Ui().viewer.viewerImageSlot.Wait();
     Ui().programWindows.toast.reset();
@@ -231,6 +232,7 @@ std::intptr_t MainProc(AppWindow& window, std::uint32_t code, std::uintptr_t wPa
 
 void EndWithoutMainWindow() {
     CloseMediaViewer();
+    Ui().pictureStop.request_stop();
     WaitForFeeds();
     Ui().viewer.viewerImageSlot.Wait();
     WaitForFileJobs();

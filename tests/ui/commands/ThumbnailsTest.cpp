@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "ui/Interface.h"
+#include "ui/commands/MediaViewer.h"
 #include "ui/navigation/Navigation.h"
 #include "ui/windows/MainWindow.h"
 
@@ -205,7 +206,7 @@ TEST_F(Thumbnails, OfANegativeFirstIndexAreThoseOfTheFirstPage) {
     EXPECT_EQ(Cache().size(), 2U);
 }
 
-TEST_F(Thumbnails, AreWaitedForAndReleasedByTheShutdown) {
+TEST_F(Thumbnails, AreStoppedWaitedForAndReleasedByTheShutdown) {
     AddFiles(2);
     QueueAndFinish();
     const std::weak_ptr<MediaThumbnail> kept = FindThumbnail(files_[0]);
@@ -215,13 +216,23 @@ TEST_F(Thumbnails, AreWaitedForAndReleasedByTheShutdown) {
     bool ended = false;
     onCall_ = [&](const std::string& name, int) {
         if (name == "StopAll") {
-            ended = Ui().library.thumbnailSlot.IsFinished() && kept.expired();
+            ended = Ui().library.thumbnailSlot.IsFinished() && kept.expired() && Ui().pictureStop.stop_requested();
         }
     };
     std::thread release = OpenGateUnless("StopAll");
     ExitProgram();
     release.join();
     EXPECT_TRUE(ended);
+}
+
+TEST_F(Thumbnails, AreNotMadeAfterARequestToStopAndNoWholeImageIsRead) {
+    AddFiles(1);
+    files_[0].kind = mediaKind::screenshot;
+    Ui().pictureStop.request_stop();
+    QueueAndFinish();
+    OpenMediaViewer(files_[0]);
+    Ui().viewer.viewerImageSlot.Wait();
+    EXPECT_THAT(fake::CallLog(), testing::IsSupersetOf({"Stopped MakeThumbnail", "Stopped LoadPicture"}));
 }
 
 }  // namespace
