@@ -62,6 +62,17 @@ bool ExcludedWindows::Holds(xcb_window_t window) const {
     return std::find(each.begin(), end, window) != end;
 }
 
+void ResetExcluded() {
+    publishedBackdrop = XCB_NONE;
+    for (std::atomic<xcb_window_t>& slot : registered) {
+        slot = XCB_WINDOW_NONE;
+    }
+    for (BoundsRecord& each : records) {
+        each.window = XCB_WINDOW_NONE;
+        each.untilNs = never;
+    }
+}
+
 void RegisterExcluded(xcb_window_t window) {
     if (ListExcluded().Holds(window)) {
         return;

@@ -33,6 +33,8 @@ struct ExcludedWindows {
 
 // The interface thread only.
 
+/// Forgets what an earlier session has registered, recorded and published: it belongs to another display.
+void ResetExcluded();
 void RegisterExcluded(xcb_window_t window);
 void UnregisterExcluded(xcb_window_t window);
 /// Called before the window is shown at these bounds or moves to them. In the root's coordinates. XCB_WINDOW_NONE

@@ -130,7 +130,7 @@ bool OpenSession() {
     }
     x11::Session& session = x11::CurrentSession();
     session = {};
-    x11::PublishBackdrop(XCB_NONE);
+    x11::ResetExcluded();
     session.connection = std::move(connection);
     x11::HasExtensions(session.connection.get(),
                        {&xcb_shm_id, &xcb_shape_id, &xcb_composite_id, &xcb_xfixes_id, &xcb_randr_id});

@@ -19,16 +19,9 @@ constexpr Rectangle screen{0, 0, 1920, 1080};
 constexpr Rectangle first{10, 20, 110, 220};
 constexpr Rectangle second{200, 20, 300, 220};
 
-/// Waits until the recorded bounds of the previous test have expired.
 class LinuxExcludedWindows : public testing::Test {
 protected:
-    ~LinuxExcludedWindows() override {
-        RecordHidden(window_);
-        UnregisterExcluded(window_);
-        while (!BoundsSince(SteadyNs(), screen).Empty()) {
-            SleepMs(10);
-        }
-    }
+    ~LinuxExcludedWindows() override { ResetExcluded(); }
     static std::vector<Rectangle> Bounds(std::int64_t sinceNs, const Rectangle& area = screen) {
         const Damage bounds = BoundsSince(sinceNs, area);
         return {bounds.Rectangles().begin(), bounds.Rectangles().end()};

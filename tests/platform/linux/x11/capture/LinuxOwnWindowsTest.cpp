@@ -65,8 +65,6 @@ enum class Manager {
 class LinuxOwnWindows : public testing::TestWithParam<Manager> {
 protected:
     LinuxOwnWindows() {
-        // Waits until the bounds that an earlier test has recorded, on another screen, have expired.
-        EXPECT_TRUE(support::Eventually([] { return x11::BoundsSince(SteadyNs(), {0, 0, width, height}).Empty(); }));
         setenv("DISPLAY", display_.Name().c_str(), 1);
         SetEndRequest(nullptr);
         EXPECT_TRUE(OpenSession());
