@@ -41,8 +41,6 @@ struct Canvas {
 
 namespace {
 
-namespace plus = Gdiplus::DllExports;
-
 constexpr wchar_t family[] = L"Segoe UI";
 constexpr std::size_t longestText = 8192;  ///< no box of the interface shows more characters
 
@@ -60,17 +58,6 @@ void ApplyTransform(const Canvas& canvas) {
 HBRUSH BrushOf(const Canvas& canvas, Color color) {
     SetDCBrushColor(canvas.context, color);
     return static_cast<HBRUSH>(GetStockObject(DC_BRUSH));
-}
-
-BITMAPINFO Layout(std::int32_t width, std::int32_t height) {
-    BITMAPINFO info{};
-    info.bmiHeader.biSize = sizeof(info.bmiHeader);
-    info.bmiHeader.biWidth = width;
-    info.bmiHeader.biHeight = -height;  // rows from the top
-    info.bmiHeader.biPlanes = 1;
-    info.bmiHeader.biBitCount = 32;
-    info.bmiHeader.biCompression = BI_RGB;
-    return info;
 }
 
 // Smooth lines and shapes.
@@ -190,7 +177,7 @@ Owned<Canvas> MakeCanvas(std::int32_t width, std::int32_t height) {
     canvas->width = width;
     canvas->height = height;
     canvas->context = CreateCompatibleDC(nullptr);
-    const BITMAPINFO info = Layout(width, height);
+    const BITMAPINFO info = RowsFromTheTop(width, height);
     void* pixels = nullptr;
     canvas->bitmap = CreateDIBSection(canvas->context, &info, DIB_RGB_COLORS, &pixels, nullptr, 0);
     canvas->pixels = static_cast<std::uint32_t*>(pixels);
@@ -328,7 +315,7 @@ void DrawPixels(Canvas& canvas, const Rectangle& box, const PixelView& picture) 
     if (picture.width <= 0 || picture.height <= 0) {
         return;
     }
-    const BITMAPINFO info = Layout(picture.width, picture.height);
+    const BITMAPINFO info = RowsFromTheTop(picture.width, picture.height);
     const int before = SetStretchBltMode(canvas.context, HALFTONE);
     SetBrushOrgEx(canvas.context, 0, 0, nullptr);
     StretchDIBits(canvas.context, box.left, box.top, box.right - box.left, box.bottom - box.top, 0, 0, picture.width,

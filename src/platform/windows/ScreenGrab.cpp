@@ -11,30 +11,11 @@
 namespace zv {
 namespace {
 
-namespace plus = Gdiplus::DllExports;
-
 struct ReleaseScreen {
     using pointer = HDC;
     void operator()(HDC screen) const { ReleaseDC(nullptr, screen); }
 };
 using ScreenContext = std::unique_ptr<HDC, ReleaseScreen>;
-
-struct DeleteContext {
-    using pointer = HDC;
-    void operator()(HDC context) const { DeleteDC(context); }
-};
-using MemoryContext = std::unique_ptr<HDC, DeleteContext>;
-
-struct DeleteBitmap {
-    using pointer = HBITMAP;
-    void operator()(HBITMAP bitmap) const { DeleteObject(bitmap); }
-};
-using BitmapHandle = std::unique_ptr<HBITMAP, DeleteBitmap>;
-
-struct DisposeImage {
-    void operator()(Gdiplus::GpBitmap* image) const { plus::GdipDisposeImage(image); }
-};
-using Image = std::unique_ptr<Gdiplus::GpBitmap, DisposeImage>;
 
 Result ResultOfStatus(Gdiplus::Status status) {
     if (status == Gdiplus::Ok) {

@@ -23,6 +23,7 @@
 #include "windows/drivers/ComObject.h"
 #include "windows/drivers/Imports.h"
 #include "windows/drivers/Pixels.h"
+#include "windows/drivers/ShellImages.h"
 
 namespace zv::drivers {
 namespace {
@@ -400,6 +401,8 @@ extern "C" HRESULT WINAPI CreateDXGIFactory1(REFIID id, void** result) {
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* processEnds) {
     if (reason == DLL_PROCESS_ATTACH) {
         NameModule("dxgi");
+    } else if (reason == DLL_THREAD_DETACH) {
+        OnComThreadEnd();
     } else if (reason == DLL_PROCESS_DETACH) {
         ReportEnd(processEnds != nullptr);
     }

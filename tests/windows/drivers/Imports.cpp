@@ -15,6 +15,7 @@
 
 #include "windows/DirectoryEntries.h"
 #include "windows/drivers/CallChecker.h"
+#include "windows/drivers/ShellImages.h"
 
 namespace zv::drivers {
 namespace {
@@ -224,7 +225,23 @@ HRESULT WINAPI EnterCom(void* reserved, DWORD kind) {
         starvedBytes = bytes;
         starvedThread = GetCurrentThreadId();
     }
-    return scripted.fails ? static_cast<HRESULT>(scripted.code) : CoInitializeEx(reserved, kind);
+    if (scripted.fails) {
+        return static_cast<HRESULT>(scripted.code);
+    }
+    const HRESULT result = CoInitializeEx(reserved, kind);
+    if (SUCCEEDED(result)) {
+        OnComEntered();
+    }
+    return result;
+}
+
+/// Wine has no compositor that could leave the window out.
+BOOL WINAPI SetAffinity(HWND window, DWORD affinity) {
+    wchar_t name[64] = {};
+    GetClassNameW(window, name, 64);
+    const std::wstring text = name;
+    Note("display affinity of " + std::string(text.begin(), text.end()) + " is " + std::to_string(affinity));
+    return TRUE;
 }
 
 HRESULT WINAPI SetIdentity(const wchar_t* identity) {
@@ -286,7 +303,7 @@ struct Import {
 };
 
 const Import* ImportNamed(const char* name) {
-    static const std::array<Import, 19> imports = {{
+    static const std::array<Import, 22> imports = {{
         {"malloc", reinterpret_cast<void*>(Allocate)},
         {"calloc", reinterpret_cast<void*>(AllocateZeroed)},
         {"realloc", reinterpret_cast<void*>(Reallocate)},
@@ -301,6 +318,9 @@ const Import* ImportNamed(const char* name) {
         {"timeEndPeriod", reinterpret_cast<void*>(EndFineTimer)},
         {"SetProcessInformation", reinterpret_cast<void*>(SetProcess)},
         {"CoInitializeEx", reinterpret_cast<void*>(EnterCom)},
+        {"CoUninitialize", reinterpret_cast<void*>(LeaveCom)},
+        {"SHCreateItemFromParsingName", reinterpret_cast<void*>(MakeShellItem)},
+        {"SetWindowDisplayAffinity", reinterpret_cast<void*>(SetAffinity)},
         {"SetCurrentProcessExplicitAppUserModelID", reinterpret_cast<void*>(SetIdentity)},
         {"TrackPopupMenu", reinterpret_cast<void*>(TrackMenu)},
         {"GetClientRect", reinterpret_cast<void*>(GetSize)},
@@ -361,6 +381,7 @@ void WatchImports() {
     if (std::exchange(replaced, true)) {
         return;
     }
+    BeginComChecks();
     const Image image;
     for (const IMAGE_IMPORT_DESCRIPTOR* library = image.Imports(); library->Name != 0; ++library) {
         ReplaceImportsOf(image, *library);

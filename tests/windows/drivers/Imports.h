@@ -16,8 +16,9 @@
 // Waits end at the ticks of a timer of 16 ms, as in Windows but not in Wine, unless the program has requested a finer
 // one. Notes report that.
 // A round is a request for a desktop image, counted from 1 for each duplication. A note reports the taskbar identity
-// that the program sets. A second menu cannot be opened while one is open. The standard library reads sizes of files
-// from the entries of their folder (DirectoryEntries.h).
+// that the program sets, and the display affinity of each window. A second menu cannot be opened while one is open. The
+// standard library reads sizes of files from the entries of their folder (DirectoryEntries.h). The shell's images come
+// from ShellImages.h.
 #pragma once
 
 namespace zv::drivers {
