@@ -122,7 +122,10 @@ GVariant* DialogOptions(const FileChooserOptions& options, const std::string& to
 std::string RequestPath(GDBusConnection* bus, const std::string& token) {
     std::string sender = g_dbus_connection_get_unique_name(bus) + 1;  // without its colon
     std::replace(sender.begin(), sender.end(), '.', '_');
-    return std::string(portalPath) + "/request/" + sender + "/" + token;
+    // Not one sum: GCC 12 warns of its move wrongly.
+    std::string path = portalPath;
+    path.append("/request/").append(sender).append("/").append(token);
+    return path;
 }
 
 void OpenDialog(const Shared& state) {
