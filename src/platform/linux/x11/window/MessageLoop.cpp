@@ -1,7 +1,7 @@
 // The message loop of the interface thread.
 //
-// It sleeps in one ppoll on the server's connection, the session bus, the end signals, the commands of later starts and
-// the earliest timer. It converts events to messages in a queue. Each iteration dispatches at most one timer, so that
+// It sleeps in one ppoll on the server's connection, the session bus, the media player, the end signals, the commands of
+// later starts and the earliest timer. It converts events to messages in a queue. Each iteration dispatches at most one timer, so that
 // timer messages never accumulate.
 #include "platform/linux/x11/window/MessageLoop.h"
 
@@ -20,6 +20,7 @@
 #include "platform/Session.h"
 #include "platform/Window.h"
 #include "platform/linux/dbus/SessionBus.h"
+#include "platform/linux/mpv/MpvPlayer.h"
 #include "platform/linux/posix/Posix.h"
 #include "platform/linux/x11/window/Redirection.h"
 #include "platform/linux/x11/window/Session.h"
@@ -201,6 +202,7 @@ void WaitForWork(Session& session) {
         sources.push_back({session.loop.dialogEnd, POLLIN, 0});
     }
     dbus::AddBusDescriptors(sources);
+    mpv::AddPlayerDescriptors(sources);
     if (session.commands) {
         session.commands->AddDescriptors(sources);
     }
@@ -219,6 +221,7 @@ bool RunStep(Session& session) {
     MapNewWindows(session);
     ReadEvents(session);
     dbus::DispatchBus();
+    mpv::DispatchPlayers();
     const std::int64_t nowNs = MonotonicNs();
     if (session.commands && commandHandler != nullptr) {
         session.commands->Dispatch(commandHandler, nowNs);
