@@ -12,6 +12,16 @@ Text DateText(const LocalTime& time) {
     return Widen(text.data());
 }
 
+Text LongDateText(const LocalTime& time) {
+    constexpr std::array<const char*, 12> months = {"January",   "February", "March",    "April",
+                                                    "May",       "June",     "July",     "August",
+                                                    "September", "October",  "November", "December"};
+    std::array<char, 48> text{};
+    std::snprintf(text.data(), text.size(), "%02d %s %d", time.day, months.at(static_cast<std::size_t>(time.month - 1)),
+                  time.year);
+    return Widen(text.data());
+}
+
 Text ClockText(const LocalTime& time, char separator) {
     std::array<char, 48> text{};
     std::snprintf(text.data(), text.size(), "%02u%c%02u%c%02u", static_cast<unsigned>(time.hour), separator,

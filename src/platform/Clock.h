@@ -30,6 +30,10 @@ struct LocalTime {
 
 LocalTime LocalNow();
 
+/// Converts a file's time, in units of 100 ns since 1601 (UTC), to the user's time zone. Clamps a time that the system
+/// cannot represent.
+LocalTime LocalTimeOf(std::int64_t written);
+
 /// Blocks the calling thread. Worker threads wait for their events instead.
 void SleepMs(std::uint32_t milliseconds);
 

@@ -192,7 +192,7 @@ TEST_P(InterfacePictures, MatchTheReviewedPictures) {
     user_.Click(mainWindowName, 1000, 487);
     ASSERT_TRUE(user_.WaitShown(overlayName));
     ParkPointer();
-    ASSERT_TRUE(user_.WaitColor(overlayName, 25, 540, Rgb(24, 23, 28)));
+    ASSERT_TRUE(user_.WaitColor(overlayName, 980, 540, Rgb(24, 23, 28)));
     ASSERT_TRUE(user_.WaitColor(overlayName, 32, 105, color::black));
     Compare(overlayName, "gallery");
     ASSERT_TRUE(user_.CloseOverlay());

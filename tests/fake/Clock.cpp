@@ -1,5 +1,7 @@
 #include "fake/Clock.h"
 
+#include <chrono>
+
 #include "fake/Calls.h"
 
 namespace zv {
@@ -39,6 +41,23 @@ std::uint64_t TickMs() { return static_cast<std::uint64_t>(TheClock().nowNs.load
 std::int64_t SteadyNs() { return TheClock().nowNs; }
 std::int64_t Counter100ns() { return TheClock().nowNs / 100; }
 LocalTime LocalNow() { return TheClock().localNow; }
+
+LocalTime LocalTimeOf(std::int64_t written) {
+    namespace time = std::chrono;
+    constexpr std::int64_t secondsTo1970 = 11'644'473'600;
+    const time::sys_seconds local{time::seconds(written / 10'000'000 - secondsTo1970 + fake::secondsAheadOfUtc)};
+    const auto midnight = time::floor<time::days>(local);
+    const time::year_month_day day(midnight);
+    const time::hh_mm_ss clock(local - midnight);
+    return {static_cast<int>(day.year()),
+            static_cast<int>(static_cast<unsigned>(day.month())),
+            static_cast<int>(static_cast<unsigned>(day.day())),
+            static_cast<int>(clock.hours().count()),
+            static_cast<int>(clock.minutes().count()),
+            static_cast<int>(clock.seconds().count()),
+            0};
+}
+
 void SleepMs(std::uint32_t milliseconds) { fake::AdvanceClockMs(milliseconds); }
 
 Owned<PreciseTimer> MakePreciseTimer() {

@@ -20,6 +20,9 @@ struct ClockControls {
     std::vector<std::int64_t> waitedUnits;  ///< of each precise wait; read while no wait runs
 };
 
+/// The user's zone: two hours ahead of UTC.
+inline constexpr int secondsAheadOfUtc = 7200;
+
 ClockControls& TheClock();
 void ResetClock();
 void AdvanceClockMs(std::int64_t milliseconds);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <ctime>
+#include <limits>
 #include <thread>
 
 namespace zv {
@@ -54,6 +55,37 @@ TEST(Clock, LocalTimeIsTheTimeOfTheUsersZone) {
     EXPECT_LE(answered, after + 1);
     EXPECT_GE(now.millisecond, 0);
     EXPECT_LE(now.millisecond, 999);
+}
+
+TEST(Clock, AFilesTimeIsConvertedToTheUsersZone) {
+    constexpr std::int64_t secondsTo1970 = 11'644'473'600;
+    // 15 January, 1 April and 15 July 2021, and 31 December 2019, around midnight UTC.
+    for (const std::int64_t seconds : {1610668800, 1617235199, 1626307200, 1577836799}) {
+        const std::time_t time = seconds;
+        const std::tm wanted = *std::localtime(&time);
+        const LocalTime local = LocalTimeOf((seconds + secondsTo1970) * 10'000'000 + 5'670'000);
+        EXPECT_EQ(local.year, wanted.tm_year + 1900);
+        EXPECT_EQ(local.month, wanted.tm_mon + 1);
+        EXPECT_EQ(local.day, wanted.tm_mday);
+        EXPECT_EQ(local.hour, wanted.tm_hour);
+        EXPECT_EQ(local.minute, wanted.tm_min);
+        EXPECT_EQ(local.second, wanted.tm_sec);
+        EXPECT_EQ(local.millisecond, 567);
+    }
+}
+
+TEST(Clock, ConvertsEveryTimeThatAFileCanHave) {
+    constexpr std::int64_t day = 864'000'000'000;
+    EXPECT_EQ(LocalTimeOf(100 * day).year, 1601);
+    EXPECT_EQ(LocalTimeOf(116'444'736'000'000'000 - 100 * day).year, 1969);
+    for (const std::int64_t written :
+         {std::numeric_limits<std::int64_t>::min(), std::int64_t{-1}, std::numeric_limits<std::int64_t>::max()}) {
+        const LocalTime local = LocalTimeOf(written);
+        EXPECT_GE(local.month, 1) << written;
+        EXPECT_LE(local.month, 12) << written;
+        EXPECT_GE(local.day, 1) << written;
+        EXPECT_LE(local.day, 31) << written;
+    }
 }
 
 TEST(PreciseTimer, WaitsAtLeastTheRequestedTime) {

@@ -4,6 +4,7 @@
 #include "platform/Canvas.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 #include <new>
@@ -58,6 +59,13 @@ void ApplyTransform(const Canvas& canvas) {
 HBRUSH BrushOf(const Canvas& canvas, Color color) {
     SetDCBrushColor(canvas.context, color);
     return static_cast<HBRUSH>(GetStockObject(DC_BRUSH));
+}
+
+/// The size of a box in pixels.
+Point PixelsCovered(const Canvas& canvas, const Rectangle& box) {
+    std::array<POINT, 2> corners = {POINT{box.left, box.top}, POINT{box.right, box.bottom}};
+    LPtoDP(canvas.context, corners.data(), 2);
+    return {corners[1].x - corners[0].x, corners[1].y - corners[0].y};
 }
 
 // Smooth lines and shapes.
@@ -316,7 +324,9 @@ void DrawPixels(Canvas& canvas, const Rectangle& box, const PixelView& picture) 
         return;
     }
     const BITMAPINFO info = RowsFromTheTop(picture.width, picture.height);
-    const int before = SetStretchBltMode(canvas.context, HALFTONE);
+    // Averaging is expensive, also where the pixels only have to be copied.
+    const bool copies = PixelsCovered(canvas, box) == Point{picture.width, picture.height};
+    const int before = SetStretchBltMode(canvas.context, copies ? COLORONCOLOR : HALFTONE);
     SetBrushOrgEx(canvas.context, 0, 0, nullptr);
     StretchDIBits(canvas.context, box.left, box.top, box.right - box.left, box.bottom - box.top, 0, 0, picture.width,
                   picture.height, picture.pixels, &info, DIB_RGB_COLORS, SRCCOPY);

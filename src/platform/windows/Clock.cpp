@@ -24,6 +24,10 @@ std::int64_t CounterIn(std::int64_t perSecond) {
     return seconds * perSecond + rest * perSecond / frequency;
 }
 
+LocalTime ToLocalTime(const SYSTEMTIME& time) {
+    return {time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond, time.wMilliseconds};
+}
+
 }  // namespace
 
 struct PreciseTimer {
@@ -44,7 +48,19 @@ std::int64_t Counter100ns() { return CounterIn(10'000'000); }
 LocalTime LocalNow() {
     SYSTEMTIME now{};
     GetLocalTime(&now);
-    return {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds};
+    return ToLocalTime(now);
+}
+
+LocalTime LocalTimeOf(std::int64_t written) {
+    // The latest time that FileTimeToSystemTime accepts is in the year 30827.
+    constexpr std::int64_t latest = 0x7FFF'35F4'F06C'58F0;
+    ULARGE_INTEGER ticks{};
+    ticks.QuadPart = static_cast<ULONGLONG>(std::clamp<std::int64_t>(written, 0, latest));
+    const FILETIME time{ticks.LowPart, ticks.HighPart};
+    SYSTEMTIME utc{};
+    SYSTEMTIME local{};
+    FileTimeToSystemTime(&time, &utc);
+    return ToLocalTime(SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local) != 0 ? local : utc);
 }
 
 void SleepMs(std::uint32_t milliseconds) { Sleep(milliseconds); }

@@ -542,20 +542,5 @@ TEST_F(OverlayTiles, TheSettingsGoBackAndKeepTheirSection) {
     EXPECT_EQ(Ui().settingsSection, 2);
 }
 
-TEST_F(OverlayTiles, TheGalleryNamesTheFolderOfCapturesAndGoesBack) {
-    CurrentSettings().captureRoot = u"C:\\Zorvel";
-    Ui().overlayPage = 1;
-    const auto lines = Page();
-    EXPECT_THAT(lines, Contains("fill 18,63,992,550 24,23,28"));
-    EXPECT_THAT(lines, Contains("text 126,75,233,108 17/600 241,242,250 \"Gallery\""));
-    EXPECT_THAT(lines, Contains("text 29,124,978,184 15/400 wrapped 158,164,187 \"New clips, recordings and "
-                                "screenshots are saved in C:\\Zorvel\""));
-    ASSERT_EQ(State().targets.size(), 2U);
-    EXPECT_EQ(State().targets[1].id, 920);
-    EXPECT_EQ(State().targets[1].box, (Rectangle{29, 74, 110, 108}));
-    Click(920);
-    EXPECT_EQ(Ui().overlayPage, 0);
-}
-
 }  // namespace
 }  // namespace zv

@@ -29,18 +29,33 @@ std::uint64_t TickMs() { return static_cast<std::uint64_t>(SteadyNs() / 1000000)
 
 std::int64_t Counter100ns() { return SteadyNs() / 100; }
 
-LocalTime LocalNow() {
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
+namespace {
+
+LocalTime ToLocalTime(const timespec& time) {
     tm local{};
-    localtime_r(&now.tv_sec, &local);
+    localtime_r(&time.tv_sec, &local);
     return {local.tm_year + 1900,
             local.tm_mon + 1,
             local.tm_mday,
             local.tm_hour,
             local.tm_min,
             local.tm_sec,
-            static_cast<int>(now.tv_nsec / 1000000)};
+            static_cast<int>(time.tv_nsec / 1000000)};
+}
+
+}  // namespace
+
+LocalTime LocalNow() {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return ToLocalTime(now);
+}
+
+LocalTime LocalTimeOf(std::int64_t written) {
+    constexpr std::int64_t ticksPerSecond = 10'000'000;
+    constexpr std::int64_t secondsTo1970 = 11'644'473'600;
+    const std::int64_t ticks = (written % ticksPerSecond + ticksPerSecond) % ticksPerSecond;
+    return ToLocalTime({(written - ticks) / ticksPerSecond - secondsTo1970, ticks * 100});
 }
 
 void SleepMs(std::uint32_t milliseconds) {
