@@ -25,32 +25,45 @@ using PathSet = std::unordered_set<Text>;
 struct FoundEntry {
     FolderEntry entry;
     Text path;
+    Text lowerName;
+    Text key;        ///< the same for all paths to the file
     Text topFolder;  ///< name of the folder in the root that contains the entry; empty for the root's own entries
 };
+
+/// What the keys of a folder's entries begin with. Normalizing a path is expensive, so it is done once for a folder.
+Text KeyPrefix(const Text& folder) {
+    constexpr TextView anyName = u"x";
+    Text key = Lowered(FromPath(ToPath(JoinPath(folder, anyName)).lexically_normal()));
+    key.resize(key.size() - anyName.size());
+    return key;
+}
 
 /// Visits the entries of a folder and of its subfolders. A subfolder's entries follow it.
 class FolderWalk {
 public:
     /// Returns false if the folder cannot be opened.
-    bool Enter(Text path, Text name) {
+    bool Enter(const Text& path, const Text& name) {
         Owned<FolderReader> reader = OpenFolder(path);
         const bool opened = reader != nullptr;
         if (opened) {
-            levels_.push_back({std::move(path), std::move(name), std::move(reader)});
+            levels_.push_back({path, name, KeyPrefix(path), std::move(reader)});
         }
         return opened;
     }
 
-    /// Reads the entry after `found`, which is the last one or empty, into `found`.
-    FolderRead Next(FoundEntry& found) {
+    /// Reads the entry after `last`, which is empty at first, into `found`.
+    FolderRead Next(const FoundEntry& last, FoundEntry& found) {
         const std::size_t depth = levels_.size() - 1;
-        if (found.entry.isFolder && depth < deepestFolders && !Enter(found.path, found.entry.name)) {
+        if (last.entry.isFolder && depth < deepestFolders && !Enter(last.path, last.entry.name)) {
             return FolderRead::Failed;
         }
         for (; !levels_.empty(); levels_.pop_back()) {
-            const FolderRead read = ReadEntry(*levels_.back().reader, found.entry);
+            const Level& level = levels_.back();
+            const FolderRead read = ReadEntry(*level.reader, found.entry);
             if (read == FolderRead::Entry) {
-                found.path = JoinPath(levels_.back().path, found.entry.name);
+                found.path = JoinPath(level.path, found.entry.name);
+                found.lowerName = Lowered(found.entry.name);
+                found.key = level.keyPrefix + found.lowerName;
                 found.topFolder = levels_.size() > 1 ? levels_[1].name : Text();
             }
             if (read != FolderRead::End) {
@@ -64,6 +77,7 @@ private:
     struct Level {
         Text path;
         Text name;
+        Text keyPrefix;
         Owned<FolderReader> reader;
     };
     std::vector<Level> levels_;  ///< the folders that are being read, the root first
@@ -98,11 +112,11 @@ struct ScanRoot {
     bool isRecordings = false;
 };
 
-std::uint32_t KindOf(const ScanRoot& root, const FoundEntry& found, TextView lowerName, MediaClass media) {
+std::uint32_t KindOf(const ScanRoot& root, const FoundEntry& found, MediaClass media) {
     if (media == MediaClass::Image) {
         return mediaKind::screenshot;
     }
-    const bool isRecording = lowerName.starts_with(u"zv_recording") || root.isRecordings ||
+    const bool isRecording = found.lowerName.starts_with(u"zv_recording") || root.isRecordings ||
                              (root.isCaptureRoot && found.topFolder == recordingsName);
     return isRecording ? mediaKind::recording : mediaKind::clip;
 }
@@ -116,20 +130,14 @@ Text GroupOf(const ScanRoot& root, const FoundEntry& found) {
 
 /// Adds the entry if it is a capture that `known` does not contain.
 void AddCapture(const ScanRoot& root, const FoundEntry& found, PathSet& known, std::vector<MediaFile>& files) {
-    const Text lowerName = Lowered(found.entry.name);
-    const MediaClass media = ClassOf(lowerName);
-    if (media == MediaClass::None || found.entry.isFolder) {
-        return;
-    }
-    Text key = Lowered(FromPath(ToPath(found.path).lexically_normal()));
-    if (known.contains(key)) {
+    const MediaClass media = ClassOf(found.lowerName);
+    if (media == MediaClass::None || found.entry.isFolder || known.contains(found.key)) {
         return;
     }
     const std::optional<FileFacts> facts = found.entry.facts ? found.entry.facts : ExamineFile(found.path);
     if (facts) {
-        known.insert(std::move(key));
-        files.push_back(
-            {found.path, KindOf(root, found, lowerName, media), facts->size, facts->written, GroupOf(root, found)});
+        known.insert(found.key);
+        files.push_back({found.path, KindOf(root, found, media), facts->size, facts->written, GroupOf(root, found)});
     }
 }
 
@@ -147,14 +155,15 @@ void ScanOneRoot(const ScanRoot& root, PathSet& known, MediaResult& result) {
         return;
     }
     FolderWalk walk;
+    FoundEntry current;
     FoundEntry next;
-    FolderRead read = walk.Enter(root.path, {}) ? walk.Next(next) : FolderRead::Failed;
+    FolderRead read = walk.Enter(root.path, {}) ? walk.Next(current, next) : FolderRead::Failed;
     if (read == FolderRead::Failed) {
         result.warning = rootUnreadable;
     }
     while (read == FolderRead::Entry) {
-        const FoundEntry current = next;
-        read = walk.Next(next);
+        std::swap(current, next);
+        read = walk.Next(current, next);
         if (read == FolderRead::Failed) {
             result.warning = walkIncomplete;
             return;
@@ -184,6 +193,9 @@ MediaResult ScanLibrary(const Text& clips, const Text& recordings, const Text& s
 
 MediaResult ScanAllRoots(const LibraryFolders& folders) {
     MediaResult result = ScanLibrary(folders.clips, folders.recordings, folders.screenshots, folders.root);
+    if (folders.previousRoots.empty()) {
+        return result;
+    }
     PathSet known;
     for (const MediaFile& file : result.files) {
         known.insert(Lowered(file.path));

@@ -38,8 +38,7 @@ bool IsFolder(DIR* stream, const dirent& entry) {
 
 Owned<FolderReader> OpenFolder(TextView path) {
     Owned<FolderReader> reader(new FolderReader);
-    const std::filesystem::path folder = ToPath(path);
-    reader->stream = opendir(folder.c_str());
+    reader->stream = opendir(ToUtf8(path).c_str());
     return reader->stream != nullptr || errno == EACCES ? std::move(reader) : nullptr;
 }
 
