@@ -203,6 +203,27 @@ TEST_F(MediaRefresh, FollowsTheOpeningOfTheGallery) {
     EXPECT_TRUE(IsBusy());
 }
 
+TEST_F(MediaRefresh, EverythingElseWorksDuringALongScanAndTheEndStartsNoOther) {
+    OccupyRefresh();
+    StartReplayJob();
+    AwaitJob();
+    Collect();
+    EXPECT_FALSE(Ui().capture.captureJobSlot.IsBusy()) << "the job is not collected";
+    TakeScreenshot();
+    AwaitScreenshot();
+    Collect();
+    EXPECT_FALSE(Ui().screenshot.screenshotSlot.IsBusy()) << "the screenshot is not collected";
+    SelectGallery();
+    Tick();
+    EXPECT_TRUE(IsBusy());
+    EXPECT_TRUE(Ui().library.refreshAgain);
+    std::thread release = OpenGateUnless("StopAll");
+    ExitProgram();
+    release.join();
+    EXPECT_EQ(Ui().phase, ProgramPhase::Ended);
+    EXPECT_EQ(CountOf("OpenFolder"), 1);
+}
+
 TEST_F(MediaRefresh, TheShutdownWaitsForIt) {
     OccupyRefresh();
     bool ended = false;

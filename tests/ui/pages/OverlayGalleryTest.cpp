@@ -24,27 +24,27 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-const std::string primary = "241,242,250";
-const std::string muted = "158,164,187";
-const std::string well = "37,34,45";
-const std::string emptyText = "No captures here yet. Save a clip, recording or screenshot.";
-
-std::string Fill(const std::string& box, const std::string& color) { return "fill " + box + " " + color; }
-std::string Small(const std::string& box, const std::string& color, const std::string& text) {
-    return "text " + box + " 15/400 " + color + " \"" + text + "\"";
-}
-std::string Centred(const std::string& box, const std::string& text) {
-    return "text " + box + " 15/400 centred " + muted + " \"" + text + "\"";
-}
-std::string Label(const std::string& box, const std::string& color, const std::string& text) {
-    return "text " + box + " 17/600 centred " + color + " \"" + text + "\"";
-}
-
-/// 14 March 2020, 22:00 UTC, in a zone where that is the 15th.
-constexpr std::int64_t march14 = 132'286'968'000'000'000;
-
 class OverlayGallery : public QuickOverlay {
 protected:
+    inline static const std::string primary = "241,242,250";
+    inline static const std::string muted = "158,164,187";
+    inline static const std::string well = "37,34,45";
+    inline static const std::string emptyText = "No captures here yet. Save a clip, recording or screenshot.";
+
+    static std::string Fill(const std::string& box, const std::string& color) { return "fill " + box + " " + color; }
+    static std::string Small(const std::string& box, const std::string& color, const std::string& text) {
+        return "text " + box + " 15/400 " + color + " \"" + text + "\"";
+    }
+    static std::string Centred(const std::string& box, const std::string& text) {
+        return "text " + box + " 15/400 centred " + muted + " \"" + text + "\"";
+    }
+    static std::string Label(const std::string& box, const std::string& color, const std::string& text) {
+        return "text " + box + " 17/600 centred " + color + " \"" + text + "\"";
+    }
+
+    /// 14 March 2020, 22:00 UTC, in a zone where that is the 15th.
+    static constexpr std::int64_t march14 = 132'286'968'000'000'000;
+
     OverlayGallery() { Ui().overlayPage = overlayPage::gallery; }
 
     static std::vector<MediaFile>& Files() { return Ui().library.found.files; }
@@ -299,7 +299,7 @@ TEST_F(OverlayGallery, PagesHaveSixCapturesAndTheButtonsBetweenThem) {
                            Row{6, 0, 0, 6, false, false}, Row{7, 0, 0, 6, false, true}, Row{7, 6, 6, 1, true, false},
                            Row{7, 12, 6, 1, true, false}, Row{13, 6, 6, 6, true, true}, Row{13, 12, 12, 1, true, false},
                            Row{5, 6, 4, 1, true, false}, Row{8, 1, 1, 6, true, true}, Row{8, 2, 2, 6, true, false},
-                           Row{3, -4, 0, 3, false, false}}) {
+                           Row{3, -4, 0, 3, false, false}, Row{10000, 9996, 9996, 4, true, false}}) {
         SCOPED_TRACE(std::to_string(row.captures) + " from " + std::to_string(row.first));
         Files().clear();
         AddClips(row.captures);
