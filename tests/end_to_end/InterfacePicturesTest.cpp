@@ -173,10 +173,7 @@ TEST_P(InterfacePictures, MatchTheReviewedPictures) {
     ASSERT_TRUE(user_.WaitColor(overlayName, 330, 300, Rgb(24, 19, 34)));
     ASSERT_TRUE(user_.WaitColor(overlayName, 322, 150, color::black));
     Compare(overlayName, "tiles");
-    user_.Click(overlayName, 832, 190);
-    ParkPointer();
-    ASSERT_TRUE(user_.WaitColor(overlayName, 160, 530, color::overlayPanel));
-    Compare(overlayName, "shortcuts");
+    ASSERT_TRUE(user_.OpenSettingsSection(2));
     user_.Click(overlayName, 600, 194);
     ASSERT_TRUE(user_.WaitShown(editorName));
     ASSERT_TRUE(user_.WaitSays(editorName,
@@ -205,6 +202,32 @@ TEST_P(InterfacePictures, MatchTheReviewedPictures) {
     Compare(mainWindowName, "smallest-help");
     ASSERT_TRUE(WaitPage(0));
     Compare(mainWindowName, "smallest-home");
+    EXPECT_EQ(run.End(), 0);
+}
+
+TEST_P(InterfacePictures, MatchOfTheSettingsPage) {
+    constexpr int audio = 1;
+    constexpr std::array<const char*, 9> sections{
+        "recordings", "audio", "shortcuts", "gallery-location", "connect", "hud", "broadcast", "highlights", "photo"};
+    user_.Cover({0, 0, 4000, 3000}, 0x406080);
+    ProgramRun run({.display = display_.Name(),
+                    .settings = {{"instantReplay", "0"}, {"captureRoot", "/home/player/Videos/Zorvel"}},
+                    .variables = {{"PULSE_SERVER", "unix:/nonexistent"}}});
+    ASSERT_TRUE(user_.WaitShown(toastName)) << "the notification of a start without replay";
+    ASSERT_TRUE(user_.WaitHidden(toastName));
+    ASSERT_TRUE(user_.OpenOverlay());
+    ASSERT_TRUE(user_.OpenSettingsSection(audio));
+    const Words noDevice{
+        {173, 286, 835, 314}, u"Windows microphone: No microphone detected", color::mutedText, color::overlayPanel};
+    ASSERT_TRUE(user_.WaitSays(overlayName, noDevice)) << "the list of devices";
+    user_.Click(overlayName, 236, 142);
+    ParkPointer();
+    ASSERT_TRUE(user_.WaitColor(overlayName, 172, 180, color::card));
+    Compare(overlayName, "settings");
+    for (int section = 0; section < static_cast<int>(sections.size()); ++section) {
+        ASSERT_TRUE(user_.OpenSettingsSection(section)) << section;
+        Compare(overlayName, std::string("settings-") + sections[static_cast<std::size_t>(section)]);
+    }
     EXPECT_EQ(run.End(), 0);
 }
 

@@ -9,6 +9,7 @@ namespace {
 
 using namespace support;
 
+constexpr int shortcuts = 2;   ///< section of the settings page
 constexpr int screenshot = 3;  ///< row and index of the action
 
 class ShortcutEndToEnd : public testing::Test {
@@ -17,7 +18,7 @@ protected:
         game_.SetFocus(gameWindow_);
         EXPECT_TRUE(run_.WaitForActivity("Replay stopped.").has_value());
         EXPECT_TRUE(user_.OpenOverlay());
-        user_.Click(overlayName, 832, 190);
+        EXPECT_TRUE(user_.OpenSettingsSection(shortcuts));
         EXPECT_TRUE(WaitRow(u"Ctrl + Alt + S"));
     }
     bool WaitRow(const Text& text) const {
@@ -160,7 +161,7 @@ TEST_F(ShortcutEndToEnd, TheRowReportsAKeyThatAnotherProgramHadAtTheStart) {
                     .background = color::toast,
                     .layout = TextLayout::Wrapped}));
     ASSERT_TRUE(user_.OpenOverlay());
-    user_.Click(overlayName, 832, 190);
+    ASSERT_TRUE(user_.OpenSettingsSection(shortcuts));
     constexpr int top = 177 + 67 * screenshot;
     EXPECT_TRUE(user_.WaitSays(overlayName, {{429, top + 35, 835, top + 57},
                                              u"Shortcut busy - choose a different combination",

@@ -204,6 +204,26 @@ public:
         // The header is black once the overlay is painted.
         return WaitShown(overlayName) && WaitColor(overlayName, 500, 45, color::black);
     }
+    /// Opens a section of the settings page from the tiles, the hub or another section.
+    bool OpenSettingsSection(int section) const {
+        constexpr Point allSettings{168, 140};
+        const int dx = 226 * (section % 3);
+        const int dy = 122 * (section / 3);
+        const auto atSection = [&] { return ColorOf(overlayName, allSettings.x, allSettings.y); };
+        if (ColorOf(overlayName, 160, 530) != ScreenColor(color::overlayPanel)) {
+            Click(overlayName, 832, 190);
+        } else if (atSection() != ScreenColor(color::overlayPanel)) {
+            Click(overlayName, 236, 142);
+        }
+        MovePointer(1, 1);
+        if (!WaitColor(overlayName, 172 + dx, 180 + dy, color::card) ||
+            !WaitColor(overlayName, 190 + dx, 217 + dy, color::button)) {
+            return false;
+        }
+        Click(overlayName, 272 + dx, 224 + dy);
+        MovePointer(1, 1);
+        return WaitColor(overlayName, 170, 140, color::button);
+    }
     bool CloseOverlay() const {
         if (Shows(overlayName)) {
             PressOverlayKey();

@@ -232,6 +232,19 @@ protected:
         return {bounds.left + static_cast<LONG>(x * scale), bounds.top + static_cast<LONG>(y * scale)};
     }
 
+    /// Opens a section of the settings page from the tiles.
+    static void OpenSettingsSection(int section) {
+        constexpr COLORREF panel = RGB(22, 21, 27);
+        constexpr COLORREF card = RGB(26, 28, 38);
+        const int dx = 226 * (section % 3);
+        const int dy = 122 * (section / 3);
+        Click(OnOverlay(832, 190));
+        ASSERT_TRUE(Eventually(
+            [&] { return PixelAt(OnOverlay(160, 530)) == panel && PixelAt(OnOverlay(172 + dx, 180 + dy)) == card; }));
+        Click(OnOverlay(272 + dx, 224 + dy));
+        ASSERT_TRUE(Eventually([] { return PixelAt(OnOverlay(170, 140)) == RGB(37, 40, 54); }));
+    }
+
     static POINT OnMainWindow(int x, int y) {
         POINT at{x, y};
         ClientToScreen(Find(mainClass), &at);

@@ -389,8 +389,7 @@ TEST_F(ShortcutEditing, AcceptsOnlyAKeyWithAModifier) {
     ASSERT_TRUE(Start());
     const Game game;
     OpenOverlay();
-    Click(OnOverlay(832, 190));
-    ASSERT_TRUE(Eventually([] { return PixelAt(OnOverlay(160, 300)) == RGB(22, 21, 27); }));
+    OpenSettingsSection(2);
     OpenEditor();
     const HWND editor = Find(editorClass);
     EXPECT_EQ(BoundsOf(editor), (Rectangle{220, 220, 810, 410}));
