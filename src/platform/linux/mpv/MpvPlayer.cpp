@@ -20,7 +20,6 @@ namespace zv::mpv {
 namespace {
 
 constexpr std::int64_t askPeriodNs = 1'000'000'000;
-constexpr double unitsPerSecond = 1e7;
 constexpr std::size_t mostBytesAtOnce = 1U << 18U;  ///< that one iteration of the message loop reads
 
 std::vector<Player*>& Players() {

@@ -10,7 +10,6 @@
 namespace zv::mpv {
 namespace {
 
-constexpr double unitsPerSecond = 1e7;
 constexpr double longest = 1e9;  ///< seconds; more is no real duration
 
 std::size_t SkipBlanks(std::string_view text, std::size_t at) {

@@ -19,6 +19,8 @@ struct MpvState {
     std::int64_t duration = 0;  ///< the same; 0 before the file is loaded
 };
 
+inline constexpr double unitsPerSecond = 1e7;  ///< of positions and durations; mpv reports seconds
+
 /// The ids of our requests.
 inline constexpr int signOfLifeRequest = 1;
 inline constexpr int seekRequest = 2;
