@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "feeds/UpdateCheck.h"
+
 namespace zv {
 namespace {
 
@@ -75,6 +77,6 @@ Text HelpText() {
     return text;
 }
 
-Text VersionText() { return u"Zorvel 3.23.0\n"; }
+Text VersionText() { return u"Zorvel " + Text(installedVersion) + u"\n"; }
 
 }  // namespace zv
