@@ -32,9 +32,9 @@ Text FromWindows1252(std::string_view bytes) {
 Text FromUtf16(std::string_view bytes, std::size_t low) {
     Text text;
     for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        const auto unit = static_cast<unsigned>(static_cast<unsigned char>(bytes[i + low])) |
-                          static_cast<unsigned>(static_cast<unsigned char>(bytes[i + 1 - low])) << 8;
-        text += static_cast<char16_t>(unit);
+        const unsigned lowByte = static_cast<unsigned char>(bytes[i + low]);
+        const unsigned highByte = static_cast<unsigned char>(bytes[i + 1 - low]);
+        text += static_cast<char16_t>(lowByte | highByte << 8U);
     }
     return text;
 }
@@ -52,7 +52,8 @@ Text Decode(std::string_view file) {
     return IsUtf8(file) ? DecodeUtf8(file) : FromWindows1252(file);
 }
 
-bool IsBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
+/// The last one is the end of a file in old programs.
+bool IsBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r') || unit == u'\x1A'; }
 
 TextView Trimmed(TextView text) {
     while (!text.empty() && IsBlank(text.front())) {
@@ -84,10 +85,26 @@ std::optional<TextView> SectionOf(TextView line) {
     if (!line.starts_with(u'[') || end == TextView::npos) {
         return std::nullopt;
     }
-    return line.substr(1, end - 1);
+    return Trimmed(line.substr(1, end - 1));
 }
 
-bool IsSame(TextView a, TextView b) { return Lowered(a) == Lowered(b); }
+char16_t LowerLetter(char16_t unit) { return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit; }
+
+/// Compares without regard to the case of the letters A to Z.
+bool IsSame(TextView a, TextView b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char16_t x, char16_t y) { return LowerLetter(x) == LowerLetter(y); });
+}
+
+/// The value of a line of the section; empty without a "=".
+Text ValueOf(TextView line) {
+    const std::size_t equals = line.find(u'=');
+    if (equals == TextView::npos) {
+        return {};
+    }
+    const TextView value = WithoutQuotes(Trimmed(line.substr(equals + 1)));
+    return Text(value.substr(0, value.find(u'\0')).substr(0, valueLimit));
+}
 
 }  // namespace
 
@@ -97,12 +114,12 @@ Text FindProfileText(std::string_view file, TextView section, TextView key) {
     for (TextView rest = text; !rest.empty();) {
         const TextView line = NextLine(rest);
         if (const std::optional<TextView> name = SectionOf(line)) {
+            if (inSection) {
+                return {};
+            }
             inSection = IsSame(*name, section);
-            continue;
-        }
-        const std::size_t equals = line.find(u'=');
-        if (inSection && equals != TextView::npos && IsSame(Trimmed(line.substr(0, equals)), key)) {
-            return Text(WithoutQuotes(Trimmed(line.substr(equals + 1))).substr(0, valueLimit));
+        } else if (inSection && IsSame(Trimmed(line.substr(0, line.find(u'='))), key)) {
+            return ValueOf(line);
         }
     }
     return {};

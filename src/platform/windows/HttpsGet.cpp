@@ -1,7 +1,9 @@
-// WinINet. Its library is loaded when it is used (SystemLibrary.h).
+// WinINet. Its library is loaded when it is used (SystemLibrary.h). WinINet itself refuses redirects from https to
+// http; the address of the answer is checked all the same.
 #include "platform/HttpsGet.h"
 
 #include <algorithm>
+#include <array>
 #include <new>
 #include <utility>
 
@@ -45,6 +47,15 @@ InternetHandle OpenAddress(const InternetHandle& session, TextView address) {
     return InternetHandle(open != nullptr ? open(session.Get(), Native(Text(address)), nullptr, 0, flags, 0) : nullptr);
 }
 
+/// Returns true if the answer came over https, after all redirects.
+bool IsSecure(const InternetHandle& request) {
+    static const auto query = SystemFunction<decltype(InternetQueryOptionW)>(library, "InternetQueryOptionW");
+    std::array<wchar_t, INTERNET_MAX_URL_LENGTH + 1> address{};
+    DWORD bytes = sizeof(wchar_t) * INTERNET_MAX_URL_LENGTH;
+    return query != nullptr && query(request.Get(), INTERNET_OPTION_URL, address.data(), &bytes) &&
+           TextOf(address.data()).starts_with(u"https://");
+}
+
 }  // namespace
 
 struct HttpsGet {
@@ -63,7 +74,7 @@ HttpsOpening OpenHttpsGet(TextView address, TextView agent) {
         return {nullptr, HttpsFailure::NotStarted};
     }
     InternetHandle request = OpenAddress(session, address);
-    if (!request) {
+    if (!request || !IsSecure(request)) {
         return {nullptr, HttpsFailure::NotReached};
     }
     return {Owned<HttpsGet>(new HttpsGet{std::move(session), std::move(request)}), HttpsFailure::None};
