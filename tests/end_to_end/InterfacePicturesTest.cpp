@@ -149,6 +149,13 @@ protected:
         ParkPointer();
         return user_.WaitColor(mainWindowName, 30, 145 + 57 * page, color::buttonSelected);
     }
+    void ComparePages(const std::string& prefix) const {
+        const char* const pages[] = {"home", "recommended", "desktop-settings", "updates", "help"};
+        for (int page = 4; page >= 0; --page) {
+            ASSERT_TRUE(WaitPage(page));
+            Compare(mainWindowName, prefix + pages[page]);
+        }
+    }
 
     PrivateDisplay display_{GetParam().screen};
     InterfaceUser user_{display_.Name()};
@@ -164,8 +171,7 @@ TEST_P(InterfacePictures, MatchTheReviewedPictures) {
     ASSERT_TRUE(user_.WaitHidden(toastName));
     const std::uint32_t above = XCB_STACK_MODE_ABOVE;
     xcb_configure_window(user_.Get(), user_.WindowOf(mainWindowName), XCB_CONFIG_WINDOW_STACK_MODE, &above);
-    ASSERT_TRUE(WaitPage(0));
-    Compare(mainWindowName, "home");
+    ASSERT_NO_FATAL_FAILURE(ComparePages(""));
 
     ASSERT_TRUE(user_.OpenOverlay());
     user_.Click(overlayName, 385, 200);
@@ -198,10 +204,7 @@ TEST_P(InterfacePictures, MatchTheReviewedPictures) {
     xcb_configure_window(user_.Get(), user_.WindowOf(mainWindowName),
                          XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, least);
     user_.Sync();
-    ASSERT_TRUE(WaitPage(4));
-    Compare(mainWindowName, "smallest-help");
-    ASSERT_TRUE(WaitPage(0));
-    Compare(mainWindowName, "smallest-home");
+    ASSERT_NO_FATAL_FAILURE(ComparePages("smallest-"));
     EXPECT_EQ(run.End(), 0);
 }
 

@@ -1,5 +1,6 @@
 #include "ui/commands/Commands.h"
 
+#include <optional>
 #include <utility>
 
 #include "capture/CacheFolder.h"
@@ -10,6 +11,7 @@
 #include "library/Screenshot.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"
+#include "platform/FileDialogs.h"
 #include "platform/Session.h"
 #include "ui/commands/CaptureJobs.h"
 #include "ui/commands/CaptureSettings.h"
@@ -50,6 +52,18 @@ bool RefusedWith(bool refused, const Text& reason) {
         ShowStatus(reason);
     }
     return refused;
+}
+
+bool MayChooseRuntime() {
+    return !RefusedWith(JobOrRecordingRuns(), u"Finish the capture operation before choosing a runtime.");
+}
+
+/// In this session and the next ones.
+void UseRuntime(const Text& ffmpegPath) {
+    CurrentSettings().ffmpegPath = ffmpegPath;
+    TrySaveSettings();  // SaveSettingsAndRefresh reports a failure
+    SetEnvironmentValue(u"ZV_FFMPEG", ffmpegPath);
+    SaveSettingsAndRefresh(u"Settings saved");
 }
 
 bool RefusedByObstacle() { return RefusedWith(!CaptureObstacle().empty(), Text(CaptureObstacle())); }
@@ -171,15 +185,17 @@ bool MayChooseMonitor() {
                         u"Wait for capture changes, or stop manual recording, before switching monitor.");
 }
 
-bool MayChooseRuntime() {
-    return !RefusedWith(JobOrRecordingRuns(), u"Finish the capture operation before choosing a runtime.");
-}
-
-void UseRuntime(const Text& ffmpegPath) {
-    CurrentSettings().ffmpegPath = ffmpegPath;
-    TrySaveSettings();  // SaveSettingsAndRefresh reports a failure
-    SetEnvironmentValue(u"ZV_FFMPEG", ffmpegPath);
-    SaveSettingsAndRefresh(u"Settings saved");
+void ChooseRuntime() {
+    AppWindow* window = Ui().mainWindow;
+    if (!MayChooseRuntime() || window == nullptr) {
+        return;
+    }
+    const Text fileName = ffmpegFileName;
+    const std::optional<Text> runtime = ChooseFile(*window, u"FFmpeg runtime (" + fileName + u")", fileName);
+    // While the dialog was open, a shortcut may have started a job or recording, and the program may have ended.
+    if (runtime && Ui().phase == ProgramPhase::Running && MayChooseRuntime()) {
+        UseRuntime(*runtime);
+    }
 }
 
 void RestoreDefaults() {

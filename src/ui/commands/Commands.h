@@ -34,12 +34,12 @@ void SaveSettingsAndRefresh(const Text& message);
 /// Called by every control that changes a capture setting. `change` changes the settings.
 void ApplyCaptureChange(const std::function<void()>& change);
 
-/// Returns whether the user may select another monitor or FFmpeg now. Shows the reason if not.
+/// Returns whether the user may select another monitor now. Shows the reason if not.
 bool MayChooseMonitor();
-bool MayChooseRuntime();
 
-/// Uses the FFmpeg that the user selected, in this session and the next ones.
-void UseRuntime(const Text& ffmpegPath);
+/// Asks the user for an FFmpeg and uses it, unless the engine is busy. Returns when the dialog is closed; messages are
+/// dispatched meanwhile.
+void ChooseRuntime();
 
 /// Resets all settings, including the shortcuts.
 void RestoreDefaults();

@@ -54,6 +54,12 @@ void ToggleQuickOverlay() {
     InvalidateWindow(*window);
 }
 
+void OpenQuickOverlay() {
+    if (!IsOverlayShown()) {
+        ToggleQuickOverlay();
+    }
+}
+
 void HideOverlay() {
     if (AppWindow* window = Ui().overlayWindow) {
         HideWindow(*window);
@@ -73,6 +79,11 @@ void ReopenOverlay() {
 void NoteOverlayActivity() { Ui().lastOverlayActivity = TickMs(); }
 
 void SelectOverlayPage(std::int32_t page) { Ui().overlayPage = page; }
+
+void SelectSettingsSection(std::int32_t section) {
+    SelectOverlayPage(overlayPage::settings);
+    Ui().settingsSection = section;
+}
 
 Rectangle OverlayBounds(const Rectangle& work) {
     const double scale =

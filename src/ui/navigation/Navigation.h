@@ -34,6 +34,7 @@ void SelectDesktopPage(std::int32_t page);
 
 /// Opens the overlay on the captured monitor without activating it, or hides it if it is shown.
 void ToggleQuickOverlay();
+void OpenQuickOverlay();  ///< does nothing if it is shown
 void HideOverlay();
 bool IsOverlayShown();
 
@@ -46,6 +47,9 @@ void NoteOverlayActivity();
 /// Selects a page of the overlay. Neither shows nor hides the overlay. The gallery is opened by SelectGallery
 /// (ui/commands/Library.h), the viewer by OpenMediaViewer (ui/commands/MediaViewer.h).
 void SelectOverlayPage(std::int32_t page);
+
+/// Selects a section of the overlay's settings, a value of UiGlobals::settingsSection.
+void SelectSettingsSection(std::int32_t section);
 
 /// Returns the overlay's bounds in a work area: of its fixed proportions, as large as fits, centred at the top.
 Rectangle OverlayBounds(const Rectangle& work);

@@ -1,5 +1,6 @@
 #include "ui/pages/HomePage.h"
 
+#include "ui/commands/Feeds.h"
 #include "ui/commands/Hotkeys.h"
 #include "ui/commands/Library.h"
 #include "ui/kit/Colors.h"
@@ -53,9 +54,7 @@ void DrawLibraryCard(Canvas& canvas, std::int32_t middle, std::int32_t right) {
                         .label = u"Open gallery",
                         .action = [] {
                             SelectGallery();
-                            if (!IsOverlayShown()) {
-                                ToggleQuickOverlay();
-                            }
+                            OpenQuickOverlay();
                         }});
 }
 
@@ -68,10 +67,12 @@ void DrawDesktopHome(Canvas& canvas, std::int32_t left, std::int32_t right) {
     DrawLibraryCard(canvas, middle, right);
     DrawTextLine(canvas, {left, 553, right, 588}, u"Explore Recommended for updates from ZV.", color::primaryText,
                  FontRole::Body);
-    DrawButton(canvas, {.id = desktopTarget::recommended,
-                        .box = {left, 606, left + 245, 647},
-                        .label = u"Recommended",
-                        .action = [] { SelectDesktopPage(desktopPage::recommended); }});
+    DrawButton(
+        canvas,
+        {.id = desktopTarget::recommended, .box = {left, 606, left + 245, 647}, .label = u"Recommended", .action = [] {
+             SelectDesktopPage(desktopPage::recommended);
+             RefreshRecommendations();
+         }});
 }
 
 }  // namespace zv

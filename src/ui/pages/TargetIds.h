@@ -12,6 +12,16 @@ inline constexpr std::int32_t quickOverlay = 14;
 inline constexpr std::int32_t openOverlay = 1200;
 inline constexpr std::int32_t openGallery = 1201;
 inline constexpr std::int32_t recommended = 1202;
+inline constexpr std::int32_t refreshRecommendations = 1210;
+inline constexpr std::int32_t firstLearnMore = 1220;  ///< plus the index of a recommendation
+inline constexpr std::int32_t firstCustomize = 1240;  ///< plus the index of a settings section
+inline constexpr std::int32_t keepReplay = 1244;
+inline constexpr std::int32_t chooseRuntime = 1245;
+inline constexpr std::int32_t restoreDefaults = 1246;
+inline constexpr std::int32_t captureLogs = 1250;
+inline constexpr std::int32_t about = 1251;
+inline constexpr std::int32_t checkForUpdates = 1260;
+inline constexpr std::int32_t downloadUpdate = 1261;
 
 }  // namespace zv::desktopTarget
 

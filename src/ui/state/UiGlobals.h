@@ -67,7 +67,8 @@ struct FeedsRecord {
     FutureSlot<std::vector<Recommendation>> recommendationsSlot;
     FutureSlot<PublishedUpdate> updateSlot;
     std::vector<Recommendation> recommendations;
-    PublishedUpdate update;  ///< all empty: not checked yet
+    PublishedUpdate update;                 ///< all empty: not checked yet
+    bool recommendationsRequested = false;  ///< the page has been drawn in this session
 };
 
 struct GalleryRecord {

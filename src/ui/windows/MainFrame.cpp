@@ -1,15 +1,22 @@
 #include "ui/windows/MainFrame.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <optional>
+#include <utility>
 
 #include "ui/commands/Hotkeys.h"
 #include "ui/kit/Colors.h"
 #include "ui/kit/Controls.h"
 #include "ui/kit/DrawingContext.h"
 #include "ui/navigation/Navigation.h"
+#include "ui/pages/HelpPage.h"
 #include "ui/pages/HomePage.h"
+#include "ui/pages/RecommendedPage.h"
+#include "ui/pages/SettingsPage.h"
 #include "ui/pages/TargetIds.h"
+#include "ui/pages/UpdatesPage.h"
 #include "ui/state/UiGlobals.h"
 
 namespace zv {
@@ -27,19 +34,17 @@ struct DesktopPage {
     TextView name;
     TextView heading;
     TextView subtitle;
-    TextView notice;                ///< shown on a page without content
-    PageContent content = nullptr;  ///< null: shows the notice
+    PageContent content = nullptr;
+    Button (*lowestButton)(std::int32_t left, std::int32_t right) = nullptr;  ///< null: the content has all buttons
 };
 
 /// By desktopPage.
 constexpr std::array<DesktopPage, desktopPage::count> pages{{
-    {u"Home", u"Welcome to Zorvel.", u"Your capture companion. Everything is a shortcut away.", u"", DrawDesktopHome},
-    {u"Recommended", u"Recommended for you.", u"Recommendations from ZV.", u"There are no recommendations."},
-    {u"Settings", u"Make it yours.", u"Choose how ZV fits your game.",
-     u"Shortcuts are changed in the settings of the capture overlay."},
-    {u"Updates", u"Keep Zorvel current.", u"New versions and release notes.", u"Installed version: 3.23.0"},
-    {u"Help", u"Here to help.", u"Shortcuts, compatibility and troubleshooting.",
-     u"Every capture command is in the menu of the notification icon."},
+    {u"Home", u"Welcome to Zorvel.", u"Your capture companion. Everything is a shortcut away.", DrawDesktopHome},
+    {u"Recommended", u"Recommended for you.", u"Recommendations from ZV.", DrawRecommended},
+    {u"Settings", u"Make it yours.", u"Choose how ZV fits your game.", DrawDesktopSettings, RestoreDefaultsButton},
+    {u"Updates", u"Keep Zorvel current.", u"New versions and release notes.", DrawUpdates},
+    {u"Help", u"Here to help.", u"Shortcuts, compatibility and troubleshooting.", DrawDesktopHelp},
 }};
 
 /// Returns the page of the state, or Home for a number that is out of range.
@@ -76,12 +81,28 @@ void DrawHeading(Canvas& canvas, const DesktopPage& page, std::int32_t width) {
                         .action = ToggleQuickOverlay});
 }
 
-void DrawContent(Canvas& canvas, const DesktopPage& page, std::int32_t left, std::int32_t right) {
-    if (page.content != nullptr) {
-        page.content(canvas, left, right);
-        return;
+/// The status strip covers the lowest button of a page in a low window. It is above the strip while it is hovered or
+/// has the focus.
+bool IsRaised(const Button& lowest, std::int32_t stripTop) {
+    return lowest.box.bottom > stripTop && (IsHovered(lowest.id) || Ui().mainState.focusId == lowest.id);
+}
+
+/// Returns the focus after the action, so that the strip below the button shows the status.
+Button WithoutFocusAfterwards(Button button) {
+    button.action = [action = std::move(button.action)] {
+        action();
+        Ui().mainState.focusId = noTarget;
+    };
+    return button;
+}
+
+/// Reduces the targets that the status strip covers to the part above it.
+void CoverTargets(std::int32_t top) {
+    for (HitTarget& target : Ui().mainState.targets) {
+        if (target.box.left >= sidebarWidth) {
+            target.box.bottom = std::min(target.box.bottom, top);
+        }
     }
-    DrawTextLine(canvas, {left, 119, right, 150}, page.notice, color::mutedText, FontRole::Body);
 }
 
 void DrawStatusStrip(Canvas& canvas, std::int32_t width, std::int32_t height) {
@@ -98,8 +119,20 @@ void DrawMainFrame(Canvas& canvas) {
     const DesktopPage& page = pages[CurrentPage()];
     DrawSidebar(canvas, height);
     DrawHeading(canvas, page, width);
-    DrawContent(canvas, page, contentLeft, width - contentMargin);
+    page.content(canvas, contentLeft, width - contentMargin);
+    std::optional<Button> lowest;
+    if (page.lowestButton != nullptr) {
+        lowest = page.lowestButton(contentLeft, width - contentMargin);
+    }
+    const bool raised = lowest && IsRaised(*lowest, height - statusHeight);
+    if (lowest && !raised) {
+        DrawButton(canvas, *lowest);
+    }
     DrawStatusStrip(canvas, width, height);
+    CoverTargets(height - statusHeight);
+    if (raised) {
+        DrawButton(canvas, WithoutFocusAfterwards(std::move(*lowest)));
+    }
 }
 
 }  // namespace zv

@@ -79,8 +79,8 @@ std::vector<Refusal> Refusals() {
          u"Applying a capture change. Navigation is still available."},
         {"monitor chooser during a job", true, false, [] { EXPECT_FALSE(MayChooseMonitor()); }, monitor},
         {"monitor chooser during a recording", false, true, [] { EXPECT_FALSE(MayChooseMonitor()); }, monitor},
-        {"runtime chooser during a job", true, false, [] { EXPECT_FALSE(MayChooseRuntime()); }, runtime},
-        {"runtime chooser during a recording", false, true, [] { EXPECT_FALSE(MayChooseRuntime()); }, runtime},
+        {"ChooseRuntime during a job", true, false, ChooseRuntime, runtime},
+        {"ChooseRuntime during a recording", false, true, ChooseRuntime, runtime},
         {"RestoreDefaults during a job", true, false, RestoreDefaults, restore},
         {"RestoreDefaults during a recording", false, true, RestoreDefaults, restore},
     };
@@ -119,9 +119,8 @@ TEST_F(Commands, SavingWithoutAReplayIsRefused) {
     EXPECT_FALSE(Ui().capture.captureJobSlot.IsBusy());
 }
 
-TEST_F(Commands, ChoosersAreAllowedWhileNothingRuns) {
+TEST_F(Commands, TheMonitorMayBeChosenWhileNothingRuns) {
     EXPECT_TRUE(MayChooseMonitor());
-    EXPECT_TRUE(MayChooseRuntime());
     EXPECT_EQ(Ui().statusText, u"Ready");
 }
 
@@ -289,7 +288,8 @@ TEST_F(Commands, SettingsThatCannotBeSavedAreReportedAndStillApplied) {
     ASSERT_EQ(TheEngine().configs.size(), 1U);
     EXPECT_EQ(TheEngine().configs[0].fps, 30);
     EXPECT_THAT(Activity(), ElementsAre(u"Capture: Settings could not be saved. Replay on"));
-    UseRuntime(u"/opt/ffmpeg");
+    fake::TheDialogs().choice = u"/opt/ffmpeg";
+    ChooseRuntime();
     EXPECT_EQ(fake::TheEnvironment().variables[u"ZV_FFMPEG"], u"/opt/ffmpeg");
     FinishJob();
     EXPECT_EQ(Ui().statusText, u"Settings could not be saved. Replay on");
@@ -364,13 +364,38 @@ TEST_F(Commands, TheConfigurationIsTheSettingsWithTheOneCodecAndEncoder) {
 }
 
 TEST_F(Commands, ASelectedRuntimeIsSavedExportedAndApplied) {
-    UseRuntime(u"/opt/ffmpeg");
+    fake::TheDialogs().choice = u"/opt/ffmpeg";
+    ChooseRuntime();
+    EXPECT_EQ(fake::TheDialogs().owner, Ui().mainWindow);
+    EXPECT_EQ(fake::TheDialogs().filterName, u"FFmpeg runtime (" + Text(ffmpegFileName) + u")");
+    EXPECT_EQ(fake::TheDialogs().pattern, ffmpegFileName);
     EXPECT_EQ(CurrentSettings().ffmpegPath, u"/opt/ffmpeg");
     EXPECT_EQ(fake::TheEnvironment().variables[u"ZV_FFMPEG"], u"/opt/ffmpeg");
     EXPECT_THAT(SettingsBytes(), testing::HasSubstr("\r\nffmpegPath=/opt/ffmpeg\r\n"));
     EXPECT_THAT(Activity(), ElementsAre(u"Settings: Settings saved"));
     FinishJob();
     EXPECT_EQ(CountOf("Configure"), 1);
+}
+
+TEST_F(Commands, NoRuntimeIsUsedWithoutAChoiceOrForABusyOrEndedProgram) {
+    ChooseRuntime();
+    fake::TheDialogs().choice = u"/opt/ffmpeg";
+    const auto choose = [this](std::function<void()> whileOpen) {
+        fake::TheDialogs().whileOpen = std::move(whileOpen);
+        ChooseRuntime();
+        EXPECT_EQ(CurrentSettings().ffmpegPath, u"");
+        EXPECT_FALSE(fake::TheEnvironment().variables.contains(u"ZV_FFMPEG"));
+        EXPECT_EQ(SettingsBytes(), "");
+    };
+    choose([] { Engine().state = EngineState::Recording; });
+    EXPECT_EQ(Ui().statusText, u"Finish the capture operation before choosing a runtime.");
+    Engine().state = EngineState::Idle;
+    choose([] { Ui().phase = ProgramPhase::Closing; });
+    Ui().phase = ProgramPhase::Running;
+    Ui().mainWindow = nullptr;
+    choose({});
+    EXPECT_EQ(CountOf("ChooseFile"), 3);
+    Ui().mainWindow = window_.get();
 }
 
 TEST_F(Commands, RestoringDefaultsRestoresTheShortcuts) {
