@@ -25,6 +25,7 @@ inline constexpr wchar_t badgeClass[] = L"ZVGameStatusBadge";
 inline constexpr wchar_t toastClass[] = L"ZVCaptureNotification315";
 inline constexpr wchar_t editorClass[] = L"ZVShortcutEditor315";
 inline constexpr wchar_t menuClass[] = L"#32768";
+inline constexpr wchar_t dialogClass[] = L"#32770";
 inline constexpr UINT trayMessage = 0x8016;
 inline constexpr std::uint32_t betweenTriesMs = 700;
 
@@ -232,13 +233,13 @@ protected:
         return {bounds.left + static_cast<LONG>(x * scale), bounds.top + static_cast<LONG>(y * scale)};
     }
 
-    /// Opens a section of the settings page from the tiles.
+    /// Opens a section of the settings page from the tiles or from another section.
     static void OpenSettingsSection(int section) {
         constexpr COLORREF panel = RGB(22, 21, 27);
         constexpr COLORREF card = RGB(26, 28, 38);
         const int dx = 226 * (section % 3);
         const int dy = 122 * (section / 3);
-        Click(OnOverlay(832, 190));
+        Click(PixelAt(OnOverlay(160, 530)) == panel ? OnOverlay(236, 142) : OnOverlay(832, 190));
         ASSERT_TRUE(Eventually(
             [&] { return PixelAt(OnOverlay(160, 530)) == panel && PixelAt(OnOverlay(172 + dx, 180 + dy)) == card; }));
         Click(OnOverlay(272 + dx, 224 + dy));

@@ -419,6 +419,63 @@ TEST_F(ShortcutEditing, AcceptsOnlyAKeyWithAModifier) {
     EXPECT_TRUE(EndProgram());
 }
 
+TEST_F(ProgramInterface, ControlsOfTheSettingsPageChangeTheFile) {
+    Setting("instantReplay=0");
+    ASSERT_TRUE(Start());
+    const Game game;
+    OpenOverlay();
+    OpenSettingsSection(0);
+    Click(OnOverlay(588, 192));
+    EXPECT_TRUE(Eventually([&] { return HasSetting("height=1440") && HasSetting("width=2560"); }));
+    EXPECT_TRUE(ClickUntil(OnOverlay(335, 338), [] { return IsShown(menuClass); })) << "the menu of the monitors";
+    PostMessageW(Find(menuClass), WM_KEYDOWN, VK_ESCAPE, 0);
+    EXPECT_TRUE(Eventually([] { return !IsShown(menuClass); }));
+    OpenSettingsSection(5);
+    Click(OnOverlay(504, 360));
+    EXPECT_TRUE(Eventually([&] { return HasSetting("theme=Zorvel Blue"); }));
+    EXPECT_TRUE(ClickUntil(OnOverlay(673, 245), [&] { return HasSetting("captureCursor=1"); }));
+    OpenSettingsSection(3);
+    Click(OnOverlay(504, 429));
+    EXPECT_TRUE(Eventually([&] { return HasSetting("notifications=0"); }));
+    EXPECT_TRUE(EndProgram());
+}
+
+/// Types text into the window that has the keyboard.
+void Type(const std::wstring& text) {
+    std::vector<INPUT> inputs;
+    for (const wchar_t unit : text) {
+        INPUT input = KeyInput(0, KEYEVENTF_UNICODE);
+        input.ki.wScan = unit;
+        inputs.push_back(input);
+        input.ki.dwFlags |= KEYEVENTF_KEYUP;
+        inputs.push_back(input);
+    }
+    SendAll(inputs);
+}
+
+TEST_F(ProgramInterface, TheLibraryFolderIsChosenInTheSystemsDialog) {
+    const std::filesystem::path library = DataFolder() / "library";
+    std::filesystem::create_directories(library);
+    Setting("instantReplay=0");
+    ASSERT_TRUE(Start());
+    OpenOverlay();
+    OpenSettingsSection(3);
+    Click(OnOverlay(330, 285));
+    ASSERT_TRUE(Eventually([] { return IsShown(dialogClass) && GetForegroundWindow() == Find(dialogClass); }));
+    EXPECT_FALSE(IsShown(overlayClass));
+    EXPECT_EQ(GetWindow(Find(dialogClass), GW_OWNER), Find(mainClass));
+    // The message loop runs: the hot key opens the overlay and closes it.
+    EXPECT_TRUE(PressUntil({VK_MENU, 'X'}, [] { return IsShown(overlayClass); }));
+    EXPECT_TRUE(PressUntil({VK_MENU, 'X'}, [] { return !IsShown(overlayClass); }));
+    SetForegroundWindow(Find(dialogClass));
+    Type(library.native());
+    EXPECT_TRUE(PressUntil({VK_RETURN}, [] { return !IsShown(dialogClass); }));
+    EXPECT_TRUE(Eventually([&] { return HasSetting("captureRoot=" + library.string()); }));
+    EXPECT_TRUE(Eventually([] { return IsShown(overlayClass); }));
+    EXPECT_TRUE(std::filesystem::is_empty(library));
+    EXPECT_TRUE(EndProgram());
+}
+
 TEST_F(ProgramInterface, AShortcutThatAnotherProgramHasIsReported) {
     ASSERT_NE(RegisterHotKey(nullptr, 1, MOD_ALT, VK_F10), FALSE);
     Setting("instantReplay=0");
