@@ -48,7 +48,8 @@ public:
     void Step() {
         const int kind = Below(100);
         if (kind < 62) {
-            user_.ClickAt(Target().x, Target().y, Below(12) == 0 ? 3 : 1);
+            const Point at = Target();
+            user_.ClickAt(at.x, at.y, Below(40) == 0 ? 3 : 1);
         } else if (kind < 66) {
             const Point at = Target();
             user_.ClickAt(at.x, at.y, static_cast<std::uint8_t>(4 + Below(2)));  // the wheel
@@ -59,7 +60,8 @@ public:
         } else if (kind < 97) {
             PressShortcut();
         } else if (kind < 99) {
-            user_.MovePointer(Target().x, Target().y);
+            const Point at = Target();
+            user_.MovePointer(at.x, at.y);
         } else {
             user_.CloseByBox(user_.WindowOf(mainWindowName));
         }
@@ -69,10 +71,29 @@ public:
 private:
     int Below(int limit) { return static_cast<int>(random_() % static_cast<std::uint32_t>(limit)); }
 
-    /// A point in a window that is shown, mostly where the overlay has its controls.
+    /// Opens other pages of the overlay: gear, "< Back" of settings and gallery, "All settings", a card of the
+    /// settings, a capture, the picture in full.
+    Point Door() {
+        const Point doors[] = {{832, 190},
+                               {206, 96},
+                               {69, 91},
+                               {235, 142},
+                               {272 + 226 * Below(3), 224 + 122 * Below(3)},
+                               {272 + 226 * Below(3), 224 + 122 * Below(3)},
+                               {374 + 237 * Below(3), 204 + 178 * Below(2)},
+                               {790, 120},
+                               {887, 520}};
+        const Point door = doors[Below(static_cast<int>(std::size(doors)))];
+        return user_.ScreenPointOf(overlayName, door.x, door.y);
+    }
+    /// A point in a window that is shown, mostly where a page has its controls.
     Point Target() {
-        if (user_.Shows(overlayName) && Below(3) != 0) {
-            return user_.ScreenPointOf(overlayName, 150 + Below(720), 70 + Below(470));
+        const int kind = Below(8);
+        if (user_.Shows(overlayName) && kind != 0) {
+            return kind < 3 ? Door() : user_.ScreenPointOf(overlayName, 150 + Below(720), 70 + Below(470));
+        }
+        if (kind == 1 && user_.Shows(mainWindowName)) {
+            return user_.ScreenPointOf(mainWindowName, 25, 132 + 57 * Below(5));  // the sidebar
         }
         std::vector<xcb_window_t> shown = user_.TopLevels();
         std::erase_if(shown, [&](xcb_window_t window) { return !user_.IsViewable(window); });
@@ -103,7 +124,7 @@ private:
         }
     }
     void PressShortcut() {
-        const int shortcut = Below(6);
+        const int shortcut = Below(8);
         if (shortcut == 0) {
             user_.TapKey({XK_Alt_L}, XK_F10);
         } else if (shortcut == 1) {
