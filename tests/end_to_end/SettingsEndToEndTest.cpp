@@ -15,6 +15,7 @@ using namespace support;
 namespace fs = std::filesystem;
 
 constexpr int recordings = 0;  // sections
+constexpr int audio = 1;
 constexpr int galleryLocation = 3;
 constexpr int hud = 5;
 constexpr Point changeFolder{330, 285};
@@ -308,6 +309,36 @@ TEST_F(SettingsEndToEnd, ThePortalChoosesTheLibraryFolder) {
     EXPECT_TRUE(user_.WaitShown(overlayName)) << "a portal that has crashed";
     EXPECT_EQ(ReadBytes(SettingsPath(run)), file);
     EXPECT_EQ(run.End(), 0);
+}
+
+TEST_F(SettingsEndToEnd, TheSoundSettingsAreThoseOfTheDesktop) {
+    const auto install = [&](const std::string& name, const std::string& keys) {
+        const fs::path program = folder_.Path() / name;
+        WriteBytes(program, "#!/bin/sh\necho \"" + name + " $*\" >>'" + started_.string() + "'\n");
+        fs::permissions(program, fs::perms::owner_all);
+        fs::create_directories(folder_.Path() / "share/applications");
+        WriteBytes(folder_.Path() / "share/applications" / (name + ".desktop"),
+                   "[Desktop Entry]\nType=Application\nName=x\n" + keys + "\n");
+    };
+    install("gnome-sound-panel", "Exec=gnome-sound-panel 'a b'\nOnlyShowIn=GNOME;\nNoDisplay=true");
+    install("player", "Exec=player\nCategories=Audio;Player;");
+    install("volumes", "Exec=volumes %U --tab 3\nCategories=AudioVideo;Audio;Mixer;");
+    std::size_t count = 0;
+    for (const auto& [desktop, command] :
+         {std::pair("GNOME", "gnome-sound-panel a b"), std::pair("XFCE", "volumes --tab 3")}) {
+        ProgramOptions options = Options("0");
+        options.variables["XDG_CURRENT_DESKTOP"] = desktop;
+        options.variables["XDG_DATA_DIRS"] = (folder_.Path() / "share").string();
+        options.variables["XDG_DATA_HOME"] = (folder_.Path() / "none").string();
+        ProgramRun run(options);
+        ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
+        ASSERT_TRUE(user_.OpenOverlay());
+        ASSERT_TRUE(user_.OpenSettingsSection(audio));
+        user_.Click(overlayName, 504, 392);
+        ASSERT_TRUE(WaitStarts(++count));
+        EXPECT_EQ(Starts().back(), command);
+        EXPECT_EQ(run.End(), 0);
+    }
 }
 
 TEST_F(SettingsEndToEnd, TheDialogOfThePortalIsClosedIfTheProgramEnds) {

@@ -127,8 +127,8 @@ TEST_F(DebianPackage, DescribesItself) {
     EXPECT_GE(kibibytes, static_cast<int>(fs::file_size(Unpacked() / "usr/bin/zorvel") / 1024));
 }
 
-TEST_F(DebianPackage, RecommendsTheProgramsThatPlayVideosAndShowItsMessageBox) {
-    EXPECT_EQ(Field("Recommends"), "mpv, zenity | x11-utils");
+TEST_F(DebianPackage, RecommendsTheProgramsThatPlayVideosAndShowItsDialogs) {
+    EXPECT_EQ(Field("Recommends"), "mpv, zenity | x11-utils, zenity | kdialog | xdg-desktop-portal-backend");
 }
 
 TEST_F(DebianPackage, DependsOnFfmpegAndThePackagesOfItsLibraries) {

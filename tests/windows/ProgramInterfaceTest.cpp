@@ -476,6 +476,16 @@ TEST_F(ProgramInterface, TheLibraryFolderIsChosenInTheSystemsDialog) {
     EXPECT_TRUE(EndProgram());
 }
 
+TEST_F(ProgramInterface, EndsWhileADialogIsOpen) {
+    Setting("instantReplay=0");
+    ASSERT_TRUE(Start());
+    OpenOverlay();
+    OpenSettingsSection(3);
+    Click(OnOverlay(330, 285));
+    ASSERT_TRUE(Eventually([] { return IsShown(dialogClass); }));
+    EXPECT_TRUE(EndProgram());
+}
+
 TEST_F(ProgramInterface, AShortcutThatAnotherProgramHasIsReported) {
     ASSERT_NE(RegisterHotKey(nullptr, 1, MOD_ALT, VK_F10), FALSE);
     Setting("instantReplay=0");

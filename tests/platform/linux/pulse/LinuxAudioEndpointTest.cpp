@@ -296,12 +296,19 @@ TEST(LinuxWaveInput, ThePositionDetectsADeadServer) {
 TEST(LinuxWaveInput, ListsMicrophonesAndOutputsButNoMonitors) {
     SoundServer server(Microphone::Present);
     ASSERT_TRUE(server.Ready()) << server.Log();
-    std::vector<std::pair<Text, bool>> names;
-    for (const AudioDeviceName& device : ListAudioDeviceNames()) {
-        names.emplace_back(device.name, device.input);
-    }
-    EXPECT_THAT(names, testing::ElementsAre(std::pair(Text(u"Microphone"), true), std::pair(Text(u"Speakers"), false),
-                                            std::pair(Text(u"Feed"), false)));
+    const auto list = [] {
+        std::vector<std::pair<Text, bool>> names;
+        for (const AudioDeviceName& device : ListAudioDeviceNames()) {
+            names.emplace_back(device.name, device.input);
+        }
+        return names;
+    };
+    const std::pair microphone(Text(u"Microphone"), true);
+    const std::pair speakers(Text(u"Speakers"), false);
+    const std::pair feed(Text(u"Feed"), false);
+    EXPECT_THAT(list(), testing::ElementsAre(microphone, speakers, feed));
+    server.ChooseSpeakers("mic_feed");
+    EXPECT_THAT(list(), testing::ElementsAre(microphone, feed, speakers)) << "the default device comes first";
 }
 
 TEST(LinuxWaveInput, WithoutAServerThereIsNeitherADeviceNameNorAMicrophone) {
