@@ -158,6 +158,10 @@ TEST_F(DebianPackage, TheProgramOfItsMenuEntryCapturesTheDesktop) {
     EXPECT_THAT(entry, StartsWith("[Desktop Entry]\nType=Application\nName=Zorvel\n"));
     EXPECT_THAT(entry, HasSubstr("\nExec=zorvel\n"));
     EXPECT_THAT(entry, HasSubstr("\nIcon=zorvel\n"));
+    for (const std::string command : {"save-replay", "toggle-recording", "screenshot", "overlay"}) {
+        EXPECT_THAT(entry, HasSubstr("\n[Desktop Action " + command + "]\n"));
+        EXPECT_THAT(entry, HasSubstr("\nExec=zorvel --" + command + "\n"));
+    }
 
     PrivateDisplay display("640x480");
     ProgramRun run({.display = display.Name(),
