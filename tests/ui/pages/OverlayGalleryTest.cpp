@@ -134,6 +134,7 @@ TEST_F(OverlayGallery, EachFilterHasItsButtonItsCountAndItsKinds) {
     Add(mediaKind::clip);
     Add(mediaKind::recording);
     Add(mediaKind::recording);
+    Add(mediaKind::recording);
     Add(mediaKind::screenshot, u"Chess");
     Add(mediaKind::screenshot);
     Add(mediaKind::screenshot);
@@ -143,10 +144,10 @@ TEST_F(OverlayGallery, EachFilterHasItsButtonItsCountAndItsKinds) {
         std::string label;
         int shown;
     };
-    const Row rows[] = {{922, "29,183,233,222", "Show all (5)", 5},
+    const Row rows[] = {{922, "29,183,233,222", "Show all (6)", 6},
                         {923, "29,232,233,271", "Instant replay (1)", 1},
                         {924, "29,281,233,320", "Screenshots (2)", 2},
-                        {925, "29,330,233,369", "Recordings (2)", 2}};
+                        {925, "29,330,233,369", "Recordings (3)", 3}};
     Ui().gallery.galleryGame = u"Arena";
     for (const Row& clicked : rows) {
         Ui().gallery.galleryFirstIndex = 1;
