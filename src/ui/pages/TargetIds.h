@@ -76,5 +76,14 @@ inline constexpr std::int32_t hudCursor = 1063;
 inline constexpr std::int32_t photoScreenshot = 1064;
 inline constexpr std::int32_t photoCursor = 1065;
 inline constexpr std::int32_t firstTheme = 1066;
+inline constexpr std::int32_t viewerBack = 1100;
+inline constexpr std::int32_t viewerPlay = 1101;
+inline constexpr std::int32_t viewerBackward = 1102;
+inline constexpr std::int32_t viewerForward = 1103;
+inline constexpr std::int32_t viewerQuieter = 1104;
+inline constexpr std::int32_t viewerLouder = 1105;
+inline constexpr std::int32_t viewerMute = 1106;
+inline constexpr std::int32_t viewerFullscreen = 1107;
+inline constexpr std::int32_t firstSeek = 1150;  ///< 32 of them
 
 }  // namespace zv::overlayTarget

@@ -11,6 +11,7 @@
 #include "ui/pages/OverlayGallery.h"
 #include "ui/pages/OverlaySettings.h"
 #include "ui/pages/OverlayTiles.h"
+#include "ui/pages/OverlayViewer.h"
 #include "ui/pages/TargetIds.h"
 #include "ui/state/Engine.h"
 #include "ui/state/UiGlobals.h"
@@ -36,6 +37,9 @@ void DrawPage(Canvas& canvas) {
             return;
         case overlayPage::settings:
             DrawOverlaySettings(canvas);
+            return;
+        case overlayPage::viewer:
+            DrawMediaViewer(canvas);
             return;
         default:
             DrawOverlayGallery(canvas);
