@@ -172,8 +172,12 @@ std::string DriverScene::NextLogUnder(const std::string& script) {
 
 void DriverScene::Tick() { SendMessageW(FindWindowW(mainClass, nullptr), WM_TIMER, housekeepingTimer, 0); }
 
+std::filesystem::path DriverScene::BuiltProgram() {
+    return ToPath(ExecutableFolder()).parent_path().parent_path() / "zorvel.exe";
+}
+
 bool DriverScene::StartProgram(const Text& arguments) {
-    const Text program = FromPath(ToPath(ExecutableFolder()).parent_path().parent_path() / "zorvel.exe");
+    const Text program = FromPath(executable_.empty() ? BuiltProgram() : executable_);
     return SpawnChild({program, u"\"" + program + u"\"" + arguments, FromPath(folder_.Path() / "log")}, program_);
 }
 

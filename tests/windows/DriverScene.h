@@ -35,6 +35,8 @@ protected:
     void TearDown() override;
 
     static std::filesystem::path DataFolder();
+    /// The executable of this build.
+    static std::filesystem::path BuiltProgram();
     std::filesystem::path Report() const { return folder_.Path() / "report"; }
 
     void Setting(const std::string& line);
@@ -65,6 +67,7 @@ protected:
 
     support::TemporaryFolder folder_;
     Child program_;
+    std::filesystem::path executable_;  ///< empty: BuiltProgram
 
 private:
     std::filesystem::path Saved(const std::string& words);

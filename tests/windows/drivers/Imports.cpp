@@ -262,6 +262,19 @@ HRESULT WINAPI SetIdentity(const wchar_t* identity) {
     return S_OK;
 }
 
+/// Opens nothing.
+HINSTANCE WINAPI OpenOnDesktop(HWND, const wchar_t* verb, const wchar_t* target, const wchar_t* arguments,
+                               const wchar_t* folder, INT show) {
+    if (std::wcscmp(verb, L"open") != 0 || arguments != nullptr || folder != nullptr || show != SW_SHOWNORMAL) {
+        Complain("ShellExecuteW with other arguments");
+    }
+    const std::wstring text = target;
+    Note("opened " + std::string(text.begin(), text.end()));
+    constexpr INT_PTR opened = 33;
+    const ScriptedResult scripted = CountCall("ShellExecuteW");
+    return reinterpret_cast<HINSTANCE>(scripted.fails ? INT_PTR{scripted.code} : opened);
+}
+
 /// Fails while another menu is open, as in Windows but not in Wine.
 BOOL WINAPI TrackMenu(HMENU menu, UINT flags, int x, int y, int reserved, HWND owner, const RECT* area) {
     static bool open = false;
@@ -303,7 +316,7 @@ struct Import {
 };
 
 const Import* ImportNamed(const char* name) {
-    static const std::array<Import, 22> imports = {{
+    static const std::array<Import, 23> imports = {{
         {"malloc", reinterpret_cast<void*>(Allocate)},
         {"calloc", reinterpret_cast<void*>(AllocateZeroed)},
         {"realloc", reinterpret_cast<void*>(Reallocate)},
@@ -322,6 +335,7 @@ const Import* ImportNamed(const char* name) {
         {"SHCreateItemFromParsingName", reinterpret_cast<void*>(MakeShellItem)},
         {"SetWindowDisplayAffinity", reinterpret_cast<void*>(SetAffinity)},
         {"SetCurrentProcessExplicitAppUserModelID", reinterpret_cast<void*>(SetIdentity)},
+        {"ShellExecuteW", reinterpret_cast<void*>(OpenOnDesktop)},
         {"TrackPopupMenu", reinterpret_cast<void*>(TrackMenu)},
         {"GetClientRect", reinterpret_cast<void*>(GetSize)},
         {"DefWindowProcW", reinterpret_cast<void*>(HandleByDefault)},

@@ -3,9 +3,10 @@
 // Only the program's import table in memory changes; its file and all other modules stay as they are. Entries:
 //   CreateEventW, CreateWaitableTimerExW, CreateWaitableTimerW, CoInitializeEx
 //   WaitForMultipleObjects:MS                        a wait of exactly MS milliseconds
-//   timeBeginPeriod, SetProcessInformation
+//   timeBeginPeriod, SetProcessInformation, ShellExecuteW
 //   CreateNamedPipeW:STEM, ConnectNamedPipe:STEM     STEM is the pipe's name up to its first "-"
-// A call that fails sets CODE as the last error; CoInitializeEx and timeBeginPeriod return it. Values:
+// A call that fails sets CODE as the last error; CoInitializeEx, timeBeginPeriod and
+// ShellExecuteW return it. ShellExecuteW opens nothing; notes report its targets. Values:
 //   set wait MS INSTEAD           a wait of exactly MS milliseconds for handles ends after INSTEAD milliseconds; a note
 //                                 reports every one that times out
 //   set starve N BYTES            from round N on, allocations of BYTES or more fail on the capture thread
