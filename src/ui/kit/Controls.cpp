@@ -1,5 +1,6 @@
 #include "ui/kit/Controls.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "ui/kit/Colors.h"
@@ -32,8 +33,27 @@ Rectangle Inset(const Rectangle& box, std::int32_t depth) {
     return {box.left + depth, box.top + depth, box.right - depth, box.bottom - depth};
 }
 
+/// The number of letters that no text in the box exceeds: as narrow as they get, in the smallest font.
+std::size_t MostLettersIn(const Rectangle& box, TextLayout layout) {
+    constexpr std::int32_t letterWidth = 4;
+    constexpr std::int32_t lineHeight = 15;
+    const std::int32_t lines = layout == TextLayout::Wrapped ? std::max(box.Height() / lineHeight, 1) : 1;
+    return static_cast<std::size_t>(std::max(0, lines * (box.Width() / letterWidth + 1)));
+}
+
+/// Texts of feeds can be thousands of times longer than what is visible of them, and the time that a canvas needs grows
+/// with their length.
+Text Shortened(TextView text, std::size_t letters) {
+    const bool splitsPair = letters > 0 && (text[letters - 1] & 0xFC00) == 0xD800;
+    return Text(text.substr(0, splitsPair ? letters - 1 : letters)) + u"\u2026";
+}
+
 void DrawInFont(Canvas& canvas, const Rectangle& box, TextView text, Color color, FontRole role, TextLayout layout) {
-    if (const Font* font = FontOf(role)) {
+    const Font* font = FontOf(role);
+    const std::size_t most = MostLettersIn(box, layout);
+    if (font != nullptr && text.size() > most) {
+        DrawTextInBox(canvas, box, Shortened(text, most), color, *font, layout);
+    } else if (font != nullptr) {
         DrawTextInBox(canvas, box, text, color, *font, layout);
     }
 }

@@ -292,13 +292,34 @@ TEST_F(DrawingFrame, TheBodyFontReplacesAMissingOne) {
 
 TEST_F(DrawingFrame, TextIsOneLineFromTheLeftOrCentredOrWrapped) {
     Show([](Canvas& canvas) {
-        DrawTextLine(canvas, {1, 2, 3, 4}, u"a & b", color::mutedText, FontRole::Small);
-        DrawCentredText(canvas, {1, 2, 3, 4}, u"a & b", color::mutedText, FontRole::Small);
-        DrawWrappedText(canvas, {1, 2, 3, 4}, u"\u00C2\u00B7", color::mutedText, FontRole::Small);
+        DrawTextLine(canvas, {1, 2, 33, 4}, u"a & b", color::mutedText, FontRole::Small);
+        DrawCentredText(canvas, {1, 2, 33, 4}, u"a & b", color::mutedText, FontRole::Small);
+        DrawWrappedText(canvas, {1, 2, 33, 4}, u"\u00C2\u00B7", color::mutedText, FontRole::Small);
     });
-    EXPECT_THAT(Render(), ElementsAre("text 1,2,3,4 15/400 158,164,187 \"a & b\"",
-                                      "text 1,2,3,4 15/400 centred 158,164,187 \"a & b\"",
-                                      "text 1,2,3,4 15/400 wrapped 158,164,187 \"\\u00C2\\u00B7\""));
+    EXPECT_THAT(Render(), ElementsAre("text 1,2,33,4 15/400 158,164,187 \"a & b\"",
+                                      "text 1,2,33,4 15/400 centred 158,164,187 \"a & b\"",
+                                      "text 1,2,33,4 15/400 wrapped 158,164,187 \"\\u00C2\\u00B7\""));
+}
+
+/// A box of 40 by 30 holds two lines of at most eleven letters.
+TEST_F(DrawingFrame, TextIsShortenedToWhatItsBoxCanHold) {
+    Text pair;
+    while (pair.size() < 100) {
+        pair += u"\U0001F3AE";
+    }
+    Show([&](Canvas& canvas) {
+        DrawTextLine(canvas, {0, 0, 40, 30}, u"abcdefghijk", color::mutedText, FontRole::Small);
+        DrawTextLine(canvas, {0, 0, 40, 30}, u"abcdefghijkl", color::mutedText, FontRole::Small);
+        DrawWrappedText(canvas, {0, 0, 40, 30}, Text(70'000, u'i'), color::mutedText, FontRole::Small);
+        DrawTextLine(canvas, {0, 0, 40, 30}, pair, color::mutedText, FontRole::Small);
+        DrawTextLine(canvas, {40, 30, 0, 0}, u"abc", color::mutedText, FontRole::Small);
+    });
+    const auto lines = Render();
+    ASSERT_EQ(lines.size(), 5U);
+    EXPECT_THAT(lines[0], testing::HasSubstr("\"abcdefghijk\""));
+    EXPECT_THAT(lines[1], testing::HasSubstr("\"abcdefghijk\\u2026\""));
+    EXPECT_THAT(lines[2], testing::HasSubstr("\"" + std::string(22, 'i') + "\\u2026\""));
+    EXPECT_THAT(lines[3], testing::HasSubstr("\\uDFAE\\u2026\""));
 }
 
 }  // namespace
