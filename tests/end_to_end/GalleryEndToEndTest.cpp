@@ -148,6 +148,39 @@ TEST_F(GalleryEndToEnd, ACaptureByKeyIsShownWithItsColours) {
     EXPECT_EQ(run.End(), 0);
 }
 
+TEST_F(GalleryEndToEnd, FilesAtWhichFfmpegHangsOrDiesHoldUpNeitherTheReplayNorTheEnd) {
+    // FFmpeg, but for files that begin with a word.
+    const TemporaryFolder folder("zorvel-gallery");
+    const std::filesystem::path script = folder.Path() / "ffmpeg";
+    WriteBytes(script, R"(#!/bin/sh
+case "$*" in *image2pipe*) ;; *) exec ffmpeg "$@";; esac
+cd "${0%/*}" && read -r word
+case "$word" in
+die) kill -9 $$;;
+hang) echo > hanging; until [ -e ending ]; do sleep 0.1; done; sleep 10; echo > late;;
+*) exec ffmpeg "$@";;
+esac
+)");
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+    game_.Cover({0, 0, 1920, 1080}, clipColor);
+    ProgramRun run({.display = display_.Name(), .variables = {{"ZV_FFMPEG", script.string()}}});
+    ASSERT_TRUE(run.WaitForBuffer(2));
+    std::filesystem::create_directories(run.CaptureRoot() / "Game");
+    WriteBytes(run.CaptureRoot() / "Game" / "a.mp4", "die\n");
+    WriteBytes(run.CaptureRoot() / "Game" / "b.mp4", "hang\n");
+    ASSERT_TRUE(user_.OpenOverlay());
+    Click(galleryTile);
+    ASSERT_TRUE(user_.WaitColor(overlayName, 980, 540, panel));
+    Click(refresh);
+    ASSERT_TRUE(Eventually([&] { return std::filesystem::exists(folder.Path() / "hanging"); }));
+
+    EXPECT_TRUE(run.WaitForBuffer(run.BufferedSeconds() + 2));
+    WriteBytes(folder.Path() / "ending", "");
+    EXPECT_EQ(run.End(), 0);
+    EXPECT_FALSE(std::filesystem::exists(folder.Path() / "late")) << "the end of the program waited for FFmpeg";
+    EXPECT_TRUE(Eventually([&] { return ProcessesWith(script.string()).empty(); }));
+}
+
 TEST_F(GalleryEndToEnd, AThousandPageChangesLeaveNothingBehind) { ChangePages(1000); }
 
 TEST_F(GalleryEndToEnd, FiftyPageChangesLeaveNothingBehind) { ChangePages(50); }

@@ -25,10 +25,8 @@ struct FrameSearch {
     int frames;           ///< at most
 };
 
-constexpr std::array frameSearches{
-    FrameSearch{"default", 1, 1}, FrameSearch{"nokey", 1, 60},  // the first key frames: a minute of a clip of ours
-    FrameSearch{"default", 10, 30},  // the first 300 frames, for a clip that has one key frame
-};
+// The first key frames are a minute of a clip of ours. A clip with one key frame needs the others.
+constexpr std::array<FrameSearch, 3> frameSearches{{{"default", 1, 1}, {"nokey", 1, 60}, {"default", 10, 30}}};
 
 /// Fits the displayed shape of the picture, with a line of at least a pixel.
 std::string ScaleFilter(std::int32_t width, std::int32_t height) {
