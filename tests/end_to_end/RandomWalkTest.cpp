@@ -59,11 +59,9 @@ public:
             PressKey();
         } else if (kind < 97) {
             PressShortcut();
-        } else if (kind < 99) {
+        } else {
             const Point at = Target();
             user_.MovePointer(at.x, at.y);
-        } else {
-            user_.CloseByBox(user_.WindowOf(mainWindowName));
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(15));  // for most steps to be painted
     }
@@ -147,6 +145,13 @@ struct RandomWalk : testing::Test {
         return ScriptCommand(command, display.Name()).Wait();
     }
 
+    /// Closes the main window, unless that ends the program. The command is answered after all clicks before it.
+    void CloseMainWindow(const ProgramRun& run) const {
+        Run({"--overlay"});
+        if (SettingOf(run, "minimizeToTray") == "1") {
+            user.CloseByBox(user.WindowOf(mainWindowName));
+        }
+    }
     void EndRecording() const {
         const bool ended = Eventually([&] {
             const std::string said = Run({"--toggle-recording"}).errors;
@@ -185,6 +190,20 @@ struct RandomWalk : testing::Test {
             OpenRecordingSettings();
             ClickSlowly(x, y);
             return Eventually([&] { return SettingOf(run, key) == value; }, 3000);
+        });
+    }
+
+    /// Restoring the defaults leaves no monitor selected, and nothing is captured until the user selects one.
+    bool ChooseMonitor(const ProgramRun& run) const {
+        return Eventually([&] {
+            if (!SettingOf(run, "monitorDevice").empty()) {
+                return true;
+            }
+            OpenRecordingSettings();
+            ClickSlowly(335, 338);  // the monitor's button, which opens a menu
+            user.TapKey(XK_Down);
+            user.TapKey(XK_Return);
+            return Eventually([&] { return !SettingOf(run, "monitorDevice").empty(); }, 3000);
         });
     }
 
@@ -233,11 +252,19 @@ void RandomWalk::WalkWith(std::uint32_t seed, int steps) {
             }
         }
         walker.Step();
+        if (step % 100 == 99) {
+            CloseMainWindow(run);
+        }
+        if (step % 200 == 199) {
+            EndRecording();
+            EXPECT_TRUE(ChooseMonitor(run));
+        }
     }
     const std::size_t rows = run.Activity().size();
     std::printf("seed %u: %d steps, %zu rows of activity, %zu captures\n", seed, steps, rows,
                 FilesBelow(run.CaptureRoot()).size());
     EndRecording();
+    EXPECT_TRUE(ChooseMonitor(run));
     EXPECT_TRUE(Set(run, "fps", "30", 409, 240));
     EXPECT_TRUE(Set(run, "height", "1080", 428, 192));
     EXPECT_TRUE(Set(run, "instantReplay", "1", 729, 387));

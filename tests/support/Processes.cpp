@@ -157,7 +157,12 @@ std::vector<pid_t> ProcessesWith(const std::string& part) {
         if (pid <= 0 || pid == getpid()) {
             continue;
         }
-        std::string line = ReadBytes(entry.path() / "cmdline");  // empty for a zombie
+        std::string line;
+        try {
+            line = ReadBytes(entry.path() / "cmdline");  // empty for a zombie
+        } catch (const std::ios_base::failure&) {        // the process has ended meanwhile
+            continue;
+        }
         std::replace(line.begin(), line.end(), '\0', ' ');
         if (line.find(part) != std::string::npos) {
             found.push_back(pid);
