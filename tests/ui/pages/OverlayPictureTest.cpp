@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <vector>
 
 #include "core/Settings.h"
 #include "ui/kit/DrawingFrame.h"
 #include "ui/kit/Fonts.h"
 #include "ui/kit/Icons.h"
+#include "ui/navigation/Navigation.h"
 #include "ui/state/Engine.h"
 #include "ui/state/UiGlobals.h"
 #include "ui/windows/Overlay.h"
@@ -124,12 +126,45 @@ TEST_F(OverlayPicture, TheGameIsVisibleAroundThePopoverOnly) {
 }
 
 TEST_F(OverlayPicture, TheGameIsVisibleAroundTheGallery) {
-    Ui().overlayPage = 1;
-    CurrentSettings().captureRoot = Text(400, u'W');
+    Ui().overlayPage = overlayPage::gallery;
+    const Text tooLong(400, u'W');
+    for (int i = 0; i < 20; ++i) {
+        Ui().library.found.files.push_back({Decimal(i), mediaKind::clip, ~std::uint64_t{0}, i, tooLong});
+        Ui().library.thumbnailCache[ThumbnailKey(Ui().library.found.files.back())] = std::make_shared<MediaThumbnail>();
+    }
+    Ui().library.found.warning = tooLong;
+    Ui().gallery = {0, 6, tooLong};
     Paint(1);
     const Faults faults = Compare({{0, 0, 1010, 47}, {18, 63, 992, 550}}, {});
     EXPECT_EQ(faults.painted, 0);
     EXPECT_EQ(faults.holes, 0);
+}
+
+TEST_F(OverlayPicture, AThumbnailIsScaledOnceAndThenCopiedPixelByPixel) {
+    Ui().overlayPage = overlayPage::gallery;
+    Ui().library.found.files = {{u"a.mp4", mediaKind::clip, 1, 1, u"Game"}};
+    auto thumbnail = std::make_shared<MediaThumbnail>();
+    thumbnail->bitmap = {std::vector<std::uint32_t>(320 * 180), 320, 180};
+    for (std::size_t i = 0; i < thumbnail->bitmap.pixels.size(); ++i) {
+        thumbnail->bitmap.pixels[i] = static_cast<std::uint32_t>(i * 2'654'435'761U);
+    }
+    Ui().library.thumbnailCache[ThumbnailKey(Ui().library.found.files[0])] = thumbnail;
+    for (const double scale : {1.0, 1.25, 1.5, 1.830986, 1920.0 / 1010, 2.0}) {
+        Paint(scale);
+        const Rectangle box = Scaled({280, 151, 468, 257}, 0);
+        const PixelBitmap& shown = thumbnail->shown;
+        ASSERT_EQ(shown.width, box.Width()) << scale;
+        ASSERT_EQ(shown.height, box.Height()) << scale;
+        const PixelView view = PixelsOf(*canvas_);
+        int different = 0;
+        for (std::int32_t y = 0; y < shown.height; ++y) {
+            for (std::int32_t x = 0; x < shown.width; ++x) {
+                const std::uint32_t painted = view.pixels[(box.top + y) * view.width + box.left + x];
+                different += ((painted ^ shown.pixels[static_cast<std::size_t>(y * shown.width + x)]) & 0xFFFFFFU) != 0;
+            }
+        }
+        EXPECT_EQ(different, 0) << scale;
+    }
 }
 
 }  // namespace
