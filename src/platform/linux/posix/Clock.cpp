@@ -55,7 +55,8 @@ LocalTime LocalTimeOf(std::int64_t written) {
     constexpr std::int64_t ticksPerSecond = 10'000'000;
     constexpr std::int64_t secondsTo1970 = 11'644'473'600;
     const std::int64_t ticks = (written % ticksPerSecond + ticksPerSecond) % ticksPerSecond;
-    return ToLocalTime({(written - ticks) / ticksPerSecond - secondsTo1970, ticks * 100});
+    const std::int64_t seconds = written / ticksPerSecond - (written % ticksPerSecond < 0 ? 1 : 0);
+    return ToLocalTime({seconds - secondsTo1970, ticks * 100});
 }
 
 void SleepMs(std::uint32_t milliseconds) {
