@@ -16,6 +16,7 @@
 #include <array>
 #include <ctime>
 #include <new>
+#include <utility>
 
 #include "platform/Session.h"
 #include "platform/Window.h"
@@ -112,12 +113,18 @@ void ReadEvents(Session& session) {
     xcb_flush(connection);
 }
 
+/// Returns false for a mouse leave that the window has not requested. The request may be the answer to a move that was
+/// read together with the leave, so this is decided only when the message is dispatched.
+bool IsRequested(const Message& next) {
+    return next.code != message::mouseLeave || std::exchange(next.window->tracksLeave, false);
+}
+
 bool DispatchQueued(Session& session) {
     bool any = false;
     while (!session.loop.queue.empty()) {
         const Message next = session.loop.queue.front();
         session.loop.queue.pop_front();
-        if (IsKnown(session, next.window)) {
+        if (IsKnown(session, next.window) && IsRequested(next)) {
             session.input.heldModifiers = next.heldModifiers.value_or(session.input.heldModifiers);
             Send(*next.window, next.code, next.wParam, next.lParam);
         }

@@ -72,8 +72,7 @@ void HandleButton(Session& session, const xcb_button_press_event_t& event, bool 
 void HandleLeave(Session& session, const xcb_leave_notify_event_t& event) {
     AppWindow* window = WindowOf(session, event.event);
     const bool left = event.mode != XCB_NOTIFY_MODE_GRAB && event.detail != XCB_NOTIFY_DETAIL_INFERIOR;
-    if (window != nullptr && left && window->tracksLeave) {
-        window->tracksLeave = false;
+    if (window != nullptr && left) {
         Queue(session, *window, message::mouseLeave);
     }
 }

@@ -66,6 +66,8 @@ void Paint(AppWindow& window) {
     PutPixels(window, pixels.data(), client.Width(), client.Height());
 }
 
+bool tracksEachMove = false;  ///< as a page with buttons does
+
 std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wParam, std::intptr_t lParam) {
     if (support::HandlesCheckTimer(code, wParam)) {
         return 0;
@@ -73,6 +75,9 @@ std::intptr_t Record(AppWindow& window, std::uint32_t code, std::uintptr_t wPara
     received.push_back({&window, code, wParam, lParam});
     if (code == message::keyDown) {
         keyModifiers[wParam] = HeldModifiers();
+    }
+    if (code == message::mouseMove && tracksEachMove) {
+        TrackMouseLeave(window);
     }
     if (code == message::paint && picture) {
         Paint(window);
@@ -104,6 +109,7 @@ protected:
         setenv("DISPLAY", display_.Name().c_str(), 1);
         received.clear();
         keyModifiers.clear();
+        tracksEachMove = false;
         picture = [](int, int) { return red; };
         SetEndRequest(nullptr);
         EXPECT_TRUE(OpenSession());
@@ -569,6 +575,16 @@ TEST_F(LinuxWindowSurface, EachTrackingReportsOneLeave) {
     other_->MovePointer(152, 150);
     ASSERT_TRUE(RunUntil(*window, [] { return LowWord(Last(message::mouseMove)->lParam) == 52; }));
     EXPECT_EQ(CountOf(message::mouseLeave), 1);
+}
+
+TEST_F(LinuxWindowSurface, AMoveAndALeaveThatAreReadTogetherAreBothSent) {
+    const Owned<AppWindow> window = MakeWindow(Overlay());
+    ShowTopmostAt(*window, {100, 100, 300, 220});
+    ASSERT_TRUE(RunUntilPixel(*window, 150, 150, red));
+    tracksEachMove = true;
+    other_->MovePointer(150, 150);
+    other_->MovePointer(50, 50);
+    EXPECT_TRUE(RunUntilReceived(*window, message::mouseLeave));
 }
 
 TEST_F(LinuxWindowSurface, TheFocusedWindowReceivesKeysWithTheirModifiers) {
