@@ -52,11 +52,10 @@ protected:
         fake::ResetCanvas();
         Send(message::paint);
         Lines lines = fake::Drawings();
-        // The back buffer's background, the scale, the page's own background.
         EXPECT_THAT(Lines(lines.begin(), lines.begin() + 2),
-                    testing::ElementsAre("fill 0,0,1180,740 17,18,25", "push 0,0 scale 1"));
+                    testing::ElementsAre("push 0,0 scale 1", "fill 0,0,1180,740 17,18,25"));
         EXPECT_EQ(lines.back(), "pop");
-        return {lines.begin() + 3, lines.end() - 1};
+        return {lines.begin() + 2, lines.end() - 1};
     }
     void Click(std::int32_t x, std::int32_t y) {
         const std::intptr_t at = static_cast<std::intptr_t>(y) << 16 | x;

@@ -37,10 +37,21 @@ private:
     bool whole_ = false;
 };
 
-/// Fills the background first: the logical size is truncated, so the pages may leave a row or column unpainted.
-void RenderScaled(Canvas& canvas, UiState& state, Color background, double top) {
+/// Fills the right and lower edge that the pages leave unpainted, because the logical size is truncated.
+void FillMargins(Canvas& canvas, const UiState& state, Color background, double top) {
     const PixelView view = PixelsOf(canvas);
-    FillBox(canvas, {0, 0, view.width, view.height}, background);
+    const auto right = static_cast<std::int32_t>(state.logicalWidth * state.scale);
+    const auto bottom = static_cast<std::int32_t>(state.logicalHeight * state.scale - top);
+    if (right < view.width) {
+        FillBox(canvas, {right, 0, view.width, view.height}, background);
+    }
+    if (bottom < view.height) {
+        FillBox(canvas, {0, bottom, view.width, view.height}, background);
+    }
+}
+
+void RenderScaled(Canvas& canvas, UiState& state, Color background, double top) {
+    FillMargins(canvas, state, background, top);
     PushTransform(canvas, {0, -top}, state.scale);
     RenderUi(canvas, state);
     PopTransform(canvas);

@@ -93,10 +93,23 @@ TEST_F(DrawingFrame, APaintScalesThePageAndCopiesItToTheWindow) {
     fake::ResetCanvas();
     Show([](Canvas& canvas) { FillBox(canvas, {1, 2, 3, 4}, color::card); });
     PaintMain();
-    EXPECT_THAT(Drawings(), ElementsAre("fill 0,0,2120,1360 17,18,25", "push 0,0 scale 2", "fill 0,0,1060,680 17,18,25",
-                                        "fill 1,2,3,4 26,28,38", "pop"));
+    EXPECT_THAT(Drawings(),
+                ElementsAre("push 0,0 scale 2", "fill 0,0,1060,680 17,18,25", "fill 1,2,3,4 26,28,38", "pop"));
     EXPECT_EQ(MainRecord().pixelWidth, 2120);
     EXPECT_EQ(MainRecord().pixelHeight, 1360);
+}
+
+TEST_F(DrawingFrame, TheMarginsBesideTheLogicalSizeHaveTheBackground) {
+    SizeClient(*mainWindow_, 2121, 1363);  // 1060 and 681 units, and one pixel each
+    MainRecord().dpi = 192;
+    fake::ResetCanvas();
+    PaintMain();
+    EXPECT_THAT(Drawings("fill"), ElementsAre("fill 2120,0,2121,1363 17,18,25", "fill 0,1362,2121,1363 17,18,25",
+                                              "fill 0,0,1060,681 17,18,25"));
+    SizeClient(*overlayWindow_, 1010, 600);
+    fake::ResetCanvas();
+    PaintWindow(*overlayWindow_, Ui().overlayState, true);
+    EXPECT_THAT(Drawings("fill"), ElementsAre("fill 0,568,1010,600 1,2,3", "fill 0,0,1010,568 17,18,25"));
 }
 
 TEST_F(DrawingFrame, TheOverlayIsPaintedInItsOwnSize) {
@@ -104,8 +117,7 @@ TEST_F(DrawingFrame, TheOverlayIsPaintedInItsOwnSize) {
     OverlayRecord().dpi = 192;
     fake::ResetCanvas();
     PaintWindow(*overlayWindow_, Ui().overlayState, true);
-    EXPECT_THAT(Drawings(),
-                ElementsAre("fill 0,0,505,284 1,2,3", "push 0,0 scale 0.5", "fill 0,0,1010,568 17,18,25", "pop"));
+    EXPECT_THAT(Drawings(), ElementsAre("push 0,0 scale 0.5", "fill 0,0,1010,568 17,18,25", "pop"));
 }
 
 TEST_F(DrawingFrame, AWindowWithoutASizeIsPaintedAsOnePixel) {
