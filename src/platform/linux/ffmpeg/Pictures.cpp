@@ -14,7 +14,7 @@ namespace {
 
 // A child that hangs delays other thumbnails, and nothing else: the end of the program stops it. A game can leave
 // little of the processor to a child of low priority, so the limits are generous.
-constexpr std::uint32_t thumbnailLimitMs = 15000;  ///< of all files of a call
+constexpr std::uint32_t thumbnailLimitMs = 30000;  ///< of all files of a call
 constexpr std::uint32_t loadLimitMs = 30000;
 constexpr std::int64_t thumbnailSourcePixels = 64000000;
 

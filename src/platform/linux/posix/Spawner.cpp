@@ -66,7 +66,7 @@ void ResetSignals() {
 /// Other programs are served first. A hostile file can make a decoder request any amount of memory; 4 GB are enough for
 /// the largest picture that is shown.
 void Confine() {
-    constexpr int lowPriority = 10;
+    constexpr int lowPriority = 5;
     constexpr rlimit memory{rlim_t{4} << 30U, rlim_t{4} << 30U};
     constexpr rlimit noCore{0, 0};
     setpriority(PRIO_PROCESS, 0, lowPriority);
