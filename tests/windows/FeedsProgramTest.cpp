@@ -37,6 +37,7 @@ protected:
                             "instantReplay=0\r\nreplayUiVersion=1\r\nnotifications=0\r\nminimizeToTray=0\r\n");
         const fs::path built = ToPath(ExecutableFolder()).parent_path().parent_path() / "zorvel.exe";
         fs::copy_file(built, folder_.Path() / "zorvel.exe");
+        support::WriteBytes(folder_.Path() / "wininet.dll", "not a library");
         const Text program = FromPath(folder_.Path() / "zorvel.exe");
         ASSERT_TRUE(SpawnChild({program, u"\"" + program + u"\"", FromPath(folder_.Path() / "log")}, program_));
         ASSERT_TRUE(Eventually([] { return IsShown(mainClass); }));

@@ -37,11 +37,11 @@ const std::filesystem::path& ProgramPath() {
 /// The libraries of every edition of Windows 10 and 11 that the program may import. Some are missing on purpose:
 /// nvEncodeAPI64.dll comes with a driver, and mfplay.dll is not in the editions without media features. An import of
 /// either would keep the program from starting there; they are loaded when they are needed. Imports of avrt.dll,
-/// d3d11.dll, dwmapi.dll and dxgi.dll would first be looked for beside the program.
+/// d3d11.dll, dwmapi.dll, dxgi.dll and wininet.dll would first be looked for beside the program.
 const std::vector<std::string> ownOfWindows{"advapi32.dll", "comctl32.dll", "comdlg32.dll", "gdi32.dll",
                                             "gdiplus.dll",  "kernel32.dll", "msvcrt.dll",   "ole32.dll",
                                             "oleaut32.dll", "shell32.dll",  "shlwapi.dll",  "user32.dll",
-                                            "uxtheme.dll",  "version.dll",  "wininet.dll",  "winmm.dll"};
+                                            "uxtheme.dll",  "version.dll",  "winmm.dll"};
 
 /// The file as it is on disk. Every read is checked against its end.
 class Executable {
