@@ -7,6 +7,7 @@
 
 #include "support/InterfaceUser.h"
 #include "support/NotifierHost.h"
+#include "support/TrayUser.h"
 
 namespace zv {
 namespace {
@@ -47,6 +48,7 @@ public:
     FilePortal(const FilePortal&) = delete;
     FilePortal& operator=(const FilePortal&) = delete;
 
+    /// Of the interface. With version 0 the portal answers no call.
     void SetVersion(std::uint32_t version) {
         const std::lock_guard lock(mutex_);
         version_ = version;
@@ -93,6 +95,10 @@ private:
         if (incoming == FALSE || g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_METHOD_CALL) {
             return message;
         }
+        if (static_cast<FilePortal*>(self)->IsSilent()) {
+            g_object_unref(message);
+            return nullptr;
+        }
         GDBusMessage* reply = g_dbus_message_new_method_reply(message);
         g_dbus_message_set_body(reply, static_cast<FilePortal*>(self)->Answer(*message));
         g_dbus_connection_send_message(bus, reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
@@ -100,6 +106,7 @@ private:
         g_object_unref(message);
         return nullptr;
     }
+    bool IsSilent() const { return Get(version_) == 0; }
     GVariant* Answer(GDBusMessage& message) {
         const std::lock_guard lock(mutex_);
         const std::string method = g_dbus_message_get_member(&message);
@@ -311,6 +318,33 @@ TEST_F(SettingsEndToEnd, ThePortalChoosesTheLibraryFolder) {
     EXPECT_EQ(run.End(), 0);
 }
 
+TEST_F(SettingsEndToEnd, TheMonitorIsChosenInAMenuThatChecksTheCapturedOne) {
+    ProgramRun run(Options("0"));
+    ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
+    ASSERT_TRUE(user_.OpenOverlay());
+    ASSERT_TRUE(user_.OpenSettingsSection(recordings));
+    const TrayUser menus(display_.Name(), user_);
+    const std::vector<xcb_window_t> before = user_.TopLevels();
+    user_.Click(overlayName, 335, 338);
+    xcb_window_t menu = XCB_WINDOW_NONE;
+    ASSERT_TRUE(Eventually([&] { return (menu = menus.MenuBeside(before)) != XCB_WINDOW_NONE; }));
+    const Rectangle bounds = user_.BoundsOf(menu);
+    EXPECT_TRUE(Eventually([&] {
+        return user_.SaysAt(bounds, 1,
+                            {.box = {36, 4, bounds.Width() - 4, 32},
+                             .text = u"screen  1280 x 720  Primary",
+                             .background = TrayUser::menuColor,
+                             .font = FontRole::Body,
+                             .look = {36, 8, bounds.Width() - 12, 28}});
+    }));
+    EXPECT_EQ(user_.PixelAt(bounds.left + 18, bounds.top + 21), ScreenColor(color::primaryText)) << "the check mark";
+    user_.TapKey(XK_Down);
+    user_.TapKey(XK_Return);
+    EXPECT_TRUE(run.WaitForActivity("Settings saved").has_value());
+    EXPECT_EQ(SettingOf(run, "monitorDevice"), "screen");
+    EXPECT_EQ(run.End(), 0);
+}
+
 TEST_F(SettingsEndToEnd, TheSoundSettingsAreThoseOfTheDesktop) {
     const auto install = [&](const std::string& name, const std::string& keys) {
         const fs::path program = folder_.Path() / name;
@@ -339,6 +373,21 @@ TEST_F(SettingsEndToEnd, TheSoundSettingsAreThoseOfTheDesktop) {
         EXPECT_EQ(Starts().back(), command);
         EXPECT_EQ(run.End(), 0);
     }
+}
+
+TEST_F(SettingsEndToEnd, AfterTenSecondsASilentPortalIsReplaced) {
+    const NotifierHost host;
+    FilePortal portal(host.Address());
+    portal.SetVersion(0);
+    ProgramRun run(Options("0", host.Address()));
+    ASSERT_TRUE(run.WaitForActivity("Replay stopped.").has_value());
+    ASSERT_TRUE(OpenGalleryLocation());
+    ClickChangeFolder();
+    ASSERT_TRUE(WaitStarts(1));
+    AnswerZenity(folder_.Path() / "library");
+    EXPECT_TRUE(user_.WaitShown(overlayName));
+    EXPECT_EQ(SettingOf(run, "captureRoot"), (folder_.Path() / "library").string());
+    EXPECT_EQ(run.End(), 0);
 }
 
 TEST_F(SettingsEndToEnd, TheDialogOfThePortalIsClosedIfTheProgramEnds) {
