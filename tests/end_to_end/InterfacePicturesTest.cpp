@@ -81,7 +81,7 @@ int Distance(std::uint32_t a, std::uint32_t b) {
 /// A block differs if its mean colour is farther than this from the kept one. Another version of the typeface moves the
 /// mean of a block by less; a missing letter, label or card moves it by more.
 constexpr int blockLimit = 8;
-/// The gallery shows a figure that changes from run to run. A label is more blocks than this.
+/// A letter that another version of the typeface draws differently. A label is more blocks than this.
 constexpr std::size_t blocksThatMayDiffer = 2;
 
 /// The blocks that differ, for a person to read; empty if the pictures are alike.
