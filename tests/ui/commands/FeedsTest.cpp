@@ -37,8 +37,8 @@ protected:
     /// end.
     bool ShutdownWaitsFor(const JobSlot& slot) {
         bool ended = false;
-        onCall_ = [&](const std::string& name, int) {
-            if (name == "StopTimer") {
+        onCall_ = [&](const std::string& name, int nth) {
+            if (name == "StopTimer" && nth == 1) {
                 ended = slot.IsFinished();
             }
         };
