@@ -188,7 +188,7 @@ TEST_F(DesktopEndToEnd, TheHomePageOpensOverlayGalleryAndRecommendations) {
     EXPECT_TRUE(user_.WaitColor(overlayName, 450, 95, color::black)) << "the tiles";
     EXPECT_TRUE(user_.CloseOverlay());
     ClickMain(middle + 100, 487);
-    const Words galleryTitle{{126, 75, 233, 108}, u"Gallery", color::primaryText, Rgb(24, 23, 28), FontRole::Bold};
+    const Words galleryTitle{{126, 75, 233, 108}, u"Gallery", color::primaryText, Rgb(29, 28, 32), FontRole::Bold};
     EXPECT_TRUE(user_.WaitSays(overlayName, galleryTitle));
     EXPECT_TRUE(user_.CloseOverlay());
     ClickMain(left + 100, 626);

@@ -22,8 +22,10 @@ namespace {
 
 using namespace support;
 namespace fs = std::filesystem;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 
 constexpr char stopped[] = "Audio capture stopped; a device or encoder disconnected (0x88890004)";
 constexpr char withoutMicrophone[] =
@@ -170,7 +172,7 @@ TEST_F(SoundEndToEnd, ARunningCaptureIgnoresANewDefaultDevice) {
     const auto clip = SaveClip(*run);
     ASSERT_TRUE(clip.has_value());
     ExpectTones(*clip, Played::Yes, Spoken::No);
-    EXPECT_EQ(run->Activity().size(), 2U);
+    EXPECT_THAT(run->Activity(), Not(Contains(stopped)));
     ExpectNothingLeft(*run);
 }
 
