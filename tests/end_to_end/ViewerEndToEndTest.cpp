@@ -43,13 +43,27 @@ Rectangle PictureIn(const Rectangle& window) {
     return {left, window.top, left + width, window.bottom};
 }
 
-/// A second of what the speakers play.
-std::vector<float> Heard() {
-    const std::string bytes = OutputOf({"ffmpeg", "-v", "error", "-f", "pulse", "-sample_rate", "48000", "-channels",
-                                        "2", "-i", "speakers.monitor", "-t", "1", "-f", "f32le", "-"});
+std::vector<float> SamplesOf(const std::string& bytes) {
     std::vector<float> samples(bytes.size() / sizeof(float));
     std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(float));
     return samples;
+}
+
+/// The highest level of 1000 Hz in any half second of a growing file, after so many samples.
+double LoudestLevel(const fs::path& file, std::size_t skip) {
+    const std::vector<float> samples = SamplesOf(ReadBytes(file));
+    double loudest = 0;
+    for (auto at = samples.begin() + static_cast<std::ptrdiff_t>(std::min(skip, samples.size()));
+         samples.end() - at >= 48000; at += 48000) {
+        loudest = std::max(loudest, LevelOf({at, at + 48000}, 0, 1000));
+    }
+    return loudest;
+}
+
+/// A second of what the speakers play.
+std::vector<float> Heard() {
+    return SamplesOf(OutputOf({"ffmpeg", "-v", "error", "-f", "pulse", "-sample_rate", "48000", "-channels", "2", "-i",
+                               "speakers.monitor", "-t", "1", "-f", "f32le", "-"}));
 }
 
 std::size_t EntriesOf(pid_t process, const char* list) {
@@ -176,7 +190,19 @@ std::vector<std::uint32_t> NumbersOf(const fs::path& clip, const ClipFacts& fact
     return numbers;
 }
 
-TEST_F(ViewerEndToEnd, PlaysPausesAndSeeksAClipWhileTheReplayGoesOn) {
+/// The length of the longest run of frames without a number. What a capture draws over a window of ours is a moment
+/// younger than the rest, so that single frames mix two numbers.
+std::ptrdiff_t LongestUnreadable(const std::vector<std::uint32_t>& numbers) {
+    std::ptrdiff_t longest = 0;
+    for (auto at = numbers.begin(); at != numbers.end();) {
+        const auto end = std::find_if(at, numbers.end(), [](std::uint32_t number) { return number != 0; });
+        longest = std::max(longest, end - at);
+        at = end == numbers.end() ? end : end + 1;
+    }
+    return longest;
+}
+
+TEST_F(ViewerEndToEnd, NightlyPlaysPausesAndSeeksAClipWhileTheReplayGoesOn) {
     SoundServer server;
     ASSERT_TRUE(server.Ready()) << server.Log();
     const Spawned desktop({MovingDesktopPath(), "--fps", "15", "--motion", "small"}, {{"DISPLAY", display_.Name()}},
@@ -190,16 +216,28 @@ TEST_F(ViewerEndToEnd, PlaysPausesAndSeeksAClipWhileTheReplayGoesOn) {
     ASSERT_TRUE(saved.has_value());
     clip_ = saved->substr(beginning.size());
     tone.reset();
+    // Recorded from here on, because the clip may have ended before a test on a busy machine listens.
+    const fs::path ear = run->Home() / "ear.raw";
+    const Spawned listener({"ffmpeg", "-v", "error", "-f", "pulse", "-sample_rate", "48000", "-channels", "2", "-i",
+                            "speakers.monitor", "-flush_packets", "1", "-f", "f32le", ear.string()},
+                           {}, "/dev/null");
     const ClipFacts facts = Probe(clip_);
     const std::vector<std::uint32_t> numbers = NumbersOf(clip_, facts);
-    ASSERT_GT(numbers.size(), 90U);
+    ASSERT_GT(numbers.size(), 60U);
+    // The speakers may still play the end of the tone.
+    std::size_t heard = 0;
+    ASSERT_TRUE(Eventually([&] {
+        const std::vector<float> samples = SamplesOf(ReadBytes(ear));
+        heard = samples.size();
+        return heard > 48000 && LevelOf({samples.end() - 48000, samples.end()}, 0, 1000) < 0.001;
+    }));
 
     // It plays.
     ASSERT_TRUE(OpenGallery());
     ASSERT_TRUE(OpenClip());
     const std::uint32_t first = WaitNumber();
     EXPECT_TRUE(WaitNumberAfter(first));
-    EXPECT_TRUE(Eventually([] { return MedianLevel(Heard(), 0, 1000) > 0.02; }));
+    EXPECT_TRUE(Eventually([&] { return LoudestLevel(ear, heard) > 0.02; }));
 
     // A click on the video pauses it.
     const Rectangle video = user_.Client(videoName);
@@ -211,13 +249,15 @@ TEST_F(ViewerEndToEnd, PlaysPausesAndSeeksAClipWhileTheReplayGoesOn) {
     for (const int target : {20, 5}) {
         Click({204 + 24 * target + 12, 473});
         const double frame = target * facts.duration / 31 * 30;
-        const auto low = static_cast<std::size_t>(std::max(frame - 2, 0.0));
-        const auto high = std::min(static_cast<std::size_t>(frame + 2), numbers.size() - 1);
+        const auto low = static_cast<std::ptrdiff_t>(std::max(frame - 2, 0.0));
+        const auto high =
+            std::min(static_cast<std::ptrdiff_t>(frame + 2), static_cast<std::ptrdiff_t>(numbers.size()) - 1);
         EXPECT_TRUE(Eventually([&] {
             const auto shown = ShownNumber();
-            return shown && *shown >= numbers[low] && *shown <= numbers[high];
+            return shown &&
+                   std::find(numbers.begin() + low, numbers.begin() + high + 1, *shown) != numbers.begin() + high + 1;
         })) << "target "
-            << target << ": " << ShownNumber().value_or(0) << ", expected " << numbers[low] << " to " << numbers[high];
+            << target << ": " << ShownNumber().value_or(0) << ", expected that of the frames " << low << " to " << high;
     }
 
     // It plays on, and hiding the overlay ends the sound.
@@ -243,8 +283,7 @@ TEST_F(ViewerEndToEnd, PlaysPausesAndSeeksAClipWhileTheReplayGoesOn) {
     ASSERT_TRUE(second.has_value());
     const std::vector<std::uint32_t> later = NumbersOf(second->substr(beginning.size()), facts);
     EXPECT_GT(later.size(), numbers.size());
-    EXPECT_EQ(std::count(later.begin(), later.end(), 0U), 0)
-        << "of " << later.size() << " frames show the overlay or the video";
+    EXPECT_LT(LongestUnreadable(later), 30) << "frames show the overlay or the video";
     EXPECT_EQ(run->End(), 0);
 }
 
