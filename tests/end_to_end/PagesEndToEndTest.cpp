@@ -17,12 +17,13 @@ protected:
         fs::create_directories(Application() / "recommended-images");
         fs::copy_file(ProgramPath(), Application() / "zorvel");
         Install("xdg-open");
-        Install("zenity");
+        Install("zenity", "while [ ! -e end ]; do sleep 0.05; done\necho closed >>zenity.seen");
     }
     fs::path Application() const { return folder_.Path() / "app"; }
-    /// A program that appends its arguments to its record, one a line.
-    void Install(const std::string& name) const {
-        WriteBytes(bin_ / name, "#!/bin/sh\nprintf '%s\\n' \"$@\" >>'" + (bin_ / name).string() + ".seen'\n");
+    /// A program that appends its arguments to its record, one a line, and then runs `then`.
+    void Install(const std::string& name, const std::string& then = "") const {
+        WriteBytes(bin_ / name,
+                   "#!/bin/sh\ncd '" + bin_.string() + "'\nprintf '%s\\n' \"$@\" >>" + name + ".seen\n" + then + "\n");
         chmod((bin_ / name).c_str(), 0700);
     }
     bool WaitSeen(const std::string& name, const std::string& arguments) const {
@@ -83,10 +84,12 @@ TEST_F(PagesEndToEnd, OpenWhatTheirButtonsNameInTheDesktopsPrograms) {
     Click(300, 545);
     EXPECT_TRUE(WaitSeen("xdg-open", "https://example.org/a?b=c&d\n" + logs + "\n"));
     Click(800, 545);
-    const fs::path about = fs::path(ZV_RESOURCES_FOLDER) / "about.txt";
-    EXPECT_TRUE(WaitSeen(
-        "zenity", "--info\n--no-markup\n--title=ZV Reels - About and licenses\n--text=" + ReadBytes(about) + "\n"));
+    const std::string box = "--info\n--no-markup\n--title=ZV Reels - About and licenses\n--text=" +
+                            ReadBytes(fs::path(ZV_RESOURCES_FOLDER) / "about.txt") + "\n";
+    EXPECT_TRUE(WaitSeen("zenity", box));
     EXPECT_EQ(run.End(), 0);
+    WriteBytes(bin_ / "end", "");
+    EXPECT_TRUE(WaitSeen("zenity", box + "closed\n")) << "the box was closed with the program";
 }
 
 /// The status strip of a low window covers the label of the lowest button.
