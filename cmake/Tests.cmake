@@ -15,7 +15,11 @@
 #
 # With ZV_SANITIZERS a portable test also runs as NAME_address and, unless it is ONE_THREAD, as NAME_thread: one entry
 # each.
+#
+# For Windows, a portable test over FAKES is only built with ZV_FAKES_UNDER_WINE, which ./test --nightly sets: it repeats
+# a test of the Linux build and calls almost nothing of the system.
 include(GoogleTest)
+option(ZV_FAKES_UNDER_WINE "Build the portable tests over fakes for Windows, too" OFF)
 
 if(WIN32)
   # The distribution ships GoogleTest's sources; build them with the cross compiler.
@@ -119,6 +123,10 @@ function(zv_test name)
   endif()
   if(NOT T_COST)
     set(T_COST 0)
+  endif()
+  if(WIN32 AND T_FAKES AND T_LABELS STREQUAL portable AND NOT ZV_FAKES_UNDER_WINE)
+    set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
+    return()
   endif()
   if(WIN32)
     # -municode requires wmain; tests have a plain main.
