@@ -1,9 +1,8 @@
-// INI files in memory. ReadProfileText is recorded (Calls.h).
+// INI files in memory. ReadProfileText is recorded with its section (Calls.h).
 #pragma once
 
 #include <map>
 #include <tuple>
-#include <vector>
 
 #include "platform/ProfileFile.h"
 
@@ -11,7 +10,6 @@ namespace zv::fake {
 
 struct ProfileControls {
     std::map<std::tuple<Text, Text, Text>, Text> values;  ///< by path, section and key
-    std::vector<Text> sections;                           ///< of each read
 };
 
 /// Set it only while no worker reads.

@@ -51,7 +51,7 @@ TEST_F(Recommendations, AreSixAtMostAndMayHaveGaps) {
     EXPECT_THAT(ReadRecommendations(folder),
                 ElementsAre(Recommendation{u"a", u"", u"", u""}, Recommendation{u"c", u"", u"", u""},
                             Recommendation{u"f", u"", u"", u""}));
-    EXPECT_THAT(TheProfiles().sections, testing::Not(testing::Contains(u"Card7")));
+    EXPECT_THAT(fake::CallLog(), testing::Not(testing::Contains("ReadProfileText Card7")));
 }
 
 TEST_F(Recommendations, OnlyAnHttpsAddressIsALink) {

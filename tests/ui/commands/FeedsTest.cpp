@@ -100,7 +100,7 @@ TEST_F(FeedCommands, OneRunsAtATime) {
     gate_.Open();
     FinishFeeds();
     EXPECT_EQ(CountOf("OpenHttpsGet"), 1);
-    EXPECT_EQ(std::ranges::count(TheProfiles().sections, u"Card6"), 1);
+    EXPECT_EQ(std::ranges::count(fake::CallLog(), "ReadProfileText Card6"), 1);
 }
 
 TEST_F(FeedCommands, StartAgainOnceTheWorkerHasEnded) {
