@@ -64,6 +64,8 @@ struct Bench {
 
     PrivateDisplay display{"1280x720"};
     InterfaceUser user{display.Name()};
+    /// So that the black of the overlay is found.
+    xcb_window_t desktop = user.Cover({0, 0, 1280, 720}, 0x205080);
     SoundServer server;
     ProgramRun run{{.display = display.Name(), .settings = {{"instantReplay", "0"}}}};
     std::filesystem::path clip = run.CaptureRoot() / "Game" / "clip.mp4";
@@ -78,6 +80,7 @@ int main() {
     std::filesystem::create_directories(bench.clip.parent_path());
     OutputOf({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=0xC04020:s=1920x1080:r=60:d=10", "-f", "lavfi", "-i",
               "sine=1000:d=10", "-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", bench.clip.string()});
+    bench.run.WaitForActivity("Replay stopped.");
     bench.user.OpenOverlay();
     bench.user.Click(overlayName, galleryTile.x, galleryTile.y);
     bench.user.WaitColor(overlayName, 980, 540, Rgb(24, 23, 28));
