@@ -302,6 +302,16 @@ TEST_F(Viewer, CoversTheBlackRectangleAtEveryScale) {
     }
 }
 
+TEST_F(Viewer, FillsTheBlackRectangleInDevicePixels) {
+    OpenClip();
+    FitOverlay(State(), 2020, 1136);
+    const std::vector<std::string> lines = Render();
+    const auto push = std::find(lines.begin(), lines.end(), "push 0,0 scale 0.5");
+    ASSERT_LT(push - lines.begin() + 2, static_cast<std::ptrdiff_t>(lines.size()));
+    EXPECT_EQ(push[1], "fill 300,252,1720,892 0,0,0");
+    EXPECT_EQ(push[2], "pop");
+}
+
 TEST_F(Viewer, MovesOnlyIfItMust) {
     OpenClip();
     fake::ResetCalls();
