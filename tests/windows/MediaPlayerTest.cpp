@@ -126,8 +126,8 @@ TEST_F(Player, PlaysAFileOnceItIsOpen) {
     SetMediaVolume(*player_, 0.6F);
     player_.reset();
     const std::vector<std::string> calls = ReportLines(Report(), "note: mfplay: ");
-    EXPECT_THAT(calls, ElementsAre("MFPCreateMediaPlayer " + Video().string(), "Pause", "SetPosition 120000007", "Play",
-                                   "SetVolume 60", "Shutdown"));
+    EXPECT_THAT(calls, ElementsAre("MFPCreateMediaPlayer " + Video().string(), "state 2", "Pause", "state 3",
+                                   "SetPosition 120000007", "Play", "state 2", "SetVolume 60", "Shutdown"));
 }
 
 TEST_F(Player, PositionsAreIntegersOf64Bits) {

@@ -304,10 +304,14 @@ TEST_F(Images, DamagedOnesAreEmpty) {
     ASSERT_EQ(LoadPicture(File("whole.png", whole), manyPixels).width, 4);
     std::string wrongSum = whole;
     wrongSum[whole.find("IDAT") + 20] ^= 1;
-    std::string huge = PngBytes({100000, 100000, 8, 2, std::string(300000, '\x7F')});
+    std::string text = PngChunk("tEXt", std::string("Title\0Game", 10));
+    text.back() ^= 1;
+    const std::string huge = PngBytes({100000, 100000, 8, 2, std::string(300000, '\x7F')});
     const std::vector<std::pair<std::string, std::string>> rows{
         {"truncated.png", whole.substr(0, whole.size() - 20)},
         {"wrong-sum.png", wrongSum},
+        {"without-end.png", whole.substr(0, whole.size() - 12)},
+        {"wrong-sum-of-a-text.png", whole.substr(0, 33) + text + whole.substr(33)},
         {"huge.png", huge},
         {"empty.png", ""},
         {"text.png", "not a picture at all"},

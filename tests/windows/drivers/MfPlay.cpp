@@ -10,7 +10,7 @@
 //   set type NUMBER          the type of the variants for position and duration, 20 (VT_I8) unless set
 //   set thread own           events come from a thread of the player, otherwise from the message loop
 //   set farewell CODE        Shutdown sends an event with CODE, and another one comes from another thread 200 ms later
-// Notes report calls that change something.
+// Notes report calls that change something, and states when they become visible.
 //
 // It complains about other parameters than the program's, calls from another thread than the creator's, calls after
 // Shutdown, a missing Shutdown, a window or a callback that ends before, a callback that the program still holds, and
@@ -100,6 +100,7 @@ public:
     ~Player() override {
         if (!shutDown_) {
             Complain("the player was released without Shutdown");
+            End();
         }
     }
 
@@ -285,6 +286,7 @@ private:
         position_ = Position();
         since_ = GetTickCount64();
         state_ = state;
+        Note("state " + std::to_string(state));
     }
 
     /// Fails if the file is missing or the script says so.
