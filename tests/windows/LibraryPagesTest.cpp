@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "support/FileBytes.h"
+#include "support/PngBytes.h"
 #include "windows/ProgramInterface.h"
 #include "windows/drivers/ShellImages.h"
 
@@ -81,19 +82,22 @@ protected:
             SendMessageW(overlay, code, code == WM_LBUTTONDOWN ? MK_LBUTTON : 0, code == WM_PAINT ? 0 : position);
         }
     }
-    /// Opens the capture in a cell and waits for the viewer's page.
-    static void OpenViewer(int cell) {
-        Press(InCell(cell, 0, 0));
-        ASSERT_TRUE(Eventually(IsViewerPageShown));
+    /// Presses until the condition holds: a move of the real pointer between the two messages of a click ends the
+    /// press.
+    template <class Condition>
+    static bool PressTargetUntil(POINT at, Condition condition) {
+        return Eventually([&] {
+            Press(at);
+            return Eventually(condition, betweenTriesMs);
+        });
     }
+    /// Opens the capture in a cell and waits for the viewer's page.
+    static void OpenViewer(int cell) { ASSERT_TRUE(PressTargetUntil(InCell(cell, 0, 0), IsViewerPageShown)); }
     static void OpenVideo(int cell) {
         OpenViewer(cell);
         ASSERT_TRUE(Eventually([] { return IsShown(videoClass); }));
     }
-    static void LeaveViewer() {
-        Press(OnOverlay(101, 88));
-        ASSERT_TRUE(Eventually(IsGalleryPageShown));
-    }
+    static void LeaveViewer() { ASSERT_TRUE(PressTargetUntil(OnOverlay(101, 88), IsGalleryPageShown)); }
 
     /// Waits until the media player has this state.
     bool EventuallyHasState(int state) const {
@@ -120,6 +124,11 @@ protected:
     void ExpectCallAfterClick(int x, int y, const std::string& call) const {
         Click(OnOverlay(x, y));
         EXPECT_TRUE(EventuallyCalls(call)) << call << " after " << testing::PrintToString(PlayerCalls());
+    }
+
+    /// A sentence replaces the progress bar.
+    static bool EventuallyShowsError() {
+        return Eventually([] { return PixelAt(OnOverlay(960, 474)) == viewerPanel && IsViewerPageShown(); });
     }
 
 private:
@@ -230,6 +239,98 @@ TEST_F(LibraryPages, AVideoPlaysOverTheGameAndStopsWithTheOverlay) {
                            "SetVolume 70", "SetVolume 60", "SetVolume 0", "SetVolume 60", "Play", "Pause", "Shutdown"));
     EXPECT_TRUE(EndProgram());
     EXPECT_EQ(PlayerCalls().back(), "ends");
+}
+
+TEST_F(LibraryPages, TheVideoCoversItsPartOfTheOverlayAtEverySize) {
+    Capture("clip.mp4");
+    ASSERT_TRUE(Start());
+    const Game game;
+    OpenGallery();
+    OpenVideo(0);
+    const HWND video = Find(videoClass);
+    const HWND overlay = Find(overlayClass);
+    const auto placeOverlay = [&](const Rectangle& bounds) {
+        SetWindowPos(overlay, nullptr, bounds.left, bounds.top, bounds.Width(), bounds.Height(),
+                     SWP_NOZORDER | SWP_NOACTIVATE);
+    };
+    const auto follows = [&](const Rectangle& bounds) {
+        return Eventually([&] { return BoundsOf(video) == bounds && IsWindowVisible(video) != FALSE; });
+    };
+    placeOverlay({200, 150, 907, 547});  // 707 by 397
+    EXPECT_TRUE(follows({304, 238, 801, 461}));
+    placeOverlay({300, 100, 1007, 497});
+    EXPECT_TRUE(follows({404, 188, 901, 411}));
+    placeOverlay({10, 20, 515, 304});  // half
+    EXPECT_TRUE(follows({85, 83, 440, 243}));
+    placeOverlay({0, 0, 1920, 1079});
+    EXPECT_TRUE(follows({284, 239, 1633, 847}));
+    for (const Rectangle& bounds : {Rectangle{41, 123, 1876, 871}, Rectangle{284, 239, 1633, 847}}) {
+        EXPECT_TRUE(PressTargetUntil(OnOverlay(887, 520), [&] { return BoundsOf(video) == bounds; }));
+    }
+    EXPECT_EQ(GetForegroundWindow(), game.Window());
+    EXPECT_TRUE(EndProgram());
+}
+
+TEST_F(LibraryPages, AVideoThatIsGoneOrHasNoPlayerShowsASentence) {
+    const std::filesystem::path library = "C:\\windows\\system32\\mfplay.dll";
+    const std::filesystem::path aside = "C:\\windows\\system32\\aside.dll";
+    Capture("clip.mp4");
+    const std::filesystem::path gone = Capture("gone.mp4");
+    ASSERT_TRUE(Start());
+    const Game game;
+    OpenGallery();
+    ASSERT_TRUE(EventuallyShowsThumbnail(1));
+    std::filesystem::remove(gone);
+    OpenViewer(1);
+    EXPECT_TRUE(EventuallyShowsError());
+    EXPECT_TRUE(EndProgram());
+
+    // An edition of Windows without media features: the program starts, and has nothing to play with.
+    std::filesystem::rename(library, aside);
+    std::filesystem::remove(DataFolder() / "History" / "activity.log");
+    const bool started = Start();
+    if (started) {
+        OpenGallery();
+        OpenViewer(0);
+    }
+    const bool shown = EventuallyShowsError();
+    std::filesystem::rename(aside, library);
+    EXPECT_TRUE(started && shown);
+    EXPECT_TRUE(EndProgram());
+}
+
+TEST_F(LibraryPages, AnImageIsDecodedAndABrokenOneShowsASentence) {
+    std::string rows;
+    for (int y = 0; y < 10; ++y) {
+        rows += std::string("\xC0\x10\x20") + "\xC0\x10\x20" + "\x10\xC0\x20" + "\x10\xC0\x20";
+    }
+    Capture("picture.png", support::PngBytes({4, 10, 8, 2, rows}));
+    const std::string whole = support::PngBytes({4, 10, 8, 2, rows});
+    Capture("broken.png", whole.substr(0, whole.size() - 15));
+    ASSERT_TRUE(Start());
+    const Game game;
+    OpenGallery();
+    OpenViewer(0);
+    // Fitted into 710 by 320 around (505, 286): 128 by 320.
+    EXPECT_TRUE(Eventually([] {
+        return PixelAt(OnOverlay(450, 286)) == RGB(0xC0, 0x10, 0x20) &&
+               PixelAt(OnOverlay(560, 286)) == RGB(0x10, 0xC0, 0x20);
+    }));
+    EXPECT_EQ(Find(videoClass), nullptr);
+    // There is no sentence.
+    const auto isWritten = [] {
+        for (int x = 40; x < 200; ++x) {
+            if (PixelAt(OnOverlay(x, 473)) != viewerPanel) {
+                return true;
+            }
+        }
+        return false;
+    };
+    EXPECT_FALSE(isWritten());
+    LeaveViewer();
+    OpenViewer(1);
+    EXPECT_TRUE(Eventually(isWritten));
+    EXPECT_TRUE(EndProgram());
 }
 
 }  // namespace
