@@ -127,8 +127,9 @@ TEST_F(DebianPackage, DescribesItself) {
     EXPECT_GE(kibibytes, static_cast<int>(fs::file_size(Unpacked() / "usr/bin/zorvel") / 1024));
 }
 
-TEST_F(DebianPackage, RecommendsTheProgramsThatPlayVideosAndShowItsDialogs) {
-    EXPECT_EQ(Field("Recommends"), "mpv, zenity | x11-utils, zenity | kdialog | xdg-desktop-portal-backend");
+TEST_F(DebianPackage, RecommendsCertificatesAndTheProgramsThatPlayVideosAndShowItsDialogs) {
+    EXPECT_EQ(Field("Recommends"),
+              "ca-certificates, mpv, zenity | x11-utils, zenity | kdialog | xdg-desktop-portal-backend");
 }
 
 TEST_F(DebianPackage, DependsOnFfmpegAndThePackagesOfItsLibraries) {

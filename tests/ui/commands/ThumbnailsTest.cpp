@@ -211,14 +211,14 @@ TEST_F(Thumbnails, AreStoppedWaitedForAndReleasedByTheShutdown) {
     QueueAndFinish();
     const std::weak_ptr<MediaThumbnail> kept = FindThumbnail(files_[0]);
     files_[1].modified = 0;
-    gate_.Hold("MakeThumbnail");
-    Queue();
     bool ended = false;
     onCall_ = [&](const std::string& name, int) {
         if (name == "StopAll") {
             ended = Ui().library.thumbnailSlot.IsFinished() && kept.expired() && Ui().pictureStop.stop_requested();
         }
     };
+    gate_.Hold("MakeThumbnail");
+    Queue();
     std::thread release = OpenGateUnless("StopAll");
     ExitProgram();
     release.join();
