@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "capture/CaptureEngine.h"
-#include "core/FfmpegRuntime.h"
 #include "core/CommandLine.h"
+#include "core/FfmpegRuntime.h"
 #include "platform/Files.h"
 #include "support/TemporaryFolder.h"
 

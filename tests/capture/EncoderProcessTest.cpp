@@ -3,8 +3,8 @@
 #include "EngineFixture.h"
 #include "capture/CaptureFiles.h"
 #include "capture/FfmpegCommandLine.h"
-#include "core/FfmpegRuntime.h"
 #include "core/CommandLine.h"
+#include "core/FfmpegRuntime.h"
 
 namespace zv {
 namespace {

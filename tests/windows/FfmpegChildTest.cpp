@@ -6,8 +6,8 @@
 
 #include "capture/CaptureEngine.h"
 #include "capture/CaptureFiles.h"
-#include "core/FfmpegRuntime.h"
 #include "core/CommandLine.h"
+#include "core/FfmpegRuntime.h"
 #include "platform/Clock.h"
 #include "platform/Environment.h"
 #include "platform/Files.h"

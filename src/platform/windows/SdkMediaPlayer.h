@@ -1,5 +1,5 @@
-// The media player's header of the Windows SDK. Not in Sdk.h, because it conflicts with the audio session headers in one
-// translation unit: both declare some of the names.
+// The media player's header of the Windows SDK. Not in Sdk.h, because it conflicts with the audio session headers in
+// one translation unit: both declare some of the names.
 #pragma once
 
 #include "platform/windows/Sdk.h"

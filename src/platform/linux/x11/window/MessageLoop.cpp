@@ -1,8 +1,8 @@
 // The message loop of the interface thread.
 //
-// It sleeps in one ppoll on the server's connection, the session bus, the media player, the end signals, the commands of
-// later starts and the earliest timer. It converts events to messages in a queue. Each iteration dispatches at most one timer, so that
-// timer messages never accumulate.
+// It sleeps in one ppoll on the server's connection, the session bus, the media player, the end signals, the commands
+// of later starts and the earliest timer. It converts events to messages in a queue. Each iteration dispatches at most
+// one timer, so that timer messages never accumulate.
 #include "platform/linux/x11/window/MessageLoop.h"
 
 #include <poll.h>
